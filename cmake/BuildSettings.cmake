@@ -1,0 +1,18 @@
+# What every target is built with.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+
+set(PALLWATCH_SANITIZE "" CACHE STRING "Sanitizers for every target: empty, 'address,undefined' or 'thread'")
+set_property(CACHE PALLWATCH_SANITIZE PROPERTY STRINGS "" "address,undefined" "thread")
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
+                    -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Werror)
+
+if(PALLWATCH_SANITIZE)
+  add_compile_options(-fsanitize=${PALLWATCH_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${PALLWATCH_SANITIZE})
+endif()

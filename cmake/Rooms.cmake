@@ -1,0 +1,23 @@
+# A room is one directory of src/ built as one static library. It can include only its own headers
+# and those of the rooms it USES: each room is published through an include directory that holds
+# nothing but a link to it, so an arrow in the wrong direction does not compile.
+
+function(pallwatch_room name)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;USES;LIBRARIES" ${ARGN})
+  set(view ${CMAKE_BINARY_DIR}/rooms/${name})
+  file(MAKE_DIRECTORY ${view})
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${name} SYMBOLIC)
+
+  add_library(${name} STATIC ${ROOM_SOURCES})
+  target_include_directories(${name} PUBLIC ${view})
+  target_link_libraries(${name} PUBLIC ${ROOM_USES} ${ROOM_LIBRARIES})
+endfunction()
+
+# The unit tests of one room: one file per source file, one executable, every test known to CTest.
+function(pallwatch_unit_tests room)
+  cmake_parse_arguments(UNIT "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(unit_${room} ${UNIT_SOURCES})
+  target_link_libraries(unit_${room} PRIVATE ${room} ${UNIT_LIBRARIES} GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(unit_${room} TEST_PREFIX ${room}/ PROPERTIES LABELS unit TIMEOUT 60
+                       DISCOVERY_TIMEOUT 60)
+endfunction()
