@@ -1,0 +1,58 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// The step at which writing a file failed.
+enum class WriteFailure { none, open, write, sync, close };
+
+// The one door to the machine: its files, under a root that is empty on a frame and a directory of
+// samples in tests, and its commands. Owned by main, which outlives every user. Both threads come
+// through it, for different things; the calls themselves keep no state. Commands see the real root.
+class Machine {
+  public:
+    explicit Machine(std::string root = "");
+    virtual ~Machine() = default;
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    // The root followed by `absolute`, which begins with a slash.
+    std::string path(const char* absolute) const;
+
+    // Runs a shell command and waits for it: its wait status as system(3) gives it, 0 for success,
+    // negative when it could not be started. errno is as the command left it; it is cleared before,
+    // so that a mere exit code has no old error text.
+    int run(const char* command);
+
+    // Runs a shell command, waits for it, and gives the first line of its output without the line
+    // end, at most 127 bytes. Nothing, and a log line at error priority, when it was not started.
+    std::optional<std::string> firstLine(const char* command);
+
+    // Whether the path can be reached, by access(2) with F_OK.
+    bool exists(const char* absolute) const;
+
+    // Whether stat(2) of the path works.
+    bool stats(const char* absolute) const;
+
+    // The file's bytes, at most the first mebibyte of them (no file of a frame comes near it).
+    // Nothing, with errno set, when it cannot be opened; what was read until then when reading
+    // fails.
+    std::optional<std::string> readFile(const char* absolute) const;
+
+    // Truncates or creates the file, gives `text` to one write, and syncs before it closes. Stops
+    // at the first step that fails, with its errno; the descriptor is closed in every case.
+    WriteFailure writeFile(const char* absolute, std::string_view text) const;
+
+    // Called on the commanding thread before each command: what waits there to be sent must be on
+    // its way before a command that may take a minute. Set before the second thread starts.
+    void setBeforeCommand(std::function<void()> hook);
+
+  private:
+    virtual int runCommand(const char* command);
+    virtual std::optional<std::string> readCommand(const char* command);
+
+    std::string root_;
+    std::function<void()> beforeCommand_;
+};

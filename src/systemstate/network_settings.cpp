@@ -1,0 +1,101 @@
+#include "systemstate/network_settings.h"
+
+namespace {
+
+constexpr uint32_t kNoAddress = 0;
+constexpr uint32_t kBroadcastAddress = 0xFFFFFFFF;
+constexpr uint32_t kLargestOctet = 255;
+constexpr int kOctets = 4;
+
+struct Key {
+    std::string_view name;
+    std::optional<uint32_t> NetworkConf::*setting;
+};
+
+constexpr Key kKeys[] = {
+    {"IPADDR", &NetworkConf::ip},
+    {"NETMASK", &NetworkConf::netmask},
+    {"GATEWAY", &NetworkConf::gateway},
+};
+
+// Takes the digits off the front of `text`. Any value above an octet's stays above it, however many
+// digits there are.
+uint32_t takeGroup(std::string_view& text) {
+    uint32_t value = 0;
+    while (!text.empty() && text.front() >= '0' && text.front() <= '9') {
+        if (value <= kLargestOctet) {
+            value = value * 10 + static_cast<uint32_t>(text.front() - '0');
+        }
+        text.remove_prefix(1);
+    }
+    return value;
+}
+
+bool takeDot(std::string_view& text) {
+    if (!text.starts_with('.')) {
+        return false;
+    }
+    text.remove_prefix(1);
+    return true;
+}
+
+std::string_view takeLine(std::string_view& text) {
+    const std::size_t end = text.find('\n');
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    return line;
+}
+
+void readLine(NetworkConf& conf, std::string_view line) {
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+        return;
+    }
+    for (const Key& key : kKeys) {
+        if (key.name.starts_with(line.substr(0, equals))) {
+            conf.*key.setting = parseDotted(line.substr(equals + 1));
+            return;
+        }
+    }
+}
+
+}  // namespace
+
+bool isValidAddress(uint32_t address) {
+    return address != kNoAddress && address != kBroadcastAddress;
+}
+
+bool areValid(const NetworkSettings& settings) {
+    return isValidAddress(settings.ip) && isValidAddress(settings.netmask) &&
+           isValidAddress(settings.gateway);
+}
+
+uint32_t parseDotted(std::string_view text) {
+    uint32_t address = 0;
+    for (int octet = 1; octet <= kOctets; ++octet) {
+        const uint32_t group = takeGroup(text);
+        if (group > kLargestOctet || (octet < kOctets && !takeDot(text))) {
+            return kNoAddress;
+        }
+        address = address << 8 | group;
+    }
+    return address;
+}
+
+std::string dottedText(uint32_t address) {
+    return std::to_string(address >> 24) + '.' + std::to_string(address >> 16 & 0xFF) + '.' +
+           std::to_string(address >> 8 & 0xFF) + '.' + std::to_string(address & 0xFF);
+}
+
+NetworkConf decodeNetworkConf(std::string_view text) {
+    NetworkConf conf;
+    while (!text.empty()) {
+        readLine(conf, takeLine(text));
+    }
+    return conf;
+}
+
+std::string renderNetworkConf(const std::string& ip, const std::string& netmask,
+                              const std::string& gateway) {
+    return "USE_DHCP=0\nIPADDR=" + ip + "\nNETMASK=" + netmask + "\nGATEWAY=" + gateway + '\n';
+}
