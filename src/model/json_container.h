@@ -1,0 +1,64 @@
+#pragma once
+
+#include <string>
+
+#include "model/json_backed_data.h"
+
+// A named object that is kept in one JSON file, { "version": ..., "<name>": ... }. A load finds
+// what was saved last or the time before, whatever happens during a save, a power cut included: the
+// text is written to "<path>.new" and synced, the current file becomes "<path>.old", the new one
+// takes its place, and the old one goes only when the directory is synced too. Nothing is cached;
+// failures are log lines and results. Used by one thread at a time.
+class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
+  public:
+    // The file is "<name>.json" in the working directory, or in `directory`, which is made before a
+    // save when it does not exist. The caller keeps that text alive.
+    explicit AbstractJSONTopLevelContainer(const std::string& name);
+    AbstractJSONTopLevelContainer(const std::string& name, const char* directory);
+
+    // The key of the payload in the file, and the first word of every message.
+    virtual const char* getName() const = 0;
+
+    // Writes the container to `path`; with `keepOld` what was there stays as "<path>.old". A
+    // failure leaves a readable "<path>" or "<path>.old" of the time before.
+    virtual void save(const char* path, bool keepOld);
+
+    // The same to the container's own path, if it has one.
+    virtual void saveToOwnPath(bool keepOld);
+
+    // For derived classes with something of their own to bring up to date; nothing here.
+    virtual void update() {}
+
+    // Fills the container from its file, or from the ".old" one when the file cannot be opened. The
+    // result of fromJSON, or -1 when nothing was found to read. Aborts the process when a file
+    // that could be opened cannot be read: going on with half a state would be worse.
+    virtual int load();
+
+    const std::string& path() const { return path_; }
+    double version() const { return version_; }
+    void setVersion(double version) { version_ = version; }
+    // False: loading leaves the file alone.
+    void setLoadFromDisk(bool loadFromDisk) { loadFromDisk_ = loadFromDisk; }
+
+  protected:
+    // Without a file of its own: saveToOwnPath does nothing.
+    AbstractJSONTopLevelContainer() = default;
+
+    // 0 when the new file is in place and nothing is left over; otherwise the failure was logged.
+    int writeFile(const std::string& path, const cJSON* root, bool keepOld) const;
+
+    // The root of the file, or null when there is no file or no JSON in it.
+    UniqueJSON readJSONFile(const std::string& path) const;
+
+  private:
+    UniqueJSON document(const char* path) const;
+    int existence(const std::string& path) const;
+    int writeNew(const std::string& path, const cJSON* root, int existence) const;
+    int rotate(const std::string& path, bool existed, bool keepOld) const;
+    int moveFile(const std::string& from, const std::string& to, const char* role) const;
+
+    std::string path_;
+    double version_ = 0;
+    bool loadFromDisk_ = true;
+    const char* directory_ = nullptr;
+};
