@@ -1,0 +1,113 @@
+#include "frame/furnish.h"
+
+#include <array>
+
+#include "frame/devices.h"
+#include "frame/paths.h"
+#include "frame/programs.h"
+
+namespace frame {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double kNetworkRestart = 0.5;  // seconds
+
+// One file of a frame, with the text that the product gives it.
+struct FrameFile {
+    std::string_view path;
+    bool (*belongsTo)(const Product& product);
+    std::string (*text)(const Product& product);
+};
+
+bool toAll(const Product&) {
+    return true;
+}
+
+bool toTessara(const Product& product) {
+    return product.tessara;
+}
+
+std::string eeprom(const Product& product) {
+    return "PRODUCT=" + std::string(product.name) + "\nSERIAL=000123\n";
+}
+
+std::string detection(const Product& product) {
+    return "Frame Type: " + std::to_string(product.frameType) +
+           "\nFrame Size: 3\nSlot Count: 16\nPL Rev: 7\n";
+}
+
+std::string labels(const Product&) {
+    return R"({"0": {"port": "eth0-001122334455", "label": "Studio frame"}})"
+           "\n";
+}
+
+std::string buildProperties(const Product&) {
+    return "VERSION=\"4.2.1\"\nPROJECT_SVN=\"31415\"\n";
+}
+
+std::string networkSettings(const Product&) {
+    return "USE_DHCP=0\nIPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n";
+}
+
+std::string users(const Product&) {
+    return "root:x:0:0:root:/:/bin/sh\nnobody:x:65534:65534:nobody:/:/bin/false\n";
+}
+
+constexpr std::array<FrameFile, 9> kFiles{{
+    {paths::kProduct, toAll, [](const Product& p) { return std::string(p.name); }},
+    {paths::kEeprom, toAll, eeprom},
+    {paths::kDetection, toTessara, detection},
+    {paths::kDeviceLabels, toTessara, labels},
+    {paths::kBuild, toAll, buildProperties},
+    {paths::kNetwork, toAll, networkSettings},
+    {paths::kAddress, toAll, [](const Product&) { return std::string("00:11:22:33:44:55\n"); }},
+    {"/etc/passwd", toAll, users},
+    {"/etc/hosts", toAll, [](const Product&) { return std::string("127.0.0.1 localhost\n"); }},
+}};
+
+// What an earlier life of the tree may have left.
+constexpr std::array<std::string_view, 7> kTransient{
+    paths::kBondCopy, paths::kRegisters, paths::kDeviceName, paths::kCommands,
+    paths::kServices, paths::kPauses,    paths::kAside,
+};
+
+void placePrograms(const Tree& tree) {
+    for (const std::string& path : programPaths()) {
+        tree.makeDirectory(fs::path(path).parent_path().string());
+        fs::remove(tree.path(path));
+        fs::create_symlink(paths::kProgram, tree.path(path));
+    }
+}
+
+void placeDevices(const Tree& tree) {
+    const TreeLock lock(tree);
+    storeBond(
+        tree,
+        {{{"eth0", true, 0, "00:11:22:33:44:55"}, {"eth1", true, 0, "00:11:22:33:44:56"}}, "eth0"});
+    storePower(tree, Power{});
+}
+
+}  // namespace
+
+void furnish(const Tree& tree, const Product& product) {
+    for (const std::string_view path : kTransient) {
+        fs::remove_all(tree.path(path));
+    }
+    for (const FrameFile& file : kFiles) {
+        if (file.belongsTo(product)) {
+            tree.replace(file.path, file.text(product));
+        } else {
+            tree.remove(file.path);
+        }
+    }
+    for (const std::string_view directory : {"/var/log", "/vantor/etc", "/vantor/app", "/tmp"}) {
+        tree.makeDirectory(directory);
+    }
+    placeDevices(tree);
+    placePrograms(tree);
+    setPause(tree, "S40network", kNetworkRestart);
+}
+
+}  // namespace frame

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/tree.h"
+
+// The programs and scripts that the daemon on the card runs: init scripts, service tools,
+// ifenslave, devmem. One program stands behind all of them and is told by its name which one it is.
+// Each writes down what it was told in paths::kCommands, one line per call in the order of the
+// calls, and then changes the frame's devices or the noted state of a service.
+namespace frame {
+
+// The absolute paths of all of them.
+std::vector<std::string> programPaths();
+
+// Is this how one of them was called (argv[0], with or without directory)?
+bool isProgram(std::string_view name);
+
+// Is one of them, told these words (the first one its name); returns its exit status. Does not
+// return for sudo, which becomes what it was told to run. Throws std::system_error.
+int runProgram(const Tree& tree, const std::vector<std::string>& words);
+
+// How long each call of a program takes; BadRequest when there is no such program.
+void setPause(const Tree& tree, std::string_view program, double seconds);
+
+// Words as a shell reads them, quoted where a shell needs it: "pkill -f '/bin/sh x'".
+std::string commandLine(const std::vector<std::string>& words);
+
+}  // namespace frame
