@@ -1,0 +1,128 @@
+#include "bus/messages.h"
+
+#include <utility>
+
+#include "bus/tarn_internal_client.h"
+
+namespace {
+
+constexpr int kOk = 200;
+
+std::string newId() {
+    return TarnInternalClient::ofProcess().nextUniqueId();
+}
+
+const char* paramKey(int descriptorFlag) {
+    return descriptorFlag == 1 ? "paramDescriptor" : "param";
+}
+
+UniqueJSON singleMember(const char* key, UniqueJSON item) {
+    UniqueJSON object = jsonObject();
+    addMember(object.get(), key, std::move(item));
+    return object;
+}
+
+UniqueJSON textArray(const std::vector<std::string>& texts) {
+    UniqueJSON array = jsonArray();
+    for (const std::string& text : texts) {
+        addElement(array.get(), jsonString(text));
+    }
+    return array;
+}
+
+}  // namespace
+
+GETMessage::GETMessage(std::string objectName, UniqueJSON param)
+    : TarnInternalMessage(MessageType::GET, std::move(objectName), newId()) {
+    addData("param", std::move(param));
+}
+
+GETMessage::GETMessage(std::string objectName, const std::vector<std::string>& names,
+                       UniqueJSON arguments, int descriptorFlag)
+    : TarnInternalMessage(MessageType::GET, std::move(objectName), newId()) {
+    UniqueJSON query = singleMember("objectName", textArray(names));
+    addMember(query.get(), "arguments", std::move(arguments));
+    addData(paramKey(descriptorFlag), std::move(query));
+}
+
+SETMessage::SETMessage(std::string objectName, UniqueJSON param)
+    : SETMessage(std::move(objectName), std::move(param), 0, 0) {}
+
+SETMessage::SETMessage(std::string objectName, UniqueJSON param, int sequence, int count)
+    : TarnInternalMessage(MessageType::SET, std::move(objectName), newId()) {
+    if (sequence > 0 && count >= 1) {
+        UniqueJSON pair = jsonArray();
+        addElement(pair.get(), jsonNumber(sequence));
+        addElement(pair.get(), jsonNumber(count));
+        addData("seq", std::move(pair));
+    }
+    addData("param", std::move(param));
+}
+
+NOTMessage::NOTMessage(std::string objectName, DataKey key, UniqueJSON value)
+    : TarnInternalMessage(MessageType::NOT, std::move(objectName), newId()) {
+    addData(key.text, std::move(value));
+}
+
+NOTMessage::NOTMessage(std::string objectName, const std::string& name, UniqueJSON value)
+    : NOTMessage(std::move(objectName), DataKey{"param"},
+                 singleMember(name.c_str(), std::move(value))) {}
+
+RSPMessage::RSPMessage(std::string objectName, int32_t destination, std::string id,
+                       MessageType command, const std::optional<std::string>& objectText, int code,
+                       UniqueJSON param, const std::optional<std::string>& details)
+    : TarnInternalMessage(MessageType::RSP, std::move(objectName), std::move(id), destination) {
+    addCommand(command);
+    addStatus(code);
+    addText("objectName", objectText);
+    addText("details", details);
+    addData("param", std::move(param));
+}
+
+RSPMessage::RSPMessage(const TarnInternalMessage& request,
+                       const std::optional<std::string>& objectText, int code,
+                       const std::optional<std::string>& details)
+    : RSPMessage(request.objectName(), request.source(), request.uniqueId(), request.type(),
+                 objectText, code, nullptr, details) {}
+
+RSPMessage::RSPMessage(const TarnInternalMessage& request,
+                       const std::optional<std::string>& objectBase, UniqueJSON param)
+    : RSPMessage(request, objectBase, std::move(param), 0) {}
+
+RSPMessage::RSPMessage(const TarnInternalMessage& request,
+                       const std::optional<std::string>& objectBase, UniqueJSON param,
+                       int descriptorFlag)
+    : RSPMessage(request, kOk) {
+    addText("objectBase", objectBase);
+    addData(paramKey(descriptorFlag), std::move(param));
+}
+
+// Askers of these know what they asked for: the command is not repeated.
+RSPMessage::RSPMessage(const TarnInternalMessage& request, UniqueJSON param)
+    : TarnInternalMessage(MessageType::RSP, request.objectName(), request.uniqueId(),
+                          request.source()) {
+    addStatus(kOk);
+    addData("param", std::move(param));
+}
+
+RSPMessage::RSPMessage(const TarnInternalMessage& request, int code)
+    : TarnInternalMessage(MessageType::RSP, request.objectName(), request.uniqueId(),
+                          request.source()) {
+    addCommand(request.type());
+    addStatus(code);
+}
+
+void RSPMessage::addCommand(MessageType command) {
+    addData("requestCommand", jsonString(typeWord(command)));
+}
+
+void RSPMessage::addStatus(int code) {
+    addData("statusCode", jsonNumber(code));
+    addData("statusMsg", jsonString(statusText(code)));
+}
+
+void RSPMessage::addText(const char* key, const std::optional<std::string>& text) {
+    if (text) {
+        addData(key, jsonString(*text));
+    }
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace lumo {
+
+// A payload as a frame of the bus: its length in bytes, ":", the payload, ";". The example "ab"
+// gives "2:ab;".
+std::string encodeNetString(const std::string& payload);
+
+// The same bytes in three parts for a gathered write, the payload moved, not copied.
+std::vector<std::string> netStringParts(std::string payload);
+
+}  // namespace lumo

@@ -1,0 +1,152 @@
+#include "bus/scheduled_time.h"
+
+#include <array>
+#include <cstdio>
+#include <optional>
+
+#include "bus/whole_integer.h"
+#include "model/log.h"
+
+namespace {
+
+constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr int64_t kNanosecondsPerMillisecond = 1'000'000;
+
+enum class TimeForm { absolute, timeOfDay, relative };
+
+// What a text says, before it is placed on the clock.
+struct TimeFields {
+    TimeForm form;
+    tm parts;
+    const char* rest;  // behind the seconds
+};
+
+std::optional<TimeFields> parseAs(TimeForm form, const char* text) {
+    TimeFields fields = {form, {}, nullptr};
+    fields.rest = strptime(text, form == TimeForm::absolute ? "%FT%T" : "%T", &fields.parts);
+    // Every form begins with digits, so a parse that succeeds has consumed some.
+    return fields.rest ? std::optional(fields) : std::nullopt;
+}
+
+std::optional<TimeFields> parseFields(const char* text) {
+    if (*text != '+') {
+        const std::optional<TimeFields> date = parseAs(TimeForm::absolute, text);
+        return date ? date : parseAs(TimeForm::timeOfDay, text);
+    }
+    std::optional<TimeFields> delay = parseAs(TimeForm::relative, text + 1);
+    if (!delay) {
+        logMessage(LOG_WARNING, "Error parsing message time: %s\n", text);
+    }
+    return delay;
+}
+
+int32_t parseMilliseconds(const char* rest) {
+    int32_t milliseconds = 0;
+    if (*rest == '.' && !parseWholeInteger(rest + 1, milliseconds)) {
+        logMessage(LOG_INFO, "error decoding ms value.\n");
+    }
+    return milliseconds;
+}
+
+// Without a daylight flag every local time means one moment, also in the hours that a change of
+// the clocks skips or repeats. Nothing for a moment that the machine cannot count; mktime says so
+// with the last second before the epoch, which is long past anyway.
+std::optional<time_t> fromLocalTime(tm parts) {
+    parts.tm_isdst = 0;
+    const time_t seconds = mktime(&parts);
+    return seconds == -1 ? std::nullopt : std::optional(seconds);
+}
+
+// Today's date is the one in UTC although the time of day is local: senders count on it.
+std::optional<time_t> onDayOf(time_t now, const tm& timeOfDay) {
+    tm parts = {};
+    if (!gmtime_r(&now, &parts)) {
+        return std::nullopt;
+    }
+    parts.tm_hour = timeOfDay.tm_hour;
+    parts.tm_min = timeOfDay.tm_min;
+    parts.tm_sec = timeOfDay.tm_sec;
+    return fromLocalTime(parts);
+}
+
+std::optional<time_t> later(time_t seconds, int64_t delay) {
+    time_t sum = 0;
+    return __builtin_add_overflow(seconds, delay, &sum) ? std::nullopt : std::optional(sum);
+}
+
+std::optional<ScheduledTime> targetTime(const TimeFields& fields, const timespec& now) {
+    std::optional<time_t> seconds;
+    int32_t nanoseconds = 0;
+    switch (fields.form) {
+        case TimeForm::absolute:
+            seconds = fromLocalTime(fields.parts);
+            break;
+        case TimeForm::timeOfDay:
+            seconds = onDayOf(now.tv_sec, fields.parts);
+            break;
+        case TimeForm::relative:
+            seconds = later(now.tv_sec, fields.parts.tm_sec + 60 * fields.parts.tm_min +
+                                            3600 * fields.parts.tm_hour);
+            nanoseconds = static_cast<int32_t>(now.tv_nsec);
+            break;
+    }
+    return seconds ? std::optional(ScheduledTime{*seconds, nanoseconds}) : std::nullopt;
+}
+
+// Carries whole seconds, however many, in either direction.
+std::optional<ScheduledTime> addMilliseconds(const ScheduledTime& time, int32_t milliseconds) {
+    int64_t nanoseconds = time.nanoseconds + kNanosecondsPerMillisecond * milliseconds;
+    int64_t carry = nanoseconds / kNanosecondsPerSecond;
+    nanoseconds %= kNanosecondsPerSecond;
+    if (nanoseconds < 0) {
+        nanoseconds += kNanosecondsPerSecond;
+        --carry;
+    }
+    const std::optional<time_t> seconds = later(time.seconds, carry);
+    return seconds ? std::optional(ScheduledTime{*seconds, static_cast<int32_t>(nanoseconds)})
+                   : std::nullopt;
+}
+
+}  // namespace
+
+int compareTimes(const ScheduledTime& left, const ScheduledTime& right) {
+    if (left.seconds != right.seconds) {
+        return left.seconds < right.seconds ? -1 : 1;
+    }
+    if (left.nanoseconds != right.nanoseconds) {
+        return left.nanoseconds < right.nanoseconds ? -1 : 1;
+    }
+    return 0;
+}
+
+ScheduledTime decodeScheduledTime(const char* text, const timespec& now) {
+    const std::optional<TimeFields> fields = parseFields(text);
+    if (!fields) {
+        return {};
+    }
+    const int32_t milliseconds = parseMilliseconds(fields->rest);
+    const std::optional<ScheduledTime> start = targetTime(*fields, now);
+    const std::optional<ScheduledTime> target =
+        start ? addMilliseconds(*start, milliseconds) : std::nullopt;
+    const ScheduledTime present = {now.tv_sec, static_cast<int32_t>(now.tv_nsec)};
+    return target && compareTimes(*target, present) > 0 ? *target : ScheduledTime();
+}
+
+timespec currentTime() {
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now;
+}
+
+std::string scheduledTimeText(const ScheduledTime& time) {
+    tm parts = {};
+    if (!time.isScheduled() || !localtime_r(&time.seconds, &parts)) {
+        return {};
+    }
+    std::array<char, 64> date = {};
+    strftime(date.data(), date.size(), "%FT%T", &parts);
+    std::array<char, 80> text = {};
+    std::snprintf(text.data(), text.size(), "%s.%03ld", date.data(),
+                  static_cast<long>(time.nanoseconds / kNanosecondsPerMillisecond));
+    return text.data();
+}

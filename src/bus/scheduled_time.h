@@ -1,0 +1,33 @@
+#pragma once
+
+#include <time.h>
+
+#include <cstdint>
+#include <string>
+
+// When a message is due, as a point in real time. Both fields 0: the message is not scheduled.
+struct ScheduledTime {
+    time_t seconds = 0;  // since the epoch
+    int32_t nanoseconds = 0;
+
+    bool isScheduled() const { return seconds != 0 || nanoseconds != 0; }
+};
+
+// -1, 0 or 1 as `left` is earlier than, equal to or later than `right`: by seconds, then by
+// nanoseconds, both signed.
+int compareTimes(const ScheduledTime& left, const ScheduledTime& right);
+
+// Reads a due time as senders write it, each form with "." and milliseconds behind it or without:
+//   2026-11-15T11:30:00   that local time
+//   11:30:00              that time of day, today, never tomorrow
+//   +00:00:05             that long after `now`
+// Gives "not scheduled" for a text in no such form and for a time that is not later than `now`.
+// Faults in a relative time and in milliseconds are logged.
+ScheduledTime decodeScheduledTime(const char* text, const timespec& now);
+
+// The real time of the machine, the `now` of everyone but tests.
+timespec currentTime();
+
+// Local time with milliseconds, as in "2026-11-15T11:30:00.250". Empty when not scheduled, and for
+// a year that no calendar of this machine can hold.
+std::string scheduledTimeText(const ScheduledTime& time);

@@ -1,0 +1,77 @@
+#include "bus/tarn_internal_client.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+#include "model/files.h"
+#include "model/log.h"
+
+namespace {
+
+constexpr const char* kAddressFile = "/sys/class/net/eth0/address";
+
+std::string readAll(FILE* file) {
+    std::string text;
+    std::array<char, 128> chunk = {};
+    while (const size_t size = std::fread(chunk.data(), 1, chunk.size(), file)) {
+        text.append(chunk.data(), size);
+    }
+    return text;
+}
+
+// The letters and digits of the address up to the first NUL byte.
+std::string addressText(const std::string& addressFile, FILE* file) {
+    std::string text = readAll(file);
+    if (!text.empty() && text.back() != '\0') {
+        logMessage(LOG_DEBUG, "%s terminated with'%c'.\n", addressFile.c_str(), text.back());
+        text.back() = '\0';
+    }
+    text.resize(std::min(text.size(), text.find('\0')));
+    text.erase(std::remove(text.begin(), text.end(), ':'), text.end());
+    return text;
+}
+
+}  // namespace
+
+std::string readHostId(const std::string& addressFile, pid_t processId) try {
+    const UniqueFile file = openFile(addressFile, "r");
+    if (!file) {
+        logMessage(LOG_WARNING,
+                   "TarnInternalClient::primeHostID could not open saved file: %s. Empty mac "
+                   "address used.\n",
+                   addressFile.c_str());
+        return {};
+    }
+    return std::to_string(processId) + "." + addressText(addressFile, file.get());
+} catch (const std::bad_alloc&) {
+    std::fputs("TarnInternalClient::primeHostID Memory error", stderr);
+    std::abort();
+}
+
+TarnInternalClient::TarnInternalClient(std::string addressFile)
+    : addressFile_(std::move(addressFile)) {}
+
+TarnInternalClient& TarnInternalClient::ofProcess() {
+    static TarnInternalClient client(kAddressFile);
+    return client;
+}
+
+std::string TarnInternalClient::nextUniqueId() {
+    const std::lock_guard lock(mutex_);
+    if (!primed_) {
+        primeHostID();
+    }
+    return std::to_string(counter_++) + "@" + hostId_;
+}
+
+// A failure is final: the ids of one process never change their ending.
+void TarnInternalClient::primeHostID() {
+    primed_ = true;
+    hostId_ = readHostId(addressFile_, getpid());
+}

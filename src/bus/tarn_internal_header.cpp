@@ -1,0 +1,88 @@
+#include "bus/tarn_internal_header.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+#include "bus/whole_integer.h"
+#include "model/json.h"
+#include "model/log.h"
+#include "model/numbers.h"
+
+namespace {
+
+constexpr size_t kLineBufferSize = 256;
+constexpr size_t kLongestNumber = 15;
+// Stands for every scheduled time on the wire; receivers know it as "there was one".
+constexpr const char* kDatePlaceholder = "datehere";
+
+enum HeaderItem { kType, kObjectName, kSource, kDestination, kScheduledTime, kRequiredItems = 4 };
+
+// One end of a message, received as N or as "N@qualifier".
+void decodeEnd(const cJSON* item, int32_t& number, std::string& qualifier) {
+    if (cJSON_IsNumber(item)) {
+        number = saturatedInt32(item->valuedouble);
+        qualifier.clear();
+        return;
+    }
+    const char* const text = jsonText(item);
+    const char* const at = text ? std::strchr(text, '@') : nullptr;
+    if (!at || static_cast<size_t>(at - text) > kLongestNumber ||
+        !parseWholeInteger(std::string(text, at), number)) {
+        return;
+    }
+    qualifier = at + 1;
+}
+
+ScheduledTime decodeTime(const cJSON* item, const timespec& now) {
+    const char* const text = jsonText(item);
+    const ScheduledTime time = text ? decodeScheduledTime(text, now) : ScheduledTime();
+    if (time.isScheduled()) {
+        logMessage(LOG_INFO, "Message Scheduled at %s\n", scheduledTimeText(time).c_str());
+    }
+    return time;
+}
+
+}  // namespace
+
+void TarnInternalHeader::splitObjectName() {
+    objectPath.clear();
+    size_t begin = 0;
+    for (size_t dot = 0; (dot = objectName.find('.', begin)) != std::string::npos;
+         begin = dot + 1) {
+        objectPath.push_back(objectName.substr(begin, dot - begin));
+    }
+    objectPath.push_back(objectName.substr(begin));
+}
+
+std::string TarnInternalHeader::encode() const {
+    std::array<char, kLineBufferSize> line = {};
+    if (scheduled.isScheduled()) {
+        std::snprintf(line.data(), line.size(), "[\"%s\", \"%s\", %d, %d, \"%s\"]\n",
+                      typeWord(type), objectName.c_str(), source, destination, kDatePlaceholder);
+    } else {
+        std::snprintf(line.data(), line.size(), "[\"%s\", \"%s\", %d, %d, 0]\n", typeWord(type),
+                      objectName.c_str(), source, destination);
+    }
+    return line.data();
+}
+
+std::optional<TarnInternalHeader> decodeHeader(const char* line, const timespec& now) {
+    const UniqueJSON items = parseJSON(line, std::strlen(line));
+    if (!cJSON_IsArray(items.get()) || cJSON_GetArraySize(items.get()) < kRequiredItems) {
+        return std::nullopt;
+    }
+    const char* const word = jsonText(cJSON_GetArrayItem(items.get(), kType));
+    const char* const objectName = jsonText(cJSON_GetArrayItem(items.get(), kObjectName));
+    TarnInternalHeader header;
+    header.type = word ? typeFromWord(word) : MessageType::none;
+    if (header.type == MessageType::none || !objectName) {
+        return std::nullopt;
+    }
+    header.objectName = objectName;
+    decodeEnd(cJSON_GetArrayItem(items.get(), kSource), header.source, header.sourceQualifier);
+    decodeEnd(cJSON_GetArrayItem(items.get(), kDestination), header.destination,
+              header.destinationQualifier);
+    header.scheduled = decodeTime(cJSON_GetArrayItem(items.get(), kScheduledTime), now);
+    return header;
+}

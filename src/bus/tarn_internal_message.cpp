@@ -1,0 +1,186 @@
+#include "bus/tarn_internal_message.h"
+
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+
+#include "model/log.h"
+#include "model/numbers.h"
+
+namespace {
+
+std::unique_ptr<std::vector<char>> terminated(std::unique_ptr<std::vector<char>> payload) {
+    if (!payload) {
+        payload = std::make_unique<std::vector<char>>();
+    }
+    if (payload->empty() || payload->back() != '\0') {
+        std::fputs("** TarnInternalMessage Error: Input vector must be null terminated **\n",
+                   stderr);
+        payload->push_back('\0');
+    }
+    return payload;
+}
+
+int32_t integerOf(const cJSON* item) {
+    return cJSON_IsNumber(item) ? saturatedInt32(item->valuedouble) : 0;
+}
+
+const cJSON* requiredMember(const cJSON* data, const char* key) {
+    const cJSON* const item = jsonMember(data, key);
+    if (!item) {
+        throw std::runtime_error(std::string(key) + " not found");
+    }
+    return item;
+}
+
+std::string requiredText(const cJSON* data, const char* key) {
+    const char* const text = jsonText(requiredMember(data, key));
+    if (!text) {
+        throw std::runtime_error(std::string(key) + " is not string type");
+    }
+    return text;
+}
+
+}  // namespace
+
+TarnInternalMessage::TarnInternalMessage(std::unique_ptr<std::vector<char>> payload)
+    : rawBuffer_(terminated(std::move(payload))) {
+    if (!decode(rawBuffer_->data())) {
+        throw std::runtime_error("Error Parsing TarninternalMessage");
+    }
+}
+
+TarnInternalMessage::TarnInternalMessage(MallocText payload) : text_(std::move(payload)) {
+    if (text_) {
+        decode(text_.get());
+    }
+}
+
+TarnInternalMessage::TarnInternalMessage(MessageType type, std::string objectName,
+                                         std::string uniqueId, int32_t destination)
+    : data_(jsonObject()), uniqueId_(std::move(uniqueId)) {
+    header_.type = type;
+    header_.destination = destination;
+    header_.objectName = std::move(objectName);
+    addData("id", jsonString(uniqueId_));
+}
+
+TarnInternalMessage::TarnInternalMessage(TarnInternalMessage&& other)
+    : dataText_(std::exchange(other.dataText_, nullptr)),
+      text_(std::move(other.text_)),
+      rawBuffer_(std::move(other.rawBuffer_)),
+      data_(std::move(other.data_)),
+      header_(other.header_),
+      uniqueId_(std::exchange(other.uniqueId_, {})),
+      filePath_(std::exchange(other.filePath_, {})) {}
+
+TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other) {
+    header_ = other.header_;
+    dataText_ = std::exchange(other.dataText_, nullptr);
+    text_ = std::move(other.text_);
+    rawBuffer_ = std::move(other.rawBuffer_);
+    data_ = std::move(other.data_);
+    uniqueId_ = std::exchange(other.uniqueId_, {});
+    filePath_ = std::exchange(other.filePath_, {});
+    return *this;
+}
+
+// The rest of the payload is not parsed here: most receivers only look at the header.
+bool TarnInternalMessage::decode(char* payload) {
+    char* const lineEnd = std::strchr(payload, '\n');
+    if (!lineEnd) {
+        logMessage(LOG_INFO, "TarnInternalMessage Header not found:%s\n", payload);
+        return false;
+    }
+    *lineEnd = '\0';
+    const std::optional<TarnInternalHeader> header = decodeHeader(payload, currentTime());
+    if (!header) {
+        logMessage(LOG_INFO, "TarnInternalMessage header decode error:%s\n", payload);
+        return false;
+    }
+    header_ = *header;
+    dataText_ = lineEnd + 1;
+    return true;
+}
+
+std::string TarnInternalMessage::encode() const {
+    std::string payload = header_.encode();
+    if (data_) {
+        payload += renderJSON(data_.get(), false);
+    } else if (dataText_) {
+        payload += dataText_;
+    }
+    return payload;
+}
+
+const cJSON* TarnInternalMessage::data() const {
+    static const UniqueJSON kNoData = jsonNull();
+    if (!data_ && dataText_) {
+        data_ = parseDataText();
+    }
+    return data_ ? data_.get() : kNoData.get();
+}
+
+UniqueJSON TarnInternalMessage::parseData() const {
+    if (dataText_) {
+        return parseDataText();
+    }
+    return data_ ? copyJSON(data_.get()) : jsonNull();
+}
+
+UniqueJSON TarnInternalMessage::parseDataText() const {
+    UniqueJSON data = parseJSON(dataText_, std::strlen(dataText_));
+    if (!data) {
+        logMessage(LOG_INFO, "TarnInternalMessage data decode error:%s\n", dataText_);
+        data = jsonNull();
+    }
+    return data;
+}
+
+const std::string& TarnInternalMessage::uniqueId() const {
+    if (!uniqueId_.empty()) {
+        return uniqueId_;
+    }
+    const char* const id = jsonText(jsonMember(data(), "id"));
+    if (id) {
+        uniqueId_ = id;
+    } else {
+        logMessage(LOG_DEBUG, "UniqueID not found.\n");
+    }
+    return uniqueId_;
+}
+
+int TarnInternalMessage::statusCode() const {
+    const int32_t code = integerOf(jsonMember(data(), "statusCode"));
+    return isKnownStatus(code) ? code : 0;
+}
+
+std::pair<int32_t, int32_t> TarnInternalMessage::sequence() const {
+    const cJSON* const pair = jsonMember(data(), "seq");
+    if (!cJSON_IsArray(pair) || cJSON_GetArraySize(pair) != 2) {
+        return {0, 0};
+    }
+    return {integerOf(cJSON_GetArrayItem(pair, 0)), integerOf(cJSON_GetArrayItem(pair, 1))};
+}
+
+ResponseStatus TarnInternalMessage::responseStatus() const {
+    const cJSON* const fields = data();
+    if (!cJSON_IsObject(fields)) {
+        throw std::runtime_error("no data object");
+    }
+    ResponseStatus status;
+    status.id = requiredText(fields, "id");
+    status.requestCommand = requiredText(fields, "requestCommand");
+    const cJSON* const code = requiredMember(fields, "statusCode");
+    if (!cJSON_IsNumber(code)) {
+        throw std::runtime_error("statusCode not found");
+    }
+    status.statusCode = integerOf(code);
+    const char* const text = jsonText(requiredMember(fields, "statusMsg"));
+    status.statusMsg = text ? text : "";
+    return status;
+}
+
+void TarnInternalMessage::addData(const char* key, UniqueJSON item) {
+    addMember(data_.get(), key, std::move(item));
+}

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bus/tarn_internal_header.h"
+#include "model/json.h"
+
+struct MallocDeleter {
+    void operator()(char* text) const { std::free(text); }
+};
+// A NUL-terminated text from malloc.
+using MallocText = std::unique_ptr<char, MallocDeleter>;
+
+// How a response says that its request went.
+struct ResponseStatus {
+    std::string id;  // of the request
+    std::string requestCommand;
+    int statusCode = 0;
+    std::string statusMsg;
+};
+
+// One exchange on the bus: a header line and a JSON data object. Made by a constructor of its kind
+// (messages.h), decoded from received bytes, or loaded from a file. Data that was received is kept
+// as text and parsed when somebody asks for it. Used by one thread at a time; the readers are const
+// but fill caches.
+class TarnInternalMessage {
+  public:
+    // Without type, object and data.
+    TarnInternalMessage() = default;
+    virtual ~TarnInternalMessage() = default;
+
+    // The payload text: the header line and the data without any white space.
+    virtual std::string encode() const;
+
+    // Decodes a received payload, which ends in NUL; one that does not is said on standard error
+    // and gets one. Throws std::runtime_error when the payload has no valid header line.
+    explicit TarnInternalMessage(std::unique_ptr<std::vector<char>> payload);
+    // Decodes a payload without throwing: one that has no valid header line leaves type() none.
+    explicit TarnInternalMessage(MallocText payload);
+
+    // The header is copied; the source loses everything else.
+    TarnInternalMessage(TarnInternalMessage&& other);
+    TarnInternalMessage& operator=(TarnInternalMessage&& other);
+    TarnInternalMessage(const TarnInternalMessage&) = delete;
+    TarnInternalMessage& operator=(const TarnInternalMessage&) = delete;
+
+    const TarnInternalHeader& header() const { return header_; }
+    TarnInternalHeader& header() { return header_; }
+    MessageType type() const { return header_.type; }
+    const std::string& objectName() const { return header_.objectName; }
+    int32_t source() const { return header_.source; }
+
+    // The data, borrowed and kept until the message goes. A JSON null when there is none or its
+    // text does not parse; never a null pointer while there is memory.
+    const cJSON* data() const;
+    // The same as a tree of the caller's own, parsed anew from the received text.
+    UniqueJSON parseData() const;
+
+    // The text of data "id", empty when it has none.
+    const std::string& uniqueId() const;
+    // Data "statusCode" when it is one of the defined codes, otherwise 0.
+    int statusCode() const;
+    // Data "seq" as (number of this part, number of parts); zeros when it is no such pair.
+    std::pair<int32_t, int32_t> sequence() const;
+    // Throws std::runtime_error that names what is missing or of the wrong type.
+    ResponseStatus responseStatus() const;
+
+    // Keeps the payload in a file of the directory, named after the scheduled time. A failure is
+    // logged.
+    void save(const std::string& directory);
+    // Becomes the message in the file. False, after a log line, when there is none to be had; this
+    // message then stays what it was.
+    bool load(const std::string& path);
+    // Deletes the file of the last save or load. False when there was none or it stays.
+    bool remove();
+    // The file of the last save or load, empty before.
+    const std::string& filePath() const { return filePath_; }
+
+  protected:
+    // A new message with the data {"id": uniqueId}.
+    TarnInternalMessage(MessageType type, std::string objectName, std::string uniqueId,
+                        int32_t destination = 0);
+    // Appends to the data; a null item is left out.
+    void addData(const char* key, UniqueJSON item);
+
+  private:
+    bool decode(char* payload);
+    UniqueJSON parseDataText() const;
+
+    const char* dataText_ = nullptr;  // inside the payload
+    MallocText text_;                 // the payload, one of these two
+    std::unique_ptr<std::vector<char>> rawBuffer_;
+    mutable UniqueJSON data_;
+    TarnInternalHeader header_;
+    mutable std::string uniqueId_;
+    std::string filePath_;
+};
