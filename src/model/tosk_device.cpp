@@ -1,0 +1,110 @@
+#include "model/tosk_device.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "model/numbers.h"
+
+namespace {
+
+constexpr const char* kDeviceType = "device";
+constexpr const char* kParamPrefix = "d_";
+
+}  // namespace
+
+int ToskDevice::fromJSON(const cJSON* item) {
+    if (item && readHead(item)) {
+        readParams(jsonMember(item, "params"));
+        readMenuGroups(jsonMember(item, "menu_groups"));
+    }
+    // Also after a complete read: whoever reads a list of devices keeps those that give -1.
+    return -1;
+}
+
+bool ToskDevice::readHead(const cJSON* item) {
+    const char* type = jsonText(jsonMember(item, "type"));
+    const cJSON* slot = jsonMember(item, "slot");
+    if ((type && std::string_view(type) != kDeviceType) || !slot) {
+        return false;
+    }
+    slot_ = saturatedInt32(slot->valuedouble);
+    return true;
+}
+
+void ToskDevice::readParams(const cJSON* params) {
+    const cJSON* member = nullptr;
+    cJSON_ArrayForEach(member, params) {
+        auto param = std::make_unique<ToskParam>();
+        if (param->fromJSON(member) == 0) {
+            addParam(std::move(param));
+        }
+    }
+}
+
+void ToskDevice::readMenuGroups(const cJSON* groups) {
+    const cJSON* member = nullptr;
+    cJSON_ArrayForEach(member, groups) {
+        auto group = std::make_unique<ToskMenuGroup>();
+        if (group->fromJSON(member) == 0) {
+            listChild(group.get());
+            readGroups_.push_back(std::move(group));
+        }
+    }
+}
+
+UniqueJSON ToskDevice::toJSON() const {
+    UniqueJSON json = jsonObject();
+    addMember(json.get(), "type", jsonString(kDeviceType));
+    addMember(json.get(), "slot", jsonNumber(slot_));
+    if (!isEmpty()) {
+        addMember(json.get(), "menu_groups", menuGroupsToJSON());
+    }
+    if (!params_.empty()) {
+        addMember(json.get(), "params", publishedParamsToJSON());
+    }
+    return json;
+}
+
+UniqueJSON ToskDevice::menuGroupsToJSON() const {
+    UniqueJSON json = jsonObject();
+    for (const ToskObject* group : children()) {
+        addMember(json.get(), group->name().c_str(), group->toJSON());
+    }
+    return json;
+}
+
+UniqueJSON ToskDevice::publishedParamsToJSON() const {
+    UniqueJSON json = jsonObject();
+    for (const auto& [key, param] : params_) {
+        if (param->published()) {
+            const std::string member = kParamPrefix + param->oid().toString();
+            addMember(json.get(), member.c_str(), param->toJSON());
+        }
+    }
+    return json;
+}
+
+UniqueJSON ToskDevice::valuesToJSON() const {
+    UniqueJSON json = jsonObject();
+    for (const auto& [key, param] : params_) {
+        addMember(json.get(), param->oid().toString().c_str(), param->valueToJSON());
+    }
+    return json;
+}
+
+ToskParam* ToskDevice::findParam(const std::string& key) const {
+    const auto found = params_.find(key);
+    return found == params_.end() ? nullptr : found->second.get();
+}
+
+ToskParam* ToskDevice::findParamByName(const std::string& name) const {
+    const auto found = std::find_if(params_.begin(), params_.end(), [&name](const auto& entry) {
+        return entry.second->name() == name;
+    });
+    return found == params_.end() ? nullptr : found->second.get();
+}
+
+ToskParam* ToskDevice::addParam(std::unique_ptr<ToskParam> param) {
+    const std::string key = param->oid().toString();
+    return (params_[key] = std::move(param)).get();
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "model/tosk_menu.h"
+#include "model/tosk_object.h"
+#include "model/tosk_param.h"
+
+// A set of parameters and the menu groups (its children) that arrange them. Owns its parameters
+// and the groups that it read itself; groups that others added are theirs. The set is built on the
+// main thread before the poll thread starts and stays the same from then on.
+class ToskDevice : public ToskObject {
+  public:
+    // In ascending byte order of the keys.
+    using Params = std::map<std::string, std::unique_ptr<ToskParam>>;
+
+    ToskDevice() : ToskObject(kKindDevice) {}
+    ToskDevice(const ToskDevice&) = delete;
+    ToskDevice& operator=(const ToskDevice&) = delete;
+
+    // Reads slot, parameters and menu groups and gives -1 in every case, so that the result does
+    // not tell a good read from a bad one. A foreign "type" or no "slot" ends the read before the
+    // first parameter. A parameter replaces one of the same identifier; unreadable ones are
+    // dropped. Groups are listed without being told of their parent.
+    int fromJSON(const cJSON* item) override;
+
+    // The device's descriptor: slot, menu groups and published parameters, owned by the caller.
+    UniqueJSON toJSON() const override;
+
+    // A new object of all values, published or not, each under its parameter's full identifier.
+    UniqueJSON valuesToJSON() const;
+
+    // The parameter that was stored under this text, whatever it is called since; null for none.
+    ToskParam* findParam(const std::string& key) const;
+
+    // The first parameter, in key order, of exactly this display name; null for none.
+    ToskParam* findParamByName(const std::string& name) const;
+
+    // Stores `param`, which must not be null, under its full identifier text, and destroys one
+    // stored before under the same text. Returns the stored parameter.
+    ToskParam* addParam(std::unique_ptr<ToskParam> param);
+
+    const Params& params() const { return params_; }
+    int32_t slot() const { return slot_; }
+    void setSlot(int32_t slot) { slot_ = slot; }
+
+  private:
+    bool readHead(const cJSON* item);
+    void readParams(const cJSON* params);
+    void readMenuGroups(const cJSON* groups);
+    UniqueJSON menuGroupsToJSON() const;
+    UniqueJSON publishedParamsToJSON() const;
+
+    Params params_;
+    int32_t slot_ = 0;
+    std::vector<std::unique_ptr<ToskMenuGroup>> readGroups_;
+};

@@ -1,0 +1,6 @@
+#include "model/tosk_object.h"
+
+void ToskObject::addChild(ToskObject* child) {
+    child->parent_ = this;
+    listChild(child);
+}

@@ -1,0 +1,183 @@
+#include "model/tosk_param.h"
+
+#include <syslog.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "model/log.h"
+#include "model/numbers.h"
+
+namespace {
+
+void readText(const cJSON* object, const char* key, std::string& text) {
+    if (const char* found = jsonText(jsonMember(object, key))) {
+        text = found;
+    }
+}
+
+void addLength(cJSON* object, const char* key, int32_t length) {
+    if (length >= 0) {
+        addMember(object, key, jsonNumber(length));
+    }
+}
+
+}  // namespace
+
+int ToskParam::fromJSON(const cJSON* item) {
+    if (!item || !readOid(item) || !readType(item)) {
+        return -1;
+    }
+    readDisplay(item);
+    readValue(item);
+    readLengths(item);
+    readConstraint(item);
+    return 0;
+}
+
+bool ToskParam::readOid(const cJSON* item) {
+    if (const char* text = jsonText(jsonMember(item, "oid"))) {
+        setOid(ToskOID(text, 1));
+        return true;
+    }
+    return !oid().leaf().empty();
+}
+
+bool ToskParam::readType(const cJSON* item) {
+    const char* name = jsonText(jsonMember(item, "type"));
+    if (!name) {
+        return false;
+    }
+    type_ = valueTypeCode(name).value_or(type_);
+    return true;
+}
+
+void ToskParam::readDisplay(const cJSON* item) {
+    readText(item, "name", name_);
+    if (const cJSON* readonly = jsonMember(item, "readonly")) {
+        readonly_ = cJSON_IsTrue(readonly) || saturatedInt32(readonly->valuedouble) != 0;
+    }
+    readText(item, "widget", widget_);
+    if (const cJSON* precision = jsonMember(item, "precision")) {
+        setPrecision(saturatedInt32(precision->valuedouble));
+    }
+}
+
+void ToskParam::readValue(const cJSON* item) {
+    const cJSON* json = jsonMember(item, "value");
+    if (!json) {
+        return;
+    }
+    const std::unique_ptr<ToskValue> scratch = createValue(type_);
+    if (scratch && scratch->fromJSON(json) == 0) {
+        setValueFrom(scratch.get());
+    }
+}
+
+void ToskParam::readLengths(const cJSON* item) {
+    if (const cJSON* length = jsonMember(item, "maxlength")) {
+        maxlength_ = saturatedInt32(length->valuedouble);
+    }
+    if (const cJSON* length = jsonMember(item, "totallength")) {
+        totallength_ = saturatedInt32(length->valuedouble);
+    }
+}
+
+void ToskParam::readConstraint(const cJSON* item) {
+    const cJSON* json = jsonMember(item, "constraint");
+    if (!json) {
+        return;
+    }
+    constraint_ = createConstraint(json);
+    if (constraint_ && constraint_->fromJSON(json) != 0) {
+        constraint_.reset();
+    }
+}
+
+UniqueJSON ToskParam::toJSON() const {
+    UniqueJSON json = jsonObject();
+    addMember(json.get(), "oid", oid().toJSON());
+    addMember(json.get(), "name", jsonString(name_));
+    addMember(json.get(), "type", jsonString(valueTypeName(type_)));
+    addMember(json.get(), "readonly", jsonBool(readonly_));
+    if (!widget_.empty()) {
+        addMember(json.get(), "widget", jsonString(widget_));
+    }
+    addLength(json.get(), "precision", precision_);
+    if (constraint_) {
+        addMember(json.get(), "constraint", constraint_->toJSON());
+    }
+    addLength(json.get(), "maxlength", maxlength_);
+    addLength(json.get(), "totallength", totallength_);
+    if (value_) {
+        addMember(json.get(), "value", valueToJSON());
+    }
+    return json;
+}
+
+int ToskParam::setValueFromJSON(const cJSON* item) {
+    logMessage(LOG_DEBUG, "ToskParam::setValueFromJSON");
+    if (!item) {
+        return -1;
+    }
+    if (!value_) {
+        logMessage(LOG_DEBUG, "ToskParam::setValueFromJSON - value == NULL");
+    }
+    ToskValue* value = valueOnDemand();
+    if (!value) {
+        std::printf("ToskParam::setValueFromJSON invalid value: %s\n",
+                    renderJSON(item, true).c_str());
+        return -1;
+    }
+    if (const int failure = value->fromJSON(item)) {
+        return failure;
+    }
+    logMessage(LOG_DEBUG, "ToskParam::setValueFromJSON - fire value changed");
+    notify();
+    return 0;
+}
+
+void ToskParam::setValueFromJSONIfChanged(const cJSON* item) {
+    ToskValue* value = valueOnDemand();
+    if (value && value->setFromJSONChanged(item)) {
+        notify();
+    }
+}
+
+bool ToskParam::setValueFrom(const ToskValue* other) {
+    if (!other) {
+        return false;
+    }
+    ToskValue* value = valueOnDemand();
+    const bool report = value && value->updateFrom(*this, other);
+    if (report) {
+        notify();
+    }
+    return report;
+}
+
+UniqueJSON ToskParam::valueToJSON() const {
+    UniqueJSON json = value_ ? value_->toJSON() : nullptr;
+    return json ? std::move(json) : jsonNull();
+}
+
+std::string ToskParam::valueToString() const {
+    return value_ ? value_->toString() : std::string();
+}
+
+void ToskParam::setPrecision(int32_t precision) {
+    precision_ = std::min(precision, kMaxPrecision);
+}
+
+ToskValue* ToskParam::valueOnDemand() {
+    if (!value_) {
+        value_ = createValue(type_);
+    }
+    return value_.get();
+}
+
+void ToskParam::notify() {
+    if (listener_) {
+        listener_->valueChanged(this);
+    }
+}

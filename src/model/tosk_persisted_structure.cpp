@@ -1,0 +1,33 @@
+#include "model/tosk_persisted_structure.h"
+
+const char* ToskPersistedStructure::getName() const {
+    return "toskDeviceStructure";
+}
+
+int ToskPersistedStructure::fromJSON(const cJSON* item) {
+    const cJSON* devices = jsonMember(item, "devices");
+    if (!devices) {
+        return -1;
+    }
+    const cJSON* element = nullptr;
+    cJSON_ArrayForEach(element, devices) {
+        auto device = std::make_unique<ToskDevice>();
+        // A device read never gives 0: every element becomes a device, so that a damaged file
+        // still starts with what it has.
+        if (device->fromJSON(element) != 0) {
+            addDevice(device.get());
+            readDevices_.push_back(std::move(device));
+        }
+    }
+    return 0;
+}
+
+UniqueJSON ToskPersistedStructure::toJSON() const {
+    UniqueJSON json = jsonObject();
+    UniqueJSON devices = jsonArray();
+    for (const ToskDevice* device : devices_) {
+        addElement(devices.get(), device->toJSON());
+    }
+    addMember(json.get(), "devices", std::move(devices));
+    return json;
+}

@@ -1,0 +1,167 @@
+#include "model/tosk_value.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "model/numbers.h"
+#include "model/tosk_param.h"
+#include "model/tosk_struct_value.h"
+
+namespace {
+
+// `other` as the same kind as `held`, null when it is absent or of another kind.
+template <typename Kind>
+const Kind* sameKind(const Kind& held, const ToskValue* other) {
+    return other && held.isCompatible(*other) ? dynamic_cast<const Kind*>(other) : nullptr;
+}
+
+// The number as a count of the smallest steps that `precision` decimals show.
+int64_t displaySteps(double number, int32_t precision) {
+    const double scale = static_cast<double>(static_cast<uint64_t>(std::pow(10.0, precision)));
+    return saturatedInt64(std::round(number * scale));
+}
+
+bool looksTheSame(double held, double next, int32_t precision) {
+    return precision >= 0 && displaySteps(held, precision) == displaySteps(next, precision);
+}
+
+}  // namespace
+
+int ToskValue::fromJSON(const cJSON*) {
+    return 0;
+}
+
+UniqueJSON ToskValue::toJSON() const {
+    return nullptr;
+}
+
+bool ToskValue::isCompatible(const ToskValue& other) const {
+    return other.type_ == type_;
+}
+
+bool ToskValue::setFromJSONChanged(const cJSON* item) {
+    if (!item) {
+        return false;
+    }
+    changed_.set(false);
+    return fromJSON(item) == 0 && changed_.get();
+}
+
+std::string ToskIntegerValue::toString() const {
+    return std::to_string(value());
+}
+
+int ToskIntegerValue::fromJSON(const cJSON* item) {
+    if (!item) {
+        return -1;
+    }
+    // The item's integer member stops at 31 bits, where addresses go on.
+    set(saturatedInt64(item->valuedouble));
+    return 0;
+}
+
+UniqueJSON ToskIntegerValue::toJSON() const {
+    return jsonNumber(static_cast<double>(value()));
+}
+
+bool ToskIntegerValue::isCompatible(const ToskValue& other) const {
+    return other.type() == kTypeInt16 || other.type() == kTypeInt32;
+}
+
+bool ToskIntegerValue::updateFrom(const ToskParam&, const ToskValue* other) {
+    const auto* source = sameKind(*this, other);
+    if (!source || source->value() == value()) {
+        return false;
+    }
+    value_.set(source->value());
+    return true;
+}
+
+void ToskIntegerValue::set(int64_t value) {
+    if (value != value_.get()) {
+        value_.set(value);
+        markChanged();
+    }
+}
+
+std::string ToskFloatValue::toString() const {
+    // The largest double has 309 digits before the point. Not std::to_string: its digits follow
+    // the language version, these do not.
+    std::array<char, 336> text{};
+    std::snprintf(text.data(), text.size(), "%f", value());
+    return text.data();
+}
+
+int ToskFloatValue::fromJSON(const cJSON* item) {
+    if (!item) {
+        return -1;
+    }
+    set(item->valuedouble);
+    return 0;
+}
+
+UniqueJSON ToskFloatValue::toJSON() const {
+    return jsonNumber(value());
+}
+
+bool ToskFloatValue::updateFrom(const ToskParam& owner, const ToskValue* other) {
+    const auto* source = sameKind(*this, other);
+    const double held = value();
+    const double next = source ? source->value() : held;
+    if (!source || next == held) {
+        return false;
+    }
+    value_.set(next);
+    return !looksTheSame(held, next, owner.precision());
+}
+
+void ToskFloatValue::set(double value) {
+    if (value != value_.get()) {
+        value_.set(value);
+        markChanged();
+    }
+}
+
+int ToskStringValue::fromJSON(const cJSON* item) {
+    const char* text = jsonText(item);
+    if (!text) {
+        return -1;
+    }
+    if (text_ != text) {
+        text_ = text;
+        markChanged();
+    }
+    return 0;
+}
+
+UniqueJSON ToskStringValue::toJSON() const {
+    return jsonString(text_);
+}
+
+bool ToskStringValue::updateFrom(const ToskParam&, const ToskValue* other) {
+    const auto* source = sameKind(*this, other);
+    if (!source || source->text_ == text_) {
+        return false;
+    }
+    text_ = source->text_;
+    return true;
+}
+
+std::unique_ptr<ToskValue> createValue(int32_t typeCode) {
+    switch (typeCode) {
+        case kTypeInt16:
+        case kTypeInt32:
+            return std::make_unique<ToskIntegerValue>();
+        case kTypeFloat:
+            return std::make_unique<ToskFloatValue>();
+        case kTypeString:
+            return std::make_unique<ToskStringValue>();
+        case kTypeStruct:
+            return std::make_unique<ToskStructValue>();
+        default:
+            std::printf("InvalidToskParamType: %d\n", typeCode);
+            return nullptr;
+    }
+}

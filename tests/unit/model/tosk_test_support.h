@@ -1,0 +1,73 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "model/json.h"
+#include "model/tosk_param.h"
+
+// What the tests of the parameter model have in common: JSON from literals, and a listener
+// and standard output that remember what they were told.
+
+inline UniqueJSON parsed(std::string_view text) {
+    UniqueJSON item = parseJSON(text.data(), text.size());
+    EXPECT_NE(nullptr, item) << "not JSON: " << text;
+    return item;
+}
+
+inline std::string rendered(const UniqueJSON& item) {
+    return renderJSON(item.get(), false);
+}
+
+// `levels` opening texts, the inner text, as many closing texts.
+inline std::string nested(size_t levels, std::string_view open, std::string_view inner,
+                          std::string_view close) {
+    std::string text;
+    for (size_t i = 0; i < levels; ++i) {
+        text += open;
+    }
+    text += inner;
+    for (size_t i = 0; i < levels; ++i) {
+        text += close;
+    }
+    return text;
+}
+
+struct RecordingListener final : ToskValueChangeListener {
+    void valueChanged(ToskParam* param) override { heard.push_back(param); }
+    std::vector<ToskParam*> heard;
+};
+
+// What `action` prints on standard output.
+template <typename Action>
+std::string printedBy(Action action) {
+    testing::internal::CaptureStdout();
+    action();
+    return testing::internal::GetCapturedStdout();
+}
+
+inline ToskParam makeParam(const std::string& oid, int32_t type) {
+    ToskParam param;
+    param.setOid(ToskOID(oid, 1));
+    param.setType(type);
+    return param;
+}
+
+// A struct member: its identifier is the leaf alone.
+inline ToskParam makeMember(const std::string& leaf, int32_t type,
+                            std::shared_ptr<ToskValue> value = nullptr) {
+    ToskParam param;
+    param.setOid(ToskOID::fromParts("", leaf));
+    param.setType(type);
+    param.setValue(std::move(value));
+    return param;
+}
+
+inline int64_t integerOf(const ToskParam& param) {
+    const auto* value = dynamic_cast<const ToskIntegerValue*>(param.value().get());
+    EXPECT_NE(nullptr, value) << param.oid().toString() << " holds no integer";
+    return value ? value->value() : 0;
+}
