@@ -1,0 +1,2 @@
+// The one translation unit that holds asio's own code; every other one only declares it.
+#include <asio/impl/src.hpp>

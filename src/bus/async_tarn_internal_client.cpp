@@ -1,0 +1,202 @@
+#include "bus/async_tarn_internal_client.h"
+
+#include <syslog.h>
+
+#include <algorithm>
+#include <exception>
+#include <optional>
+#include <utility>
+
+#include "bus/messages.h"
+#include "bus/netstring.h"
+#include "model/json.h"
+#include "model/log.h"
+
+namespace lumo {
+
+namespace {
+
+constexpr const char* kConnectionObject = "system.connection";
+constexpr const char* kSystemObject = "system";
+constexpr const char* kModuleReady = "moduleReady";
+constexpr int kLoginVersion = 1;
+constexpr int kOk = 200;
+constexpr int kBadRequest = 400;
+
+UniqueJSON objectWith(const char* key, UniqueJSON item) {
+    UniqueJSON object = jsonObject();
+    addMember(object.get(), key, std::move(item));
+    return object;
+}
+
+UniqueJSON identity(const std::string& name, std::int32_t connID) {
+    UniqueJSON object = objectWith("name", jsonString(name));
+    addMember(object.get(), "connID", jsonNumber(connID));
+    return object;
+}
+
+UniqueJSON subscription(const std::string& path, bool receiveAll) {
+    UniqueJSON entry = objectWith("path", jsonString(path));
+    if (receiveAll) {
+        addMember(entry.get(), "receiveAll", jsonBool(true));
+    }
+    return entry;
+}
+
+bool hasText(const cJSON* array, const std::string& text) {
+    if (!cJSON_IsArray(array)) {
+        return false;
+    }
+    const cJSON* item = nullptr;
+    cJSON_ArrayForEach(item, array) {
+        const char* const found = jsonText(item);
+        if (found != nullptr && text == found) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Nothing for a payload that is no message, which the decoder has logged.
+std::optional<TarnInternalMessage> decode(std::unique_ptr<std::vector<char>> payload) {
+    std::optional<TarnInternalMessage> message;
+    try {
+        message.emplace(std::move(payload));
+    } catch (const std::exception&) {
+        message.reset();
+    }
+    return message;
+}
+
+}  // namespace
+
+AsyncTarnInternalClient::AsyncTarnInternalClient(asio::io_service& io, std::string host,
+                                                 std::int32_t port, std::string name,
+                                                 std::int32_t connID)
+    : name_(std::move(name)), connID_(connID), transport_(io, std::move(host), port) {
+    transport_.setName(name_);
+}
+
+void AsyncTarnInternalClient::connectToTarnInternal() {
+    transport_.setOnConnect([this](std::error_code error) {
+        if (!error) {
+            handleConnect();
+        }
+        return error;
+    });
+    transport_.setHeartbeat(heartbeatPeriod_, [this] { send(SETMessage("", nullptr)); });
+    transport_.setOnData([this](const char* data, std::size_t size,
+                                const TCPClientImplAsio::IpDetails&) { parser_.feed(data, size); });
+    parser_.setOnMessage(
+        [this](std::unique_ptr<std::vector<char>> payload) { handlePayload(std::move(payload)); });
+    transport_.start();
+}
+
+void AsyncTarnInternalClient::disconnect() {
+    setConnectionState(ConnectionState::disconnected, "disconnect");
+    transport_.stop();
+}
+
+void AsyncTarnInternalClient::handleConnect() {
+    parser_.reset();
+    UniqueJSON login = identity(name_, connID_);
+    addMember(login.get(), "version", jsonNumber(kLoginVersion));
+    send(SETMessage(kConnectionObject, objectWith("login", std::move(login))));
+    sendSubscriptions(subscriptions_);
+    setConnectionState(ConnectionState::connected, "connect OK");
+}
+
+void AsyncTarnInternalClient::setConnectionState(ConnectionState state, const std::string& reason) {
+    connectionState_ = state;
+    if (onConnectionState_) {
+        onConnectionState_(state, reason);
+    }
+}
+
+void AsyncTarnInternalClient::subscribe(const std::string& path) {
+    if (std::find(subscriptions_.begin(), subscriptions_.end(), path) != subscriptions_.end()) {
+        return;
+    }
+    subscriptions_.push_back(path);
+    sendSubscriptions({path});
+}
+
+void AsyncTarnInternalClient::unsubscribe(const std::string& path) {
+    std::erase(subscriptions_, path);
+}
+
+void AsyncTarnInternalClient::sendSubscriptions(const std::vector<std::string>& paths) {
+    UniqueJSON list = jsonArray();
+    for (const std::string& path : paths) {
+        addElement(list.get(), subscription(path, receiveAll_));
+    }
+    send(SETMessage(kConnectionObject, objectWith("subscribeList", std::move(list))));
+}
+
+void AsyncTarnInternalClient::setModuleReady() {
+    logMessage(LOG_DEBUG, "AsyncTarnInternalClient::setModuleReady");
+    if (!std::exchange(moduleReady_, true)) {
+        send(NOTMessage(kSystemObject, kModuleReady, readiness()));
+    }
+}
+
+UniqueJSON AsyncTarnInternalClient::readiness() const {
+    UniqueJSON state = identity(name_, connID_);
+    addMember(state.get(), "ready", jsonBool(moduleReady_));
+    return state;
+}
+
+void AsyncTarnInternalClient::send(TarnInternalMessage&& message) {
+    message.header().source = connID_;
+    sendUnstamped(message);
+}
+
+void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) {
+    std::vector<std::string> parts = netStringParts(message.encode());
+    transport_.send(parts);
+}
+
+void AsyncTarnInternalClient::handlePayload(std::unique_ptr<std::vector<char>> payload) {
+    std::optional<TarnInternalMessage> message = decode(std::move(payload));
+    if (!message) {
+        return;
+    }
+    if (message->objectName() == kSystemObject) {
+        handleSystemMessage(*message);
+    }
+    if (onMessage_) {
+        onMessage_(std::move(*message));
+    }
+}
+
+void AsyncTarnInternalClient::handleSystemMessage(const TarnInternalMessage& message) {
+    if (message.type() == MessageType::GET) {
+        handleModuleReadyQuery(message);
+    } else if (message.type() == MessageType::SET || message.type() == MessageType::RSP) {
+        handleSystemKelMasterStateRspMsg(message);
+    }
+}
+
+void AsyncTarnInternalClient::handleModuleReadyQuery(const TarnInternalMessage& request) {
+    const cJSON* const names = jsonMember(jsonMember(request.data(), "param"), "objectName");
+    if (hasText(names, kModuleReady)) {
+        send(RSPMessage(request, objectWith(kModuleReady, readiness())));
+    }
+}
+
+void AsyncTarnInternalClient::handleSystemKelMasterStateRspMsg(const TarnInternalMessage& message) {
+    logMessage(LOG_DEBUG, "AsyncTarnInternalClient::handleSystemKelMasterStateRspMsg: %s",
+               message.header().encode().c_str());
+    const cJSON* const param = jsonMember(message.data(), "param");
+    const char* const state = jsonText(jsonMember(param, "kelMasterState"));
+    if (state == nullptr) {
+        return;
+    }
+    standby_ = std::string("standby") == state;
+    if (onMasterState_) {
+        const std::error_code refused = onMasterState_(standby_);
+        send(RSPMessage(message, refused ? kBadRequest : kOk));
+    }
+}
+
+}  // namespace lumo

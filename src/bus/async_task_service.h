@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+#include <asio/io_service.hpp>
+
+#include "bus/alarm.h"
+
+namespace lumo {
+
+// An I/O service with a thread of its own, and the task that this thread repeats.
+//
+// Made, started, stopped and destroyed by its owner's thread; the task runs on the service's. An
+// exception that leaves the task ends the process.
+class AsyncTaskService {
+  public:
+    AsyncTaskService() = default;
+    // Stops.
+    ~AsyncTaskService() { stop(); }
+    AsyncTaskService(const AsyncTaskService&) = delete;
+    AsyncTaskService& operator=(const AsyncTaskService&) = delete;
+
+    asio::io_service& io() { return io_; }
+
+    // Runs `task` at each multiple of `period` from now, the first time one period from now. A run
+    // that takes longer does not shift the series: those that it delayed follow it at once.
+    // Call it once, before start().
+    void setPeriodicTask(std::chrono::milliseconds period, std::function<void()> task);
+    // Launches the thread; it ends by itself when there is nothing to wait for.
+    void start();
+    // Lets a task that is running come to its end, then joins the thread. Harmless when there is
+    // none. After it the task runs no more.
+    void stop();
+
+  private:
+    void waitForNext();
+
+    asio::io_service io_;
+    std::thread thread_;
+    ClockTimer timer_{io_};
+    std::chrono::milliseconds period_{0};
+    UnsteppedClock::time_point deadline_;
+    std::function<void()> task_;
+};
+
+}  // namespace lumo

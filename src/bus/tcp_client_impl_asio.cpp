@@ -1,0 +1,217 @@
+#include "bus/tcp_client_impl_asio.h"
+
+#include <csignal>
+#include <cstdio>
+#include <thread>
+
+#include <asio/error.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/post.hpp>
+
+#include "bus/monotonic_time.h"
+
+namespace lumo {
+
+namespace {
+
+using std::chrono::nanoseconds;
+
+bool isPort(std::int32_t port) {
+    return port > 0 && port < 65536;
+}
+
+}  // namespace
+
+TCPClientImplAsio::TCPClientImplAsio(asio::io_service& io, std::string host, std::int32_t port)
+    : io_(io),
+      signals_(io, SIGINT, SIGTERM, SIGQUIT),
+      endpoints_{IpDetails{std::move(host), port}},
+      sender_(io, [this] { close("write error"); }),
+      idle_(io, [this] { checkIdle(); }),
+      reconnect_(io, [this] { connect(); }) {}
+
+TCPClientImplAsio::~TCPClientImplAsio() = default;
+
+void TCPClientImplAsio::setHeartbeat(std::chrono::milliseconds period, std::function<void()> beat) {
+    heartbeat_.emplace(io_, period, [this, beat = std::move(beat)] {
+        beat();
+        doHeartbeat();
+    });
+    if (sender_.hasSocket()) {
+        doHeartbeat();
+    }
+}
+
+void TCPClientImplAsio::doHeartbeat() {
+    if (heartbeat_) {
+        heartbeat_->alarm.arm(heartbeat_->period);
+    }
+}
+
+void TCPClientImplAsio::start() {
+    signals_.async_wait([weak = std::weak_ptr(self_)](const std::error_code& error, int) {
+        const auto self = weak.lock();
+        if (self && !error) {
+            self->halt();
+        }
+    });
+    connect();
+}
+
+void TCPClientImplAsio::stop() {
+    if (stopping_.exchange(true)) {
+        return;
+    }
+    asio::post(io_, [weak = std::weak_ptr(self_)] {
+        if (const auto self = weak.lock()) {
+            self->halt();
+        }
+    });
+}
+
+void TCPClientImplAsio::halt() {
+    stopped_ = true;
+    sender_.detach();
+    idle_.cancel();
+    reconnect_.cancel();
+    heartbeat_.reset();
+    signals_.cancel();
+}
+
+void TCPClientImplAsio::connect() {
+    if (stopped_) {
+        return;
+    }
+    if (!isPort(endpoint().port)) {
+        scheduleReconnect();
+        return;
+    }
+    sender_.reset();
+    TcpLink::Endpoints addresses = resolve();
+    const auto link = std::make_shared<TcpLink>(io_);
+    sender_.attach(link);
+    if (onConnecting_) {
+        onConnecting_(endpoint());
+    }
+    link->dial(std::move(addresses),
+               [this, link](const std::error_code& error) { connectDone(link, error); });
+}
+
+TcpLink::Endpoints TCPClientImplAsio::resolve() const {
+    char port[sizeof "65535"];
+    std::snprintf(port, sizeof port, "%d", endpoint().port);
+    TcpLink::Endpoints addresses;
+    for (const auto& entry : asio::ip::tcp::resolver(io_).resolve(endpoint().host, port)) {
+        addresses.push_back(entry.endpoint());
+    }
+    return addresses;
+}
+
+void TCPClientImplAsio::connectDone(const Link& link, const std::error_code& error) {
+    if (stopped_) {
+        return;
+    }
+    error ? sender_.detach() : sender_.beginGreeting();
+    greet(error);
+    if (error) {
+        scheduleReconnect();
+    } else if (link->live()) {
+        beginSession(link);
+    }
+}
+
+void TCPClientImplAsio::greet(const std::error_code& error) {
+    const std::error_code verdict = onConnect_ ? onConnect_(error) : std::error_code();
+    if (verdict) {
+        std::fprintf(stderr, "%s - connectHandler Error: %s to %s:%d\n", name_.c_str(),
+                     verdict.message().c_str(), endpoint().host.c_str(), endpoint().port);
+    }
+}
+
+void TCPClientImplAsio::beginSession(const Link& link) {
+    sender_.endGreeting();
+    sender_.withSocket(
+        [this](TcpLink::Socket& socket) { socket.set_option(asio::ip::tcp::no_delay(noDelay_)); });
+    idle_.cancel();
+    doHeartbeat();
+    startReading(link);
+}
+
+void TCPClientImplAsio::scheduleReconnect() {
+    // A pending one is left alone, or errors that keep coming would push it away for ever.
+    if (!stopped_ && !reconnect_.armed()) {
+        reconnect_.arm(reconnectDelay_);
+    }
+}
+
+void TCPClientImplAsio::startReading(const Link& link) {
+    if (stopped_) {
+        return;
+    }
+    lastReceive_ = monotonicNanoseconds();
+    // Under way, the idle timer notices the new read start by itself when it expires: no chunk
+    // costs a timer call.
+    if (!idle_.armed()) {
+        startIdleTimer();
+    }
+    sender_.withSocket([this, &link](TcpLink::Socket& socket) {
+        socket.async_read_some(asio::buffer(received_),
+                               [this, link](const std::error_code& error, std::size_t count) {
+                                   readDone(link, error, count);
+                               });
+    });
+}
+
+void TCPClientImplAsio::readDone(const Link& link, const std::error_code& error,
+                                 std::size_t count) {
+    if (!link->live() || error == asio::error::operation_aborted) {
+        return;
+    }
+    if (error) {
+        close("read error");
+        return;
+    }
+    if (onData_) {
+        const Batch batch(sender_);
+        onData_(received_.data(), count, endpoint());
+    }
+    if (link->live()) {
+        startReading(link);
+    }
+}
+
+void TCPClientImplAsio::checkIdle() {
+    if (stopped_) {
+        return;
+    }
+    const nanoseconds elapsed(monotonicNanoseconds() - lastReceive_);
+    if (elapsed >= 2 * idlePeriod_) {
+        std::fprintf(stderr, "%s - TCP Client: socket no response. Closing.\n", name_.c_str());
+        close("no resp timeout");
+        return;
+    }
+    if (elapsed >= idlePeriod_ && onIdle_) {
+        onIdle_();
+    }
+    const nanoseconds next = elapsed < idlePeriod_ ? idlePeriod_ : 2 * idlePeriod_;
+    if (sender_.isOpen()) {
+        idle_.arm(next - elapsed);
+    }
+}
+
+void TCPClientImplAsio::close(const std::string& reason) {
+    if (stopped_) {
+        return;
+    }
+    if (onClose_) {
+        onClose_(reason);
+    }
+    sender_.detach();
+    idle_.cancel();
+    if (heartbeat_) {
+        heartbeat_->alarm.cancel();
+    }
+    scheduleReconnect();
+}
+
+}  // namespace lumo

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <system_error>
+#include <thread>
+
+#include "bus/tcp_link.h"
+#include "bus/write_queue.h"
+
+namespace lumo {
+
+// The sending half of the transport: the socket, what waits to be written to it, and the write
+// mutex around both.
+//
+// send(), flush() and batches belong to any thread; everything else to the loop's thread. The
+// mutex covers making, replacing and closing the socket and each start of a read or write, so that
+// a write may start on any thread. At most one write is in flight. Its first system call is made by
+// the thread that starts it: an announcement has left before the command that follows it.
+class TcpSender {
+  public:
+    using WriteFailed = std::function<void()>;
+
+    // While it lives, what its own thread sends is only queued; its end writes that together, for
+    // with Nagle's algorithm on a second small write would wait for the peer to acknowledge the
+    // first. Batches of one thread nest: the outermost writes.
+    class [[nodiscard]] Batch {
+      public:
+        explicit Batch(TcpSender& sender);
+        ~Batch();
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+
+      private:
+        friend class TcpSender;
+        TcpSender& sender_;
+        Batch* outer_;
+    };
+
+    // `failed` is called from the loop when a write to the current socket failed.
+    TcpSender(asio::io_service& io, WriteFailed failed);
+    // Retires the socket.
+    ~TcpSender() { detach(); }
+    TcpSender(const TcpSender&) = delete;
+    TcpSender& operator=(const TcpSender&) = delete;
+
+    // Queues the strings, to be written back to back, and moves from them. On an error (generic
+    // category) they stay the caller's: 107 without a socket, 105 when more than 1000 strings wait
+    // behind a write in flight or for the connection.
+    std::error_code send(std::span<std::string> parts);
+    // Starts writing what is queued, also inside a batch.
+    void flush();
+
+    // Retires the socket and drops everything queued for it.
+    void reset();
+    // The socket of a new attempt. What is sent from now on waits for endGreeting().
+    void attach(std::shared_ptr<TcpLink> link);
+    // The connection is made: what this thread sends now goes out first.
+    void beginGreeting();
+    // Opens the connection for everything that waits.
+    void endGreeting();
+    // Retires the socket: from now on there is none.
+    void detach();
+
+    bool hasSocket() const;
+    bool isOpen() const;
+
+    // Calls `use` with the open socket, or not at all, under the write mutex.
+    template <typename Use>
+    void withSocket(Use use) {
+        const std::lock_guard lock(mutex_);
+        if (phase_ == Phase::open) {
+            use(link_->socket());
+        }
+    }
+
+  private:
+    // What there is to send to.
+    enum class Phase {
+        none,        // No socket: never connected, failed, closed or stopped. A send is refused.
+        connecting,  // The peer has not accepted yet. What is sent is kept aside.
+        greeting,    // Accepted: what the greeting thread sends goes ahead of what was kept aside.
+        open,        // What is sent is written.
+    };
+
+    bool batching() const;
+    std::error_code queue(std::span<std::string> parts);
+    void startWriting();
+    void writeDone(const std::error_code& error);
+
+    asio::io_service& io_;
+    const WriteFailed failed_;
+
+    mutable std::mutex mutex_;
+    // Guarded by the mutex.
+    std::shared_ptr<TcpLink> link_;
+    Phase phase_ = Phase::none;
+    std::thread::id greeter_;
+    WriteQueue queue_;
+};
+
+}  // namespace lumo
