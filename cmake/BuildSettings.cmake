@@ -9,7 +9,8 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(PALLWATCH_SANITIZE "" CACHE STRING "Sanitizers for every target: empty, 'address,undefined' or 'thread'")
 set_property(CACHE PALLWATCH_SANITIZE PROPERTY STRINGS "" "address,undefined" "thread")
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
+# Without -Wpedantic: it rejects %m, with which our log texts end as syslog(3) defines it.
+add_compile_options(-Wall -Wextra -Wvla -Wshadow -Wconversion -Wsign-conversion
                     -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Werror)
 
 if(PALLWATCH_SANITIZE)
