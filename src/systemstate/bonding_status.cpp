@@ -1,0 +1,39 @@
+#include "systemstate/bonding_status.h"
+
+namespace {
+
+BondSlave decodeSlave(const Block& block) {
+    return {.interface = blockText(block, "Slave Interface"),
+            .miiStatus = blockText(block, "MII Status"),
+            .speed = blockText(block, "Speed"),
+            .duplex = blockText(block, "Duplex"),
+            .linkFailureCount = blockText(block, "Link Failure Count"),
+            .permanentAddress = blockText(block, "Permanent HW addr"),
+            .queueId = blockText(block, "Slave queue ID")};
+}
+
+}  // namespace
+
+std::optional<BondingStatus> decodeBonding(const std::vector<Block>& blocks,
+                                           std::size_t headerBlock) {
+    BondingStatus bond;
+    if (blocks.size() < headerBlock + 1 + bond.slaves.size()) {
+        return std::nullopt;
+    }
+    const Block& header = blocks[headerBlock];
+    bond.activeSlave = blockText(header, "Currently Active Slave");
+    bond.miiStatus = blockText(header, "MII Status");
+    bond.upDelay = blockInteger(header, "Up Delay (ms)", bond.unread);
+    bond.downDelay = blockInteger(header, "Down Delay (ms)", bond.unread);
+    for (std::size_t i = 0; i < bond.slaves.size(); ++i) {
+        bond.slaves[i] = decodeSlave(blocks[headerBlock + 1 + i]);
+    }
+    return bond;
+}
+
+PortStatus portStatusOf(std::string_view miiStatus) {
+    if (miiStatus.starts_with("down")) {
+        return PortStatus::linkDown;
+    }
+    return miiStatus.starts_with("up") ? PortStatus::linkUp : PortStatus::other;
+}
