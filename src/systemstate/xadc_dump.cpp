@@ -1,0 +1,86 @@
+#include "systemstate/xadc_dump.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <limits>
+
+namespace {
+
+constexpr std::size_t kTemperatureOffset = 3;
+constexpr std::size_t kSupplyOffset = 11;
+constexpr std::size_t kDedicatedInputOffset = 27;
+constexpr std::size_t kFirstChannelOffset = 131;
+constexpr std::size_t kRegisterPitch = 8;
+constexpr long kLargestRegister = 0xFFFF;
+constexpr int kResultShift = 4;
+
+constexpr float kSupplyNumerator = 1366.0F;
+constexpr std::int64_t kPreviousWeight = 3;
+
+// The 12-bit result of the register whose text stands at `offset`. A line feed before the digits
+// would make strtol read the next register, so only blanks may lead.
+std::optional<std::int32_t> decodeRegister(const std::string& dump, std::size_t offset) {
+    const std::size_t start = dump.find_first_not_of(" \t", offset);
+    if (start == std::string::npos || std::isxdigit(static_cast<unsigned char>(dump[start])) == 0) {
+        return std::nullopt;
+    }
+    char* end = nullptr;
+    const long value = std::strtol(dump.c_str() + start, &end, 16);
+    if (value > kLargestRegister || std::isalnum(static_cast<unsigned char>(*end)) != 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::int32_t>(value >> kResultShift);
+}
+
+std::size_t channelOffset(std::size_t channel, BatterySource source) {
+    if (channel == kBatteryChannel && source == BatterySource::dedicatedInput) {
+        return kDedicatedInputOffset;
+    }
+    return kFirstChannelOffset + kRegisterPitch * channel;
+}
+
+std::int32_t smoothed(std::int64_t previous, std::int64_t reading) {
+    return static_cast<std::int32_t>((kPreviousWeight * previous + reading) /
+                                     (kPreviousWeight + 1));
+}
+
+}  // namespace
+
+std::optional<XadcReadings> decodeXadcDump(const std::string& dump, BatterySource source) {
+    if (dump.size() < kXadcDumpSize) {
+        return std::nullopt;
+    }
+    XadcReadings readings;
+    bool complete = true;
+    const auto read = [&](std::size_t offset) {
+        const std::optional<std::int32_t> value = decodeRegister(dump, offset);
+        complete = complete && value.has_value();
+        return value.value_or(0);
+    };
+    readings.temperature = read(kTemperatureOffset);
+    readings.supply = read(kSupplyOffset);
+    for (std::size_t channel = 0; channel < kXadcChannels; ++channel) {
+        readings.channels[channel] = read(channelOffset(channel, source));
+    }
+    return complete ? std::optional(readings) : std::nullopt;
+}
+
+AdcSamples filterReadings(const AdcSamples& previous, const XadcReadings& readings,
+                          Filtering filtering) {
+    AdcSamples next;
+    for (std::size_t channel = 0; channel < kXadcChannels; ++channel) {
+        const std::int32_t reading = readings.channels[channel];
+        const bool asItIs = filtering == Filtering::first || channel == kBatteryChannel;
+        next.channels[channel] = asItIs ? reading : smoothed(previous.channels[channel], reading);
+    }
+    next.temperature = dieTemperature(readings.temperature);
+    next.supplyScale = readings.supply == 0
+                           ? std::numeric_limits<float>::infinity()
+                           : kSupplyNumerator / static_cast<float>(readings.supply);
+    return next;
+}
+
+std::int32_t dieTemperature(std::int32_t reading) {
+    const std::int64_t thousandths = std::int64_t{reading} * 503975 / 4096 - 272650;
+    return static_cast<std::int32_t>(thousandths / 1000);
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+// The register dump of the Zynq's on-chip XADC and the arithmetic on its readings. The dump holds
+// one register in 8 bytes, its value in hexadecimal digits; each register is 16 bits wide with the
+// converter's 12-bit result in the upper bits (Xilinx UG480). Pure functions, usable from any
+// thread.
+
+inline constexpr std::size_t kXadcDumpSize = 264;
+inline constexpr std::size_t kXadcChannels = 16;
+inline constexpr std::size_t kBatteryChannel = 13;
+
+// Raw 12-bit results, 0 to 4095.
+struct XadcReadings {
+    std::array<std::int32_t, kXadcChannels> channels{};
+    std::int32_t temperature = 0;
+    std::int32_t supply = 0;
+};
+
+// The samples that are carried from poll to poll.
+struct AdcSamples {
+    std::array<std::int32_t, kXadcChannels> channels{};  // smoothed 12-bit results
+    std::int32_t temperature = 0;                        // die temperature, whole degrees Celsius
+    float supplyScale = 0.0F;                            // infinite when the supply reads 0
+};
+
+// Where the battery is measured depends on the card: on its own channel or on the dedicated
+// VP/VN input.
+enum class BatterySource { channel, dedicatedInput };
+
+// What filtering does to a sample: `first` takes the readings as they are, `smoothed` gives the
+// previous sample three quarters of the weight. The battery is sampled too rarely to be smoothed.
+enum class Filtering { first, smoothed };
+
+// Reads every register that is used. Nothing when the dump is short or garbled, that is when any of
+// them does not hold, after blanks at most, a hexadecimal number of 16 bits standing by itself.
+std::optional<XadcReadings> decodeXadcDump(const std::string& dump, BatterySource source);
+
+// The next samples after `previous`.
+AdcSamples filterReadings(const AdcSamples& previous, const XadcReadings& readings,
+                          Filtering filtering);
+
+// The die temperature in whole degrees Celsius, truncated toward zero twice (thousandths, degrees).
+std::int32_t dieTemperature(std::int32_t reading);
