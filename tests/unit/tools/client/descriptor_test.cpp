@@ -1,0 +1,81 @@
+#include "client/descriptor.h"
+
+#include <gtest/gtest.h>
+
+namespace pallctl {
+namespace {
+
+UniqueJSON json(const std::string& text) {
+    return parseJSON(text.data(), text.size());
+}
+
+TEST(Descriptor, ReadsEveryAttributeOfAParameter) {
+    const auto item =
+        json(R"({"oid":"system.sshEnabled","name":"SSH Server","type":"INT32","readonly":true,)"
+             R"("widget":"W","precision":2,"constraint":{"type":"INT_CHOICE","choices":)"
+             R"([{"value":0,"name":"Disabled"},{"value":1,"name":"Enabled"}]},"value":1})");
+    const auto parameter = decodeParameter(item.get());
+    ASSERT_TRUE(parameter);
+    const Descriptor& descriptor = parameter->descriptor;
+    EXPECT_EQ(descriptor.name, "system.sshEnabled");
+    EXPECT_EQ(descriptor.label, "SSH Server");
+    EXPECT_EQ(descriptor.type, "INT32");
+    EXPECT_TRUE(descriptor.readOnly);
+    EXPECT_EQ(descriptor.widget, "W");
+    EXPECT_EQ(descriptor.precision, 2);
+    ASSERT_EQ(descriptor.choices.size(), 2u);
+    EXPECT_EQ(descriptor.choices[1].value, 1);
+    EXPECT_EQ(descriptor.choices[1].name, "Enabled");
+    EXPECT_EQ(renderJSON(parameter->value.get(), false), "1");
+}
+
+TEST(Descriptor, TakesAbsentAttributesAsNotSaid) {
+    const auto item = json(R"({"oid":"system.x"})");
+    const auto parameter = decodeParameter(item.get());
+    ASSERT_TRUE(parameter);
+    EXPECT_EQ(parameter->descriptor.type, "");
+    EXPECT_FALSE(parameter->descriptor.readOnly);
+    EXPECT_EQ(parameter->descriptor.precision, -1);
+    EXPECT_TRUE(parameter->descriptor.choices.empty());
+    EXPECT_EQ(parameter->value, nullptr);
+}
+
+TEST(Descriptor, WithoutIdentifierIsNone) {
+    for (const char* text : {R"({"name":"x"})", R"({"oid":7})", "[]", "3", "null"}) {
+        EXPECT_FALSE(decodeParameter(json(text).get())) << text;
+    }
+    EXPECT_FALSE(decodeParameter(nullptr));
+}
+
+TEST(Descriptor, SkipsChoicesThatLackNameOrNumber) {
+    const auto item = json(R"({"oid":"a.b","constraint":{"type":"INT_CHOICE","choices":)"
+                           R"([{"name":"A"},{"value":3},{"value":"x","name":"B"},7,)"
+                           R"({"value":2,"name":"C"}]}})");
+    const auto parameter = decodeParameter(item.get());
+    ASSERT_EQ(parameter->descriptor.choices.size(), 1u);
+    EXPECT_EQ(parameter->descriptor.choices[0].name, "C");
+}
+
+TEST(Descriptor, ReadsAllParametersOfADescriptorObjectInItsOrder) {
+    const auto object = json(R"({"d_s.b":{"oid":"s.b","value":1},"d_s.x":17,)"
+                             R"("d_s.a":{"oid":"s.a","value":2}})");
+    const auto parameters = decodeParameters(object.get());
+    ASSERT_EQ(parameters.size(), 2u);
+    EXPECT_EQ(parameters[0].descriptor.name, "s.b");
+    EXPECT_EQ(parameters[1].descriptor.name, "s.a");
+    EXPECT_TRUE(decodeParameters(nullptr).empty());
+}
+
+TEST(Descriptor, ReadsTheMembersOfAStructureUnderTheirBareNames) {
+    const auto object = json(R"({"_d_name":{"name":"Name","type":"STRING","value":"COM1"},)"
+                             R"("d_no":{"value":1},"_d_":{"value":2}})");
+    const auto members = decodeMembers(object.get());
+    ASSERT_EQ(members.size(), 2u);
+    EXPECT_EQ(members[0].descriptor.name, "name");
+    EXPECT_EQ(members[0].descriptor.label, "Name");
+    EXPECT_STREQ(jsonText(members[0].value.get()), "COM1");
+    EXPECT_EQ(members[1].descriptor.name, "");
+}
+
+}  // namespace
+}  // namespace pallctl

@@ -1,0 +1,76 @@
+#include "client/descriptor.h"
+
+#include <string_view>
+
+#include "model/json_fields.h"
+#include "model/numbers.h"
+
+namespace pallctl {
+
+namespace {
+
+constexpr std::string_view kMemberMark = "_d_";
+
+std::vector<Choice> decodeChoices(const cJSON* constraint) {
+    std::vector<Choice> choices;
+    const cJSON* item = nullptr;
+    cJSON_ArrayForEach(item, jsonMember(constraint, "choices")) {
+        const cJSON* value = jsonMember(item, "value");
+        const char* name = jsonText(jsonMember(item, "name"));
+        if (name && cJSON_IsNumber(value)) {
+            choices.push_back({saturatedInt64(value->valuedouble), name});
+        }
+    }
+    return choices;
+}
+
+Parameter decodeUnnamed(const cJSON* item) {
+    Parameter parameter;
+    Descriptor& descriptor = parameter.descriptor;
+    readField(item, "name", descriptor.label);
+    readField(item, "type", descriptor.type);
+    readLenientBool(item, "readonly", descriptor.readOnly);
+    readField(item, "widget", descriptor.widget);
+    readField(item, "precision", descriptor.precision);
+    descriptor.choices = decodeChoices(jsonMember(item, "constraint"));
+    parameter.value = copyJSON(jsonMember(item, "value"));
+    return parameter;
+}
+
+}  // namespace
+
+std::optional<Parameter> decodeParameter(const cJSON* item) {
+    const char* name = jsonText(jsonMember(item, "oid"));
+    if (!name) {
+        return std::nullopt;
+    }
+    Parameter parameter = decodeUnnamed(item);
+    parameter.descriptor.name = name;
+    return parameter;
+}
+
+std::vector<Parameter> decodeMembers(const cJSON* structure) {
+    std::vector<Parameter> members;
+    const cJSON* item = nullptr;
+    cJSON_ArrayForEach(item, structure) {
+        std::string_view key = item->string ? item->string : "";
+        if (key.substr(0, kMemberMark.size()) == kMemberMark) {
+            members.push_back(decodeUnnamed(item));
+            members.back().descriptor.name = key.substr(kMemberMark.size());
+        }
+    }
+    return members;
+}
+
+std::vector<Parameter> decodeParameters(const cJSON* object) {
+    std::vector<Parameter> parameters;
+    const cJSON* item = nullptr;
+    cJSON_ArrayForEach(item, object) {
+        if (auto parameter = decodeParameter(item)) {
+            parameters.push_back(std::move(*parameter));
+        }
+    }
+    return parameters;
+}
+
+}  // namespace pallctl

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "model/json.h"
+
+// What a device says about one of its parameters, as far as a person needs it to read and to write
+// the value. Plain data, any thread.
+
+namespace pallctl {
+
+// A number that has a name.
+struct Choice {
+    int64_t value = 0;
+    std::string name;
+};
+
+struct Descriptor {
+    std::string name;   // full identifier, "system.ipAddress"
+    std::string label;  // for people, "IP Address"
+    std::string type;   // type word, "INT32"
+    bool readOnly = false;
+    std::string widget;           // display hint, mostly empty
+    int precision = -1;           // decimals to show; negative: not said
+    std::vector<Choice> choices;  // empty: any value
+};
+
+// A parameter as it was read: its value in wire form, null when the device holds none.
+struct Parameter {
+    Descriptor descriptor;
+    UniqueJSON value;
+};
+
+// Reads the JSON form of one parameter. Nothing when it is no object or has no "oid" text; every
+// other member may be missing.
+std::optional<Parameter> decodeParameter(const cJSON* item);
+
+// The members of a structure's value, { "_d_<name>": <parameter without "oid">, ... }, under their
+// bare names.
+std::vector<Parameter> decodeMembers(const cJSON* structure);
+
+// All parameters of a descriptor object, { "d_<name>": <parameter>, ... }, in its order. A member
+// that is no parameter is left out; null gives none.
+std::vector<Parameter> decodeParameters(const cJSON* object);
+
+}  // namespace pallctl
