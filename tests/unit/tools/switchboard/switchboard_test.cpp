@@ -1,0 +1,324 @@
+#include "switchboard/switchboard.h"
+
+#include <gmock/gmock.h>
+
+#include "support/captured_log.h"
+
+namespace pallbus {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+constexpr const char* kOK = R"("statusCode":200,"statusMsg":"OK"})";
+constexpr const char* kBad = R"("statusCode":400,"statusMsg":"Bad Request"})";
+constexpr const char* kDetails =
+    R"("param":{"kelMasterSystemDetails":{)"
+    R"("primary":{"ipAddress":"10.1.1.1","present":true,"active":true,"version":"1.0"},)"
+    R"("secondary":{"ipAddress":"10.1.1.2","present":true,"active":false,"version":"1.0"}}}})";
+
+// "<length>:<payload>;" as it stands on the wire.
+std::string framed(const std::string& payload) {
+    return std::to_string(payload.size()) + ":" + payload + ";";
+}
+
+std::string detailsQuestion(int source) {
+    return "[\"GET\", \"system\", " + std::to_string(source) +
+           R"(, 0, 0])"
+           "\n"
+           R"({"id":"q@1","param":{"objectName":["kelMasterSystemDetails"]}})";
+}
+
+std::string detailsAnswer(int destination) {
+    return framed("[\"RSP\", \"system\", 0, " + std::to_string(destination) +
+                  ", 0]\n"
+                  R"({"id":"q@1","requestCommand":"GET","statusCode":200,"statusMsg":"OK",)" +
+                  kDetails);
+}
+
+// Three clients: 1 a module with connection id 8 that serves "system", 2 and 3 logged in as 20
+// and 30 without subscriptions. Every delivery is kept as (client, frame).
+class SwitchboardTest : public testing::Test {
+  protected:
+    SwitchboardTest() {
+        for (const ClientID client : {1u, 2u, 3u}) {
+            board_.join(client);
+        }
+        login(1, 8);
+        login(2, 20);
+        login(3, 30);
+        subscribe(1, R"([{"path":"system"}])");
+        sent_.clear();
+    }
+
+    bool accept(ClientID sender, const std::string& payload) {
+        auto bytes = std::make_unique<std::vector<char>>(payload.begin(), payload.end());
+        bytes->push_back('\0');
+        return board_.accept(sender, std::move(bytes), now_);
+    }
+
+    bool connection(ClientID sender, int source, const std::string& param) {
+        return accept(sender, "[\"SET\", \"system.connection\", " + std::to_string(source) +
+                                  ", 0, 0]\n{\"id\":\"c@1\",\"param\":" + param + "}");
+    }
+
+    void login(ClientID sender, int connectionID) {
+        connection(sender, connectionID,
+                   R"({"login":{"name":"M","connID":)" + std::to_string(connectionID) +
+                       R"(,"version":1}})");
+    }
+
+    void subscribe(ClientID sender, const std::string& list) {
+        connection(sender, 0, "{\"subscribeList\":" + list + "}");
+    }
+
+    Switchboard::Clock::time_point now_{};
+    std::vector<std::pair<ClientID, std::string>> sent_;
+    Switchboard::Deliver deliver_ = [this](ClientID client, const Frame& frame) {
+        sent_.emplace_back(client, *frame);
+    };
+    Switchboard board_{[this](ClientID client, const Frame& frame) { deliver_(client, frame); }};
+    CapturedLog log_;
+};
+
+std::string connectionAnswer(int destination, const std::string& status) {
+    return framed("[\"RSP\", \"system.connection\", 0, " + std::to_string(destination) +
+                  R"(, 0])"
+                  "\n"
+                  R"({"id":"c@1","requestCommand":"SET",)" +
+                  status);
+}
+
+TEST_F(SwitchboardTest, AnswersALogin) {
+    login(2, 21);
+    EXPECT_THAT(sent_, ElementsAre(Pair(2, connectionAnswer(21, kOK))));
+}
+
+TEST_F(SwitchboardTest, RefusesALoginWithoutConnectionID) {
+    connection(2, 5, R"({"login":{"name":"M","connID":"8"}})");
+    EXPECT_THAT(sent_, ElementsAre(Pair(2, connectionAnswer(5, kBad))));
+    sent_.clear();
+    accept(3, "[\"RSP\", \"system\", 30, 20, 0]\n{}");
+    EXPECT_THAT(sent_, ElementsAre(Pair(2, framed("[\"RSP\", \"system\", 30, 20, 0]\n{}"))))
+        << "the id of before stays";
+}
+
+TEST_F(SwitchboardTest, AnswersASubscribeListAndAddsItToWhatIsThere) {
+    subscribe(2, R"([{"path":"a"}])");
+    subscribe(2, R"([{"path":"b","receiveAll":true}])");
+    EXPECT_THAT(sent_,
+                ElementsAre(Pair(2, connectionAnswer(0, kOK)), Pair(2, connectionAnswer(0, kOK))));
+    sent_.clear();
+    accept(3, "[\"NOT\", \"a\", 30, 0, 0]\n{}");
+    accept(3, "[\"NOT\", \"b\", 30, 0, 0]\n{}");
+    EXPECT_EQ(sent_.size(), 2u);
+}
+
+TEST_F(SwitchboardTest, RefusesASubscribeListWithoutPathsButTakesTheRest) {
+    subscribe(2, R"([{"path":7},{"path":"a"}])");
+    subscribe(2, R"({"path":"b"})");
+    EXPECT_THAT(
+        sent_, ElementsAre(Pair(2, connectionAnswer(0, kBad)), Pair(2, connectionAnswer(0, kBad))));
+    sent_.clear();
+    accept(3, "[\"NOT\", \"a\", 30, 0, 0]\n{}");
+    EXPECT_THAT(sent_, ElementsAre(Pair(2, framed("[\"NOT\", \"a\", 30, 0, 0]\n{}"))));
+}
+
+TEST_F(SwitchboardTest, AnswersHeartbeats) {
+    accept(1, "[\"SET\", \"\", 8, 0, 0]\n{\"id\":\"7@1\"}");
+    EXPECT_THAT(sent_, ElementsAre(Pair(1, framed("[\"RSP\", \"\", 0, 8, 0]\n"
+                                                  R"({"id":"7@1","requestCommand":"SET",)" +
+                                                  std::string(kOK)))));
+}
+
+TEST_F(SwitchboardTest, KeepsConnectionTrafficBetweenAClientAndTheBus) {
+    subscribe(3, R"([{"path":"","receiveAll":true}])");
+    sent_.clear();
+    connection(2, 20, "{}");
+    accept(2, "[\"SET\", \"\", 20, 0, 0]\n{}");
+    accept(2, "[\"GET\", \"system.connection\", 20, 0, 0]\n{}");
+    accept(2, "[\"RSP\", \"\", 20, 8, 0]\n{}");
+    for (const auto& [client, frame] : sent_) {
+        EXPECT_EQ(client, 2u) << frame;
+    }
+    EXPECT_EQ(sent_.size(), 2u) << "a SET each is answered, nothing else";
+}
+
+TEST_F(SwitchboardTest, PassesRequestsToTheSubscribersByteForByte) {
+    for (const char* word : {"GET", "SET", "DEL", "UPDATE", "CMD"}) {
+        sent_.clear();
+        const std::string payload = "[\"" + std::string(word) +
+                                    "\",  \"system\", 20, 0, \"x@y\" ]\n { \"id\" : \"\\u0041\" } ";
+        EXPECT_TRUE(accept(2, payload));
+        EXPECT_THAT(sent_, ElementsAre(Pair(1, framed(payload)))) << word;
+    }
+}
+
+TEST_F(SwitchboardTest, PassesAnnouncementsToEverySubscriberButTheSender) {
+    subscribe(2, R"([{"path":"system"}])");
+    subscribe(3, R"([{"path":"system"}])");
+    for (const char* word : {"NOT", "CMDNOT"}) {
+        sent_.clear();
+        const std::string payload = "[\"" + std::string(word) + "\", \"system\", 8, 0, 0]\n{}";
+        accept(1, payload);
+        EXPECT_THAT(sent_, ElementsAre(Pair(2, framed(payload)), Pair(3, framed(payload))));
+    }
+}
+
+TEST_F(SwitchboardTest, NeverEchoesARequestToItsSender) {
+    accept(1, "[\"SET\", \"system\", 8, 0, 0]\n{}");
+    EXPECT_THAT(sent_, IsEmpty());
+}
+
+TEST_F(SwitchboardTest, IsSilentAboutObjectsThatNobodyServes) {
+    EXPECT_TRUE(accept(2, "[\"GET\", \"nobody\", 20, 0, 0]\n{\"id\":\"1@1\"}"));
+    EXPECT_THAT(sent_, IsEmpty());
+}
+
+TEST_F(SwitchboardTest, PassesAnswersToTheRequesterOnly) {
+    subscribe(3, R"([{"path":"system"}])");
+    for (const char* word : {"RSP", "CMDRSP", "ACK", "NAK"}) {
+        sent_.clear();
+        const std::string payload = "[\"" + std::string(word) + "\", \"system\", 8, 20, 0]\n{}";
+        accept(1, payload);
+        EXPECT_THAT(sent_, ElementsAre(Pair(2, framed(payload)))) << word;
+    }
+}
+
+TEST_F(SwitchboardTest, ShowsAnswersToThoseWhoReceiveAllOnce) {
+    subscribe(3, R"([{"path":"system","receiveAll":true}])");
+    subscribe(2, R"([{"path":"system","receiveAll":true}])");
+    sent_.clear();
+    const std::string payload = "[\"RSP\", \"system\", 8, 20, 0]\n{}";
+    accept(1, payload);
+    EXPECT_THAT(sent_, ElementsAre(Pair(3, framed(payload)), Pair(2, framed(payload))));
+}
+
+TEST_F(SwitchboardTest, DropsAnswersToNobodyAndToOneself) {
+    accept(1, "[\"RSP\", \"system\", 8, 99, 0]\n{}");
+    accept(1, "[\"RSP\", \"system\", 8, 8, 0]\n{}");
+    board_.leave(2);
+    accept(1, "[\"RSP\", \"system\", 8, 20, 0]\n{}");
+    EXPECT_THAT(sent_, IsEmpty());
+}
+
+TEST_F(SwitchboardTest, DropsWhatIsNoMessage) {
+    for (const char* payload : {"x", "{}\n{}", "[\"FOO\", \"system\", 1, 0, 0]\n{}",
+                                "[\"GET\", \"system\", 1]\n{}", "[\"GET\", 1, 2, 3, 4]\n{}"}) {
+        EXPECT_FALSE(accept(2, payload)) << payload;
+    }
+    EXPECT_THAT(sent_, IsEmpty());
+}
+
+TEST_F(SwitchboardTest, SurvivesDataThatIsNoJSON) {
+    for (const char* object : {"system", "system.connection", ""}) {
+        for (const char* type : {"GET", "SET", "RSP", "NOT"}) {
+            accept(2, "[\"" + std::string(type) + "\", \"" + object + "\", 20, 8, 0]\n]]{{\x01");
+        }
+    }
+    EXPECT_FALSE(sent_.empty());
+}
+
+TEST_F(SwitchboardTest, AnswersTheDetailsQuestionAtOnceWhenNobodyElseIsThere) {
+    accept(1, detailsQuestion(8));
+    EXPECT_THAT(sent_, ElementsAre(Pair(1, detailsAnswer(8))));
+    EXPECT_EQ(board_.nextDue(), std::nullopt);
+}
+
+TEST_F(SwitchboardTest, LeavesTheDetailsQuestionToOthersForAWhile) {
+    accept(2, detailsQuestion(20));
+    EXPECT_THAT(sent_, ElementsAre(Pair(1, framed(detailsQuestion(20)))));
+    EXPECT_EQ(board_.nextDue(), now_ + 200ms);
+
+    board_.answerDue(now_ + 199ms);
+    EXPECT_EQ(sent_.size(), 1u);
+    board_.answerDue(now_ + 200ms);
+    EXPECT_THAT(sent_.back(), Pair(2, detailsAnswer(20)));
+    board_.answerDue(now_ + 1h);
+    EXPECT_EQ(sent_.size(), 2u) << "answered once";
+    EXPECT_EQ(board_.nextDue(), std::nullopt);
+}
+
+TEST_F(SwitchboardTest, DoesNotAnswerWhatSomebodyElseAnswered) {
+    accept(2, detailsQuestion(20));
+    accept(1, "[\"RSP\", \"system\", 8, 20, 0]\n{\"id\":\"other\"}");
+    EXPECT_NE(board_.nextDue(), std::nullopt) << "the answer to something else";
+    accept(1, "[\"RSP\", \"system\", 8, 30, 0]\n{\"id\":\"q@1\"}");
+    EXPECT_NE(board_.nextDue(), std::nullopt) << "the answer to somebody else";
+    accept(1, "[\"RSP\", \"system\", 8, 20, 0]\n{\"id\":\"q@1\"}");
+    EXPECT_EQ(board_.nextDue(), std::nullopt);
+}
+
+TEST_F(SwitchboardTest, AnswersOnTheConnectionThatAskedWhateverSourceItClaims) {
+    board_.leave(1);
+    accept(3, detailsQuestion(20));
+    EXPECT_THAT(sent_, ElementsAre(Pair(3, detailsAnswer(20))));
+}
+
+TEST_F(SwitchboardTest, TakesOnlyThatQuestionForItsOwn) {
+    accept(1,
+           "[\"SET\", \"system\", 8, 0, 0]\n"
+           R"({"param":{"objectName":["kelMasterSystemDetails"]}})");
+    accept(1,
+           "[\"GET\", \"system.x\", 8, 0, 0]\n"
+           R"({"param":{"objectName":["kelMasterSystemDetails"]}})");
+    accept(1,
+           "[\"GET\", \"system\", 8, 0, 0]\n"
+           R"({"param":{"objectName":[7,"ipAddress"]}})");
+    EXPECT_THAT(sent_, IsEmpty());
+    accept(1,
+           "[\"GET\", \"system\", 8, 0, 0]\n"
+           R"({"id":"q@1","param":{"objectName":[7,"ipAddress","kelMasterSystemDetails"]}})");
+    EXPECT_THAT(sent_, ElementsAre(Pair(1, detailsAnswer(8))));
+}
+
+TEST_F(SwitchboardTest, ForgetsTheQuestionsOfAClientThatLeft) {
+    accept(2, detailsQuestion(20));
+    board_.leave(2);
+    EXPECT_EQ(board_.nextDue(), std::nullopt);
+}
+
+TEST_F(SwitchboardTest, KeepsALimitedNumberOfQuestions) {
+    for (size_t question = 0; question < Switchboard::kMostQuestions; ++question) {
+        accept(2, detailsQuestion(20));
+    }
+    sent_.clear();
+    accept(3, detailsQuestion(30));
+    EXPECT_THAT(sent_,
+                ElementsAre(Pair(1, framed(detailsQuestion(30))), Pair(2, detailsAnswer(20))))
+        << "the oldest is answered early";
+}
+
+TEST_F(SwitchboardTest, LetsClientsGoWhileTheirMessagesAreHandled) {
+    subscribe(2, R"([{"path":"system"}])");
+    accept(2, detailsQuestion(20));
+    accept(2, detailsQuestion(20));
+    std::vector<ClientID> reached;
+    deliver_ = [&](ClientID client, const Frame&) {
+        reached.push_back(client);
+        board_.leave(1);
+        board_.leave(2);
+    };
+    accept(3, "[\"NOT\", \"system\", 30, 0, 0]\n{}");
+    EXPECT_THAT(reached, ElementsAre(1, 2)) << "both were subscribers when it came";
+    board_.answerDue(now_ + 1h);
+    accept(3, "[\"NOT\", \"system\", 30, 0, 0]\n{}");
+    EXPECT_EQ(reached.size(), 2u);
+}
+
+TEST_F(SwitchboardTest, LetsAClientGoWhileItsQuestionsAreAnswered) {
+    accept(2, detailsQuestion(20));
+    accept(2, detailsQuestion(20));
+    std::vector<ClientID> reached;
+    deliver_ = [&](ClientID client, const Frame&) {
+        reached.push_back(client);
+        board_.leave(client);
+    };
+    board_.answerDue(now_ + 1h);
+    EXPECT_THAT(reached, ElementsAre(2));
+}
+
+}  // namespace
+}  // namespace pallbus

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bus/tarn_internal_message.h"
+#include "switchboard/routing_table.h"
+
+namespace pallbus {
+
+// A framed message, ready for the wire; one copy is shared by all who get it.
+using Frame = std::shared_ptr<const std::string>;
+
+// What the bus does with a message: passes it on byte for byte, or answers it itself. Without
+// sockets and without a clock of its own: whoever drives it hands in payloads and times, and is
+// called back with what to send. Used by one thread.
+//
+// Requests and announcements go to every subscriber of their object but the sender, answers to the
+// client whose connection id is their destination, and to those who receive all of the object.
+// The bus itself answers what is about the connection (login, subscriptions, heartbeats), and the
+// question for the master details if nobody else does within kPatience.
+class Switchboard {
+  public:
+    using Clock = std::chrono::steady_clock;
+    using Deliver = std::function<void(ClientID, const Frame&)>;
+
+    static constexpr std::chrono::milliseconds kPatience{200};
+    // So many questions can wait for somebody else's answer; the oldest is answered early.
+    static constexpr size_t kMostQuestions = 1000;
+
+    // `deliver` may call leave, also for the client whose message is being handled.
+    explicit Switchboard(Deliver deliver);
+
+    void join(ClientID client) { table_.join(client); }
+    void leave(ClientID client);
+
+    // Handles one received payload, as the parser hands it out. False when it is no message; it is
+    // then dropped.
+    bool accept(ClientID sender, std::unique_ptr<std::vector<char>> payload, Clock::time_point now);
+
+    // Answers the questions that nobody else answered in time.
+    void answerDue(Clock::time_point now);
+    // When the next of them is due; nothing while none is waiting.
+    std::optional<Clock::time_point> nextDue() const;
+
+  private:
+    struct Question {
+        ClientID asker;
+        std::string id;
+        Frame answer;
+        Clock::time_point due;
+    };
+
+    void handleConnection(ClientID sender, const TarnInternalMessage& message);
+    int takeLogin(ClientID sender, const cJSON* login);
+    int takeSubscriptions(ClientID sender, const cJSON* list);
+    void reply(ClientID client, const TarnInternalMessage& request, int code);
+
+    void passRequest(ClientID sender, const TarnInternalMessage& message, const Frame& frame,
+                     Clock::time_point now);
+    void passAnswer(ClientID sender, const TarnInternalMessage& message, const Frame& frame);
+    void ask(ClientID sender, const TarnInternalMessage& request, bool othersAsked,
+             Clock::time_point now);
+    void settle(ClientID asker, const TarnInternalMessage& answer);
+    void answerOldest();
+
+    Deliver deliver_;
+    RoutingTable table_;
+    std::deque<Question> questions_;  // all wait equally long, so the oldest is due first
+};
+
+}  // namespace pallbus
