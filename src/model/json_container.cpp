@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 #include <utility>
 
@@ -56,14 +55,12 @@ long sizeOf(FILE* file) {
 }
 
 [[noreturn]] void abortAfterReadError(const std::string& path) {
-    logMessage(LOG_CRIT, "Reading error loading %s from disk: %s\n", path.c_str(),
-               std::strerror(errno));
+    logMessage(LOG_CRIT, "Reading error loading %s from disk: %m\n", path.c_str());
     std::abort();
 }
 
 [[noreturn]] void abortAfterMemoryError(const std::string& path) {
-    logMessage(LOG_CRIT, "Memory error loading %s from disk: %s\n", path.c_str(),
-               std::strerror(errno));
+    logMessage(LOG_CRIT, "Memory error loading %s from disk: %m\n", path.c_str());
     std::abort();
 }
 

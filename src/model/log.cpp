@@ -15,12 +15,14 @@ LogSink& currentSink() {
 __attribute__((format(printf, 1, 0))) std::string formatted(const char* format, va_list arguments) {
     va_list measured;
     va_copy(measured, arguments);
+    const int errorNumber = errno;
     const int length = std::vsnprintf(nullptr, 0, format, measured);
     va_end(measured);
     if (length <= 0) {
         return {};
     }
     std::string text(static_cast<size_t>(length), '\0');
+    errno = errorNumber;
     std::vsnprintf(text.data(), text.size() + 1, format, arguments);
     return text;
 }

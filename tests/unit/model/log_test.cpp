@@ -22,6 +22,13 @@ TEST(LogMessage, HandsTheFacilityOnWithThePriority) {
     EXPECT_EQ(log.lines(), (Lines{{8 + 2, "lost\n"}}));
 }
 
+TEST(LogMessage, WritesTheErrorTextForPercentM) {
+    CapturedLog log;
+    errno = ENOENT;
+    logMessage(LOG_ERR, "no file: %m\n");
+    EXPECT_EQ(log.lines(), (Lines{{LOG_ERR, "no file: No such file or directory\n"}}));
+}
+
 TEST(LogMessage, LeavesErrnoAsItWas) {
     const LogSink previous = replaceLogSink([](int, const std::string&) { errno = EPERM; });
     errno = ENOSPC;

@@ -1,0 +1,299 @@
+// Each step of a save made to fail: what it gives, what it logs, and what a reader then finds.
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "file_calls.h"
+#include "sample_container.h"
+#include "support/captured_log.h"
+#include "support/exhausted_memory.h"
+#include "support/temporary_directory.h"
+
+namespace {
+
+using Line = CapturedLog::Line;
+using Lines = std::vector<Line>;
+
+constexpr int kUserCritical = 8 + 2;
+constexpr int kError = 3;
+
+class Rotation : public testing::Test {
+  protected:
+    // Writes the text by the container's own steps and gives their result.
+    int written(const std::string& text, bool keepOld = false) {
+        container_.text = text;
+        const UniqueJSON root = jsonObject();
+        addMember(root.get(), "version", jsonNumber(0));
+        addMember(root.get(), "sample", container_.toJSON());
+        return container_.writeFile(path_, root.get(), keepOld);
+    }
+
+    // What a fresh container finds, its log lines aside.
+    std::string found() {
+        SampleContainer reader(directory_.path("file"));
+        const CapturedLog ignored;
+        return reader.load() == 0 ? reader.text : "nothing";
+    }
+
+    // A save before this one left a file behind.
+    void begin() { directory_.write("file.json", sampleFile("before")); }
+
+    Line openFailure() const {
+        return {kError, "Error - couldn't open file " + path_ + " for writing\n"};
+    }
+    Line writeFailure(const std::string& path, int errorNumber) const {
+        return failure("write \"" + path + "\"", errorNumber);
+    }
+    Line renameFailure(const std::string& role, const std::string& from, const std::string& to,
+                       int errorNumber) const {
+        const std::string names = from + " -> " + to;
+        return failure("overwrite " + role + ": rename \"" + names + "\" failed", errorNumber);
+    }
+    Line removeFailure(int errorNumber) const {
+        return failure("remove \"" + old_ + "\"", errorNumber);
+    }
+    Line failure(const std::string& what, int errorNumber) const {
+        return {kUserCritical,
+                "sample container could not " + what + " (" + std::to_string(errorNumber) + ").\n"};
+    }
+
+    TemporaryDirectory directory_;
+    CapturedLog log_;
+    const std::string path_ = directory_.path("file.json");
+    const std::string new_ = path_ + ".new";
+    const std::string old_ = path_ + ".old";
+    SampleContainer container_{directory_.path("file")};
+};
+
+// No file can be opened while this lives; names can still be looked up and changed.
+class NoFreeDescriptors {
+  public:
+    NoFreeDescriptors() {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        rlimit none = before_;
+        none.rlim_cur = 0;
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoFreeDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+    NoFreeDescriptors(const NoFreeDescriptors&) = delete;
+    NoFreeDescriptors& operator=(const NoFreeDescriptors&) = delete;
+
+  private:
+    rlimit before_{};
+};
+
+FileCallWatch::Before failing(const FileCall& expected, FileAnswer answer) {
+    return [=](const FileCall& call) -> std::optional<FileAnswer> {
+        return call == expected ? std::optional(answer) : std::nullopt;
+    };
+}
+
+TEST_F(Rotation, GivesZeroWhenAllIsInPlace) {
+    begin();
+    EXPECT_EQ(written("after"), 0);
+    EXPECT_EQ(found(), "after");
+    EXPECT_TRUE(log_.lines().empty());
+}
+
+TEST_F(Rotation, TakesItsStepsInOrder) {
+    begin();
+    std::vector<FileCall> calls;
+    {
+        const FileCallWatch watch({}, [&](const FileCall& call) { calls.push_back(call); });
+        EXPECT_EQ(written("after"), 0);
+    }
+    const std::string directory = directory_.path();
+    EXPECT_EQ(calls, (std::vector<FileCall>{{"stat", path_, ""},
+                                            {"create", new_, ""},
+                                            {"write", new_, ""},
+                                            {"flush", new_, ""},
+                                            {"sync", new_, ""},
+                                            {"close", new_, ""},
+                                            {"rename", path_, old_},
+                                            {"rename", new_, path_},
+                                            {"open", directory + "/", ""},
+                                            {"sync", directory, ""},
+                                            {"close", directory, ""},
+                                            {"unlink", old_, ""}}));
+}
+
+TEST_F(Rotation, OddStatResultIsReportedAndCountsAsExisting) {
+    begin();
+    const FileCallWatch watch(failing({"stat", path_, ""}, {7, EIO}));
+    EXPECT_EQ(written("after", true), 0);
+    EXPECT_EQ(log_.lines(), (Lines{failure("stat  \"" + path_ + "\"", EIO)}));
+    EXPECT_EQ(directory_.read("file.json"), sampleFile("after"));
+    EXPECT_EQ(directory_.read("file.json.old"), sampleFile("before"));
+}
+
+TEST_F(Rotation, OddStatResultIsTheOutcomeWhenTheNewFileCannotBeOpened) {
+    std::filesystem::create_directory(new_);
+    const FileCallWatch watch(failing({"stat", path_, ""}, {7, EIO}));
+    EXPECT_EQ(written("after"), 7);
+    EXPECT_EQ(log_.lines(), (Lines{failure("stat  \"" + path_ + "\"", EIO), openFailure(),
+                                   writeFailure(new_, EISDIR)}));
+}
+
+TEST_F(Rotation, FirstSaveWithoutMemoryForTheTextEndsThere) {
+    container_.text = "after";
+    const UniqueJSON root = container_.toJSON();
+    {
+        const ExhaustedMemory small(256);
+        EXPECT_EQ(container_.writeFile(path_, root.get(), false), -1);
+    }
+    const Lines lines = log_.lines();
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0],
+              (Line{kUserCritical,
+                    "sample container could not alloc memory to render \"" + path_ + "\".\n"}));
+    EXPECT_EQ(lines[1].text.find("sample container could not write \"" + new_ + "\" ("), 0U);
+    EXPECT_TRUE(std::filesystem::is_empty(directory_.path()));
+}
+
+TEST_F(Rotation, LaterSaveWithoutMemoryForTheTextLeavesTheOldFileOnly) {
+    begin();
+    const UniqueJSON root = container_.toJSON();
+    {
+        const ExhaustedMemory small(256);
+        EXPECT_EQ(container_.writeFile(path_, root.get(), false), -1);
+    }
+    EXPECT_EQ(log_.lines(),
+              (Lines{{kUserCritical,
+                      "sample container could not alloc memory to render \"" + path_ + "\".\n"},
+                     renameFailure("current", new_, path_, ENOENT)}));
+    EXPECT_FALSE(directory_.holds("file.json"));
+    EXPECT_EQ(found(), "before");
+}
+
+TEST_F(Rotation, FirstSaveThatCannotOpenTheNewFileEndsThere) {
+    std::filesystem::create_directory(new_);
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{openFailure(), writeFailure(new_, EISDIR)}));
+    EXPECT_EQ(found(), "nothing");
+}
+
+TEST_F(Rotation, LaterSaveThatCannotOpenTheNewFileLeavesTheOldFileOnly) {
+    begin();
+    {
+        const NoFreeDescriptors none;
+        EXPECT_EQ(written("after"), -1);
+    }
+    EXPECT_EQ(log_.lines(), (Lines{openFailure(), renameFailure("current", new_, path_, ENOENT)}));
+    EXPECT_FALSE(directory_.holds("file.json"));
+    EXPECT_EQ(directory_.read("file.json.old"), sampleFile("before"));
+    EXPECT_EQ(found(), "before");
+}
+
+TEST_F(Rotation, SaveAfterThatBringsTheFileBack) {
+    begin();
+    {
+        const NoFreeDescriptors none;
+        written("lost");
+    }
+    log_.take();
+    EXPECT_EQ(written("after"), 0);
+    EXPECT_TRUE(log_.lines().empty());
+    EXPECT_EQ(found(), "after");
+    EXPECT_FALSE(directory_.holds("file.json.old"));
+}
+
+TEST_F(Rotation, FullDiskLeavesTheFileAsItWas) {
+    begin();
+    std::filesystem::create_symlink("/dev/full", new_);
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, ENOSPC)}));
+    EXPECT_EQ(directory_.read("file.json"), sampleFile("before"));
+    EXPECT_FALSE(directory_.holds("file.json.old"));
+}
+
+TEST_F(Rotation, FullDiskIsNoticedWithATextOfManyBlocksToo) {
+    begin();
+    std::filesystem::create_symlink("/dev/full", new_);
+    EXPECT_EQ(written(std::string(100'000, 'x')), -1);
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, ENOSPC)}));
+    EXPECT_EQ(found(), "before");
+}
+
+TEST_F(Rotation, FullDiskAtTheFirstSaveLeavesNothing) {
+    std::filesystem::create_symlink("/dev/full", new_);
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, ENOSPC)}));
+    EXPECT_EQ(found(), "nothing");
+}
+
+// A device takes the bytes, but has nothing to sync.
+TEST_F(Rotation, NewFileThatCannotBeSyncedLeavesTheFileAsItWas) {
+    begin();
+    std::filesystem::create_symlink("/dev/null", new_);
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, EINVAL)}));
+    EXPECT_EQ(directory_.read("file.json"), sampleFile("before"));
+    EXPECT_FALSE(directory_.holds("file.json.old"));
+}
+
+TEST_F(Rotation, NewFileThatCannotBeClosedLeavesTheFileAsItWas) {
+    begin();
+    const FileCallWatch watch(failing({"close", new_, ""}, {EOF, EIO}));
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, EIO)}));
+    EXPECT_EQ(found(), "before");
+}
+
+TEST_F(Rotation, FileThatCannotBecomeTheOldOneStays) {
+    begin();
+    std::filesystem::create_directory(old_);
+    directory_.write("file.json.old/occupied", "");
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{renameFailure("prev", path_, old_, EISDIR)}));
+    EXPECT_EQ(found(), "before");
+    EXPECT_EQ(directory_.read("file.json.new"), sampleFile("after"));
+}
+
+TEST_F(Rotation, NewFileThatCannotTakeThePlaceLeavesTheOldOne) {
+    begin();
+    const FileCallWatch watch(failing({"rename", new_, path_}, {-1, EIO}));
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{renameFailure("current", new_, path_, EIO)}));
+    EXPECT_FALSE(directory_.holds("file.json"));
+    EXPECT_EQ(found(), "before");
+}
+
+TEST_F(Rotation, DirectoryThatCannotBeSyncedKeepsTheOldFile) {
+    begin();
+    const FileCallWatch watch(failing({"sync", directory_.path(), ""}, {-1, EIO}));
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(path_, EIO)}));
+    EXPECT_EQ(found(), "after");
+    EXPECT_EQ(directory_.read("file.json.old"), sampleFile("before"));
+}
+
+TEST_F(Rotation, FirstSaveThatKeepsNothingFindsNoOldFileToRemove) {
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{removeFailure(ENOENT)}));
+    EXPECT_EQ(found(), "after");
+}
+
+TEST_F(Rotation, OldFileThatCannotBeRemovedStays) {
+    begin();
+    const FileCallWatch watch(failing({"unlink", old_, ""}, {-1, EACCES}));
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{removeFailure(EACCES)}));
+    EXPECT_EQ(found(), "after");
+    EXPECT_EQ(directory_.read("file.json.old"), sampleFile("before"));
+}
+
+// Made by an earlier life that was told something else: a directory in the place of the file.
+TEST_F(Rotation, DirectoryInThePlaceOfTheFileBecomesTheOldOneAndCannotBeRemoved) {
+    std::filesystem::create_directory(path_);
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{removeFailure(EISDIR)}));
+    EXPECT_EQ(found(), "after");
+}
+
+}  // namespace
