@@ -12,7 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double kNetworkRestart = 0.5;  // seconds
+constexpr double kNetworkRestart = 0.5;                                // seconds
+constexpr std::string_view kOwnCommand = "/usr/local/sbin/pallframe";  // for a person inside
 
 // One file of a frame, with the text that the product gives it.
 struct FrameFile {
@@ -79,6 +80,8 @@ void placePrograms(const Tree& tree) {
         fs::remove(tree.path(path));
         fs::create_symlink(paths::kProgram, tree.path(path));
     }
+    fs::remove(tree.path(kOwnCommand));
+    fs::create_symlink(paths::kProgram, tree.path(kOwnCommand));
 }
 
 void placeDevices(const Tree& tree) {

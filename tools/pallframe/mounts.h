@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+
+#include "frame/system_call.h"
+
+namespace pallframe {
+
+// A part of the host's files as it was when this was made, not yet visible anywhere (open_tree(2)).
+// Later mounts do not change it. All calls throw std::system_error.
+class HostPart {
+  public:
+    explicit HostPart(const std::filesystem::path& path);
+
+    void makeReadOnly() const;
+    void appearAt(const std::filesystem::path& target) const;  // an existing file or directory
+
+  private:
+    std::filesystem::path path_;
+    frame::Descriptor tree_;
+};
+
+// Shows the host's `path` under `root` as it is there: a link as a link, a file or directory to be
+// read. Nothing when the host has no such path.
+void showReadOnly(const std::filesystem::path& root, const std::filesystem::path& path);
+
+// Shows a device of the host under `root`, as it is.
+void showDevice(const std::filesystem::path& root, const std::filesystem::path& path);
+
+// Makes a directory with all above it, or an empty file, for something to appear at.
+void makePlace(const std::filesystem::path& target, bool directory);
+
+}  // namespace pallframe

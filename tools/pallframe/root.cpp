@@ -1,0 +1,177 @@
+#include "root.h"
+
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <vector>
+
+#include "frame/furnish.h"
+#include "frame/paths.h"
+#include "mounts.h"
+
+namespace pallframe {
+
+namespace {
+
+namespace fs = std::filesystem;
+using frame::check;
+
+// Every host has it, and nothing of it is wanted inside.
+constexpr const char* kMemoryRoot = "/tmp";
+
+constexpr const char* kProcesses = "/run/proc";
+constexpr int kNumberedLinks = 1024;
+
+constexpr std::array<const char*, 7> kHostParts{
+    "/bin", "/lib", "/lib32", "/lib64", "/libx32", "/etc/alternatives", "/etc/ld.so.cache"};
+constexpr std::array<const char*, 6> kDevices{"/dev/full", "/dev/null",    "/dev/random",
+                                              "/dev/tty",  "/dev/urandom", "/dev/zero"};
+constexpr std::array<std::array<const char*, 2>, 4> kDeviceLinks{{
+    {"fd", "/proc/self/fd"},
+    {"stdin", "/proc/self/fd/0"},
+    {"stdout", "/proc/self/fd/1"},
+    {"stderr", "/proc/self/fd/2"},
+}};
+
+// A directory of the project that keeps its place in the frame.
+struct Place {
+    fs::path path;
+    HostPart part;
+};
+
+std::vector<Place> projectPlaces(const fs::path& program) {
+    std::vector<Place> places;
+    for (const fs::path& path : {fs::current_path(), program.parent_path()}) {
+        places.push_back({path, HostPart(path)});
+    }
+    return places;
+}
+
+void showPlaces(const fs::path& root, const std::vector<Place>& places) {
+    for (const Place& place : places) {
+        const fs::path target = root / place.path.relative_path();
+        if (!fs::exists(target)) {
+            makePlace(target, true);
+            place.part.appearAt(target);
+        }
+    }
+}
+
+fs::path mountRoot(const std::string& directory) {
+    if (directory.empty()) {
+        check(::mount("frame", kMemoryRoot, "tmpfs", MS_NOSUID | MS_NODEV, "mode=0755"),
+              "cannot make a root in memory");
+        return kMemoryRoot;
+    }
+    check(::mount(directory.c_str(), directory.c_str(), nullptr, MS_BIND, nullptr),
+          "cannot use " + directory + " as root");
+    return directory;
+}
+
+// All of /usr, except that the programs of a frame stand in /usr/local/sbin, where a shell looks
+// first.
+void showUsr(const fs::path& root) {
+    for (const auto& entry : fs::directory_iterator("/usr")) {
+        if (entry.path() != "/usr/local") {
+            showReadOnly(root, entry.path());
+        }
+    }
+    for (const auto& entry : fs::directory_iterator("/usr/local")) {
+        if (entry.path() != "/usr/local/sbin") {
+            showReadOnly(root, entry.path());
+        }
+    }
+}
+
+void makeDevices(const fs::path& root) {
+    for (const char* device : kDevices) {
+        showDevice(root, device);
+    }
+    for (const auto& [name, target] : kDeviceLinks) {
+        fs::create_symlink(target, root / "dev" / name);
+    }
+}
+
+// A container that hides parts of /proc may mount no second one; the host's then serves, in which
+// "self" is right and numbers are the host's.
+bool mountProcesses(const fs::path& target, const HostPart& hostProcesses) {
+    fs::create_directories(target);
+    if (::mount("proc", target.c_str(), "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0) {
+        return true;
+    }
+    hostProcesses.appearAt(target);
+    return false;
+}
+
+void linkEntries(const fs::path& from, const fs::path& seenAs, const fs::path& to) {
+    for (const auto& entry : fs::directory_iterator(from)) {
+        const fs::path name = entry.path().filename();
+        const bool numbered = std::isdigit(static_cast<unsigned char>(name.native()[0])) != 0;
+        if (!numbered && !fs::exists(fs::symlink_status(to / name))) {
+            fs::create_symlink(seenAs / name, to / name);
+        }
+    }
+}
+
+// The kernel's /proc cannot be given a bonding file, so the frame's is a directory of links to it
+// that has one. Numbers are linked ahead of the processes: sanitizers look themselves up by number.
+void makeProcesses(const fs::path& root, const HostPart& hostProcesses) {
+    const fs::path processes = root / fs::path(kProcesses).relative_path();
+    const bool own = mountProcesses(processes, hostProcesses);
+    linkEntries(processes, kProcesses, root / "proc");
+    linkEntries(processes / "self/net", fs::path(kProcesses) / "self/net", root / "proc/net");
+    for (int number = 1; own && number <= kNumberedLinks; ++number) {
+        const std::string name = std::to_string(number);
+        fs::create_symlink(fs::path(kProcesses) / name, root / "proc" / name);
+    }
+}
+
+void showOwnProgram(const fs::path& root, const HostPart& program) {
+    const fs::path target = root / fs::path(frame::paths::kProgram).relative_path();
+    makePlace(target, false);
+    program.appearAt(target);
+}
+
+// The old root ends up under the new one and is taken off it (pivot_root(2), "pivot_root(".",
+// ".")").
+void changeRoot(const fs::path& root) {
+    check(::chdir(root.c_str()), root);
+    check(::syscall(SYS_pivot_root, ".", "."), "cannot enter " + root.string());
+    check(::umount2(".", MNT_DETACH), "cannot leave the host's root");
+    check(::chdir("/"), "/");
+}
+
+}  // namespace
+
+void enterRoot(const RootPlan& plan) {
+    const fs::path workingDirectory = fs::current_path();
+    const fs::path program = fs::read_symlink("/proc/self/exe");
+    const std::vector<Place> places = projectPlaces(program);
+    const HostPart hostProcesses("/proc");
+    const HostPart ownProgram(program);
+
+    const fs::path root = mountRoot(plan.directory);
+    ::umask(022);
+    frame::furnish(frame::Tree(root), *plan.product);
+    fs::permissions(root / "tmp", fs::perms::all | fs::perms::sticky_bit);
+    for (const char* part : kHostParts) {
+        showReadOnly(root, part);
+    }
+    showUsr(root);
+    makeDevices(root);
+    makeProcesses(root, hostProcesses);
+    showOwnProgram(root, ownProgram);
+    showPlaces(root, places);
+    changeRoot(root);
+    if (::chdir(workingDirectory.c_str()) != 0) {
+        check(::chdir("/"), "/");
+    }
+}
+
+}  // namespace pallframe
