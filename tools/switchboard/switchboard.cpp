@@ -15,15 +15,14 @@ namespace {
 constexpr const char* kConnectionObject = "system.connection";
 constexpr const char* kHeartbeatObject = "";
 
-Frame frameOf(const TarnInternalMessage& message) {
-    return std::make_shared<const std::string>(lumo::encodeNetString(message.encode()));
+std::string frameOf(const TarnInternalMessage& message) {
+    return lumo::encodeNetString(message.encode());
 }
 
 // The payload as it came, without the terminator that the parser put behind it.
-Frame frameOf(const std::vector<char>& payload) {
+std::string frameOf(const std::vector<char>& payload) {
     const size_t terminator = payload.empty() || payload.back() != '\0' ? 0 : 1;
-    return std::make_shared<const std::string>(
-        lumo::encodeNetString(std::string(payload.data(), payload.size() - terminator)));
+    return lumo::encodeNetString(std::string(payload.data(), payload.size() - terminator));
 }
 
 bool isAnswer(MessageType type) {
@@ -46,7 +45,7 @@ void Switchboard::leave(ClientID client) {
 
 bool Switchboard::accept(ClientID sender, std::unique_ptr<std::vector<char>> payload,
                          Clock::time_point now) {
-    const Frame frame = frameOf(*payload);
+    const std::string frame = frameOf(*payload);
     try {
         const TarnInternalMessage message(std::move(payload));
         if (isForTheBus(message)) {
@@ -104,7 +103,7 @@ void Switchboard::reply(ClientID client, const TarnInternalMessage& request, int
 }
 
 void Switchboard::passRequest(ClientID sender, const TarnInternalMessage& message,
-                              const Frame& frame, Clock::time_point now) {
+                              const std::string& frame, Clock::time_point now) {
     const std::vector<ClientID> subscribers = table_.subscribersOf(message.objectName(), sender);
     for (const ClientID subscriber : subscribers) {
         deliver_(subscriber, frame);
@@ -115,7 +114,7 @@ void Switchboard::passRequest(ClientID sender, const TarnInternalMessage& messag
 }
 
 void Switchboard::passAnswer(ClientID sender, const TarnInternalMessage& message,
-                             const Frame& frame) {
+                             const std::string& frame) {
     const auto requester = table_.holderOf(message.header().destination);
     for (const ClientID onlooker : table_.onlookersOf(message.objectName(), sender)) {
         if (onlooker != requester) {
@@ -130,7 +129,7 @@ void Switchboard::passAnswer(ClientID sender, const TarnInternalMessage& message
 
 void Switchboard::ask(ClientID sender, const TarnInternalMessage& request, bool othersAsked,
                       Clock::time_point now) {
-    const Frame answer = frameOf(RSPMessage(request, std::nullopt, masterDetailsParam()));
+    const std::string answer = frameOf(RSPMessage(request, std::nullopt, masterDetailsParam()));
     if (!othersAsked) {
         deliver_(sender, answer);
         return;

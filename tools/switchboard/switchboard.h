@@ -13,9 +13,6 @@
 
 namespace pallbus {
 
-// A framed message, ready for the wire; one copy is shared by all who get it.
-using Frame = std::shared_ptr<const std::string>;
-
 // What the bus does with a message: passes it on byte for byte, or answers it itself. Without
 // sockets and without a clock of its own: whoever drives it hands in payloads and times, and is
 // called back with what to send. Used by one thread.
@@ -27,7 +24,8 @@ using Frame = std::shared_ptr<const std::string>;
 class Switchboard {
   public:
     using Clock = std::chrono::steady_clock;
-    using Deliver = std::function<void(ClientID, const Frame&)>;
+    // Gets messages framed, ready for the wire.
+    using Deliver = std::function<void(ClientID, const std::string& frame)>;
 
     static constexpr std::chrono::milliseconds kPatience{200};
     // So many questions can wait for somebody else's answer; the oldest is answered early.
@@ -52,7 +50,7 @@ class Switchboard {
     struct Question {
         ClientID asker;
         std::string id;
-        Frame answer;
+        std::string answer;
         Clock::time_point due;
     };
 
@@ -61,9 +59,9 @@ class Switchboard {
     int takeSubscriptions(ClientID sender, const cJSON* list);
     void reply(ClientID client, const TarnInternalMessage& request, int code);
 
-    void passRequest(ClientID sender, const TarnInternalMessage& message, const Frame& frame,
+    void passRequest(ClientID sender, const TarnInternalMessage& message, const std::string& frame,
                      Clock::time_point now);
-    void passAnswer(ClientID sender, const TarnInternalMessage& message, const Frame& frame);
+    void passAnswer(ClientID sender, const TarnInternalMessage& message, const std::string& frame);
     void ask(ClientID sender, const TarnInternalMessage& request, bool othersAsked,
              Clock::time_point now);
     void settle(ClientID asker, const TarnInternalMessage& answer);

@@ -76,10 +76,10 @@ class SwitchboardTest : public testing::Test {
 
     Switchboard::Clock::time_point now_{};
     std::vector<std::pair<ClientID, std::string>> sent_;
-    Switchboard::Deliver deliver_ = [this](ClientID client, const Frame& frame) {
-        sent_.emplace_back(client, *frame);
+    Switchboard::Deliver deliver_ = [this](ClientID client, const std::string& frame) {
+        sent_.emplace_back(client, frame);
     };
-    Switchboard board_{[this](ClientID client, const Frame& frame) { deliver_(client, frame); }};
+    Switchboard board_{[this](ClientID client, const std::string& frame) { deliver_(client, frame); }};
     CapturedLog log_;
 };
 
@@ -296,7 +296,7 @@ TEST_F(SwitchboardTest, LetsClientsGoWhileTheirMessagesAreHandled) {
     accept(2, detailsQuestion(20));
     accept(2, detailsQuestion(20));
     std::vector<ClientID> reached;
-    deliver_ = [&](ClientID client, const Frame&) {
+    deliver_ = [&](ClientID client, const std::string&) {
         reached.push_back(client);
         board_.leave(1);
         board_.leave(2);
@@ -312,7 +312,7 @@ TEST_F(SwitchboardTest, LetsAClientGoWhileItsQuestionsAreAnswered) {
     accept(2, detailsQuestion(20));
     accept(2, detailsQuestion(20));
     std::vector<ClientID> reached;
-    deliver_ = [&](ClientID client, const Frame&) {
+    deliver_ = [&](ClientID client, const std::string&) {
         reached.push_back(client);
         board_.leave(client);
     };

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+
+#include <CLI/App.hpp>
+
+// What the programs for people have in common on their command lines.
+
+// Status of a program that did not understand its command line.
+inline constexpr int kBadUsage = 2;
+
+// Adds --version, and has every complaint begin with the program's name and fit one line.
+void finishCommandLine(CLI::App& app);
+
+// Reads the command line into the app's options. Nothing when the program is to go on; otherwise
+// the status to end with: 0 when help or version were asked for and printed, kBadUsage after a
+// complaint on standard error.
+std::optional<int> readCommandLine(CLI::App& app, int argc, const char* const* argv);

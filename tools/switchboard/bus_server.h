@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+
+#include "switchboard/client_link.h"
+#include "switchboard/switchboard.h"
+
+namespace pallbus {
+
+// The stand-in bus on its port of 127.0.0.1: as many clients as there are descriptors, joined by a
+// switchboard. Destroyed before the loop is; thread of the loop.
+class BusServer {
+  public:
+    // Gets one line for each client that comes, goes or sends what is no message.
+    using Report = std::function<void(const std::string& line)>;
+
+    // Listens from now on; port 0 takes any that is free. Throws asio::system_error when it cannot.
+    BusServer(asio::io_context& io, uint16_t port, Report report);
+    ~BusServer();
+    BusServer(const BusServer&) = delete;
+    BusServer& operator=(const BusServer&) = delete;
+
+    uint16_t port() const { return acceptor_.local_endpoint().port(); }
+
+  private:
+    void accept();
+    void acceptLater();
+    void welcome(asio::ip::tcp::socket socket);
+    void handle(ClientID client, std::unique_ptr<std::vector<char>> payload);
+    void deliver(ClientID client, const std::string& frame);
+    void lose(ClientID client, const std::string& reason);
+    void waitForQuestions();
+
+    asio::ip::tcp::acceptor acceptor_;
+    asio::steady_timer acceptPause_;
+    asio::steady_timer questionTimer_;
+    bool waitingForQuestions_ = false;
+    Report report_;
+    ClientID lastClient_ = 0;
+    std::map<ClientID, std::shared_ptr<ClientLink>> links_;
+    Switchboard board_;
+};
+
+}  // namespace pallbus
