@@ -32,6 +32,7 @@ MallocText readText(FILE* file, const std::string& path) {
         return nullptr;
     }
     std::rewind(file);
+    errno = 0;  // a file that merely ends too soon leaves it alone
     if (std::fread(text.get(), 1, size, file) != size) {
         logReadingError(path);
         return nullptr;
