@@ -1,0 +1,101 @@
+#include "systemstate/machine.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "model/files.h"
+#include "model/log.h"
+#include "systemstate/command_output.h"
+
+namespace {
+
+constexpr std::size_t kMostBytes = std::size_t{1} << 20;
+
+struct PipeCloser {
+    void operator()(FILE* pipe) const { pclose(pipe); }
+};
+
+}  // namespace
+
+Machine::Machine(std::string root) : root_(std::move(root)) {}
+
+std::string Machine::path(const char* absolute) const {
+    return root_ + absolute;
+}
+
+int Machine::run(const char* command) {
+    if (beforeCommand_) {
+        beforeCommand_();
+    }
+    errno = 0;
+    return runCommand(command);
+}
+
+std::optional<std::string> Machine::firstLine(const char* command) {
+    if (beforeCommand_) {
+        beforeCommand_();
+    }
+    return readCommand(command);
+}
+
+bool Machine::exists(const char* absolute) const {
+    return access(path(absolute).c_str(), F_OK) == 0;
+}
+
+bool Machine::stats(const char* absolute) const {
+    struct stat status {};
+    return stat(path(absolute).c_str(), &status) == 0;
+}
+
+std::optional<std::string> Machine::readFile(const char* absolute) const {
+    const UniqueFile file = openFile(path(absolute), "r");
+    if (file == nullptr) {
+        return std::nullopt;
+    }
+    std::string text;
+    char buffer[4096];
+    std::size_t count = 0;
+    do {
+        count = std::fread(buffer, 1, sizeof buffer, file.get());
+        text.append(buffer, count);
+    } while (count == sizeof buffer && text.size() < kMostBytes);
+    return text;
+}
+
+WriteFailure Machine::writeFile(const char* absolute, std::string_view text) const {
+    UniqueFile file = openFile(path(absolute), "w");
+    if (file == nullptr) {
+        return WriteFailure::open;
+    }
+    if (std::fwrite(text.data(), 1, text.size(), file.get()) != text.size() ||
+        std::fflush(file.get()) != 0) {
+        return WriteFailure::write;
+    }
+    if (fsync(fileno(file.get())) != 0) {
+        return WriteFailure::sync;
+    }
+    return std::fclose(file.release()) == 0 ? WriteFailure::none : WriteFailure::close;
+}
+
+void Machine::setBeforeCommand(std::function<void()> hook) {
+    beforeCommand_ = std::move(hook);
+}
+
+int Machine::runCommand(const char* command) {
+    return std::system(command);
+}
+
+std::optional<std::string> Machine::readCommand(const char* command) {
+    const std::unique_ptr<FILE, PipeCloser> pipe(popen(command, "re"));
+    if (pipe == nullptr) {
+        logMessage(LOG_ERR, "error opening %s: %m\n", command);
+        return std::nullopt;
+    }
+    return firstLineFrom(fileno(pipe.get()));
+}

@@ -1,0 +1,205 @@
+#include "systemstate/machine.h"
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "frame_root.h"
+#include "support/captured_log.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(Machine, PathsStandUnderTheRoot) {
+    EXPECT_EQ(Machine("/tmp/frame").path("/etc/build.prop"), "/tmp/frame/etc/build.prop");
+    EXPECT_EQ(Machine().path("/etc/build.prop"), "/etc/build.prop");
+}
+
+TEST(MachineRun, GivesTheWaitStatus) {
+    Machine machine;
+    EXPECT_EQ(machine.run("true"), 0);
+    const int status = machine.run("exit 3");
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 3);
+}
+
+TEST(MachineRun, MissingCommandIsANonZeroResult) {
+    const int status = Machine().run("/nowhere/no-such-command 2>/dev/null");
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 127);
+}
+
+TEST(MachineRun, KilledCommandIsANonZeroResult) {
+    const int status = Machine().run("kill -KILL $$");
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+}
+
+TEST(MachineRun, ExitCodeHasNoErrorTextOfTheTimeBefore) {
+    errno = ENOENT;
+    EXPECT_NE(Machine().run("exit 1"), 0);
+    EXPECT_EQ(errno, 0);
+}
+
+TEST(MachineFirstLine, EndsBeforeTheLineFeed) {
+    EXPECT_EQ(Machine().firstLine("printf 'one\\ntwo\\n'"), "one");
+    EXPECT_EQ(Machine().firstLine("printf one"), "one");
+    EXPECT_EQ(Machine().firstLine("printf '\\none\\n'"), "");
+    EXPECT_EQ(Machine().firstLine("printf 'one\\r\\n'"), "one\r");
+}
+
+TEST(MachineFirstLine, SilentAndFailingCommandsGiveAnEmptyLine) {
+    EXPECT_EQ(Machine().firstLine("true"), "");
+    EXPECT_EQ(Machine().firstLine("exit 7"), "");
+    EXPECT_EQ(Machine().firstLine("/nowhere/no-such-command 2>/dev/null"), "");
+}
+
+TEST(MachineFirstLine, HasAtMost127Bytes) {
+    EXPECT_EQ(Machine().firstLine("printf %0127d 0"), std::string(127, '0'));
+    EXPECT_EQ(Machine().firstLine("printf %0128d 0"), std::string(127, '0'));
+    EXPECT_EQ(Machine().firstLine("printf %0100000d 0"), std::string(127, '0'));
+}
+
+TEST(MachineFirstLine, WaitsForOutputThatComesInPieces) {
+    EXPECT_EQ(Machine().firstLine("printf on; true; printf e; echo"), "one");
+}
+
+TEST(MachineFirstLine, WaitsForTheEndOfTheCommand) {
+    const FrameRoot root;
+    Machine().firstLine(("echo; exec >&-; echo done > " + root.path() + "/marker").c_str());
+    EXPECT_TRUE(root.holds("/marker"));
+}
+
+// A process that may open nothing more cannot make a pipe.
+TEST(MachineFirstLine, PipeThatCannotBeMadeIsLoggedAndGivesNothing) {
+    CapturedLog log;
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit none = before;
+    none.rlim_cur = 3;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const std::optional<std::string> line = Machine().firstLine("echo one");
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+
+    EXPECT_EQ(line, std::nullopt);
+    EXPECT_THAT(log.take(), ElementsAre(CapturedLog::Line{
+                                LOG_ERR, "error opening echo one: Too many open files\n"}));
+}
+
+TEST(MachineHook, IsCalledBeforeEachCommand) {
+    const FrameRoot root;
+    Machine machine;
+    std::vector<bool> ranBefore;
+    machine.setBeforeCommand([&] { ranBefore.push_back(root.holds("/marker")); });
+    machine.run(("touch " + root.path() + "/marker").c_str());
+    machine.firstLine("true");
+    EXPECT_THAT(ranBefore, ElementsAre(false, true));
+}
+
+// The descriptors of this process that a command started by another thread would get as well.
+constexpr const char* kCountInheritable =
+    "grep -L '^flags:.*02[0-9]\\{6\\}$' /proc/$PPID/fdinfo/* | wc -l";
+
+TEST(MachineFirstLine, ItsPipeIsClosedInOtherCommands) {
+    const FrameRoot root;
+    Machine machine;
+    machine.run((std::string(kCountInheritable) + " > " + root.path() + "/count").c_str());
+    const std::optional<std::string> withPipe = machine.firstLine(kCountInheritable);
+    ASSERT_TRUE(withPipe);
+    EXPECT_EQ(*withPipe + '\n', root.read("/count"));
+}
+
+TEST(MachineFiles, ExistsByAccessAndStatsByStat) {
+    const FrameRoot root;
+    root.write("/vantor/etc/sshServerDisabled", "");
+    root.link("/vantor/etc/dangling", "/nowhere/at-all");
+    const Machine machine(root.path());
+    EXPECT_TRUE(machine.exists("/vantor/etc/sshServerDisabled"));
+    EXPECT_TRUE(machine.stats("/vantor/etc/sshServerDisabled"));
+    EXPECT_TRUE(machine.exists("/vantor/etc"));
+    EXPECT_FALSE(machine.exists("/vantor/etc/ftpServerDisabled"));
+    EXPECT_FALSE(machine.stats("/vantor/etc/ftpServerDisabled"));
+    EXPECT_FALSE(machine.exists("/vantor/etc/dangling"));
+    EXPECT_FALSE(machine.stats("/vantor/etc/dangling"));
+}
+
+TEST(MachineReadFile, GivesTheBytesAsTheyAre) {
+    const FrameRoot root;
+    const std::string text("one\n\0two", 8);
+    root.write("/tmp/bond0", text);
+    root.write("/tmp/empty", "");
+    const Machine machine(root.path());
+    EXPECT_EQ(machine.readFile("/tmp/bond0"), text);
+    EXPECT_EQ(machine.readFile("/tmp/empty"), "");
+}
+
+TEST(MachineReadFile, LargerThanItsBuffer) {
+    const FrameRoot root;
+    for (const std::size_t size : {4095U, 4096U, 4097U, 8192U, 100000U}) {
+        root.write("/tmp/bond0", std::string(size, 'x'));
+        EXPECT_EQ(Machine(root.path()).readFile("/tmp/bond0"), std::string(size, 'x')) << size;
+    }
+}
+
+TEST(MachineReadFile, MissingFileIsNothingWithItsErrno) {
+    const FrameRoot root;
+    errno = 0;
+    EXPECT_EQ(Machine(root.path()).readFile("/tmp/bond0"), std::nullopt);
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(MachineReadFile, DirectoryIsEmpty) {
+    EXPECT_EQ(Machine().readFile("/proc"), "");
+}
+
+TEST(MachineReadFile, EndlessFileIsCut) {
+    const std::optional<std::string> text = Machine().readFile("/dev/zero");
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->size(), std::size_t{1} << 20);
+}
+
+TEST(MachineWriteFile, ReplacesTheWholeText) {
+    const FrameRoot root;
+    root.write("/vantor/etc/network.conf", "a longer text than the new one\n");
+    EXPECT_EQ(Machine(root.path()).writeFile("/vantor/etc/network.conf", "new\n"),
+              WriteFailure::none);
+    EXPECT_EQ(root.read("/vantor/etc/network.conf"), "new\n");
+}
+
+TEST(MachineWriteFile, SaysWhichStepFailedAndWhy) {
+    const FrameRoot root;
+    root.link("/vantor/full", "/dev/full");
+    root.link("/vantor/unsynced", "/dev/null");
+    const Machine machine(root.path());
+    EXPECT_EQ(machine.writeFile("/vantor/full", "new\n"), WriteFailure::write);
+    EXPECT_EQ(errno, ENOSPC);
+    EXPECT_EQ(machine.writeFile("/vantor/unsynced", "new\n"), WriteFailure::sync);
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(machine.writeFile("/nowhere/network.conf", "new\n"), WriteFailure::open);
+    EXPECT_EQ(errno, ENOENT);
+}
+
+std::size_t openDescriptors() {
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
+}
+
+TEST(MachineFiles, LeaveNoDescriptorOpen) {
+    const FrameRoot root;
+    root.link("/vantor/full", "/dev/full");
+    const Machine machine(root.path());
+    const std::size_t before = openDescriptors();
+    machine.readFile("/vantor");
+    machine.writeFile("/vantor/new", "new\n");
+    machine.writeFile("/vantor/full", "new\n");
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+}  // namespace
