@@ -16,20 +16,30 @@ struct EthernetInterfaceStatus {
     std::string interfaceName;  // as the kernel calls it
     int32_t index = 0;          // position in the list, from 0
     Relaxed<PortStatus> status{PortStatus::linkDown};
-    std::string label;  // what people call it; empty: the interface name
+    std::string label;  // what people call it
 };
 
-inline constexpr std::size_t kEthernetPortCount = 2;
-using EthernetPorts = std::array<EthernetInterfaceStatus, kEthernetPortCount>;
+// What a port is called: by the kernel, and by people if they have a name of their own for it.
+struct PortNames {
+    const char* interfaceName;
+    const char* label;
+};
+
+// The ports of a frame, in the order of their positions.
+inline constexpr std::array kPortNames{PortNames{"eth0", "Port 1"}, PortNames{"eth1", "Port 2"}};
+
+using EthernetPorts = std::array<EthernetInterfaceStatus, kPortNames.size()>;
+
+// The text that a choice list shows for the port: the label, or else the kernel's name.
+constexpr const char* portTitle(const PortNames& names) {
+    return *names.label != '\0' ? names.label : names.interfaceName;
+}
 
 // The ports of a frame, all down.
 EthernetPorts makeEthernetPorts();
 
-// The text that a choice list shows for the port.
-const std::string& portTitle(const EthernetInterfaceStatus& port);
-
 // The position of the last port that carries the bond's traffic; 0 when none does.
 int32_t activePortIndex(const EthernetPorts& ports);
 
-// "system.ethPort1Status" for position 0.
+// The key of the port's status parameter: "system.ethPort1Status" for position 0.
 std::string portStatusKey(std::size_t position);

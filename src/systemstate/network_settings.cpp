@@ -1,5 +1,7 @@
 #include "systemstate/network_settings.h"
 
+#include "systemstate/lines.h"
+
 namespace {
 
 constexpr uint32_t kNoAddress = 0;
@@ -37,13 +39,6 @@ bool takeDot(std::string_view& text) {
     }
     text.remove_prefix(1);
     return true;
-}
-
-std::string_view takeLine(std::string_view& text) {
-    const std::size_t end = text.find('\n');
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    return line;
 }
 
 void readLine(NetworkConf& conf, std::string_view line) {

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <array>
+#include <memory>
 #include <string>
+
+class ToskParam;
 
 // One serial port of the frame. Main thread.
 struct SerialPort {
@@ -15,3 +18,9 @@ using SerialPorts = std::array<SerialPort, 3>;
 
 // The ports of a frame, with nothing connected.
 SerialPorts makeSerialPorts();
+
+// The port's parameter: a struct of the port's name, device and connection, not published.
+std::unique_ptr<ToskParam> makeSerialParam(const SerialPort& port);
+
+// Takes the connection over that a client wrote into the port's parameter, if the value has one.
+void takeConnectionPoint(SerialPort& port, const ToskParam& param);

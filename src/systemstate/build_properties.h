@@ -1,0 +1,18 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+// What the build wrote about the frame's software, one KEY=value per line. Pure functions, usable
+// from any thread.
+
+using BuildProperties = std::map<std::string, std::string>;
+
+// A line without "=" is skipped, a later line overwrites an earlier one. Of the value, a double
+// quote right after the "=" and one before the line end are dropped.
+BuildProperties decodeBuildProperties(std::string_view text);
+
+// The version and, in brackets right behind it, the revision if there is one; "read error" when
+// that is nothing.
+std::string versionText(const BuildProperties& properties);

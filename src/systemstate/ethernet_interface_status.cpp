@@ -1,0 +1,25 @@
+#include "systemstate/ethernet_interface_status.h"
+
+EthernetPorts makeEthernetPorts() {
+    EthernetPorts ports;
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        ports[i].interfaceName = kPortNames[i].interfaceName;
+        ports[i].index = static_cast<int32_t>(i);
+        ports[i].label = kPortNames[i].label;
+    }
+    return ports;
+}
+
+int32_t activePortIndex(const EthernetPorts& ports) {
+    int32_t active = 0;
+    for (const EthernetInterfaceStatus& port : ports) {
+        if (port.status.get() == PortStatus::active) {
+            active = port.index;
+        }
+    }
+    return active;
+}
+
+std::string portStatusKey(std::size_t position) {
+    return "system.ethPort" + std::to_string(position + 1) + "Status";
+}
