@@ -1,0 +1,117 @@
+#include "systemstate/service_switches.h"
+
+
+#include "model/log.h"
+#include "systemstate/machine.h"
+#include "systemstate/places.h"
+
+namespace {
+
+// A service of one command: what is run, and what is logged when it ran.
+struct Command {
+    const char* command;
+    const char* done;
+};
+
+struct Action {
+    Command brio;
+    Command tessara;
+    const char* failed;
+
+    const Command& of(Edition edition) const { return edition == Edition::brio ? brio : tessara; }
+};
+
+struct Switch {
+    Action enable;
+    Action disable;
+};
+
+constexpr Switch kSsh = {
+    {{kBrioStartSsh, "SSH server started in Brio"},
+     {kTessaraStartSsh, "SSH server restarted in Tessara"},
+     "Error starting SSH Server"},
+    {{kBrioStopSsh, "SSH server stopped in Brio"},
+     {kTessaraStopSsh, "SSH server stopped in Tessara"},
+     "Error stopping SSH Server"},
+};
+
+constexpr Switch kFtp = {
+    {{kBrioStartFtp, "FTP server started in Brio"},
+     {kTessaraStartFtp, "FTP server restarted in Tessara"},
+     "Error starting FTP Server"},
+    {{kBrioStopFtp, "FTP server stopped in Brio"},
+     {kTessaraStopFtp, "FTP server stopped in Tessara"},
+     "Error stopping FTP Server"},
+};
+
+// A service of two commands. Only the second one's result tells anything: the first is a command
+// in the background, or finds nothing to stop when the service does not run.
+struct Pair {
+    const char* announcement;
+    const char* server;
+    const char* watch;
+};
+
+struct PairAction {
+    Pair brio;
+    Pair tessara;
+    const char* failed;
+
+    const Pair& of(Edition edition) const { return edition == Edition::brio ? brio : tessara; }
+};
+
+constexpr PairAction kStartAmbrix = {
+    {"enabling ambrix in Quorane Brio...", kBrioStartAmbrix, kBrioStartAmbrixWatch},
+    {"enabling ambrix in Tessara...", kTessaraStartAmbrix, kTessaraStartAmbrixWatch},
+    "Error starting Ambrix",
+};
+
+constexpr PairAction kStopAmbrix = {
+    {"disabling ambrix in Quorane Brio...", kBrioStopAmbrix, kBrioStopAmbrixWatch},
+    {"disabling ambrix in Tessara...", kTessaraStopAmbrix, kTessaraStopAmbrixWatch},
+    "Error stopping Ambrix",
+};
+
+void logFailure(const char* text) {
+    logMessage(LOG_ERR, "%s - %m", text);
+}
+
+void carryOut(Machine& machine, const Action& action, Edition edition) {
+    const Command& command = action.of(edition);
+    const int result = machine.run(command.command);
+    logMessage(LOG_INFO, "%s, rv: %d\n", command.done, result);
+    if (result != 0) {
+        logFailure(action.failed);
+    }
+}
+
+void carryOut(Machine& machine, const PairAction& action, Edition edition) {
+    const Pair& pair = action.of(edition);
+    logMessage(LOG_DEBUG, "%s\n", pair.announcement);
+    machine.run(pair.server);
+    if (machine.run(pair.watch) != 0) {
+        logFailure(action.failed);
+    }
+}
+
+}  // namespace
+
+bool isServiceEnabled(const Machine& machine, const char* disabledMarker) {
+    return !machine.exists(disabledMarker);
+}
+
+void switchSsh(Machine& machine, Edition edition, bool enable) {
+    carryOut(machine, enable ? kSsh.enable : kSsh.disable, edition);
+}
+
+void switchFtp(Machine& machine, Edition edition, bool enable) {
+    carryOut(machine, enable ? kFtp.enable : kFtp.disable, edition);
+}
+
+void stopAmbrix(Machine& machine, Edition edition) {
+    carryOut(machine, kStopAmbrix, edition);
+}
+
+void startAmbrix(Machine& machine, Edition edition) {
+    carryOut(machine, kStartAmbrix, edition);
+}
