@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <thread>
 
@@ -15,9 +16,9 @@
 #include "systemstate/machine.h"
 #include "systemstate/product.h"
 #include "systemstate/serial_port.h"
+#include "systemstate/service_switches.h"
 
 class StatusPoll;
-struct CatalogueRow;
 
 // The one device of the daemon: its catalogue of parameters, what a set of each does to the
 // machine, and the poll that keeps the readings true. Owned by main. Built and loaded before the
@@ -107,17 +108,34 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     const EthernetPorts& ethernetPorts() const { return ethernetPorts_; }
     const SerialPorts& serialPorts() const { return serialPorts_; }
 
-    // Stops Ambrix, and starts it anew when it is enabled.
+    // Put a service into a state, with the commands of this frame's edition. Ambrix is stopped in
+    // any case, and started anew when it is enabled.
+    void switchSsh(bool enable);
+    void switchFtp(bool enable);
     void switchAmbrix(bool enable);
     // Whether the daemon started Ambrix; the poll forgets it when Ambrix shut itself off.
     bool ambrixStarted() const { return ambrixStarted_.get(); }
     void forgetAmbrixStarted() { ambrixStarted_.set(false); }
 
   private:
+    struct Reaction;
+    static std::span<const Reaction> reactions();
+
+    bool isPolling() const { return pollThread_.load() == std::this_thread::get_id(); }
+    Edition edition() const { return isBrio() ? Edition::brio : Edition::tessara; }
+    void announce(const ToskParam& param);
+    void setActiveEthernet(ToskParam& param);
+    void applyNetworkSettings(ToskParam& param);
+    template <void (SystemState::*apply)(bool)>
+    void switchService(ToskParam& param);
+    void restartNetwork(ToskParam& param);
+    void generateReport(ToskParam& param);
+    void takeConnection(ToskParam& param);
+
     Machine& machine_;
     const Product product_;
-    EthernetPorts ethernetPorts_;
-    SerialPorts serialPorts_;
+    EthernetPorts ethernetPorts_ = makeEthernetPorts();
+    SerialPorts serialPorts_ = makeSerialPorts();
     MasterSystemDetails masterDetails_;
     bool active_ = true;
     Relaxed<bool> ambrixStarted_{false};

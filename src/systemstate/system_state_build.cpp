@@ -1,0 +1,156 @@
+// The builders of the device: what the state file brought is kept, what it did not is made.
+
+#include <cstdio>
+#include <string_view>
+#include <utility>
+
+#include "model/log.h"
+#include "systemstate/build_properties.h"
+#include "systemstate/catalogue.h"
+#include "systemstate/param_keys.h"
+#include "systemstate/param_values.h"
+#include "systemstate/places.h"
+#include "systemstate/system_state.h"
+
+namespace {
+
+// A service that is put into the state its parameter shows.
+struct Service {
+    // What to do when the file brought the parameter without a number in it.
+    enum class Unusable { startAndRenew, stopAndKeep };
+
+    const char* key;
+    void (SystemState::*apply)(bool enable);
+    Unusable unusable;
+};
+
+constexpr Service kServices[] = {
+    {kSshEnabledKey, &SystemState::switchSsh, Service::Unusable::startAndRenew},
+    {kFtpEnabledKey, &SystemState::switchFtp, Service::Unusable::startAndRenew},
+    {kAmbrixEnabledKey, &SystemState::switchAmbrix, Service::Unusable::stopAndKeep},
+};
+
+// Makes the service what its held parameter says. True when that parameter is to stay.
+bool restore(SystemState& state, const Service& service, const ToskParam& held) {
+    if (const std::optional<int64_t> number = integerOf(&held)) {
+        (state.*service.apply)(*number != 0);
+        return true;
+    }
+    const bool keep = service.unusable == Service::Unusable::stopAndKeep;
+    (state.*service.apply)(!keep);
+    return keep;
+}
+
+void buildService(SystemState& state, const Service& service, const CatalogueRow& row,
+                  const CatalogueSources& sources) {
+    const ToskParam* const held = state.findParam(service.key);
+    if (held != nullptr && restore(state, service, *held)) {
+        return;
+    }
+    std::unique_ptr<ToskParam> made = makeParam(row, sources);
+    if (held == nullptr) {
+        (state.*service.apply)(*integerOf(made.get()) != 0);
+    }
+    state.device()->addParam(std::move(made));
+}
+
+void buildRow(SystemState& state, const CatalogueRow& row, const CatalogueSources& sources) {
+    for (const Service& service : kServices) {
+        if (std::string_view(row.key) == service.key) {
+            buildService(state, service, row, sources);
+            return;
+        }
+    }
+    state.device()->addParam(makeParam(row, sources));
+}
+
+// True when the setting was not there and had to be made.
+bool ensureSetting(SystemState& state, const CatalogueRow& row, const CatalogueSources& sources) {
+    if (state.findParam(row.key) != nullptr) {
+        return false;
+    }
+    state.device()->addParam(makeParam(row, sources));
+    return true;
+}
+
+// A name of another kind than text, which only a damaged file brings, cannot take the label over
+// and makes way for a new one.
+void replaceFrameName(SystemState& state, const std::string& label,
+                      const CatalogueSources& sources) {
+    state.setText(kFrameNameKey, label);
+    if (state.findParam(kFrameNameKey)->valueToString() != label) {
+        std::unique_ptr<ToskParam> made = makeParam(identityGroup().front(), sources);
+        made->setValue(std::make_shared<ToskStringValue>(label));
+        made->setListener(&state);
+        state.device()->addParam(std::move(made));
+    }
+}
+
+// Gives the frame the name on its label. True when it had another one.
+bool correctFrameName(SystemState& state, const std::string& label,
+                      const CatalogueSources& sources) {
+    const std::string held = state.findParam(kFrameNameKey)->valueToString();
+    if (held == label) {
+        return false;
+    }
+    replaceFrameName(state, label, sources);
+    logMessage(LOG_INFO, "*DEBUG* Device Name is mismatched: device[%s] label[%s]\n", held.c_str(),
+               label.c_str());
+    return true;
+}
+
+void buildSerialParams(SystemState& state) {
+    for (const SerialPort& port : state.serialPorts()) {
+        std::printf("%s oid=%s\n", "addSerialStatusParams", port.oid.c_str());
+        state.device()->addParam(makeSerialParam(port));
+    }
+}
+
+// Any parameter can be set from the bus, also one that only the state file knows.
+void listenToAll(SystemState& state) {
+    for (const auto& [key, param] : state.device()->params()) {
+        param->setListener(&state);
+    }
+}
+
+NetworkSettings readNetworkSettings(const SystemState& state) {
+    NetworkSettings settings;
+    state.get_net_settings(&settings.ip, &settings.netmask, &settings.gateway);
+    return settings;
+}
+
+}  // namespace
+
+void SystemState::buildIdentityGroup(const std::string& deviceLabel) {
+    if (device() == nullptr) {
+        ownDevice_ = std::make_unique<ToskDevice>();
+        addDevice(ownDevice_.get());
+    }
+    const CatalogueSources sources{machine_, product_, ethernetPorts_, masterDetails_, {}, {}};
+    bool changed = false;
+    for (const CatalogueRow& row : identityGroup()) {
+        changed = ensureSetting(*this, row, sources) || changed;
+    }
+    listenToAll(*this);
+    if (isTessaraFrame() && !deviceLabel.empty()) {
+        changed = correctFrameName(*this, deviceLabel, sources) || changed;
+    }
+    if (changed) {
+        saveToOwnPath(false);
+    }
+}
+
+void SystemState::buildCatalogue() {
+    const std::string buildText = machine_.readFile(kBuildPropertiesFile).value_or("");
+    const CatalogueSources sources{machine_,
+                                   product_,
+                                   ethernetPorts_,
+                                   masterDetails_,
+                                   readNetworkSettings(*this),
+                                   versionText(decodeBuildProperties(buildText))};
+    for (const CatalogueRow& row : mainCatalogue()) {
+        buildRow(*this, row, sources);
+    }
+    buildSerialParams(*this);
+    listenToAll(*this);
+}

@@ -1,0 +1,140 @@
+// The frame's address settings: their file, and the services that live on them.
+
+#include <cstdio>
+
+#include "model/log.h"
+#include "model/time_stamp.h"
+#include "systemstate/network_settings.h"
+#include "systemstate/param_keys.h"
+#include "systemstate/param_values.h"
+#include "systemstate/places.h"
+#include "systemstate/system_state.h"
+
+namespace {
+
+// Serves one writer at a time; readers take what they find.
+std::mutex& networkFileLock() {
+    static std::mutex lock;
+    return lock;
+}
+
+// What is logged when writing the file failed at a step.
+struct FailureText {
+    WriteFailure step;
+    const char* text;
+};
+
+constexpr FailureText kFailureTexts[] = {
+    {WriteFailure::write, "Error writing"},
+    {WriteFailure::sync, "Error syncing"},
+    {WriteFailure::close, "Error closing"},
+};
+
+// Empty when the parameter is missing or holds no address.
+std::string dottedTextOf(const SystemState& state, const char* key) {
+    const std::optional<int64_t> held = integerOf(state.findParam(key));
+    if (!held) {
+        return {};
+    }
+    const auto address = static_cast<uint32_t>(*held);
+    if (!isValidAddress(address)) {
+        printTimeStamp();
+        std::printf("IP Address Error: %s=%x\n", key, address);
+        return {};
+    }
+    return dottedText(address);
+}
+
+void logWriteFailure(WriteFailure step) {
+    if (step == WriteFailure::open) {
+        std::printf("Error opening %s for writing", kNetworkFile);
+        logMessage(LOG_ERR, "Error opening %s for writing \n", kNetworkFile);
+    }
+    for (const FailureText& failure : kFailureTexts) {
+        if (failure.step == step) {
+            logMessage(LOG_ERR, "%s %s: %m\n", failure.text, kNetworkFile);
+        }
+    }
+}
+
+void writeNetworkFile(const SystemState& state, const Machine& machine) {
+    logMessage(LOG_INFO, "SystemState:writing network config\n");
+    const std::lock_guard lock(networkFileLock());
+    const std::string ip = dottedTextOf(state, kIpAddressKey);
+    const std::string netmask = dottedTextOf(state, kNetmaskKey);
+    const std::string gateway = dottedTextOf(state, kGatewayKey);
+    if (ip.empty() || netmask.empty() || gateway.empty()) {
+        logMessage(LOG_ERR, "Error loading network params.\n");
+        return;
+    }
+    const WriteFailure failure =
+        machine.writeFile(kNetworkFile, renderNetworkConf(ip, netmask, gateway));
+    if (failure == WriteFailure::none) {
+        logMessage(LOG_INFO, "ok\n");
+    } else {
+        logWriteFailure(failure);
+    }
+}
+
+void runAll(Machine& machine, std::initializer_list<const char*> commands) {
+    for (const char* const command : commands) {
+        if (const int result = machine.run(command); result < 0) {
+            std::printf("system returned %d\n", result);
+        }
+    }
+}
+
+// What announces the frame or serves at its address has to learn a new one. Ambrix is looked at and
+// left alone.
+void restartNetworkServices(Machine& machine, bool addressChanged) {
+    runAll(machine, {kRestartNetworkService});
+    if (addressChanged) {
+        runAll(machine, {kRegisterLocationService, kRestartLocationService, kRestartView});
+    }
+    static_cast<void>(isServiceEnabled(machine, kAmbrixDisabledMarker));
+}
+
+void logStored(const NetworkSettings& stored) {
+    logMessage(LOG_INFO, "ip address %s\n", dottedText(stored.ip).c_str());
+    logMessage(LOG_INFO, "gateway_ip_address %s\n", dottedText(stored.gateway).c_str());
+    logMessage(LOG_INFO, "subnet_mask %s\n", dottedText(stored.netmask).c_str());
+}
+
+}  // namespace
+
+void SystemState::get_net_settings(uint32_t* ip, uint32_t* netmask, uint32_t* gateway) const {
+    const std::optional<std::string> text = machine_.readFile(kNetworkFile);
+    if (!text) {
+        logMessage(
+            LOG_CRIT, "WARNING: %s: vantor/etc/network.conf missing or unable to be opened\n",
+            "void SystemState::get_net_settings(unsigned int*, unsigned int*, unsigned int*)");
+        return;
+    }
+    const NetworkConf conf = decodeNetworkConf(*text);
+    *ip = conf.ip.value_or(*ip);
+    *netmask = conf.netmask.value_or(*netmask);
+    *gateway = conf.gateway.value_or(*gateway);
+}
+
+int SystemState::config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway) {
+    const NetworkSettings wanted{ip, netmask, gateway};
+    logMessage(LOG_INFO, "SystemState:config_ip: checking ifconfig ip=%s sub=%s gw=%s...\n",
+               dottedText(ip).c_str(), dottedText(netmask).c_str(), dottedText(gateway).c_str());
+    NetworkSettings stored;
+    get_net_settings(&stored.ip, &stored.netmask, &stored.gateway);
+    // A missing or broken file is never replaced from the bus.
+    if (!areValid(stored)) {
+        logMessage(LOG_WARNING,
+                   "SystemState: IP Address Check failed. Not Writing to network.conf.\n");
+        return 1;
+    }
+    logStored(stored);
+    if (stored == wanted) {
+        logMessage(LOG_INFO, "no changes\n");
+        return 1;
+    }
+    logMessage(LOG_INFO, "changed. restarting S40network and S81ambrix\n");
+    writeNetworkFile(*this, machine_);
+    restartNetworkServices(machine_, stored.ip != wanted.ip);
+    return 0;
+}

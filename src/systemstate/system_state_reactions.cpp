@@ -1,0 +1,146 @@
+// What a set of each parameter does to the machine. Everything here runs on the thread that changed
+// the parameter, inside the operation that set it.
+
+#include <cstdio>
+
+#include "model/log.h"
+#include "model/time_stamp.h"
+#include "systemstate/network_settings.h"
+#include "systemstate/param_keys.h"
+#include "systemstate/param_values.h"
+#include "systemstate/places.h"
+#include "systemstate/port_swap.h"
+#include "systemstate/system_state.h"
+
+struct SystemState::Reaction {
+    const char* oid;
+    void (SystemState::*carryOut)(ToskParam& param);
+};
+
+std::span<const SystemState::Reaction> SystemState::reactions() {
+    static constexpr Reaction kReactions[] = {
+        {kActiveEthernetKey, &SystemState::setActiveEthernet},
+        {kIpAddressKey, &SystemState::applyNetworkSettings},
+        {kNetmaskKey, &SystemState::applyNetworkSettings},
+        {kGatewayKey, &SystemState::applyNetworkSettings},
+        {kSshEnabledKey, &SystemState::switchService<&SystemState::switchSsh>},
+        {kFtpEnabledKey, &SystemState::switchService<&SystemState::switchFtp>},
+        {kAmbrixEnabledKey, &SystemState::switchService<&SystemState::switchAmbrix>},
+        {kRestartNetworkKey, &SystemState::restartNetwork},
+        {kGenerateReportKey, &SystemState::generateReport},
+        {"system.serial0", &SystemState::takeConnection},
+        {"system.serial1", &SystemState::takeConnection},
+        {"system.serial2", &SystemState::takeConnection},
+    };
+    return kReactions;
+}
+
+void SystemState::valueChanged(ToskParam* param) {
+    const std::string oid = param->oid().toString();
+    logMessage(LOG_DEBUG, "SystemState::valueChanged, oid=%s, val=%s", oid.c_str(),
+               param->valueToString().c_str());
+    announce(*param);
+    for (const Reaction& reaction : reactions()) {
+        if (oid == reaction.oid) {
+            (this->*reaction.carryOut)(*param);
+        }
+    }
+}
+
+void SystemState::announce(const ToskParam& param) {
+    if (paramChanged_) {
+        paramChanged_(param);
+    }
+}
+
+void SystemState::setActiveEthernet(ToskParam& param) {
+    const std::optional<int64_t> position = integerOf(&param);
+    if (!position) {
+        return;
+    }
+    if (static_cast<uint64_t>(*position) >= ethernetPorts_.size()) {
+        logMessage(LOG_INFO, "Set Active Ethernet invalid interface index: %lld\n",
+                   static_cast<long long>(*position));
+        setInPlace(param, activePortIndex(ethernetPorts_));
+        announce(param);
+        return;
+    }
+    const EthernetInterfaceStatus& port = ethernetPorts_[static_cast<std::size_t>(*position)];
+    if (port.status.get() != PortStatus::active) {
+        swapActivePort(machine_, product_, port);
+    }
+}
+
+void SystemState::applyNetworkSettings(ToskParam& /*param*/) {
+    if (isPolling()) {
+        return;
+    }
+    const auto held = [this](const char* key) {
+        return static_cast<uint32_t>(integerOf(findParam(key)).value_or(0));
+    };
+    const NetworkSettings settings{held(kIpAddressKey), held(kNetmaskKey), held(kGatewayKey)};
+    if (areValid(settings)) {
+        config_ip(settings.ip, settings.netmask, settings.gateway);
+        return;
+    }
+    printTimeStamp();
+    std::printf("IP Error: ip=%x, netmask=%x, gateway=%x\n", settings.ip, settings.netmask,
+                settings.gateway);
+}
+
+template <void (SystemState::*apply)(bool)>
+void SystemState::switchService(ToskParam& param) {
+    if (const std::optional<int64_t> enable = integerOf(&param)) {
+        (this->*apply)(*enable != 0);
+    }
+}
+
+void SystemState::switchSsh(bool enable) {
+    ::switchSsh(machine_, edition(), enable);
+}
+
+void SystemState::switchFtp(bool enable) {
+    ::switchFtp(machine_, edition(), enable);
+}
+
+void SystemState::switchAmbrix(bool enable) {
+    stopAmbrix(machine_, edition());
+    if (enable) {
+        ambrixStarted_.set(true);
+        startAmbrix(machine_, edition());
+    }
+}
+
+void SystemState::restartNetwork(ToskParam& param) {
+    const int64_t value = integerOf(&param).value_or(0);
+    std::printf("%s changed, value:%lld\n", kRestartNetworkKey, static_cast<long long>(value));
+    if (value == 0) {
+        return;
+    }
+    if (machine_.run(kRestartNetworking) != 0) {
+        logMessage(LOG_ERR, "Error restarting networking - %m");
+    }
+    setInPlace(param, 0);
+}
+
+void SystemState::generateReport(ToskParam& param) {
+    const int64_t value = integerOf(&param).value_or(0);
+    std::printf("%s changed, value:%lld\n", kGenerateReportKey, static_cast<long long>(value));
+    if (value == 0) {
+        return;
+    }
+    if (machine_.run(kGenerateReport) != 0) {
+        logMessage(LOG_ERR, "Error calling generateReport - %m");
+    }
+    setInteger(kGenerateReportKey, 0);
+}
+
+void SystemState::takeConnection(ToskParam& param) {
+    const std::string oid = param.oid().toString();
+    for (SerialPort& port : serialPorts_) {
+        if (port.oid == oid) {
+            std::printf("%s == %s\n", port.oid.c_str(), oid.c_str());
+            takeConnectionPoint(port, param);
+        }
+    }
+}
