@@ -1,0 +1,111 @@
+#include "service/redundant_controllers.h"
+
+#include <strings.h>
+#include <syslog.h>
+
+#include <utility>
+
+#include "bus/messages.h"
+#include "model/log.h"
+#include "model/tosk_param.h"
+#include "model/tosk_value.h"
+#include "service/master_details_json.h"
+#include "service/paths.h"
+#include "systemstate/machine.h"
+#include "systemstate/system_state.h"
+
+namespace pallwatch {
+
+namespace {
+
+constexpr const char* kSystemObject = "system";
+constexpr const char* kDetailsKey = "kelMasterSystemDetails";
+
+}  // namespace
+
+RedundantControllers::RedundantControllers(SystemState& systemState, Machine& machine,
+                                           const std::string& prefix, const SendMessage& send)
+    : systemState_(systemState), machine_(machine), prefix_(prefix), send_(send) {}
+
+void RedundantControllers::requestDetails() const {
+    send_(GETMessage(kSystemObject, {kDetailsKey}, nullptr, 0));
+}
+
+void RedundantControllers::handleSystemRsp(const TarnInternalMessage& message) const {
+    const UniqueJSON data = message.parseData();
+    const cJSON* const param = jsonMember(data.get(), "param");
+    if (!param) {
+        return;
+    }
+    logMessage(LOG_DEBUG, "PallwatchService::handleSystemRsp - got paramObj");
+    const cJSON* const item = jsonMember(param, kDetailsKey);
+    if (!cJSON_IsObject(item)) {
+        return;
+    }
+    const MasterSystemDetails details = masterDetailsFromJSON(item);
+    logMessage(LOG_DEBUG, "PallwatchService::handleSystemRsp - recvd kelMasterSystemDetails : %s",
+               renderJSON(masterDetailsToJSON(details).get(), false).c_str());
+    systemState_.updateRedundancy(details.primary, details.secondary);
+}
+
+void RedundantControllers::handleSet(const cJSON* param) const {
+    const char* const masterState = jsonText(jsonMember(param, "kelMasterState"));
+    if (masterState && std::string_view(masterState) == "active") {
+        becomeActiveMaster();
+    }
+    // The key's spelling is what the senders write.
+    if (cJSON_IsTrue(jsonMember(param, "keliIpAdressChanged"))) {
+        followRemoteAddress();
+    }
+}
+
+// The published parameters keep what the last details said until the next ones arrive.
+void RedundantControllers::becomeActiveMaster() const {
+    systemState_.masterDetails() = MasterSystemDetails();
+    requestDetails();
+    if (!prefix_.empty()) {
+        announceUnderPrefix("system.ipAddress");
+        announceUnderPrefix("system.frameName");
+    }
+}
+
+void RedundantControllers::announceUnderPrefix(const char* key) const {
+    if (const ToskParam* const param = systemState_.findParam(key)) {
+        send_(NOTMessage(prefix_ + "." + param->oid().prefix(), param->oid().leaf(),
+                         param->valueToJSON()));
+    }
+}
+
+void RedundantControllers::followRemoteAddress() const {
+    logMessage(
+        LOG_INFO,
+        "keliIpAdressChanged message received. Restarting processes with updated Keli IP.\n");
+    if (strcasecmp(systemState_.productName().c_str(), "Tessara-5ru") != 0) {
+        return;
+    }
+    if (!machine_.exists(kKeliControlModeFile) || !machine_.exists(kRemoteControlModeFile)) {
+        logMessage(LOG_ERR,
+                   "Received keliIpAdressChanged when not in KELI Control mode. Ignoring.");
+        return;
+    }
+    if (machine_.run(kKeliIpChangedScript) != 0) {
+        logMessage(LOG_ERR, "Error restarting Tessara modules with new KELI IP - %m");
+    }
+}
+
+void RedundantControllers::announceActiveController(const ToskParam& param) const {
+    if (param.oid().leaf() != "activeKeli") {
+        return;
+    }
+    logMessage(LOG_DEBUG, "currentSystemState  activeKeli change detected");
+    const auto* const value = dynamic_cast<const ToskIntegerValue*>(param.value().get());
+    if (!value) {
+        return;
+    }
+    UniqueJSON active = jsonObject();
+    addMember(active.get(), "kelActiveMaster",
+              jsonString(value->value() == 0 ? "primary" : "secondary"));
+    send_(SETMessage(kSystemObject, std::move(active)));
+}
+
+}  // namespace pallwatch

@@ -1,0 +1,268 @@
+#include "service/system_object.h"
+
+#include <syslog.h>
+
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "model/tosk_device.h"
+#include "service_fixture.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
+using Line = CapturedLog::Line;
+
+std::string response(const std::string& command, const std::string& rest,
+                     const std::string& object = "system") {
+    return "[\"RSP\", \"" + object + "\", 0, 5, 0]\n{\"id\":\"7@x\",\"requestCommand\":\"" +
+           command + "\"," + rest + "}";
+}
+
+std::string status(int code, const std::string& text) {
+    return "\"statusCode\":" + std::to_string(code) + ",\"statusMsg\":\"" + text + "\"";
+}
+
+std::string setResponse(int code, const std::string& text, const std::string& object = "system") {
+    return response("SET", status(code, text), object);
+}
+
+std::string notification(const std::string& object, const std::string& param) {
+    return "[\"NOT\", \"" + object + "\", 0, 0, 0]\n{\"id\":\"own\",\"param\":" + param + "}";
+}
+
+class SystemObjectGet : public ServiceFixture {
+  protected:
+    void SetUp() override { start("Quorane", ""); }
+};
+
+TEST_F(SystemObjectGet, KnownNameIsAnsweredUnderItsLeaf) {
+    get("system", R"({"id":"7@x","param":{"objectName":["ipAddress"]}})");
+    EXPECT_THAT(takeSent(), ElementsAre(response(
+                                "GET", status(200, "OK") + R"(,"param":{"ipAddress":167772165})")));
+}
+
+TEST_F(SystemObjectGet, EachNameHasItsOwnResponseInTheOrderOfTheRequest) {
+    get("system", R"({"id":"7@x","param":{"objectName":["restartNetwork","systemName"]}})");
+    EXPECT_THAT(
+        takeSent(),
+        ElementsAre(response("GET", status(200, "OK") + R"(,"param":{"restartNetwork":0})"),
+                    response("GET", status(200, "OK") + R"(,"param":{"systemName":"System"})")));
+}
+
+TEST_F(SystemObjectGet, UnknownNamesAndItemsThatAreNoTextsGetNoAnswer) {
+    get("system", R"({"id":"7@x","param":{"objectName":["nothing",7,null,["ipAddress"]]}})");
+    EXPECT_THAT(takeSent(), IsEmpty());
+}
+
+TEST_F(SystemObjectGet, ListThatIsNoArrayGivesNothing) {
+    get("system", R"({"id":"7@x","param":{"objectName":"ipAddress"}})");
+    get("system", R"({"id":"7@x","param":{"objectName":{"a":"ipAddress"}}})");
+    get("system", R"({"id":"7@x","param":["ipAddress"]})");
+    get("system", R"({"id":"7@x"})");
+    get("system", "no data at all");
+    EXPECT_THAT(takeSent(), IsEmpty());
+}
+
+TEST_F(SystemObjectGet, NameParamDescriptorGivesTheWholeDevice) {
+    get("system", R"({"id":"7@x","param":{"objectName":["paramDescriptor"]}})");
+    const std::vector<std::string> sent = takeSent();
+    ASSERT_THAT(sent, SizeIs(1));
+    EXPECT_THAT(sent[0], StartsWith(response("GET", status(200, "OK")).substr(0, 60)));
+    EXPECT_THAT(sent[0], HasSubstr(R"("param":{"paramDescriptor":{"type":"device","slot":0,)"));
+    EXPECT_THAT(sent[0], HasSubstr(R"("d_system.frameName":{"oid":"system.frameName")"));
+    EXPECT_THAT(sent[0], Not(HasSubstr("d_system.version")))
+        << "live state is not in the descriptor";
+}
+
+TEST_F(SystemObjectGet, DescriptorsOfKnownNamesComeInOneResponse) {
+    get("system",
+        R"({"id":"7@x","paramDescriptor":{"objectName":["version","nothing","netmask"]}})");
+    const std::vector<std::string> sent = takeSent();
+    ASSERT_THAT(sent, SizeIs(1));
+    EXPECT_THAT(sent[0],
+                HasSubstr(R"("statusMsg":"OK","paramDescriptor":{"d_system.version":{"oid")"));
+    EXPECT_THAT(sent[0], HasSubstr(R"(,"d_system.netmask":{"oid":"system.netmask")"));
+}
+
+TEST_F(SystemObjectGet, DescriptorsOfUnknownNamesOnlyGetNoAnswer) {
+    get("system", R"({"id":"7@x","paramDescriptor":{"objectName":["nothing"]}})");
+    EXPECT_THAT(takeSent(), IsEmpty());
+}
+
+TEST_F(SystemObjectGet, DescriptorFoundInTheFirstPassLetsTheSecondAnswerWithNothingInIt) {
+    get("system", R"({"id":"7@x","param":{"objectName":["paramDescriptor"]},)"
+                  R"("paramDescriptor":{"objectName":["nothing"]}})");
+    EXPECT_THAT(takeSent(),
+                ElementsAre(HasSubstr(R"("type":"device")"),
+                            response("GET", status(200, "OK") + R"(,"paramDescriptor":{})")));
+}
+
+TEST_F(SystemObjectGet, ParameterOfATypeWithoutValueClassIsServedAsNull) {
+    auto odd = std::make_unique<ToskParam>();
+    odd->setOid(ToskOID("system.odd", 1));
+    odd->setType(4);
+    state().device()->addParam(std::move(odd));
+    get("system", R"({"id":"7@x","param":{"objectName":["odd"]}})");
+    EXPECT_THAT(takeSent(),
+                ElementsAre(response("GET", status(200, "OK") + R"(,"param":{"odd":null})")));
+}
+
+class SystemObjectTunnelled : public ServiceFixture {
+  protected:
+    void SetUp() override { start("Quorane", "frameB"); }
+};
+
+TEST_F(SystemObjectTunnelled, DescriptorCarriesTheTunnelledNameAndTheParameterKeepsIt) {
+    get("frameB.system", R"({"id":"7@x","paramDescriptor":{"objectName":["ipAddress"]}})");
+    const std::vector<std::string> sent = takeSent();
+    ASSERT_THAT(sent, SizeIs(1));
+    EXPECT_THAT(sent[0], StartsWith("[\"RSP\", \"frameB.system\", 0, 5, 0]\n"));
+    EXPECT_THAT(sent[0],
+                HasSubstr(R"("d_frameB.system.ipAddress":{"oid":"frameB.system.ipAddress")"));
+    ASSERT_NE(state().findParam("system.ipAddress"), nullptr) << "found under its old key";
+    EXPECT_EQ(state().findParam("system.ipAddress")->oid().toString(), "frameB.system.ipAddress");
+}
+
+TEST_F(SystemObjectTunnelled, RenamedParameterIsStillFoundAndAnswersUnderItsNewLeaf) {
+    get("frameB.system", R"({"id":"7@x","paramDescriptor":{"objectName":["ipAddress"]}})");
+    takeSent();
+    get("system", R"({"id":"7@x","param":{"objectName":["ipAddress"]}})");
+    EXPECT_THAT(takeSent(), SizeIs(1));
+    get("system", R"({"id":"7@x","paramDescriptor":{"objectName":["ipAddress"]}})");
+    EXPECT_THAT(takeSent(),
+                ElementsAre(HasSubstr(R"("d_system.ipAddress":{"oid":"system.ipAddress")")));
+}
+
+TEST_F(SystemObjectTunnelled, ValuesAreLookedUpUnderTheNameAsItWasAskedFor) {
+    get("frameB.system", R"({"id":"7@x","param":{"objectName":["ipAddress"]}})");
+    EXPECT_THAT(takeSent(), IsEmpty());
+}
+
+TEST_F(SystemObjectTunnelled, SetReachesTheLocalParameterAndAnswersOnTheTunnelledObject) {
+    set("frameB.system", R"({"systemName":"Tunnel"})");
+    EXPECT_THAT(takeSent(), ElementsAre(notification("system", R"({"systemName":"Tunnel"})"),
+                                        notification("frameB.system", R"({"systemName":"Tunnel"})"),
+                                        setResponse(200, "OK", "frameB.system")));
+}
+
+TEST_F(SystemObjectTunnelled, OnlyAWholeLeadingElementIsThePrefix) {
+    set("frameBsystem", R"({"systemName":"x"})");
+    set("frameB", R"({"systemName":"x"})");
+    EXPECT_THAT(takeSent(), ElementsAre(setResponse(404, "Not Found", "frameBsystem"),
+                                        setResponse(404, "Not Found", "frameB")));
+}
+
+class SystemObjectSet : public ServiceFixture {
+  protected:
+    void SetUp() override { start("Quorane", ""); }
+};
+
+TEST_F(SystemObjectSet, ExistingParameterIsSetAnnouncedLoggedAndAnsweredWith200) {
+    set("system", R"({"systemName":"Studio"})");
+    EXPECT_THAT(takeSent(), ElementsAre(notification("system", R"({"systemName":"Studio"})"),
+                                        setResponse(200, "OK")));
+    EXPECT_THAT(logged(LOG_INFO),
+                Contains(Line{LOG_INFO, "System param Set: system.systemName = Studio\n"}));
+}
+
+TEST_F(SystemObjectSet, AnnouncementIsLoggedWithNameAndValue) {
+    set("system", R"({"systemName":"Studio"})");
+    EXPECT_THAT(logged(LOG_DEBUG),
+                Contains(Line{LOG_DEBUG,
+                              "currentSystemState.setParamChanged_cb: param:system.systemName, "
+                              "val:Studio"}));
+}
+
+TEST_F(SystemObjectSet, UnknownKeyIsAnsweredWith404AndTheRestStillSet) {
+    set("system", R"({"nothing":1,"systemName":"Studio"})");
+    EXPECT_THAT(takeSent(), ElementsAre(setResponse(404, "Not Found"),
+                                        notification("system", R"({"systemName":"Studio"})"),
+                                        setResponse(200, "OK")));
+}
+
+TEST_F(SystemObjectSet, ValueThatDoesNotFitIsAnsweredWith400AndNotLoggedAsSet) {
+    set("system", R"({"systemName":5})");
+    EXPECT_THAT(takeSent(), ElementsAre(setResponse(400, "Bad Request")));
+    EXPECT_THAT(logged(LOG_INFO), IsEmpty());
+    EXPECT_EQ(state().findParam("system.systemName")->valueToString(), "System");
+}
+
+TEST_F(SystemObjectSet, EveryMemberHasAResponseOfItsOwnWithTheSameId) {
+    set("system", R"({"a":1,"b":2,"c":3})");
+    EXPECT_THAT(takeSent(),
+                ElementsAre(setResponse(404, "Not Found"), setResponse(404, "Not Found"),
+                            setResponse(404, "Not Found")));
+}
+
+TEST_F(SystemObjectSet, EqualValueIsAnnouncedAndAnsweredAllTheSame) {
+    set("system", R"({"systemName":"System"})");
+    EXPECT_THAT(takeSent(), SizeIs(2));
+}
+
+TEST_F(SystemObjectSet, ReadOnlyAndChoicesDescribeButDoNotRefuse) {
+    set("system", R"({"version":"9","sshEnabled":7})");
+    EXPECT_THAT(takeSent(),
+                ElementsAre(notification("system", R"({"version":"9"})"), setResponse(200, "OK"),
+                            notification("system", R"({"sshEnabled":7})"), setResponse(200, "OK")));
+}
+
+TEST_F(SystemObjectSet, PublishedParameterIsSavedAndAnUnpublishedOneIsNot) {
+    root_.remove("/vantor/etc/state.json");
+    set("system", R"({"activeKeli":1})");
+    EXPECT_EQ(root_.read("/vantor/etc/state.json"), "");
+    set("system", R"({"systemName":"Saved"})");
+    EXPECT_THAT(root_.read("/vantor/etc/state.json"), HasSubstr("\"Saved\""));
+}
+
+TEST_F(SystemObjectSet, DataWithoutAParamObjectIsLeftAlone) {
+    object().handleSet(received("SET", "system", R"({"id":"7@x"})"));
+    object().handleSet(received("SET", "system", R"({"id":"7@x","param":[1]})"));
+    object().handleSet(received("SET", "system", R"({"id":"7@x","param":"text"})"));
+    object().handleSet(received("SET", "system", "garbage"));
+    EXPECT_THAT(takeSent(), IsEmpty());
+}
+
+TEST_F(SystemObjectSet, SystemStateWithABooleanActiveGets404And200WhateverItsValue) {
+    for (const char* value : {"false", "true"}) {
+        set("system", std::string(R"({"systemState":{"active":)") + value + "}}");
+        EXPECT_THAT(takeSent(), ElementsAre(setResponse(404, "Not Found"), setResponse(200, "OK")));
+        EXPECT_TRUE(state().active());
+    }
+}
+
+TEST_F(SystemObjectSet, SystemStateWithoutABooleanActiveGetsOnlyThe404) {
+    set("system", R"({"systemState":{"active":1}})");
+    set("system", R"({"systemState":true})");
+    EXPECT_THAT(takeSent(),
+                ElementsAre(setResponse(404, "Not Found"), setResponse(404, "Not Found")));
+}
+
+TEST_F(SystemObjectSet, FalseAlsoSetsAClearedActiveFlagAndSaves) {
+    state().setActive(false);
+    root_.remove("/vantor/etc/state.json");
+    set("system", R"({"systemState":{"active":false}})");
+    EXPECT_TRUE(state().active());
+    EXPECT_THAT(root_.read("/vantor/etc/state.json"), HasSubstr("systemState"));
+}
+
+TEST_F(SystemObjectSet, TextsOfOthersReachTheLogOnlyAsArguments) {
+    set("system", R"({"systemName":"%s%n%m"})");
+    EXPECT_THAT(logged(LOG_INFO),
+                Contains(Line{LOG_INFO, "System param Set: system.systemName = %s%n%m\n"}));
+}
+
+TEST_F(SystemObjectSet, SettingsTurnIsFreeAgainAfterEveryMember) {
+    set("system", R"({"systemName":"a","nothing":1,"version":5})");
+    EXPECT_TRUE(state().trySettingsTurn().owns_lock());
+}
+
+}  // namespace
