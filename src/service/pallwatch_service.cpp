@@ -1,0 +1,137 @@
+#include "service/pallwatch_service.h"
+
+#include <signal.h>
+#include <syslog.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "bus/messages.h"
+#include "model/log.h"
+#include "model/tosk_param.h"
+#include "systemstate/machine.h"
+#include "systemstate/system_state.h"
+
+namespace pallwatch {
+
+namespace {
+
+constexpr const char* kBusHost = "127.0.0.1";
+constexpr int32_t kBusPort = 15000;
+constexpr const char* kModuleName = "Pallwatch";
+constexpr int32_t kConnectionId = 8;
+constexpr const char* kSystemObject = "system";
+
+}  // namespace
+
+PallwatchService::PallwatchService(SystemState* systemState, Machine& machine, std::string prefix)
+    : signals_(io_, SIGINT, SIGTERM, SIGQUIT),
+      systemState_(systemState),
+      machine_(machine),
+      prefix_(std::move(prefix)),
+      send_([this](TarnInternalMessage message) { send(std::move(message)); }),
+      controllers_(*systemState, machine, prefix_, send_),
+      systemObject_(*systemState, prefix_, controllers_, send_) {}
+
+PallwatchService::~PallwatchService() {
+    machine_.setBeforeCommand(nullptr);
+    systemState_->setParamChanged_cb(nullptr);
+}
+
+// Whatever ends the loop, the poll thread is gone before anything it uses.
+void PallwatchService::run() {
+    logMessage(LOG_INFO, "Kel Master Service initialization begins.");
+    createClient();
+    subscribeAll();
+    client_->connectToTarnInternal();
+    client_->setOnConnectionState(
+        [this](lumo::ConnectionState state, const std::string&) { handleConnectionState(state); });
+    signals_.async_wait(
+        [this](const std::error_code& error, int number) { handleSignal(error, number); });
+    systemState_->setParamChanged_cb(
+        [this](const ToskParam& param) { systemObject_.announceChange(param); });
+
+    const std::unique_ptr<lumo::AsyncTaskService, void (*)(lumo::AsyncTaskService*)> joinPoll(
+        &tasks_, [](lumo::AsyncTaskService* tasks) { tasks->stop(); });
+    tasks_.setPeriodicTask(pollPeriod_, [this] { pollOnce(); });
+    tasks_.start();
+    io_.run();
+}
+
+void PallwatchService::createClient() {
+    client_ = std::make_unique<lumo::AsyncTarnInternalClient>(io_, kBusHost, kBusPort, kModuleName,
+                                                              kConnectionId);
+    client_->setOnMessage(
+        [this](TarnInternalMessage message) { handleMessage(std::move(message)); });
+    // A change is announced before the command that carries it out, however long that takes.
+    machine_.setBeforeCommand([this] { client_->flush(); });
+}
+
+void PallwatchService::subscribeAll() {
+    client_->subscribe(kSystemObject);
+    if (!prefix_.empty()) {
+        const std::string path = prefix_ + "." + kSystemObject;
+        client_->subscribe(path);
+        std::printf("%s added subscription to: %s\n", "run", path.c_str());
+    }
+}
+
+void PallwatchService::handleSignal(const std::error_code& error, int number) {
+    std::printf("Pallwatch caught signal:%d (ec: %s) - Stopping.\n", number,
+                error.message().c_str());
+    io_.stop();
+}
+
+// Every new connection may be to a bus that was restarted and knows nothing of us.
+void PallwatchService::handleConnectionState(lumo::ConnectionState state) {
+    if (onConnectionState_) {
+        onConnectionState_(state);
+    }
+    if (state != lumo::ConnectionState::connected) {
+        return;
+    }
+    controllers_.requestDetails();
+    if (const ToskParam* const frameName = systemState_->findParam("system.frameName")) {
+        send(NOTMessage(frameName->oid().prefix(), frameName->oid().leaf(),
+                        frameName->valueToJSON()));
+    }
+}
+
+void PallwatchService::pollOnce() {
+    const auto batch = client_->gather();
+    systemState_->poll();
+}
+
+void PallwatchService::send(TarnInternalMessage message) {
+    if (client_) {
+        client_->send(std::move(message));
+    }
+}
+
+bool PallwatchService::isForUs(TarnInternalMessage& message) const {
+    message.header().splitObjectName();
+    const std::string& first = message.header().objectPath.front();
+    return first == kSystemObject || first == prefix_;
+}
+
+void PallwatchService::handleMessage(TarnInternalMessage message) {
+    if (!isForUs(message)) {
+        return;
+    }
+    switch (message.type()) {
+        case MessageType::RSP:
+        case MessageType::NOT:
+            controllers_.handleSystemRsp(message);
+            break;
+        case MessageType::GET:
+            systemObject_.handleGet(message);
+            break;
+        case MessageType::SET:
+            systemObject_.handleSet(message);
+            break;
+        default:
+            break;
+    }
+}
+
+}  // namespace pallwatch

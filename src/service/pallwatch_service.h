@@ -1,0 +1,79 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <asio/io_service.hpp>
+#include <asio/signal_set.hpp>
+
+#include "bus/async_tarn_internal_client.h"
+#include "bus/async_task_service.h"
+#include "service/redundant_controllers.h"
+#include "service/system_object.h"
+
+class Machine;
+class SystemState;
+class TarnInternalMessage;
+
+// Joins the system-state device to the frame's local message bus.
+namespace pallwatch {
+
+// The daemon while it runs: the event loop, the stop signals, the thread that polls the machine and
+// the bus client. Owned by `main`, lives on the main thread; of its methods only `send` is also
+// called on the poll thread. The device outlives it.
+class PallwatchService {
+  public:
+    // Keeps `systemState` and `machine`, owns neither. `prefix` is the tunnelling prefix, may be
+    // empty.
+    PallwatchService(SystemState* systemState, Machine& machine, std::string prefix);
+    ~PallwatchService();
+    PallwatchService(const PallwatchService&) = delete;
+    PallwatchService& operator=(const PallwatchService&) = delete;
+
+    // Connects to the bus, starts the poll and runs the loop until SIGINT, SIGTERM or SIGQUIT.
+    // Called once. An exception that leaves the loop is passed on after the poll thread has been
+    // joined.
+    void run();
+
+    // Every message from the bus: takes those for "system", for "<prefix>..." and, while there is
+    // no prefix, those without a first name; all others are ignored.
+    void handleMessage(TarnInternalMessage message);
+
+    // Observes the connection to the bus, before the service itself reacts. Before run().
+    void setOnConnectionState(std::function<void(lumo::ConnectionState)> observer) {
+        onConnectionState_ = std::move(observer);
+    }
+
+    // Brio mode from the command line: recorded, nothing looks at it.
+    void clearHardwareScans() { hardwareScans_ = false; }
+    bool hardwareScans() const { return hardwareScans_; }
+
+  private:
+    void createClient();
+    void subscribeAll();
+    void handleConnectionState(lumo::ConnectionState state);
+    void handleSignal(const std::error_code& error, int number);
+    void startPolling();
+    void pollOnce();
+    void send(TarnInternalMessage message);
+    bool isForUs(TarnInternalMessage& message) const;
+
+    asio::io_service io_;
+    asio::signal_set signals_;
+    lumo::AsyncTaskService tasks_;
+    std::unique_ptr<lumo::AsyncTarnInternalClient> client_;
+    SystemState* systemState_;
+    Machine& machine_;
+    std::string prefix_;
+    std::chrono::milliseconds pollPeriod_{1000};
+    bool hardwareScans_ = true;
+    std::function<void(lumo::ConnectionState)> onConnectionState_;
+    SendMessage send_;
+    RedundantControllers controllers_;
+    SystemObject systemObject_;
+};
+
+}  // namespace pallwatch
