@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <asio/buffer.hpp>
+#include <asio/post.hpp>
 #include <asio/write.hpp>
 
 namespace pallbus {
@@ -64,8 +65,15 @@ void ClientLink::send(const std::string& frame) {
         return;
     }
     waiting_ += frame;
-    if (inFlight_.empty()) {
-        write();
+    if (inFlight_.empty() && !writeAhead_) {
+        // Not at once: what the rest of the received chunk brings for this client comes with it.
+        writeAhead_ = true;
+        asio::post(socket_.get_executor(), [self = shared_from_this()] {
+            self->writeAhead_ = false;
+            if (self->socket_.is_open()) {
+                self->write();
+            }
+        });
     }
 }
 

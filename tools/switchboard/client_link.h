@@ -14,9 +14,9 @@
 namespace pallbus {
 
 // The connection of one client: bytes in, payloads out, and frames back. One read of at most
-// kChunk bytes at a time, so that clients take turns in the loop; what is sent while a write is
-// under way leaves together in the next. Shared with the handlers of the operations that wait.
-// Thread of the loop.
+// kChunk bytes at a time, so that clients take turns in the loop; what is sent in one turn, or
+// while a write is under way, leaves together. Shared with the handlers of the operations that
+// wait. Thread of the loop.
 class ClientLink : public std::enable_shared_from_this<ClientLink> {
   public:
     using OnPayload = std::function<void(std::unique_ptr<std::vector<char>>)>;
@@ -44,7 +44,8 @@ class ClientLink : public std::enable_shared_from_this<ClientLink> {
     OnLost onLost_;
     std::array<char, kChunk> chunk_{};
     std::string waiting_;
-    std::string inFlight_;  // empty: no write is under way
+    std::string inFlight_;     // empty: no write is under way
+    bool writeAhead_ = false;  // the next one starts when the loop comes to it
 };
 
 }  // namespace pallbus

@@ -1,0 +1,193 @@
+#include "client/bus_session.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+#include <climits>
+
+#include "bus/messages.h"
+#include "bus/netstring.h"
+
+namespace pallctl {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* kConnectionObject = "system.connection";
+constexpr auto kSendPatience = 5s;
+constexpr size_t kChunk = 65536;
+
+// Milliseconds for poll(2), rounded up so that it does not wake just before the deadline.
+int pollTime(Deadline deadline) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
+}
+
+UniqueJSON loginParam(int32_t connectionID) {
+    UniqueJSON login = jsonObject();
+    addMember(login.get(), "name", jsonString("pallctl"));
+    addMember(login.get(), "connID", jsonNumber(connectionID));
+    addMember(login.get(), "version", jsonNumber(1));
+    UniqueJSON param = jsonObject();
+    addMember(param.get(), "login", std::move(login));
+    return param;
+}
+
+UniqueJSON subscribeParam(const std::string& path) {
+    UniqueJSON entry = jsonObject();
+    addMember(entry.get(), "path", jsonString(path));
+    UniqueJSON list = jsonArray();
+    addElement(list.get(), std::move(entry));
+    UniqueJSON param = jsonObject();
+    addMember(param.get(), "subscribeList", std::move(list));
+    return param;
+}
+
+}  // namespace
+
+void UniqueDescriptor::reset(int descriptor) {
+    const int old = std::exchange(descriptor_, descriptor);
+    if (old >= 0) {
+        ::close(old);
+    }
+}
+
+BusSession::BusSession(uint16_t port, int32_t connectionID, int output)
+    : port_(port), connectionID_(connectionID), output_(output) {
+    parser_.setOnMessage([this](std::unique_ptr<std::vector<char>> payload) {
+        try {
+            inbox_.emplace_back(std::move(payload));
+        } catch (const std::runtime_error&) {
+            // What does not decode is nobody's answer.
+        }
+    });
+}
+
+bool BusSession::open(Deadline deadline) {
+    close();
+    if (!connect(deadline)) {
+        return false;
+    }
+    lastReceived_ = Clock::now();
+    SETMessage login(kConnectionObject, loginParam(connectionID_));
+    queue(login);
+    return true;
+}
+
+void BusSession::close() {
+    socket_.reset();
+    parser_.reset();
+    inbox_.clear();
+    outbox_.clear();
+}
+
+void BusSession::subscribe(const std::string& path) {
+    SETMessage list(kConnectionObject, subscribeParam(path));
+    queue(list);
+}
+
+bool BusSession::connect(Deadline deadline) {
+    socket_.reset(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const int on = 1;
+    ::setsockopt(socket_.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port_);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr generic{};
+    std::memcpy(&generic, &address, sizeof generic);
+    if (::connect(socket_.get(), &generic, sizeof generic) == 0) {
+        return true;
+    }
+    if (errno != EINPROGRESS) {
+        return fail("connect", errno);
+    }
+    if (!waitFor(POLLOUT, deadline)) {
+        return fail("connect", ETIMEDOUT);
+    }
+    int error = 0;
+    socklen_t size = sizeof error;
+    ::getsockopt(socket_.get(), SOL_SOCKET, SO_ERROR, &error, &size);
+    return error == 0 || fail("connect", error);
+}
+
+void BusSession::queue(TarnInternalMessage& message) {
+    message.header().source = connectionID_;
+    outbox_ += lumo::encodeNetString(message.encode());
+}
+
+bool BusSession::flush() {
+    const std::string bytes = std::exchange(outbox_, {});
+    const Deadline deadline = Clock::now() + kSendPatience;
+    for (size_t sent = 0; isOpen() && sent < bytes.size();) {
+        const ssize_t size = ::send(socket_.get(), bytes.data() + sent, bytes.size() - sent,
+                                    MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (size >= 0) {
+            sent += static_cast<size_t>(size);
+        } else if (errno != EAGAIN) {
+            return fail("send", errno);
+        } else if (!waitFor(POLLOUT, deadline)) {
+            return fail("send", ETIMEDOUT);
+        }
+    }
+    return isOpen();
+}
+
+std::optional<TarnInternalMessage> BusSession::receive(Deadline deadline) {
+    while (inbox_.empty()) {
+        if (!isOpen() || !waitFor(POLLIN, deadline)) {
+            return std::nullopt;
+        }
+        readChunk();
+    }
+    std::optional<TarnInternalMessage> message(std::move(inbox_.front()));
+    inbox_.pop_front();
+    return message;
+}
+
+void BusSession::pause(Deadline deadline) {
+    pollfd output{output_, 0, 0};
+    outputGone_ = ::poll(&output, 1, pollTime(deadline)) > 0 || outputGone_;
+}
+
+// True when the socket is ready; an event of the output comes first.
+bool BusSession::waitFor(short events, Deadline deadline) {
+    std::array<pollfd, 2> watched{{{socket_.get(), events, 0}, {output_, 0, 0}}};
+    int ready = 0;
+    do {
+        ready = ::poll(watched.data(), watched.size(), pollTime(deadline));
+    } while (ready < 0 && errno == EINTR);
+    outputGone_ = outputGone_ || (ready > 0 && watched[1].revents != 0);
+    return ready > 0 && !outputGone_;
+}
+
+void BusSession::readChunk() {
+    std::array<char, kChunk> chunk;
+    const ssize_t size = ::recv(socket_.get(), chunk.data(), chunk.size(), MSG_DONTWAIT);
+    if (size > 0) {
+        lastReceived_ = Clock::now();
+        parser_.feed(chunk.data(), static_cast<size_t>(size));
+    } else if (size == 0 || (errno != EAGAIN && errno != EINTR)) {
+        fail("receive", size == 0 ? ECONNRESET : errno);
+    }
+}
+
+bool BusSession::fail(const char* what, int error) {
+    errorText_ = std::string(what) + ": " + std::strerror(error);
+    // What has arrived is still worth reading.
+    socket_.reset();
+    return false;
+}
+
+}  // namespace pallctl

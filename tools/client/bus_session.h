@@ -1,0 +1,85 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+
+#include "bus/netstring_stream_parser.h"
+#include "bus/tarn_internal_message.h"
+
+namespace pallctl {
+
+using Clock = std::chrono::steady_clock;
+using Deadline = Clock::time_point;
+
+// A descriptor that closes itself; -1 is none.
+class UniqueDescriptor {
+  public:
+    explicit UniqueDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
+    ~UniqueDescriptor() { reset(); }
+    UniqueDescriptor(const UniqueDescriptor&) = delete;
+    UniqueDescriptor& operator=(const UniqueDescriptor&) = delete;
+
+    int get() const { return descriptor_; }
+    void reset(int descriptor = -1);
+
+  private:
+    int descriptor_;
+};
+
+// A short-lived module's connection to the bus on this machine. Unlike the daemon's client it
+// answers nothing, and it does nothing by itself: every call blocks, until its deadline at most.
+// Used by one thread.
+class BusSession {
+  public:
+    // Nobody waits any longer once `output` (a descriptor, -1: none) is a pipe without reader.
+    BusSession(uint16_t port, int32_t connectionID, int output = -1);
+
+    // Connects and queues the login. False when that failed; errorText() then says why.
+    bool open(Deadline deadline);
+    void close();
+    bool isOpen() const { return socket_.get() >= 0; }
+    const std::string& errorText() const { return errorText_; }
+
+    // Queues a subscription of the announcements (and requests) of an object.
+    void subscribe(const std::string& path);
+
+    // Stamps the message with the connection id and queues it. What is queued leaves together in
+    // one flush(), so that a device can answer all of it at once.
+    void queue(TarnInternalMessage& message);
+    // Sends what is queued. False, and the session closed, when the bus does not take it within a
+    // few seconds.
+    bool flush();
+
+    // The next message; what is none is passed over. Nothing when the deadline came first, the
+    // connection is lost (isOpen() is then false), or the output has gone.
+    std::optional<TarnInternalMessage> receive(Deadline deadline);
+
+    // When the bus was last heard of; at first when it was connected.
+    Deadline lastReceived() const { return lastReceived_; }
+
+    // Waits for the deadline, or for the output to go.
+    void pause(Deadline deadline);
+    bool outputGone() const { return outputGone_; }
+
+  private:
+    bool connect(Deadline deadline);
+    bool waitFor(short events, Deadline deadline);
+    void readChunk();
+    bool fail(const char* what, int error);
+
+    uint16_t port_;
+    int32_t connectionID_;
+    int output_;
+    bool outputGone_ = false;
+    UniqueDescriptor socket_;
+    std::string errorText_;
+    Deadline lastReceived_;
+    std::string outbox_;
+    lumo::NetStringStreamParser parser_;
+    std::deque<TarnInternalMessage> inbox_;
+};
+
+}  // namespace pallctl

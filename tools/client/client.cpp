@@ -1,0 +1,91 @@
+#include "client/client.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "client/human_form.h"
+
+namespace pallctl {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int32_t kFirstConnectionID = 1'000'000;
+constexpr std::chrono::milliseconds kConnectPatience = 2s;
+constexpr std::chrono::milliseconds kRetryPause = 100ms;
+// A request that came before the daemon did is lost; so while waiting, ask more often.
+constexpr std::chrono::milliseconds kWaitingPatience = 500ms;
+
+Patience patienceOf(const Reach& reach) {
+    const Patience usual;
+    return {reach.timeout.value_or(usual.read), reach.timeout.value_or(usual.set)};
+}
+
+}  // namespace
+
+int32_t ownConnectionID() {
+    return kFirstConnectionID + static_cast<int32_t>(::getpid());
+}
+
+Client::Client(const Reach& reach, Interest interest)
+    : reach_(reach),
+      patience_(patienceOf(reach)),
+      interest_(interest),
+      session_(reach.port, ownConnectionID(),
+               interest == Interest::announcements ? STDOUT_FILENO : -1),
+      device_(session_, mirror_, patience_) {}
+
+bool Client::connect() {
+    if (!session_.open(Clock::now() + kConnectPatience)) {
+        return false;
+    }
+    if (interest_ == Interest::announcements) {
+        session_.subscribe(kDeviceObject);
+    }
+    return true;
+}
+
+ExitStatus Client::read(const std::vector<std::string>& names) {
+    const Deadline giveUp = Clock::now() + reach_.wait;
+    for (;;) {
+        const bool last = Clock::now() >= giveUp;
+        const auto status =
+            tryToRead(names, last ? patience_.read : std::min(patience_.read, kWaitingPatience));
+        if (status == kSuccess || last || session_.outputGone()) {
+            explain(status);
+            return status;
+        }
+        if (status == kNoBus) {
+            session_.pause(std::min(Clock::now() + kRetryPause, giveUp));
+        }
+    }
+}
+
+ExitStatus Client::tryToRead(const std::vector<std::string>& names,
+                             std::chrono::milliseconds patience) {
+    if (!session_.isOpen() && !connect()) {
+        return kNoBus;
+    }
+    if (device_.read(names, patience)) {
+        return kSuccess;
+    }
+    return session_.isOpen() ? kNoAnswer : kNoBus;
+}
+
+void Client::explain(ExitStatus status) const {
+    if (status == kNoBus) {
+        complain("no bus on 127.0.0.1:" + std::to_string(reach_.port), session_.errorText());
+    } else if (status == kNoAnswer) {
+        complain(kDeviceObject, "no answer");
+    }
+}
+
+void complain(const std::string& subject, const std::string& problem) {
+    std::fprintf(stderr, "pallctl: %s: %s\n", printable(subject).c_str(),
+                 printable(problem).c_str());
+}
+
+}  // namespace pallctl

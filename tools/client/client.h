@@ -1,0 +1,61 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "client/bus_session.h"
+#include "client/device.h"
+#include "client/exit_status.h"
+#include "client/mirror.h"
+
+namespace pallctl {
+
+// Where the device is and how long to wait for it.
+struct Reach {
+    uint16_t port = 15000;
+    std::optional<std::chrono::milliseconds> timeout;  // for every answer
+    std::chrono::milliseconds wait{0};                 // for bus and device to appear
+};
+
+// Whether a verb ends with its answers or goes on listening.
+enum class Interest { answers, announcements };
+
+// The connection id of this process: a million and its process id, so that no two clients of a
+// machine share one, and none takes one of the small ids that modules have (the daemon has 8).
+int32_t ownConnectionID();
+
+// What every verb works with: a session, the device behind it and what is known of it. A client
+// that listens notices when the reader of its standard output has gone. Used by one thread.
+class Client {
+  public:
+    Client(const Reach& reach, Interest interest);
+
+    // Connects, and subscribes the device when interested in its announcements.
+    bool connect();
+    // Connects and reads these parameters, over and over until that works or the wait is over.
+    // Says on standard error what is missing when it gives up.
+    ExitStatus read(const std::vector<std::string>& names);
+
+    BusSession& session() { return session_; }
+    Device& device() { return device_; }
+    Mirror& mirror() { return mirror_; }
+
+  private:
+    ExitStatus tryToRead(const std::vector<std::string>& names, std::chrono::milliseconds patience);
+    void explain(ExitStatus status) const;
+
+    Reach reach_;
+    Patience patience_;
+    Interest interest_;
+    BusSession session_;
+    Mirror mirror_;
+    Device device_;
+};
+
+// Prints "pallctl: <subject>: <problem>" on standard error.
+void complain(const std::string& subject, const std::string& problem);
+
+}  // namespace pallctl

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "client/bus_session.h"
+#include "client/mirror.h"
+
+namespace pallctl {
+
+// The object that the daemon serves, and the first element of every parameter name.
+inline constexpr const char* kDeviceObject = "system";
+
+// "system.ipAddress" of either form of a name; what a message calls it ("ipAddress").
+std::string fullName(const std::string& name);
+std::string leafOf(const std::string& name);
+
+// How long one answer may take. A set is answered when the commands that it runs have ended, and a
+// restart of the network takes its time.
+struct Patience {
+    std::chrono::milliseconds read{2000};
+    std::chrono::milliseconds set{60000};
+};
+
+// The daemon's device, asked over a session. What it announces while somebody waits for an answer
+// goes into the mirror, too. Keeps session and mirror, which outlive it. Used by one thread.
+class Device {
+  public:
+    // One request with more names could bring more answers at once than the daemon keeps waiting.
+    static constexpr size_t kNamesPerRequest = 300;
+
+    Device(BusSession& session, Mirror& mirror, Patience patience);
+
+    // Asks for the descriptors of these parameters (full names), and for that of the whole device,
+    // which knows only the saved ones. True when the device answered: what the mirror does not
+    // describe then is none of the device's parameters.
+    bool read(const std::vector<std::string>& names) { return read(names, patience_.read); }
+    bool read(const std::vector<std::string>& names, std::chrono::milliseconds patience);
+
+    // Sets one parameter (full name): the status code of the answer, nothing when none came.
+    std::optional<int> set(const std::string& name, UniqueJSON value);
+
+    // Takes over what an announcement of the device says; other messages are passed over.
+    void hear(const TarnInternalMessage& message);
+    // Whether an announcement said, since the last time, that the daemon is new on the bus.
+    bool takeArrival() { return std::exchange(arrived_, false); }
+
+  private:
+    std::optional<TarnInternalMessage> awaitAnswer(const std::string& id, Deadline deadline);
+    void takeDescriptors(const TarnInternalMessage& answer);
+
+    BusSession& session_;
+    Mirror& mirror_;
+    Patience patience_;
+    bool arrived_ = false;
+};
+
+}  // namespace pallctl

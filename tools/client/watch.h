@@ -1,0 +1,38 @@
+#pragma once
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "client/client.h"
+
+namespace pallctl {
+
+// Shows changes as they happen, one line each: time of day, full name and value in human form,
+// with tabs between them. Reads everything first, and again whenever bus or daemon were away, and
+// then prints what has changed meanwhile. Used by one thread.
+class Watch {
+  public:
+    // Without names everything is watched. With `table` everything read is printed first.
+    Watch(const Reach& reach, const std::vector<std::string>& names, bool table);
+
+    // Ends when standard output loses its reader, with kSuccess, or when there is nothing to watch
+    // to begin with.
+    ExitStatus run();
+
+  private:
+    ExitStatus begin();
+    void follow();
+    void reconnect();
+    void keepAlive();
+    void show(const Parameter& parameter) const;
+
+    Client client_;
+    std::vector<std::string> names_;  // what is asked for
+    std::set<std::string> only_;      // what is shown; empty: everything
+    bool table_;
+    bool stale_ = false;  // something may have changed unheard
+    Deadline nextHeartbeat_;
+};
+
+}  // namespace pallctl
