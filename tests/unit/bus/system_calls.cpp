@@ -1,0 +1,124 @@
+#include "system_calls.h"
+
+#include <dlfcn.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/timerfd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <mutex>
+
+namespace {
+
+constexpr std::size_t kCalls = 6;
+
+std::array<std::atomic<int>, kCalls> counts;
+std::array<std::atomic<int>, kCalls> failures;
+std::mutex valuesMutex;
+std::vector<int> values;
+
+std::size_t index(SystemCall call) {
+    return static_cast<std::size_t>(call);
+}
+
+// Counts the call; true when it is to fail, with errno set.
+bool refused(SystemCall call) {
+    ++counts[index(call)];
+    const int error = failures[index(call)].exchange(0);
+    if (error != 0) {
+        errno = error;
+    }
+    return error != 0;
+}
+
+template <typename Function>
+Function* original(const char* name) {
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+ssize_t send(int fd, const void* data, size_t size, int flags) {
+    static auto* const real = original<decltype(send)>("send");
+    return refused(SystemCall::send) ? -1 : real(fd, data, size, flags);
+}
+
+ssize_t sendmsg(int fd, const msghdr* message, int flags) {
+    static auto* const real = original<decltype(sendmsg)>("sendmsg");
+    return refused(SystemCall::send) ? -1 : real(fd, message, flags);
+}
+
+ssize_t recv(int fd, void* data, size_t size, int flags) {
+    static auto* const real = original<decltype(recv)>("recv");
+    return refused(SystemCall::receive) ? -1 : real(fd, data, size, flags);
+}
+
+ssize_t recvmsg(int fd, msghdr* message, int flags) {
+    static auto* const real = original<decltype(recvmsg)>("recvmsg");
+    return refused(SystemCall::receive) ? -1 : real(fd, message, flags);
+}
+
+int timerfd_settime(int fd, int flags, const itimerspec* time, itimerspec* old) noexcept {
+    static auto* const real = original<decltype(timerfd_settime)>("timerfd_settime");
+    return refused(SystemCall::setTimer) ? -1 : real(fd, flags, time, old);
+}
+
+int socket(int domain, int type, int protocol) noexcept {
+    static auto* const real = original<decltype(socket)>("socket");
+    return refused(SystemCall::socket) ? -1 : real(domain, type, protocol);
+}
+
+int setsockopt(int fd, int level, int name, const void* value, socklen_t size) noexcept {
+    static auto* const real = original<decltype(setsockopt)>("setsockopt");
+    if (level == IPPROTO_TCP && name == TCP_NODELAY) {
+        const std::lock_guard lock(valuesMutex);
+        values.push_back(*static_cast<const int*>(value));
+        if (refused(SystemCall::noDelay)) {
+            return -1;
+        }
+    }
+    return real(fd, level, name, value, size);
+}
+
+void* aligned_alloc(size_t alignment, size_t size) noexcept {
+    static auto* const real = original<decltype(aligned_alloc)>("aligned_alloc");
+    return refused(SystemCall::allocate) ? nullptr : real(alignment, size);
+}
+
+}  // extern "C"
+
+WatchedSystemCalls::WatchedSystemCalls() {
+    restart();
+}
+
+WatchedSystemCalls::~WatchedSystemCalls() {
+    restart();
+}
+
+void WatchedSystemCalls::restart() {
+    for (std::size_t call = 0; call < kCalls; ++call) {
+        counts[call] = 0;
+        failures[call] = 0;
+    }
+    const std::lock_guard lock(valuesMutex);
+    values.clear();
+}
+
+int WatchedSystemCalls::count(SystemCall call) const {
+    return counts[index(call)];
+}
+
+void WatchedSystemCalls::failNext(SystemCall call, int error) {
+    failures[index(call)] = error;
+}
+
+std::vector<int> WatchedSystemCalls::noDelayValues() const {
+    const std::lock_guard lock(valuesMutex);
+    return values;
+}

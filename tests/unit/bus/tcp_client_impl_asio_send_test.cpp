@@ -1,0 +1,248 @@
+#include <cerrno>
+#include <chrono>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "system_calls.h"
+#include "tcp_client_fixture.h"
+
+using lumo::TCPClientImplAsio;
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+namespace {
+
+constexpr int kNotConnected = 107;
+constexpr int kNoBufferSpace = 105;
+
+class TCPClientSend : public TCPClientTest {
+  protected:
+    using TCPClientTest::TCPClientTest;
+
+    // Has each new connection begin with these strings.
+    void greetWith(std::vector<std::string> parts) {
+        client_->setOnConnect([this, parts](std::error_code error) {
+            if (!error) {
+                greetings_.push_back(send(parts));
+            }
+            return std::error_code();
+        });
+    }
+
+    std::vector<std::error_code> greetings_;
+};
+
+// The peer does not read and its buffer is small, so that a large write gets stuck.
+class TCPClientStuck : public TCPClientSend {
+  protected:
+    TCPClientStuck() : TCPClientSend(4096) { peer_.acceptPaused(); }
+
+    bool startAndGetStuck() { return startAndConnect() && !send({big_}); }
+
+    const std::string big_ = std::string(16'000'000, 'b');
+};
+
+}  // namespace
+
+TEST_F(TCPClientSend, WithoutASocketIsNotConnected) {
+    EXPECT_EQ(send({"before the start"}), std::error_code(kNotConnected, std::generic_category()));
+}
+
+TEST_F(TCPClientSend, ClosedSocketIsNoSocket) {
+    ASSERT_TRUE(startAndConnect());
+    client_->close("test");
+    EXPECT_EQ(send({"x"}), std::error_code(kNotConnected, std::generic_category()));
+}
+
+TEST_F(TCPClientSend, FailedSocketIsNoSocket) {
+    peer_.stopListening();
+    std::error_code inCallback;
+    client_->setOnConnect([&](std::error_code) {
+        inCallback = send({"x"});
+        return std::error_code();
+    });
+    client_->start();
+    ASSERT_TRUE(until([&] { return inCallback.value() != 0; }));
+    EXPECT_EQ(inCallback.value(), kNotConnected);
+    EXPECT_EQ(send({"x"}).value(), kNotConnected);
+}
+
+TEST_F(TCPClientSend, RefusedStringsStayWithTheCaller) {
+    std::vector<std::string> parts{"mine"};
+    EXPECT_EQ(client_->send(parts).value(), kNotConnected);
+    EXPECT_THAT(parts, ElementsAre("mine"));
+}
+
+TEST_F(TCPClientSend, StringsArriveInOrderBackToBack) {
+    ASSERT_TRUE(startAndConnect());
+    EXPECT_EQ(send({"2:", "ab", ";"}), std::error_code());
+    EXPECT_EQ(send({"3:", "xyz", ";"}), std::error_code());
+    EXPECT_TRUE(peerHas("2:ab;3:xyz;"));
+}
+
+TEST_F(TCPClientSend, NothingToSendIsNoError) {
+    ASSERT_TRUE(startAndConnect());
+    EXPECT_EQ(send({}), std::error_code());
+    EXPECT_EQ(send({"", ""}), std::error_code());
+    EXPECT_EQ(send({"x"}), std::error_code());
+    EXPECT_TRUE(peerHas("x"));
+}
+
+TEST_F(TCPClientSend, OutsideABatchLeavesAtOnce) {
+    ASSERT_TRUE(startAndConnect());
+    send({"2:", "ab", ";"});
+    EXPECT_EQ(peer_.last().takeNow(), "2:ab;");
+}
+
+// What was sent while the connection was made waits until the connection has said its own.
+TEST_F(TCPClientSend, GreetingGoesFirst) {
+    greetWith({"hello ", "list "});
+    client_->start();
+    EXPECT_EQ(send({"early ", "bird "}), std::error_code());
+    ASSERT_TRUE(connected());
+    send({"later"});
+    EXPECT_TRUE(peerHas("hello list early bird later"));
+}
+
+TEST_F(TCPClientSend, OtherThreadsWaitWhileTheGreetingIsSaid) {
+    client_->setOnConnect([this](std::error_code) {
+        send({"hello "});
+        std::thread([this] { send({"other "}); }).join();
+        send({"list "});
+        return std::error_code();
+    });
+    ASSERT_TRUE(startAndConnect());
+    EXPECT_TRUE(peerHas("hello list other "));
+}
+
+TEST_F(TCPClientSend, NothingIsWrittenBeforeTheGreetingIsComplete) {
+    WatchedSystemCalls calls;
+    int sendsBefore = -1;
+    client_->setOnConnect([&](std::error_code) {
+        send({"hello "});
+        client_->flush();
+        sendsBefore = calls.count(SystemCall::send);
+        return std::error_code();
+    });
+    client_->start();
+    send({"early "});
+    client_->flush();
+    ASSERT_TRUE(connected());
+    EXPECT_EQ(sendsBefore, 0);
+    EXPECT_EQ(calls.count(SystemCall::send), 1);
+    EXPECT_TRUE(peerHas("hello early "));
+}
+
+TEST_F(TCPClientSend, KeptAsideStringsAreLimitedAndDoNotCostTheGreeting) {
+    greetWith({"hello"});
+    client_->start();
+    EXPECT_EQ(send(std::vector<std::string>(1001, "x")), std::error_code());
+    EXPECT_EQ(send({"y"}).value(), kNoBufferSpace);
+    ASSERT_TRUE(connected());
+    EXPECT_THAT(greetings_, ElementsAre(std::error_code()));
+    EXPECT_TRUE(peerHas("hello" + std::string(1001, 'x')));
+}
+
+TEST_F(TCPClientSend, WhatWaitedForAFailedAttemptIsDiscarded) {
+    greetWith({"hello"});
+    peer_.stopListening();
+    client_->start();
+    EXPECT_EQ(send({"old"}), std::error_code());
+    // The attempt fails, and its strings with it.
+    ASSERT_TRUE(until([this] { return send({}).value() == kNotConnected; }));
+    peer_.listen();
+    ASSERT_TRUE(connected());
+    EXPECT_EQ(peer_.last().takeNow(), "hello");
+}
+
+TEST_F(TCPClientSend, WriteErrorClosesAndReconnects) {
+    std::vector<std::string> reasons;
+    client_->setOnClose([&](const std::string& reason) { reasons.push_back(reason); });
+    greetWith({"hello"});
+    ASSERT_TRUE(startAndConnect());
+    WatchedSystemCalls calls;
+    calls.failNext(SystemCall::send, EPIPE);
+    EXPECT_EQ(send({"lost"}), std::error_code());
+    EXPECT_EQ(send({"lost too"}), std::error_code());
+    ASSERT_TRUE(connected(2));
+    EXPECT_THAT(reasons, ElementsAre("write error"));
+    send({" again"});
+    EXPECT_TRUE(peerHas("hello again"));
+    EXPECT_EQ(peer_.session(0).received(), "hello");
+}
+
+TEST_F(TCPClientSend, WriteErrorOfAReplacedSocketIsIgnored) {
+    std::vector<std::string> reasons;
+    client_->setReconnectDelay(0ms);
+    client_->setOnClose([&](const std::string& reason) { reasons.push_back(reason); });
+    ASSERT_TRUE(startAndConnect());
+    WatchedSystemCalls calls;
+    calls.failNext(SystemCall::send, EPIPE);
+    send({"lost"});
+    client_->close("replaced");
+    ASSERT_TRUE(connected(2));
+    runFor(io_, 20ms);
+    EXPECT_TRUE(client_->connected());
+    EXPECT_THAT(reasons, ElementsAre("replaced"));
+}
+
+TEST_F(TCPClientStuck, MoreThanAThousandWaitingStringsAreNoBufferSpace) {
+    ASSERT_TRUE(startAndGetStuck());
+    for (int i = 0; i < 1001; ++i) {
+        ASSERT_EQ(send({"x"}), std::error_code()) << i;
+    }
+    EXPECT_EQ(send({"y", "z"}), std::error_code(kNoBufferSpace, std::generic_category()));
+    peer_.last().resumeReading();
+    EXPECT_TRUE(peerHas(big_ + std::string(1001, 'x')));
+    EXPECT_EQ(send({"free"}), std::error_code());
+    EXPECT_TRUE(peerHas(big_ + std::string(1001, 'x') + "free"));
+}
+
+// The strings of one call are counted when the next one comes.
+TEST_F(TCPClientStuck, OneCallMayGoOverTheLimit) {
+    ASSERT_TRUE(startAndGetStuck());
+    EXPECT_EQ(send(std::vector<std::string>(1000, "x")), std::error_code());
+    EXPECT_EQ(send(std::vector<std::string>(5000, "x")), std::error_code());
+    EXPECT_EQ(send({"y"}).value(), kNoBufferSpace);
+}
+
+TEST_F(TCPClientStuck, StringsBehindAStuckWriteGoOutTogetherWhenItIsDone) {
+    ASSERT_TRUE(startAndGetStuck());
+    std::string expected = big_;
+    for (int i = 0; i < 300; ++i) {
+        send({std::to_string(i), " "});
+        expected += std::to_string(i) + " ";
+    }
+    peer_.last().resumeReading();
+    EXPECT_TRUE(peerHas(expected));
+}
+
+TEST_F(TCPClientStuck, WhatIsQueuedDoesNotSurviveTheConnection) {
+    greetWith({"hello"});
+    ASSERT_TRUE(startAndGetStuck());
+    send({"old"});
+    peer_.last().reset();
+    ASSERT_TRUE(connected(2));
+    peer_.last().resumeReading();
+    send({" new"});
+    EXPECT_TRUE(peerHas("hello new"));
+}
+
+TEST_F(TCPClientStuck, StuckWriteOfAReplacedSocketIsIgnored) {
+    client_->setReconnectDelay(0ms);
+    std::vector<std::string> reasons;
+    client_->setOnClose([&](const std::string& reason) { reasons.push_back(reason); });
+    ASSERT_TRUE(startAndGetStuck());
+    client_->close("replaced");
+    ASSERT_TRUE(connected(2));
+    ASSERT_EQ(send({big_}), std::error_code());
+    runFor(io_, 20ms);
+    peer_.last().resumeReading();
+    EXPECT_TRUE(peerHas(big_));
+    EXPECT_THAT(reasons, ElementsAre("replaced"));
+}

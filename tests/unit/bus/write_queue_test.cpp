@@ -1,0 +1,164 @@
+#include "bus/write_queue.h"
+
+#include <string>
+#include <vector>
+
+#include <asio/buffer.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "allocations.h"
+
+using lumo::WriteQueue;
+using testing::ElementsAre;
+
+namespace {
+
+void append(WriteQueue& queue, std::vector<std::string> parts) {
+    queue.append(parts);
+}
+
+void greet(WriteQueue& queue, std::vector<std::string> parts) {
+    queue.appendToGreeting(parts);
+}
+
+std::vector<std::string> texts(const WriteQueue::GatherList& list) {
+    std::vector<std::string> found;
+    for (const asio::const_buffer& buffer : list) {
+        found.emplace_back(static_cast<const char*>(buffer.data()), buffer.size());
+    }
+    return found;
+}
+
+}  // namespace
+
+TEST(WriteQueue, WritesStringsInTheOrderOfTheirArrival) {
+    WriteQueue queue;
+    append(queue, {"a", "b"});
+    append(queue, {"c"});
+    EXPECT_THAT(texts(queue.begin()), ElementsAre("a", "b", "c"));
+}
+
+TEST(WriteQueue, MovesTheStrings) {
+    WriteQueue queue;
+    std::vector<std::string> parts{std::string(1000, 'x')};
+    const char* const bytes = parts[0].data();
+    queue.append(parts);
+    EXPECT_EQ(queue.begin().front().data(), bytes);
+}
+
+TEST(WriteQueue, CollectsWhileAWriteIsInFlight) {
+    WriteQueue queue;
+    append(queue, {"written"});
+    queue.begin();
+    append(queue, {"next"});
+    EXPECT_TRUE(queue.writing());
+    EXPECT_THAT(texts(queue.unwritten()), ElementsAre("written"));
+    queue.took(7);
+    EXPECT_FALSE(queue.writing());
+    EXPECT_TRUE(queue.waiting());
+    EXPECT_THAT(texts(queue.begin()), ElementsAre("next"));
+}
+
+TEST(WriteQueue, PartlyTakenWriteGoesOnInTheMiddleOfAString) {
+    WriteQueue queue;
+    append(queue, {"abc", "def", "ghi"});
+    queue.begin();
+    queue.took(4);
+    EXPECT_THAT(texts(queue.unwritten()), ElementsAre("ef", "ghi"));
+    queue.took(2);
+    EXPECT_THAT(texts(queue.unwritten()), ElementsAre("ghi"));
+    queue.took(3);
+    EXPECT_FALSE(queue.writing());
+    EXPECT_FALSE(queue.waiting());
+}
+
+TEST(WriteQueue, StringsWithoutBytesAreWrittenWithTheRest) {
+    WriteQueue queue;
+    append(queue, {"", "a", ""});
+    queue.begin();
+    queue.took(1);
+    EXPECT_FALSE(queue.writing());
+    append(queue, {"", ""});
+    queue.begin();
+    queue.took(0);
+    EXPECT_FALSE(queue.writing());
+}
+
+TEST(WriteQueue, SixteenStringsStayWhereTheyAre) {
+    WriteQueue queue;
+    append(queue, std::vector<std::string>(16, "ab"));
+    EXPECT_EQ(queue.begin().size(), 16u);
+}
+
+TEST(WriteQueue, SeventeenStringsBecomeOneBuffer) {
+    WriteQueue queue;
+    std::vector<std::string> parts(16, "ab");
+    parts.push_back("c");
+    append(queue, parts);
+    EXPECT_THAT(texts(queue.begin()),
+                ElementsAre(std::string("abababababababab") + "abababababababab" + "c"));
+    queue.took(32);
+    EXPECT_THAT(texts(queue.unwritten()), ElementsAre("c"));
+}
+
+TEST(WriteQueue, JoinedBatchesDoNotRunIntoEachOther) {
+    WriteQueue queue;
+    append(queue, std::vector<std::string>(20, "1"));
+    queue.begin();
+    queue.took(20);
+    append(queue, std::vector<std::string>(17, "2"));
+    EXPECT_THAT(texts(queue.begin()), ElementsAre(std::string(17, '2')));
+}
+
+TEST(WriteQueue, WithoutMemoryToJoinTheStringsAreWrittenAsTheyAre) {
+    WriteQueue queue;
+    append(queue, std::vector<std::string>(17, std::string(10'000, 'x')));
+    const RefusedAllocations refused(100'000);
+    EXPECT_EQ(queue.begin().size(), 17u);
+}
+
+TEST(WriteQueue, IsFullWithMoreThanAThousandWaitingStrings) {
+    WriteQueue queue;
+    append(queue, std::vector<std::string>(1000, "x"));
+    EXPECT_FALSE(queue.full());
+    append(queue, {"x"});
+    EXPECT_TRUE(queue.full());
+    queue.begin();
+    EXPECT_FALSE(queue.full());
+}
+
+TEST(WriteQueue, GreetingGoesAheadOfWhatWasKeptAside) {
+    WriteQueue queue;
+    append(queue, {"early", "bird"});
+    greet(queue, {"log", "in"});
+    append(queue, {"late"});
+    greet(queue, {"list"});
+    queue.endGreeting();
+    append(queue, {"last"});
+    EXPECT_THAT(texts(queue.begin()),
+                ElementsAre("log", "in", "list", "early", "bird", "late", "last"));
+}
+
+TEST(WriteQueue, GreetingIsMeasuredApart) {
+    WriteQueue queue;
+    append(queue, std::vector<std::string>(1001, "x"));
+    EXPECT_TRUE(queue.full());
+    EXPECT_FALSE(queue.greetingFull());
+    greet(queue, std::vector<std::string>(1001, "y"));
+    EXPECT_TRUE(queue.greetingFull());
+}
+
+TEST(WriteQueue, ClearDropsTheWriteInFlightAndWhatWaits) {
+    WriteQueue queue;
+    append(queue, std::vector<std::string>(17, "old"));
+    queue.begin();
+    append(queue, {"old"});
+    greet(queue, {"old"});
+    queue.clear();
+    EXPECT_FALSE(queue.writing());
+    EXPECT_FALSE(queue.waiting());
+    append(queue, {"behind"});
+    greet(queue, {"new"});
+    EXPECT_THAT(texts(queue.begin()), ElementsAre("new", "behind"));
+}
