@@ -32,6 +32,10 @@ TEST(SharedOID, UnchangedIdentifierIsNotRewritten) {
     const ToskOID* before = &oid.get();
     oid.set(ToskOID("system.ipAddress", 1));
     EXPECT_EQ(before, &oid.get());
+    SharedOID unnamed;
+    const ToskOID* none = &unnamed.get();
+    unnamed.set(ToskOID());
+    EXPECT_EQ(none, &unnamed.get());
 }
 
 TEST(SharedOID, RetiredIdentifierStaysReadableAndIsUsedAgain) {

@@ -299,7 +299,8 @@ TEST(ToskParamFromJSON, AbsentConstraintKeepsTheHeldOne) {
 }
 
 TEST(ToskParamFromJSON, ConstraintOfAnotherTypeRemovesTheHeldChoices) {
-    for (const char* constraint : {R"({"type":"INT_RANGE"})", "{}", "null", "7"}) {
+    for (const char* constraint :
+         {R"({"type":"INT_RANGE"})", R"({"type":"INT_RANGE","choices":[]})", "{}", "null", "7"}) {
         ToskParam param = switchParam();
         const std::string json = std::string(R"({"type":"INT32","constraint":)") + constraint + "}";
         EXPECT_EQ(0, param.fromJSON(parsed(json).get())) << json;

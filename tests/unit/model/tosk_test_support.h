@@ -1,5 +1,7 @@
 #pragma once
 
+#include <iostream>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,6 +49,16 @@ std::string printedBy(Action action) {
     testing::internal::CaptureStdout();
     action();
     return testing::internal::GetCapturedStdout();
+}
+
+// Runs `action` without its traces on standard output, unless the test failed meanwhile: then what
+// was printed is shown, the failures among it.
+template <typename Action>
+void quietly(Action action) {
+    const std::string printed = printedBy(action);
+    if (testing::Test::HasFailure()) {
+        std::cout << printed;
+    }
 }
 
 inline ToskParam makeParam(const std::string& oid, int32_t type) {
