@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -45,6 +46,9 @@ class Machine {
     // at the first step that fails, with its errno; the descriptor is closed in every case.
     WriteFailure writeFile(const char* absolute, std::string_view text) const;
 
+    // Lets the calling thread wait for what has no event to wait for.
+    void pause(std::chrono::milliseconds time) { waitFor(time); }
+
     // Called on the commanding thread before each command: what waits there to be sent must be on
     // its way before a command that may take a minute. Set before the second thread starts.
     void setBeforeCommand(std::function<void()> hook);
@@ -52,6 +56,7 @@ class Machine {
   private:
     virtual int runCommand(const char* command);
     virtual std::optional<std::string> readCommand(const char* command);
+    virtual void waitFor(std::chrono::milliseconds time);
 
     std::string root_;
     std::function<void()> beforeCommand_;

@@ -1,9 +1,11 @@
 #include "systemstate/machine.h"
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <vector>
 
@@ -159,6 +161,13 @@ TEST(MachineReadFile, DirectoryIsEmpty) {
     EXPECT_EQ(Machine().readFile("/proc"), "");
 }
 
+TEST(MachineReadFile, PipeWithoutWriterHoldsNobody) {
+    const FrameRoot root;
+    root.write("/tmp/other", "");
+    ASSERT_EQ(mkfifo((root.path() + "/tmp/bond0").c_str(), 0600), 0);
+    EXPECT_EQ(Machine(root.path()).readFile("/tmp/bond0"), "");
+}
+
 TEST(MachineReadFile, EndlessFileIsCut) {
     const std::optional<std::string> text = Machine().readFile("/dev/zero");
     ASSERT_TRUE(text);
@@ -200,6 +209,12 @@ TEST(MachineFiles, LeaveNoDescriptorOpen) {
     machine.writeFile("/vantor/new", "new\n");
     machine.writeFile("/vantor/full", "new\n");
     EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(MachinePause, LastsAtLeastAsLongAsAsked) {
+    const auto start = std::chrono::steady_clock::now();
+    Machine().pause(std::chrono::milliseconds(3));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3));
 }
 
 }  // namespace

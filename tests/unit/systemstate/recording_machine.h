@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cerrno>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -64,6 +65,11 @@ class RecordingMachine : public Machine {
         record(command);
         const auto found = lines_.find(command);
         return found == lines_.end() ? std::string() : found->second;
+    }
+
+    // Nobody waits; the pause stands among the commands.
+    void waitFor(std::chrono::milliseconds time) override {
+        record(("pause of " + std::to_string(time.count()) + " ms").c_str());
     }
 
     void record(const char* command) {
