@@ -1,8 +1,223 @@
 #include "systemstate/status_poll.h"
 
-StatusPoll::StatusPoll(SystemState& state, Machine& machine) : state_(state), machine_(machine) {}
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "model/log.h"
+#include "systemstate/bonding_status.h"
+#include "systemstate/frame_detection.h"
+#include "systemstate/machine.h"
+#include "systemstate/param_keys.h"
+#include "systemstate/places.h"
+#include "systemstate/system_state.h"
+#include "systemstate/voltages.h"
+
+namespace {
+
+constexpr int kLastBatteryCycle = 150;
+constexpr std::chrono::milliseconds kBatterySettleTime{25};
+constexpr std::size_t kPsu1Channel = 0;
+constexpr std::size_t kPsu2Channel = 8;
+
+using PortStatuses = std::array<PortStatus, kPortNames.size()>;
+
+// A failure that lasts would otherwise be told every second.
+void reportUnread(const char* file, std::vector<UnreadInteger> unread,
+                  std::vector<UnreadInteger>& reported) {
+    if (unread == reported) {
+        return;
+    }
+    for (const UnreadInteger& value : unread) {
+        logMessage(LOG_ERR, "%s: %s is no integer: \"%.64s\"\n", file, value.key.c_str(),
+                   value.text.c_str());
+    }
+    reported = std::move(unread);
+}
+
+PortStatuses statusesOf(const EthernetPorts& ports) {
+    PortStatuses statuses;
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        statuses[i] = ports[i].status.get();
+    }
+    return statuses;
+}
+
+// What becomes of the statuses so far; a port that is no slave of the bond keeps its own.
+PortStatuses nextStatuses(const EthernetPorts& ports, PortStatuses statuses,
+                          const BondingStatus& bond) {
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        for (const BondSlave& slave : bond.slaves) {
+            if (slave.interface == ports[i].interfaceName) {
+                statuses[i] = portStatusOf(slave.miiStatus);
+            }
+        }
+        if (ports[i].interfaceName == bond.activeSlave && statuses[i] == PortStatus::linkUp) {
+            statuses[i] = PortStatus::active;
+        }
+    }
+    return statuses;
+}
+
+BatteryWiring wiringOf(const Product& product) {
+    if (product.isTessaraFrame()) {
+        return BatteryWiring::tessara;
+    }
+    return product.isKeli() ? BatteryWiring::keli : BatteryWiring::other;
+}
+
+BatterySource batterySourceOf(const Product& product) {
+    return wiringOf(product) == BatteryWiring::other ? BatterySource::channel
+                                                     : BatterySource::dedicatedInput;
+}
+
+}  // namespace
+
+StatusPoll::StatusPoll(SystemState& state, Machine& machine)
+    : state_(state), machine_(machine), adc_(machine) {}
 
 void StatusPoll::tick() {
-    static_cast<void>(state_);
-    static_cast<void>(machine_);
+    followAmbrixShutOff();
+    if (state_.isBrio()) {
+        return;
+    }
+    refreshBond();
+    refreshNetworkSettings();
+    refreshFrameType();
+    if (ticks_ > 0) {
+        refreshVoltages();
+    }
+    ++ticks_;
+}
+
+// Another program may disable Ambrix for good; its marker is all that is seen of that.
+void StatusPoll::followAmbrixShutOff() {
+    if (state_.ambrixStarted() && machine_.exists(kAmbrixDisabledMarker)) {
+        state_.switchAmbrix(false);
+        state_.setInteger(kAmbrixEnabledKey, 0);
+        state_.forgetAmbrixStarted();
+    }
+}
+
+void StatusPoll::refreshBond() {
+    const bool tessaraCopy = state_.product().isNamedTessara();
+    const char* file = tessaraCopy ? kTessaraBondingFile : kBondingFile;
+    std::optional<BondingStatus> bond =
+        decodeBonding(decodeBlockFile(machine_.readFile(file).value_or("")),
+                      tessaraCopy ? kTessaraHeaderBlock : kDriverHeaderBlock);
+    if (bond) {
+        reportUnread(file, std::move(bond->unread), unreadOfBond_);
+        refreshPorts(*bond);
+    }
+}
+
+void StatusPoll::refreshPorts(const BondingStatus& bond) {
+    EthernetPorts& ports = state_.ethernetPorts();
+    const PortStatuses before = statusesOf(ports);
+    const PortStatuses now = nextStatuses(ports, before, bond);
+    // All of them first: whoever hears of one change sees the others as they are.
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        ports[i].status.set(now[i]);
+    }
+    std::optional<std::int32_t> becameActive;
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        if (now[i] != before[i]) {
+            publishPort(i, before[i], now[i]);
+            if (now[i] == PortStatus::active) {
+                becameActive = static_cast<std::int32_t>(i);
+            }
+        }
+    }
+    if (becameActive) {
+        state_.setInteger(kActiveEthernetKey, *becameActive);
+    }
+}
+
+void StatusPoll::publishPort(std::size_t position, PortStatus before, PortStatus now) {
+    logMessage(LOG_INFO, "ETHERNET STATUS CHANGED : %s, was:%d, now:%d\n",
+               state_.ethernetPorts()[position].interfaceName.c_str(), static_cast<int>(before),
+               static_cast<int>(now));
+    state_.setInteger(portStatusKey(position), static_cast<int>(now));
+}
+
+void StatusPoll::refreshNetworkSettings() {
+    // A set request that is being carried out comes first; the file can wait for the next tick.
+    const std::unique_lock<std::mutex> turn = state_.trySettingsTurn();
+    if (!turn.owns_lock()) {
+        return;
+    }
+    NetworkSettings inFile;
+    state_.get_net_settings(&inFile.ip, &inFile.netmask, &inFile.gateway);
+    publishAddress(kIpAddressKey, inFile.ip, published_.ip);
+    publishAddress(kNetmaskKey, inFile.netmask, published_.netmask);
+    publishAddress(kGatewayKey, inFile.gateway, published_.gateway);
+}
+
+void StatusPoll::publishAddress(const char* key, std::uint32_t address, std::uint32_t& published) {
+    if (address != published) {
+        state_.setInteger(key, address);
+        published = address;
+    }
+}
+
+void StatusPoll::refreshFrameType() {
+    if (frameTypeKnown_ || !state_.isTessaraFrame()) {
+        return;
+    }
+    std::optional<FrameDetection> frame =
+        decodeFrameDetection(decodeBlockFile(machine_.readFile(kFrameDetectionFile).value_or("")));
+    if (!frame) {
+        return;
+    }
+    reportUnread(kFrameDetectionFile, std::move(frame->unread), unreadOfFrame_);
+    if (frame->frameType >= 0) {
+        frameTypeKnown_ = true;
+        state_.setInteger(kFrameTypeKey, frame->frameType);
+    }
+}
+
+void StatusPoll::refreshVoltages() {
+    const bool sampleBattery = batteryCycle_ == 0;
+    if (sampleBattery) {
+        logMessage(LOG_INFO, "Battery Sample = ON\n");
+        switchBatteryLoad(kBatteryLoadOn);
+        machine_.pause(kBatterySettleTime);
+    }
+    adc_.read(batterySourceOf(state_.product()));
+    if (sampleBattery) {
+        switchBatteryLoad(kBatteryLoadOff);
+        logMessage(LOG_INFO, "Battery Sample = OFF\n");
+        publishBattery();
+    }
+    publishSupplies();
+    batteryCycle_ = batteryCycle_ == kLastBatteryCycle ? 0 : batteryCycle_ + 1;
+}
+
+void StatusPoll::switchBatteryLoad(const char* command) {
+    const int result = machine_.run(command);
+    if (result < 0) {
+        std::printf("system returned %d\n", result);
+    }
+}
+
+void StatusPoll::publishBattery() {
+    const std::int32_t sample = adc_.samples().channels[kBatteryChannel];
+    logMessage(LOG_INFO, "sec[%d]  ADC CHAN %d=%d\n", batteryCycle_,
+               static_cast<int>(kBatteryChannel), sample);
+    if (adc_.hasSamples()) {
+        const double volts = batteryVolts(sample, wiringOf(state_.product()));
+        state_.setFloat(kBattVoltageKey, volts);
+        std::printf("BATT %f\n", volts);
+    }
+}
+
+void StatusPoll::publishSupplies() {
+    if (adc_.hasSamples()) {
+        const auto& channels = adc_.samples().channels;
+        state_.setFloat(kPsu1VoltageKey, psuVolts(channels[kPsu1Channel]));
+        state_.setFloat(kPsu2VoltageKey, psuVolts(channels[kPsu2Channel]));
+    }
 }

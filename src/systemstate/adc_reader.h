@@ -1,0 +1,30 @@
+#pragma once
+
+#include "systemstate/xadc_dump.h"
+
+class Machine;
+
+// The samples of the on-chip converter, carried from read to read. Owned by the status poll, poll
+// thread only.
+class AdcReader {
+  public:
+    // Keeps `machine`.
+    explicit AdcReader(const Machine& machine);
+
+    // Reads the register dump once and takes its readings into the samples. A dump that is missing
+    // or too short is told on standard error, one that holds no readings is logged once until a
+    // good one came; none of them touches the samples.
+    void read(BatterySource source);
+
+    // Whether any read has gone through; until then the samples are zeros that nobody measured.
+    bool hasSamples() const { return filtering_ == Filtering::smoothed; }
+    const AdcSamples& samples() const { return samples_; }
+
+  private:
+    void reportGarbled();
+
+    const Machine& machine_;
+    AdcSamples samples_;
+    Filtering filtering_ = Filtering::first;
+    bool garbledReported_ = false;
+};

@@ -1,0 +1,136 @@
+// The network settings that other programs write.
+
+#include <gmock/gmock.h>
+
+#include "poll_fixture.h"
+#include "systemstate/param_keys.h"
+#include "systemstate/places.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char* kSettings = "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n";
+
+constexpr const char* kMissing =
+    "2 WARNING: void SystemState::get_net_settings(unsigned int*, unsigned int*, unsigned int*): "
+    "vantor/etc/network.conf missing or unable to be opened\n";
+
+class NetworkPoll : public PollFixture {
+  protected:
+    NetworkPoll() { root_.write(kNetworkFile, kSettings); }
+};
+
+TEST_F(NetworkPoll, SettingsThatTheCatalogueReadAreNoNews) {
+    start("Quorane");
+    EXPECT_THAT(pollDiary(), IsEmpty());
+}
+
+struct EditCase {
+    const char* name;
+    const char* file;
+    const char* announcement;
+};
+
+class NetworkEdit : public NetworkPoll, public testing::WithParamInterface<EditCase> {};
+
+TEST_P(NetworkEdit, IsAnnouncedWithinOnePollAndNotApplied) {
+    start("Quorane");
+    poll();
+    takeDiary();
+    root_.write(kNetworkFile, GetParam().file);
+    poll();
+    std::vector<std::string> news;
+    for (const std::string& line : takeDiary()) {
+        if (!line.starts_with("6 ") && !line.starts_with("/sbin/devmem") &&
+            !line.starts_with("pause of")) {
+            news.push_back(line);
+        }
+    }
+    EXPECT_THAT(news, ElementsAre(GetParam().announcement));
+    EXPECT_EQ(root_.read(kNetworkFile), GetParam().file);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Keys, NetworkEdit,
+    testing::Values(EditCase{"Address",
+                             "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n",
+                             "NOT system.ipAddress=167772166"},
+                    EditCase{"Netmask", "IPADDR=10.0.0.5\nNETMASK=255.255.0.0\nGATEWAY=10.0.0.1\n",
+                             "NOT system.netmask=4294901760"},
+                    EditCase{"Gateway",
+                             "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.9\n",
+                             "NOT system.gateway=167772169"},
+                    EditCase{"AddressLost", "NETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n",
+                             "NOT system.ipAddress=0"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(NetworkPoll, EditOfEverythingIsNotAppliedEither) {
+    constexpr const char* kOther = "IPADDR=10.1.0.5\nNETMASK=255.0.0.0\nGATEWAY=10.1.0.1\n";
+    start("Quorane");
+    root_.write(kNetworkFile, kOther);
+    EXPECT_THAT(pollDiary(),
+                ElementsAre("NOT system.ipAddress=167837701", "NOT system.netmask=4278190080",
+                            "NOT system.gateway=167837697"));
+    EXPECT_EQ(root_.read(kNetworkFile), kOther);
+}
+
+TEST_F(NetworkPoll, FastEditsAreAnnouncedAsTheyAreSeen) {
+    start("Quorane");
+    poll();
+    for (const char* address : {"10.0.0.6", "10.0.0.7", "10.0.0.5"}) {
+        const std::string file =
+            std::string("IPADDR=") + address + "\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n";
+        root_.write(kNetworkFile, file);
+        const std::vector<std::string> diary = pollDiary();
+        EXPECT_THAT(diary, Contains(StartsWith("NOT system.ipAddress=")));
+        EXPECT_THAT(diary, Not(Contains(StartsWith("/etc/init.d"))));
+        EXPECT_EQ(root_.read(kNetworkFile), file);
+    }
+}
+
+TEST_F(NetworkPoll, MissingFileIsCriticalEachTimeAndPublishesZeros) {
+    start("Quorane");
+    poll();
+    takeDiary();
+    root_.remove(kNetworkFile);
+    const std::vector<std::string> first = pollDiary();
+    EXPECT_THAT(first, Contains(kMissing));
+    EXPECT_THAT(first, Contains("NOT system.ipAddress=0"));
+    EXPECT_THAT(first, Contains("NOT system.netmask=0"));
+    EXPECT_THAT(first, Contains("NOT system.gateway=0"));
+    const std::vector<std::string> second = pollDiary();
+    EXPECT_THAT(second, Contains(kMissing));
+    EXPECT_THAT(second, Not(Contains(StartsWith("NOT system.ipAddress"))));
+}
+
+TEST_F(NetworkPoll, MissingFromTheStartIsNoChange) {
+    root_.remove(kNetworkFile);
+    start("Quorane");
+    EXPECT_THAT(pollDiary(), ElementsAre(kMissing));
+}
+
+TEST_F(NetworkPoll, WaitsForNobodyWhoHasTheSettingsTurn) {
+    start("Quorane");
+    poll();
+    root_.write(kNetworkFile, "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
+    {
+        const auto turn = state_->takeSettingsTurn();
+        EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("NOT system.ipAddress"))));
+    }
+    EXPECT_THAT(pollDiary(), Contains("NOT system.ipAddress=167772166"));
+}
+
+TEST_F(NetworkPoll, SettingThatWasSetAndNotAppliedStays) {
+    start("Quorane");
+    poll();
+    state_->setInteger(kIpAddressKey, 0);
+    EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("NOT system.ipAddress"))));
+    EXPECT_EQ(value(kIpAddressKey), "0") << "the file says what it said before";
+}
+
+}  // namespace
