@@ -48,6 +48,7 @@ class AsyncTarnInternalClient {
     // Whether each subscription asks for everything below its path. Before connecting.
     void setReceiveAll(bool receiveAll) { receiveAll_ = receiveAll; }
     void setHeartbeatPeriod(std::chrono::milliseconds period) { heartbeatPeriod_ = period; }
+    std::chrono::milliseconds heartbeatPeriod() const { return heartbeatPeriod_; }
 
     // Begins to connect, and to connect again whenever the connection is lost.
     void connectToTarnInternal();
