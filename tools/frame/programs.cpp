@@ -119,6 +119,7 @@ int devmem(const Tree& tree, const Program&, const Words& words) {
     return 0;
 }
 
+// Searches in a path of its own, whatever the caller's is, as the real one does.
 int sudo(const Tree&, const Program&, const Words& words) {
     std::vector<char*> arguments;
     for (size_t i = 1; i < words.size(); ++i) {
@@ -126,6 +127,7 @@ int sudo(const Tree&, const Program&, const Words& words) {
     }
     if (!arguments.empty()) {
         arguments.push_back(nullptr);
+        ::setenv("PATH", kSearchPath, 1);
         ::execvp(arguments[0], arguments.data());
     }
     std::fprintf(stderr, "sudo: %s: command not found\n", words.back().c_str());

@@ -12,6 +12,10 @@
 // calls, and then changes the frame's devices or the noted state of a service.
 namespace frame {
 
+// Where programs are searched in a frame; the same as a shell's own default.
+inline constexpr const char* kSearchPath =
+    "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
+
 // The absolute paths of all of them.
 std::vector<std::string> programPaths();
 

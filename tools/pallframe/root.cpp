@@ -26,7 +26,7 @@ using frame::check;
 constexpr const char* kMemoryRoot = "/tmp";
 
 constexpr const char* kProcesses = "/run/proc";
-constexpr int kNumberedLinks = 1024;
+constexpr int kNumberedLinks = 300;
 
 constexpr std::array<const char*, 7> kHostParts{
     "/bin", "/lib", "/lib32", "/lib64", "/libx32", "/etc/alternatives", "/etc/ld.so.cache"};

@@ -1,5 +1,6 @@
 #include "run.h"
 
+#include <linux/close_range.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -15,6 +16,7 @@
 #include <stdexcept>
 
 #include "frame/paths.h"
+#include "frame/programs.h"
 #include "host.h"
 #include "root.h"
 #include "supervisor.h"
@@ -27,8 +29,7 @@ namespace {
 using frame::check;
 using frame::Descriptor;
 
-constexpr std::chrono::seconds kPatience{5};
-constexpr const char* kSearchPath = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
+constexpr std::chrono::seconds kPatience{3};
 
 // The child's whole life is `work`, its result the exit status; errors become a line and kNoFrame.
 pid_t startProcess(const std::function<int()>& work) {
@@ -69,8 +70,9 @@ void takeAway(const RunRequest& request) {
 }
 
 int becomeCommand(const RunRequest& request, const Supervisor& supervisor) {
-    ::setenv("PATH", kSearchPath, 1);
+    ::setenv("PATH", frame::kSearchPath, 1);
     ::unsetenv("TMPDIR");
+    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);  // the caller's other open files
     supervisor.release();
     std::vector<char*> words;
     for (const std::string& word : request.command) {

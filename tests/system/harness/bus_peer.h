@@ -1,0 +1,82 @@
+#pragma once
+
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <cjson/cJSON.h>
+
+#include "deadline.h"
+#include "frame/system_call.h"
+
+namespace harness {
+
+// One message as it stood on the wire, taken apart. The texts are what was sent, byte for byte.
+struct BusMessage {
+    std::string header;  // without the line feed
+    std::string data;
+    std::string type;  // "GET", "NOT", …
+    std::string objectName;
+    int source = -1;
+    int destination = -1;
+
+    // A member of the data as unformatted JSON, such as {"param", "frameName"}; "" when there is
+    // none.
+    std::string at(std::initializer_list<const char*> keys) const;
+
+    // The text of the data's "id", "" when there is none.
+    std::string id() const;
+};
+
+// Throws std::runtime_error for a payload that is no message.
+BusMessage parseBusMessage(std::string_view payload);
+
+// "length:payload;"
+std::string busFrame(std::string_view payload);
+
+// The bus as the daemon sees it: listens on 127.0.0.1, takes one connection at a time, reads and
+// writes bytes, frames or messages. Shares no code with the daemon, so that a fault there shows
+// here. Belongs to the test's thread. Waiting throws TimedOut; other errors std::system_error or
+// std::runtime_error.
+class BusPeer {
+  public:
+    explicit BusPeer(int port = 15000);
+
+    void accept(const Deadline& deadline = Deadline());  // drops the connection before
+
+    // The next frame's payload; a malformed frame, or an end instead, is a std::runtime_error.
+    std::string receivePayload(const Deadline& deadline = Deadline());
+    BusMessage receive(const Deadline& deadline = Deadline());
+    std::vector<BusMessage> receive(size_t count, const Deadline& deadline = Deadline());
+
+    // The next message of that type for that object, passing over others.
+    BusMessage waitFor(std::string_view type, std::string_view objectName,
+                       const Deadline& deadline = Deadline());
+
+    // Waits until the daemon has closed the connection, passing over what it sends.
+    void waitForClose(const Deadline& deadline = Deadline());
+
+    void sendRaw(std::string_view bytes) const;
+    void send(std::string_view type, std::string_view objectName, int source, int destination,
+              std::string_view data) const;
+
+    // The same for a request of another client, which has connection 5 here.
+    void get(std::string_view objectName, std::string_view data) const;
+    void set(std::string_view objectName, std::string_view data) const;
+
+    void close();          // the connection; unread bytes make it a reset
+    void stopListening();  // further attempts are refused
+    void listen();         // again, as at the beginning
+
+  private:
+    bool fill(const Deadline& deadline);
+
+    int port_;
+    frame::Descriptor listener_;
+    frame::Descriptor connection_;
+    std::string received_;
+};
+
+}  // namespace harness

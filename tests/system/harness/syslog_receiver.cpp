@@ -1,0 +1,114 @@
+#include "syslog_receiver.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace harness {
+
+namespace {
+
+using frame::check;
+using frame::Descriptor;
+
+constexpr char kSocket[] = "/dev/log";
+constexpr size_t kTimeLength = sizeof("Jan  1 00:00:00 ") - 1;
+
+Descriptor bindLog() {
+    Descriptor socket(
+        check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::copy(std::begin(kSocket), std::end(kSocket), address.sun_path);
+    check(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
+          kSocket);
+    return socket;
+}
+
+}  // namespace
+
+void PrintTo(const LogLine& line, std::ostream* out) {
+    *out << "<" << line.facility << "+" << line.priority << "> " << line.ident << ": " << line.text;
+}
+
+LogLine parseLogLine(std::string_view datagram) {
+    LogLine line;
+    const size_t close = datagram.find('>');
+    int code = 0;
+    if (datagram.substr(0, 1) != "<" || close == std::string_view::npos ||
+        std::from_chars(datagram.data() + 1, datagram.data() + close, code).ec != std::errc()) {
+        line.text = datagram;
+        return line;
+    }
+    line.priority = LOG_PRI(code);
+    line.facility = code & LOG_FACMASK;
+    std::string_view rest = datagram.substr(std::min(close + 1 + kTimeLength, datagram.size()));
+    const size_t colon = rest.find(": ");
+    if (colon != std::string_view::npos) {
+        line.ident = rest.substr(0, std::min(rest.find('['), colon));
+        rest.remove_prefix(colon + 2);
+    }
+    line.text = rest;
+    return line;
+}
+
+SyslogReceiver::SyslogReceiver()
+    : socket_(bindLog()),
+      stop_(check(::eventfd(0, EFD_CLOEXEC), "eventfd")),
+      thread_([this] { receive(); }) {}
+
+SyslogReceiver::~SyslogReceiver() {
+    ::eventfd_write(stop_.get(), 1);
+    thread_.join();
+    ::unlink(kSocket);
+}
+
+void SyslogReceiver::receive() {
+    std::array<char, 64 * 1024> buffer{};
+    std::array<pollfd, 2> ready{{{socket_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}}};
+    while (::poll(ready.data(), ready.size(), -1) > 0 && ready[1].revents == 0) {
+        const ssize_t size = ::recv(socket_.get(), buffer.data(), buffer.size(), 0);
+        if (size > 0) {
+            const std::lock_guard lock(mutex_);
+            lines_.push_back(parseLogLine({buffer.data(), static_cast<size_t>(size)}));
+            changed_.notify_all();
+        }
+    }
+}
+
+std::vector<LogLine> SyslogReceiver::lines() const {
+    const std::lock_guard lock(mutex_);
+    return lines_;
+}
+
+LogLine SyslogReceiver::waitFor(const std::string& text, const Deadline& deadline) {
+    std::unique_lock lock(mutex_);
+    size_t found = passed_;
+    const auto matches = [&text](const LogLine& line) {
+        return line.text.find(text) != std::string::npos;
+    };
+    const auto look = [&] {
+        const auto begin = lines_.begin() + static_cast<ptrdiff_t>(passed_);
+        found = static_cast<size_t>(std::find_if(begin, lines_.end(), matches) - lines_.begin());
+        return found < lines_.size();
+    };
+    if (!changed_.wait_until(lock, deadline.end(), look)) {
+        std::string all;
+        for (const LogLine& line : lines_) {
+            all += "<" + std::to_string(line.priority) + "> " + line.text +
+                   (line.text.ends_with('\n') ? "" : "\n");
+        }
+        throw TimedOut("system log: waited in vain for '" + text + "'; there was:\n" + all);
+    }
+    passed_ = found + 1;
+    return lines_[found];
+}
+
+}  // namespace harness

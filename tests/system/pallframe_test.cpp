@@ -1,0 +1,430 @@
+#include <pty.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "harness/process.h"
+#include "support/temporary_directory.h"
+
+using namespace harness;
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+using testing::ValuesIn;
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+Words pallframe(const Words& arguments) {
+    Words words{programDirectory() / "pallframe"};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return words;
+}
+
+Words inFrame(const Words& command) {
+    Words words = pallframe({"run", "--"});
+    words.insert(words.end(), command.begin(), command.end());
+    return words;
+}
+
+struct Result {
+    int status;
+    std::string output;
+    std::string error;
+};
+
+Result run(const Words& words) {
+    Process process(words);
+    const int status = process.waitForEnd();
+    return {status, process.output().waitForEnd(), process.error().waitForEnd()};
+}
+
+Result shellInFrame(const std::string& script) {
+    return run(inFrame({"sh", "-c", script}));
+}
+
+std::string readFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Processes of this machine that were started with this word.
+std::vector<fs::path> processesWith(const std::string& word) {
+    std::vector<fs::path> found;
+    for (const auto& entry : fs::directory_iterator("/proc")) {
+        const std::string line = readFile(entry.path() / "cmdline");
+        if (line.find(word) != std::string::npos) {
+            found.push_back(entry.path());
+        }
+    }
+    return found;
+}
+
+// A word that no other process of this machine has on its command line.
+std::string uniqueWord() {
+    static int count = 0;
+    return "mark-" + std::to_string(::getpid()) + "-" + std::to_string(++count);
+}
+
+bool isOneLine(const std::string& text) {
+    return std::count(text.begin(), text.end(), '\n') == 1 && text.back() == '\n';
+}
+
+TEST(Run, GivesTheCommandsStatus) {
+    EXPECT_EQ(shellInFrame("exit 0").status, 0);
+    EXPECT_EQ(shellInFrame("exit 7").status, 7);
+    EXPECT_EQ(shellInFrame("kill -KILL $$").status, 128 + SIGKILL);
+}
+
+TEST(Run, PassesOutputsThrough) {
+    const Result result = shellInFrame("echo out; echo error >&2");
+    EXPECT_EQ(result.output, "out\n");
+    EXPECT_EQ(result.error, "error\n");
+}
+
+TEST(Run, NothingElseThatWasOpenIsHandedOn) {
+    const Result result =
+        run({"sh", "-c",
+             "exec 7</etc/passwd; exec " + (programDirectory() / "pallframe").string() +
+                 " run -- sh -c 'test -e /proc/self/fd/7'"});
+    EXPECT_EQ(result.status, 1);
+}
+
+TEST(Run, ACommandThatCannotBeRunIsToldInOneLine) {
+    const Result missing = run(inFrame({"/no/such/command"}));
+    EXPECT_EQ(missing.status, 127);
+    EXPECT_EQ(missing.error, "pallframe: cannot run /no/such/command: No such file or directory\n");
+    EXPECT_EQ(run(inFrame({"/etc/passwd"})).status, 126);
+}
+
+TEST(Run, LooksLikeTheProductAskedFor) {
+    for (const char* product : {"Quorane", "Tessara", "Tessara-5ru", "QuoraneBrio", "KELI"}) {
+        const Result result = run(pallframe(
+            {"run", "--product", product, "--", "sh", "-c", ". /tmp/eeprom && echo $PRODUCT"}));
+        EXPECT_EQ(result.output, product + std::string("\n"));
+    }
+    EXPECT_THAT(
+        run(pallframe({"run", "--product", "tessara-5RU", "--", "cat", "/tmp/eeprom"})).output,
+        StartsWith("PRODUCT=Tessara-5ru\n"));
+}
+
+TEST(Run, CollectsTheSystemLog) {
+    const Result result = shellInFrame(
+        "logger -p local2.info -t prog one; logger -p user.crit -t prog two; "
+        "until grep -q two /var/log/messages; do :; done; cat /var/log/messages");
+    EXPECT_THAT(result.output, AllOf(StartsWith("<150>"), HasSubstr(" prog: one\n<10>"),
+                                     EndsWith(" prog: two\n")));
+}
+
+TEST(Run, LeavesTheSystemLogToTheCommandWhenAsked) {
+    EXPECT_EQ(run(pallframe({"run", "--no-syslog", "--", "test", "-e", "/dev/log"})).status, 1);
+}
+
+TEST(Run, TheCurrentDirectoryStaysWhereItIs) {
+    const Result result = shellInFrame("pwd");
+    EXPECT_EQ(result.output, fs::current_path().string() + "\n");
+}
+
+TEST(Run, ADirectoryThatTheFrameHasIsTheFrames) {
+    const Result result = run({"sh", "-c",
+                               "cd /etc && " + (programDirectory() / "pallframe").string() +
+                                   " run -- sh -c 'pwd; cat hosts'"});
+    EXPECT_EQ(result.output, "/etc\n127.0.0.1 localhost\n");
+}
+
+TEST(Run, ProgramsOfTheHostAreOutOfReach) {
+    Process bystander({"sleep", "1000"});
+    const std::string pid = std::to_string(bystander.pid());
+    const Result result = shellInFrame("kill -KILL " + pid + " 2>&1; pkill sleep; echo done");
+    EXPECT_THAT(result.output, EndsWith("done\n"));
+    EXPECT_THROW(bystander.waitForEnd(Deadline(std::chrono::milliseconds(50))), TimedOut);
+}
+
+TEST(Run, WhatRunsOnInTheBackgroundGoesWithTheCommand) {
+    const std::string mark = uniqueWord();
+    const Result result = shellInFrame(
+        "setsid sh -c 'trap \"\" TERM HUP; echo started; "
+        "while :; do sleep 100; done' " +
+        mark +
+        " >/tmp/out & "
+        "until grep -q started /tmp/out; do :; done");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(processesWith(mark).empty());
+}
+
+class Usage : public testing::TestWithParam<Words> {};
+
+INSTANTIATE_TEST_SUITE_P(Bad, Usage,
+                         ValuesIn(std::vector<Words>{
+                             {},
+                             {"walk"},
+                             {"run"},
+                             {"run", "--product", "Quasar", "--", "true"},
+                             {"run", "--keep", "--", "true"},
+                             {"status"},
+                             {"status", "--tree", "/etc"},
+                             {"set"},
+                             {"set", "cable", "eth0", "down"},
+                             {"set", "cable", "eth0", "sideways"},
+                             {"set", "psu", "3", "12"},
+                             {"set", "psu", "1", "much"},
+                             {"set", "battery", "-1"},
+                             {"set", "file", "/tmp/eeprom", "gone"},
+                             {"set", "--tree", "/etc", "pause", "S40network", "1"},
+                         }));
+
+TEST_P(Usage, IsAnsweredWithOneLineAndStatus2) {
+    const Result result = run(pallframe(GetParam()));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.error, StartsWith("pallframe: "));
+    EXPECT_TRUE(isOneLine(result.error)) << result.error;
+}
+
+TEST(Help, FitsAScreen) {
+    for (const Words& words : {Words{"--help"}, Words{"run", "--help"}, Words{"set", "--help"},
+                               Words{"status", "--help"}}) {
+        const Result result = run(pallframe(words));
+        EXPECT_EQ(result.status, 0);
+        EXPECT_LE(std::count(result.output.begin(), result.output.end(), '\n'), 24);
+    }
+    EXPECT_THAT(run(pallframe({"--version"})).output, StartsWith("pallframe "));
+}
+
+// A frame whose files can be seen from outside, with a command that runs until it is told to end.
+class Tree : public testing::Test {
+  protected:
+    Words words(const Words& options = {}, const std::string& script = "exec sleep 1000") const {
+        Words all = pallframe({"run", "--tree", tree});
+        all.insert(all.end(), options.begin(), options.end());
+        const Words command{"--", "sh", "-c", "echo ready; " + script, mark};
+        all.insert(all.end(), command.begin(), command.end());
+        return all;
+    }
+
+    Result tell(Words arguments) const {
+        arguments.insert(arguments.begin() + 1, {"--tree", tree});
+        return run(pallframe(arguments));
+    }
+
+    void expectNoTrace() const {
+        waitUntil([this] { return !fs::exists(tree); }, "the tree to go");
+        waitUntil([this] { return processesWith(mark).empty(); }, "the processes to go");
+        EXPECT_EQ(readFile("/proc/self/mounts"), mountsBefore);
+        EXPECT_TRUE(fs::is_empty(directory.path()));
+    }
+
+    const TemporaryDirectory directory;
+    const std::string tree = directory.path("tree");
+    const std::string mark = uniqueWord();
+    const std::string mountsBefore = readFile("/proc/self/mounts");
+};
+
+TEST_F(Tree, IsSeenAndChangedFromOutside) {
+    Process frame(words({"--product", "Tessara"}));
+    frame.output().waitFor("ready");
+    EXPECT_EQ(tell({"set", "cable", "eth0", "down"}).status, 0);
+    EXPECT_EQ(tell({"set", "psu", "2", "11.9"}).status, 0);
+    EXPECT_EQ(tell({"set", "battery", "0"}).status, 0);
+    EXPECT_EQ(tell({"set", "file", "/vantor/etc/network.conf", "missing"}).status, 0);
+    EXPECT_EQ(tell({"status"}).output,
+              "product    Tessara\n"
+              "eth0       down\n"
+              "eth1       up, active\n"
+              "psu 1      12.00 V\n"
+              "psu 2      11.90 V\n"
+              "battery    0.00 V\n"
+              "missing    /vantor/etc/network.conf\n");
+    EXPECT_THAT(readFile(tree + "/tmp/bond0"), HasSubstr("Currently Active Slave: eth1\n"));
+}
+
+TEST_F(Tree, AFailingRequestIsToldInOneLine) {
+    Process frame(words());
+    frame.output().waitFor("ready");
+    const Result result = tell({"set", "cable", "eth5", "down"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.error, "pallframe: this frame has no interface 'eth5'\n");
+    EXPECT_EQ(tell({"set", "pause", "S99nothing", "1"}).error,
+              "pallframe: this frame has no program 'S99nothing'\n");
+}
+
+TEST_F(Tree, AChangeFromOutsideIsSeenInside) {
+    Process frame(words({},
+                        "until grep -q 'Slave: eth1' /proc/net/bonding/bond0; do :; done; "
+                        "echo moved"));
+    frame.output().waitFor("ready");
+    tell({"set", "cable", "eth0", "down"});
+    EXPECT_EQ(frame.waitForEnd(), 0);
+    EXPECT_EQ(frame.output().waitForEnd(), "ready\nmoved\n");
+}
+
+TEST_F(Tree, GoesWithTheCommand) {
+    EXPECT_EQ(run(words({}, "exit 3")).status, 3);
+    expectNoTrace();
+}
+
+TEST_F(Tree, StaysWhenAsked) {
+    EXPECT_EQ(run(words({"--keep"}, "touch /vantor/etc/made")).status, 0);
+    EXPECT_TRUE(fs::exists(tree + "/vantor/etc/made"));
+    EXPECT_EQ(readFile("/proc/self/mounts"), mountsBefore);
+}
+
+TEST_F(Tree, TheLastWordsReachTheSystemLog) {
+    run(words({"--keep"}, "for i in 1 2 3 4 5; do logger word $i; done"));
+    const std::string log = readFile(tree + "/var/log/messages");
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 5);
+    EXPECT_THAT(log, EndsWith(": word 5\n"));
+}
+
+TEST_F(Tree, AnExistingDirectoryIsLeftAlone) {
+    fs::create_directory(tree);
+    std::ofstream(tree + "/mine") << "x";
+    const Result result = run(words());
+    EXPECT_EQ(result.status, 125);
+    EXPECT_EQ(result.error, "pallframe: cannot make a frame in " + tree + ": File exists\n");
+    EXPECT_TRUE(fs::exists(tree + "/mine"));
+}
+
+class Ending : public Tree, public testing::WithParamInterface<int> {};
+
+INSTANTIATE_TEST_SUITE_P(Signals, Ending, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT));
+
+TEST_P(Ending, ASignalReachesTheCommandAndNothingStays) {
+    Process frame(words({},
+                        "trap 'echo told; exit 9' INT TERM HUP QUIT; echo set; "
+                        "while :; do sleep 0.01; done"));
+    frame.output().waitFor("set");
+    frame.signal(GetParam());
+    EXPECT_EQ(frame.waitForEnd(), 9);
+    EXPECT_THAT(frame.output().waitForEnd(), EndsWith("told\n"));
+    expectNoTrace();
+}
+
+TEST_F(Tree, ACommandThatDoesNotListenIsEnded) {
+    Process frame(words({}, "trap '' TERM; echo deaf; while :; do sleep 100; done"));
+    frame.output().waitFor("deaf");
+    frame.signal(SIGTERM);
+    EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
+    expectNoTrace();
+}
+
+TEST_F(Tree, NothingStaysWhenItIsKilled) {
+    Process frame(words());
+    frame.output().waitFor("ready");
+    frame.signal(SIGKILL);
+    EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
+    expectNoTrace();
+}
+
+TEST_F(Tree, NothingStaysWhenItsKeeperIsKilled) {
+    Process frame(words());
+    frame.output().waitFor("ready");
+    const std::string pid = std::to_string(frame.pid());
+    const std::string keeper = readFile(frame.proc() / "task" / pid / "children");
+    ASSERT_EQ(::kill(std::stoi(keeper), SIGKILL), 0);
+    EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
+    expectNoTrace();
+}
+
+TEST(Memory, NothingStaysWhenAllAreKilledAtOnce) {
+    const std::string mark = uniqueWord();
+    const std::string mountsBefore = readFile("/proc/self/mounts");
+    Process frame(inFrame({"sh", "-c", "echo ready; exec sleep 1000", mark}));
+    frame.output().waitFor("ready");
+    for (const fs::path& process : processesWith(mark)) {
+        ::kill(std::stoi(process.filename()), SIGKILL);
+    }
+    EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
+    waitUntil([&] { return processesWith(mark).empty(); }, "the processes to go");
+    EXPECT_EQ(readFile("/proc/self/mounts"), mountsBefore);
+}
+
+std::string readTerminal(int terminal, const std::string& until) {
+    std::string text;
+    std::array<char, 256> buffer{};
+    const Deadline deadline;
+    while (text.find(until) == std::string::npos) {
+        waitReadable(terminal, deadline, "'" + until + "' on the terminal; there was: " + text);
+        const ssize_t size = ::read(terminal, buffer.data(), buffer.size());
+        if (size <= 0) {
+            break;
+        }
+        text.append(buffer.data(), static_cast<size_t>(size));
+    }
+    return text;
+}
+
+TEST(Terminal, AnInterruptReachesTheCommandOnce) {
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const std::string program = programDirectory() / "pallframe";
+        ::execl(program.c_str(), program.c_str(), "run", "--", "sh", "-c",
+                "trap 'echo told' INT; trap 'echo bye; exit 4' TERM; echo ready; "
+                "while :; do sleep 0.01; done",
+                nullptr);
+        ::_exit(127);
+    }
+    readTerminal(terminal, "ready");
+    ASSERT_EQ(::write(terminal, "\x03", 1), 1);
+    std::string text = readTerminal(terminal, "told");
+    ASSERT_EQ(::kill(child, SIGTERM), 0);
+    text += readTerminal(terminal, "bye");
+    EXPECT_EQ(text.find("told"), text.rfind("told")) << text;
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 4);
+    ::close(terminal);
+}
+
+// The words, run as a user without any privilege; only root can become one, others are one already.
+Words asOrdinaryUser(Words words) {
+    if (::geteuid() == 0) {
+        const Words drop{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+        words.insert(words.begin(), drop.begin(), drop.end());
+    }
+    return words;
+}
+
+TEST(OrdinaryUser, HasAFrameToo) {
+    const TemporaryDirectory directory;
+    fs::permissions(directory.path(), fs::perms::all);
+    fs::copy(programDirectory() / "pallframe", directory.path("pallframe"));
+    const std::string program = directory.path("pallframe");
+    Words words =
+        asOrdinaryUser({program, "run", "--tree", directory.path("tree"), "--", "sh", "-c",
+                        "id -u; sudo systemctl start ssh; pallframe status | tail -1"});
+    words.insert(words.begin(), {"env", "-C", directory.path()});
+    const Result inside = run(words);
+    EXPECT_EQ(inside.error, "");
+    EXPECT_EQ(inside.status, 0);
+    EXPECT_EQ(inside.output, "0\ntold       systemctl start ssh\n");
+    EXPECT_FALSE(fs::exists(directory.path("tree")));
+}
+
+TEST(OrdinaryUser, IsToldWhatToDoWhenTheKernelForbidsIt) {
+    const std::string program = programDirectory() / "pallframe";
+    const Result result = run({"unshare", "-r", "sh", "-c",
+                               "echo 0 >/proc/sys/user/max_user_namespaces; "
+                               "exec setpriv --bounding-set=-sys_admin " +
+                                   program + " run -- true"});
+    EXPECT_EQ(result.status, 125);
+    EXPECT_EQ(result.error,
+              "pallframe: no namespaces for this user (No space left on device): run as root, or "
+              "allow them with: sudo sysctl -w user.max_user_namespaces=15000\n");
+}
+
+}  // namespace
