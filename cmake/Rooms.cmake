@@ -13,11 +13,19 @@ function(pallwatch_room name)
   target_link_libraries(${name} PUBLIC ${ROOM_USES} ${ROOM_LIBRARIES})
 endfunction()
 
+# Tests are compiled more often than they run: without optimisation, and with the headers of the test
+# library compiled once. What they test is built as it ships.
+function(pallwatch_test_sources target)
+  target_compile_options(${target} PRIVATE -O0 -g1)
+  target_precompile_headers(${target} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+endfunction()
+
 # The unit tests of one room: one file per source file, one executable, every test known to CTest.
 function(pallwatch_unit_tests room)
   cmake_parse_arguments(UNIT "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(unit_${room} ${UNIT_SOURCES})
   target_link_libraries(unit_${room} PRIVATE ${room} ${UNIT_LIBRARIES} GTest::gmock GTest::gtest_main)
+  pallwatch_test_sources(unit_${room})
   gtest_discover_tests(unit_${room} TEST_PREFIX ${room}/ PROPERTIES LABELS unit TIMEOUT 60
                        DISCOVERY_TIMEOUT 60)
 endfunction()
