@@ -1,7 +1,11 @@
 // The network settings that other programs write.
 
+#include <thread>
+#include <utility>
+
 #include <gmock/gmock.h>
 
+#include "model/json.h"
 #include "poll_fixture.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/places.h"
@@ -131,6 +135,30 @@ TEST_F(NetworkPoll, SettingThatWasSetAndNotAppliedStays) {
     state_->setInteger(kIpAddressKey, 0);
     EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("NOT system.ipAddress"))));
     EXPECT_EQ(value(kIpAddressKey), "0") << "the file says what it said before";
+}
+
+// The request is stored, and before it is applied another program edits the file and the poll
+// comes.
+TEST_F(NetworkPoll, RequestIsNotLostToAnEditOfTheSameMoment) {
+    start("Quorane");
+    poll();
+    bool edited = false;
+    state_->setParamChanged_cb([&](const ToskParam&) {
+        if (std::exchange(edited, true)) {
+            return;
+        }
+        root_.write(kNetworkFile, "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
+        std::thread([this] { poll(); }).join();
+    });
+    {
+        const auto turn = state_->takeSettingsTurn();
+        state_->findParam(kIpAddressKey)->setValueFromJSON(jsonNumber(0x0A000007).get());
+    }
+    EXPECT_EQ(value(kIpAddressKey), "167772167");
+    EXPECT_EQ(root_.read(kNetworkFile),
+              "USE_DHCP=0\nIPADDR=10.0.0.7\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
+    poll();
+    EXPECT_EQ(value(kIpAddressKey), "167772167");
 }
 
 }  // namespace
