@@ -1,0 +1,138 @@
+#include "client/bus_session.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+
+#include "bus/messages.h"
+#include "listening_peer.h"
+#include "support/captured_log.h"
+
+namespace pallctl {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+Deadline soon() {
+    return Clock::now() + 5s;
+}
+
+class BusSessionTest : public testing::Test {
+  protected:
+    void open(BusSession& session) {
+        ASSERT_TRUE(session.open(soon())) << session.errorText();
+        peer_.accept();
+    }
+
+    CapturedLog log_;
+    ListeningPeer peer_;
+    BusSession session_{peer_.port(), 1000042};
+};
+
+TEST_F(BusSessionTest, LogsInBeforeAnythingElse) {
+    open(session_);
+    GETMessage request("system", {"ipAddress"}, nullptr, 0);
+    session_.queue(request);
+    EXPECT_TRUE(session_.flush());
+    const std::string bytes = peer_.read();
+    EXPECT_THAT(bytes, HasSubstr(":[\"SET\", \"system.connection\", 1000042, 0, 0]\n{\"id\":\""));
+    EXPECT_THAT(bytes, HasSubstr(R"("login":{"name":"pallctl","connID":1000042,"version":1}}};)"));
+    EXPECT_LT(bytes.find("login"), bytes.find("[\"GET\", \"system\", 1000042, 0, 0]"));
+}
+
+TEST_F(BusSessionTest, SubscribesPathsOneByOne) {
+    open(session_);
+    session_.subscribe("system");
+    session_.flush();
+    EXPECT_THAT(peer_.read(), HasSubstr(R"("param":{"subscribeList":[{"path":"system"}]}};)"));
+}
+
+TEST_F(BusSessionTest, SaysWhyThereIsNoBus) {
+    peer_.stopListening();
+    EXPECT_FALSE(session_.open(soon()));
+    EXPECT_FALSE(session_.isOpen());
+    EXPECT_EQ(session_.errorText(), "connect: Connection refused");
+}
+
+TEST_F(BusSessionTest, HandsOutMessagesInOrderHoweverTheyArrive) {
+    open(session_);
+    const std::string first = "34:[\"NOT\", \"system\", 8, 0, 0]\n{\"a\":1};";
+    peer_.write(first.substr(0, 9));
+    EXPECT_FALSE(session_.receive(Clock::now()));
+    peer_.write(first.substr(9) + "34:[\"NOT\", \"second\", 8, 0, 0]\n{\"a\":2};");
+    const auto one = session_.receive(soon());
+    const auto two = session_.receive(soon());
+    ASSERT_TRUE(one && two);
+    EXPECT_EQ(one->objectName(), "system");
+    EXPECT_EQ(two->objectName(), "second");
+    EXPECT_FALSE(session_.receive(Clock::now()));
+    EXPECT_TRUE(session_.isOpen());
+}
+
+TEST_F(BusSessionTest, PassesOverWhatIsNoMessage) {
+    open(session_);
+    peer_.writeFrame("no header");
+    peer_.writeFrame("[\"RSP\", \"system\", 8, 1000042, 0]\n{}");
+    const auto message = session_.receive(soon());
+    ASSERT_TRUE(message);
+    EXPECT_EQ(message->type(), MessageType::RSP);
+}
+
+TEST_F(BusSessionTest, HandsOutWhatCameBeforeTheConnectionWasLost) {
+    open(session_);
+    peer_.writeFrame("[\"NOT\", \"system\", 8, 0, 0]\n{}");
+    peer_.hangUp();
+    EXPECT_TRUE(session_.receive(soon()));
+    EXPECT_FALSE(session_.receive(soon()));
+    EXPECT_FALSE(session_.isOpen());
+    EXPECT_THAT(session_.errorText(), StartsWith("receive: "));
+}
+
+TEST_F(BusSessionTest, BeginsAnewWithEveryOpen) {
+    open(session_);
+    peer_.write("99:half a frame");
+    EXPECT_FALSE(session_.receive(Clock::now() + 1ms));
+    session_.subscribe("never.sent");
+    open(session_);
+    session_.flush();
+    EXPECT_THAT(peer_.read(), testing::Not(HasSubstr("never.sent")));
+    peer_.writeFrame("[\"NOT\", \"system\", 8, 0, 0]\n{}");
+    EXPECT_TRUE(session_.receive(soon()));
+}
+
+TEST_F(BusSessionTest, WithoutConnectionSendsAndReceivesNothing) {
+    GETMessage request("system", nullptr);
+    session_.queue(request);
+    EXPECT_FALSE(session_.flush());
+    EXPECT_FALSE(session_.receive(soon()));
+}
+
+TEST_F(BusSessionTest, WaitsForNothingWhenTheReaderOfItsOutputHasGone) {
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
+    const UniqueDescriptor output(pipe[1]);
+    BusSession session(peer_.port(), 1, output.get());
+    open(session);
+    EXPECT_FALSE(session.receive(Clock::now()));
+    EXPECT_FALSE(session.outputGone());
+
+    ::close(pipe[0]);
+    EXPECT_FALSE(session.receive(Clock::now() + 1h));
+    EXPECT_TRUE(session.outputGone());
+    session.pause(Clock::now() + 1h);
+    EXPECT_TRUE(session.isOpen());
+}
+
+TEST_F(BusSessionTest, KnowsWhenTheBusWasLastHeardOf) {
+    open(session_);
+    const Deadline opened = session_.lastReceived();
+    peer_.writeFrame("[\"NOT\", \"system\", 8, 0, 0]\n{}");
+    session_.receive(soon());
+    EXPECT_GT(session_.lastReceived(), opened);
+}
+
+}  // namespace
+}  // namespace pallctl

@@ -1,0 +1,126 @@
+#include "client/device.h"
+
+#include <gmock/gmock.h>
+
+#include "bus/messages.h"
+#include "client/human_form.h"
+#include "listening_peer.h"
+#include "support/captured_log.h"
+
+namespace pallctl {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+std::string idOf(const std::string& bytes, const std::string& before) {
+    const std::string mark = R"({"id":")";
+    const size_t begin = bytes.rfind(mark, bytes.find(before)) + mark.size();
+    return bytes.substr(begin, bytes.find('"', begin) - begin);
+}
+
+size_t count(const std::string& text, const std::string& part) {
+    size_t found = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++found;
+    }
+    return found;
+}
+
+// A device that is not there yet: what is sent is looked at, and answered, after the call.
+class DeviceTest : public testing::Test {
+  protected:
+    DeviceTest() {
+        EXPECT_TRUE(session_.open(Clock::now() + 5s));
+        peer_.accept();
+        session_.flush();
+        peer_.read();
+    }
+
+    std::string shown(const std::string& name) const {
+        const Parameter* parameter = mirror_.find(name);
+        return parameter ? humanForm(parameter->descriptor, parameter->value.get()) : "unknown";
+    }
+
+    CapturedLog log_;
+    ListeningPeer peer_;
+    BusSession session_{peer_.port(), 1000042};
+    Mirror mirror_;
+    Device device_{session_, mirror_, {0ms, 0ms}};
+};
+
+TEST(DeviceNames, AreTakenWithAndWithoutTheObject) {
+    EXPECT_EQ(fullName("ipAddress"), "system.ipAddress");
+    EXPECT_EQ(fullName("system.ipAddress"), "system.ipAddress");
+    EXPECT_EQ(leafOf("system.ipAddress"), "ipAddress");
+    EXPECT_EQ(leafOf("ipAddress"), "ipAddress");
+    EXPECT_EQ(leafOf("systemName"), "systemName");
+    EXPECT_EQ(fullName("net.ip"), "system.net.ip");
+}
+
+TEST_F(DeviceTest, ReadsDescriptorsByNameAndThenThatOfTheDevice) {
+    EXPECT_FALSE(device_.read({"system.a", "system.b"}));
+    const std::string bytes = peer_.read();
+    const size_t named = bytes.find(R"("paramDescriptor":{"objectName":["a","b"]}};)");
+    const size_t whole = bytes.find(R"("param":{"objectName":["paramDescriptor"]}};)");
+    ASSERT_NE(named, std::string::npos) << bytes;
+    ASSERT_NE(whole, std::string::npos) << bytes;
+    EXPECT_LT(named, whole);
+    EXPECT_EQ(count(bytes, "[\"GET\", \"system\", 1000042, 0, 0]"), 2u);
+}
+
+TEST_F(DeviceTest, AsksForNoMoreNamesAtOnceThanTheDaemonCanAnswer) {
+    std::vector<std::string> names;
+    for (int name = 0; name < 601; ++name) {
+        names.push_back("system.n" + std::to_string(name) + "x");
+    }
+    EXPECT_FALSE(device_.read(names));
+    const std::string bytes = peer_.read();
+    EXPECT_EQ(count(bytes, "\"paramDescriptor\":{"), 3u);
+    EXPECT_THAT(bytes, HasSubstr(R"("n299x"]}};)"));
+    EXPECT_THAT(bytes, HasSubstr(R"("objectName":["n300x",)"));
+    EXPECT_THAT(bytes, HasSubstr(R"("objectName":["n600x"]}};)"));
+}
+
+TEST_F(DeviceTest, TakesDescriptorsFromBothAnswersAlsoWhenTheyComeLate) {
+    device_.read({"system.a"});
+    const std::string bytes = peer_.read();
+    peer_.writeFrame("[\"RSP\", \"system\", 8, 1000042, 0]\n{\"id\":\"" +
+                     idOf(bytes, "\"paramDescriptor\":{") +
+                     R"(","paramDescriptor":{"d_system.a":{"oid":"system.a","value":1}}})");
+    peer_.writeFrame("[\"RSP\", \"system\", 8, 1000042, 0]\n{\"id\":\"" +
+                     idOf(bytes, "\"param\":{") +
+                     R"(","param":{"paramDescriptor":{"type":"device","params":)"
+                     R"({"d_system.b":{"oid":"system.b","value":2}}}}})");
+    EXPECT_FALSE(device_.read({})) << "these answer the request before";
+    EXPECT_EQ(shown("system.a"), "1");
+    EXPECT_EQ(shown("system.b"), "2");
+}
+
+TEST_F(DeviceTest, SetsByTheLeaf) {
+    EXPECT_EQ(device_.set("system.sshEnabled", jsonNumber(0)), std::nullopt);
+    const std::string bytes = peer_.read();
+    EXPECT_THAT(bytes, HasSubstr("[\"SET\", \"system\", 1000042, 0, 0]\n"));
+    EXPECT_THAT(bytes, HasSubstr(R"("param":{"sshEnabled":0}};)"));
+}
+
+TEST_F(DeviceTest, HearsItsAnnouncementsOnly) {
+    device_.hear(NOTMessage("system", "a", jsonNumber(1)));
+    device_.hear(NOTMessage("system.x", "b", jsonNumber(1)));
+    device_.hear(NOTMessage("frameB.system", "c", jsonNumber(1)));
+    device_.hear(SETMessage("system", jsonObject()));
+    device_.hear(NOTMessage("system", DataKey{"param"}, jsonNumber(7)));
+    EXPECT_EQ(shown("system.a"), "1");
+    EXPECT_EQ(mirror_.all().size(), 1u);
+}
+
+TEST_F(DeviceTest, TellsOnceThatTheDaemonIsNewOnTheBus) {
+    device_.hear(NOTMessage("system", "ipAddress", jsonNumber(1)));
+    EXPECT_FALSE(device_.takeArrival());
+    device_.hear(NOTMessage("system", "frameName", jsonString("Quorane")));
+    EXPECT_TRUE(device_.takeArrival());
+    EXPECT_FALSE(device_.takeArrival());
+}
+
+}  // namespace
+}  // namespace pallctl

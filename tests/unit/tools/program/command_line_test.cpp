@@ -1,0 +1,55 @@
+#include "program/command_line.h"
+
+#include <array>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::StartsWith;
+
+class CommandLineTest : public testing::Test {
+  protected:
+    CommandLineTest() {
+        app_.add_option("--port", port_);
+        finishCommandLine(app_);
+    }
+
+    std::optional<int> read(const char* word) {
+        const std::array<const char*, 2> words{"tool", word};
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        const auto status = readCommandLine(app_, 2, words.data());
+        output_ = testing::internal::GetCapturedStdout();
+        errors_ = testing::internal::GetCapturedStderr();
+        return status;
+    }
+
+    int port_ = 0;
+    CLI::App app_{"A tool.", "tool"};
+    std::string output_;
+    std::string errors_;
+};
+
+TEST_F(CommandLineTest, GoesOnAfterGoodOptions) {
+    EXPECT_EQ(read("--port=7"), std::nullopt);
+    EXPECT_EQ(port_, 7);
+    EXPECT_EQ(output_ + errors_, "");
+}
+
+TEST_F(CommandLineTest, ComplainsInOneLine) {
+    EXPECT_EQ(read("--prot=7"), kBadUsage);
+    EXPECT_EQ(errors_,
+              "tool: The following argument was not expected: --prot=7 (--help tells more)\n");
+    EXPECT_EQ(output_, "");
+}
+
+TEST_F(CommandLineTest, PrintsVersionAndHelpOnStandardOutput) {
+    EXPECT_EQ(read("--version"), 0);
+    EXPECT_THAT(output_, StartsWith("tool 1."));
+    EXPECT_EQ(read("--help"), 0);
+    EXPECT_THAT(output_, StartsWith("A tool."));
+    EXPECT_EQ(errors_, "");
+}
+
+}  // namespace
