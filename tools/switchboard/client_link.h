@@ -22,7 +22,7 @@ class ClientLink : public std::enable_shared_from_this<ClientLink> {
     using OnPayload = std::function<void(std::unique_ptr<std::vector<char>>)>;
     using OnLost = std::function<void(const std::string& reason)>;
 
-    static constexpr size_t kChunk = 65536;
+    static constexpr size_t kChunk = 16384;
     // A client that leaves more unread is lost: its memory is the bus's. The largest frame fits.
     static constexpr size_t kMostWaitingBytes = 32u * 1024 * 1024;
 

@@ -1,0 +1,144 @@
+#include "program_process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+// Milliseconds that a test waits for what has to come.
+constexpr int kPatience = 30'000;
+
+bool isReadable(int descriptor) {
+    pollfd ready{descriptor, POLLIN, 0};
+    return ::poll(&ready, 1, kPatience) > 0;
+}
+
+[[noreturn]] void become(const std::vector<std::string>& words, int output, int errors) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words) {
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    ::dup2(output, STDOUT_FILENO);
+    ::dup2(errors, STDERR_FILENO);
+    ::execv(arguments.front(), arguments.data());
+    ::_exit(127);
+}
+
+}  // namespace
+
+ProgramProcess::ProgramProcess(const std::vector<std::string>& words) {
+    std::array<int, 2> output{};
+    std::array<int, 2> errors{};
+    if (::pipe2(output.data(), O_CLOEXEC) != 0 || ::pipe2(errors.data(), O_CLOEXEC) != 0) {
+        throw std::system_error(errno, std::generic_category(), "pipe");
+    }
+    process_ = ::fork();
+    if (process_ == 0) {
+        become(words, output[1], errors[1]);
+    }
+    ::close(output[1]);
+    ::close(errors[1]);
+    output_.open(output[0]);
+    errors_.open(errors[0]);
+}
+
+ProgramProcess::~ProgramProcess() {
+    if (!ended_) {
+        signal(SIGKILL);
+        wait();
+    }
+}
+
+void ProgramProcess::signal(int number) const {
+    ::kill(process_, number);
+}
+
+int ProgramProcess::wait() {
+    if (!ended_) {
+        const int handle = static_cast<int>(::syscall(SYS_pidfd_open, process_, 0));
+        ended_ = isReadable(handle) && ::waitpid(process_, &status_, 0) == process_;
+        ::close(handle);
+    }
+    if (!ended_) {
+        return 1000;
+    }
+    return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
+}
+
+void ProgramProcess::Stream::close() {
+    if (descriptor_ >= 0) {
+        ::close(std::exchange(descriptor_, -1));
+    }
+}
+
+std::string ProgramProcess::Stream::readLine() {
+    size_t end = pending_.find('\n');
+    while (end == std::string::npos && readSome()) {
+        end = pending_.find('\n');
+    }
+    const std::string line = pending_.substr(0, end);
+    pending_.erase(0, end == std::string::npos ? end : end + 1);
+    return line;
+}
+
+std::string ProgramProcess::Stream::readAll() {
+    while (readSome()) {
+    }
+    return std::exchange(pending_, {});
+}
+
+// False at the end of the stream, and when nothing comes in time.
+bool ProgramProcess::Stream::readSome() {
+    if (!isReadable(descriptor_)) {
+        return false;
+    }
+    std::array<char, 4096> chunk{};
+    const ssize_t size = ::read(descriptor_, chunk.data(), chunk.size());
+    if (size > 0) {
+        pending_.append(chunk.data(), static_cast<size_t>(size));
+    }
+    return size > 0;
+}
+
+BusProcess::BusProcess()
+    : process_(pallbusCommand({"--port=0"})), port_(portOf(process_.readLine())) {}
+
+Outcome pallctl(uint16_t port, const std::vector<std::string>& words) {
+    ProgramProcess process(pallctlCommand(port, words));
+    Outcome outcome;
+    outcome.output = process.restOfOutput();
+    outcome.errors = process.errors();
+    outcome.status = process.wait();
+    return outcome;
+}
+
+std::vector<std::string> pallctlCommand(uint16_t port, const std::vector<std::string>& words) {
+    std::vector<std::string> command{PALLCTL_PROGRAM, "--port", std::to_string(port)};
+    command.insert(command.end(), words.begin(), words.end());
+    return command;
+}
+
+std::vector<std::string> pallbusCommand(const std::vector<std::string>& words) {
+    std::vector<std::string> command{PALLBUS_PROGRAM};
+    command.insert(command.end(), words.begin(), words.end());
+    return command;
+}
+
+uint16_t portOf(const std::string& line) {
+    const std::string address = "127.0.0.1:";
+    const size_t at = line.rfind(address);
+    return at == std::string::npos ? uint16_t{0}
+                                   : static_cast<uint16_t>(std::strtoul(
+                                         line.c_str() + at + address.size(), nullptr, 10));
+}

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// One of the programs, started by a test that reads its two outputs. Killed when it goes.
+class ProgramProcess {
+  public:
+    // The first word is the path of the program.
+    explicit ProgramProcess(const std::vector<std::string>& words);
+    ~ProgramProcess();
+    ProgramProcess(const ProgramProcess&) = delete;
+    ProgramProcess& operator=(const ProgramProcess&) = delete;
+
+    pid_t id() const { return process_; }
+    void signal(int number) const;
+
+    // The next line without its end; what there is of it when no more comes in time.
+    std::string readLine() { return output_.readLine(); }
+    std::string readErrorLine() { return errors_.readLine(); }
+    // Everything else until the stream ends.
+    std::string restOfOutput() { return output_.readAll(); }
+    std::string errors() { return errors_.readAll(); }
+    // Goes away as the reader of a pipe does.
+    void closeOutput() { output_.close(); }
+
+    // Exit status, minus the number of the signal that ended it, or 1000 when it goes on.
+    int wait();
+
+  private:
+    // The reading end of a pipe.
+    class Stream {
+      public:
+        explicit Stream(int descriptor = -1) : descriptor_(descriptor) {}
+        ~Stream() { close(); }
+        Stream(const Stream&) = delete;
+        Stream& operator=(const Stream&) = delete;
+
+        void open(int descriptor) { descriptor_ = descriptor; }
+        void close();
+        std::string readLine();
+        std::string readAll();
+
+      private:
+        bool readSome();
+
+        int descriptor_;
+        std::string pending_;
+    };
+
+    pid_t process_ = -1;
+    Stream output_;
+    Stream errors_;
+    bool ended_ = false;
+    int status_ = 0;
+};
+
+// pallbus on a free port, which it has printed.
+class BusProcess {
+  public:
+    BusProcess();
+    uint16_t port() const { return port_; }
+    std::string portText() const { return std::to_string(port_); }
+    ProgramProcess& process() { return process_; }
+
+  private:
+    ProgramProcess process_;
+    uint16_t port_;
+};
+
+// What a program ended with.
+struct Outcome {
+    int status = 0;
+    std::string output;
+    std::string errors;
+};
+
+// Runs pallctl against the bus on that port, to its end.
+Outcome pallctl(uint16_t port, const std::vector<std::string>& words);
+std::vector<std::string> pallctlCommand(uint16_t port, const std::vector<std::string>& words);
+std::vector<std::string> pallbusCommand(const std::vector<std::string>& words);
+
+// The port in "... 127.0.0.1:<port>"; 0 when the text does not end so.
+uint16_t portOf(const std::string& line);

@@ -1,0 +1,137 @@
+// pallctl watch from outside.
+
+#include <signal.h>
+
+#include <optional>
+
+#include <gmock/gmock.h>
+
+#include "program_process.h"
+#include "scripted_device.h"
+
+namespace {
+
+using testing::MatchesRegex;
+
+constexpr const char* kTime = "[0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9][0-9][0-9]\t";
+
+std::string voltage(const std::string& value) {
+    return parameterJSON("psu1Voltage", "FLOAT", true, R"("precision":2,)", value);
+}
+
+ScriptedDevice::Parameters frame() {
+    return {{"frameName", parameterJSON("frameName", "STRING", false, "", "\"Rack 4\"")},
+            {"systemName", parameterJSON("systemName", "STRING", false, "", "\"System\"")},
+            {"psu1Voltage", voltage("12")}};
+}
+
+class WatchTest : public testing::Test {
+  protected:
+    WatchTest() {
+        bus_.emplace();
+        device_.emplace(bus_->port(), frame());
+    }
+
+    // Started with the table first, and read up to its end.
+    void start(const std::vector<std::string>& names = {}) {
+        std::vector<std::string> words{"watch", "--table"};
+        words.insert(words.end(), names.begin(), names.end());
+        watch_.emplace(pallctlCommand(bus_->port(), words));
+        EXPECT_THAT(watch_->readLine(), testing::StartsWith("NAME"));
+        for (size_t row = 0; row < (names.empty() ? 3 : names.size()); ++row) {
+            EXPECT_THAT(watch_->readLine(), testing::StartsWith("system."));
+        }
+    }
+
+    testing::Matcher<std::string> shows(const std::string& change) {
+        return MatchesRegex(kTime + change);
+    }
+
+    std::optional<BusProcess> bus_;
+    std::optional<ScriptedDevice> device_;
+    std::optional<ProgramProcess> watch_;
+};
+
+TEST_F(WatchTest, PrintsTheTableAndThenOneLineForEachChange) {
+    start();
+    device_->announce("psu1Voltage", "11.5");
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t11.50"));
+    device_->announce("systemName", "\"a\\nb\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.systemName\ta\\\\nb"));
+}
+
+TEST_F(WatchTest, PrintsNothingForAnnouncementsThatChangeNothing) {
+    start();
+    device_->announce("psu1Voltage", "12.001");
+    device_->announce("systemName", "\"System\"");
+    device_->announce("systemName", "\"last\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.systemName\tlast"));
+}
+
+TEST_F(WatchTest, ShowsOnlyTheNamesGiven) {
+    start({"systemName"});
+    device_->announce("psu1Voltage", "1");
+    device_->announce("systemName", "\"last\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.systemName\tlast"));
+}
+
+TEST_F(WatchTest, RefusesANameThatTheDeviceDoesNotHave) {
+    const Outcome outcome = pallctl(bus_->port(), {"watch", "systemName", "nosuch"});
+    EXPECT_EQ(outcome.status, 4);
+    EXPECT_EQ(outcome.errors, "pallctl: system.nosuch: not found\n");
+}
+
+TEST_F(WatchTest, ReadsAgainWhenTheDaemonIsNewOnTheBus) {
+    start();
+    device_->replace("psu1Voltage", voltage("9"));
+    device_->announce("frameName", "\"Rack 4\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t9.00"));
+}
+
+TEST_F(WatchTest, ComesBackWithTheBusAndPrintsWhatItHadMissed) {
+    start();
+    const std::string port = bus_->portText();
+    device_.reset();
+    bus_->process().signal(SIGKILL);
+    bus_->process().wait();
+    ProgramProcess bus(pallbusCommand({"--port", port}));
+    ASSERT_EQ(bus.readLine(), "pallbus: listening on 127.0.0.1:" + port);
+
+    auto parameters = frame();
+    parameters["psu1Voltage"] = voltage("9");
+    device_.emplace(bus_->port(), parameters);
+    device_->announce("frameName", "\"Rack 4\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t9.00"));
+    device_->announce("systemName", "\"back\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.systemName\tback"));
+    watch_->signal(SIGKILL);
+    EXPECT_EQ(watch_->errors(), "pallctl: bus: connection lost\npallctl: bus: connected again\n");
+}
+
+TEST_F(WatchTest, LeavesABusThatAnswersNoHeartbeat) {
+    start();
+    bus_->process().signal(SIGSTOP);
+    // The time of two heartbeats goes by before the silence is taken for the end.
+    EXPECT_EQ(watch_->readErrorLine(), "pallctl: bus: connection lost");
+    bus_->process().signal(SIGCONT);
+    device_->replace("psu1Voltage", voltage("9"));
+    device_->announce("frameName", "\"Rack 4\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t9.00"));
+}
+
+TEST_F(WatchTest, EndsWhenItsPipeClosesAlsoWithoutAnyChange) {
+    start();
+    watch_->closeOutput();
+    EXPECT_EQ(watch_->wait(), 0);
+    EXPECT_EQ(watch_->errors(), "");
+}
+
+TEST_F(WatchTest, EndsWhenItsPipeClosesWhileThereIsNoBus) {
+    start();
+    bus_->process().signal(SIGKILL);
+    bus_->process().wait();
+    watch_->closeOutput();
+    EXPECT_EQ(watch_->wait(), 0);
+}
+
+}  // namespace
