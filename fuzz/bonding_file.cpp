@@ -1,0 +1,40 @@
+// Whatever stands in the bonding file: blocks are never empty, keys and values hold no separators,
+// and what could not be read as an integer counts as -1.
+
+#include "fuzz_target.h"
+#include "systemstate/bonding_status.h"
+
+namespace {
+
+void checkBlocks(const std::vector<Block>& blocks) {
+    for (const Block& block : blocks) {
+        require(!block.empty());
+        for (const auto& [key, value] : block) {
+            require(key.find_first_of(":\n") == std::string::npos);
+            require(value.find('\n') == std::string::npos);
+        }
+    }
+}
+
+void checkBond(const std::vector<Block>& blocks, size_t headerBlock) {
+    const std::optional<BondingStatus> bond = decodeBonding(blocks, headerBlock);
+    require(bond.has_value() == (blocks.size() >= headerBlock + 3));
+    if (bond) {
+        for (const UnreadInteger& value : bond->unread) {
+            require((value.key == "Up Delay (ms)" ? bond->upDelay : bond->downDelay) == -1);
+        }
+        for (const BondSlave& slave : bond->slaves) {
+            require(portStatusOf(slave.miiStatus) != PortStatus::active);
+        }
+    }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::vector<Block> blocks = decodeBlockFile(textOf(data, size));
+    checkBlocks(blocks);
+    checkBond(blocks, kDriverHeaderBlock);
+    checkBond(blocks, kTessaraHeaderBlock);
+    return 0;
+}
