@@ -2,12 +2,16 @@
 
 #include "systemstate/system_state.h"
 
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
 #include <future>
 #include <thread>
 
 #include <gmock/gmock.h>
 
 #include "system_state_fixture.h"
+#include "xadc_dump_samples.h"
 
 namespace {
 
@@ -141,18 +145,93 @@ TEST_F(SettingsTurn, BelongsToOneThreadAtATime) {
     EXPECT_TRUE(anotherGetsIt());
 }
 
-TEST_F(SettingsTurn, SetWaitsForTheOneWhoHasIt) {
-    construct();
-    std::unique_lock<std::mutex> turn = state->trySettingsTurn();
-    ASSERT_TRUE(turn.owns_lock());
-    bool released = false;
-    auto other = std::async(std::launch::async, [&] {
-        const std::unique_lock<std::mutex> own = state->takeSettingsTurn();
-        return released;
+// One thread sets, the other polls, and somebody else edits the file all the time.
+class TwoThreads : public SystemStateTest {
+  protected:
+    TwoThreads() {
+        root.write("/sys/devices/amba.1/f8007100.xadc/registers", kDump);
+        run();
+    }
+    ~TwoThreads() override { stopPolling(); }
+
+    void startPolling() {
+        poller = std::thread([this] {
+            while (!stopped) {
+                state->poll();
+            }
+        });
+    }
+
+    void stopPolling() {
+        stopped = true;
+        if (poller.joinable()) {
+            poller.join();
+        }
+    }
+
+    // As an editor does it: the file is the old one or the new one, never a part.
+    void edit(const std::string& ip, const std::string& gateway) const {
+        root.write("/vantor/etc/edited",
+                   "IPADDR=" + ip + "\nNETMASK=255.255.255.0\nGATEWAY=" + gateway + "\n");
+        std::filesystem::rename(root.path() + "/vantor/etc/edited", root.path() + kNetworkFile);
+    }
+
+    void setInTurn(const std::string& key, const std::string& json) {
+        const std::unique_lock<std::mutex> turn = state->takeSettingsTurn();
+        set(key, json);
+    }
+
+    bool wasChecked(const std::string& ip) {
+        const std::vector<Line> lines = log.take();
+        return std::any_of(lines.begin(), lines.end(), [&](const Line& line) {
+            return line.text.find("checking ifconfig ip=" + ip + ' ') != std::string::npos;
+        });
+    }
+
+    std::atomic<bool> stopped = false;
+    std::thread poller;
+};
+
+TEST_F(TwoThreads, RequestIsNotLostToAnEditAtTheSameMoment) {
+    state->setParamChanged_cb(nullptr);
+    startPolling();
+    for (uint32_t round = 1; round <= 250; ++round) {
+        const std::string wanted = "10.0.1." + std::to_string(round);
+        edit("10.0.0." + std::to_string(round), "10.0.2." + std::to_string(round));
+        setInTurn("system.ipAddress", std::to_string(0x0A000100 + round));
+        EXPECT_TRUE(wasChecked(wanted)) << wanted;
+    }
+}
+
+TEST_F(TwoThreads, EditsAloneRunNothing) {
+    state->setParamChanged_cb(nullptr);
+    startPolling();
+    for (int round = 1; round <= 250; ++round) {
+        edit("10.0.0." + std::to_string(round), "10.0.2." + std::to_string(round));
+    }
+    stopPolling();
+    state->poll();
+    for (const std::string& command : machine->take()) {
+        EXPECT_THAT(command, testing::Not(testing::HasSubstr("/etc/init.d")));
+    }
+    EXPECT_EQ(root.read(kNetworkFile),
+              "IPADDR=10.0.0.250\nNETMASK=255.255.255.0\nGATEWAY=10.0.2.250\n");
+    EXPECT_EQ(valueOf("system.gateway"), std::to_string(0x0A000200 + 250));
+}
+
+TEST_F(TwoThreads, SwitchesAndPortsMayBeSetWhileThePollRuns) {
+    state->setParamChanged_cb([](const ToskParam& param) {
+        EXPECT_FALSE(param.oid().toString().empty() || param.valueToString().empty());
     });
-    released = true;
-    turn.unlock();
-    EXPECT_TRUE(other.get());
+    startPolling();
+    for (int round = 0; round < 250; ++round) {
+        setInTurn("system.ambrixEnabled", std::to_string(round % 2));
+        setInTurn("system.activeEthernet", std::to_string(round % 3));
+        state->findParam("system.psu1Voltage")
+            ->setOid(ToskOID::fromParts(round % 2 == 0 ? "system" : "b.system", "psu1Voltage"));
+    }
+    stopPolling();
+    EXPECT_EQ(valueOf("system.ambrixEnabled"), "1");
 }
 
 }  // namespace
