@@ -21,26 +21,34 @@ Watch& watch() {
 }
 
 // Calls that a watch makes itself are not shown to it.
-thread_local bool watching = false;
+class Aside {
+  public:
+    Aside() { inside() = true; }
+    ~Aside() { inside() = false; }
+    Aside(const Aside&) = delete;
+    Aside& operator=(const Aside&) = delete;
+
+    static bool& inside() {
+        thread_local bool value = false;
+        return value;
+    }
+};
 
 std::optional<FileAnswer> ask(const FileCall& call) {
-    if (watching || !watch().before) {
+    if (Aside::inside() || !watch().before) {
         return std::nullopt;
     }
-    watching = true;
-    std::optional<FileAnswer> answer = watch().before(call);
-    watching = false;
-    return answer;
+    const Aside aside;
+    return watch().before(call);
 }
 
 void tell(const FileCall& call) {
-    if (watching || !watch().after) {
+    if (Aside::inside() || !watch().after) {
         return;
     }
     const int errorNumber = errno;
-    watching = true;
+    const Aside aside;
     watch().after(call);
-    watching = false;
     errno = errorNumber;
 }
 

@@ -5,9 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <regex>
 #include <system_error>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/captured_log.h"
@@ -148,7 +148,7 @@ TEST_F(Files, SaveTextFileLogsBytesAndTime) {
     const std::string start = "saveTextFile (" + path + " - 12 bytes) took ";
     const std::string text = log_.lines()[0].text;
     ASSERT_EQ(text.substr(0, start.size()), start);
-    EXPECT_TRUE(std::regex_match(text.substr(start.size()), std::regex("\\d+ ms\n")));
+    EXPECT_THAT(text.substr(start.size()), testing::MatchesRegex("[0-9]+ ms\n"));
 }
 
 TEST_F(Files, SaveTextFileTellsWhatCannotBeOpened) {

@@ -41,7 +41,6 @@ void limitMemory() {
 
 class UnreadableFileDeathTest : public testing::Test {
   protected:
-
     std::string expectedText(const std::string& failure, const std::string& reason) const {
         return "<2> " + failure + " error loading " + container_.path() + " from disk: " + reason;
     }

@@ -273,6 +273,17 @@ TEST_F(Rotation, DirectoryThatCannotBeSyncedKeepsTheOldFile) {
     EXPECT_EQ(directory_.read("file.json.old"), sampleFile("before"));
 }
 
+TEST_F(Rotation, WorkingDirectoryIsSyncedForAFileThatNamesNone) {
+    directory_.write("here.json", sampleFile("before"));
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(directory_.path());
+    SampleContainer here("here");
+    const FileCallWatch watch(failing({"sync", directory_.path(), ""}, {-1, EIO}));
+    here.saveText("after", false);
+    std::filesystem::current_path(before);
+    EXPECT_EQ(log_.lines(), (Lines{failure("write \"here.json\"", EIO)}));
+}
+
 TEST_F(Rotation, FirstSaveThatKeepsNothingFindsNoOldFileToRemove) {
     EXPECT_EQ(written("after"), -1);
     EXPECT_EQ(log_.lines(), (Lines{removeFailure(ENOENT)}));

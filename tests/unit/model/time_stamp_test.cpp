@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <limits>
-#include <regex>
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -58,14 +58,14 @@ TEST(TimeStamp, IsInLocalTime) {
 TEST(TimeStamp, SurvivesAMomentBeyondEveryCalendar) {
     const TimeZone zone("UTC0");
     const timeval moment = at(std::numeric_limits<time_t>::max(), 0);
-    EXPECT_TRUE(std::regex_match(timeStamp(moment), std::regex("\\d\\d:\\d\\d:\\d\\d\\.000\t")));
+    EXPECT_THAT(timeStamp(moment), testing::MatchesRegex("[0-9]{2}:[0-9]{2}:[0-9]{2}\\.000\t"));
 }
 
 TEST(PrintTimeStamp, WritesOneStampToStandardOutput) {
     testing::internal::CaptureStdout();
     printTimeStamp();
-    EXPECT_TRUE(std::regex_match(testing::internal::GetCapturedStdout(),
-                                 std::regex("\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\t")));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                testing::MatchesRegex("[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}\t"));
 }
 
 TEST(PrintTimeStamp, TellsThePresent) {
@@ -86,8 +86,8 @@ TEST(PrintTimeStamp, TellsThePresent) {
 TEST(PrintSecondsStamp, WritesOneStampToStandardOutput) {
     testing::internal::CaptureStdout();
     printSecondsStamp();
-    EXPECT_TRUE(std::regex_match(testing::internal::GetCapturedStdout(),
-                                 std::regex("\\d\\d\\d\\.\\d{6}\t")));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                testing::MatchesRegex("[0-9]{3}\\.[0-9]{6}\t"));
 }
 
 }  // namespace

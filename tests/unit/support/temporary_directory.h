@@ -10,8 +10,9 @@
 // A directory of one's own, gone with all its contents at the end of the test.
 class TemporaryDirectory {
   public:
-    TemporaryDirectory() {
-        std::string pattern = std::filesystem::temp_directory_path() / "pallwatch-test-XXXXXX";
+    TemporaryDirectory() : TemporaryDirectory(std::filesystem::temp_directory_path()) {}
+    explicit TemporaryDirectory(const std::filesystem::path& parent) {
+        std::string pattern = parent / "pallwatch-test-XXXXXX";
         if (mkdtemp(pattern.data()) == nullptr) {
             throw std::runtime_error("no temporary directory " + pattern);
         }
