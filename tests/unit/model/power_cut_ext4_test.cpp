@@ -17,7 +17,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -26,6 +25,7 @@
 #include <gtest/gtest.h>
 
 #include "file_calls.h"
+#include "model/files.h"
 #include "sample_container.h"
 #include "support/captured_log.h"
 #include "support/temporary_directory.h"
@@ -68,15 +68,10 @@ class MountedImage {
     bool mounted_ = false;
 };
 
-std::string bytesOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // A copy of one moment: two readings that agree show that nothing was written during the first.
 void copyOneMoment(const std::string& image, const std::string& copy) {
-    std::string bytes = bytesOf(image);
-    for (std::string again; (again = bytesOf(image)) != bytes;) {
+    std::string bytes = readWholeFile(image);
+    for (std::string again; (again = readWholeFile(image)) != bytes;) {
         bytes = std::move(again);
     }
     std::ofstream(copy, std::ios::binary) << bytes;
@@ -109,7 +104,7 @@ class PowerCutOnExt4 : public testing::Test {
         }
         std::filesystem::create_directory(directory_.path("disk/etc"));
         container_.saveText(textOf(0), true);
-        sync();
+        syncEverything();
     }
 
     // What a container finds when the power goes now: the number of a text, or -1 for none.
@@ -125,6 +120,12 @@ class PowerCutOnExt4 : public testing::Test {
         return reader.text == textOf(number)       ? number
                : reader.text == textOf(number - 1) ? number - 1
                                                    : -1;
+    }
+
+    void syncEverything() {
+        const UniqueFile directory = openFile(directory_.path("disk"), "r");
+        ASSERT_TRUE(directory);
+        ASSERT_EQ(syncfs(fileno(directory.get())), 0);
     }
 
     // Another program syncs a file of its own.
