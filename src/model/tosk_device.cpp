@@ -104,6 +104,14 @@ ToskParam* ToskDevice::findParamByName(const std::string& name) const {
     return found == params_.end() ? nullptr : found->second.get();
 }
 
+void ToskDevice::rename(const std::string& key, const ToskOID& oid) {
+    Params::node_type node = params_.extract(key);
+    if (!node.empty()) {
+        node.mapped()->setOid(oid);
+        addParam(std::move(node.mapped()));
+    }
+}
+
 ToskParam* ToskDevice::addParam(std::unique_ptr<ToskParam> param) {
     const std::string key = param->oid().toString();
     return (params_[key] = std::move(param)).get();

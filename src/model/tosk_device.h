@@ -44,6 +44,10 @@ class ToskDevice : public ToskObject {
     // stored before under the same text. Returns the stored parameter.
     ToskParam* addParam(std::unique_ptr<ToskParam> param);
 
+    // Gives the parameter stored under `key` the identifier `oid` and stores it under that text, as
+    // addParam does. Without such a parameter nothing happens.
+    void rename(const std::string& key, const ToskOID& oid);
+
     const Params& params() const { return params_; }
     int32_t slot() const { return slot_; }
     void setSlot(int32_t slot) { slot_ = slot; }

@@ -1,6 +1,5 @@
 #include "systemstate/service_switches.h"
 
-
 #include "model/log.h"
 #include "systemstate/machine.h"
 #include "systemstate/places.h"

@@ -64,6 +64,28 @@ void buildRow(SystemState& state, const CatalogueRow& row, const CatalogueSource
     state.device()->addParam(makeParam(row, sources));
 }
 
+// A parameter that was saved under a tunnelled name ("frameB.system.frameName") belongs to the row
+// all the same: what was saved is not lost to a request for its descriptor.
+void bringHome(ToskDevice& device, const CatalogueRow& row) {
+    const std::string tunnelled = std::string(".") + row.key;
+    for (const auto& [key, param] : device.params()) {
+        if (key.ends_with(tunnelled)) {
+            device.rename(key, ToskOID(row.key, 1));
+            return;
+        }
+    }
+}
+
+void bringTunnelledHome(ToskDevice& device) {
+    for (const auto& group : {identityGroup(), mainCatalogue()}) {
+        for (const CatalogueRow& row : group) {
+            if (device.findParam(row.key) == nullptr) {
+                bringHome(device, row);
+            }
+        }
+    }
+}
+
 // True when the setting was not there and had to be made.
 bool ensureSetting(SystemState& state, const CatalogueRow& row, const CatalogueSources& sources) {
     if (state.findParam(row.key) != nullptr) {
@@ -126,6 +148,7 @@ void SystemState::buildIdentityGroup(const std::string& deviceLabel) {
         ownDevice_ = std::make_unique<ToskDevice>();
         addDevice(ownDevice_.get());
     }
+    bringTunnelledHome(*device());
     const CatalogueSources sources{machine_, product_, ethernetPorts_, masterDetails_, {}, {}};
     bool changed = false;
     for (const CatalogueRow& row : identityGroup()) {

@@ -285,4 +285,21 @@ TEST(ToskDeviceFromJSON, GroupThatIsNoObjectIsAnEmptyGroup) {
     EXPECT_EQ(2U, device.children().size());
 }
 
+TEST(ToskDeviceRename, ParameterIsFoundUnderItsNewTextOnly) {
+    ToskDevice device;
+    read(device,
+         R"({"slot":0,"params":{"a":{"oid":"x.system.name","type":"STRING","value":"v"}}})");
+    device.rename("x.system.name", ToskOID("system.name", 1));
+    EXPECT_EQ(nullptr, device.findParam("x.system.name"));
+    ASSERT_NE(nullptr, device.findParam("system.name"));
+    EXPECT_EQ("system.name", device.findParam("system.name")->oid().toString());
+    EXPECT_EQ("v", device.findParam("system.name")->valueToString());
+}
+
+TEST(ToskDeviceRename, UnknownKeyChangesNothing) {
+    ToskDevice device;
+    device.rename("x.system.name", ToskOID("system.name", 1));
+    EXPECT_TRUE(device.params().empty());
+}
+
 }  // namespace

@@ -107,6 +107,24 @@ TEST_F(IdentityGroup, HeldSettingsKeepTheirValuesAndAreListenedTo) {
     }
 }
 
+TEST_F(IdentityGroup, SettingSavedUnderATunnelledNameComesHome) {
+    load("Quorane",
+         fileOf(R"("a":{"oid":"frameB.system.frameName","type":"STRING","value":"Rack 7"},)"
+                R"("b":{"oid":"frameB.system.sshEnabled","type":"INT32","value":0})"));
+    build();
+    EXPECT_EQ(valueOf("system.frameName"), "Rack 7");
+    EXPECT_EQ(valueOf("system.sshEnabled"), "0");
+    EXPECT_EQ(state->findParam("system.frameName")->oid().toString(), "system.frameName");
+    EXPECT_EQ(state->findParam("frameB.system.frameName"), nullptr);
+}
+
+TEST_F(IdentityGroup, TunnelledNameGivesWayToTheOwnOne) {
+    load("Quorane", fileOf(R"("a":{"oid":"frameB.system.frameName","type":"STRING","value":"Old"},)"
+                           R"("b":{"oid":"system.frameName","type":"STRING","value":"Rack 7"})"));
+    build();
+    EXPECT_EQ(valueOf("system.frameName"), "Rack 7");
+}
+
 TEST_F(IdentityGroup, OneMissingSettingIsMadeAndSaved) {
     load("Quorane", fileOf(R"("a":{"oid":"system.systemName","type":"STRING","value":"Studio"})"));
     build();
