@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <memory>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -62,10 +61,9 @@ class BusClientTest : public testing::Test {
     }
     // What the last connection carried; the ids that the client made up are shown as *.
     std::vector<std::string> heard() {
-        static const std::regex kOwnId(R"re("id":"\d+@[^"]*")re");
         std::vector<std::string> payloads = peer_.last().payloads();
         for (std::string& payload : payloads) {
-            payload = std::regex_replace(payload, kOwnId, R"("id":"*")");
+            hideOwnId(payload);
         }
         return payloads;
     }
@@ -88,6 +86,20 @@ class BusClientTest : public testing::Test {
         EXPECT_EQ(hear(expected.size()), expected);
     }
 
+  private:
+    // An id of this process is a number, "@" and the host; those of the requests have no "@".
+    static void hideOwnId(std::string& payload) {
+        static const std::string kKey = "\"id\":\"";
+        const std::size_t key = payload.find(kKey);
+        const std::size_t begin = key + kKey.size();
+        const std::size_t end = key == std::string::npos ? key : payload.find('"', begin);
+        const std::size_t at = payload.find('@', begin);
+        if (end != std::string::npos && at < end) {
+            payload.replace(begin, end - begin, "*");
+        }
+    }
+
+  protected:
     asio::io_service io_;
     ScriptedPeer peer_{io_};
     std::unique_ptr<lumo::AsyncTarnInternalClient> client_;
