@@ -1,22 +1,12 @@
-#include <pty.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "harness/process.h"
-#include "support/temporary_directory.h"
+#include "pallframe_process.h"
 
 using namespace harness;
-namespace fs = std::filesystem;
+using namespace outside;
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -24,59 +14,6 @@ using testing::StartsWith;
 using testing::ValuesIn;
 
 namespace {
-
-using Words = std::vector<std::string>;
-
-Words pallframe(const Words& arguments) {
-    Words words{programDirectory() / "pallframe"};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    return words;
-}
-
-Words inFrame(const Words& command) {
-    Words words = pallframe({"run", "--"});
-    words.insert(words.end(), command.begin(), command.end());
-    return words;
-}
-
-struct Result {
-    int status;
-    std::string output;
-    std::string error;
-};
-
-Result run(const Words& words) {
-    Process process(words);
-    const int status = process.waitForEnd();
-    return {status, process.output().waitForEnd(), process.error().waitForEnd()};
-}
-
-Result shellInFrame(const std::string& script) {
-    return run(inFrame({"sh", "-c", script}));
-}
-
-std::string readFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// Processes of this machine that were started with this word.
-std::vector<fs::path> processesWith(const std::string& word) {
-    std::vector<fs::path> found;
-    for (const auto& entry : fs::directory_iterator("/proc")) {
-        const std::string line = readFile(entry.path() / "cmdline");
-        if (line.find(word) != std::string::npos) {
-            found.push_back(entry.path());
-        }
-    }
-    return found;
-}
-
-// A word that no other process of this machine has on its command line.
-std::string uniqueWord() {
-    static int count = 0;
-    return "mark-" + std::to_string(::getpid()) + "-" + std::to_string(++count);
-}
 
 bool isOneLine(const std::string& text) {
     return std::count(text.begin(), text.end(), '\n') == 1 && text.back() == '\n';
@@ -203,35 +140,6 @@ TEST(Help, FitsAScreen) {
     EXPECT_THAT(run(pallframe({"--version"})).output, StartsWith("pallframe "));
 }
 
-// A frame whose files can be seen from outside, with a command that runs until it is told to end.
-class Tree : public testing::Test {
-  protected:
-    Words words(const Words& options = {}, const std::string& script = "exec sleep 1000") const {
-        Words all = pallframe({"run", "--tree", tree});
-        all.insert(all.end(), options.begin(), options.end());
-        const Words command{"--", "sh", "-c", "echo ready; " + script, mark};
-        all.insert(all.end(), command.begin(), command.end());
-        return all;
-    }
-
-    Result tell(Words arguments) const {
-        arguments.insert(arguments.begin() + 1, {"--tree", tree});
-        return run(pallframe(arguments));
-    }
-
-    void expectNoTrace() const {
-        waitUntil([this] { return !fs::exists(tree); }, "the tree to go");
-        waitUntil([this] { return processesWith(mark).empty(); }, "the processes to go");
-        EXPECT_EQ(readFile("/proc/self/mounts"), mountsBefore);
-        EXPECT_TRUE(fs::is_empty(directory.path()));
-    }
-
-    const TemporaryDirectory directory;
-    const std::string tree = directory.path("tree");
-    const std::string mark = uniqueWord();
-    const std::string mountsBefore = readFile("/proc/self/mounts");
-};
-
 TEST_F(Tree, IsSeenAndChangedFromOutside) {
     Process frame(words({"--product", "Tessara"}));
     frame.output().waitFor("ready");
@@ -295,99 +203,6 @@ TEST_F(Tree, AnExistingDirectoryIsLeftAlone) {
     EXPECT_EQ(result.status, 125);
     EXPECT_EQ(result.error, "pallframe: cannot make a frame in " + tree + ": File exists\n");
     EXPECT_TRUE(fs::exists(tree + "/mine"));
-}
-
-class Ending : public Tree, public testing::WithParamInterface<int> {};
-
-INSTANTIATE_TEST_SUITE_P(Signals, Ending, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT));
-
-TEST_P(Ending, ASignalReachesTheCommandAndNothingStays) {
-    Process frame(words({},
-                        "trap 'echo told; exit 9' INT TERM HUP QUIT; echo set; "
-                        "while :; do sleep 0.01; done"));
-    frame.output().waitFor("set");
-    frame.signal(GetParam());
-    EXPECT_EQ(frame.waitForEnd(), 9);
-    EXPECT_THAT(frame.output().waitForEnd(), EndsWith("told\n"));
-    expectNoTrace();
-}
-
-TEST_F(Tree, ACommandThatDoesNotListenIsEnded) {
-    Process frame(words({}, "trap '' TERM; echo deaf; while :; do sleep 100; done"));
-    frame.output().waitFor("deaf");
-    frame.signal(SIGTERM);
-    EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
-    expectNoTrace();
-}
-
-TEST_F(Tree, NothingStaysWhenItIsKilled) {
-    Process frame(words());
-    frame.output().waitFor("ready");
-    frame.signal(SIGKILL);
-    EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
-    expectNoTrace();
-}
-
-TEST_F(Tree, NothingStaysWhenItsKeeperIsKilled) {
-    Process frame(words());
-    frame.output().waitFor("ready");
-    const std::string pid = std::to_string(frame.pid());
-    const std::string keeper = readFile(frame.proc() / "task" / pid / "children");
-    ASSERT_EQ(::kill(std::stoi(keeper), SIGKILL), 0);
-    EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
-    expectNoTrace();
-}
-
-TEST(Memory, NothingStaysWhenAllAreKilledAtOnce) {
-    const std::string mark = uniqueWord();
-    const std::string mountsBefore = readFile("/proc/self/mounts");
-    Process frame(inFrame({"sh", "-c", "echo ready; exec sleep 1000", mark}));
-    frame.output().waitFor("ready");
-    for (const fs::path& process : processesWith(mark)) {
-        ::kill(std::stoi(process.filename()), SIGKILL);
-    }
-    EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
-    waitUntil([&] { return processesWith(mark).empty(); }, "the processes to go");
-    EXPECT_EQ(readFile("/proc/self/mounts"), mountsBefore);
-}
-
-std::string readTerminal(int terminal, const std::string& until) {
-    std::string text;
-    std::array<char, 256> buffer{};
-    const Deadline deadline;
-    while (text.find(until) == std::string::npos) {
-        waitReadable(terminal, deadline, "'" + until + "' on the terminal; there was: " + text);
-        const ssize_t size = ::read(terminal, buffer.data(), buffer.size());
-        if (size <= 0) {
-            break;
-        }
-        text.append(buffer.data(), static_cast<size_t>(size));
-    }
-    return text;
-}
-
-TEST(Terminal, AnInterruptReachesTheCommandOnce) {
-    int terminal = -1;
-    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        const std::string program = programDirectory() / "pallframe";
-        ::execl(program.c_str(), program.c_str(), "run", "--", "sh", "-c",
-                "trap 'echo told' INT; trap 'echo bye; exit 4' TERM; echo ready; "
-                "while :; do sleep 0.01; done",
-                nullptr);
-        ::_exit(127);
-    }
-    readTerminal(terminal, "ready");
-    ASSERT_EQ(::write(terminal, "\x03", 1), 1);
-    std::string text = readTerminal(terminal, "told");
-    ASSERT_EQ(::kill(child, SIGTERM), 0);
-    text += readTerminal(terminal, "bye");
-    EXPECT_EQ(text.find("told"), text.rfind("told")) << text;
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 4);
-    ::close(terminal);
 }
 
 // The words, run as a user without any privilege; only root can become one, others are one already.

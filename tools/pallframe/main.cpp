@@ -5,20 +5,22 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <CLI/Validators.hpp>
 
 #include "frame/devices.h"
 #include "frame/paths.h"
 #include "frame/programs.h"
 #include "frame/status.h"
+#include "program/command_line.h"
 #include "run.h"
 
 namespace {
 
 using namespace frame;
 using pallframe::RunRequest;
-
-constexpr int kBadUsage = 2;
 
 // The tree that `set` and `status` speak of: a named one, or the frame that this program runs in.
 Tree chosenTree(const std::string& directory) {
@@ -122,19 +124,12 @@ int runVerbs(int argc, char** argv) {
     int status = 0;
     Words words;
     CLI::App app("Makes a simulated router frame and runs a command inside it.", "pallframe");
-    app.set_version_flag("--version", "pallframe " PALLWATCH_VERSION);
     app.require_subcommand(1);
     addRun(app, words, status);
     addSet(app, words);
     addStatus(app, words);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& asked) {
-        return app.exit(asked);
-    } catch (const CLI::ParseError& error) {
-        throw BadRequest(error.what());
-    }
-    return status;
+    finishCommandLine(app);
+    return readCommandLine(app, argc, argv).value_or(status);
 }
 
 }  // namespace

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "harness/process.h"
+#include "support/temporary_directory.h"
+
+// pallframe as its tests start it from outside.
+namespace outside {
+
+namespace fs = std::filesystem;
+using harness::Process;
+using harness::programDirectory;
+
+using Words = std::vector<std::string>;
+
+inline Words pallframe(const Words& arguments) {
+    Words words{programDirectory() / "pallframe"};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return words;
+}
+
+inline Words inFrame(const Words& command) {
+    Words words = pallframe({"run", "--"});
+    words.insert(words.end(), command.begin(), command.end());
+    return words;
+}
+
+struct Result {
+    int status;
+    std::string output;
+    std::string error;
+};
+
+inline Result run(const Words& words) {
+    Process process(words);
+    const int status = process.waitForEnd();
+    return {status, process.output().waitForEnd(), process.error().waitForEnd()};
+}
+
+inline Result shellInFrame(const std::string& script) {
+    return run(inFrame({"sh", "-c", script}));
+}
+
+inline std::string readFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Processes of this machine that were started with this word.
+inline std::vector<fs::path> processesWith(const std::string& word) {
+    std::vector<fs::path> found;
+    for (const auto& entry : fs::directory_iterator("/proc")) {
+        const std::string line = readFile(entry.path() / "cmdline");
+        if (line.find(word) != std::string::npos) {
+            found.push_back(entry.path());
+        }
+    }
+    return found;
+}
+
+// A word that no other process of this machine has on its command line.
+inline std::string uniqueWord() {
+    static int count = 0;
+    return "mark-" + std::to_string(::getpid()) + "-" + std::to_string(++count);
+}
+
+// A frame whose files can be seen from outside, with a command that runs until it is told to end.
+class Tree : public testing::Test {
+  protected:
+    Words words(const Words& options = {}, const std::string& script = "exec sleep 1000") const {
+        Words all = pallframe({"run", "--tree", tree});
+        all.insert(all.end(), options.begin(), options.end());
+        const Words command{"--", "sh", "-c", "echo ready; " + script, mark};
+        all.insert(all.end(), command.begin(), command.end());
+        return all;
+    }
+
+    Result tell(Words arguments) const {
+        arguments.insert(arguments.begin() + 1, {"--tree", tree});
+        return run(pallframe(arguments));
+    }
+
+    void expectNoTrace() const {
+        harness::waitUntil([this] { return !fs::exists(tree); }, "the tree to go");
+        harness::waitUntil([this] { return processesWith(mark).empty(); }, "the processes to go");
+        EXPECT_EQ(readFile("/proc/self/mounts"), mountsBefore);
+        EXPECT_TRUE(fs::is_empty(directory.path()));
+    }
+
+    const TemporaryDirectory directory;
+    const std::string tree = directory.path("tree");
+    const std::string mark = uniqueWord();
+    const std::string mountsBefore = readFile("/proc/self/mounts");
+};
+
+}  // namespace outside

@@ -1,0 +1,70 @@
+#include <signal.h>
+
+#include <algorithm>
+#include <regex>
+#include <sstream>
+
+#include "pallframe_process.h"
+
+using namespace harness;
+using namespace outside;
+
+namespace {
+
+// What ./dev run shows: bus, daemon and client in a frame of that product.
+class Session : public Tree, public testing::WithParamInterface<const char*> {
+  protected:
+    Words session(const Words& verb) const {
+        Words all = pallframe({"run", "--product", GetParam(), "--tree", tree, "--",
+                               PALLWATCH_SESSION, programDirectory()});
+        all.insert(all.end(), verb.begin(), verb.end());
+        return all;
+    }
+
+    bool hasXADC() const { return std::string(GetParam()) != "QuoraneBrio"; }
+};
+
+INSTANTIATE_TEST_SUITE_P(Products, Session,
+                         testing::Values("Quorane", "Tessara", "Tessara-5ru", "QuoraneBrio",
+                                         "KELI"));
+
+std::string cellsOf(const std::string& table, const std::string& name) {
+    std::istringstream lines(table);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find(name + " ") == 0) {
+            return std::regex_replace(line, std::regex(" {2,}"), "|");
+        }
+    }
+    return "no line of " + name;
+}
+
+TEST_P(Session, ListsAllParametersAndEnds) {
+    const Result result = run(session({"list"}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1 + 5 + 28 + 3);
+    const bool tessara = std::string(GetParam()).find("Tessara") == 0;
+    const std::string name = tessara ? "Studio frame" : GetParam();
+    EXPECT_EQ(cellsOf(result.output, "system.frameName"),
+              "system.frameName|" + name + "|STRING|no");
+    EXPECT_EQ(cellsOf(result.output, "system.ipAddress"), "system.ipAddress|10.0.0.5|INT32|no");
+    EXPECT_EQ(cellsOf(result.output, "system.psu1Voltage"),
+              std::string("system.psu1Voltage|") + (hasXADC() ? "12.00" : "0.00") + "|FLOAT|yes");
+    expectNoTrace();
+}
+
+TEST_P(Session, ShowsEachChangeUntilItIsInterrupted) {
+    Process shown(session({"watch", "--table"}));
+    if (hasXADC()) {
+        shown.output().waitFor("system.ethPort1Status\t1");
+        EXPECT_EQ(tell({"set", "cable", "eth0", "down"}).status, 0);
+        shown.output().waitFor("system.activeEthernet\tPort 2");
+    } else {
+        shown.output().waitFor("system.serial2");
+    }
+    shown.signal(SIGINT);
+    EXPECT_EQ(shown.waitForEnd(), 128 + SIGINT);
+    expectNoTrace();
+}
+
+}  // namespace
