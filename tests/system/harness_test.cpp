@@ -19,6 +19,7 @@ using namespace harness;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::ThrowsMessage;
 
 namespace {
@@ -112,6 +113,16 @@ TEST(SyslogReceiver, NoProgramWaitsOnAFullLog) {
     }
     log.waitFor("line 4999");
     EXPECT_EQ(log.lines().size(), 5000U);
+}
+
+TEST(SyslogReceiver, KnowsWhatWasNotLogged) {
+    SyslogReceiver log;
+    EXPECT_THAT(log.linesUntilNow(), IsEmpty());
+    ::openlog("tester", 0, LOG_USER);
+    for (int i = 0; i < 100; ++i) {
+        ::syslog(LOG_INFO, "line");
+        ASSERT_EQ(log.linesUntilNow().size(), static_cast<size_t>(i) + 1);
+    }
 }
 
 TEST(SyslogReceiver, OnlyOneOwnsTheLog) {

@@ -10,10 +10,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "bus_peer.h"
-#include "frame.h"
-#include "process.h"
-#include "syslog_receiver.h"
+#include "harness/bus_peer.h"
+#include "harness/frame.h"
+#include "harness/process.h"
+#include "harness/syslog_receiver.h"
 
 namespace {
 

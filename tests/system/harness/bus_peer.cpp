@@ -1,12 +1,15 @@
 #include "bus_peer.h"
 
 #include <arpa/inet.h>
+#include <linux/tcp.h>  // netinet/tcp.h knows fewer counters
 #include <netinet/in.h>
-#include <netinet/tcp.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <array>
 #include <charconv>
+#include <fstream>
+#include <sstream>
 
 namespace harness {
 
@@ -16,26 +19,6 @@ using frame::check;
 using frame::Descriptor;
 
 constexpr int kOtherClient = 5;
-
-using JSON = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
-
-JSON parseJSON(const std::string& text) {
-    return {cJSON_Parse(text.c_str()), cJSON_Delete};
-}
-
-std::string print(const cJSON* item) {
-    const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(item),
-                                                            cJSON_free);
-    return text ? text.get() : "";
-}
-
-std::string textOf(const cJSON* item) {
-    return cJSON_IsString(item) != 0 ? item->valuestring : "";
-}
-
-int numberOf(const cJSON* item) {
-    return cJSON_IsNumber(item) != 0 ? item->valueint : -1;
-}
 
 // Takes one whole frame off the beginning; false when there is none yet.
 bool takeFrame(std::string& bytes, std::string& payload) {
@@ -59,40 +42,38 @@ bool takeFrame(std::string& bytes, std::string& payload) {
     return true;
 }
 
+void setOption(const Descriptor& socket, int level, int name, int value, const char* what) {
+    check(::setsockopt(socket.get(), level, name, &value, sizeof(value)), what);
+}
+
+in_port_t portOfOtherEnd(const Descriptor& socket) {
+    sockaddr_in address{};
+    socklen_t size = sizeof(address);
+    check(::getpeername(socket.get(), reinterpret_cast<sockaddr*>(&address), &size), "getpeername");
+    return ntohs(address.sin_port);
+}
+
+// What the kernel holds for the reader of the connection from `local` to `remote`, in bytes: the
+// second half of "tx_queue:rx_queue" (proc(5), /proc/net/tcp). -1 when there is no such connection.
+long bytesUnread(in_port_t local, in_port_t remote) {
+    const auto portOf = [](const std::string& address) {
+        return std::stoul(address.substr(address.find(':') + 1), nullptr, 16);
+    };
+    std::ifstream table("/proc/net/tcp");
+    std::string line;
+    std::getline(table, line);  // the titles
+    while (std::getline(table, line)) {
+        std::istringstream words(line);
+        std::string number, from, to, state, queues;
+        words >> number >> from >> to >> state >> queues;
+        if (portOf(from) == local && portOf(to) == remote) {
+            return std::stol(queues.substr(queues.find(':') + 1), nullptr, 16);
+        }
+    }
+    return -1;
+}
+
 }  // namespace
-
-std::string BusMessage::at(std::initializer_list<const char*> keys) const {
-    const JSON tree = parseJSON(data);
-    const cJSON* item = tree.get();
-    for (const char* key : keys) {
-        item = cJSON_GetObjectItemCaseSensitive(item, key);
-    }
-    return item == nullptr ? "" : print(item);
-}
-
-std::string BusMessage::id() const {
-    return textOf(cJSON_GetObjectItemCaseSensitive(parseJSON(data).get(), "id"));
-}
-
-BusMessage parseBusMessage(std::string_view payload) {
-    const size_t lineEnd = payload.find('\n');
-    BusMessage message;
-    message.header = payload.substr(0, lineEnd);
-    const JSON header = parseJSON(message.header);
-    if (lineEnd == std::string_view::npos || cJSON_GetArraySize(header.get()) != 5) {
-        throw std::runtime_error("no message: " + std::string(payload));
-    }
-    message.data = payload.substr(lineEnd + 1);
-    message.type = textOf(cJSON_GetArrayItem(header.get(), 0));
-    message.objectName = textOf(cJSON_GetArrayItem(header.get(), 1));
-    message.source = numberOf(cJSON_GetArrayItem(header.get(), 2));
-    message.destination = numberOf(cJSON_GetArrayItem(header.get(), 3));
-    return message;
-}
-
-std::string busFrame(std::string_view payload) {
-    return std::to_string(payload.size()).append(":").append(payload).append(";");
-}
 
 BusPeer::BusPeer(int port) : port_(port) {
     listen();
@@ -100,8 +81,7 @@ BusPeer::BusPeer(int port) : port_(port) {
 
 void BusPeer::listen() {
     listener_ = Descriptor(check(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"));
-    const int yes = 1;
-    ::setsockopt(listener_.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+    setOption(listener_, SOL_SOCKET, SO_REUSEADDR, 1, "SO_REUSEADDR");
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(port_));
@@ -120,8 +100,32 @@ void BusPeer::accept(const Deadline& deadline) {
     waitReadable(listener_.get(), deadline, "a connection to the bus");
     connection_ =
         Descriptor(check(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC), "accept"));
-    const int yes = 1;
-    ::setsockopt(connection_.get(), IPPROTO_TCP, TCP_NODELAY, &yes, sizeof(yes));
+    setOption(connection_, IPPROTO_TCP, TCP_NODELAY, 1, "TCP_NODELAY");
+}
+
+void BusPeer::waitUntilRead(const Deadline& deadline) const {
+    const in_port_t daemonsPort = portOfOtherEnd(connection_);
+    const auto allRead = [&] {
+        int unacknowledged = 0;
+        check(::ioctl(connection_.get(), TIOCOUTQ, &unacknowledged), "TIOCOUTQ");
+        return unacknowledged == 0 && bytesUnread(daemonsPort, static_cast<in_port_t>(port_)) <= 0;
+    };
+    waitUntil(allRead, "the daemon to read", deadline);
+}
+
+void BusPeer::acknowledgeLate() const {
+    setOption(connection_, IPPROTO_TCP, TCP_QUICKACK, 0, "TCP_QUICKACK");
+}
+
+unsigned BusPeer::dataSegments() const {
+    tcp_info info{};
+    socklen_t size = sizeof(info);
+    check(::getsockopt(connection_.get(), IPPROTO_TCP, TCP_INFO, &info, &size), "TCP_INFO");
+    return info.tcpi_data_segs_in;
+}
+
+void BusPeer::setReceiveBuffer(int bytes) const {
+    setOption(listener_, SOL_SOCKET, SO_RCVBUF, bytes, "SO_RCVBUF");
 }
 
 void BusPeer::close() {

@@ -1,40 +1,14 @@
 #pragma once
 
-#include <initializer_list>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <cjson/cJSON.h>
-
+#include "bus_message.h"
 #include "deadline.h"
 #include "frame/system_call.h"
 
 namespace harness {
-
-// One message as it stood on the wire, taken apart. The texts are what was sent, byte for byte.
-struct BusMessage {
-    std::string header;  // without the line feed
-    std::string data;
-    std::string type;  // "GET", "NOT", …
-    std::string objectName;
-    int source = -1;
-    int destination = -1;
-
-    // A member of the data as unformatted JSON, such as {"param", "frameName"}; "" when there is
-    // none.
-    std::string at(std::initializer_list<const char*> keys) const;
-
-    // The text of the data's "id", "" when there is none.
-    std::string id() const;
-};
-
-// Throws std::runtime_error for a payload that is no message.
-BusMessage parseBusMessage(std::string_view payload);
-
-// "length:payload;"
-std::string busFrame(std::string_view payload);
 
 // The bus as the daemon sees it: listens on 127.0.0.1, takes one connection at a time, reads and
 // writes bytes, frames or messages. Shares no code with the daemon, so that a fault there shows
@@ -65,6 +39,19 @@ class BusPeer {
     // The same for a request of another client, which has connection 5 here.
     void get(std::string_view objectName, std::string_view data) const;
     void set(std::string_view objectName, std::string_view data) const;
+
+    // Waits until the daemon has taken in every byte that was sent, so that the next ones come to
+    // it apart from those.
+    void waitUntilRead(const Deadline& deadline = Deadline()) const;
+
+    // From now on received bytes are acknowledged as late as the kernel may (TCP_QUICKACK, tcp(7)).
+    void acknowledgeLate() const;
+
+    // How many segments with data came on this connection so far.
+    unsigned dataSegments() const;
+
+    // For connections to come: how much the kernel takes in while nobody reads, about (SO_RCVBUF).
+    void setReceiveBuffer(int bytes) const;
 
     void close();          // the connection; unread bytes make it a reset
     void stopListening();  // further attempts are refused

@@ -6,10 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <fstream>
-#include <map>
+
+#include "process_table.h"
 
 namespace harness {
 
@@ -95,21 +95,14 @@ fs::path Process::proc() const {
     std::ifstream information("/proc/self/fdinfo/" + std::to_string(watch_.get()));
     for (std::string key, value; information >> key >> value;) {
         if (key == "Pid:") {
-            return fs::path(fs::exists("/run/proc") ? "/run/proc" : "/proc") / value;
+            return processRoot() / value;
         }
     }
     throw std::runtime_error("no process " + std::to_string(pid_));
 }
 
 std::vector<std::string> Process::descriptors() const {
-    std::map<int, std::string> sorted;
-    for (const auto& entry : fs::directory_iterator(proc() / "fd")) {
-        sorted[std::stoi(entry.path().filename())] = fs::read_symlink(entry.path());
-    }
-    std::vector<std::string> all;
-    std::transform(sorted.begin(), sorted.end(), std::back_inserter(all),
-                   [](const auto& numbered) { return numbered.second; });
-    return all;
+    return descriptorsOf(proc());
 }
 
 Daemon::Daemon(const std::vector<std::string>& arguments) : Process(daemonWords(arguments)) {}

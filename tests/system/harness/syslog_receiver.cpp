@@ -21,13 +21,16 @@ using frame::Descriptor;
 constexpr char kSocket[] = "/dev/log";
 constexpr size_t kTimeLength = sizeof("Jan  1 00:00:00 ") - 1;
 
-Descriptor bindLog() {
-    Descriptor socket(
-        check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"));
+// No program's line: those begin with '<'.
+constexpr std::string_view kMark = "mark";
+
+template <int (*call)(int, const sockaddr*, socklen_t)>
+Descriptor openLog(int flags) {
+    Descriptor socket(check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | flags, 0), "socket"));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::copy(std::begin(kSocket), std::end(kSocket), address.sun_path);
-    check(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
+    check(call(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
           kSocket);
     return socket;
 }
@@ -60,7 +63,7 @@ LogLine parseLogLine(std::string_view datagram) {
 }
 
 SyslogReceiver::SyslogReceiver()
-    : socket_(bindLog()),
+    : socket_(openLog<::bind>(SOCK_NONBLOCK)),
       stop_(check(::eventfd(0, EFD_CLOEXEC), "eventfd")),
       thread_([this] { receive(); }) {}
 
@@ -76,11 +79,32 @@ void SyslogReceiver::receive() {
     while (::poll(ready.data(), ready.size(), -1) > 0 && ready[1].revents == 0) {
         const ssize_t size = ::recv(socket_.get(), buffer.data(), buffer.size(), 0);
         if (size > 0) {
-            const std::lock_guard lock(mutex_);
-            lines_.push_back(parseLogLine({buffer.data(), static_cast<size_t>(size)}));
-            changed_.notify_all();
+            take({buffer.data(), static_cast<size_t>(size)});
         }
     }
+}
+
+void SyslogReceiver::take(std::string_view datagram) {
+    const std::lock_guard lock(mutex_);
+    if (datagram == kMark) {
+        ++marks_;
+    } else {
+        lines_.push_back(parseLogLine(datagram));
+    }
+    changed_.notify_all();
+}
+
+std::vector<LogLine> SyslogReceiver::linesUntilNow() {
+    std::unique_lock lock(mutex_);
+    const size_t next = marks_ + 1;
+    const Descriptor sender = openLog<::connect>(0);
+    lock.unlock();
+    check(::send(sender.get(), kMark.data(), kMark.size(), 0), kSocket);
+    lock.lock();
+    if (!changed_.wait_until(lock, Deadline().end(), [&] { return marks_ >= next; })) {
+        throw TimedOut("system log: a mark does not come through");
+    }
+    return lines_;
 }
 
 std::vector<LogLine> SyslogReceiver::lines() const {

@@ -40,12 +40,17 @@ class SyslogReceiver {
 
     std::vector<LogLine> lines() const;  // all so far, in the order they came
 
+    // All that were sent before this call, also those that have not been received yet: what is not
+    // among them was not logged.
+    std::vector<LogLine> linesUntilNow();
+
     // Waits for a line that holds the text, looking only at lines that earlier calls have not
     // passed over: so consecutive calls prove an order. Throws TimedOut with all lines.
     LogLine waitFor(const std::string& text, const Deadline& deadline = Deadline());
 
   private:
     void receive();
+    void take(std::string_view datagram);
 
     frame::Descriptor socket_;
     frame::Descriptor stop_;
@@ -53,6 +58,7 @@ class SyslogReceiver {
     std::condition_variable changed_;
     std::vector<LogLine> lines_;
     size_t passed_ = 0;
+    size_t marks_ = 0;  // how many were received
     std::thread thread_;
 };
 
