@@ -103,11 +103,12 @@ void StatusPoll::followAmbrixShutOff() {
 }
 
 void StatusPoll::refreshBond() {
-    const bool tessaraCopy = state_.product().isNamedTessara();
-    const char* file = tessaraCopy ? kTessaraBondingFile : kBondingFile;
+    // Whatever is called a Tessara has the copy; only the two known frames write it without the
+    // driver's first block.
+    const char* file = state_.product().isNamedTessara() ? kTessaraBondingFile : kBondingFile;
     std::optional<BondingStatus> bond =
         decodeBonding(decodeBlockFile(machine_.readFile(file).value_or("")),
-                      tessaraCopy ? kTessaraHeaderBlock : kDriverHeaderBlock);
+                      state_.isTessaraFrame() ? kTessaraHeaderBlock : kDriverHeaderBlock);
     if (bond) {
         reportUnread(file, std::move(bond->unread), unreadOfBond_);
         refreshPorts(*bond);

@@ -173,15 +173,23 @@ TEST_P(BondSource, IsChosenByProduct) {
     EXPECT_EQ(value(kPort1), GetParam().port1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Products, BondSource,
-                         testing::Values(SourceCase{"Quorane", "Quorane", "2"},
-                                         SourceCase{"KELI", "KELI", "2"},
-                                         SourceCase{"Tessara", "Tessara", "1"},
-                                         SourceCase{"Tessara5ru", "Tessara-5ru", "1"},
-                                         SourceCase{"AnyCase", "tESSARA", "1"},
-                                         SourceCase{"AnyNameWithThoseLetters", "TessaraX", "1"},
-                                         SourceCase{"LettersElsewhere", "MyTessara", "2"}),
-                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Products, BondSource,
+    testing::Values(SourceCase{"Quorane", "Quorane", "2"}, SourceCase{"KELI", "KELI", "2"},
+                    SourceCase{"Tessara", "Tessara", "1"},
+                    SourceCase{"Tessara5ru", "Tessara-5ru", "1"},
+                    SourceCase{"AnyCase", "tESSARA", "1"},
+                    SourceCase{"OtherTessaraNeedsTheDriversBlock", "TessaraX", "0"},
+                    SourceCase{"LettersElsewhere", "MyTessara", "2"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(BondTest, AnyNameWithTheTessaraLettersReadsTheCopy) {
+    root_.write(kBondingFile, bondingFile("eth1", "up", "up"));
+    root_.write(kTessaraBondingFile, bondingFile("eth0", "up", "up"));
+    start("TessaraX");
+    poll();
+    EXPECT_EQ(value(kPort1), "1");
+}
 
 TEST_F(BondTest, TessaraCopyNeedsThreeBlocks) {
     start("Tessara");
