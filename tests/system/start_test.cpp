@@ -1,8 +1,8 @@
 // What the daemon logs and writes between the command line and the bus.
 
-#include <sys/stat.h>
 #include <syslog.h>
 
+#include "harness/file_version.h"
 #include "on_bus.h"
 
 using namespace harness;
@@ -26,22 +26,6 @@ LogLine user(int priority, const std::string& text) {
 
 auto logs(const std::string& beginning) {
     return testing::Contains(testing::Field(&LogLine::text, StartsWith(beginning)));
-}
-
-// When a file was last replaced or written.
-struct Version {
-    ino_t inode;
-    timespec written;
-    bool operator==(const Version& other) const {
-        return inode == other.inode && written.tv_sec == other.written.tv_sec &&
-               written.tv_nsec == other.written.tv_nsec;
-    }
-};
-
-Version versionOf(const char* path) {
-    struct stat status {};
-    frame::check(::stat(path, &status), path);
-    return {status.st_ino, status.st_mtim};
 }
 
 class StartLog : public OnBus {
@@ -105,7 +89,7 @@ TEST_F(DeviceName, IsComparedWithCase) {
 
 TEST_F(DeviceName, ThatIsRightStaysUntouched) {
     frame.write(kDeviceName, kLabel);
-    const Version before = versionOf(kDeviceName);
+    const FileVersion before = versionOf(kDeviceName);
     start();
     EXPECT_EQ(versionOf(kDeviceName), before);
     expectNoUpdate();
@@ -113,7 +97,7 @@ TEST_F(DeviceName, ThatIsRightStaysUntouched) {
 
 TEST_F(DeviceName, OnlyItsFirstLineCounts) {
     frame.write(kDeviceName, "Studio frame\nand a second line\n");
-    const Version before = versionOf(kDeviceName);
+    const FileVersion before = versionOf(kDeviceName);
     start();
     EXPECT_EQ(versionOf(kDeviceName), before);
     expectNoUpdate();
