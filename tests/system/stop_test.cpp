@@ -114,6 +114,23 @@ TEST_F(Stop, FollowsOneSignalOnly) {
     expectEnd(SIGTERM);
 }
 
+class InterruptOfACommand : public Stop, public testing::WithParamInterface<int> {};
+
+INSTANTIATE_TEST_SUITE_P(All, InterruptOfACommand, testing::Values(SIGINT, SIGQUIT));
+
+// Whoever runs a command with system(3) leaves the keys of the terminal to it.
+TEST_P(InterruptOfACommand, DoesNotStopTheDaemon) {
+    const HeldProgram report(frame, kReport);
+    start();
+    set(R"({"generateReport":1})");
+    report.waitForCalls(1);
+    daemon->signal(GetParam());
+    report.release();
+    EXPECT_EQ(sentUntilNow().back(), answered(200, "OK"));
+    daemon->signal(GetParam());
+    expectEnd(GetParam());
+}
+
 class StopOfAPoll : public Stop {
   protected:
     StopOfAPoll() : Stop("Quorane") {}

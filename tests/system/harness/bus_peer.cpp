@@ -1,6 +1,7 @@
 #include "bus_peer.h"
 
 #include <arpa/inet.h>
+#include <linux/sockios.h>
 #include <linux/tcp.h>  // netinet/tcp.h knows fewer counters
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -106,9 +107,9 @@ void BusPeer::accept(const Deadline& deadline) {
 void BusPeer::waitUntilRead(const Deadline& deadline) const {
     const in_port_t daemonsPort = portOfOtherEnd(connection_);
     const auto allRead = [&] {
-        int unacknowledged = 0;
-        check(::ioctl(connection_.get(), TIOCOUTQ, &unacknowledged), "TIOCOUTQ");
-        return unacknowledged == 0 && bytesUnread(daemonsPort, static_cast<in_port_t>(port_)) <= 0;
+        int unsent = 0;  // what is sent is with the receiver at once, though not acknowledged yet
+        check(::ioctl(connection_.get(), SIOCOUTQNSD, &unsent), "SIOCOUTQNSD");
+        return unsent == 0 && bytesUnread(daemonsPort, static_cast<in_port_t>(port_)) <= 0;
     };
     waitUntil(allRead, "the daemon to read", deadline);
 }
