@@ -65,15 +65,13 @@ TarnInternalMessage::TarnInternalMessage(MessageType type, std::string objectNam
     addData("id", jsonString(uniqueId_));
 }
 
-TarnInternalMessage::TarnInternalMessage(TarnInternalMessage&& other)
-    : dataText_(std::exchange(other.dataText_, nullptr)),
-      text_(std::move(other.text_)),
-      rawBuffer_(std::move(other.rawBuffer_)),
-      data_(std::move(other.data_)),
-      header_(other.header_),
-      uniqueId_(std::exchange(other.uniqueId_, {})),
-      filePath_(std::exchange(other.filePath_, {})) {}
+// Copying the header may run out of memory, so neither of these can promise not to throw.
+// NOLINTNEXTLINE(performance-noexcept-move-constructor)
+TarnInternalMessage::TarnInternalMessage(TarnInternalMessage&& other) {
+    *this = std::move(other);
+}
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor)
 TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other) {
     header_ = other.header_;
     dataText_ = std::exchange(other.dataText_, nullptr);
@@ -93,12 +91,12 @@ bool TarnInternalMessage::decode(char* payload) {
         return false;
     }
     *lineEnd = '\0';
-    const std::optional<TarnInternalHeader> header = decodeHeader(payload, currentTime());
+    std::optional<TarnInternalHeader> header = decodeHeader(payload, currentTime());
     if (!header) {
         logMessage(LOG_INFO, "TarnInternalMessage header decode error:%s\n", payload);
         return false;
     }
-    header_ = *header;
+    header_ = std::move(*header);
     dataText_ = lineEnd + 1;
     return true;
 }

@@ -90,6 +90,11 @@ TEST(SetMessages, MayBePartsOfASequence) {
               "[\"SET\", \"system\", 0, 0, 0]\n{\"id\":\"<id>\",\"seq\":[2,3],\"param\":1}");
 }
 
+TEST(SetMessages, MayBeTheOnlyPartOfASequence) {
+    EXPECT_EQ(payloadOf(SETMessage("system", parsed("1"), 1, 1)),
+              "[\"SET\", \"system\", 0, 0, 0]\n{\"id\":\"<id>\",\"seq\":[1,1],\"param\":1}");
+}
+
 TEST(SetMessages, OutsideAnySequenceHaveNone) {
     const std::string plain = "[\"SET\", \"system\", 0, 0, 0]\n{\"id\":\"<id>\",\"param\":1}";
     EXPECT_EQ(payloadOf(SETMessage("system", parsed("1"), 0, 3)), plain);
