@@ -105,7 +105,7 @@ void PeerSession::readBytes() {
 }
 
 ScriptedPeer::ScriptedPeer(asio::io_service& io, int receiveBuffer)
-    : io_(io), receiveBuffer_(receiveBuffer), acceptor_(io) {
+    : receiveBuffer_(receiveBuffer), acceptor_(io) {
     std::signal(SIGPIPE, SIG_IGN);
     listen();
 }

@@ -70,7 +70,6 @@ class ScriptedPeer {
   private:
     void accept();
 
-    asio::io_service& io_;
     const int receiveBuffer_;
     asio::ip::tcp::acceptor acceptor_;
     std::int32_t port_ = 0;
