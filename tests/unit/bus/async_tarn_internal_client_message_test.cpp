@@ -13,6 +13,7 @@
 #include "allocations.h"
 #include "bus/messages.h"
 #include "bus/netstring.h"
+#include "bus/tarn_internal_client.h"
 #include "bus_client_fixture.h"
 #include "support/captured_log.h"
 
@@ -25,6 +26,9 @@ namespace {
 class BusClientMessage : public BusClientTest {
   protected:
     BusClientMessage() {
+        // The first id of a process reads the host id, which it logs.
+        TarnInternalClient::ofProcess().nextUniqueId();
+        log_.take();
         client_->setOnMessage([this](TarnInternalMessage message) {
             received_.push_back(std::string(typeWord(message.type())) + " " + message.objectName() +
                                 " " + renderJSON(message.data(), false));
