@@ -1,10 +1,14 @@
 #include "bus/messages.h"
 
+#include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "bus/netstring.h"
+#include "bus/netstring_stream_parser.h"
 #include "payloads.h"
 #include "support/captured_log.h"
 
@@ -205,6 +209,50 @@ TEST(Messages, ComeBackAsTheyWereSent) {
     EXPECT_EQ(back.type(), MessageType::SET);
     EXPECT_EQ(back.uniqueId(), sent.uniqueId());
     EXPECT_EQ(renderJSON(back.data(), false), renderJSON(sent.data(), false));
+}
+
+// One of every kind, encoded.
+std::vector<std::string> oneOfEachKind() {
+    return {GETMessage("system", {"ipAddress", "frameName"}, nullptr, 0).encode(),
+            GETMessage("system", {"ipAddress"}, nullptr, 1).encode(),
+            SETMessage("system.connection", parsed("{\"login\":{\"connID\":8}}")).encode(),
+            SETMessage("", nullptr).encode(),
+            NOTMessage("frameB.system", "sshEnabled", jsonNumber(0)).encode(),
+            RSPMessage(request(), 404).encode(),
+            RSPMessage(request(), parsed("{\"frameName\":\"a;b:c\"}")).encode()};
+}
+
+// What the messages decode to, encoded again, after they came as one stream in such chunks.
+std::vector<std::string> throughTheStream(const std::vector<std::string>& payloads, size_t chunk) {
+    std::string stream;
+    for (const std::string& payload : payloads) {
+        stream += lumo::encodeNetString(payload);
+    }
+    std::vector<std::string> decoded;
+    lumo::NetStringStreamParser parser;
+    parser.setOnMessage([&decoded](std::unique_ptr<std::vector<char>> payload) {
+        const TarnInternalMessage message(std::move(payload));
+        message.data();
+        decoded.push_back(message.encode());
+    });
+    for (size_t begin = 0; begin < stream.size(); begin += chunk) {
+        parser.feed(stream.data() + begin, std::min(chunk, stream.size() - begin));
+    }
+    return decoded;
+}
+
+TEST(Messages, PassTheStreamWholeAndByteByByte) {
+    for (const std::string& payload : oneOfEachKind()) {
+        EXPECT_EQ(throughTheStream({payload}, payload.size() + 10), std::vector{payload});
+        EXPECT_EQ(throughTheStream({payload}, 1), std::vector{payload});
+    }
+}
+
+TEST(Messages, PassTheStreamTwoAtOnce) {
+    for (const std::string& payload : oneOfEachKind()) {
+        const std::vector<std::string> both = {payload, SETMessage("", nullptr).encode()};
+        EXPECT_EQ(throughTheStream(both, 100'000), both);
+    }
 }
 
 }  // namespace
