@@ -157,11 +157,18 @@ void StatusPoll::refreshNetworkSettings() {
     publishAddress(kGatewayKey, inFile.gateway, published_.gateway);
 }
 
-void StatusPoll::publishAddress(const char* key, std::uint32_t address, std::uint32_t& published) {
-    if (address != published) {
+void StatusPoll::publishAddress(const char* key, std::uint32_t address,
+                                Relaxed<std::uint32_t>& published) {
+    if (address != published.get()) {
         state_.setInteger(key, address);
-        published = address;
+        published.set(address);
     }
+}
+
+void StatusPoll::noteWritten(const NetworkSettings& written) {
+    published_.ip.set(written.ip);
+    published_.netmask.set(written.netmask);
+    published_.gateway.set(written.gateway);
 }
 
 void StatusPoll::refreshFrameType() {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "model/relaxed.h"
 #include "systemstate/adc_reader.h"
 #include "systemstate/block_file.h"
 #include "systemstate/ethernet_interface_status.h"
@@ -27,13 +28,17 @@ class StatusPoll {
     // of its own.
     void tick();
 
+    // The device itself wrote these settings to network.conf, so the file is known to have said
+    // them even when it is edited again before the next poll. Main thread, in the settings turn.
+    void noteWritten(const NetworkSettings& written);
+
   private:
     void followAmbrixShutOff();
     void refreshBond();
     void refreshPorts(const BondingStatus& bond);
     void publishPort(std::size_t position, PortStatus before, PortStatus now);
     void refreshNetworkSettings();
-    void publishAddress(const char* key, std::uint32_t address, std::uint32_t& published);
+    void publishAddress(const char* key, std::uint32_t address, Relaxed<std::uint32_t>& published);
     void refreshFrameType();
     void refreshVoltages();
     void switchBatteryLoad(const char* command);
@@ -45,7 +50,12 @@ class StatusPoll {
     std::int64_t ticks_ = 0;
     int batteryCycle_ = 0;  // 0 to 150; the battery is sampled at 0
     AdcReader adc_;
-    NetworkSettings published_;  // what network.conf said last
+    struct InFile {
+        Relaxed<std::uint32_t> ip;
+        Relaxed<std::uint32_t> netmask;
+        Relaxed<std::uint32_t> gateway;
+    };
+    InFile published_;  // what network.conf said last
     bool frameTypeKnown_ = false;
     std::vector<UnreadInteger> unreadOfBond_;
     std::vector<UnreadInteger> unreadOfFrame_;

@@ -8,6 +8,7 @@
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
 #include "systemstate/places.h"
+#include "systemstate/status_poll.h"
 #include "systemstate/system_state.h"
 
 namespace {
@@ -57,7 +58,8 @@ void logWriteFailure(WriteFailure step) {
     }
 }
 
-void writeNetworkFile(const SystemState& state, const Machine& machine) {
+// False when the file is not what the parameters say.
+bool writeNetworkFile(const SystemState& state, const Machine& machine) {
     logMessage(LOG_INFO, "SystemState:writing network config\n");
     const std::lock_guard lock(networkFileLock());
     const std::string ip = dottedTextOf(state, kIpAddressKey);
@@ -65,7 +67,7 @@ void writeNetworkFile(const SystemState& state, const Machine& machine) {
     const std::string gateway = dottedTextOf(state, kGatewayKey);
     if (ip.empty() || netmask.empty() || gateway.empty()) {
         logMessage(LOG_ERR, "Error loading network params.\n");
-        return;
+        return false;
     }
     const WriteFailure failure =
         machine.writeFile(kNetworkFile, renderNetworkConf(ip, netmask, gateway));
@@ -74,6 +76,14 @@ void writeNetworkFile(const SystemState& state, const Machine& machine) {
     } else {
         logWriteFailure(failure);
     }
+    return failure == WriteFailure::none;
+}
+
+NetworkSettings heldSettings(const SystemState& state) {
+    const auto held = [&state](const char* key) {
+        return static_cast<uint32_t>(integerOf(state.findParam(key)).value_or(0));
+    };
+    return {held(kIpAddressKey), held(kNetmaskKey), held(kGatewayKey)};
 }
 
 void runAll(Machine& machine, std::initializer_list<const char*> commands) {
@@ -134,7 +144,9 @@ int SystemState::config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway) {
         return 1;
     }
     logMessage(LOG_INFO, "changed. restarting S40network and S81ambrix\n");
-    writeNetworkFile(*this, machine_);
+    if (writeNetworkFile(*this, machine_)) {
+        poll_->noteWritten(heldSettings(*this));
+    }
     restartNetworkServices(machine_, stored.ip != wanted.ip);
     return 0;
 }

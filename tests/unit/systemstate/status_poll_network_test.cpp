@@ -137,6 +137,17 @@ TEST_F(NetworkPoll, SettingThatWasSetAndNotAppliedStays) {
     EXPECT_EQ(value(kIpAddressKey), "0") << "the file says what it said before";
 }
 
+// Between two polls the device writes a new address, and another program puts the old one back.
+TEST_F(NetworkPoll, EditThatUndoesASetIsSeen) {
+    start("Quorane");
+    poll();
+    state_->findParam(kIpAddressKey)->setValueFromJSON(jsonNumber(0x0A000007).get());
+    ASSERT_THAT(root_.read(kNetworkFile), testing::HasSubstr("IPADDR=10.0.0.7\n"));
+    root_.write(kNetworkFile, kSettings);
+    EXPECT_THAT(pollDiary(), Contains("NOT system.ipAddress=167772165"));
+    EXPECT_EQ(root_.read(kNetworkFile), kSettings);
+}
+
 // The request is stored, and before it is applied another program edits the file and the poll
 // comes.
 TEST_F(NetworkPoll, RequestIsNotLostToAnEditOfTheSameMoment) {
