@@ -2,11 +2,10 @@
 
 #include "reaction.h"
 
-#include <sys/stat.h>
-
 #include <regex>
 
 #include "frame/paths.h"
+#include "harness/file_version.h"
 #include "on_product.h"
 
 using namespace harness;
@@ -45,11 +44,6 @@ std::vector<Case> allCases() {
 
 std::string nameOf(const testing::TestParamInfo<Case>& info) {
     return identifierOf(info.param.product) + "_" + info.param.reaction.name;
-}
-
-ino_t inodeOf(const char* path) {
-    struct stat status {};
-    return ::stat(path, &status) == 0 ? status.st_ino : 0;
 }
 
 class Reactions : public OnProduct, public testing::WithParamInterface<Case> {
@@ -115,7 +109,7 @@ INSTANTIATE_TEST_SUITE_P(On, Reactions, testing::ValuesIn(allCases()), nameOf);
 
 TEST_P(Reactions, ShowAllOfThisAndNoMore) {
     startPrepared();
-    const ino_t stateBefore = inodeOf(kStateFile);
+    const FileVersion stateBefore = versionOf(kStateFile);
     set("{\"" + reaction.key + "\":" + reaction.value + "}");
     EXPECT_THAT(sentUntilNow(), ElementsAreArray(expectedOnBus()));
     EXPECT_EQ(valueOf(reaction.key), reaction.left.value_or(announcedValue()));
@@ -127,7 +121,7 @@ TEST_P(Reactions, ShowAllOfThisAndNoMore) {
     EXPECT_EQ(newOutput(),
               reaction.output + "Pallwatch caught signal:15 (ec: Success) - Stopping.\n");
     EXPECT_EQ(frame.read(frame::paths::kNetwork), reaction.network.value_or(kNetworkByHand));
-    EXPECT_EQ(inodeOf(kStateFile) != stateBefore, reaction.saved);
+    EXPECT_EQ(versionOf(kStateFile) != stateBefore, reaction.saved);
 }
 
 }  // namespace
