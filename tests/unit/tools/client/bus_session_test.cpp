@@ -6,8 +6,8 @@
 #include <gmock/gmock.h>
 
 #include "bus/messages.h"
-#include "listening_peer.h"
 #include "support/captured_log.h"
+#include "tools/listening_peer.h"
 
 namespace pallctl {
 namespace {
@@ -124,6 +124,18 @@ TEST_F(BusSessionTest, WaitsForNothingWhenTheReaderOfItsOutputHasGone) {
     EXPECT_TRUE(session.outputGone());
     session.pause(Clock::now() + 1h);
     EXPECT_TRUE(session.isOpen());
+}
+
+TEST_F(BusSessionTest, PausesNoLongerThanItsOutputHasAReader) {
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
+    const UniqueDescriptor output(pipe[1]);
+    BusSession session(peer_.port(), 1, output.get());
+    session.pause(Clock::now() + 1ms);
+    EXPECT_FALSE(session.outputGone());
+    ::close(pipe[0]);
+    session.pause(Clock::now() + 1h);
+    EXPECT_TRUE(session.outputGone());
 }
 
 TEST_F(BusSessionTest, KnowsWhenTheBusWasLastHeardOf) {

@@ -4,8 +4,8 @@
 
 #include "bus/messages.h"
 #include "client/human_form.h"
-#include "listening_peer.h"
 #include "support/captured_log.h"
+#include "tools/listening_peer.h"
 
 namespace pallctl {
 namespace {

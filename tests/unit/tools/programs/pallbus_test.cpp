@@ -257,4 +257,21 @@ TEST(PallbusProgram, GoesOnWhenItRunsOutOfDescriptors) {
     EXPECT_EQ(first.receive(), request("GET", 20));
 }
 
+TEST(PallbusProgram, ForgetsAClientThatIsGone) {
+    ProgramProcess bus(pallbusCommand({"--port=0", "--verbose"}));
+    const uint16_t port = portOf(bus.readLine());
+    {
+        BusPeer module(port, 8);
+        module.subscribe("system");
+    }
+    EXPECT_EQ(bus.readErrorLine(), "pallbus: client 1 connected");
+    EXPECT_THAT(bus.readErrorLine(), StartsWith("pallbus: client 1 gone: "));
+    BusPeer client(port, 20);
+    // With nobody left to ask, the answer comes at once, before the one to the heartbeat.
+    client.sendBytes(
+        framed(request("GET", 20, R"({"param":{"objectName":["kelMasterSystemDetails"]}})")) +
+        framed("[\"SET\", \"\", 20, 0, 0]\n{}"));
+    EXPECT_THAT(client.receive(), HasSubstr("kelMasterSystemDetails"));
+}
+
 }  // namespace

@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 
 // The far end of a session, on the test's own thread: what is written waits in the kernel until
-// the session reads it, and the other way round.
+// the other side reads it, and the other way round.
 class ListeningPeer {
   public:
     ListeningPeer() : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -41,7 +41,10 @@ class ListeningPeer {
         ::close(listener_);
         listener_ = -1;
     }
-    void accept() { connection_ = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC); }
+    void accept() {
+        hangUp();
+        connection_ = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    }
     void hangUp() {
         ::close(connection_);
         connection_ = -1;
@@ -55,12 +58,12 @@ class ListeningPeer {
         write(std::to_string(payload.size()) + ":" + payload + ";");
     }
 
-    // What has arrived: the session has written it before the test asks.
+    // What has arrived; waits for the first of it. Empty when nothing comes, or the end has.
     std::string read() {
         std::string bytes;
         std::array<char, 65536> chunk{};
         pollfd ready{connection_, POLLIN, 0};
-        while (::poll(&ready, 1, bytes.empty() ? 5000 : 0) > 0) {
+        while (::poll(&ready, 1, bytes.empty() ? 30'000 : 0) > 0) {
             const ssize_t size = ::recv(connection_, chunk.data(), chunk.size(), 0);
             if (size <= 0) {
                 break;
