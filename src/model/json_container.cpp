@@ -70,7 +70,8 @@ UniqueJSON parsedFile(FILE* file, const std::string& path) {
         abortAfterReadError(path);
     }
     const size_t length = static_cast<size_t>(size);
-    const std::unique_ptr<char[]> bytes(new (std::nothrow) char[length]);
+    // One more, for a parser that looks for the end of a text.
+    const std::unique_ptr<char[]> bytes(new (std::nothrow) char[length + 1]());
     if (!bytes) {
         abortAfterMemoryError(path);
     }

@@ -1,6 +1,5 @@
 #include "model/tosk_struct_value.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <string_view>
 
@@ -10,6 +9,18 @@ constexpr std::string_view kMemberPrefix = "_d_";
 
 bool isMemberKey(const char* key) {
     return key && std::string_view(key).starts_with(kMemberPrefix);
+}
+
+// A member that comes without any identifier bears its key's name, also the empty one.
+bool readNamed(ToskParam& param, const cJSON* json, const std::string& name) {
+    constexpr const char* kStandIn = "_";
+    const bool nameless = name.empty() && !jsonText(jsonMember(json, "oid"));
+    param.setOid(ToskOID::fromParts({}, nameless ? kStandIn : name));
+    const bool read = param.fromJSON(json) == 0;
+    if (nameless) {
+        param.setOid(ToskOID::fromParts({}, name));
+    }
+    return read;
 }
 
 UniqueJSON memberToJSON(const ToskParam& param) {
@@ -24,28 +35,38 @@ int ToskStructValue::fromJSON(const cJSON* item) {
     if (!item) {
         return -1;
     }
+    // A frame can bring half a million members; each looked for among all others would take hours.
+    Places places;
+    for (std::size_t place = 0; place < params_.size(); ++place) {
+        notePlace(places, place);
+    }
     const cJSON* member = nullptr;
     cJSON_ArrayForEach(member, item) {
         if (isMemberKey(member->string)) {
-            readMember(member, member->string + kMemberPrefix.size());
+            readMember(places, member, member->string + kMemberPrefix.size());
         }
     }
     return 0;
 }
 
-void ToskStructValue::readMember(const cJSON* json, const std::string& memberName) {
-    const ToskOID oid = ToskOID::fromParts({}, memberName);
+void ToskStructValue::notePlace(Places& places, std::size_t place) const {
+    const ToskOID& oid = params_[place].oid();
+    if (oid.prefix().empty()) {
+        places.emplace(oid.leaf(), place);
+    }
+}
+
+void ToskStructValue::readMember(Places& places, const cJSON* json, const std::string& memberName) {
     ToskParam read;
-    read.setOid(oid);
-    if (read.fromJSON(json) != 0) {
+    if (!readNamed(read, json, memberName)) {
         return;
     }
-    const auto held = std::find_if(params_.begin(), params_.end(),
-                                   [&oid](const ToskParam& param) { return param.oid() == oid; });
-    if (held == params_.end()) {
+    const auto held = places.find(memberName);
+    if (held == places.end()) {
         params_.push_back(read);
+        notePlace(places, params_.size() - 1);
         markChanged();
-    } else if (held->setValueFrom(read.value().get())) {
+    } else if (params_[held->second].setValueFrom(read.value().get())) {
         markChanged();
     }
 }

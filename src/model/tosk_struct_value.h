@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "model/tosk_param.h"
@@ -32,7 +34,10 @@ class ToskStructValue : public ToskValue {
     void addParam(const ToskParam& param) { params_.push_back(param); }
 
   private:
-    void readMember(const cJSON* json, const std::string& memberName);
+    // Where the first member of each name stands, for members without a prefix.
+    using Places = std::unordered_map<std::string, std::size_t>;
+    void notePlace(Places& places, std::size_t place) const;
+    void readMember(Places& places, const cJSON* json, const std::string& memberName);
 
     std::vector<ToskParam> params_;
 };

@@ -63,18 +63,38 @@ TEST(ToskStructValue, MemberNameIsWhatFollowsThePrefixWhateverDotsItHas) {
 
 TEST(ToskStructValue, KeyOfThePrefixAloneGivesAMemberWithAnEmptyName) {
     ToskStructValue value;
-    read(value, R"({"_d_":{"oid":"undotted","type":"INT32","value":4}})");
+    read(value, R"({"_d_":{"type":"INT32","value":4}})");
     ASSERT_EQ(1U, value.params().size());
+    EXPECT_EQ("", value.params()[0].oid().prefix());
     EXPECT_EQ("", value.params()[0].oid().leaf());
-    read(value, R"({"_d_":{"oid":"undotted","type":"INT32","value":5}})");
+    read(value, R"({"_d_":{"type":"INT32","value":5}})");
     ASSERT_EQ(1U, value.params().size());
     EXPECT_EQ(5, integerOf(value.params()[0]));
 }
 
-TEST(ToskStructValue, MemberWithNeitherNameNorIdentifierIsSkipped) {
+TEST(ToskStructValue, NamelessMemberWithoutATypeIsSkipped) {
     ToskStructValue value;
-    read(value, R"({"_d_":{"type":"INT32","value":4}})");
+    read(value, R"({"_d_":{"value":4}})");
     EXPECT_TRUE(value.params().empty());
+}
+
+TEST(ToskStructValue, IdentifierInTheJsonTakesNoPartInTheMatch) {
+    ToskStructValue value;
+    const char* const member = R"({"_d_a":{"oid":"x.b","type":"INT32","value":4}})";
+    read(value, member);
+    read(value, member);
+    ASSERT_EQ(2U, value.params().size());
+    EXPECT_EQ("x.b", value.params()[1].oid().toString());
+}
+
+TEST(ToskStructValue, FirstOfSeveralMembersOfANameTakesTheValue) {
+    ToskStructValue value;
+    read(value, R"({"_d_a":{"oid":".b","type":"INT32","value":1},
+                    "_d_c":{"oid":".b","type":"INT32","value":2}})");
+    read(value, R"({"_d_b":{"type":"INT32","value":7}})");
+    ASSERT_EQ(2U, value.params().size());
+    EXPECT_EQ(7, integerOf(value.params()[0]));
+    EXPECT_EQ(2, integerOf(value.params()[1]));
 }
 
 TEST(ToskStructValue, UnreadableMembersAreSkippedAndTheRestIsRead) {
