@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -156,16 +157,23 @@ void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) 
     transport_.send(parts);
 }
 
+// A message that is too large to be handled is dropped, wherever the memory runs out.
 void AsyncTarnInternalClient::handlePayload(std::unique_ptr<std::vector<char>> payload) {
-    std::optional<TarnInternalMessage> message = decode(std::move(payload));
-    if (!message) {
-        return;
+    try {
+        if (std::optional<TarnInternalMessage> message = decode(std::move(payload))) {
+            handleMessage(std::move(*message));
+        }
+    } catch (const std::bad_alloc&) {
+        logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
     }
-    if (message->objectName() == kSystemObject) {
-        handleSystemMessage(*message);
+}
+
+void AsyncTarnInternalClient::handleMessage(TarnInternalMessage&& message) {
+    if (message.objectName() == kSystemObject) {
+        handleSystemMessage(message);
     }
     if (onMessage_) {
-        onMessage_(std::move(*message));
+        onMessage_(std::move(message));
     }
 }
 

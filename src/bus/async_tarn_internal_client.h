@@ -79,6 +79,7 @@ class AsyncTarnInternalClient {
   private:
     void handleConnect();
     void handlePayload(std::unique_ptr<std::vector<char>> payload);
+    void handleMessage(TarnInternalMessage&& message);
     void handleSystemMessage(const TarnInternalMessage& message);
     void handleModuleReadyQuery(const TarnInternalMessage& request);
     void handleSystemKelMasterStateRspMsg(const TarnInternalMessage& message);

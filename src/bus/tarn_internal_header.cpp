@@ -16,6 +16,10 @@ constexpr size_t kLongestNumber = 15;
 // Stands for every scheduled time on the wire; receivers know it as "there was one".
 constexpr const char* kDatePlaceholder = "datehere";
 
+// No header comes near it. The tree of one that is made of small items takes forty times its
+// length.
+constexpr std::size_t kMaxLineLength = 64 * 1024;
+
 enum HeaderItem { kType, kObjectName, kSource, kDestination, kScheduledTime, kRequiredItems = 4 };
 
 // One end of a message, received as N or as "N@qualifier".
@@ -68,7 +72,11 @@ std::string TarnInternalHeader::encode() const {
 }
 
 std::optional<TarnInternalHeader> decodeHeader(const char* line, const timespec& now) {
-    const UniqueJSON items = parseJSON(line, std::strlen(line));
+    const std::size_t length = std::strlen(line);
+    if (length > kMaxLineLength) {
+        return std::nullopt;
+    }
+    const UniqueJSON items = parseJSON(line, length);
     if (!cJSON_IsArray(items.get()) || cJSON_GetArraySize(items.get()) < kRequiredItems) {
         return std::nullopt;
     }

@@ -1,5 +1,6 @@
 #include "bus/tcp_sender.h"
 
+#include <new>
 #include <utility>
 
 #include <asio/error.hpp>
@@ -20,8 +21,14 @@ TcpSender::Batch::Batch(TcpSender& sender) : sender_(sender), outer_(innermost) 
 
 TcpSender::Batch::~Batch() {
     innermost = outer_;
-    if (!sender_.batching()) {
+    if (sender_.batching()) {
+        return;
+    }
+    try {
         sender_.flush();
+    } catch (const std::bad_alloc&) {
+        // What is queued goes out with the next write.
+        return;
     }
 }
 

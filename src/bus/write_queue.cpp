@@ -26,6 +26,8 @@ void WriteQueue::appendToGreeting(std::span<std::string> parts) {
 }
 
 const WriteQueue::GatherList& WriteQueue::begin() {
+    // Before anything changes: without memory for the list there is no write, and nothing is lost.
+    gather_.reserve(collecting().size());
     active_ = 1 - active_;
     const std::vector<std::string>& parts = queues_[active_];
     if (parts.size() > kMostGathered && join(parts)) {

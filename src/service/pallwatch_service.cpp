@@ -4,7 +4,11 @@
 #include <syslog.h>
 
 #include <cstdio>
+#include <exception>
+#include <string_view>
 #include <utility>
+
+#include <asio/post.hpp>
 
 #include "bus/messages.h"
 #include "model/log.h"
@@ -99,7 +103,12 @@ void PallwatchService::handleConnectionState(lumo::ConnectionState state) {
 
 void PallwatchService::pollOnce() {
     const auto batch = client_->gather();
-    systemState_->poll();
+    try {
+        systemState_->poll();
+    } catch (...) {
+        // Ends the process in order, as on the main thread.
+        asio::post(io_, [error = std::current_exception()] { std::rethrow_exception(error); });
+    }
 }
 
 void PallwatchService::send(TarnInternalMessage message) {
@@ -108,9 +117,11 @@ void PallwatchService::send(TarnInternalMessage message) {
     }
 }
 
-bool PallwatchService::isForUs(TarnInternalMessage& message) const {
-    message.header().splitObjectName();
-    const std::string& first = message.header().objectPath.front();
+// Looks at the first element only: a name of a million others, or the path made of it, is not ours
+// to keep.
+bool PallwatchService::isForUs(const TarnInternalMessage& message) const {
+    const std::string_view name = message.objectName();
+    const std::string_view first = name.substr(0, name.find('.'));
     return first == kSystemObject || first == prefix_;
 }
 

@@ -59,7 +59,7 @@ class PallwatchService {
     void startPolling();
     void pollOnce();
     void send(TarnInternalMessage message);
-    bool isForUs(TarnInternalMessage& message) const;
+    bool isForUs(const TarnInternalMessage& message) const;
 
     asio::io_service io_;
     asio::signal_set signals_;

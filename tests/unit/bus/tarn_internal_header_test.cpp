@@ -91,6 +91,14 @@ TEST(HeaderDecoding, ThreeItemsAreNotEnough) {
     EXPECT_FALSE(decode("[]"));
 }
 
+TEST(HeaderDecoding, ALineBeyondAllMeasureIsNotEvenParsed) {
+    const std::string start = "[\"GET\", \"";
+    const std::string end = "\", 1, 2, 0]";
+    const size_t most = 64 * 1024 - start.size() - end.size();
+    EXPECT_TRUE(decode(start + std::string(most, 'x') + end).has_value());
+    EXPECT_FALSE(decode(start + std::string(most + 1, 'x') + end).has_value());
+}
+
 TEST(HeaderDecoding, AnUnknownTypeFails) {
     EXPECT_FALSE(decode("[\"FOO\", \"system\", 0, 0, 0]"));
     EXPECT_FALSE(decode("[\"get\", \"system\", 0, 0, 0]"));
