@@ -1,0 +1,83 @@
+#include "soaking/requests.h"
+
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "model/json.h"
+#include "systemstate/catalogue.h"
+
+namespace soak {
+namespace {
+
+TEST(Requests, EveryWritableParameterOfTheCatalogueIsSet) {
+    std::set<std::string> set;
+    for (const Parameter& parameter : writableParameters()) {
+        set.insert(std::string("system.") + parameter.name);
+    }
+    for (const auto& group : {identityGroup(), mainCatalogue()}) {
+        for (const CatalogueRow& row : group) {
+            EXPECT_EQ(set.count(row.key) == 1, row.access == Access::writable) << row.key;
+        }
+    }
+}
+
+TEST(Requests, SavedAreThoseThatTheCatalogueSaves) {
+    for (const auto& group : {identityGroup(), mainCatalogue()}) {
+        for (const CatalogueRow& row : group) {
+            for (const Parameter& parameter : writableParameters()) {
+                if (std::string("system.") + parameter.name == row.key) {
+                    EXPECT_EQ(parameter.saved, row.storage == Storage::published) << row.key;
+                }
+            }
+        }
+    }
+}
+
+TEST(Requests, AreNumberedAndNamedByTheirNumber) {
+    Random random(1);
+    RequestMaker maker(random);
+    const Request first = maker.get({"active", "psu1Voltage"});
+    EXPECT_EQ(first.number, 1U);
+    EXPECT_EQ(first.answers, 2U);
+    EXPECT_EQ(first.data, R"({"id":"1@soak","param":{"objectName":["active","psu1Voltage"]}})");
+    EXPECT_EQ(requestNumber("1@soak"), 1U);
+    EXPECT_EQ(requestNumber("1@other"), std::nullopt);
+    EXPECT_EQ(requestNumber("@soak"), std::nullopt);
+    EXPECT_EQ(maker.any(true).number, 2U);
+}
+
+TEST(Requests, AreJsonWhateverTheirValues) {
+    Random random(5);
+    RequestMaker maker(random);
+    for (int i = 0; i < 2000; ++i) {
+        const Request request = maker.any(true);
+        ASSERT_NE(parseJSON(request.data.data(), request.data.size()), nullptr) << request.data;
+    }
+}
+
+TEST(Requests, NetworkSettingsComeOnlyWhenAllowed) {
+    Random random(3);
+    RequestMaker maker(random);
+    bool came = false;
+    for (int i = 0; i < 5000; ++i) {
+        const Request request = maker.any(false);
+        ASSERT_FALSE(request.parameter != nullptr && request.parameter->isNetwork());
+        const Request free = maker.any(true);
+        came = came || (free.parameter != nullptr && free.parameter->isNetwork());
+    }
+    EXPECT_TRUE(came);
+}
+
+TEST(Requests, TheSameSeedMakesTheSameRequests) {
+    Random one(11);
+    Random other(11);
+    RequestMaker first(one);
+    RequestMaker second(other);
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_EQ(first.any(true).data, second.any(true).data);
+    }
+}
+
+}  // namespace
+}  // namespace soak

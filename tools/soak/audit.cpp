@@ -1,0 +1,58 @@
+#include "soaking/audit.h"
+
+#include "frame/paths.h"
+#include "model/json.h"
+#include "systemstate/network_settings.h"
+
+namespace soak {
+
+namespace {
+
+constexpr const char* kStateFile = "/vantor/etc/configurableSystemDetails.json";
+
+void auditState(const frame::Tree& tree, const Ledger& ledger, std::vector<std::string>& found) {
+    const std::string text = tree.read(kStateFile);
+    const UniqueJSON root = parseJSON(text.data(), text.size());
+    const cJSON* const devices = jsonMember(jsonMember(root.get(), "systemState"), "devices");
+    const cJSON* const params = jsonMember(cJSON_GetArrayItem(devices, 0), "params");
+    for (const Parameter& parameter : writableParameters()) {
+        const auto due = ledger.acknowledged(parameter.name);
+        if (!parameter.saved || !parameter.steady || !due) {
+            continue;
+        }
+        const std::string key = std::string("d_system.") + parameter.name;
+        const std::string held =
+            renderJSON(jsonMember(jsonMember(params, key.c_str()), "value"), false);
+        if (held != *due) {
+            found.push_back(std::string("state file: ") + parameter.name + " is " + held +
+                            ", acknowledged was " + *due);
+        }
+    }
+}
+
+std::string textOf(const SettingsBook::Settings& settings) {
+    std::string text;
+    for (const auto& one : settings) {
+        text += " " + (one ? dottedText(*one) : "?");
+    }
+    return text;
+}
+
+}  // namespace
+
+std::vector<std::string> audit(const frame::Tree& tree, const Ledger& ledger,
+                               const SettingsBook& book) {
+    std::vector<std::string> found;
+    auditState(tree, ledger, found);
+    if (tree.exists(frame::paths::kNetwork)) {
+        const NetworkConf conf = decodeNetworkConf(tree.read(frame::paths::kNetwork));
+        const SettingsBook::Settings inFile{conf.ip, conf.netmask, conf.gateway};
+        if (!book.agrees(inFile)) {
+            found.push_back("network.conf holds" + textOf(inFile) + ", due are" +
+                            textOf(book.settings()));
+        }
+    }
+    return found;
+}
+
+}  // namespace soak

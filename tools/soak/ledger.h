@@ -1,0 +1,77 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "soaking/random.h"
+#include "soaking/requests.h"
+
+namespace soak {
+
+// A response as far as the books are concerned.
+struct Answer {
+    uint64_t number = 0;  // of its request
+    int status = 0;
+    std::string name;   // of the parameter that it carries, if any
+    std::string value;  // as JSON text
+};
+
+struct Counts {
+    size_t requests = 0;
+    size_t answersDue = 0;
+    size_t answers = 0;
+    size_t lost = 0;    // answers that did not come although the connection stood
+    size_t cutOff = 0;  // answers that were still due when the connection went
+    size_t unexpected = 0;
+    size_t wrongStatus = 0;
+    size_t wrongValue = 0;  // a GET that did not give what was set before it
+    size_t notifications = 0;
+    size_t unannounced = 0;  // sets that were carried out without a notification before the answer
+};
+
+// The books of a run: every request, what came of it, and what the device must hold now. The device
+// works requests off in their order, so a request is lost as soon as a later one is answered. Pure.
+class Ledger {
+  public:
+    void sent(Request request, Clock::time_point now);
+    // Gives the request when this was its last answer.
+    std::optional<Request> answered(const Answer& answer);
+    void notified(const std::string& name, const std::string& value);
+
+    // The connection has gone. Whether the sets among them were carried out, nobody knows; they are
+    // given back.
+    std::vector<Request> cutOff();
+
+    // Counts what was sent before that moment and is not answered as lost.
+    void giveUpOn(Clock::time_point sentBefore);
+
+    size_t outstanding() const { return outstanding_.size(); }
+    bool networkSetOutstanding() const;
+    const Counts& counts() const { return counts_; }
+
+    // What the parameter must hold by its last acknowledged set; nothing when that is not known.
+    std::optional<std::string> acknowledged(const std::string& name) const;
+
+  private:
+    struct Open {
+        Request request;
+        Clock::time_point since;
+        size_t answersLeft;
+        bool announced = false;
+        std::map<std::string, std::string> expected;  // by a GET
+    };
+    using Known = std::map<std::string, std::string>;
+
+    void lose(const Open& open);
+    void finish(const Open& open);
+
+    std::deque<Open> outstanding_;
+    Known promised_;  // when everything sent so far was carried out
+    Known acknowledged_;
+    Counts counts_;
+};
+
+}  // namespace soak

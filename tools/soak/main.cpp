@@ -1,0 +1,65 @@
+// soak: a long run of the daemon under load while everything around it fails. Runs inside a
+// simulated frame whose system log is free.
+
+#include <cstdio>
+#include <random>
+
+#include "model/log.h"
+#include "program/command_line.h"
+#include "soaking/soak.h"
+
+namespace {
+
+constexpr const char* kAbout =
+    "Runs the daemon in this frame under load, with a failing bus and failing devices, and counts\n"
+    "what is lost. Ends with a table, and with 1 when anything was lost, grew or was left "
+    "behind.\n";
+
+void describe(CLI::App& app, soak::Options& options) {
+    app.add_option("--minutes", options.minutes, "How long")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    app.add_option("--rate", options.rate, "Requests a second")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    app.add_option("--seed", options.seed, "Of everything left to chance; 0 takes a new one")
+        ->capture_default_str();
+    app.add_option("--growth", options.growthKiB,
+                   "KiB of anonymous memory that may be added after the warm-up")
+        ->capture_default_str();
+    app.add_option("--idle", options.idleSeconds,
+                   "Instead: leave it alone for so many seconds and count its processor time")
+        ->check(CLI::PositiveNumber);
+    finishCommandLine(app);
+}
+
+int run(soak::Options options) {
+    if (options.seed == 0) {
+        options.seed = std::random_device{}();
+    }
+    std::printf("soak: %g minutes, %g requests a second, seed %llu\n", options.minutes,
+                options.rate, static_cast<unsigned long long>(options.seed));
+    std::fflush(stdout);
+    replaceLogSink([](int, const std::string&) {});
+    soak::Soak soak(options);
+    const soak::Report report = options.idleSeconds > 0 ? soak.idle() : soak.run();
+    std::fputs(report.text().c_str(), stdout);
+    return report.passed() ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    soak::Options options;
+    CLI::App app(kAbout, "soak");
+    describe(app, options);
+    if (const auto status = readCommandLine(app, argc, argv)) {
+        return *status;
+    }
+    try {
+        return run(options);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "soak: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,30 @@
+#include "soaking/report.h"
+
+#include <algorithm>
+
+namespace soak {
+
+void Report::expect(const std::string& what, size_t number, size_t wanted) {
+    row(what, number);
+    if (number != wanted) {
+        fail(what + ": " + std::to_string(number) + " instead of " + std::to_string(wanted));
+    }
+}
+
+std::string Report::text() const {
+    size_t width = 0;
+    for (const auto& [what, value] : rows_) {
+        width = std::max(width, what.size());
+    }
+    std::string text =
+        "| " + std::string(width, ' ') + " | |\n|" + std::string(width + 2, '-') + "|---|\n";
+    for (const auto& [what, value] : rows_) {
+        text += "| " + what + std::string(width - what.size(), ' ') + " | " + value + " |\n";
+    }
+    for (const std::string& failure : failures_) {
+        text += "FAILED: " + failure + "\n";
+    }
+    return text;
+}
+
+}  // namespace soak

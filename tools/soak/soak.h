@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "frame/tree.h"
+#include "harness/process.h"
+#include "soaking/footprint.h"
+#include "soaking/log_drain.h"
+#include "soaking/mischief.h"
+#include "soaking/poll_clock.h"
+#include "soaking/random.h"
+#include "soaking/report.h"
+#include "soaking/settings_book.h"
+#include "soaking/traffic.h"
+
+namespace soak {
+
+struct Options {
+    double minutes = 2;
+    double rate = 50;  // requests a second
+    uint64_t seed = 0;
+    size_t growthKiB = 256;  // of anonymous memory between warm-up and end that is no fault
+    double idleSeconds = 0;  // not 0: nothing is done to the daemon, and its processor time counts
+};
+
+// One run of the daemon inside the frame that this process is in, from its start to its end, in one
+// thread. Throws std::system_error and harness::TimedOut when there is no going on.
+class Soak {
+  public:
+    explicit Soak(const Options& options);
+    Report run();   // everything that can happen to it
+    Report idle();  // nothing happens to it
+
+  private:
+    void pump();
+    void pumpFor(Clock::duration time);
+    void pumpUntil(const std::function<bool()>& holds, const std::string& what);
+    void warmUp();
+    void live(Clock::time_point end);
+    void checkBooks();
+    void settle();
+    void setEverything();
+    void editLast();
+    void stop();
+    std::filesystem::path process() const { return daemon_.proc(); }
+
+    void reportTraffic();
+    void reportPolls();
+    void reportFootprints();
+
+    const Options options_;
+    frame::Tree tree_{"/"};
+    Random random_;
+    SettingsBook book_;
+    Mischief mischief_{tree_, random_, book_};
+    LogDrain log_;
+    PollClock polls_{tree_};
+    Traffic traffic_;
+    harness::Daemon daemon_;
+    Clock::time_point began_ = Clock::now();
+    Report report_;
+    Footprint start_;
+    Footprint end_;
+    size_t audits_ = 0;
+    bool paused_ = true;
+    bool peaceful_ = true;
+};
+
+}  // namespace soak
