@@ -109,13 +109,17 @@ void OnProduct::silencePoll() const {
 void OnProduct::startAndSettle(const std::vector<std::string>& arguments) {
     start(arguments);
     if (!frame.exists(kAmbrixMarker)) {
-        for (const char* service : {"/ambrix", "/ambrix-shutoff"}) {
-            const std::string state = std::string(paths::kServices) + service;
-            harness::waitUntil([&] { return frame.read(state) == "running"; }, state);
-        }
+        waitForAmbrix();
     }
     daemon->output().waitFor("oid=system.serial2\n");
     mark();
+}
+
+void OnProduct::waitForAmbrix() const {
+    for (const char* service : {"/ambrix", "/ambrix-shutoff"}) {
+        const std::string state = std::string(paths::kServices) + service;
+        harness::waitUntil([&] { return frame.read(state) == "running"; }, state);
+    }
 }
 
 void OnProduct::mark() {

@@ -57,6 +57,9 @@ class OnProduct : public OnBus {
     // Starts the daemon and waits until the services that it starts run.
     void startAndSettle(const std::vector<std::string>& arguments = {});
 
+    // Both of its programs are started in the background.
+    void waitForAmbrix() const;
+
     // From here on things are new.
     void mark();
 
