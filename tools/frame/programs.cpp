@@ -185,10 +185,9 @@ bool isPlain(const std::string& word) {
 }  // namespace
 
 std::vector<std::string> programPaths() {
-    std::vector<std::string> all;
-    for (const Program& program : kPrograms) {
-        all.emplace_back(program.path);
-    }
+    std::vector<std::string> all(kPrograms.size());
+    std::transform(kPrograms.begin(), kPrograms.end(), all.begin(),
+                   [](const Program& program) { return program.path; });
     return all;
 }
 

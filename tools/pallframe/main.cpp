@@ -5,11 +5,6 @@
 #include <string>
 #include <vector>
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-#include <CLI/Validators.hpp>
-
 #include "frame/devices.h"
 #include "frame/paths.h"
 #include "frame/programs.h"

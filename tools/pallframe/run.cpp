@@ -75,6 +75,7 @@ int becomeCommand(const RunRequest& request, const Supervisor& supervisor) {
     ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);  // the caller's other open files
     supervisor.release();
     std::vector<char*> words;
+    words.reserve(request.command.size() + 1);
     for (const std::string& word : request.command) {
         words.push_back(const_cast<char*>(word.c_str()));
     }

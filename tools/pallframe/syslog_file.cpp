@@ -25,7 +25,7 @@ SyslogFile::SyslogFile(const std::string& socketPath, const std::string& filePat
 }
 
 void SyslogFile::takeAll() const {
-    std::array<char, 64 * 1024> buffer{};
+    std::array<char, 65536> buffer{};
     ssize_t size = 0;
     while ((size = ::recv(socket_.get(), buffer.data(), buffer.size(), 0)) >= 0) {
         std::string line(buffer.data(), static_cast<size_t>(size));

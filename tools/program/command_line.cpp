@@ -2,9 +2,6 @@
 
 #include <string>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
 void finishCommandLine(CLI::App& app) {
     app.set_version_flag("--version", app.get_name() + " " PALLWATCH_VERSION);
     app.failure_message([](const CLI::App* program, const CLI::Error& error) {

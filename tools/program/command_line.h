@@ -2,7 +2,11 @@
 
 #include <optional>
 
+// All of what an App is made of: with less, its parts lack their virtual tables under some
+// compilers.
 #include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
 
 // What the programs for people have in common on their command lines.
 

@@ -136,7 +136,7 @@ void BusPeer::close() {
 
 bool BusPeer::fill(const Deadline& deadline) {
     waitReadable(connection_.get(), deadline, "bytes on the bus; there was: '" + received_ + "'");
-    std::array<char, 64 * 1024> buffer{};
+    std::array<char, 65536> buffer{};
     const ssize_t size = ::recv(connection_.get(), buffer.data(), buffer.size(), 0);
     if (size <= 0) {
         return false;

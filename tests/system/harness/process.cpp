@@ -25,6 +25,7 @@ using frame::Descriptor;
     ::dup2(output, STDOUT_FILENO);
     ::dup2(error, STDERR_FILENO);
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }

@@ -74,7 +74,7 @@ SyslogReceiver::~SyslogReceiver() {
 }
 
 void SyslogReceiver::receive() {
-    std::array<char, 64 * 1024> buffer{};
+    std::array<char, 65536> buffer{};
     std::array<pollfd, 2> ready{{{socket_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}}};
     while (::poll(ready.data(), ready.size(), -1) > 0 && ready[1].revents == 0) {
         const ssize_t size = ::recv(socket_.get(), buffer.data(), buffer.size(), 0);
