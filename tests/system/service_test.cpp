@@ -127,6 +127,18 @@ TEST_F(Service, AnnouncesBeforeTheCommandAndAnswersAfterIt) {
     EXPECT_EQ(report.ended(), 1U);
 }
 
+// The command itself looks at what has come to the bus, which reads nothing meanwhile.
+TEST_F(Service, TheAnnouncementIsWithTheBusWhenTheCommandBegins) {
+    start();
+    frame.writeProgram("/vantor/bin/briskel", "#!/bin/sh\ncat /proc/net/tcp >/run/connections\n");
+    set(R"({"generateReport":1})");
+    log.waitFor("System param Set: system.generateReport");  // the command is over
+    const std::string announcement = bus.receivePayload();
+    EXPECT_EQ(withoutId(parseBusMessage(announcement)), announced(R"({"generateReport":1})"));
+    EXPECT_EQ(bus.unreadBytes(frame.read("/run/connections")),
+              static_cast<long>(busFrame(announcement).size()));
+}
+
 // Each member's announcement is out before its own command, and what came before it is answered.
 TEST_F(Service, EachMemberIsDoneBeforeTheNextBegins) {
     const HeldProgram report(frame, "/vantor/bin/briskel");

@@ -56,11 +56,10 @@ in_port_t portOfOtherEnd(const Descriptor& socket) {
 
 // What the kernel holds for the reader of the connection from `local` to `remote`, in bytes: the
 // second half of "tx_queue:rx_queue" (proc(5), /proc/net/tcp). -1 when there is no such connection.
-long bytesUnread(in_port_t local, in_port_t remote) {
+long bytesUnread(std::istream& table, in_port_t local, in_port_t remote) {
     const auto portOf = [](const std::string& address) {
         return std::stoul(address.substr(address.find(':') + 1), nullptr, 16);
     };
-    std::ifstream table("/proc/net/tcp");
     std::string line;
     std::getline(table, line);  // the titles
     while (std::getline(table, line)) {
@@ -109,9 +108,15 @@ void BusPeer::waitUntilRead(const Deadline& deadline) const {
     const auto allRead = [&] {
         int unsent = 0;  // what is sent is with the receiver at once, though not acknowledged yet
         check(::ioctl(connection_.get(), SIOCOUTQNSD, &unsent), "SIOCOUTQNSD");
-        return unsent == 0 && bytesUnread(daemonsPort, static_cast<in_port_t>(port_)) <= 0;
+        std::ifstream table("/proc/net/tcp");
+        return unsent == 0 && bytesUnread(table, daemonsPort, ownPort()) <= 0;
     };
     waitUntil(allRead, "the daemon to read", deadline);
+}
+
+long BusPeer::unreadBytes(const std::string& connections) const {
+    std::istringstream table(connections);
+    return bytesUnread(table, ownPort(), portOfOtherEnd(connection_));
 }
 
 void BusPeer::acknowledgeLate() const {

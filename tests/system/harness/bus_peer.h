@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,6 +45,10 @@ class BusPeer {
     // it apart from those.
     void waitUntilRead(const Deadline& deadline = Deadline()) const;
 
+    // What the daemon had sent and this bus not read at the time of this copy of /proc/net/tcp, in
+    // bytes.
+    long unreadBytes(const std::string& connections) const;
+
     // From now on received bytes are acknowledged as late as the kernel may (TCP_QUICKACK, tcp(7)).
     void acknowledgeLate() const;
 
@@ -59,6 +64,7 @@ class BusPeer {
 
   private:
     bool fill(const Deadline& deadline);
+    uint16_t ownPort() const { return static_cast<uint16_t>(port_); }
 
     int port_;
     frame::Descriptor listener_;
