@@ -19,7 +19,7 @@ using pallframe::RunRequest;
 
 // The tree that `set` and `status` speak of: a named one, or the frame that this program runs in.
 Tree chosenTree(const std::string& directory) {
-    const Tree tree(directory.empty() ? "/" : directory);
+    Tree tree(directory.empty() ? "/" : directory);
     if (findProduct(tree.read(paths::kProduct)) == nullptr) {
         throw BadRequest(directory.empty() ? "not inside a frame: name one with --tree DIR"
                                            : directory + " is no simulated frame");
@@ -68,45 +68,59 @@ void addRun(CLI::App& app, Words& words, int& status) {
     verb->callback([&] { status = run(words); });
 }
 
+CLI::App* addChange(CLI::App& set, const char* name, const char* what) {
+    CLI::App* verb = set.add_subcommand(name, what);
+    verb->fallthrough();  // --tree may also stand last
+    return verb;
+}
+
+void addCable(CLI::App& set, Words& words) {
+    CLI::App* verb = addChange(set, "cable", "Pull a port's cable or plug it in");
+    verb->add_option("interface", words.name, "eth0 or eth1")->required();
+    verb->add_option("state", words.state)->required()->check(CLI::IsMember({"down", "up"}));
+    verb->callback([&] { setCable(chosenTree(words.tree), words.name, words.state == "up"); });
+}
+
+void addSupply(CLI::App& set, Words& words) {
+    CLI::App* verb = addChange(set, "psu", "What a power supply delivers");
+    verb->add_option("number", words.name)->required()->check(CLI::IsMember({"1", "2"}));
+    verb->add_option("volts", words.number)->required()->check(CLI::Range(0.0, 29.0));
+    verb->callback([&] { setSupply(chosenTree(words.tree), std::stoi(words.name), words.number); });
+}
+
+void addBattery(CLI::App& set, Words& words) {
+    CLI::App* verb =
+        addChange(set, "battery", "The battery's voltage under load, 0 to take it out");
+    verb->add_option("volts", words.number)->required()->check(CLI::Range(0.0, 5.0));
+    verb->callback([&] { setBattery(chosenTree(words.tree), words.number); });
+}
+
+void addFile(CLI::App& set, Words& words) {
+    CLI::App* verb = addChange(set, "file", "Take a file of the frame away or put it back");
+    verb->add_option("path", words.name, "Its path in the frame")->required();
+    verb->add_option("state", words.state)
+        ->required()
+        ->check(CLI::IsMember({"missing", "present"}));
+    verb->callback([&] {
+        const Tree tree = chosenTree(words.tree);
+        words.state == "missing" ? tree.hide(words.name) : tree.show(words.name);
+    });
+}
+
+void addPause(CLI::App& set, Words& words) {
+    CLI::App* verb = addChange(set, "pause", "How long each call of a program of the frame takes");
+    verb->add_option("program", words.name, "Such as S40network")->required();
+    verb->add_option("seconds", words.number)->required()->check(CLI::Range(0.0, 3600.0));
+    verb->callback([&] { setPause(chosenTree(words.tree), words.name, words.number); });
+}
+
 void addSet(CLI::App& app, Words& words) {
     CLI::App* set = app.add_subcommand("set", "Change the frame while it runs");
     set->require_subcommand(1);
     set->add_option("--tree", words.tree, "The frame's directory, unless inside the frame");
-    auto verb = [&](const char* name, const char* what) {
-        CLI::App* added = set->add_subcommand(name, what);
-        added->fallthrough();
-        return added;
-    };
-
-    CLI::App* cable = verb("cable", "Pull a port's cable or plug it in");
-    cable->add_option("interface", words.name, "eth0 or eth1")->required();
-    cable->add_option("state", words.state)->required()->check(CLI::IsMember({"down", "up"}));
-    cable->callback([&] { setCable(chosenTree(words.tree), words.name, words.state == "up"); });
-
-    CLI::App* supply = verb("psu", "What a power supply delivers");
-    supply->add_option("number", words.name)->required()->check(CLI::IsMember({"1", "2"}));
-    supply->add_option("volts", words.number)->required()->check(CLI::Range(0.0, 29.0));
-    supply->callback(
-        [&] { setSupply(chosenTree(words.tree), std::stoi(words.name), words.number); });
-
-    CLI::App* battery = verb("battery", "The battery's voltage under load, 0 to take it out");
-    battery->add_option("volts", words.number)->required()->check(CLI::Range(0.0, 5.0));
-    battery->callback([&] { setBattery(chosenTree(words.tree), words.number); });
-
-    CLI::App* file = verb("file", "Take a file of the frame away or put it back");
-    file->add_option("path", words.name, "Its path in the frame")->required();
-    file->add_option("state", words.state)
-        ->required()
-        ->check(CLI::IsMember({"missing", "present"}));
-    file->callback([&] {
-        const Tree tree = chosenTree(words.tree);
-        words.state == "missing" ? tree.hide(words.name) : tree.show(words.name);
-    });
-
-    CLI::App* pause = verb("pause", "How long each call of a program of the frame takes");
-    pause->add_option("program", words.name, "Such as S40network")->required();
-    pause->add_option("seconds", words.number)->required()->check(CLI::Range(0.0, 3600.0));
-    pause->callback([&] { setPause(chosenTree(words.tree), words.name, words.number); });
+    for (const auto add : {addCable, addSupply, addBattery, addFile, addPause}) {
+        add(*set, words);
+    }
 }
 
 void addStatus(CLI::App& app, Words& words) {
