@@ -26,7 +26,7 @@ class AsyncTaskService {
 
     // Runs `task` at each multiple of `period` from now, the first time one period from now. A run
     // that takes longer does not shift the series: those that it delayed follow it at once.
-    // Call it once, before start().
+    // Call it before start(); a task that was set earlier gives way.
     void setPeriodicTask(std::chrono::milliseconds period, std::function<void()> task);
     // Launches the thread; it ends by itself when there is nothing to wait for.
     void start();

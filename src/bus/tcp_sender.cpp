@@ -96,7 +96,6 @@ void TcpSender::beginGreeting() {
 void TcpSender::endGreeting() {
     const std::lock_guard lock(mutex_);
     phase_ = Phase::open;
-    queue_.endGreeting();
     startWriting();
 }
 

@@ -29,6 +29,7 @@ const WriteQueue::GatherList& WriteQueue::begin() {
     // Before anything changes: without memory for the list there is no write, and nothing is lost.
     gather_.reserve(collecting().size());
     active_ = 1 - active_;
+    greeting_ = 0;
     const std::vector<std::string>& parts = queues_[active_];
     if (parts.size() > kMostGathered && join(parts)) {
         gather_.push_back(asio::buffer(joined_));

@@ -31,9 +31,9 @@ class WriteQueue {
     // Moves the strings behind everything that waits.
     void append(std::span<std::string> parts);
     // Moves the strings behind the greeting's earlier ones and before all others: what waited
-    // while the connection was made goes out after what the new connection must hear first.
+    // while the connection was made goes out after what the new connection must hear first. The
+    // greeting is over with the next begin().
     void appendToGreeting(std::span<std::string> parts);
-    void endGreeting() { greeting_ = 0; }
 
     // Begins a write of everything that waits. Only while none is in flight and something waits.
     const GatherList& begin();

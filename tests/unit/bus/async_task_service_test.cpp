@@ -151,6 +151,20 @@ TEST(AsyncTaskService, DestructorStopsAndJoins) {
     EXPECT_EQ(ended, begun);
 }
 
+TEST(AsyncTaskService, TaskThatIsSetAgainReplacesTheSeries) {
+    AsyncTaskService service;
+    Diary diary(2);
+    std::atomic<int> replaced = 0;
+    const auto begin = steady_clock::now();
+    service.setPeriodicTask(1ms, [&] { ++replaced; });
+    service.setPeriodicTask(30ms, [&] { diary.write(); });
+    service.start();
+    ASSERT_TRUE(diary.wait());
+    EXPECT_EQ(replaced, 0);
+    EXPECT_GE(diary.entries()[0] - begin, 30ms);
+    EXPECT_GE(diary.entries()[1] - begin, 60ms);
+}
+
 TEST(AsyncTaskService, StopsBeforeItWasStartedAndWithoutATask) {
     AsyncTaskService idle;
     idle.stop();

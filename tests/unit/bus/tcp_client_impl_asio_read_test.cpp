@@ -138,6 +138,18 @@ TEST_F(TCPClientRead, CompletionsOfAReplacedSocketAreIgnored) {
     EXPECT_EQ(received_, "");
 }
 
+// The second chunk was read already, but its turn comes after the close.
+TEST_F(TCPClientRead, ChunkOfAReplacedSocketIsIgnored) {
+    collect();
+    ASSERT_TRUE(startAndConnect());
+    peer_.last().send(std::string(10'000, 'x'));
+    ASSERT_TRUE(until([this] { return chunks_ == 1; }));
+    client_->close("replaced");
+    ASSERT_TRUE(connected(2));
+    EXPECT_EQ(chunks_, 1);
+    EXPECT_THAT(reasons_, ElementsAre("replaced"));
+}
+
 // One recv takes the chunk, the other finds nothing more; one send answers.
 TEST_F(TCPClientRead, ChunkCostsTwoReceivesOneSendAndNoTimer) {
     client_->setOnData([this](const char*, std::size_t, const IpDetails&) {

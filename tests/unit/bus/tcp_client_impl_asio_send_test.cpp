@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "descriptors.h"
 #include "system_calls.h"
 #include "tcp_client_fixture.h"
 
@@ -209,6 +210,20 @@ TEST_F(TCPClientStuck, OneCallMayGoOverTheLimit) {
     EXPECT_EQ(send(std::vector<std::string>(1000, "x")), std::error_code());
     EXPECT_EQ(send(std::vector<std::string>(5000, "x")), std::error_code());
     EXPECT_EQ(send({"y"}).value(), kNoBufferSpace);
+}
+
+// The first write of all meets a socket that takes nothing.
+TEST_F(TCPClientStuck, FullSocketDoesNotHoldTheSender) {
+    ASSERT_TRUE(startAndConnect());
+    const int descriptor = descriptorOfConnectionTo(peer_.port());
+    std::string filled;
+    ssize_t taken = 0;
+    while ((taken = ::send(descriptor, big_.data(), big_.size(), MSG_DONTWAIT)) > 0) {
+        filled.append(static_cast<std::size_t>(taken), 'b');
+    }
+    EXPECT_EQ(send({"late"}), std::error_code());
+    peer_.last().resumeReading();
+    EXPECT_TRUE(peerHas(filled + "late"));
 }
 
 TEST_F(TCPClientStuck, StringsBehindAStuckWriteGoOutTogetherWhenItIsDone) {

@@ -61,11 +61,21 @@ TEST_F(TCPClientStop, MayBeCalledFromAnotherThreadAndTwice) {
     expectStopped();
 }
 
+TEST_F(TCPClientStop, IsPostedOnce) {
+    client_->stop();
+    client_->stop();
+    EXPECT_EQ(io_.poll(), 1u);
+}
+
 TEST_F(TCPClientStop, EndsAPendingReconnect) {
+    client_->setReconnectDelay(1h);
     ASSERT_TRUE(startAndConnect());
     client_->close("test");
     client_->stop();
-    runFor(io_, 60ms);
+    peer_.stopListening();
+    io_.restart();
+    io_.run_for(20s);
+    EXPECT_TRUE(io_.stopped());
     EXPECT_EQ(attempts_, 1);
 }
 

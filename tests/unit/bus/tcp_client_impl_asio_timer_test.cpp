@@ -114,6 +114,30 @@ TEST_F(TCPClientTimers, ConnectionClosedByOnIdleIsNotCheckedAgain) {
     EXPECT_THAT(reasons_, ElementsAre("idle"));
 }
 
+TEST_F(TCPClientTimers, ConnectionClosedByItsOwnerIsNotCheckedAgain) {
+    client_->setReconnectDelay(1h);
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(startAndConnect());
+    client_->close("enough");
+    runFor(io_, 4 * kPeriod);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_THAT(reasons_, ElementsAre("enough"));
+}
+
+TEST_F(TCPClientTimers, ConnectionClosedByTheReceiverIsNotCheckedAgain) {
+    client_->setReconnectDelay(1h);
+    client_->setOnData(
+        [this](const char*, std::size_t, const IpDetails&) { client_->close("heard enough"); });
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(startAndConnect());
+    peer_.last().send("x");
+    const bool dropped = closed();
+    runFor(io_, 4 * kPeriod);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    ASSERT_TRUE(dropped);
+    EXPECT_THAT(reasons_, ElementsAre("heard enough"));
+}
+
 TEST_F(TCPClientTimers, AfterItClosedTheConnectionTheIdleCheckRests) {
     client_->setReconnectDelay(1h);
     testing::internal::CaptureStderr();

@@ -134,10 +134,19 @@ TEST(WriteQueue, GreetingGoesAheadOfWhatWasKeptAside) {
     greet(queue, {"log", "in"});
     append(queue, {"late"});
     greet(queue, {"list"});
-    queue.endGreeting();
     append(queue, {"last"});
     EXPECT_THAT(texts(queue.begin()),
                 ElementsAre("log", "in", "list", "early", "bird", "late", "last"));
+}
+
+TEST(WriteQueue, GreetingIsOverWhenItIsWritten) {
+    WriteQueue queue;
+    greet(queue, {"a", "b"});
+    queue.begin();
+    append(queue, {"c"});
+    greet(queue, {"d"});
+    queue.took(2);
+    EXPECT_THAT(texts(queue.begin()), ElementsAre("d", "c"));
 }
 
 TEST(WriteQueue, GreetingIsMeasuredApart) {
