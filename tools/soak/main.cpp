@@ -37,8 +37,12 @@ int run(soak::Options options) {
     if (options.seed == 0) {
         options.seed = std::random_device{}();
     }
-    std::printf("soak: %g minutes, %g requests a second, seed %llu\n", options.minutes,
-                options.rate, static_cast<unsigned long long>(options.seed));
+    if (options.idleSeconds > 0) {
+        std::printf("soak: %g seconds of nothing\n", options.idleSeconds);
+    } else {
+        std::printf("soak: %g minutes, %g requests a second, seed %llu\n", options.minutes,
+                    options.rate, static_cast<unsigned long long>(options.seed));
+    }
     std::fflush(stdout);
     replaceLogSink([](int, const std::string&) {});
     soak::Soak soak(options);
