@@ -48,6 +48,11 @@ double processorMilliseconds(pid_t process) {
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
+std::string lastOf(const std::string& text) {
+    constexpr size_t kEnough = 4000;
+    return text.size() > kEnough ? text.substr(text.size() - kEnough) : text;
+}
+
 bool hasEnded(const std::filesystem::path& process) {
     return footprintOf(process).threads == 0 || footprintOf(process).residentKiB == 0;
 }
@@ -192,7 +197,8 @@ void Soak::stop() {
     daemon_.signal(SIGTERM);
     pumpUntil([this] { return hasEnded(process()); }, "the end of the daemon");
     if (const int status = daemon_.waitForEnd(); status != 0) {
-        report_.fail("the daemon ended with status " + std::to_string(status));
+        report_.fail("the daemon ended with status " + std::to_string(status) +
+                     ", its last words:\n" + lastOf(daemon_.error().text()));
     }
     for (const std::string& stray : siblings()) {
         report_.fail("a process was left in the frame: " + stray);
