@@ -93,12 +93,13 @@ void StatusPoll::tick() {
     ++ticks_;
 }
 
-// Another program may disable Ambrix for good; its marker is all that is seen of that.
+// Another program may disable Ambrix for good; its marker is all that is seen of that. The flag is
+// lowered first: a set that starts Ambrix meanwhile raises it again, and the next poll sees to that.
 void StatusPoll::followAmbrixShutOff() {
     if (state_.ambrixStarted() && machine_.exists(kAmbrixDisabledMarker)) {
+        state_.forgetAmbrixStarted();
         state_.switchAmbrix(false);
         state_.setInteger(kAmbrixEnabledKey, 0);
-        state_.forgetAmbrixStarted();
     }
 }
 

@@ -102,7 +102,7 @@ void makeFail(const harness::Frame& frame, std::string_view path) {
 void OnProduct::silencePoll() const {
     for (const std::string_view path :
          {paths::kBond, paths::kBondCopy, paths::kDetection, paths::kRegisters}) {
-        frame.remove(path);
+        hide(path);
     }
 }
 

@@ -50,7 +50,11 @@ class OnProduct : public OnBus {
   protected:
     explicit OnProduct(std::string_view name) : OnBus(name), product(name) {}
 
-    // Takes away what the status poll reads, so that it has nothing to say. What is left of it is
+    // Puts a file aside; the device behind it goes on, and show() brings it up to date.
+    void hide(std::string_view path) const { frame.tree().hide(path); }
+    void show(std::string_view path) const { frame.tree().show(path); }
+
+    // Puts aside what the status poll reads, so that it has nothing to say. What is left of it is
     // the battery's load, and the new…() calls leave that out.
     void silencePoll() const;
 

@@ -53,10 +53,9 @@ class Reactions : public OnProduct, public testing::WithParamInterface<Case> {
     void startPrepared() {
         frame.write(frame::paths::kNetwork, kNetworkByHand);
         reaction.prepare(frame);
-        const std::string bond = frame.read(bondFile());
         silencePoll();
         if (reaction.portsKnown) {
-            frame.write(bondFile(), bond);
+            show(bondFile());
         }
         startAndSettle();
         if (reaction.portsKnown) {
