@@ -83,7 +83,7 @@ void RedundantControllers::followRemoteAddress() const {
     if (strcasecmp(systemState_.productName().c_str(), "Tessara-5ru") != 0) {
         return;
     }
-    if (!machine_.exists(kKeliControlModeFile) || !machine_.exists(kRemoteControlModeFile)) {
+    if (!machine_.stats(kKeliControlModeFile) || !machine_.stats(kRemoteControlModeFile)) {
         logMessage(LOG_ERR,
                    "Received keliIpAdressChanged when not in KELI Control mode. Ignoring.");
         return;

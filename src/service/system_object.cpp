@@ -129,7 +129,7 @@ void SystemObject::setMember(const TarnInternalMessage& request, const cJSON* me
     {
         // Until the reaction is through, the poll leaves the network settings alone: an edit of the
         // file in the same moment must not replace what is asked for here.
-        const std::unique_lock<std::mutex> turn = systemState_.takeSettingsTurn();
+        const std::unique_lock<std::mutex> turn = systemState_.takeSettingsTurnFor(*param);
         if (param->setValueFromJSON(member) != 0) {
             send_(RSPMessage(request, kBadRequest));
             return;

@@ -89,6 +89,15 @@ std::unique_lock<std::mutex> SystemState::takeSettingsTurn() {
     return std::unique_lock(settingsTurn_);
 }
 
+std::unique_lock<std::mutex> SystemState::takeSettingsTurnFor(const ToskParam& param) {
+    for (const char* const key : {kIpAddressKey, kNetmaskKey, kGatewayKey}) {
+        if (findParam(key) == &param) {
+            return takeSettingsTurn();
+        }
+    }
+    return {};
+}
+
 std::unique_lock<std::mutex> SystemState::trySettingsTurn() {
     return std::unique_lock(settingsTurn_, std::try_to_lock);
 }

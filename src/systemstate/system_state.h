@@ -93,6 +93,8 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     // the poll only tries, and leaves its look at the file to the next tick.
     [[nodiscard]] std::unique_lock<std::mutex> takeSettingsTurn();
     [[nodiscard]] std::unique_lock<std::mutex> trySettingsTurn();
+    // The turn for a set of this parameter: an empty lock when it is none of the network settings.
+    [[nodiscard]] std::unique_lock<std::mutex> takeSettingsTurnFor(const ToskParam& param);
 
     // Reads the settings of network.conf. What the file does not say is left as it was; a file
     // that cannot be opened is logged as critical. Any thread.
@@ -114,8 +116,8 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     void switchFtp(bool enable);
     void switchAmbrix(bool enable);
     // Whether the daemon started Ambrix; the poll forgets it when Ambrix shut itself off.
-    bool ambrixStarted() const { return ambrixStarted_.get(); }
-    void forgetAmbrixStarted() { ambrixStarted_.set(false); }
+    bool ambrixStarted() const { return ambrixStarted_; }
+    void forgetAmbrixStarted() { ambrixStarted_ = false; }
 
   private:
     struct Reaction;
@@ -138,7 +140,8 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     SerialPorts serialPorts_ = makeSerialPorts();
     MasterSystemDetails masterDetails_;
     bool active_ = true;
-    Relaxed<bool> ambrixStarted_{false};
+    // Ordered: who sees it set also sees the value that the setting of the switch may have created.
+    std::atomic<bool> ambrixStarted_{false};
     ParamChanged paramChanged_;
     std::mutex settingsTurn_;
     std::atomic<std::thread::id> pollThread_{};

@@ -69,21 +69,35 @@ bool writeNetworkFile(const SystemState& state, const Machine& machine) {
         logMessage(LOG_ERR, "Error loading network params.\n");
         return false;
     }
+    const std::optional<std::string> before = machine.readFile(kNetworkFile);
     const WriteFailure failure =
         machine.writeFile(kNetworkFile, renderNetworkConf(ip, netmask, gateway));
     if (failure == WriteFailure::none) {
         logMessage(LOG_INFO, "ok\n");
-    } else {
-        logWriteFailure(failure);
+        return true;
     }
-    return failure == WriteFailure::none;
+    logWriteFailure(failure);
+    if (failure != WriteFailure::open && before) {
+        // A disk without room for the new settings must not cost the frame its old ones.
+        machine.writeFile(kNetworkFile, *before);
+    }
+    return false;
 }
 
-NetworkSettings heldSettings(const SystemState& state) {
-    const auto held = [&state](const char* key) {
-        return static_cast<uint32_t>(integerOf(state.findParam(key)).value_or(0));
-    };
-    return {held(kIpAddressKey), held(kNetmaskKey), held(kGatewayKey)};
+// The settings as the parameters show them; nothing when one shows a number that is wider than what
+// went into the file, which the poll then corrects.
+std::optional<NetworkSettings> shownSettings(const SystemState& state) {
+    NetworkSettings settings;
+    for (const auto& [key, setting] :
+         {std::pair(kIpAddressKey, &settings.ip), std::pair(kNetmaskKey, &settings.netmask),
+          std::pair(kGatewayKey, &settings.gateway)}) {
+        const int64_t held = integerOf(state.findParam(key)).value_or(0);
+        *setting = static_cast<uint32_t>(held);
+        if (*setting != held) {
+            return std::nullopt;
+        }
+    }
+    return settings;
 }
 
 void runAll(Machine& machine, std::initializer_list<const char*> commands) {
@@ -144,8 +158,9 @@ int SystemState::config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway) {
         return 1;
     }
     logMessage(LOG_INFO, "changed. restarting S40network and S81ambrix\n");
-    if (writeNetworkFile(*this, machine_)) {
-        poll_->noteWritten(heldSettings(*this));
+    const bool written = writeNetworkFile(*this, machine_);
+    if (const std::optional<NetworkSettings> shown = shownSettings(*this); written && shown) {
+        poll_->noteWritten(*shown);
     }
     restartNetworkServices(machine_, stored.ip != wanted.ip);
     return 0;

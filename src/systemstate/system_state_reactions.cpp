@@ -90,8 +90,8 @@ void SystemState::applyNetworkSettings(ToskParam& /*param*/) {
 
 template <void (SystemState::*apply)(bool)>
 void SystemState::switchService(ToskParam& param) {
-    if (const std::optional<int64_t> enable = integerOf(&param)) {
-        (this->*apply)(*enable != 0);
+    if (const std::optional<bool> enable = isNonZero(param)) {
+        (this->*apply)(*enable);
     }
 }
 
@@ -106,7 +106,7 @@ void SystemState::switchFtp(bool enable) {
 void SystemState::switchAmbrix(bool enable) {
     stopAmbrix(machine_, edition());
     if (enable) {
-        ambrixStarted_.set(true);
+        ambrixStarted_ = true;
         startAmbrix(machine_, edition());
     }
 }

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "support/file_size_limit.h"
 #include "system_state_fixture.h"
 
 namespace {
@@ -310,6 +311,33 @@ TEST_F(NetworkTest, FileThatCannotBeSyncedIsReported) {
     EXPECT_EQ(printedBySet("system.gateway", "167772162"), "");
     EXPECT_EQ(lines.back(),
               (Line{LOG_ERR, "Error syncing /vantor/etc/network.conf: Invalid argument\n"}));
+}
+
+TEST_F(NetworkTest, DiskWithoutRoomKeepsTheOldSettingsInTheFile) {
+    const std::string old = "IPADDR=1.1.1.1\nNETMASK=2.2.2.2\nGATEWAY=3.3.3.3\n";
+    root.write(kNetworkFile, old);
+    run();
+    {
+        const FileSizeLimit room(old.size());
+        set("system.gateway", "167772162");
+    }
+    EXPECT_EQ(file(), old);
+    EXPECT_EQ(valueOf("system.gateway"), "167772162") << "held values stay";
+    state->poll();
+    state->poll();
+    EXPECT_EQ(valueOf("system.ipAddress"), std::to_string(0x01010101));
+}
+
+TEST_F(NetworkTest, NumberWiderThanAnAddressIsCorrectedByTheNextPoll) {
+    run();
+    state->poll();
+    set("system.ipAddress", std::to_string(0x100000000 + 0x0A000006));
+    EXPECT_EQ(valueOf("system.ipAddress"), std::to_string(0x100000000 + 0x0A000006));
+    state->poll();
+    EXPECT_EQ(valueOf("system.ipAddress"), std::to_string(0x0A000006));
+    set("system.gateway", "-1062731519");
+    state->poll();
+    EXPECT_EQ(valueOf("system.gateway"), std::to_string(0xC0A80101));
 }
 
 TEST_F(NetworkTest, ParameterThatHoldsNoAddressKeepsTheFile) {

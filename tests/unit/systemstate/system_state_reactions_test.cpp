@@ -10,6 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 using testing::StartsWith;
 
 class Reactions : public SystemStateTest {
@@ -347,6 +348,19 @@ TEST_P(SerialReaction, TakesTheConnection) {
 INSTANTIATE_TEST_SUITE_P(Table, SerialReaction, testing::Values(0U, 1U, 2U));
 
 // A state file can bring a switch with a value of another kind; it cannot bring anything down.
+TEST_F(Reactions, SwitchRestoredAsAFloatWorksLikeAnyOther) {
+    run();
+    auto odd = std::make_unique<ToskParam>();
+    odd->setOid(ToskOID("system.ambrixEnabled", 1));
+    odd->setType(kTypeFloat);
+    odd->setListener(state.get());
+    state->device()->addParam(std::move(odd));
+    EXPECT_EQ(set("system.ambrixEnabled", "0"), 0);
+    EXPECT_THAT(machine->take(), SizeIs(2)) << "stopped";
+    EXPECT_EQ(set("system.ambrixEnabled", "1"), 0);
+    EXPECT_THAT(machine->take(), SizeIs(4)) << "stopped and started";
+}
+
 TEST_F(Reactions, SwitchThatIsNoNumberSwitchesNothing) {
     run();
     auto odd = std::make_unique<ToskParam>();
