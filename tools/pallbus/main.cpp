@@ -3,6 +3,8 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <stdexcept>
+#include <string>
 #include <system_error>
 
 #include <asio/io_context.hpp>
@@ -69,9 +71,7 @@ int serve(const Options& options) {
     return 0;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     Options options;
     CLI::App app(kAbout, "pallbus");
     describe(app, options);
@@ -81,8 +81,18 @@ int main(int argc, char** argv) {
     try {
         return serve(options);
     } catch (const std::system_error& error) {
-        std::fprintf(stderr, "pallbus: port %u: %s\n", options.port,
-                     error.code().message().c_str());
+        throw std::runtime_error("port " + std::to_string(options.port) + ": " +
+                                 error.code().message());
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "pallbus: %s\n", error.what());
         return 1;
     }
 }

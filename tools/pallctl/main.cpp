@@ -2,6 +2,9 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
 #include <functional>
 #include <string>
 #include <vector>
@@ -84,9 +87,7 @@ void describeVerbs(CLI::App& app, Options& options) {
     });
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     Options options;
     CLI::App app(kAbout, "pallctl");
     app.require_subcommand(1);
@@ -102,4 +103,15 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     replaceLogSink([](int, const std::string&) {});
     return options.run(reachOf(options));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "pallctl: %s\n", error.what());
+        return 1;
+    }
 }

@@ -4,7 +4,7 @@
 
 // All of what an App is made of: with less, its parts lack their virtual tables under some
 // compilers.
-#include <CLI/App.hpp>
+#include <CLI/CLI.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 

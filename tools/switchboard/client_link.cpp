@@ -11,7 +11,7 @@ namespace pallbus {
 namespace {
 
 // A buffer that once held a large frame is not kept for small ones.
-constexpr size_t kKeptCapacity = 1024 * 1024;
+constexpr size_t kKeptCapacity = size_t{1024} * 1024;
 
 void empty(std::string& buffer) {
     if (buffer.capacity() > kKeptCapacity) {

@@ -24,7 +24,7 @@ class ClientLink : public std::enable_shared_from_this<ClientLink> {
 
     static constexpr size_t kChunk = 16384;
     // A client that leaves more unread is lost: its memory is the bus's. The largest frame fits.
-    static constexpr size_t kMostWaitingBytes = 32u * 1024 * 1024;
+    static constexpr size_t kMostWaitingBytes = size_t{32} * 1024 * 1024;
 
     explicit ClientLink(asio::ip::tcp::socket socket);
 
