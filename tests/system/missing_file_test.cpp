@@ -1,0 +1,162 @@
+// Files and programs that are missing or unusable: what stays as it was, and what is said.
+
+#include "frame/devices.h"
+#include "frame/paths.h"
+#include "on_product.h"
+
+using namespace harness;
+using testing::Each;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+namespace paths = frame::paths;
+
+namespace {
+
+constexpr const char* kConverterMissing = "open xadc: No such file or directory\n";
+constexpr const char* kConverterShort = "xadc read too small\n";
+
+class Missing : public OnProduct {
+  protected:
+    explicit Missing(std::string_view name = "KELI") : OnProduct(name) {}
+
+    void waitForPorts() { waitForAnnouncement("ethPort2Status", "2"); }
+
+    // Sees a poll come and go by a cable.
+    void waitForAPoll() {
+        frame::setCable(frame.tree(), "eth1", cable_ = !cable_);
+        waitForAnnouncement("ethPort2Status", cable_ ? "2" : "0");
+    }
+
+    void expectLogWithout(const std::string& part) {
+        EXPECT_THAT(log.linesUntilNow(),
+                    Each(testing::Field(&LogLine::text, Not(HasSubstr(part)))));
+    }
+
+  private:
+    bool cable_ = true;
+};
+
+class MissingBond : public Missing, public testing::WithParamInterface<const char*> {
+  protected:
+    MissingBond() : Missing(GetParam()) {}
+
+    std::string_view file = onTessaraFrame(product) ? paths::kBondCopy : paths::kBond;
+};
+
+INSTANTIATE_TEST_SUITE_P(On, MissingBond, testing::Values("Quorane", "Tessara"),
+                         [](const auto& one) { return identifierOf(one.param); });
+
+TEST_P(MissingBond, LeavesThePortsAsTheyAre) {
+    hide(file);
+    startAndSettle();
+    waitForAnnouncement("battVoltage");
+    EXPECT_EQ(valueOf("ethPort1Status"), "0");
+    expectLogWithout("ETHERNET");
+    show(file);
+    waitForPorts();
+    frame.write(file, "Currently Active Slave: eth1\n\nSlave Interface: eth0\nMII Status: down\n");
+    frame::setSupply(frame.tree(), 1, 6);
+    waitForAnnouncement("psu1Voltage");
+    waitForAnnouncement("psu1Voltage");
+    EXPECT_EQ(valueOf("ethPort1Status"), "1") << "too few blocks";
+    EXPECT_EQ(daemon->error().text(), "");
+}
+
+class MissingConverter : public Missing {
+  protected:
+    void expectNoVoltages() {
+        EXPECT_EQ(valueOf("battVoltage"), "-1");
+        EXPECT_EQ(valueOf("psu1Voltage"), "0");
+        EXPECT_EQ(daemon->output().text().find("BATT"), std::string::npos);
+    }
+};
+
+TEST_F(MissingConverter, IsToldOfEachTimeAndLeavesTheVoltagesAsTheyAre) {
+    hide(paths::kRegisters);
+    startAndSettle();
+    daemon->error().waitFor(std::string(kConverterMissing) + kConverterMissing);
+    log.waitFor("Battery Sample = OFF");
+    EXPECT_EQ(log.waitFor("sec[0]"), info("sec[0]  ADC CHAN 13=0\n"));
+    expectNoVoltages();
+    show(paths::kRegisters);
+    waitForAnnouncement("psu1Voltage");
+    EXPECT_EQ(valueOf("battVoltage"), "-1") << "sampled again in 150 polls";
+}
+
+TEST_F(MissingConverter, ThatIsCutShortIsToldOfToo) {
+    const std::string dump = frame.read(paths::kRegisters);
+    hide(paths::kRegisters);
+    frame.write(paths::kRegisters, dump.substr(0, 263));
+    startAndSettle();
+    daemon->error().waitFor(std::string(kConverterShort) + kConverterShort);
+    expectNoVoltages();
+}
+
+TEST_F(MissingConverter, ThatIsGarbledIsToldOfOnceInTheLog) {
+    hide(paths::kRegisters);
+    frame.write(paths::kRegisters, std::string(600, 'x'));
+    startAndSettle();
+    EXPECT_EQ(log.waitFor("registers").priority, error("").priority);
+    waitForAPoll();
+    waitForAPoll();
+    expectNoVoltages();
+    EXPECT_THROW(log.waitFor("registers", Deadline(std::chrono::milliseconds(0))), TimedOut);
+    EXPECT_EQ(daemon->error().text(), "");
+}
+
+TEST_F(Missing, DevmemLeavesTheBatteryWithoutItsLoad) {
+    frame.remove("/sbin/devmem");
+    frame::setBattery(frame.tree(), 2.8);
+    startAndSettle();
+    EXPECT_NEAR(std::stod(waitForAnnouncement("battVoltage")), 3.05, 3.38 / 4096);
+    daemon->error().waitFor("devmem");
+}
+
+TEST_F(Missing, BuildInformationIsSaidInTheVersion) {
+    silencePoll();
+    hide(paths::kBuild);
+    startAndSettle();
+    EXPECT_EQ(valueOf("version"), "\"read error\"");
+}
+
+class MissingOnQuorane : public Missing {
+  protected:
+    MissingOnQuorane() : Missing("Quorane") { hide(paths::kRegisters); }
+};
+
+TEST_F(MissingOnQuorane, IfenslaveLeavesThePortsAsTheyAre) {
+    frame.remove("/sbin/ifenslave");
+    startAndSettle();
+    waitForPorts();
+    mark();
+    set(R"({"activeEthernet":1})");
+    waitForAnnouncement("activeEthernet", "1");
+    bus.waitFor("RSP", "system");
+    daemon->error().waitFor("ifenslave");
+    waitForAPoll();
+    EXPECT_EQ(valueOf("ethPort1Status"), "1");
+    EXPECT_EQ(valueOf("activeEthernet"), "1") << "what was asked for";
+    EXPECT_THAT(newCommands(), IsEmpty());
+}
+
+// Everything that is read while the daemon runs, at once: it goes on, and comes back with the
+// files.
+TEST_F(Missing, EverythingLeavesTheDaemonServing) {
+    silencePoll();
+    hide(paths::kNetwork);
+    hide(paths::kBuild);
+    hide(paths::kAddress);
+    startAndSettle();
+    daemon->error().waitFor(kConverterMissing);
+    EXPECT_EQ(valueOf("ipAddress"), "0");
+    EXPECT_EQ(valueOf("ethPort1Status"), "0");
+    for (const std::string_view path : {paths::kBond, paths::kRegisters, paths::kNetwork}) {
+        show(path);
+    }
+    waitForPorts();
+    waitForAnnouncement("psu2Voltage");
+    EXPECT_EQ(valueOf("ipAddress"), "167772165");
+}
+
+}  // namespace
