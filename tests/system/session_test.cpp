@@ -1,7 +1,6 @@
 #include <signal.h>
 
 #include <algorithm>
-#include <regex>
 #include <sstream>
 
 #include "pallframe_process.h"
@@ -28,11 +27,22 @@ INSTANTIATE_TEST_SUITE_P(Products, Session,
                          testing::Values("Quorane", "Tessara", "Tessara-5ru", "QuoraneBrio",
                                          "KELI"));
 
+// Cells of a line, which two blanks or more part, with a bar between them.
+std::string joined(const std::string& line) {
+    std::string cells;
+    for (size_t at = 0; at < line.size();) {
+        const size_t end = std::min(line.find("  ", at), line.size());
+        cells += (cells.empty() ? "" : "|") + line.substr(at, end - at);
+        at = std::min(line.find_first_not_of(' ', end), line.size());
+    }
+    return cells;
+}
+
 std::string cellsOf(const std::string& table, const std::string& name) {
     std::istringstream lines(table);
     for (std::string line; std::getline(lines, line);) {
         if (line.find(name + " ") == 0) {
-            return std::regex_replace(line, std::regex(" {2,}"), "|");
+            return joined(line);
         }
     }
     return "no line of " + name;
