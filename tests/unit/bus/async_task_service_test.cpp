@@ -99,16 +99,16 @@ TEST(AsyncTaskService, RunsThatALongOneDelayedFollowItAtOnce) {
     Diary diary(4);
     std::atomic<bool> first = true;
     const auto begin = steady_clock::now();
-    service.setPeriodicTask(20ms, [&] { diary.write(first.exchange(false) ? 70ms : 0ms); });
+    service.setPeriodicTask(100ms, [&] { diary.write(first.exchange(false) ? 350ms : 0ms); });
     service.start();
     ASSERT_TRUE(diary.wait());
     service.stop();
     const auto entries = diary.entries();
-    // Due at 20, 40, 60 and 80 ms; the first lasts until 90 ms or later.
+    // Due at 100, 200, 300 and 400 ms; the first lasts until 450 ms or later.
     for (std::size_t run = 1; run < 4; ++run) {
-        EXPECT_GE(entries[run] - begin, 90ms) << run;
+        EXPECT_GE(entries[run] - begin, 450ms) << run;
     }
-    EXPECT_LT(entries[3] - entries[1], 20ms);
+    EXPECT_LT(entries[3] - entries[1], 100ms);
 }
 
 TEST(AsyncTaskService, StopWaitsForTheRunningTaskAndEndsTheSeries) {

@@ -28,6 +28,7 @@ class TCPClientTimers : public TCPClientTest {
             reasons_.push_back(reason);
             closed_ = steady_clock::now();
         });
+        client_->setOnIdle([this] { idles_.push_back(steady_clock::now()); });
         client_->setOnConnect([this](std::error_code error) {
             connectTime_ = steady_clock::now();
             return std::error_code(error);
@@ -38,6 +39,7 @@ class TCPClientTimers : public TCPClientTest {
     }
 
     std::vector<std::string> reasons_;
+    std::vector<steady_clock::time_point> idles_;
     steady_clock::time_point connectTime_;
     steady_clock::time_point closed_;
 };
@@ -78,10 +80,10 @@ TEST_F(TCPClientTimers, IdleTimeCountsFromTheLastReceivedData) {
 TEST_F(TCPClientTimers, DataOncePerPeriodKeepsTheConnection) {
     int chunks = 0;
     client_->setOnData([&](const char*, std::size_t, const IpDetails&) { ++chunks; });
-    client_->setIdlePeriod(200ms);
+    client_->setIdlePeriod(500ms);
     ASSERT_TRUE(startAndConnect());
-    for (int reply = 1; reply <= 6; ++reply) {
-        runFor(io_, 100ms);
+    for (int reply = 1; reply <= 7; ++reply) {
+        runFor(io_, 200ms);
         peer_.last().send("x");
         ASSERT_TRUE(until([&] { return chunks == reply; }));
     }
@@ -90,16 +92,14 @@ TEST_F(TCPClientTimers, DataOncePerPeriodKeepsTheConnection) {
 }
 
 TEST_F(TCPClientTimers, OnIdleIsCalledAfterOnePeriod) {
-    std::vector<steady_clock::time_point> idles;
-    client_->setOnIdle([&] { idles.push_back(steady_clock::now()); });
     testing::internal::CaptureStderr();
     ASSERT_TRUE(startAndConnect());
     const bool dropped = closed();
     testing::internal::GetCapturedStderr();
     ASSERT_TRUE(dropped);
-    ASSERT_EQ(idles.size(), 1u);
-    EXPECT_GE(idles[0] - connectTime_, kPeriod);
-    EXPECT_LT(idles[0], closed_);
+    ASSERT_EQ(idles_.size(), 1u);
+    EXPECT_GE(idles_[0] - connectTime_, kPeriod);
+    EXPECT_LT(idles_[0], closed_);
 }
 
 TEST_F(TCPClientTimers, ConnectionClosedByOnIdleIsNotCheckedAgain) {
@@ -122,6 +122,7 @@ TEST_F(TCPClientTimers, ConnectionClosedByItsOwnerIsNotCheckedAgain) {
     runFor(io_, 4 * kPeriod);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_THAT(reasons_, ElementsAre("enough"));
+    EXPECT_TRUE(idles_.empty());
 }
 
 TEST_F(TCPClientTimers, ConnectionClosedByTheReceiverIsNotCheckedAgain) {
@@ -136,6 +137,7 @@ TEST_F(TCPClientTimers, ConnectionClosedByTheReceiverIsNotCheckedAgain) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     ASSERT_TRUE(dropped);
     EXPECT_THAT(reasons_, ElementsAre("heard enough"));
+    EXPECT_TRUE(idles_.empty());
 }
 
 TEST_F(TCPClientTimers, AfterItClosedTheConnectionTheIdleCheckRests) {
@@ -162,15 +164,17 @@ TEST_F(TCPClientTimers, IdleCheckIsBackWithTheNextConnection) {
 // An external command may hold the loop for a minute.
 TEST_F(TCPClientTimers, ReceiverThatTakesLongKeepsItsConnection) {
     bool done = false;
+    int beats = 0;
     client_->setOnData([&](const char*, std::size_t, const IpDetails&) {
         std::this_thread::sleep_for(4 * kPeriod);
+        beats = 0;
         done = true;
     });
+    client_->setHeartbeat(5ms, [&] { ++beats; });
     ASSERT_TRUE(startAndConnect());
     peer_.last().send("x");
     ASSERT_TRUE(until([&] { return done; }));
-    io_.restart();
-    io_.poll();
+    ASSERT_TRUE(until([&] { return beats == 2; }));
     EXPECT_TRUE(client_->connected());
     EXPECT_TRUE(reasons_.empty());
 }
