@@ -9,7 +9,7 @@ namespace lumo {
 namespace {
 
 // A batch larger than this gives its memory back when it is written.
-constexpr std::size_t kKeptJoined = 64 * 1024;
+constexpr std::size_t kKeptJoined = std::size_t{64} * 1024;
 
 }  // namespace
 
