@@ -92,6 +92,29 @@ TEST_F(Service, IgnoresMessagesOfOtherTypes) {
     }
 }
 
+// The bus's own questions are answered by the client, and reach the object like all others.
+TEST_F(Service, IsAskedWhetherItIsReadyBesidesItsValues) {
+    start();
+    bus.get("system", R"({"id":"1@5","param":{"objectName":["systemName","moduleReady"]}})");
+    EXPECT_EQ(bus.receive().at({"param", "moduleReady", "ready"}), "false");
+    EXPECT_THAT(sentUntilNow(), ElementsAre(valueAnswer(R"({"systemName":"System"})")));
+    bus.get("system.connection", R"({"id":"1@5","param":{"objectName":["moduleReady"]}})");
+    bus.get("system", R"({"id":"1@5","param":{"objectName":["ModuleReady"]}})");
+    bus.get("system", R"({"id":"1@5","paramDescriptor":{"objectName":["moduleReady"]}})");
+    EXPECT_THAT(sentUntilNow(), IsEmpty());
+}
+
+TEST_F(Service, HasNoAnswerToABareMasterState) {
+    start();
+    for (const char* type : {"RSP", "NOT"}) {
+        bus.send(type, "system", 0, 8, R"({"id":"1@bus","param":{"kelMasterState":"active"}})");
+        bus.send(type, "system", 0, 8, R"({"id":"1@bus","param":{"kelMasterState":7}})");
+        bus.send(type, "system", 0, 8, R"({"id":"1@bus"})");
+    }
+    EXPECT_THAT(sentUntilNow(), IsEmpty());
+    log.waitFor("handleSystemKelMasterStateRspMsg: [\"RSP\", \"system\", 0, 8, 0]\n");
+}
+
 TEST_F(Service, AnswersEachMemberInItsTurn) {
     start();
     set(R"({"systemState":{"active":false},"systemName":"Studio","nothing":1,)"
