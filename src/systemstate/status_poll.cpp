@@ -94,7 +94,8 @@ void StatusPoll::tick() {
 }
 
 // Another program may disable Ambrix for good; its marker is all that is seen of that. The flag is
-// lowered first: a set that starts Ambrix meanwhile raises it again, and the next poll sees to that.
+// lowered first: a set that starts Ambrix meanwhile raises it again, and the next poll sees to
+// that.
 void StatusPoll::followAmbrixShutOff() {
     if (state_.ambrixStarted() && machine_.exists(kAmbrixDisabledMarker)) {
         state_.forgetAmbrixStarted();

@@ -79,7 +79,8 @@ class SwitchboardTest : public testing::Test {
     Switchboard::Deliver deliver_ = [this](ClientID client, const std::string& frame) {
         sent_.emplace_back(client, frame);
     };
-    Switchboard board_{[this](ClientID client, const std::string& frame) { deliver_(client, frame); }};
+    Switchboard board_{
+        [this](ClientID client, const std::string& frame) { deliver_(client, frame); }};
     CapturedLog log_;
 };
 
