@@ -49,14 +49,14 @@ class Resources : public OnBus {
 };
 
 TEST_F(Resources, CommandsInTheBackgroundInheritTheStandardStreamsAlone) {
-    start();
     frame.writeProgram(kWatch, std::string("#!/bin/sh\n") + kStandIn + "\n");
+    start();  // which starts one
     constexpr size_t kTimes = 10;
     for (size_t i = 0; i < kTimes; ++i) {
         set(R"({"ambrixEnabled":1})");
         sentUntilNow();
     }
-    waitUntil([this] { return processesOf("sleep 1000 ").size() == kTimes; }, "the watches");
+    waitUntil([this] { return processesOf("sleep 1000 ").size() == 1 + kTimes; }, "the watches");
     for (const ProcessEntry& watch : processesOf("sleep 1000 ")) {
         const std::vector<std::string> open = descriptorsOf(watch.proc);
         EXPECT_THAT(open, SizeIs(3));

@@ -5,6 +5,7 @@
 #include "frame/furnish.h"
 #include "frame/paths.h"
 #include "frame/programs.h"
+#include "process_table.h"
 
 namespace harness {
 
@@ -14,6 +15,7 @@ Frame::Frame(std::string_view product) {
     if (chosen == nullptr) {
         throw frame::BadRequest("no product " + std::string(product));
     }
+    waitUntilAlone();  // what an earlier life left running would write into this one
     frame::furnish(tree_, *chosen);
     frame::setPause(tree_, "S40network", 0);
 }

@@ -14,7 +14,8 @@ namespace harness {
 // files have their real paths. Programs of the frame take no time unless told to.
 class Frame {
   public:
-    // Throws frame::BadRequest outside of a simulated frame, before touching anything.
+    // Waits for programs that an earlier one left running. Throws frame::BadRequest outside of a
+    // simulated frame, before touching anything, and TimedOut.
     explicit Frame(std::string_view product = "Quorane");
 
     // For the devices: frame::setCable(frame.tree(), "eth0", false).

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <set>
 #include <sstream>
 
 namespace harness {
@@ -38,6 +39,15 @@ ProcessEntry readProcess(const fs::path& proc) {
     return entry;
 }
 
+std::set<std::string> selfAndAncestors() {
+    std::set<std::string> names;
+    std::string name = fs::read_symlink(processRoot() / "self");
+    while (!name.empty() && names.insert(name).second) {
+        name = readProcess(processRoot() / name).parent;
+    }
+    return names;
+}
+
 bool isOfThisFrame(const fs::path& proc) {
     std::error_code gone;
     const fs::path space = fs::read_symlink(proc / "ns/pid", gone);
@@ -45,6 +55,18 @@ bool isOfThisFrame(const fs::path& proc) {
 }
 
 }  // namespace
+
+void waitUntilAlone(const Deadline& deadline) {
+    const std::set<std::string> family = selfAndAncestors();
+    const auto isFamily = [&](const ProcessEntry& entry) {
+        return family.contains(entry.proc.filename());
+    };
+    const auto alone = [&] {
+        const std::vector<ProcessEntry> all = processes();
+        return std::all_of(all.begin(), all.end(), isFamily);
+    };
+    waitUntil(alone, "the frame's other processes to end", deadline);
+}
 
 fs::path processRoot() {
     return fs::exists("/run/proc") ? "/run/proc" : "/proc";

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "deadline.h"
+
 namespace harness {
 
 // A process of this frame as the kernel shows it (proc(5)).
@@ -19,6 +21,10 @@ struct ProcessEntry {
 
 // All processes of this frame at this moment.
 std::vector<ProcessEntry> processes();
+
+// Waits until this process has the frame to itself, but for those that it was started by. Throws
+// TimedOut.
+void waitUntilAlone(const Deadline& deadline = Deadline());
 
 // Where /proc is by number: the frame's own one has no place for the bonding file.
 std::filesystem::path processRoot();
