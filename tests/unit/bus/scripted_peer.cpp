@@ -104,9 +104,9 @@ void PeerSession::readBytes() {
     }
 }
 
-ScriptedPeer::ScriptedPeer(asio::io_service& io, int receiveBuffer)
-    : receiveBuffer_(receiveBuffer), acceptor_(io) {
+ScriptedPeer::ScriptedPeer(asio::io_service& io) : acceptor_(io) {
     std::signal(SIGPIPE, SIG_IGN);
+    bind();
     listen();
 }
 
@@ -118,17 +118,18 @@ ScriptedPeer::~ScriptedPeer() {
 
 void ScriptedPeer::stopListening() {
     acceptor_.close();
+    bind();
+}
+
+void ScriptedPeer::bind() {
+    acceptor_.open(tcp::v4());
+    acceptor_.set_option(tcp::acceptor::reuse_address(true));
+    acceptor_.bind({asio::ip::address_v4::loopback(), static_cast<std::uint16_t>(port_)});
+    port_ = acceptor_.local_endpoint().port();
 }
 
 void ScriptedPeer::listen() {
-    acceptor_.open(tcp::v4());
-    acceptor_.set_option(tcp::acceptor::reuse_address(true));
-    if (receiveBuffer_ > 0) {
-        acceptor_.set_option(asio::socket_base::receive_buffer_size(receiveBuffer_));
-    }
-    acceptor_.bind({asio::ip::address_v4::loopback(), static_cast<std::uint16_t>(port_)});
     acceptor_.listen();
-    port_ = acceptor_.local_endpoint().port();
     accept();
 }
 

@@ -48,15 +48,15 @@ class PeerSession : public std::enable_shared_from_this<PeerSession> {
 // and writes with read() and write(), so that the client's own send() and recv() can be counted.
 class ScriptedPeer {
   public:
-    // Listens on a free port. A small receive buffer lets a writer get stuck soon.
-    explicit ScriptedPeer(asio::io_service& io, int receiveBuffer = 0);
+    // Listens on a free port.
+    explicit ScriptedPeer(asio::io_service& io);
     // Ends all connections.
     ~ScriptedPeer();
     ScriptedPeer(const ScriptedPeer&) = delete;
     ScriptedPeer& operator=(const ScriptedPeer&) = delete;
 
     std::int32_t port() const { return port_; }
-    // Nobody listens any more; connections stay.
+    // Nobody listens any more; connections stay, and nobody else gets the port.
     void stopListening();
     // Listens again, on the same port.
     void listen();
@@ -68,9 +68,9 @@ class ScriptedPeer {
     PeerSession& last() { return *sessions_.back(); }
 
   private:
+    void bind();
     void accept();
 
-    const int receiveBuffer_;
     asio::ip::tcp::acceptor acceptor_;
     std::int32_t port_ = 0;
     bool acceptPaused_ = false;

@@ -16,9 +16,7 @@
 // A client and the peer that it connects to, on one loop. Reconnects after 20 ms.
 class TCPClientTest : public testing::Test {
   protected:
-    explicit TCPClientTest(int peerReceiveBuffer = 0) : peer_(io_, peerReceiveBuffer) {
-        client_ = makeClient(peer_.port());
-    }
+    TCPClientTest() { client_ = makeClient(peer_.port()); }
 
     std::unique_ptr<lumo::TCPClientImplAsio> makeClient(std::int32_t port) {
         auto client = std::make_unique<lumo::TCPClientImplAsio>(io_, "127.0.0.1", port);
@@ -45,6 +43,6 @@ class TCPClientTest : public testing::Test {
     }
 
     asio::io_service io_;
-    ScriptedPeer peer_;
+    ScriptedPeer peer_{io_};
     std::unique_ptr<lumo::TCPClientImplAsio> client_;
 };

@@ -153,7 +153,7 @@ TEST_F(TCPClientThreads, FloodDoesNotDelayTheReconnect) {
         EXPECT_GE(times_[attempt] - times_[attempt - 1], 100ms);
         EXPECT_LT(times_[attempt] - times_[attempt - 1], 1s);
     }
-    EXPECT_GT(flood.sent(), 100);
+    EXPECT_GT(flood.sent(), 10);
     peer_.listen();
     EXPECT_TRUE(connected(2));
 }
