@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "program/command_line.h"
+
+// What the program can be told to do. Each part adds its words to the command line and, when these
+// are what was given, leaves what is to be done.
+
+namespace pallbus {
+
+struct CommandLine {
+    uint16_t port = 15000;          // of the bus, with every verb
+    std::function<int()> toBeDone;  // gives the exit status; may throw std::exception
+};
+
+// Without a verb: to be the bus.
+void addRun(CLI::App& app, CommandLine& line);
+
+}  // namespace pallbus
