@@ -1,12 +1,57 @@
 #include "program/command_line.h"
 
+#include <algorithm>
 #include <string>
 
-void finishCommandLine(CLI::App& app) {
-    app.set_version_flag("--version", app.get_name() + " " PALLWATCH_VERSION);
-    app.failure_message([](const CLI::App* program, const CLI::Error& error) {
-        return program->get_name() + ": " + error.what() + " (--help tells more)\n";
+namespace {
+
+void explainItself(CLI::App& app) {
+    app.formatter_fn([](const CLI::App* asked, std::string name, CLI::AppFormatMode) {
+        return helpText(*asked, name);
     });
+    app.get_help_ptr()->description("Print this and end");
+    for (CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
+        explainItself(*verb);
+    }
+}
+
+// The app or verb that the words got to before they made no sense.
+const CLI::App& reached(const CLI::App& app) {
+    const auto verbs = app.get_subcommands();
+    return verbs.empty() ? app : reached(*verbs.back());
+}
+
+std::string problem(const CLI::App& app, const CLI::Error& error) {
+    const CLI::App& verb = reached(app);
+    if (verb.get_require_subcommand_min() == 0) {
+        return error.what();
+    }
+    for (const CLI::App* asked = &verb; asked != nullptr; asked = asked->get_parent()) {
+        const auto words = asked->remaining();
+        if (!words.empty()) {
+            return (words[0].starts_with("-") ? "no option '" : "no verb '") + words[0] + "'";
+        }
+    }
+    return error.get_name() == "RequiredError" ? "a verb is required" : error.what();
+}
+
+// What was typed may hold line ends.
+std::string onOneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char byte) { return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f'; }, '?');
+    return text;
+}
+
+}  // namespace
+
+void finishCommandLine(CLI::App& app) {
+    app.set_version_flag("--version", app.get_name() + " " PALLWATCH_VERSION, "Print the version");
+    app.failure_message([](const CLI::App* program, const CLI::Error& error) {
+        return program->get_name() + ": " + onOneLine(problem(*program, error)) +
+               " (--help tells more)\n";
+    });
+    explainItself(app);
 }
 
 std::optional<int> readCommandLine(CLI::App& app, int argc, const char* const* argv) {

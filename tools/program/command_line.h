@@ -2,18 +2,15 @@
 
 #include <optional>
 
-// All of what an App is made of: with less, its parts lack their virtual tables under some
-// compilers.
-#include <CLI/CLI.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
+#include "program/help_text.h"
 
 // What the programs for people have in common on their command lines.
 
 // Status of a program that did not understand its command line.
 inline constexpr int kBadUsage = 2;
 
-// Adds --version, and has every complaint begin with the program's name and fit one line.
+// Adds --version, gives help its form (help_text.h), and has every complaint begin with the
+// program's name and fit one line. To be called when all verbs are there.
 void finishCommandLine(CLI::App& app);
 
 // Reads the command line into the app's options. Nothing when the program is to go on; otherwise

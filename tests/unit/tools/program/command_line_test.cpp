@@ -44,6 +44,25 @@ TEST_F(CommandLineTest, ComplainsInOneLine) {
     EXPECT_EQ(output_, "");
 }
 
+TEST_F(CommandLineTest, KeepsToOneLineWhateverWasTyped) {
+    EXPECT_EQ(read("--pr\not\x1b[2J"), kBadUsage);
+    EXPECT_EQ(errors_,
+              "tool: The following argument was not expected: --pr?ot?[2J (--help tells more)\n");
+}
+
+TEST_F(CommandLineTest, NamesTheVerbOrOptionThatThereIsNot) {
+    app_.require_subcommand(1);
+    CLI::App* outer = app_.add_subcommand("outer", "");
+    outer->require_subcommand(1);
+    outer->add_subcommand("inner", "");
+    EXPECT_EQ(read("iner"), kBadUsage);
+    EXPECT_EQ(errors_, "tool: no verb 'iner' (--help tells more)\n");
+    EXPECT_EQ(read("--outer"), kBadUsage);
+    EXPECT_EQ(errors_, "tool: no option '--outer' (--help tells more)\n");
+    EXPECT_EQ(read("outer"), kBadUsage);
+    EXPECT_EQ(errors_, "tool: a verb is required (--help tells more)\n");
+}
+
 TEST_F(CommandLineTest, PrintsVersionAndHelpOnStandardOutput) {
     EXPECT_EQ(read("--version"), 0);
     EXPECT_THAT(output_, StartsWith("tool 1."));
