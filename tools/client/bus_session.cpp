@@ -44,9 +44,12 @@ UniqueJSON loginParam(int32_t connectionID) {
     return param;
 }
 
-UniqueJSON subscribeParam(const std::string& path) {
+UniqueJSON subscribeParam(const std::string& path, bool receiveAll) {
     UniqueJSON entry = jsonObject();
     addMember(entry.get(), "path", jsonString(path));
+    if (receiveAll) {
+        addMember(entry.get(), "receiveAll", jsonBool(true));
+    }
     UniqueJSON list = jsonArray();
     addElement(list.get(), std::move(entry));
     UniqueJSON param = jsonObject();
@@ -63,15 +66,9 @@ void UniqueDescriptor::reset(int descriptor) {
     }
 }
 
-BusSession::BusSession(uint16_t port, int32_t connectionID, int output)
-    : port_(port), connectionID_(connectionID), output_(output) {
-    parser_.setOnMessage([this](std::unique_ptr<std::vector<char>> payload) {
-        try {
-            inbox_.emplace_back(std::move(payload));
-        } catch (const std::runtime_error&) {
-            // What does not decode is nobody's answer.
-        }
-    });
+BusSession::BusSession(uint16_t port, int32_t connectionID, int output, Heartbeat heartbeat)
+    : port_(port), connectionID_(connectionID), output_(output), heartbeat_(heartbeat) {
+    parser_.setOnMessage([this](Payload payload) { inbox_.push_back(std::move(payload)); });
 }
 
 bool BusSession::open(Deadline deadline) {
@@ -79,7 +76,8 @@ bool BusSession::open(Deadline deadline) {
     if (!connect(deadline)) {
         return false;
     }
-    lastReceived_ = Clock::now();
+    nextHeartbeat_ = Clock::now() + heartbeat_.period;
+    silentSince_.reset();
     SETMessage login(kConnectionObject, loginParam(connectionID_));
     queue(login);
     return true;
@@ -92,8 +90,8 @@ void BusSession::close() {
     outbox_.clear();
 }
 
-void BusSession::subscribe(const std::string& path) {
-    SETMessage list(kConnectionObject, subscribeParam(path));
+void BusSession::subscribe(const std::string& path, bool receiveAll) {
+    SETMessage list(kConnectionObject, subscribeParam(path, receiveAll));
     queue(list);
 }
 
@@ -145,15 +143,53 @@ bool BusSession::flush() {
 }
 
 std::optional<TarnInternalMessage> BusSession::receive(Deadline deadline) {
-    while (inbox_.empty()) {
-        if (!isOpen() || !waitFor(POLLIN, deadline)) {
-            return std::nullopt;
+    while (Payload payload = receivePayload(deadline)) {
+        try {
+            return TarnInternalMessage(std::move(payload));
+        } catch (const std::runtime_error&) {
+            // What does not decode is nobody's answer.
         }
-        readChunk();
     }
-    std::optional<TarnInternalMessage> message(std::move(inbox_.front()));
+    return std::nullopt;
+}
+
+BusSession::Payload BusSession::receivePayload(Deadline deadline) {
+    keepAlive();
+    // Once in any case: a deadline that has passed asks for what is there.
+    do {
+        waitForChunk(deadline);
+    } while (inbox_.empty() && isOpen() && !outputGone_ && Clock::now() < deadline);
+    if (inbox_.empty()) {
+        return nullptr;
+    }
+    Payload payload = std::move(inbox_.front());
     inbox_.pop_front();
-    return message;
+    return payload;
+}
+
+void BusSession::waitForChunk(Deadline deadline) {
+    if (!inbox_.empty() || !isOpen()) {
+        return;
+    }
+    if (waitFor(POLLIN, std::min(deadline, nextHeartbeat_))) {
+        readChunk();
+    } else if (silentSince_ && Clock::now() - *silentSince_ >= heartbeat_.patience) {
+        // Only now: a process that did not run for a while finds the answers waiting.
+        fail("receive", ETIMEDOUT);
+    }
+    keepAlive();
+}
+
+void BusSession::keepAlive() {
+    const Deadline now = Clock::now();
+    if (!isOpen() || now < nextHeartbeat_) {
+        return;
+    }
+    nextHeartbeat_ = now + heartbeat_.period;
+    silentSince_ = silentSince_.value_or(now);
+    SETMessage heartbeat("", nullptr);
+    queue(heartbeat);
+    flush();
 }
 
 void BusSession::pause(Deadline deadline) {
@@ -176,7 +212,7 @@ void BusSession::readChunk() {
     std::array<char, kChunk> chunk;
     const ssize_t size = ::recv(socket_.get(), chunk.data(), chunk.size(), MSG_DONTWAIT);
     if (size > 0) {
-        lastReceived_ = Clock::now();
+        silentSince_.reset();
         parser_.feed(chunk.data(), static_cast<size_t>(size));
     } else if (size == 0 || (errno != EAGAIN && errno != EINTR)) {
         fail("receive", size == 0 ? ECONNRESET : errno);

@@ -3,8 +3,10 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "bus/netstring_stream_parser.h"
 #include "bus/tarn_internal_message.h"
@@ -29,13 +31,24 @@ class UniqueDescriptor {
     int descriptor_;
 };
 
-// A short-lived module's connection to the bus on this machine. Unlike the daemon's client it
-// answers nothing, and it does nothing by itself: every call blocks, until its deadline at most.
-// Used by one thread.
+// How a session finds out that the bus has gone without a word.
+struct Heartbeat {
+    std::chrono::milliseconds period{5000};
+    std::chrono::milliseconds patience{5000};  // for the first sign of life after one
+};
+
+// A client's connection to the bus on this machine. Unlike the daemon's client it answers nothing,
+// and it does nothing by itself: every call blocks, until its deadline at most. Whoever keeps it
+// open keeps receiving: that is when heartbeats are sent and a bus that leaves them unanswered is
+// found out. Never holds more than one chunk of messages that nobody has asked for yet; all others
+// wait in the kernel. Used by one thread.
 class BusSession {
   public:
+    // A received payload, with a NUL byte behind it.
+    using Payload = std::unique_ptr<std::vector<char>>;
+
     // Nobody waits any longer once `output` (a descriptor, -1: none) is a pipe without reader.
-    BusSession(uint16_t port, int32_t connectionID, int output = -1);
+    BusSession(uint16_t port, int32_t connectionID, int output = -1, Heartbeat heartbeat = {});
 
     // Connects and queues the login. False when that failed; errorText() then says why.
     bool open(Deadline deadline);
@@ -43,8 +56,9 @@ class BusSession {
     bool isOpen() const { return socket_.get() >= 0; }
     const std::string& errorText() const { return errorText_; }
 
-    // Queues a subscription of the announcements (and requests) of an object.
-    void subscribe(const std::string& path);
+    // Queues a subscription of the announcements (and requests) of an object; with `receiveAll`
+    // also of the answers to others.
+    void subscribe(const std::string& path, bool receiveAll = false);
 
     // Stamps the message with the connection id and queues it. What is queued leaves together in
     // one flush(), so that a device can answer all of it at once.
@@ -56,9 +70,8 @@ class BusSession {
     // The next message; what is none is passed over. Nothing when the deadline came first, the
     // connection is lost (isOpen() is then false), or the output has gone.
     std::optional<TarnInternalMessage> receive(Deadline deadline);
-
-    // When the bus was last heard of; at first when it was connected.
-    Deadline lastReceived() const { return lastReceived_; }
+    // The same as it came, also when it is no message; null for nothing.
+    Payload receivePayload(Deadline deadline);
 
     // Waits for the deadline, or for the output to go.
     void pause(Deadline deadline);
@@ -67,7 +80,9 @@ class BusSession {
   private:
     bool connect(Deadline deadline);
     bool waitFor(short events, Deadline deadline);
+    void waitForChunk(Deadline deadline);
     void readChunk();
+    void keepAlive();
     bool fail(const char* what, int error);
 
     uint16_t port_;
@@ -76,10 +91,12 @@ class BusSession {
     bool outputGone_ = false;
     UniqueDescriptor socket_;
     std::string errorText_;
-    Deadline lastReceived_;
+    Heartbeat heartbeat_;
+    Deadline nextHeartbeat_;
+    std::optional<Deadline> silentSince_;  // the first heartbeat since the bus was last heard of
     std::string outbox_;
     lumo::NetStringStreamParser parser_;
-    std::deque<TarnInternalMessage> inbox_;
+    std::deque<Payload> inbox_;
 };
 
 }  // namespace pallctl

@@ -16,6 +16,7 @@ using namespace std::chrono_literals;
 constexpr int32_t kFirstConnectionID = 1'000'000;
 constexpr std::chrono::milliseconds kConnectPatience = 2s;
 constexpr std::chrono::milliseconds kRetryPause = 100ms;
+constexpr std::chrono::milliseconds kReconnectPause = 1s;
 // A request that came before the daemon did is lost; so while waiting, ask more often.
 constexpr std::chrono::milliseconds kWaitingPatience = 500ms;
 
@@ -45,6 +46,21 @@ bool Client::connect() {
     if (interest_ == Interest::announcements) {
         session_.subscribe(kDeviceObject);
     }
+    return true;
+}
+
+bool Client::reconnect() {
+    if (session_.outputGone()) {
+        return false;
+    }
+    complain("bus", "connection lost");
+    do {
+        session_.pause(Clock::now() + kReconnectPause);
+    } while (!session_.outputGone() && !connect());
+    if (session_.outputGone()) {
+        return false;
+    }
+    complain("bus", "connected again");
     return true;
 }
 

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <iterator>
 
-#include "bus/messages.h"
 #include "client/catalogue_names.h"
 #include "client/human_form.h"
 #include "client/verbs.h"
@@ -17,9 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kHeartbeatPeriod = 5s;
-constexpr auto kSilence = 10s;  // a bus that answers no heartbeat for so long is gone
-constexpr auto kReconnectDelay = 1s;
+constexpr auto kTurn = 1h;  // nothing but messages ends it
 
 }  // namespace
 
@@ -35,10 +32,10 @@ ExitStatus Watch::run() {
         return status;
     }
     client_.mirror().setOnChange([this](const Parameter& parameter) { show(parameter); });
-    while (!client_.session().outputGone()) {
+    do {
         follow();
-        reconnect();
-    }
+        stale_ = true;
+    } while (client_.reconnect());
     return kSuccess;
 }
 
@@ -64,50 +61,18 @@ ExitStatus Watch::begin() {
 void Watch::follow() {
     BusSession& session = client_.session();
     Device& device = client_.device();
-    nextHeartbeat_ = Clock::now() + kHeartbeatPeriod;
     while (!session.outputGone()) {
         if (stale_) {
             stale_ = !device.read(names_);
         }
-        const auto message = session.receive(nextHeartbeat_);
+        const auto message = session.receive(Clock::now() + kTurn);
         if (message) {
             device.hear(*message);
         } else if (!session.isOpen()) {
             return;
         }
         stale_ = device.takeArrival() || stale_;
-        keepAlive();
     }
-}
-
-void Watch::keepAlive() {
-    const Deadline now = Clock::now();
-    if (now < nextHeartbeat_) {
-        return;
-    }
-    nextHeartbeat_ = now + kHeartbeatPeriod;
-    if (now - client_.session().lastReceived() > kSilence) {
-        client_.session().close();
-        return;
-    }
-    SETMessage heartbeat("", nullptr);
-    client_.session().queue(heartbeat);
-    client_.session().flush();
-}
-
-void Watch::reconnect() {
-    BusSession& session = client_.session();
-    if (session.outputGone()) {
-        return;
-    }
-    complain("bus", "connection lost");
-    do {
-        session.pause(Clock::now() + kReconnectDelay);
-    } while (!session.outputGone() && !client_.connect());
-    if (!session.outputGone()) {
-        complain("bus", "connected again");
-    }
-    stale_ = true;
 }
 
 void Watch::show(const Parameter& parameter) const {

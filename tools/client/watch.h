@@ -23,8 +23,6 @@ class Watch {
   private:
     ExitStatus begin();
     void follow();
-    void reconnect();
-    void keepAlive();
     void show(const Parameter& parameter) const;
 
     Client client_;
@@ -32,7 +30,6 @@ class Watch {
     std::set<std::string> only_;      // what is shown; empty: everything
     bool table_;
     bool stale_ = false;  // something may have changed unheard
-    Deadline nextHeartbeat_;
 };
 
 }  // namespace pallctl

@@ -138,12 +138,60 @@ TEST_F(BusSessionTest, PausesNoLongerThanItsOutputHasAReader) {
     EXPECT_TRUE(session.outputGone());
 }
 
-TEST_F(BusSessionTest, KnowsWhenTheBusWasLastHeardOf) {
+TEST_F(BusSessionTest, SubscribesAllThatPassesWhenAskedTo) {
     open(session_);
-    const Deadline opened = session_.lastReceived();
+    session_.subscribe("", true);
+    session_.flush();
+    EXPECT_THAT(peer_.read(),
+                HasSubstr(R"("param":{"subscribeList":[{"path":"","receiveAll":true}]}};)"));
+}
+
+TEST_F(BusSessionTest, HandsOutPayloadsAsTheyCameAlsoWhatIsNoMessage) {
+    open(session_);
+    peer_.write(std::string("9:no\0header;", 12));
+    const BusSession::Payload payload = session_.receivePayload(soon());
+    ASSERT_NE(payload, nullptr);
+    EXPECT_EQ(std::string(payload->data(), payload->size()), std::string("no\0header\0", 10));
+    EXPECT_EQ(session_.receivePayload(Clock::now()), nullptr);
+}
+
+TEST_F(BusSessionTest, SendsHeartbeatsWhileItWaits) {
+    BusSession session(peer_.port(), 1000042, -1, {1ms, 1h});
+    open(session);
+    session.flush();
+    peer_.read();
+    EXPECT_FALSE(session.receive(Clock::now() + 5ms));
+    EXPECT_THAT(peer_.read(), HasSubstr("[\"SET\", \"\", 1000042, 0, 0]\n{\"id\":"));
+    EXPECT_TRUE(session.isOpen());
+}
+
+TEST_F(BusSessionTest, SendsHeartbeatsWhileMessagesCome) {
+    BusSession session(peer_.port(), 1000042, -1, {1ms, 1h});
+    open(session);
+    session.flush();
+    peer_.read();
+    session.pause(Clock::now() + 2ms);
     peer_.writeFrame("[\"NOT\", \"system\", 8, 0, 0]\n{}");
-    session_.receive(soon());
-    EXPECT_GT(session_.lastReceived(), opened);
+    EXPECT_TRUE(session.receive(soon()));
+    EXPECT_THAT(peer_.read(), HasSubstr("[\"SET\", \"\", 1000042, 0, 0]\n{\"id\":"));
+}
+
+TEST_F(BusSessionTest, LeavesABusThatAnswersNoHeartbeat) {
+    BusSession session(peer_.port(), 1, -1, {1ms, 2ms});
+    open(session);
+    EXPECT_FALSE(session.receive(soon()));
+    EXPECT_FALSE(session.isOpen());
+    EXPECT_EQ(session.errorText(), "receive: Connection timed out");
+}
+
+// A process that was stopped for a while comes back to answers that wait for it.
+TEST_F(BusSessionTest, ReadsWhatWaitsBeforeItCallsTheBusSilent) {
+    BusSession session(peer_.port(), 1, -1, {1ms, 0ms});
+    open(session);
+    session.pause(Clock::now() + 2ms);
+    peer_.writeFrame("[\"RSP\", \"\", 0, 1, 0]\n{}");
+    EXPECT_TRUE(session.receive(soon()));
+    EXPECT_TRUE(session.isOpen());
 }
 
 }  // namespace
