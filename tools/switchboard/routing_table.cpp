@@ -6,12 +6,24 @@ namespace pallbus {
 
 namespace {
 
-bool isPrefix(const std::string& path, const std::string& objectName) {
-    if (path.empty() || path == objectName) {
-        return true;
+// Calls back with every path that stands for the object: the empty one, and the name up to each of
+// its dots and to its end. Longer ones than there can be are left out, so that a long name costs no
+// more than a short one.
+template <typename Callback>
+void forEachPathTo(std::string_view objectName, Callback callback) {
+    callback(std::string_view());
+    for (size_t end = objectName.find('.');; end = objectName.find('.', end + 1)) {
+        const size_t length = std::min(end, objectName.size());
+        if (length > RoutingTable::kLongestPath) {
+            return;
+        }
+        if (length > 0) {
+            callback(objectName.substr(0, length));
+        }
+        if (end == std::string_view::npos) {
+            return;
+        }
     }
-    return objectName.size() > path.size() && objectName[path.size()] == '.' &&
-           objectName.compare(0, path.size(), path) == 0;
 }
 
 }  // namespace
@@ -21,13 +33,36 @@ void RoutingTable::join(ClientID client) {
 }
 
 void RoutingTable::leave(ClientID client) {
-    clients_.erase(client);
-    std::erase_if(holders_, [client](const auto& holder) { return holder.second == client; });
+    const auto found = clients_.find(client);
+    if (found == clients_.end()) {
+        return;
+    }
+    for (const std::string& path : found->second.paths) {
+        const auto subscribers = subscribers_.find(path);
+        subscribers->second.erase(client);
+        if (subscribers->second.empty()) {
+            subscribers_.erase(subscribers);
+        }
+    }
+    release(client, found->second);
+    clients_.erase(found);
 }
 
 void RoutingTable::login(ClientID client, int32_t connectionID) {
-    std::erase_if(holders_, [client](const auto& holder) { return holder.second == client; });
+    const auto found = clients_.find(client);
+    if (found == clients_.end()) {
+        return;
+    }
+    release(client, found->second);
+    found->second.connectionID = connectionID;
     holders_[connectionID] = client;
+}
+
+// The id that the client is reached under, unless another one has taken that over.
+void RoutingTable::release(ClientID client, const Client& known) {
+    if (known.connectionID && holderOf(*known.connectionID) == client) {
+        holders_.erase(*known.connectionID);
+    }
 }
 
 std::optional<ClientID> RoutingTable::holderOf(int32_t connectionID) const {
@@ -35,39 +70,54 @@ std::optional<ClientID> RoutingTable::holderOf(int32_t connectionID) const {
     return holder == holders_.end() ? std::nullopt : std::optional(holder->second);
 }
 
+std::optional<int32_t> RoutingTable::connectionIDOf(ClientID client) const {
+    const auto found = clients_.find(client);
+    return found == clients_.end() ? std::nullopt : found->second.connectionID;
+}
+
 bool RoutingTable::subscribe(ClientID client, const std::string& path, bool receiveAll) {
     const auto found = clients_.find(client);
-    if (found == clients_.end()) {
+    if (found == clients_.end() || path.size() > kLongestPath) {
         return false;
     }
-    Subscriptions& subscriptions = found->second;
-    if (subscriptions.size() >= kMostSubscriptions && !subscriptions.contains(path)) {
+    std::set<std::string>& paths = found->second.paths;
+    if (paths.size() >= kMostSubscriptions && !paths.contains(path)) {
         return false;
     }
-    subscriptions[path] = receiveAll;
+    paths.insert(path);
+    subscribers_[path][client] = receiveAll;
     return true;
 }
 
 template <typename Wanted>
-std::vector<ClientID> RoutingTable::select(ClientID sender, Wanted wanted) const {
+std::vector<ClientID> RoutingTable::select(std::string_view objectName, Wanted wanted) const {
     std::vector<ClientID> selected;
-    for (const auto& [client, subscriptions] : clients_) {
-        if (client != sender && std::any_of(subscriptions.begin(), subscriptions.end(), wanted)) {
-            selected.push_back(client);
+    forEachPathTo(objectName, [&](std::string_view path) {
+        const auto found = subscribers_.find(path);
+        if (found == subscribers_.end()) {
+            return;
         }
-    }
+        for (const auto& [client, receiveAll] : found->second) {
+            if (wanted(client, receiveAll)) {
+                selected.push_back(client);
+            }
+        }
+    });
+    std::ranges::sort(selected);
+    selected.erase(std::ranges::unique(selected).begin(), selected.end());
     return selected;
 }
 
 std::vector<ClientID> RoutingTable::subscribersOf(const std::string& objectName,
                                                   ClientID sender) const {
-    return select(sender, [&](const auto& each) { return isPrefix(each.first, objectName); });
+    return select(objectName, [sender](ClientID client, bool) { return client != sender; });
 }
 
 std::vector<ClientID> RoutingTable::onlookersOf(const std::string& objectName,
                                                 ClientID sender) const {
-    return select(
-        sender, [&](const auto& each) { return each.second && isPrefix(each.first, objectName); });
+    return select(objectName, [sender](ClientID client, bool receiveAll) {
+        return client != sender && receiveAll;
+    });
 }
 
 }  // namespace pallbus

@@ -1,13 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Who is on the bus: which connection carries which connection id, and who wants to hear of which
-// objects. Used by one thread.
+// objects. What a message costs grows with the elements of its object's name and with those who
+// want it, hardly with all the others. Used by one thread.
 
 namespace pallbus {
 
@@ -16,8 +20,10 @@ using ClientID = uint64_t;
 
 class RoutingTable {
   public:
-    // A client cannot make the bus remember more paths than this.
+    // A client cannot make the bus remember more paths than this, nor longer ones: the header line
+    // of a message has no room for the name of a longer object.
     static constexpr size_t kMostSubscriptions = 1000;
+    static constexpr size_t kLongestPath = 255;
 
     void join(ClientID client);
     void leave(ClientID client);
@@ -26,9 +32,11 @@ class RoutingTable {
     // it before: a module that reconnects does not wait for its old connection to be noticed dead.
     void login(ClientID client, int32_t connectionID);
     std::optional<ClientID> holderOf(int32_t connectionID) const;
+    // The id of its last login, also when that has passed to another client since.
+    std::optional<int32_t> connectionIDOf(ClientID client) const;
 
     // Adds a path, or renews what is said about one that is already there. False when the client
-    // has too many.
+    // has too many, or the path is too long.
     bool subscribe(ClientID client, const std::string& path, bool receiveAll);
 
     // Those with a path that `objectName` begins with, element by element: "system" stands for
@@ -40,13 +48,18 @@ class RoutingTable {
     std::vector<ClientID> onlookersOf(const std::string& objectName, ClientID sender) const;
 
   private:
-    // Path to receiveAll.
-    using Subscriptions = std::map<std::string, bool>;
+    struct Client {
+        std::set<std::string> paths;
+        std::optional<int32_t> connectionID;
+    };
+    using Subscribers = std::map<ClientID, bool>;  // to receiveAll
 
+    void release(ClientID client, const Client& known);
     template <typename Wanted>
-    std::vector<ClientID> select(ClientID sender, Wanted wanted) const;
+    std::vector<ClientID> select(std::string_view objectName, Wanted wanted) const;
 
-    std::map<ClientID, Subscriptions> clients_;
+    std::map<ClientID, Client> clients_;
+    std::map<std::string, Subscribers, std::less<>> subscribers_;  // by path, none is empty
     std::map<int32_t, ClientID> holders_;
 };
 

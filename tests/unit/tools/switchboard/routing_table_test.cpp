@@ -99,6 +99,45 @@ TEST_F(RoutingTableTest, ForgetsAClientThatLeft) {
     EXPECT_FALSE(table_.subscribe(1, "system", true));
 }
 
+TEST_F(RoutingTableTest, KeepsWhatOthersWantWhenOneOfThemLeaves) {
+    for (const ClientID client : {1u, 2u}) {
+        table_.subscribe(client, "system", false);
+    }
+    table_.leave(1);
+    EXPECT_THAT(table_.subscribersOf("system.a", kNobody), ElementsAre(2));
+}
+
+TEST_F(RoutingTableTest, KnowsUnderWhichIDAClientLoggedIn) {
+    EXPECT_EQ(table_.connectionIDOf(1), std::nullopt);
+    table_.login(1, 8);
+    table_.login(2, 8);
+    EXPECT_EQ(table_.connectionIDOf(1), 8) << "it is who it was, though not reached any more";
+    EXPECT_EQ(table_.connectionIDOf(2), 8);
+    table_.leave(2);
+    EXPECT_EQ(table_.connectionIDOf(2), std::nullopt);
+}
+
+TEST_F(RoutingTableTest, TakesNoLoginOfAClientThatIsNotThere) {
+    table_.login(7, 8);
+    EXPECT_EQ(table_.holderOf(8), std::nullopt);
+}
+
+TEST_F(RoutingTableTest, TakesPathsOfALimitedLength) {
+    const std::string longest(RoutingTable::kLongestPath, 'a');
+    EXPECT_TRUE(table_.subscribe(1, longest, false));
+    EXPECT_FALSE(table_.subscribe(1, longest + 'a', false));
+    EXPECT_THAT(table_.subscribersOf(longest, kNobody), ElementsAre(1));
+    EXPECT_THAT(table_.subscribersOf(longest + ".b", kNobody), ElementsAre(1));
+    EXPECT_THAT(table_.subscribersOf(longest + "a", kNobody), IsEmpty());
+}
+
+// A table that tried every beginning of the name would still be at it tomorrow.
+TEST_F(RoutingTableTest, FindsTheSubscribersOfANameOfMillionsOfElements) {
+    table_.subscribe(1, "system.", false);
+    EXPECT_THAT(table_.subscribersOf("system" + std::string(10'000'000, '.'), kNobody),
+                ElementsAre(1));
+}
+
 TEST_F(RoutingTableTest, RemembersALimitedNumberOfPathsOfAClient) {
     for (size_t path = 0; path < RoutingTable::kMostSubscriptions; ++path) {
         ASSERT_TRUE(table_.subscribe(1, "object" + std::to_string(path), false));
