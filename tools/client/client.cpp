@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "client/human_form.h"
+#include "client/catalogue_names.h"
+#include "client/safe_text.h"
 
 namespace pallctl {
 
@@ -37,14 +38,14 @@ Client::Client(const Reach& reach, Interest interest)
       interest_(interest),
       session_(reach.port, ownConnectionID(),
                interest == Interest::announcements ? STDOUT_FILENO : -1),
-      device_(session_, mirror_, patience_) {}
+      device_(session_, mirror_, reach.object, patience_) {}
 
 bool Client::connect() {
     if (!session_.open(Clock::now() + kConnectPatience)) {
         return false;
     }
     if (interest_ == Interest::announcements) {
-        session_.subscribe(kDeviceObject);
+        session_.subscribe(device_.object());
     }
     return true;
 }
@@ -80,6 +81,31 @@ ExitStatus Client::read(const std::vector<std::string>& names) {
     }
 }
 
+std::vector<std::string> Client::catalogue() const {
+    const std::string& object = device_.object();
+    const bool isDaemon =
+        object == kDaemonObject || object.ends_with(std::string(".") + kDaemonObject);
+    return isDaemon ? device_.fullNames(catalogueNames()) : std::vector<std::string>();
+}
+
+std::vector<const Parameter*> Client::described(const std::set<std::string>& only) const {
+    std::vector<std::string> names = catalogue();
+    for (const Parameter* parameter : mirror_.all()) {
+        const std::string& name = parameter->descriptor.name;
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
+            names.push_back(name);
+        }
+    }
+    std::vector<const Parameter*> parameters;
+    for (const std::string& name : names) {
+        const Parameter* parameter = mirror_.described(name);
+        if (parameter && (only.empty() || only.contains(name))) {
+            parameters.push_back(parameter);
+        }
+    }
+    return parameters;
+}
+
 ExitStatus Client::tryToRead(const std::vector<std::string>& names,
                              std::chrono::milliseconds patience) {
     if (!session_.isOpen() && !connect()) {
@@ -95,7 +121,7 @@ void Client::explain(ExitStatus status) const {
     if (status == kNoBus) {
         complain("no bus on 127.0.0.1:" + std::to_string(reach_.port), session_.errorText());
     } else if (status == kNoAnswer) {
-        complain(kDeviceObject, "no answer");
+        complain(device_.object(), "no answer");
     }
 }
 

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,7 @@ struct Reach {
     uint16_t port = 15000;
     std::optional<std::chrono::milliseconds> timeout;  // for every answer
     std::chrono::milliseconds wait{0};                 // for bus and device to appear
+    std::string object = kDaemonObject;                // as the bus knows it
 };
 
 // Whether a verb ends with its answers or goes on listening.
@@ -42,9 +44,18 @@ class Client {
     // Says on standard error what is missing when it gives up.
     ExitStatus read(const std::vector<std::string>& names);
 
+    // The names of the daemon's catalogue, as this object has them; none for an object that is no
+    // daemon's.
+    std::vector<std::string> catalogue() const;
+    // All parameters that the device has described, those of the catalogue first. With `only`, none
+    // but those (full names). Borrowed until the next reading.
+    std::vector<const Parameter*> described(const std::set<std::string>& only = {}) const;
+
     BusSession& session() { return session_; }
     Device& device() { return device_; }
+    const Device& device() const { return device_; }
     Mirror& mirror() { return mirror_; }
+    const Mirror& mirror() const { return mirror_; }
 
   private:
     ExitStatus tryToRead(const std::vector<std::string>& names, std::chrono::milliseconds patience);

@@ -11,12 +11,8 @@
 
 namespace pallctl {
 
-// The object that the daemon serves, and the first element of every parameter name.
-inline constexpr const char* kDeviceObject = "system";
-
-// "system.ipAddress" of either form of a name; what a message calls it ("ipAddress").
-std::string fullName(const std::string& name);
-std::string leafOf(const std::string& name);
+// The object that the daemon serves.
+inline constexpr const char* kDaemonObject = "system";
 
 // How long one answer may take. A set is answered when the commands that it runs have ended, and a
 // restart of the network takes its time.
@@ -25,14 +21,30 @@ struct Patience {
     std::chrono::milliseconds set{60000};
 };
 
-// The daemon's device, asked over a session. What it announces while somebody waits for an answer
-// goes into the mirror, too. Keeps session and mirror, which outlive it. Used by one thread.
+// The daemon's device, asked over a session under the name of its object: "system", or
+// "frameB.system" for a daemon that is reached through a prefix. What it announces while somebody
+// waits for an answer goes into the mirror, too. Keeps session and mirror, which outlive it. Used
+// by one thread.
+//
+// Asked through a prefix for the descriptor of a parameter, the daemon renames the parameter for
+// good, and a renamed one does nothing any more when it is set; asked so for a value it says
+// nothing. So this class then asks for the descriptor of the whole device only, which changes
+// nothing, and knows the others by what the daemon announces.
 class Device {
   public:
     // One request with more names could bring more answers at once than the daemon keeps waiting.
     static constexpr size_t kNamesPerRequest = 300;
 
-    Device(BusSession& session, Mirror& mirror, Patience patience);
+    Device(BusSession& session, Mirror& mirror, std::string object, Patience patience);
+
+    const std::string& object() const { return object_; }
+    bool isThroughPrefix() const { return object_.find('.') != std::string::npos; }
+
+    // "system.ipAddress" of any form of a name, the object's own ("frameB.system.ipAddress" there);
+    // what a message calls it ("ipAddress").
+    std::string fullName(const std::string& name) const;
+    std::vector<std::string> fullNames(std::vector<std::string> names) const;
+    std::string leafOf(const std::string& name) const;
 
     // Asks for the descriptors of these parameters (full names), and for that of the whole device,
     // which knows only the saved ones. True when the device answered: what the mirror does not
@@ -49,11 +61,13 @@ class Device {
     bool takeArrival() { return std::exchange(arrived_, false); }
 
   private:
+    void askByName(const std::vector<std::string>& names);
     std::optional<TarnInternalMessage> awaitAnswer(const std::string& id, Deadline deadline);
     void takeDescriptors(const TarnInternalMessage& answer);
 
     BusSession& session_;
     Mirror& mirror_;
+    std::string object_;
     Patience patience_;
     bool arrived_ = false;
 };

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <optional>
 
+#include "client/safe_text.h"
 #include "model/numbers.h"
 
 namespace pallctl {
@@ -19,31 +20,6 @@ namespace {
 constexpr double kLargestAddress = 4294967295.0;
 constexpr const char* kAddressWidget = "WIDGET_IP_ADDRESS";
 constexpr int kMostDecimals = 17;  // a double says nothing beyond
-
-// What a person would not see, or a terminal would obey: C0, DEL, and C1 as UTF-8 writes it.
-size_t controlLength(const std::string& text, size_t at) {
-    const auto byte = static_cast<unsigned char>(text[at]);
-    if (byte < 0x20 || byte == 0x7f) {
-        return 1;
-    }
-    const bool c1 = byte == 0xc2 && at + 1 < text.size() &&
-                    (static_cast<unsigned char>(text[at + 1]) & 0xe0u) == 0x80u;
-    return c1 ? 2 : 0;
-}
-
-std::string escaped(char character) {
-    switch (character) {
-        case '\n':
-            return "\\n";
-        case '\t':
-            return "\\t";
-        default:
-            break;
-    }
-    std::array<char, 8> text{};
-    std::snprintf(text.data(), text.size(), "\\x%02x", static_cast<unsigned char>(character));
-    return text.data();
-}
 
 // With a precision below 0 the shortest text that reads back as the same number.
 std::string decimal(double number, int precision) {
@@ -158,21 +134,6 @@ constexpr TypeRow kTypes[] = {
     {"INT16", integerForm}, {"INT32", integerForm}, {"FLOAT", floatForm}, {"STRING", textForm}};
 
 }  // namespace
-
-std::string printable(const std::string& text) {
-    std::string result;
-    for (size_t at = 0; at < text.size();) {
-        const size_t control = controlLength(text, at);
-        for (size_t byte = at; byte < at + control; ++byte) {
-            result += escaped(text[byte]);
-        }
-        if (control == 0) {
-            result += text[at];
-        }
-        at += std::max<size_t>(control, 1);
-    }
-    return result;
-}
 
 std::string humanForm(const Descriptor& descriptor, const cJSON* value) {
     if (!value || cJSON_IsNull(value)) {

@@ -8,10 +8,6 @@
 
 namespace pallctl {
 
-// The text with every control character written as an escape ("\n", "\x1b"), so that nothing a
-// device says breaks a line or commands a terminal.
-std::string printable(const std::string& text);
-
 // The value as a person reads it: an address dotted, a choice by its name, a float with the
 // decimals its descriptor asks for, a structure as "member=value, member=value". A value that does
 // not fit its descriptor is shown as it came; none at all is "-".

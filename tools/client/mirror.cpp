@@ -31,6 +31,11 @@ const Parameter* Mirror::find(const std::string& name) const {
     return found == parameters_.end() ? nullptr : &found->second;
 }
 
+const Parameter* Mirror::described(const std::string& name) const {
+    const Parameter* parameter = find(name);
+    return parameter && !parameter->descriptor.type.empty() ? parameter : nullptr;
+}
+
 std::vector<const Parameter*> Mirror::all() const {
     return order_;
 }

@@ -27,6 +27,8 @@ class Mirror {
 
     // Borrowed until the mirror goes; null when nothing is known by that full name.
     const Parameter* find(const std::string& name) const;
+    // The same, null also when a value was announced but nothing ever described it.
+    const Parameter* described(const std::string& name) const;
     std::vector<const Parameter*> all() const;
 
   private:

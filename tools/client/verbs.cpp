@@ -6,9 +6,7 @@
 #include <utility>
 
 #include "bus/message_types.h"
-#include "client/catalogue_names.h"
 #include "client/human_form.h"
-#include "client/table.h"
 
 namespace pallctl {
 
@@ -23,19 +21,20 @@ ExitStatus worse(ExitStatus one, ExitStatus other) {
     return std::max(one, other);
 }
 
-std::vector<std::string> fullNames(std::vector<std::string> names) {
-    std::transform(names.begin(), names.end(), names.begin(), fullName);
-    return names;
-}
-
-// Null when the device does not describe it: it may have announced a value all the same.
-const Parameter* described(const Mirror& mirror, const std::string& name) {
-    const Parameter* parameter = mirror.find(name);
-    return parameter && !parameter->descriptor.type.empty() ? parameter : nullptr;
-}
-
 std::string nameOf(const std::string& assignment) {
-    return fullName(assignment.substr(0, assignment.find('=')));
+    return assignment.substr(0, assignment.find('='));
+}
+
+// For people one value on each line and nothing else.
+std::string valuesOf(const std::vector<const Parameter*>& parameters, const Style& style) {
+    if (style.format != Format::table) {
+        return listing(parameters, style);
+    }
+    std::string lines;
+    for (const Parameter* parameter : parameters) {
+        lines += shownValue(*parameter, style) + '\n';
+    }
+    return lines;
 }
 
 WireForm plan(const Parameter* parameter, const std::string& text) {
@@ -48,12 +47,13 @@ WireForm plan(const Parameter* parameter, const std::string& text) {
     return wireForm(parameter->descriptor, text);
 }
 
-ExitStatus planAll(const Mirror& mirror, const std::vector<std::string>& assignments,
+ExitStatus planAll(const Client& client, const std::vector<std::string>& assignments,
                    std::vector<Change>& changes) {
     ExitStatus status = kSuccess;
     for (const std::string& assignment : assignments) {
-        const std::string name = nameOf(assignment);
-        WireForm form = plan(described(mirror, name), assignment.substr(assignment.find('=') + 1));
+        const std::string name = client.device().fullName(nameOf(assignment));
+        WireForm form =
+            plan(client.mirror().described(name), assignment.substr(assignment.find('=') + 1));
         if (!form.value) {
             complain(name, form.problem);
             status = kUsage;
@@ -80,28 +80,24 @@ bool isAssignment(const std::string& text) {
     return text.find('=') != std::string::npos && text.front() != '=';
 }
 
-void addRow(Table& table, const Parameter& parameter) {
-    const Descriptor& descriptor = parameter.descriptor;
-    table.add({printable(descriptor.name), humanForm(descriptor, parameter.value.get()),
-               printable(descriptor.type), descriptor.readOnly ? "yes" : "no"});
-}
-
 }  // namespace
 
-ExitStatus get(const Reach& reach, const std::vector<std::string>& names) {
+ExitStatus get(const Reach& reach, const Style& style, const std::vector<std::string>& names) {
     Client client(reach, Interest::answers);
-    ExitStatus status = client.read(fullNames(names));
+    ExitStatus status = client.read(names);
     if (status != kSuccess) {
         return status;
     }
-    for (const std::string& name : fullNames(names)) {
-        if (const Parameter* parameter = described(client.mirror(), name)) {
-            std::printf("%s\n", humanForm(parameter->descriptor, parameter->value.get()).c_str());
+    std::vector<const Parameter*> found;
+    for (const std::string& name : client.device().fullNames(names)) {
+        if (const Parameter* parameter = client.mirror().described(name)) {
+            found.push_back(parameter);
         } else {
             complain(name, "not found");
             status = kNotFound;
         }
     }
+    std::fputs(valuesOf(found, style).c_str(), stdout);
     return status;
 }
 
@@ -118,7 +114,7 @@ ExitStatus set(const Reach& reach, const std::vector<std::string>& assignments) 
     ExitStatus status = client.read(names);
     std::vector<Change> changes;
     if (status == kSuccess) {
-        status = planAll(client.mirror(), assignments, changes);
+        status = planAll(client, assignments, changes);
     }
     if (status != kSuccess) {
         return status;
@@ -129,31 +125,13 @@ ExitStatus set(const Reach& reach, const std::vector<std::string>& assignments) 
     return status;
 }
 
-ExitStatus list(const Reach& reach) {
+ExitStatus list(const Reach& reach, const Style& style) {
     Client client(reach, Interest::answers);
-    const ExitStatus status = client.read(catalogueNames());
+    const ExitStatus status = client.read(client.catalogue());
     if (status == kSuccess) {
-        std::fputs(parameterTable(client.mirror()).c_str(), stdout);
+        std::fputs(listing(client.described(), style).c_str(), stdout);
     }
     return status;
-}
-
-std::string parameterTable(const Mirror& mirror, const std::set<std::string>& only) {
-    std::vector<std::string> names = catalogueNames();
-    for (const Parameter* parameter : mirror.all()) {
-        const std::string& name = parameter->descriptor.name;
-        if (std::find(names.begin(), names.end(), name) == names.end()) {
-            names.push_back(name);
-        }
-    }
-    Table table({"NAME", "VALUE", "TYPE", "READ-ONLY"});
-    for (const std::string& name : names) {
-        const Parameter* parameter = described(mirror, name);
-        if (parameter && (only.empty() || only.contains(name))) {
-            addRow(table, *parameter);
-        }
-    }
-    return table.text();
 }
 
 }  // namespace pallctl

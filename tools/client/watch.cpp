@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <iterator>
 
-#include "client/catalogue_names.h"
 #include "client/human_form.h"
-#include "client/verbs.h"
+#include "client/output.h"
+#include "client/safe_text.h"
 #include "model/time_stamp.h"
 
 namespace pallctl {
@@ -22,8 +21,9 @@ constexpr auto kTurn = 1h;  // nothing but messages ends it
 
 Watch::Watch(const Reach& reach, const std::vector<std::string>& names, bool table)
     : client_(reach, Interest::announcements), table_(table) {
-    std::transform(names.begin(), names.end(), std::inserter(only_, only_.end()), fullName);
-    names_ = only_.empty() ? catalogueNames() : std::vector(only_.begin(), only_.end());
+    const std::vector<std::string> full = client_.device().fullNames(names);
+    only_.insert(full.begin(), full.end());
+    names_ = only_.empty() ? client_.catalogue() : std::vector(only_.begin(), only_.end());
 }
 
 ExitStatus Watch::run() {
@@ -51,7 +51,7 @@ ExitStatus Watch::begin() {
         }
     }
     if (table_) {
-        std::fputs(parameterTable(client_.mirror(), only_).c_str(), stdout);
+        std::fputs(listing(client_.described(only_), {}).c_str(), stdout);
         std::fflush(stdout);
     }
     return kSuccess;

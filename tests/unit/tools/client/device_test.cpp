@@ -46,16 +46,17 @@ class DeviceTest : public testing::Test {
     ListeningPeer peer_;
     BusSession session_{peer_.port(), 1000042};
     Mirror mirror_;
-    Device device_{session_, mirror_, {0ms, 0ms}};
+    Device device_{session_, mirror_, "system", {0ms, 0ms}};
+    Device tunnelled_{session_, mirror_, "frameB.system", {0ms, 0ms}};
 };
 
-TEST(DeviceNames, AreTakenWithAndWithoutTheObject) {
-    EXPECT_EQ(fullName("ipAddress"), "system.ipAddress");
-    EXPECT_EQ(fullName("system.ipAddress"), "system.ipAddress");
-    EXPECT_EQ(leafOf("system.ipAddress"), "ipAddress");
-    EXPECT_EQ(leafOf("ipAddress"), "ipAddress");
-    EXPECT_EQ(leafOf("systemName"), "systemName");
-    EXPECT_EQ(fullName("net.ip"), "system.net.ip");
+TEST_F(DeviceTest, TakesNamesWithAndWithoutTheObject) {
+    EXPECT_EQ(device_.fullName("ipAddress"), "system.ipAddress");
+    EXPECT_EQ(device_.fullName("system.ipAddress"), "system.ipAddress");
+    EXPECT_EQ(device_.leafOf("system.ipAddress"), "ipAddress");
+    EXPECT_EQ(device_.leafOf("ipAddress"), "ipAddress");
+    EXPECT_EQ(device_.leafOf("systemName"), "systemName");
+    EXPECT_EQ(device_.fullName("net.ip"), "system.net.ip");
 }
 
 TEST_F(DeviceTest, ReadsDescriptorsByNameAndThenThatOfTheDevice) {
@@ -120,6 +121,43 @@ TEST_F(DeviceTest, TellsOnceThatTheDaemonIsNewOnTheBus) {
     device_.hear(NOTMessage("system", "frameName", jsonString("Quorane")));
     EXPECT_TRUE(device_.takeArrival());
     EXPECT_FALSE(device_.takeArrival());
+}
+
+TEST_F(DeviceTest, TakesNamesWithAndWithoutThePrefix) {
+    for (const char* name : {"ipAddress", "system.ipAddress", "frameB.system.ipAddress"}) {
+        EXPECT_EQ(tunnelled_.fullName(name), "frameB.system.ipAddress");
+        EXPECT_EQ(tunnelled_.leafOf(name), "ipAddress");
+    }
+}
+
+TEST_F(DeviceTest, AsksThroughAPrefixForNoDescriptorByName) {
+    EXPECT_FALSE(tunnelled_.read({"frameB.system.a"}));
+    const std::string bytes = peer_.read();
+    EXPECT_EQ(count(bytes, "\"paramDescriptor\":"), 0u) << bytes;
+    EXPECT_THAT(bytes, HasSubstr("[\"GET\", \"frameB.system\", 1000042, 0, 0]"));
+    EXPECT_THAT(bytes, HasSubstr(R"("param":{"objectName":["paramDescriptor"]}};)"));
+}
+
+TEST_F(DeviceTest, KnowsThroughAPrefixParametersByTheirNameThere) {
+    tunnelled_.read({});
+    peer_.writeFrame("[\"RSP\", \"frameB.system\", 8, 1000042, 0]\n{\"id\":\"" +
+                     idOf(peer_.read(), "\"param\":{") +
+                     R"(","param":{"paramDescriptor":{"type":"device","params":)"
+                     R"({"d_system.b":{"oid":"system.b","value":2}}}}})");
+    tunnelled_.read({});
+    EXPECT_EQ(shown("frameB.system.b"), "2");
+    tunnelled_.hear(NOTMessage("frameB.system", "b", jsonNumber(3)));
+    tunnelled_.hear(NOTMessage("system", "b", jsonNumber(4)));
+    EXPECT_EQ(shown("frameB.system.b"), "3");
+}
+
+TEST_F(DeviceTest, PutsEveryNameThatTheDeviceSaysUnderItsObject) {
+    device_.read({});
+    peer_.writeFrame("[\"RSP\", \"system\", 8, 1000042, 0]\n{\"id\":\"" +
+                     idOf(peer_.read(), "\"param\":{") +
+                     R"(","paramDescriptor":{"x":{"oid":"LD.PRELOAD","value":1}}})");
+    device_.read({});
+    EXPECT_EQ(shown("system.LD.PRELOAD"), "1");
 }
 
 }  // namespace

@@ -1,0 +1,120 @@
+#include "client/output.h"
+
+#include <gtest/gtest.h>
+
+#include "model/json.h"
+
+namespace pallctl {
+namespace {
+
+constexpr Style kPeople;
+constexpr Style kWire{Format::table, true, false};
+constexpr Style kJSON{Format::json, false, false};
+constexpr Style kKeyValue{Format::keyvalue, false, false};
+
+Parameter parameter(const std::string& name, const std::string& type, const std::string& value,
+                    bool readOnly = false) {
+    Parameter made;
+    made.descriptor.name = name;
+    made.descriptor.type = type;
+    made.descriptor.readOnly = readOnly;
+    made.value = parseJSON(value.data(), value.size());
+    return made;
+}
+
+Parameter address() {
+    Parameter made = parameter("system.ipAddress", "INT32", "167772165");
+    made.descriptor.label = "IP Address";
+    made.descriptor.widget = "WIDGET_IP_ADDRESS";
+    return made;
+}
+
+Parameter unknown() {
+    return parameter("system.gateway", "INT32", "null", true);
+}
+
+Parameter hostile() {
+    return parameter("system.frameName", "STRING", R"j("it's \u001b[2J\n$(reboot)")j");
+}
+
+TEST(ShownValue, IsHumanOrWireFormOnOneLine) {
+    EXPECT_EQ(shownValue(address(), kPeople), "10.0.0.5");
+    EXPECT_EQ(shownValue(address(), kWire), "167772165");
+    EXPECT_EQ(shownValue(hostile(), kPeople), "it's \\x1b[2J\\n$(reboot)");
+    EXPECT_EQ(shownValue(hostile(), kWire), R"j("it's \u001b[2J\n$(reboot)")j");
+}
+
+TEST(ShownValue, IsADashForNone) {
+    EXPECT_EQ(shownValue(unknown(), kPeople), "-");
+    EXPECT_EQ(shownValue(unknown(), kWire), "-");
+}
+
+TEST(JSONForm, HoldsBothFormsOfTheValue) {
+    EXPECT_EQ(jsonLine(jsonForm(address()).get()),
+              R"({"name":"system.ipAddress","label":"IP Address","type":"INT32",)"
+              R"("readOnly":false,"value":167772165,"text":"10.0.0.5"})");
+}
+
+TEST(JSONForm, HoldsNullForNoValue) {
+    EXPECT_EQ(jsonLine(jsonForm(unknown()).get()),
+              R"({"name":"system.gateway","label":"","type":"INT32",)"
+              R"("readOnly":true,"value":null,"text":null})");
+}
+
+TEST(JSONForm, HoldsTextsExactly) {
+    EXPECT_EQ(jsonLine(jsonForm(hostile()).get()),
+              R"({"name":"system.frameName","label":"","type":"STRING","readOnly":false,)"
+              R"j("value":"it's \u001b[2J\n$(reboot)","text":"it's \u001b[2J\n$(reboot)"})j");
+}
+
+TEST(JSONLine, IsJSONWhateverBytesTheDeviceSends) {
+    const UniqueJSON item = jsonString("a\xff\"b");
+    EXPECT_EQ(jsonLine(item.get()), "\"a\xef\xbf\xbd\\\"b\"");
+}
+
+TEST(KeyValueForm, CanBeEvaluated) {
+    EXPECT_EQ(keyValueForm(address(), kKeyValue), "system_ipAddress='10.0.0.5'");
+    EXPECT_EQ(keyValueForm(address(), {Format::keyvalue, true, false}),
+              "system_ipAddress='167772165'");
+    EXPECT_EQ(keyValueForm(hostile(), kKeyValue), "system_frameName='it'\\''s \x1b[2J\n$(reboot)'");
+    EXPECT_EQ(keyValueForm(unknown(), kKeyValue), "system_gateway=''");
+}
+
+TEST(Listing, IsATableForPeople) {
+    const Parameter first = address();
+    const Parameter second = unknown();
+    EXPECT_EQ(listing({&first, &second}, kPeople),
+              "NAME              VALUE     TYPE   READ-ONLY\n"
+              "system.ipAddress  10.0.0.5  INT32  no\n"
+              "system.gateway    -         INT32  yes\n");
+}
+
+TEST(Listing, IsPaintedOnlyWithColours) {
+    const Parameter first = address();
+    const Parameter second = unknown();
+    EXPECT_EQ(listing({&first, &second}, {Format::table, false, true}),
+              "\x1b[1mNAME\x1b[0m              \x1b[1mVALUE\x1b[0m     \x1b[1mTYPE\x1b[0m   "
+              "\x1b[1mREAD-ONLY\x1b[0m\n"
+              "system.ipAddress  \x1b[1m10.0.0.5\x1b[0m  INT32  no\n"
+              "system.gateway    \x1b[2m-\x1b[0m         INT32  yes\n");
+}
+
+TEST(Listing, IsOneObjectWithAMemberPerName) {
+    const Parameter first = address();
+    const Parameter second = unknown();
+    EXPECT_EQ(listing({&first, &second}, kJSON),
+              "{\"system.ipAddress\":" + jsonLine(jsonForm(first).get()) +
+                  ",\"system.gateway\":" + jsonLine(jsonForm(second).get()) + "}\n");
+    EXPECT_EQ(listing({}, kJSON), "{}\n");
+}
+
+TEST(Listing, IsALinePerNameForShells) {
+    const Parameter first = address();
+    const Parameter second = unknown();
+    EXPECT_EQ(listing({&first, &second}, kKeyValue),
+              "system_ipAddress='10.0.0.5'\nsystem_gateway=''\n");
+    EXPECT_EQ(listing({}, kKeyValue), "");
+}
+
+}  // namespace
+}  // namespace pallctl

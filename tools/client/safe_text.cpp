@@ -1,0 +1,122 @@
+#include "client/safe_text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace pallctl {
+
+namespace {
+
+constexpr const char* kReplacement = "\xef\xbf\xbd";
+
+// The first bytes of longer characters, and what the byte behind each may be: beyond that stand
+// forms that are too long, halves of pairs, and what is no Unicode.
+struct LeadByte {
+    unsigned char first, last;
+    size_t length;
+    unsigned char secondFirst, secondLast;
+};
+
+constexpr LeadByte kLeadBytes[] = {
+    {0xc2, 0xdf, 2, 0x80, 0xbf}, {0xe0, 0xe0, 3, 0xa0, 0xbf}, {0xe1, 0xec, 3, 0x80, 0xbf},
+    {0xed, 0xed, 3, 0x80, 0x9f}, {0xee, 0xef, 3, 0x80, 0xbf}, {0xf0, 0xf0, 4, 0x90, 0xbf},
+    {0xf1, 0xf3, 4, 0x80, 0xbf}, {0xf4, 0xf4, 4, 0x80, 0x8f},
+};
+
+bool isBetween(char character, unsigned char first, unsigned char last) {
+    const auto byte = static_cast<unsigned char>(character);
+    return byte >= first && byte <= last;
+}
+
+// How many bytes the character has that begins here, 0 when none does.
+size_t characterLength(const std::string& text, size_t at) {
+    if (isBetween(text[at], 0x00, 0x7f)) {
+        return 1;
+    }
+    const auto* lead =
+        std::find_if(std::begin(kLeadBytes), std::end(kLeadBytes),
+                     [&](const LeadByte& row) { return isBetween(text[at], row.first, row.last); });
+    if (lead == std::end(kLeadBytes) || text.size() - at < lead->length ||
+        !isBetween(text[at + 1], lead->secondFirst, lead->secondLast)) {
+        return 0;
+    }
+    const std::string rest = text.substr(at + 2, lead->length - 2);
+    const bool whole = std::all_of(rest.begin(), rest.end(),
+                                   [](char byte) { return isBetween(byte, 0x80, 0xbf); });
+    return whole ? lead->length : 0;
+}
+
+// What a person would not see, or a terminal would obey: C0, DEL, and C1 as UTF-8 writes it.
+bool isControl(const std::string& character) {
+    return isBetween(character[0], 0x00, 0x1f) || character[0] == 0x7f ||
+           (character[0] == '\xc2' && isBetween(character[1], 0x80, 0x9f));
+}
+
+std::string escaped(char byte) {
+    switch (byte) {
+        case '\n':
+            return "\\n";
+        case '\t':
+            return "\\t";
+        default:
+            break;
+    }
+    std::array<char, 8> text{};
+    std::snprintf(text.data(), text.size(), "\\x%02x", static_cast<unsigned char>(byte));
+    return text.data();
+}
+
+std::string allEscaped(const std::string& bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        text += escaped(byte);
+    }
+    return text;
+}
+
+bool isVariableCharacter(char character) {
+    return character == '_' || isBetween(character, '0', '9') || isBetween(character, 'A', 'Z') ||
+           isBetween(character, 'a', 'z');
+}
+
+}  // namespace
+
+std::string printable(const std::string& text) {
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const size_t length = characterLength(text, at);
+        const std::string character = text.substr(at, std::max<size_t>(length, 1));
+        result += length == 0 || isControl(character) ? allEscaped(character) : character;
+        at += character.size();
+    }
+    return result;
+}
+
+std::string validUTF8(const std::string& text) {
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const size_t length = characterLength(text, at);
+        result += length == 0 ? kReplacement : text.substr(at, length);
+        at += std::max<size_t>(length, 1);
+    }
+    return result;
+}
+
+std::string shellQuoted(const std::string& text) {
+    std::string word = "'";
+    for (const char character : text) {
+        word += character == '\'' ? std::string("'\\''") : std::string(1, character);
+    }
+    return word + "'";
+}
+
+std::string shellName(const std::string& name) {
+    std::string variable = name;
+    std::replace_if(
+        variable.begin(), variable.end(), [](char each) { return !isVariableCharacter(each); },
+        '_');
+    return variable.empty() || isBetween(variable[0], '0', '9') ? "_" + variable : variable;
+}
+
+}  // namespace pallctl

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "verbs.h"
+
+namespace pallctl {
+
+// The options that every verb takes, as they stand on the command line. Lives as long as the App
+// that it describes them to.
+class CommonOptions {
+  public:
+    explicit CommonOptions(CLI::App& app);
+    CommonOptions(const CommonOptions&) = delete;
+    CommonOptions& operator=(const CommonOptions&) = delete;
+
+    // What was read, for the standard output of this process.
+    Common common() const;
+
+  private:
+    void describeReach(CLI::App& app);
+    void describeStyle(CLI::App& app);
+
+    std::string object_ = kDaemonObject;
+    uint16_t port_ = Reach().port;
+    double timeout_ = 0;
+    double wait_ = 0;
+    bool json_ = false;
+    bool keyvalue_ = false;
+    bool raw_ = false;
+};
+
+}  // namespace pallctl

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+
+#include "client/client.h"
+#include "client/output.h"
+#include "program/command_line.h"
+
+// The verbs as the command line knows them. Each is added by one function, which describes its
+// words and, when they were given, leaves what to do with them.
+
+namespace pallctl {
+
+// What every verb is told: the options that stand before or behind any of them.
+struct Common {
+    Reach reach;
+    Style style;
+};
+
+// What the command line asks for; empty until one of the verbs was read.
+using Run = std::function<ExitStatus(const Common& common)>;
+
+using AddVerb = void (*)(CLI::App& app, Run& run);
+
+// verbs_values.cpp
+void addGet(CLI::App& app, Run& run);
+void addSet(CLI::App& app, Run& run);
+void addList(CLI::App& app, Run& run);
+
+// verbs_listening.cpp
+void addWatch(CLI::App& app, Run& run);
+
+}  // namespace pallctl
