@@ -14,13 +14,6 @@ using namespace pallctl;
 
 constexpr const char* kAbout = "Reads, sets and watches the parameters of the frame.\n";
 
-constexpr const char* kNotes =
-    "Values are shown and taken in human form: dotted addresses, names of choices.\n"
-    "Names may leave out \"system.\". The client logs in with connection id 1000000\n"
-    "plus its process id.\n"
-    "Ends with 0, 2 bad usage, 3 value refused, 4 no such parameter, 5 no answer,\n"
-    "6 no bus; of several the highest.";
-
 // In the order in which the help lists them.
 constexpr AddVerb kVerbs[] = {
     addGet,
@@ -38,7 +31,6 @@ int run(int argc, char** argv) {
     for (const AddVerb add : kVerbs) {
         add(app, verb);
     }
-    app.footer(kNotes);
     finishCommandLine(app);
     if (const auto status = readCommandLine(app, argc, argv)) {
         return *status;

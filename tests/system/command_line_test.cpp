@@ -1,0 +1,168 @@
+// What all programs for people have in common on their command lines. The verbs and options are
+// taken from their own help, so that none can be forgotten here.
+
+#include <algorithm>
+#include <sstream>
+
+#include "described_command.h"
+
+using namespace outside;
+using testing::Contains;
+using testing::Each;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Le;
+using testing::SizeIs;
+using testing::StartsWith;
+
+namespace {
+
+constexpr size_t kLines = 24;
+constexpr size_t kColumns = 80;
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+// What it takes, "PORT" in "-p, --port PORT"; "" when nothing.
+std::string valueOf(const std::string& option) {
+    const size_t name = option.rfind('-');
+    const size_t blank = option.find(' ', name);
+    return blank == std::string::npos ? "" : option.substr(blank + 1);
+}
+
+// The last of its names, "--port".
+std::string nameOf(const std::string& option) {
+    const size_t begin = option.find(", ") == std::string::npos ? 0 : option.find(", ") + 2;
+    return option.substr(begin, option.find(' ', begin) - begin);
+}
+
+bool isNumber(const std::string& value) {
+    return value == "PORT" || value == "SECONDS" || value == "COUNT" || value == "MIB";
+}
+
+size_t positionals(const Command& command) {
+    return static_cast<size_t>(std::count(command.head.begin(), command.head.end(), ' '));
+}
+
+bool needsWords(const Command& command) {
+    const size_t blank = command.head.find(' ');
+    return blank != std::string::npos && command.head[blank + 1] != '[';
+}
+
+void expectOneLineAndStatus2(const Command& command, const Words& more) {
+    const Result result = run(commandLine(command, more));
+    const std::string asked = command.called() + " " + testing::PrintToString(more);
+    EXPECT_EQ(result.status, 2) << asked;
+    EXPECT_EQ(result.output, "") << asked;
+    EXPECT_THAT(result.error, StartsWith(command.words[0] + ": ")) << asked;
+    EXPECT_THAT(result.error, EndsWith("\n")) << asked;
+    EXPECT_THAT(linesOf(result.error), SizeIs(1)) << asked;
+}
+
+TEST(EveryProgram, HasVerbsOrOptionsThatTheseTestsSee) {
+    for (const char* program : kPrograms) {
+        EXPECT_THAT(describedBy(program).options, Contains("--version")) << program;
+    }
+    EXPECT_THAT(describedBy("pallctl").options, Contains("-p, --port PORT"));
+    std::vector<std::string> called;
+    for (const Command& command : allCommands()) {
+        called.push_back(command.called());
+    }
+    EXPECT_THAT(called, Contains("pallctl get"));
+    EXPECT_THAT(called, Contains("pallframe set cable"));
+}
+
+TEST(EveryProgram, TellsItsVersion) {
+    for (const char* program : kPrograms) {
+        const Result result = run({programDirectory() / program, "--version"});
+        EXPECT_EQ(result.status, 0) << program;
+        EXPECT_EQ(result.output, std::string(program) + " " PALLWATCH_VERSION "\n");
+        EXPECT_EQ(result.error, "") << program;
+    }
+}
+
+TEST(EveryVerb, ExplainsItselfOnAScreen) {
+    for (const Command& command : allCommands()) {
+        for (const char* option : {"--help", "-h"}) {
+            const Result result = run(commandLine(command, {option}));
+            EXPECT_EQ(result.status, 0) << command.called();
+            EXPECT_EQ(result.error, "") << command.called();
+            EXPECT_THAT(result.output, HasSubstr("\nUsage: " + command.called() + " "));
+            const std::vector<std::string> lines = linesOf(result.output);
+            EXPECT_THAT(lines, SizeIs(Le(kLines))) << command.called();
+            EXPECT_THAT(lines, Each(SizeIs(Le(kColumns)))) << command.called();
+        }
+    }
+}
+
+TEST(EveryVerb, IsRefusedAnOptionThatThereIsNot) {
+    for (const Command& command : allCommands()) {
+        expectOneLineAndStatus2(command, {"--no-such-option"});
+        expectOneLineAndStatus2(command, {"--no-such-option=1"});
+        expectOneLineAndStatus2(command, {"-?"});
+    }
+}
+
+TEST(EveryVerb, IsRefusedAVerbThatThereIsNot) {
+    for (const Command& command : allCommands()) {
+        if (!command.verbs.empty()) {
+            expectOneLineAndStatus2(command, {"no-such-verb"});
+            expectOneLineAndStatus2(command, {"no\nsuch\nverb"});
+        }
+    }
+}
+
+TEST(EveryVerb, NeedsItsArguments) {
+    size_t tried = 0;
+    for (const Command& command : allCommands()) {
+        if (needsWords(command)) {
+            expectOneLineAndStatus2(command, {});
+            ++tried;
+        }
+    }
+    EXPECT_GT(tried, 5u);
+}
+
+TEST(EveryVerb, TakesNoMoreArgumentsThanItSays) {
+    for (const Command& command : allCommands()) {
+        if (command.head.find("...") == std::string::npos) {
+            expectOneLineAndStatus2(command, Words(positionals(command) + 1, "stray"));
+        }
+    }
+}
+
+TEST(EveryOption, NeedsItsValue) {
+    size_t tried = 0;
+    for (const Command& command : allCommands()) {
+        for (const std::string& option : command.options) {
+            if (!valueOf(option).empty()) {
+                expectOneLineAndStatus2(command, {nameOf(option)});
+                ++tried;
+            }
+        }
+    }
+    EXPECT_GT(tried, 5u);
+}
+
+TEST(EveryOption, TakesNumbersOnlyWhereItSaysSo) {
+    size_t tried = 0;
+    for (const Command& command : allCommands()) {
+        for (const std::string& option : command.options) {
+            if (isNumber(valueOf(option))) {
+                expectOneLineAndStatus2(command, {nameOf(option), "many"});
+                expectOneLineAndStatus2(command, {nameOf(option), "-1"});
+                expectOneLineAndStatus2(command, {nameOf(option), "99999999999999999999"});
+                ++tried;
+            }
+        }
+    }
+    EXPECT_GT(tried, 3u);
+}
+
+}  // namespace

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace outside {
+
+// An entry of a man page: its heading without marks ("--port PORT", "set NAME=VALUE...") and the
+// entries that stand indented below it.
+struct Entry {
+    std::string head;
+    std::vector<Entry> below;
+};
+
+// A page, read from its source in doc/man.
+class ManPage {
+  public:
+    // `name` is such as "pallctl.1"; throws when there is no such page.
+    explicit ManPage(const std::string& name);
+
+    // The entries of a section such as "OPTIONS", none when there is no such section.
+    std::vector<Entry> entries(const std::string& section) const;
+
+    // Every "--word" in it, wherever it stands.
+    std::vector<std::string> longOptions() const;
+
+  private:
+    std::vector<std::string> lines_;
+};
+
+}  // namespace outside
