@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "harness/process.h"
+#include "harness/run.h"
 #include "support/temporary_directory.h"
 
 // pallframe as its tests start it from outside.
@@ -18,6 +18,8 @@ namespace outside {
 namespace fs = std::filesystem;
 using harness::Process;
 using harness::programDirectory;
+using harness::Result;
+using harness::run;
 
 using Words = std::vector<std::string>;
 
@@ -31,18 +33,6 @@ inline Words inFrame(const Words& command) {
     Words words = pallframe({"run", "--"});
     words.insert(words.end(), command.begin(), command.end());
     return words;
-}
-
-struct Result {
-    int status;
-    std::string output;
-    std::string error;
-};
-
-inline Result run(const Words& words) {
-    Process process(words);
-    const int status = process.waitForEnd();
-    return {status, process.output().waitForEnd(), process.error().waitForEnd()};
 }
 
 inline Result shellInFrame(const std::string& script) {
