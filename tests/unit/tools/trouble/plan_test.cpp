@@ -1,0 +1,55 @@
+#include "trouble/plan.h"
+
+#include <gmock/gmock.h>
+
+#include "program/timed_script.h"
+
+namespace pallbus {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+Order order(const std::vector<std::string>& words) {
+    return parseOrder(words);
+}
+
+std::string problemOf(std::string_view text) {
+    try {
+        parsePlan(text, "bad.txt");
+    } catch (const script::Error& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+TEST(Plan, SaysWhatHappensWhen) {
+    EXPECT_THAT(
+        parsePlan("# a bus that falls silent\n"
+                  "at 2s silent 5s\n"
+                  "after 1s close mid-frame daemon\n"
+                  "calm\n",
+                  "x"),
+        ElementsAre(Step{2s, order({"silent", "5s"})},
+                    Step{3s, order({"close", "mid-frame", "daemon"})}, Step{3s, order({"calm"})}));
+}
+
+TEST(Plan, RepeatsABlock) {
+    EXPECT_THAT(parsePlan("repeat 2\nafter 1s close\nend", "x"),
+                ElementsAre(Step{1s, order({"close"})}, Step{2s, order({"close"})}));
+}
+
+TEST(Plan, IsOneLineWithoutATime) {
+    EXPECT_THAT(parsePlan("split", "x"), ElementsAre(Step{0s, order({"split"})}));
+    EXPECT_THAT(parsePlan("", "x"), IsEmpty());
+}
+
+TEST(Plan, NamesTheLineThatIsBad) {
+    EXPECT_EQ(problemOf("split\n\nafter 1s delay\n"),
+              "bad.txt:3: something is missing: delay TIME[-TIME]");
+    EXPECT_EQ(problemOf("at 1s\n"), "bad.txt:1: 'at' needs a time and something to do");
+}
+
+}  // namespace
+}  // namespace pallbus

@@ -1,0 +1,380 @@
+#include "trouble/words.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <limits>
+#include <string_view>
+
+#include "program/timed_script.h"
+
+namespace pallbus {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr int32_t kDaemon = 8;  // the connection id that it logs in with
+constexpr std::string_view kCalm = "calm";
+constexpr size_t kMostCount = 1'000'000;
+
+// What stands behind a kind without a word of its own.
+enum class Operand { none, delay, joined, corrupted, time };
+
+// What else may stand behind it, each once and in any order.
+constexpr unsigned kOften = 1;
+constexpr unsigned kFrom = 2;
+constexpr unsigned kTo = 4;
+constexpr unsigned kWho = 8;
+constexpr unsigned kObject = 16;
+constexpr unsigned kFor = 32;
+constexpr unsigned kMessages = kOften | kTo | kWho | kObject | kFor;
+
+struct Word {
+    std::string_view name;
+    Kind kind;
+    Operand operand;
+    unsigned takes;
+    std::string_view form;  // with its operand, for people
+};
+
+// One that begins with another comes before it.
+constexpr std::array<Word, 10> kWords{{
+    {"drop", Kind::drop, Operand::none, kMessages | kFrom, "drop"},
+    {"delay", Kind::delay, Operand::delay, kMessages | kFrom, "delay TIME[-TIME]"},
+    {"corrupt", Kind::corrupt, Operand::corrupted, kMessages | kFrom, "corrupt [BYTES]"},
+    {"split", Kind::split, Operand::none, kMessages, "split"},
+    {"join", Kind::join, Operand::joined, kMessages & ~kOften, "join MESSAGES"},
+    {"close mid-frame", Kind::cut, Operand::none, kMessages, "close mid-frame"},
+    {"close", Kind::close, Operand::none, kWho, "close"},
+    {"refuse", Kind::refuse, Operand::time, kFor, "refuse [TIME]"},
+    {"silent", Kind::silent, Operand::time, kWho | kFor, "silent [TIME]"},
+    {"stop reading", Kind::stopReading, Operand::time, kWho | kFor, "stop reading [TIME]"},
+}};
+
+std::string quoted(std::string_view word) {
+    return std::string("'").append(word).append("'");
+}
+
+bool isOnlyTo(const Word& word) {
+    return (word.takes & (kFrom | kTo)) == kTo;
+}
+
+const Word& wordOf(Kind kind) {
+    return *std::ranges::find(kWords, kind, &Word::kind);
+}
+
+std::string allNames() {
+    std::string names;
+    for (const Word& word : kWords) {
+        names.append(word.name).append(", ");
+    }
+    return names.append(kCalm);
+}
+
+// The whole text as a number from `least` to `most`.
+template <typename Number>
+std::optional<Number> numberIn(std::string_view text, Number least, Number most) {
+    Number number{};
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || rest != end || !(number >= least && number <= most)) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+// Takes the words of one rule off their front, one after the other.
+class Reader {
+  public:
+    explicit Reader(std::span<const std::string> words) : words_(words) {}
+
+    Rule read() {
+        word_ = &takeKind();
+        rule_.kind = word_->kind;
+        rule_.direction = isOnlyTo(*word_) ? Direction::to : Direction::both;
+        while (!words_.empty()) {
+            takePart(take());
+        }
+        return completed();
+    }
+
+  private:
+    struct Part {
+        std::string_view name;
+        unsigned takes;
+        void (Reader::*read)();
+    };
+    static const std::array<Part, 9> kParts;
+
+    std::string take() {
+        std::string word = words_.front();
+        words_ = words_.subspan(1);
+        return word;
+    }
+
+    std::string takeBehind(std::string_view name) {
+        if (words_.empty()) {
+            throw BadTrouble("nothing stands behind " + quoted(name));
+        }
+        return take();
+    }
+
+    const Word& takeKind() {
+        const std::string first = take();
+        const std::string both = words_.empty() ? first : first + " " + words_.front();
+        for (const Word& word : kWords) {
+            if (word.name == both && both != first) {
+                take();
+                return word;
+            }
+            if (word.name == first) {
+                return word;
+            }
+        }
+        throw BadTrouble(quoted(first) + " is no trouble: " + allNames());
+    }
+
+    void takePart(const std::string& text) {
+        const auto part = std::ranges::find(kParts, text, &Part::name);
+        if (part != kParts.end()) {
+            once(part->takes, text);
+            (this->*part->read)();
+        } else if (text.ends_with('%')) {
+            once(kOften, text);
+            takePercent(text);
+        } else {
+            takeOperand(text);
+        }
+    }
+
+    // `what` may stand behind the kind, and has not yet.
+    void once(unsigned what, const std::string& text) {
+        if ((word_->takes & what) != what) {
+            throw BadTrouble(quoted(word_->name) + " takes no " + quoted(text));
+        }
+        if ((seen_ & what) != 0) {
+            throw BadTrouble(quoted(text) + " comes after another of its kind");
+        }
+        seen_ |= what;
+    }
+
+    void takeFrom() { takeDirection(Direction::from, "from"); }
+    void takeTo() { takeDirection(Direction::to, "to"); }
+
+    // Which way and who exclude each other's repetition: "from daemon to daemon" says nothing.
+    void takeDirection(Direction direction, std::string_view name) {
+        rule_.direction = direction;
+        const std::string who = takeBehind(name);
+        once(kWho, who);
+        if (who == "client") {
+            takeClient();
+        } else if (who == "daemon") {
+            takeDaemon();
+        } else if (who != "anyone") {
+            throw BadTrouble(quoted(who) + " is nobody: daemon, client NUMBER, anyone");
+        }
+    }
+
+    void takeAnyone() {}
+    void takeDaemon() { rule_.client = kDaemon; }
+
+    void takeClient() {
+        const std::string text = takeBehind("client");
+        constexpr auto kMost = std::numeric_limits<int32_t>::max();
+        rule_.client = numberIn<int32_t>(text, -kMost - 1, kMost);
+        if (!rule_.client) {
+            throw BadTrouble(quoted(text) + " is no connection id");
+        }
+    }
+
+    void takeObject() {
+        const std::string name = takeBehind("object");
+        if (std::ranges::any_of(name, [](unsigned char sign) { return sign < ' '; })) {
+            throw BadTrouble("the name of an object has no control characters");
+        }
+        rule_.object = name;
+    }
+
+    void takeEvery() { takeNumber(Often::every, "every"); }
+    void takeNext() { takeNumber(Often::next, "next"); }
+
+    void takeNumber(Often often, std::string_view name) {
+        rule_.often = often;
+        rule_.number = countOf(takeBehind(name), 1);
+    }
+
+    void takeFor() { rule_.time = timeOf(takeBehind("for")); }
+
+    void takePercent(std::string_view text) {
+        const auto percent = numberIn<double>(text.substr(0, text.size() - 1), 0, 100);
+        if (!percent) {
+            throw BadTrouble(quoted(text) + " is no share: 0% to 100%");
+        }
+        rule_.often = Often::percent;
+        rule_.percent = *percent;
+    }
+
+    void takeOperand(const std::string& text) {
+        if (word_->operand == Operand::none || operandSeen_) {
+            throw BadTrouble(quoted(word_->name) + " takes no " + quoted(text));
+        }
+        operandSeen_ = true;
+        switch (word_->operand) {
+            case Operand::delay:
+                takeDelay(text);
+                break;
+            case Operand::time:
+                once(kFor, text);
+                rule_.time = timeOf(text);
+                break;
+            default:
+                rule_.count = countOf(text, word_->operand == Operand::joined ? 2 : 1);
+        }
+    }
+
+    void takeDelay(const std::string& text) {
+        const size_t dash = text.find('-');
+        rule_.delayLeast = timeOf(text.substr(0, dash));
+        rule_.delayMost =
+            dash == std::string::npos ? rule_.delayLeast : timeOf(text.substr(dash + 1));
+        if (rule_.delayMost < rule_.delayLeast) {
+            throw BadTrouble(quoted(text) + " ends before it begins");
+        }
+    }
+
+    static milliseconds timeOf(const std::string& text) {
+        const auto time = script::parseDuration(text);
+        if (!time) {
+            throw BadTrouble(quoted(text) + " is no time: write 500ms, 2s or 3m");
+        }
+        return *time;
+    }
+
+    static size_t countOf(const std::string& text, size_t least) {
+        const auto count = numberIn<size_t>(text, least, kMostCount);
+        if (!count) {
+            throw BadTrouble(quoted(text) + " is no number from " + std::to_string(least) + " to " +
+                             std::to_string(kMostCount));
+        }
+        return *count;
+    }
+
+    Rule completed() {
+        if (!operandSeen_ &&
+            (word_->operand == Operand::delay || word_->operand == Operand::joined)) {
+            throw BadTrouble("something is missing: " + std::string(word_->form));
+        }
+        if (rule_.kind == Kind::corrupt && !operandSeen_) {
+            rule_.count = 1;
+        }
+        // A connection ends once, unless it is said otherwise.
+        if (rule_.kind == Kind::cut && rule_.often == Often::each) {
+            rule_.often = Often::next;
+            rule_.number = 1;
+        }
+        return rule_;
+    }
+
+    std::span<const std::string> words_;
+    const Word* word_ = nullptr;
+    Rule rule_;
+    unsigned seen_ = 0;
+    bool operandSeen_ = false;
+};
+
+const std::array<Reader::Part, 9> Reader::kParts{{
+    {"from", kFrom, &Reader::takeFrom},
+    {"to", kTo, &Reader::takeTo},
+    {"daemon", kWho, &Reader::takeDaemon},
+    {"client", kWho, &Reader::takeClient},
+    {"anyone", kWho, &Reader::takeAnyone},
+    {"object", kObject, &Reader::takeObject},
+    {"every", kOften, &Reader::takeEvery},
+    {"next", kOften, &Reader::takeNext},
+    {"for", kFor, &Reader::takeFor},
+}};
+
+std::string timeText(milliseconds time) {
+    return time.count() % 1000 == 0 ? std::to_string(time.count() / 1000) + "s"
+                                    : std::to_string(time.count()) + "ms";
+}
+
+std::string operandText(const Rule& rule) {
+    switch (wordOf(rule.kind).operand) {
+        case Operand::delay:
+            return " " + timeText(rule.delayLeast) +
+                   (rule.delayMost == rule.delayLeast ? "" : "-" + timeText(rule.delayMost));
+        case Operand::joined:
+        case Operand::corrupted:
+            return " " + std::to_string(rule.count);
+        case Operand::none:
+        case Operand::time:
+            return "";
+    }
+    return "";
+}
+
+std::string oftenText(const Rule& rule) {
+    std::array<char, 400> digits{};  // enough for the smallest share there is
+    switch (rule.often) {
+        case Often::each:
+            break;
+        case Often::percent:
+            return std::string(" ").append(digits.data(),
+                                           std::to_chars(digits.begin(), digits.end(), rule.percent,
+                                                         std::chars_format::fixed)
+                                               .ptr) +
+                   "%";
+        case Often::every:
+            return " every " + std::to_string(rule.number);
+        case Often::next:
+            return " next " + std::to_string(rule.number);
+    }
+    return "";
+}
+
+std::string whoText(const Rule& rule) {
+    std::string way;
+    if ((wordOf(rule.kind).takes & kFrom) != 0 && rule.direction != Direction::both) {
+        way = rule.direction == Direction::from ? " from" : " to";
+    }
+    if (!rule.client) {
+        return way.empty() ? "" : way + " anyone";
+    }
+    return way + (*rule.client == kDaemon ? " daemon" : " client " + std::to_string(*rule.client));
+}
+
+std::string objectText(const std::string& name) {
+    std::string text = " object \"";
+    for (const char sign : name) {
+        if (sign == '"' || sign == '\\') {
+            text += '\\';
+        }
+        text += sign;
+    }
+    return text + '"';
+}
+
+}  // namespace
+
+Order parseOrder(std::span<const std::string> words) {
+    if (words.empty()) {
+        throw BadTrouble("nothing to do");
+    }
+    if (words.front() != kCalm) {
+        return Reader(words).read();
+    }
+    if (words.size() > 1) {
+        throw BadTrouble("nothing may stand behind 'calm'");
+    }
+    return Calm{};
+}
+
+std::string textOf(const Rule& rule) {
+    return std::string(wordOf(rule.kind).name) + operandText(rule) + oftenText(rule) +
+           whoText(rule) + (rule.object ? objectText(*rule.object) : "") +
+           (rule.time ? " for " + timeText(*rule.time) : "");
+}
+
+}  // namespace pallbus
