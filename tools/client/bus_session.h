@@ -54,6 +54,9 @@ class BusSession {
     bool open(Deadline deadline);
     void close();
     bool isOpen() const { return socket_.get() >= 0; }
+    // For those who wait for more than the bus: readable when receive() with a deadline of now
+    // finds something, -1 when closed.
+    int descriptor() const { return socket_.get(); }
     const std::string& errorText() const { return errorText_; }
 
     // Queues a subscription of the announcements (and requests) of an object; with `receiveAll`

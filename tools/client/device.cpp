@@ -6,35 +6,8 @@
 
 namespace pallctl {
 
-namespace {
-
-constexpr const char* kWholeDevice = "paramDescriptor";
-// What the daemon announces first on each of its connections.
-constexpr std::string_view kGreeting = "frameName";
-
-// What stands before a parameter's name inside the daemon, whatever way leads there.
-std::string localPrefix(const std::string& object) {
-    const size_t dot = object.rfind('.');
-    return object.substr(dot == std::string::npos ? 0 : dot + 1) + '.';
-}
-
-}  // namespace
-
 Device::Device(BusSession& session, Mirror& mirror, std::string object, Patience patience)
     : session_(session), mirror_(mirror), object_(std::move(object)), patience_(patience) {}
-
-std::string Device::leafOf(const std::string& name) const {
-    for (const std::string& prefix : {object_ + '.', localPrefix(object_)}) {
-        if (name.starts_with(prefix)) {
-            return name.substr(prefix.size());
-        }
-    }
-    return name;
-}
-
-std::string Device::fullName(const std::string& name) const {
-    return object_ + '.' + leafOf(name);
-}
 
 std::vector<std::string> Device::fullNames(std::vector<std::string> names) const {
     std::transform(names.begin(), names.end(), names.begin(),
@@ -49,43 +22,39 @@ void Device::askByName(const std::vector<std::string>& names) {
         for (size_t name = at; name < end; ++name) {
             leaves.push_back(leafOf(names[name]));
         }
-        GETMessage request(object_, leaves, nullptr, 1);
+        GETMessage request(object(), leaves, nullptr, 1);
         session_.queue(request);
     }
 }
 
-bool Device::read(const std::vector<std::string>& names, std::chrono::milliseconds patience) {
-    const Deadline deadline = Clock::now() + patience;
+std::string Device::ask(const std::vector<std::string>& names) {
     if (!isThroughPrefix()) {
         askByName(names);
     }
     // A request of unknown names only gets no answer. This one always does, and the device answers
     // in the order in which it was asked.
-    GETMessage last(object_, {kWholeDevice}, nullptr, 0);
+    GETMessage last(object(), {kWholeDevice}, nullptr, 0);
     session_.queue(last);
-    return awaitAnswer(last.uniqueId(), deadline).has_value();
+    return last.uniqueId();
+}
+
+bool Device::read(const std::vector<std::string>& names, std::chrono::milliseconds patience) {
+    const Deadline deadline = Clock::now() + patience;
+    return awaitAnswer(ask(names), deadline).has_value();
+}
+
+std::string Device::askToSet(const std::string& name, UniqueJSON value) {
+    UniqueJSON param = jsonObject();
+    addMember(param.get(), leafOf(name).c_str(), std::move(value));
+    SETMessage request(object(), std::move(param));
+    session_.queue(request);
+    return request.uniqueId();
 }
 
 std::optional<int> Device::set(const std::string& name, UniqueJSON value) {
-    UniqueJSON param = jsonObject();
-    addMember(param.get(), leafOf(name).c_str(), std::move(value));
-    SETMessage request(object_, std::move(param));
-    session_.queue(request);
-    const auto answer = awaitAnswer(request.uniqueId(), Clock::now() + patience_.set);
+    const Deadline deadline = Clock::now() + patience_.set;
+    const auto answer = awaitAnswer(askToSet(name, std::move(value)), deadline);
     return answer ? std::optional(answer->statusCode()) : std::nullopt;
-}
-
-void Device::hear(const TarnInternalMessage& message) {
-    if (message.type() != MessageType::NOT || message.objectName() != object_) {
-        return;
-    }
-    const cJSON* value = nullptr;
-    cJSON_ArrayForEach(value, jsonMember(message.data(), "param")) {
-        if (value->string) {
-            arrived_ = arrived_ || value->string == kGreeting;
-            mirror_.announce(fullName(value->string), value);
-        }
-    }
 }
 
 std::optional<TarnInternalMessage> Device::awaitAnswer(const std::string& id, Deadline deadline) {
@@ -95,23 +64,12 @@ std::optional<TarnInternalMessage> Device::awaitAnswer(const std::string& id, De
             hear(*message);
             continue;
         }
-        takeDescriptors(*message);
+        object_.takeDescriptors(*message, mirror_);
         if (message->uniqueId() == id) {
             return message;
         }
     }
     return std::nullopt;
-}
-
-void Device::takeDescriptors(const TarnInternalMessage& answer) {
-    const cJSON* named = jsonMember(answer.data(), "paramDescriptor");
-    const cJSON* device = jsonMember(jsonMember(answer.data(), "param"), kWholeDevice);
-    for (const cJSON* parameters : {named, jsonMember(device, "params")}) {
-        for (Parameter& parameter : decodeParameters(parameters)) {
-            parameter.descriptor.name = fullName(parameter.descriptor.name);
-            mirror_.describe(std::move(parameter));
-        }
-    }
 }
 
 }  // namespace pallctl

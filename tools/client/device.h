@@ -7,12 +7,10 @@
 #include <vector>
 
 #include "client/bus_session.h"
+#include "client/device_object.h"
 #include "client/mirror.h"
 
 namespace pallctl {
-
-// The object that the daemon serves.
-inline constexpr const char* kDaemonObject = "system";
 
 // How long one answer may take. A set is answered when the commands that it runs have ended, and a
 // restart of the network takes its time.
@@ -37,14 +35,13 @@ class Device {
 
     Device(BusSession& session, Mirror& mirror, std::string object, Patience patience);
 
-    const std::string& object() const { return object_; }
-    bool isThroughPrefix() const { return object_.find('.') != std::string::npos; }
+    const std::string& object() const { return object_.path(); }
+    bool isThroughPrefix() const { return object_.isThroughPrefix(); }
 
-    // "system.ipAddress" of any form of a name, the object's own ("frameB.system.ipAddress" there);
-    // what a message calls it ("ipAddress").
-    std::string fullName(const std::string& name) const;
+    // As the object has them.
+    std::string fullName(const std::string& name) const { return object_.fullName(name); }
     std::vector<std::string> fullNames(std::vector<std::string> names) const;
-    std::string leafOf(const std::string& name) const;
+    std::string leafOf(const std::string& name) const { return object_.leafOf(name); }
 
     // Asks for the descriptors of these parameters (full names), and for that of the whole device,
     // which knows only the saved ones. True when the device answered: what the mirror does not
@@ -55,19 +52,25 @@ class Device {
     // Sets one parameter (full name): the status code of the answer, nothing when none came.
     std::optional<int> set(const std::string& name, UniqueJSON value);
 
+    // The same for those who cannot wait: both queue what is to be sent, and give the id that the
+    // (last) answer will have.
+    std::string ask(const std::vector<std::string>& names);
+    std::string askToSet(const std::string& name, UniqueJSON value);
+
     // Takes over what an announcement of the device says; other messages are passed over.
-    void hear(const TarnInternalMessage& message);
+    void hear(const TarnInternalMessage& message) {
+        arrived_ = object_.hear(message, mirror_) || arrived_;
+    }
     // Whether an announcement said, since the last time, that the daemon is new on the bus.
     bool takeArrival() { return std::exchange(arrived_, false); }
 
   private:
     void askByName(const std::vector<std::string>& names);
     std::optional<TarnInternalMessage> awaitAnswer(const std::string& id, Deadline deadline);
-    void takeDescriptors(const TarnInternalMessage& answer);
 
     BusSession& session_;
     Mirror& mirror_;
-    std::string object_;
+    DeviceObject object_;
     Patience patience_;
     bool arrived_ = false;
 };

@@ -98,6 +98,30 @@ TEST_F(DeviceTest, TakesDescriptorsFromBothAnswersAlsoWhenTheyComeLate) {
     EXPECT_EQ(shown("system.b"), "2");
 }
 
+TEST_F(DeviceTest, AnswersUnderAnotherObjectAreNotItsOwn) {
+    device_.read({});
+    peer_.writeFrame("[\"RSP\", \"frameB.system\", 8, 1000042, 0]\n{\"id\":\"" +
+                     idOf(peer_.read(), "\"param\":{") +
+                     R"(","paramDescriptor":{"d_x":{"oid":"x","value":1}}})");
+    device_.read({});
+    EXPECT_THAT(mirror_.all(), testing::IsEmpty());
+}
+
+TEST_F(DeviceTest, WhoeverCannotWaitGetsTheIdOfTheLastAnswer) {
+    const std::string id = device_.ask({"system.a"});
+    ASSERT_TRUE(session_.flush());
+    const std::string bytes = peer_.read();
+    EXPECT_EQ(count(bytes, "\"GET\", \"system\""), 2u);
+    EXPECT_EQ(idOf(bytes, R"("param":{)"), id);
+}
+
+TEST_F(DeviceTest, WhoeverCannotWaitGetsTheIdOfASet) {
+    const std::string id = device_.askToSet("system.a", jsonNumber(7));
+    ASSERT_TRUE(session_.flush());
+    const std::string bytes = peer_.read();
+    EXPECT_EQ(idOf(bytes, R"("param":{"a":7})"), id);
+}
+
 TEST_F(DeviceTest, SetsByTheLeaf) {
     EXPECT_EQ(device_.set("system.sshEnabled", jsonNumber(0)), std::nullopt);
     const std::string bytes = peer_.read();
