@@ -1,14 +1,17 @@
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
 
 #include "model/log.h"
+#include "recording/recording.h"
 #include "switchboard/bus_server.h"
 #include "verbs.h"
 
@@ -18,12 +21,47 @@ namespace {
 
 struct Options {
     bool verbose = false;
+    std::string record;  // the file; empty: none
+};
+
+void complain(const std::string& line) {
+    std::fprintf(stderr, "pallbus: %s\n", line.c_str());
+}
+
+// Keeps what goes over the bus in a file, for as long as that takes it.
+class Recorder {
+  public:
+    explicit Recorder(const std::string& path) : writer_(std::in_place, path, "pallbus") {}
+    ~Recorder() {
+        if (writer_) {
+            mind(writer_->finish());
+        }
+    }
+    Recorder(const Recorder&) = delete;
+    Recorder& operator=(const Recorder&) = delete;
+
+    void see(int32_t from, std::string_view payload) {
+        if (writer_) {
+            writer_->record(from, payload);
+            mind(writer_->failure());
+        }
+    }
+
+  private:
+    void mind(const std::optional<std::string>& failure) {
+        if (failure) {
+            complain(*failure + "; going on without recording");
+            writer_.reset();
+        }
+    }
+
+    std::optional<recording::Writer> writer_;
 };
 
 void serve(uint16_t port, const Options& options) {
     const auto report = [verbose = options.verbose](const std::string& line) {
         if (verbose) {
-            std::fprintf(stderr, "pallbus: %s\n", line.c_str());
+            complain(line);
         }
     };
     // What the bus library has to say about bad messages is not for the system log of the machine,
@@ -32,6 +70,12 @@ void serve(uint16_t port, const Options& options) {
 
     asio::io_context io;
     BusServer server(io, port, report);
+    std::optional<Recorder> recorder;
+    if (!options.record.empty()) {
+        recorder.emplace(options.record);
+        server.setWitness(
+            [&recorder](int32_t from, std::string_view payload) { recorder->see(from, payload); });
+    }
     std::printf("pallbus: listening on 127.0.0.1:%u\n", server.port());
     std::fflush(stdout);
 
@@ -52,6 +96,8 @@ int run(uint16_t port, const Options& options) try {
 void addRun(CLI::App& app, CommandLine& line) {
     const auto options = std::make_shared<Options>();
     app.add_flag("-v,--verbose", options->verbose, "Say on standard error who comes and goes");
+    app.add_option("--record", options->record, "Keep what goes over the bus in a file")
+        ->type_name("FILE");
     line.toBeDone = [options, &line] { return run(line.port, *options); };
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <asio/io_context.hpp>
@@ -28,6 +29,9 @@ class BusServer {
     ~BusServer();
     BusServer(const BusServer&) = delete;
     BusServer& operator=(const BusServer&) = delete;
+
+    // Lets somebody see what goes over the bus, from now on.
+    void setWitness(Switchboard::Witness witness) { board_.setWitness(std::move(witness)); }
 
     uint16_t port() const { return acceptor_.local_endpoint().port(); }
 

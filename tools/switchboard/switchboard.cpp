@@ -25,6 +25,12 @@ std::string frameOf(const std::vector<char>& payload) {
     return lumo::encodeNetString(std::string(payload.data(), payload.size() - terminator));
 }
 
+// What a frame made here carries.
+std::string_view payloadOf(std::string_view frame) {
+    const size_t start = frame.find(':') + 1;
+    return frame.substr(start, frame.size() - start - 1);
+}
+
 bool isAnswer(MessageType type) {
     return type == MessageType::RSP || type == MessageType::CMDRSP || type == MessageType::ACK ||
            type == MessageType::NAK;
@@ -48,6 +54,7 @@ bool Switchboard::accept(ClientID sender, std::unique_ptr<std::vector<char>> pay
     const std::string frame = frameOf(*payload);
     try {
         const TarnInternalMessage message(std::move(payload));
+        witness(table_.connectionIDOf(sender).value_or(message.source()), frame);
         if (isForTheBus(message)) {
             handleConnection(sender, message);
         } else if (isAnswer(message.type())) {
@@ -56,9 +63,21 @@ bool Switchboard::accept(ClientID sender, std::unique_ptr<std::vector<char>> pay
             passRequest(sender, message, frame, now);
         }
     } catch (const std::runtime_error&) {
+        witness(table_.connectionIDOf(sender).value_or(kNobody), frame);
         return false;
     }
     return true;
+}
+
+void Switchboard::witness(int32_t from, const std::string& frame) const {
+    if (witness_) {
+        witness_(from, payloadOf(frame));
+    }
+}
+
+void Switchboard::answer(ClientID client, const std::string& frame) {
+    witness(0, frame);
+    deliver_(client, frame);
 }
 
 void Switchboard::handleConnection(ClientID sender, const TarnInternalMessage& message) {
@@ -99,7 +118,7 @@ int Switchboard::takeSubscriptions(ClientID sender, const cJSON* list) {
 }
 
 void Switchboard::reply(ClientID client, const TarnInternalMessage& request, int code) {
-    deliver_(client, frameOf(RSPMessage(request, code)));
+    answer(client, frameOf(RSPMessage(request, code)));
 }
 
 void Switchboard::passRequest(ClientID sender, const TarnInternalMessage& message,
@@ -129,12 +148,12 @@ void Switchboard::passAnswer(ClientID sender, const TarnInternalMessage& message
 
 void Switchboard::ask(ClientID sender, const TarnInternalMessage& request, bool othersAsked,
                       Clock::time_point now) {
-    const std::string answer = frameOf(RSPMessage(request, std::nullopt, masterDetailsParam()));
+    const std::string details = frameOf(RSPMessage(request, std::nullopt, masterDetailsParam()));
     if (!othersAsked) {
-        deliver_(sender, answer);
+        answer(sender, details);
         return;
     }
-    questions_.push_back({sender, request.uniqueId(), answer, now + kPatience});
+    questions_.push_back({sender, request.uniqueId(), details, now + kPatience});
     if (questions_.size() > kMostQuestions) {
         answerOldest();
     }
@@ -162,7 +181,7 @@ std::optional<Switchboard::Clock::time_point> Switchboard::nextDue() const {
 void Switchboard::answerOldest() {
     const Question question = std::move(questions_.front());
     questions_.pop_front();
-    deliver_(question.asker, question.answer);
+    answer(question.asker, question.answer);
 }
 
 }  // namespace pallbus

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bus/tarn_internal_message.h"
@@ -26,6 +27,11 @@ class Switchboard {
     using Clock = std::chrono::steady_clock;
     // Gets messages framed, ready for the wire.
     using Deliver = std::function<void(ClientID, const std::string& frame)>;
+    // Gets every payload that comes in, before anything is done with it, and every answer that the
+    // bus itself gives. `from` is the connection id of the sender's login; before that, what the
+    // message says; kNobody when it is no message either. The bus is 0.
+    using Witness = std::function<void(int32_t from, std::string_view payload)>;
+    static constexpr int32_t kNobody = -1;
 
     static constexpr std::chrono::milliseconds kPatience{200};
     // So many questions can wait for somebody else's answer; the oldest is answered early.
@@ -33,6 +39,8 @@ class Switchboard {
 
     // `deliver` may call leave, also for the client whose message is being handled.
     explicit Switchboard(Deliver deliver);
+
+    void setWitness(Witness witness) { witness_ = std::move(witness); }
 
     void join(ClientID client) { table_.join(client); }
     void leave(ClientID client);
@@ -54,6 +62,8 @@ class Switchboard {
         Clock::time_point due;
     };
 
+    void witness(int32_t from, const std::string& frame) const;
+    void answer(ClientID client, const std::string& frame);
     void handleConnection(ClientID sender, const TarnInternalMessage& message);
     int takeLogin(ClientID sender, const cJSON* login);
     int takeSubscriptions(ClientID sender, const cJSON* list);
@@ -68,6 +78,7 @@ class Switchboard {
     void answerOldest();
 
     Deliver deliver_;
+    Witness witness_;
     RoutingTable table_;
     std::deque<Question> questions_;  // all wait equally long, so the oldest is due first
 };

@@ -24,6 +24,12 @@ std::string framed(const std::string& payload) {
     return std::to_string(payload.size()) + ":" + payload + ";";
 }
 
+// Without what framed() adds.
+std::string payloadOf(const std::string& frame) {
+    const size_t start = frame.find(':') + 1;
+    return frame.substr(start, frame.size() - start - 1);
+}
+
 std::string detailsQuestion(int source) {
     return "[\"GET\", \"system\", " + std::to_string(source) +
            R"(, 0, 0])"
@@ -319,6 +325,47 @@ TEST_F(SwitchboardTest, LetsAClientGoWhileItsQuestionsAreAnswered) {
     };
     board_.answerDue(now_ + 1h);
     EXPECT_THAT(reached, ElementsAre(2));
+}
+
+TEST_F(SwitchboardTest, ShowsAWitnessWhatComesInAndWhatTheBusAnswers) {
+    std::vector<std::pair<int32_t, std::string>> seen;
+    board_.setWitness([&seen](int32_t from, std::string_view payload) {
+        seen.emplace_back(from, std::string(payload));
+    });
+    const std::string toModule = "[\"SET\", \"system\", 77, 0, 0]\n{\"a\":\"1:2;\"}";
+    accept(2, toModule);
+    accept(3, "[\"SET\", \"\", 30, 0, 0]\n{\"id\":\"h@1\"}");
+    accept(1, detailsQuestion(8));
+    EXPECT_THAT(
+        seen,
+        ElementsAre(Pair(20, toModule), Pair(30, "[\"SET\", \"\", 30, 0, 0]\n{\"id\":\"h@1\"}"),
+                    Pair(0, R"(["RSP", "", 0, 30, 0])"
+                            "\n"
+                            R"({"id":"h@1","requestCommand":"SET",)" +
+                                std::string(kOK)),
+                    Pair(8, detailsQuestion(8)), Pair(0, payloadOf(detailsAnswer(8)))));
+}
+
+TEST_F(SwitchboardTest, NamesToAWitnessWhoIsNotLoggedInByTheMessageAndBytesByNobody) {
+    std::vector<int32_t> seen;
+    board_.setWitness([&seen](int32_t from, std::string_view) { seen.push_back(from); });
+    board_.join(4);
+    accept(4, "[\"NOT\", \"a\", 41, 0, 0]\n{}");
+    connection(4, 42, R"({"login":{"name":"M","connID":43,"version":1}})");
+    accept(4, "[\"NOT\", \"a\", 41, 0, 0]\n{}");
+    board_.join(5);
+    EXPECT_FALSE(accept(5, "bytes"));
+    EXPECT_THAT(seen, ElementsAre(41, 42, 0, 43, Switchboard::kNobody));
+}
+
+TEST_F(SwitchboardTest, ShowsAWitnessAnAnswerWhenItIsGiven) {
+    subscribe(2, R"([{"path":"system"}])");
+    std::vector<int32_t> seen;
+    board_.setWitness([&seen](int32_t from, std::string_view) { seen.push_back(from); });
+    accept(3, detailsQuestion(30));
+    EXPECT_THAT(seen, ElementsAre(30));
+    board_.answerDue(now_ + 200ms);
+    EXPECT_THAT(seen, ElementsAre(30, 0));
 }
 
 }  // namespace
