@@ -1,11 +1,7 @@
-#include <pty.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <array>
 
 #include "pallframe_process.h"
+#include "terminal.h"
 
 using namespace harness;
 using namespace outside;
@@ -67,43 +63,17 @@ TEST(Memory, NothingStaysWhenAllAreKilledAtOnce) {
     EXPECT_EQ(readFile("/proc/self/mounts"), mountsBefore);
 }
 
-std::string readTerminal(int terminal, const std::string& until) {
-    std::string text;
-    std::array<char, 256> buffer{};
-    const Deadline deadline;
-    while (text.find(until) == std::string::npos) {
-        waitReadable(terminal, deadline, "'" + until + "' on the terminal; there was: " + text);
-        const ssize_t size = ::read(terminal, buffer.data(), buffer.size());
-        if (size <= 0) {
-            break;
-        }
-        text.append(buffer.data(), static_cast<size_t>(size));
-    }
-    return text;
-}
-
-TEST(Terminal, AnInterruptReachesTheCommandOnce) {
-    int terminal = -1;
-    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        const std::string program = programDirectory() / "pallframe";
-        ::execl(program.c_str(), program.c_str(), "run", "--", "sh", "-c",
-                "trap 'echo told' INT; trap 'echo bye; exit 4' TERM; echo ready; "
-                "while :; do sleep 0.01; done",
-                nullptr);
-        ::_exit(127);
-    }
-    readTerminal(terminal, "ready");
-    ASSERT_EQ(::write(terminal, "\x03", 1), 1);
-    std::string text = readTerminal(terminal, "told");
-    ASSERT_EQ(::kill(child, SIGTERM), 0);
-    text += readTerminal(terminal, "bye");
+TEST(TerminalOfAFrame, AnInterruptReachesTheCommandOnce) {
+    Terminal terminal(inFrame({"sh", "-c",
+                               "trap 'echo told' INT; trap 'echo bye; exit 4' TERM; echo ready; "
+                               "while :; do sleep 0.01; done"}));
+    terminal.readUntil("ready");
+    terminal.type("\x03");
+    std::string text = terminal.readUntil("told");
+    ASSERT_EQ(::kill(terminal.pid(), SIGTERM), 0);
+    text += terminal.readUntil("bye");
     EXPECT_EQ(text.find("told"), text.rfind("told")) << text;
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 4);
-    ::close(terminal);
+    EXPECT_EQ(terminal.waitForEnd(), 4);
 }
 
 }  // namespace

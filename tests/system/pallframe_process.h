@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -22,6 +23,18 @@ using harness::Result;
 using harness::run;
 
 using Words = std::vector<std::string>;
+
+// The frames of this test program are known in a place of its own, so that others which run at the
+// same time are no frames of its user.
+class OwnRegistry {
+  public:
+    OwnRegistry() { ::setenv("XDG_RUNTIME_DIR", directory_.path().c_str(), 1); }
+
+  private:
+    const TemporaryDirectory directory_;
+};
+
+inline const OwnRegistry ownRegistry;
 
 inline Words pallframe(const Words& arguments) {
     Words words{programDirectory() / "pallframe"};

@@ -113,6 +113,12 @@ INSTANTIATE_TEST_SUITE_P(Bad, Usage,
                              {"status"},
                              {"status", "--tree", "/etc"},
                              {"set"},
+                             {"status", "--tree", "/", "--frame", "1"},
+                             {"status", "--frame", "1"},
+                             {"enter"},
+                             {"enter", "1", "--", "true"},
+                             {"enter", "1", "true", "--", "true"},
+                             {"list", "1"},
                              {"set", "cable", "eth0", "down"},
                              {"set", "cable", "eth0", "sideways"},
                              {"set", "psu", "3", "12"},
@@ -131,8 +137,8 @@ TEST_P(Usage, IsAnsweredWithOneLineAndStatus2) {
 }
 
 TEST(Help, FitsAScreen) {
-    for (const Words& words : {Words{"--help"}, Words{"run", "--help"}, Words{"set", "--help"},
-                               Words{"status", "--help"}}) {
+    for (const char* verb : {"", "run", "enter", "list", "set", "status"}) {
+        const Words words = *verb == 0 ? Words{"--help"} : Words{verb, "--help"};
         const Result result = run(pallframe(words));
         EXPECT_EQ(result.status, 0);
         EXPECT_LE(std::count(result.output.begin(), result.output.end(), '\n'), 24);
@@ -203,43 +209,6 @@ TEST_F(Tree, AnExistingDirectoryIsLeftAlone) {
     EXPECT_EQ(result.status, 125);
     EXPECT_EQ(result.error, "pallframe: cannot make a frame in " + tree + ": File exists\n");
     EXPECT_TRUE(fs::exists(tree + "/mine"));
-}
-
-// The words, run as a user without any privilege; only root can become one, others are one already.
-Words asOrdinaryUser(Words words) {
-    if (::geteuid() == 0) {
-        const Words drop{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
-        words.insert(words.begin(), drop.begin(), drop.end());
-    }
-    return words;
-}
-
-TEST(OrdinaryUser, HasAFrameToo) {
-    const TemporaryDirectory directory;
-    fs::permissions(directory.path(), fs::perms::all);
-    fs::copy(programDirectory() / "pallframe", directory.path("pallframe"));
-    const std::string program = directory.path("pallframe");
-    Words words =
-        asOrdinaryUser({program, "run", "--tree", directory.path("tree"), "--", "sh", "-c",
-                        "id -u; sudo systemctl start ssh; pallframe status | tail -1"});
-    words.insert(words.begin(), {"env", "-C", directory.path()});
-    const Result inside = run(words);
-    EXPECT_EQ(inside.error, "");
-    EXPECT_EQ(inside.status, 0);
-    EXPECT_EQ(inside.output, "0\ntold       systemctl start ssh\n");
-    EXPECT_FALSE(fs::exists(directory.path("tree")));
-}
-
-TEST(OrdinaryUser, IsToldWhatToDoWhenTheKernelForbidsIt) {
-    const std::string program = programDirectory() / "pallframe";
-    const Result result = run({"unshare", "-r", "sh", "-c",
-                               "echo 0 >/proc/sys/user/max_user_namespaces; "
-                               "exec setpriv --bounding-set=-sys_admin " +
-                                   program + " run -- true"});
-    EXPECT_EQ(result.status, 125);
-    EXPECT_EQ(result.error,
-              "pallframe: no namespaces for this user (No space left on device): run as root, or "
-              "allow them with: sudo sysctl -w user.max_user_namespaces=15000\n");
 }
 
 }  // namespace

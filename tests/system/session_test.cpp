@@ -77,4 +77,22 @@ TEST_P(Session, ShowsEachChangeUntilItIsInterrupted) {
     expectNoTrace();
 }
 
+// What ./dev shell enters.
+TEST(Shell, HasEveryProgramAndItsPageAtHand) {
+    Process shown(pallframe({"run", "--", PALLWATCH_SESSION, programDirectory(), "watch"}));
+    shown.output().waitFor("system.ethPort1Status\t1");
+    const auto shell = [](const std::string& script) {
+        return run(
+            pallframe({"enter", "--", PALLWATCH_SHELL, programDirectory(), "sh", "-c", script}));
+    };
+    EXPECT_EQ(shell("pallframe set cable eth0 down").status, 0);
+    shown.output().waitFor("system.activeEthernet\tPort 2");
+    EXPECT_EQ(shell("pallctl get activeEthernet").output, "Port 2\n");
+    EXPECT_EQ(shell("pallctl set activeEthernet='Port 1'").status, 0);
+    shown.output().waitFor("system.activeEthernet\tPort 1");
+    const Result page = shell("man -w pallctl");
+    EXPECT_EQ(page.error, "");
+    EXPECT_THAT(page.output, testing::EndsWith("/man/man1/pallctl.1\n"));
+}
+
 }  // namespace

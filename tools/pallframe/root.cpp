@@ -28,8 +28,16 @@ constexpr const char* kMemoryRoot = "/tmp";
 constexpr const char* kProcesses = "/run/proc";
 constexpr int kNumberedLinks = 300;
 
-constexpr std::array<const char*, 7> kHostParts{
-    "/bin", "/lib", "/lib32", "/lib64", "/libx32", "/etc/alternatives", "/etc/ld.so.cache"};
+// The last two make manual pages readable.
+constexpr std::array<const char*, 9> kHostParts{"/bin",
+                                                "/lib",
+                                                "/lib32",
+                                                "/lib64",
+                                                "/libx32",
+                                                "/etc/alternatives",
+                                                "/etc/ld.so.cache",
+                                                "/etc/groff",
+                                                "/etc/manpath.config"};
 constexpr std::array<const char*, 6> kDevices{"/dev/full", "/dev/null",    "/dev/random",
                                               "/dev/tty",  "/dev/urandom", "/dev/zero"};
 constexpr std::array<std::array<const char*, 2>, 4> kDeviceLinks{{

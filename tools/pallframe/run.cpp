@@ -1,23 +1,15 @@
 #include "run.h"
 
-#include <linux/close_range.h>
-#include <poll.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <functional>
 #include <optional>
-#include <stdexcept>
 
 #include "frame/paths.h"
-#include "frame/programs.h"
+#include "frame/registry.h"
 #include "host.h"
+#include "process.h"
 #include "root.h"
 #include "supervisor.h"
 #include "syslog_file.h"
@@ -28,62 +20,15 @@ namespace {
 
 using frame::check;
 using frame::Descriptor;
+using frame::Registry;
 
 constexpr std::chrono::seconds kPatience{3};
-
-// The child's whole life is `work`, its result the exit status; errors become a line and kNoFrame.
-pid_t startProcess(const std::function<int()>& work) {
-    const pid_t child = check(::fork(), "fork");
-    if (child != 0) {
-        return child;
-    }
-    int status = kNoFrame;
-    try {
-        status = work();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "pallframe: %s\n", error.what());
-    }
-    std::fflush(nullptr);
-    ::_exit(status);
-}
-
-// This process as another one can watch it.
-Descriptor watchSelf() {
-    return Descriptor(
-        check(static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)), "pidfd_open"));
-}
-
-// Lets this process get the signal when its parent dies, also when that has just happened.
-void dieWith(const Descriptor& parent, int signal) {
-    check(::prctl(PR_SET_PDEATHSIG, signal), "prctl");
-    pollfd ended{parent.get(), POLLIN, 0};
-    if (check(::poll(&ended, 1, 0), "poll") > 0) {
-        throw std::runtime_error("interrupted");
-    }
-}
 
 void takeAway(const RunRequest& request) {
     if (!request.directory.empty() && !request.keep) {
         std::error_code ignored;
         std::filesystem::remove_all(request.directory, ignored);
     }
-}
-
-int becomeCommand(const RunRequest& request, const Supervisor& supervisor) {
-    ::setenv("PATH", frame::kSearchPath, 1);
-    ::unsetenv("TMPDIR");
-    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);  // the caller's other open files
-    supervisor.release();
-    std::vector<char*> words;
-    words.reserve(request.command.size() + 1);
-    for (const std::string& word : request.command) {
-        words.push_back(const_cast<char*>(word.c_str()));
-    }
-    words.push_back(nullptr);
-    ::execvp(words[0], words.data());
-    const int status = errno == ENOENT ? 127 : 126;
-    std::fprintf(stderr, "pallframe: cannot run %s: %s\n", words[0], std::strerror(errno));
-    return status;
 }
 
 // Process 1 of the frame.
@@ -98,7 +43,7 @@ int beFirst(const RunRequest& request, Supervisor& supervisor, const Descriptor&
         supervisor.serve(log->descriptor(), [&log] { log->takeAll(); });
     }
     supervisor.setPatience(kPatience);
-    const pid_t command = startProcess([&] { return becomeCommand(request, supervisor); });
+    const pid_t command = startProcess([&] { return becomeCommand(request.command, supervisor); });
     const int status = supervisor.waitFor(command);
     if (log) {
         log->takeAll();
@@ -106,12 +51,24 @@ int beFirst(const RunRequest& request, Supervisor& supervisor, const Descriptor&
     return status;
 }
 
+// Without an entry the frame is as good, except that nobody finds it.
+void makeKnown(const Registry& registry, const frame::RunningFrame& frame) {
+    try {
+        registry.add(frame);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "pallframe: this frame will not be listed: %s\n", error.what());
+    }
+}
+
 int beKeeper(const RunRequest& request, Supervisor& supervisor, const Descriptor& caller) {
     dieWith(caller, Supervisor::kParentDied);
+    const Registry registry = Registry::ofUser();
     leaveHost();
     const Descriptor self = watchSelf();
     const pid_t first = startProcess([&] { return beFirst(request, supervisor, self); });
+    makeKnown(registry, {first, request.directory});
     const int status = supervisor.waitFor(first);
+    registry.remove(first);
     takeAway(request);
     return status;
 }

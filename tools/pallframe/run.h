@@ -16,12 +16,9 @@ struct RunRequest {
     std::vector<std::string> command;
 };
 
-// The frame could not be made; told apart from every status of an ordinary command.
-inline constexpr int kNoFrame = 125;
-
 // Makes a frame, runs the command in it as its first process and takes it away with everything that
-// runs in it. Result: the command's exit status as a shell has it, kNoFrame after a line on
-// standard error. Throws std::system_error when the directory cannot be made.
+// runs in it. Result: the command's exit status as a shell has it, kNoFrame (process.h)
+// after a line on standard error. Throws std::system_error when the directory cannot be made.
 //
 // Three processes stand behind it, each dying with the one before: this one; the keeper, which
 // stays outside and takes the directory away even when this one is killed; and process 1 of the

@@ -1,0 +1,176 @@
+// From outside into a frame that runs, in memory as most do: by its number or because it is the
+// only one.
+
+#include <signal.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "pallframe_process.h"
+#include "terminal.h"
+
+using namespace harness;
+using namespace outside;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr const char* kHeading = "FRAME     PRODUCT      FILES\n";
+
+// A frame with a command that runs until it is ended.
+class Running : public Process {
+  public:
+    explicit Running(const char* product = "Quorane", const std::string& first = "true")
+        : Process(pallframe({"run", "--product", product, "--", "sh", "-c",
+                             first + "; echo ready; exec sleep 1000"})) {
+        output().waitFor("ready\n");
+    }
+};
+
+Result enter(const Words& words) {
+    Words all = pallframe({"enter"});
+    all.insert(all.end(), words.begin(), words.end());
+    return run(all);
+}
+
+Result shell(const std::string& script) {
+    return enter({"--", "sh", "-c", script});
+}
+
+std::string list() {
+    return run(pallframe({"list"})).output;
+}
+
+// The numbers of the frames that are listed.
+Words numbers() {
+    std::istringstream lines(list());
+    Words all;
+    std::string line;
+    for (std::getline(lines, line); std::getline(lines, line);) {
+        all.push_back(line.substr(0, line.find(' ')));
+    }
+    return all;
+}
+
+TEST(Enter, JoinsFilesNetworkAndProcesses) {
+    const std::string namespaces =
+        "for one in mnt net pid user; do readlink /proc/self/ns/$one; done";
+    Running frame("KELI", "echo mine >/tmp/made; " + namespaces);
+    const std::string itsOwn = frame.output().text();
+    const Result result = shell(namespaces + "; echo ready");
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(result.output, itsOwn);
+    EXPECT_EQ(shell("cat /tmp/made; . /tmp/eeprom; echo $PRODUCT").output, "mine\nKELI\n");
+    EXPECT_EQ(shell("kill -KILL $(pgrep -o sleep)").status, 0);
+    EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
+}
+
+TEST(Enter, GivesTheCommandsStatus) {
+    const Running frame;
+    EXPECT_EQ(shell("exit 0").status, 0);
+    EXPECT_EQ(shell("exit 7").status, 7);
+    EXPECT_EQ(shell("kill -KILL $$").status, 128 + SIGKILL);
+    const Result missing = enter({"--", "/no/such/command"});
+    EXPECT_EQ(missing.status, 127);
+    EXPECT_EQ(missing.error, "pallframe: cannot run /no/such/command: No such file or directory\n");
+}
+
+TEST(Enter, FindsTheProgramsOfTheFrame) {
+    const Running frame;
+    EXPECT_EQ(shell("sudo systemctl start ssh; pallframe status | tail -1").output,
+              "told       systemctl start ssh\n");
+    EXPECT_EQ(shell("pwd").output, fs::current_path().string() + "\n");
+}
+
+TEST(Enter, WithoutACommandItIsAShellThatSaysWhereItIs) {
+    const Running frame("Tessara");
+    Terminal terminal(pallframe({"enter"}));
+    terminal.readUntil("[Tessara frame " + numbers().at(0) + "] " + fs::current_path().string() +
+                       "# ");
+    terminal.type("cd /vantor\n");
+    terminal.readUntil("] /vantor# ");
+    terminal.type("exit 5\n");
+    EXPECT_EQ(terminal.waitForEnd(), 5);
+}
+
+TEST(Enter, OneOfSeveralHasToBeNamed) {
+    const Running one("KELI");
+    const Running other("Tessara");
+    const Words both = numbers();
+    ASSERT_EQ(both.size(), 2U);
+    const Result result = shell("true");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.error, AllOf(HasSubstr(both[0] + " ("), HasSubstr(both[1] + " (")));
+    const auto productOf = [](const std::string& number) {
+        return enter({number, "--", "sh", "-c", ". /tmp/eeprom; echo $PRODUCT"}).output;
+    };
+    EXPECT_THAT((Words{productOf(both[0]), productOf(both[1])}),
+                testing::UnorderedElementsAre("KELI\n", "Tessara\n"));
+    EXPECT_EQ(run(pallframe({"status", "--frame", both[1]})).status, 0);
+    EXPECT_EQ(run(pallframe({"status"})).status, 2);
+}
+
+TEST(Enter, WithoutAFrameItSaysHowToStartOne) {
+    const Result result = shell("true");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.error,
+              "pallframe: no frame of yours runs: start one with pallframe run, or ./dev run\n");
+}
+
+TEST(Enter, TheCommandGoesWithIt) {
+    const Running frame;
+    const std::string mark = uniqueWord();
+    Process entered(pallframe({"enter", "--", "sh", "-c", "echo in; exec sleep 1000", mark}));
+    entered.output().waitFor("in\n");
+    entered.signal(SIGKILL);
+    EXPECT_EQ(entered.output().waitForEnd(), "in\n") << "closed, so nobody holds it";
+}
+
+TEST(Enter, TheEndOfTheFrameIsTheEndOfTheCommand) {
+    Running frame;
+    Process entered(pallframe({"enter", "--", "sh", "-c", "echo in; exec sleep 1000"}));
+    entered.output().waitFor("in\n");
+    const std::string number = numbers().at(0);
+    frame.signal(SIGTERM);
+    EXPECT_EQ(entered.waitForEnd(), 128 + SIGKILL);
+    EXPECT_EQ(entered.error().waitForEnd(), "pallframe: frame " + number + " has ended\n");
+}
+
+TEST(List, ShowsWhatRuns) {
+    EXPECT_EQ(list(), kHeading);
+    Running frame("Tessara");
+    const std::string number = numbers().at(0);
+    EXPECT_EQ(list(), kHeading + number + std::string(10 - number.size(), ' ') +
+                          "Tessara      in memory\n");
+    frame.signal(SIGTERM);
+    frame.waitForEnd();
+    EXPECT_EQ(list(), kHeading);
+}
+
+TEST_F(Tree, IsListedWithItsDirectory) {
+    Process frame(words());
+    frame.output().waitFor("ready");
+    EXPECT_THAT(list(), EndsWith(" " + tree + "\n"));
+}
+
+TEST(List, ForgetsAFrameThatWasKilled) {
+    Running frame;
+    const std::string keeper =
+        readFile(frame.proc() / "task" / std::to_string(frame.pid()) / "children");
+    ASSERT_EQ(::kill(std::stoi(keeper), SIGKILL), 0);
+    frame.waitForEnd();
+    const fs::path entries = fs::path(std::getenv("XDG_RUNTIME_DIR")) / "pallframe";
+    EXPECT_FALSE(fs::is_empty(entries));
+    waitUntil([&] { return numbers().empty() && fs::is_empty(entries); }, "the entry to go");
+}
+
+TEST(FrameInMemory, IsSeenAndChangedFromOutside) {
+    const Running frame("Tessara");
+    EXPECT_EQ(run(pallframe({"set", "cable", "eth0", "down"})).status, 0);
+    EXPECT_THAT(shell("cat /tmp/bond0").output, HasSubstr("Currently Active Slave: eth1\n"));
+    EXPECT_THAT(run(pallframe({"status"})).output, HasSubstr("eth0       down\n"));
+}
+
+}  // namespace

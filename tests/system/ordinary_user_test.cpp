@@ -1,0 +1,96 @@
+// A frame belongs to whoever starts it: nothing of it needs root, where the kernel has namespaces
+// for everybody.
+
+#include <unistd.h>
+
+#include "pallframe_process.h"
+
+using namespace harness;
+using namespace outside;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+// The words, run as a user without any privilege; only root can become one, others are one already.
+Words asOrdinaryUser(Words words) {
+    if (::geteuid() == 0) {
+        const Words drop{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+        words.insert(words.begin(), drop.begin(), drop.end());
+    }
+    return words;
+}
+
+// Why the kernel of this machine gives an ordinary user no frame; empty when it does.
+std::string refusal() {
+    const Result result = run(asOrdinaryUser({"unshare", "--user", "--map-root-user", "true"}));
+    return result.status == 0 ? "" : "no user namespaces here: " + result.error;
+}
+
+// A copy of the program where that user can read it.
+class OrdinaryUser : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (const std::string why = refusal(); !why.empty()) {
+            GTEST_SKIP() << why;
+        }
+        fs::permissions(directory.path(), fs::perms::all);
+        fs::copy(programDirectory() / "pallframe", program);
+    }
+
+    Words pallframe(const Words& arguments) const {
+        Words words = asOrdinaryUser({program});
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        words.insert(words.begin(), {"env", "-C", directory.path()});
+        return words;
+    }
+
+    const TemporaryDirectory directory;
+    const std::string program = directory.path("pallframe");
+};
+
+TEST_F(OrdinaryUser, HasAFrameToo) {
+    const Result inside =
+        run(pallframe({"run", "--tree", directory.path("tree"), "--", "sh", "-c",
+                       "id -u; sudo systemctl start ssh; pallframe status | tail -1"}));
+    EXPECT_EQ(inside.error, "");
+    EXPECT_EQ(inside.status, 0);
+    EXPECT_EQ(inside.output, "0\ntold       systemctl start ssh\n");
+    EXPECT_FALSE(fs::exists(directory.path("tree")));
+}
+
+TEST_F(OrdinaryUser, EntersAndChangesIt) {
+    Process frame(pallframe({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
+    frame.output().waitFor("ready");
+    const Result changed = run(pallframe({"set", "psu", "1", "11.5"}));
+    EXPECT_EQ(changed.error, "");
+    EXPECT_EQ(changed.status, 0);
+    const Result inside = run(pallframe({"enter", "--", "sh", "-c", "id -u; pallframe status"}));
+    EXPECT_EQ(inside.error, "");
+    EXPECT_THAT(inside.output, StartsWith("0\n"));
+    EXPECT_THAT(inside.output, HasSubstr("psu 1      11.50 V\n"));
+}
+
+TEST_F(OrdinaryUser, SeesNoFrameOfAnother) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can be two users";
+    }
+    Process frame(outside::pallframe({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
+    frame.output().waitFor("ready");
+    EXPECT_EQ(run(outside::pallframe({"status"})).status, 0);
+    EXPECT_EQ(run(pallframe({"status"})).status, 2);
+}
+
+TEST(OrdinaryUserWithoutNamespaces, IsToldWhatToDoWhenTheKernelForbidsIt) {
+    const std::string program = programDirectory() / "pallframe";
+    const Result result = run({"unshare", "-r", "sh", "-c",
+                               "echo 0 >/proc/sys/user/max_user_namespaces; "
+                               "exec setpriv --bounding-set=-sys_admin " +
+                                   program + " run -- true"});
+    EXPECT_EQ(result.status, 125);
+    EXPECT_EQ(result.error,
+              "pallframe: no namespaces for this user (No space left on device): run as root, or "
+              "allow them with: sudo sysctl -w user.max_user_namespaces=15000\n");
+}
+
+}  // namespace

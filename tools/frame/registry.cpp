@@ -1,0 +1,174 @@
+#include "frame/registry.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <sstream>
+
+#include "frame/devices.h"
+#include "frame/paths.h"
+
+namespace frame {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string readAll(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// When a process started, in the kernel's ticks; empty when there is no such process. The second
+// field, its name in parentheses, may hold anything, so fields are counted from its end (proc(5)).
+std::string startOf(const std::string& pid) {
+    const std::string text = readAll("/proc/" + pid + "/stat");
+    std::istringstream fields(text.substr(std::min(text.rfind(')') + 1, text.size())));
+    constexpr int kStartTime = 22;
+    std::string field;
+    for (int number = 3; number <= kStartTime; ++number) {
+        field.clear();
+        fields >> field;
+    }
+    return field;
+}
+
+// Only what the user's own programs wrote is believed: /tmp is open to all.
+bool isOwn(const fs::path& directory) {
+    struct stat status {};
+    return ::lstat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == ::geteuid();
+}
+
+bool isNumber(const std::string& name) {
+    return !name.empty() && name.size() < 10 &&
+           std::all_of(name.begin(), name.end(),
+                       [](unsigned char sign) { return std::isdigit(sign) != 0; });
+}
+
+// A frame under way has no root of its own yet, and looks like the host.
+bool isFurnished(const RunningFrame& frame) {
+    return findProduct(frame.tree().read(paths::kProduct)) != nullptr;
+}
+
+// An entry is a line with the start and one with the directory, empty for a frame in memory.
+std::optional<RunningFrame> frameOf(const fs::path& file) {
+    std::istringstream text(readAll(file));
+    std::string started;
+    std::string directory;
+    std::getline(text, started);
+    std::getline(text, directory);
+    const std::string pid = file.filename();
+    if (started.empty() || started != startOf(pid)) {
+        return std::nullopt;
+    }
+    return RunningFrame{std::stoi(pid), directory};
+}
+
+std::string nameOf(const RunningFrame& frame) {
+    return std::to_string(frame.pid) + " (" + frame.tree().read(paths::kProduct) + ")";
+}
+
+std::string namesOf(const std::vector<RunningFrame>& running) {
+    std::string names;
+    for (const RunningFrame& frame : running) {
+        names += (names.empty() ? "" : ", ") + nameOf(frame);
+    }
+    return names;
+}
+
+std::string column(std::string text, size_t width) {
+    text.resize(std::max(text.size() + 1, width), ' ');
+    return text;
+}
+
+}  // namespace
+
+Tree RunningFrame::tree() const {
+    return Tree("/proc/" + std::to_string(pid) + "/root");
+}
+
+Registry::Registry(fs::path directory) : directory_(std::move(directory)) {}
+
+Registry Registry::ofUser() {
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime != nullptr && isOwn(runtime)) {
+        return Registry(fs::path(runtime) / "pallframe");
+    }
+    return Registry("/tmp/pallframe-" + std::to_string(::geteuid()));
+}
+
+void Registry::add(const RunningFrame& frame) const {
+    fs::create_directory(directory_);
+    if (!isOwn(directory_)) {
+        errno = EPERM;
+        fail(directory_);
+    }
+    check(::chmod(directory_.c_str(), S_IRWXU), directory_);
+    const std::string pid = std::to_string(frame.pid);
+    const fs::path draft = directory_ / ("new-" + pid);
+    std::ofstream(draft) << startOf(pid) << "\n" << frame.directory << "\n";
+    fs::rename(draft, directory_ / pid);
+}
+
+void Registry::remove(pid_t pid) const {
+    std::error_code ignored;
+    fs::remove(directory_ / std::to_string(pid), ignored);
+}
+
+std::vector<RunningFrame> Registry::running() const {
+    std::vector<RunningFrame> running;
+    if (!isOwn(directory_)) {
+        return running;
+    }
+    for (const auto& entry : fs::directory_iterator(directory_)) {
+        if (!isNumber(entry.path().filename())) {
+            continue;
+        }
+        const auto frame = frameOf(entry.path());
+        if (!frame) {
+            fs::remove(entry.path());
+        } else if (isFurnished(*frame)) {
+            running.push_back(*frame);
+        }
+    }
+    std::sort(
+        running.begin(), running.end(),
+        [](const RunningFrame& one, const RunningFrame& other) { return one.pid < other.pid; });
+    return running;
+}
+
+RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_view name) {
+    if (running.empty()) {
+        throw BadRequest("no frame of yours runs: start one with pallframe run, or ./dev run");
+    }
+    if (name.empty() && running.size() > 1) {
+        throw BadRequest("several frames run, name one: " + namesOf(running));
+    }
+    const auto found =
+        std::find_if(running.begin(), running.end(), [name](const RunningFrame& frame) {
+            return name.empty() || std::to_string(frame.pid) == name;
+        });
+    if (found == running.end()) {
+        throw BadRequest("no frame '" + std::string(name) + "' runs, but " + namesOf(running));
+    }
+    return *found;
+}
+
+std::string listOf(const std::vector<RunningFrame>& running) {
+    std::string text = "FRAME     PRODUCT      FILES\n";
+    for (const RunningFrame& frame : running) {
+        text += column(std::to_string(frame.pid), 10) +
+                column(frame.tree().read(paths::kProduct), 13) +
+                (frame.directory.empty() ? "in memory" : frame.directory) + "\n";
+    }
+    return text;
+}
+
+}  // namespace frame

@@ -1,0 +1,83 @@
+#include "enter.h"
+
+#include <sched.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "frame/paths.h"
+#include "process.h"
+
+namespace pallframe {
+
+namespace {
+
+namespace fs = std::filesystem;
+using frame::check;
+using frame::Descriptor;
+using frame::RunningFrame;
+
+fs::path userNamespace(const std::string& pid) {
+    return fs::read_symlink("/proc/" + pid + "/ns/user");
+}
+
+// Puts this process into the frame's network and files, and its future children into the frame's
+// process space. A user namespace comes along only where it differs: nobody can join their own.
+void join(const RunningFrame& frame) {
+    const Descriptor first = watch(frame.pid);
+    const std::string pid = std::to_string(frame.pid);
+    const bool otherUser = userNamespace(pid) != userNamespace("self");
+    check(::setns(first.get(),
+                  CLONE_NEWNET | CLONE_NEWPID | CLONE_NEWNS | (otherUser ? CLONE_NEWUSER : 0)),
+          "cannot enter frame " + pid);
+}
+
+// Both shells take the prompt from here, as there is no file in the frame that sets another; so
+// does one that a command of the caller's starts.
+void setPrompt(const RunningFrame& frame) {
+    const std::string prompt = "[" + frame::Tree("/").read(frame::paths::kProduct) + " frame " +
+                               std::to_string(frame.pid) + "] ${PWD}# ";
+    ::setenv("PS1", prompt.c_str(), 1);
+}
+
+// A process space whose first process goes takes in no new ones, and the others of it go before the
+// first is gone (pid_namespaces(7)).
+bool isEnding() {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(0);
+    }
+    return child < 0 && errno == ENOMEM;
+}
+
+std::vector<std::string> shell() {
+    return fs::exists("/bin/bash") ? std::vector<std::string>{"/bin/bash", "--norc", "-i"}
+                                   : std::vector<std::string>{"/bin/sh", "-i"};
+}
+
+}  // namespace
+
+int enterFrame(const RunningFrame& frame, const std::vector<std::string>& command) {
+    const fs::path workingDirectory = fs::current_path();
+    Supervisor supervisor;
+    const Descriptor self = watchSelf();
+    join(frame);
+    if (::chdir(workingDirectory.c_str()) != 0) {
+        check(::chdir("/"), "/");
+    }
+    setPrompt(frame);
+    const pid_t child = startProcess([&] {
+        dieWith(self, SIGKILL);
+        return becomeCommand(command.empty() ? shell() : command, supervisor);
+    });
+    const int status = supervisor.waitFor(child);
+    if (status == 128 + SIGKILL && isEnding()) {
+        std::fprintf(stderr, "pallframe: frame %d has ended\n", frame.pid);
+    }
+    return status;
+}
+
+}  // namespace pallframe

@@ -1,0 +1,78 @@
+#include "process.h"
+
+#include <linux/close_range.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+#include "frame/programs.h"
+
+namespace pallframe {
+
+using frame::check;
+using frame::Descriptor;
+
+pid_t startProcess(const std::function<int()>& work) {
+    const pid_t child = check(::fork(), "fork");
+    if (child != 0) {
+        return child;
+    }
+    int status = kNoFrame;
+    try {
+        status = work();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "pallframe: %s\n", error.what());
+    }
+    std::fflush(nullptr);
+    ::_exit(status);
+}
+
+namespace {
+
+bool hasEnded(const Descriptor& process) {
+    pollfd ended{process.get(), POLLIN, 0};
+    return check(::poll(&ended, 1, 0), "poll") > 0;
+}
+
+}  // namespace
+
+Descriptor watch(pid_t pid) {
+    return Descriptor(check(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)),
+                            "process " + std::to_string(pid)));
+}
+
+Descriptor watchSelf() {
+    return watch(::getpid());
+}
+
+void dieWith(const Descriptor& parent, int signal) {
+    check(::prctl(PR_SET_PDEATHSIG, signal), "prctl");
+    if (hasEnded(parent)) {
+        throw std::runtime_error("interrupted");
+    }
+}
+
+int becomeCommand(const std::vector<std::string>& command, const Supervisor& supervisor) {
+    ::setenv("PATH", frame::kSearchPath, 1);
+    ::unsetenv("TMPDIR");
+    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);  // the caller's other open files
+    supervisor.release();
+    std::vector<char*> words;
+    words.reserve(command.size() + 1);
+    for (const std::string& word : command) {
+        words.push_back(const_cast<char*>(word.c_str()));
+    }
+    words.push_back(nullptr);
+    ::execvp(words[0], words.data());
+    const int status = errno == ENOENT ? 127 : 126;
+    std::fprintf(stderr, "pallframe: cannot run %s: %s\n", words[0], std::strerror(errno));
+    return status;
+}
+
+}  // namespace pallframe

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "frame/system_call.h"
+#include "supervisor.h"
+
+// The processes that a frame is made of, and how each dies with the one before.
+namespace pallframe {
+
+// The frame could not be made or entered; told apart from every status of an ordinary command.
+inline constexpr int kNoFrame = 125;
+
+// A child whose whole life is `work`, its result the exit status; errors become a line and
+// kNoFrame. Throws std::system_error when there can be none.
+pid_t startProcess(const std::function<int()>& work);
+
+// A process, and this one, as another one can watch it. Throws std::system_error.
+frame::Descriptor watch(pid_t pid);
+frame::Descriptor watchSelf();
+
+// Lets this process get the signal when its parent dies, also when that has just happened: then it
+// throws std::runtime_error.
+void dieWith(const frame::Descriptor& parent, int signal);
+
+// Makes this process, a child of the supervisor's, the command, found where a frame has its
+// programs, with no open file but the standard ones. Comes back only when that fails: with the
+// status of a shell, after a line on standard error.
+int becomeCommand(const std::vector<std::string>& command, const Supervisor& supervisor);
+
+}  // namespace pallframe

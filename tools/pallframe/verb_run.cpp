@@ -1,0 +1,95 @@
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "enter.h"
+#include "frame/devices.h"
+#include "frame/product.h"
+#include "frame/registry.h"
+#include "run.h"
+#include "verbs.h"
+
+namespace pallframe {
+
+namespace {
+
+using frame::BadRequest;
+using frame::Registry;
+using frame::RunningFrame;
+
+std::string checkProduct(std::string& name) {
+    const frame::Product* product = frame::findProduct(name);
+    if (product == nullptr) {
+        return "no product '" + name + "': choose from " + frame::productNames();
+    }
+    name = product->name;
+    return "";
+}
+
+struct RunWords {
+    std::string product = "Quorane";
+    std::string tree;
+    RunRequest request;
+};
+
+int run(RunWords& words) {
+    words.request.product = frame::findProduct(words.product);
+    if (!words.tree.empty()) {
+        words.request.directory = std::filesystem::absolute(words.tree).lexically_normal();
+    }
+    if (words.request.keep && words.tree.empty()) {
+        throw BadRequest("--keep needs --tree DIR: a root in memory cannot be kept");
+    }
+    return runInFrame(words.request);
+}
+
+struct EnterWords {
+    std::string frame;
+    std::vector<std::string> command;
+};
+
+// Words are handed out from the left, so that the command's first one may stand in the place of the
+// frame's name; how many stand behind "--" tells.
+int enter(EnterWords words, size_t commandWords) {
+    if (!words.frame.empty() && words.command.size() < commandWords) {
+        words.command.insert(words.command.begin(), std::exchange(words.frame, ""));
+    }
+    if (words.command.size() != commandWords) {
+        throw BadRequest("the command for the frame stands behind --, such as: enter -- ls /");
+    }
+    return enterFrame(chooseFrame(Registry::ofUser().running(), words.frame), words.command);
+}
+
+}  // namespace
+
+void addRun(CLI::App& app, Call& call) {
+    const auto words = std::make_shared<RunWords>();
+    CLI::App* verb = app.add_subcommand("run", "Run a command in a frame of its own");
+    verb->add_option("--product", words->product, "One of " + frame::productNames())
+        ->type_name("NAME")
+        ->check(CLI::Validator(checkProduct, ""))
+        ->capture_default_str();
+    verb->add_option("--tree", words->tree, "Keep the frame's files in this new directory")
+        ->type_name("DIR");
+    verb->add_flag("--keep", words->request.keep, "Leave the directory behind");
+    verb->add_flag("!--no-syslog", words->request.syslog, "Leave /dev/log to the command");
+    verb->add_option("COMMAND", words->request.command, "The command, after --")->required();
+    verb->callback([words, &call] { call.status = run(*words); });
+}
+
+void addEnter(CLI::App& app, Call& call) {
+    const auto words = std::make_shared<EnterWords>();
+    CLI::App* verb = app.add_subcommand("enter", "Run a shell or a command in a running frame");
+    verb->add_option("FRAME", words->frame, "As list shows it, unless only one runs");
+    verb->add_option("COMMAND", words->command, "After --; a shell when there is none");
+    verb->callback([words, &call] { call.status = enter(*words, call.commandWords); });
+}
+
+void addList(CLI::App& app, Call&) {
+    CLI::App* verb = app.add_subcommand("list", "The frames that run");
+    verb->callback([] { std::fputs(listOf(Registry::ofUser().running()).c_str(), stdout); });
+}
+
+}  // namespace pallframe

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "frame/tree.h"
+#include "program/command_line.h"
+
+// The verbs of the command line: each call adds one, which does its work while the line is read.
+// What a verb cannot do for the person who asked is a frame::BadRequest.
+namespace pallframe {
+
+// What the verbs know of the whole command line and leave to it.
+struct Call {
+    size_t commandWords = 0;  // how many words stand behind "--"
+    int status = 0;           // to end with
+};
+
+void addRun(CLI::App& app, Call& call);
+void addEnter(CLI::App& app, Call& call);
+void addList(CLI::App& app, Call& call);
+void addSet(CLI::App& app, Call& call);
+void addStatus(CLI::App& app, Call& call);
+
+// The frame that a verb speaks of: a named one, the one that this program runs in, or the only one
+// that runs.
+struct Which {
+    std::string directory;
+    std::string frame;
+
+    void addTo(CLI::App& verb);
+    frame::Tree tree() const;
+};
+
+}  // namespace pallframe

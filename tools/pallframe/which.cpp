@@ -1,0 +1,38 @@
+#include "frame/devices.h"
+#include "frame/paths.h"
+#include "frame/product.h"
+#include "frame/registry.h"
+#include "verbs.h"
+
+namespace pallframe {
+
+namespace {
+
+using frame::Tree;
+
+bool isFrame(const Tree& tree) {
+    return frame::findProduct(tree.read(frame::paths::kProduct)) != nullptr;
+}
+
+}  // namespace
+
+void Which::addTo(CLI::App& verb) {
+    CLI::Option* number =
+        verb.add_option("--frame", frame, "A running frame, as list shows it")->type_name("FRAME");
+    verb.add_option("--tree", directory, "A frame's directory")->type_name("DIR")->excludes(number);
+}
+
+Tree Which::tree() const {
+    if (!directory.empty()) {
+        if (!isFrame(Tree(directory))) {
+            throw frame::BadRequest(directory + " is no simulated frame");
+        }
+        return Tree(directory);
+    }
+    if (frame.empty() && isFrame(Tree("/"))) {
+        return Tree("/");
+    }
+    return chooseFrame(frame::Registry::ofUser().running(), frame).tree();
+}
+
+}  // namespace pallframe
