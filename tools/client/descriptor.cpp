@@ -9,7 +9,7 @@ namespace pallctl {
 
 namespace {
 
-constexpr std::string_view kMemberMark = "_d_";
+constexpr const char* kAddressWidget = "WIDGET_IP_ADDRESS";
 
 std::vector<Choice> decodeChoices(const cJSON* constraint) {
     std::vector<Choice> choices;
@@ -24,6 +24,19 @@ std::vector<Choice> decodeChoices(const cJSON* constraint) {
     return choices;
 }
 
+std::optional<double> decodeLimit(const cJSON* constraint, const char* key) {
+    const cJSON* limit = jsonMember(constraint, key);
+    return cJSON_IsNumber(limit) ? std::optional(limit->valuedouble) : std::nullopt;
+}
+
+void decodeConstraint(const cJSON* constraint, Descriptor& descriptor) {
+    readField(constraint, "type", descriptor.constraint);
+    descriptor.choices = decodeChoices(constraint);
+    descriptor.least = decodeLimit(constraint, "min");
+    descriptor.most = decodeLimit(constraint, "max");
+    descriptor.step = decodeLimit(constraint, "step");
+}
+
 Parameter decodeUnnamed(const cJSON* item) {
     Parameter parameter;
     Descriptor& descriptor = parameter.descriptor;
@@ -32,12 +45,22 @@ Parameter decodeUnnamed(const cJSON* item) {
     readLenientBool(item, "readonly", descriptor.readOnly);
     readField(item, "widget", descriptor.widget);
     readField(item, "precision", descriptor.precision);
-    descriptor.choices = decodeChoices(jsonMember(item, "constraint"));
+    readField(item, "maxlength", descriptor.maxLength);
+    readField(item, "totallength", descriptor.totalLength);
+    decodeConstraint(jsonMember(item, "constraint"), descriptor);
     parameter.value = copyJSON(jsonMember(item, "value"));
     return parameter;
 }
 
 }  // namespace
+
+bool isAddress(const Descriptor& descriptor) {
+    return descriptor.widget == kAddressWidget;
+}
+
+bool hasValue(const Parameter& parameter) {
+    return parameter.value && !cJSON_IsNull(parameter.value.get());
+}
 
 std::optional<Parameter> decodeParameter(const cJSON* item) {
     const char* name = jsonText(jsonMember(item, "oid"));
@@ -54,9 +77,9 @@ std::vector<Parameter> decodeMembers(const cJSON* structure) {
     const cJSON* item = nullptr;
     cJSON_ArrayForEach(item, structure) {
         std::string_view key = item->string ? item->string : "";
-        if (key.substr(0, kMemberMark.size()) == kMemberMark) {
+        if (key.starts_with(kMemberMark)) {
             members.push_back(decodeUnnamed(item));
-            members.back().descriptor.name = key.substr(kMemberMark.size());
+            members.back().descriptor.name = key.substr(std::string_view(kMemberMark).size());
         }
     }
     return members;

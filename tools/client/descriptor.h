@@ -25,14 +25,29 @@ struct Descriptor {
     bool readOnly = false;
     std::string widget;           // display hint, mostly empty
     int precision = -1;           // decimals to show; negative: not said
+    std::string constraint;       // what kind of values it takes, "INT_CHOICE"; mostly empty
     std::vector<Choice> choices;  // empty: any value
+    std::optional<double> least;  // of a range; not said: any
+    std::optional<double> most;
+    std::optional<double> step;  // between the values of a range
+    int maxLength = -1;          // of a text, in bytes; negative: not said
+    int totalLength = -1;        // likewise, for whoever lays the text out
 };
+
+// The type word of what has members, and what stands before their names in its value.
+inline constexpr const char* kStructureType = "STRUCT";
+inline constexpr const char* kMemberMark = "_d_";
+
+// Whether it is a number that people know as an address, "10.0.0.5".
+bool isAddress(const Descriptor& descriptor);
 
 // A parameter as it was read: its value in wire form, null when the device holds none.
 struct Parameter {
     Descriptor descriptor;
     UniqueJSON value;
 };
+
+bool hasValue(const Parameter& parameter);
 
 // Reads the JSON form of one parameter. Nothing when it is no object or has no "oid" text; every
 // other member may be missing.

@@ -17,10 +17,6 @@ std::string environment(const char* name) {
     return value ? value : "";
 }
 
-bool hasValue(const Parameter& parameter) {
-    return parameter.value && !cJSON_IsNull(parameter.value.get());
-}
-
 // As shown, but for a program: texts as they are, and no sign for no value.
 std::string exactValue(const Parameter& parameter, const Style& style) {
     if (!hasValue(parameter)) {

@@ -7,6 +7,7 @@
 
 #include "bus/message_types.h"
 #include "client/human_form.h"
+#include "client/wire_form.h"
 
 namespace pallctl {
 

@@ -23,10 +23,32 @@ TEST(Descriptor, ReadsEveryAttributeOfAParameter) {
     EXPECT_TRUE(descriptor.readOnly);
     EXPECT_EQ(descriptor.widget, "W");
     EXPECT_EQ(descriptor.precision, 2);
+    EXPECT_EQ(descriptor.constraint, "INT_CHOICE");
     ASSERT_EQ(descriptor.choices.size(), 2u);
     EXPECT_EQ(descriptor.choices[1].value, 1);
     EXPECT_EQ(descriptor.choices[1].name, "Enabled");
     EXPECT_EQ(renderJSON(parameter->value.get(), false), "1");
+}
+
+TEST(Descriptor, ReadsTheLimitsOfAValue) {
+    const auto item = json(R"({"oid":"s.x","type":"STRING","maxlength":12,"totallength":40,)"
+                           R"("constraint":{"type":"FLOAT_STEP_RANGE","min":-1.5,"max":7,)"
+                           R"("step":0.5}})");
+    const Descriptor descriptor = decodeParameter(item.get())->descriptor;
+    EXPECT_EQ(descriptor.maxLength, 12);
+    EXPECT_EQ(descriptor.totalLength, 40);
+    EXPECT_EQ(descriptor.constraint, "FLOAT_STEP_RANGE");
+    EXPECT_EQ(descriptor.least, -1.5);
+    EXPECT_EQ(descriptor.most, 7);
+    EXPECT_EQ(descriptor.step, 0.5);
+}
+
+TEST(Descriptor, PassesOverLimitsThatAreNoNumbers) {
+    const auto item = json(R"({"oid":"s.x","constraint":{"type":3,"min":"0","max":null}})");
+    const Descriptor descriptor = decodeParameter(item.get())->descriptor;
+    EXPECT_EQ(descriptor.constraint, "");
+    EXPECT_EQ(descriptor.least, std::nullopt);
+    EXPECT_EQ(descriptor.most, std::nullopt);
 }
 
 TEST(Descriptor, TakesAbsentAttributesAsNotSaid) {
@@ -36,7 +58,13 @@ TEST(Descriptor, TakesAbsentAttributesAsNotSaid) {
     EXPECT_EQ(parameter->descriptor.type, "");
     EXPECT_FALSE(parameter->descriptor.readOnly);
     EXPECT_EQ(parameter->descriptor.precision, -1);
+    EXPECT_EQ(parameter->descriptor.constraint, "");
     EXPECT_TRUE(parameter->descriptor.choices.empty());
+    EXPECT_EQ(parameter->descriptor.least, std::nullopt);
+    EXPECT_EQ(parameter->descriptor.most, std::nullopt);
+    EXPECT_EQ(parameter->descriptor.step, std::nullopt);
+    EXPECT_EQ(parameter->descriptor.maxLength, -1);
+    EXPECT_EQ(parameter->descriptor.totalLength, -1);
     EXPECT_EQ(parameter->value, nullptr);
 }
 

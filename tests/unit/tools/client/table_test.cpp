@@ -37,5 +37,16 @@ TEST(Table, FillsAShortRow) {
     EXPECT_EQ(table.text(), "A  B\nx\n");
 }
 
+TEST(Table, IsAsWideInColour) {
+    Table table({"A", "B"});
+    table.add({{"long", Paint::faint}, "x"});
+    table.add({"y", {"z", Paint::bold}});
+    EXPECT_EQ(table.text(true),
+              "\x1b[1mA\x1b[0m     \x1b[1mB\x1b[0m\n"
+              "\x1b[2mlong\x1b[0m  x\n"
+              "y     \x1b[1mz\x1b[0m\n");
+    EXPECT_EQ(table.text(), "A     B\nlong  x\ny     z\n");
+}
+
 }  // namespace
 }  // namespace pallctl

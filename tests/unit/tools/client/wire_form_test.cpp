@@ -1,0 +1,156 @@
+#include "client/wire_form.h"
+
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "client/human_form.h"
+#include "descriptors.h"
+
+namespace pallctl {
+namespace {
+
+std::string wire(const Descriptor& descriptor, const std::string& text) {
+    const WireForm form = wireForm(descriptor, text);
+    return form.value ? renderJSON(form.value.get(), false) : form.problem;
+}
+
+TEST(WireForm, TakesAddressesDottedOrAsANumber) {
+    EXPECT_EQ(wire(address(), "10.1.1.3"), "167837955");
+    EXPECT_EQ(wire(address(), "192.168.1.1"), "3232235777");
+    EXPECT_EQ(wire(address(), "255.255.255.255"), "4294967295");
+    EXPECT_EQ(wire(address(), "3232235777"), "3232235777");
+}
+
+TEST(WireForm, RefusesWhatIsNoAddress) {
+    for (const char* text :
+         {"", "10.1.1", "10.1.1.256", "10.1.1.3.", "10.1.1.3x", "4294967296", "-1", " 10.1.1.3"}) {
+        EXPECT_EQ(wire(address(), text), "needs an address such as 10.1.2.3") << text;
+    }
+}
+
+TEST(WireForm, TakesChoicesByNameInAnyCaseOrByNumber) {
+    EXPECT_EQ(wire(switchDescriptor(), "Enabled"), "1");
+    EXPECT_EQ(wire(switchDescriptor(), "disabled"), "0");
+    EXPECT_EQ(wire(switchDescriptor(), "1"), "1");
+}
+
+TEST(WireForm, TakesAChoiceAsItIsShown) {
+    Descriptor descriptor = switchDescriptor();
+    descriptor.choices = {{0, "1"}, {1, "On\r"}};
+    EXPECT_EQ(wire(descriptor, "1"), "0") << "the name, which is what is shown";
+    EXPECT_EQ(wire(descriptor, "On\\x0d"), "1");
+}
+
+TEST(WireForm, NamesTheChoicesWhenItIsNone) {
+    for (const char* text : {"", "on", "2", "1.0", "0x1"}) {
+        EXPECT_EQ(wire(switchDescriptor(), text), "needs one of: Disabled, Enabled") << text;
+    }
+}
+
+TEST(WireForm, TakesWholeNumbersOf32Bits) {
+    EXPECT_EQ(wire(ofType("INT32"), "-2147483648"), "-2147483648");
+    EXPECT_EQ(wire(ofType("INT16"), "7"), "7");
+    EXPECT_EQ(wire(ofType("INT32"), "4294967295"), "4294967295");
+    for (const char* text :
+         {"", "1.5", "7x", "4294967296", "-2147483649", "99999999999999999999"}) {
+        EXPECT_EQ(wire(ofType("INT32"), text), "needs a whole number of 32 bits") << text;
+    }
+}
+
+TEST(WireForm, TakesFiniteNumbersForFloats) {
+    EXPECT_EQ(wire(ofType("FLOAT"), "11.5"), "11.5");
+    EXPECT_EQ(wire(ofType("FLOAT"), "-3"), "-3");
+    for (const char* text : {"", "x", "1,5", "nan", "inf", "1e999"}) {
+        EXPECT_EQ(wire(ofType("FLOAT"), text), "needs a number") << text;
+    }
+}
+
+TEST(WireForm, TakesAnyTextForStrings) {
+    EXPECT_EQ(wire(ofType("STRING"), ""), R"("")");
+    EXPECT_EQ(wire(ofType("STRING"), "7"), R"("7")");
+    EXPECT_EQ(wire(ofType("STRING"), "a=b \"c\""), R"("a=b \"c\"")");
+}
+
+TEST(WireForm, RefusesWhatThereIsAnObjectionTo) {
+    Descriptor descriptor = ofType("INT32");
+    descriptor.most = 10;
+    EXPECT_EQ(wire(descriptor, "10"), "10");
+    EXPECT_EQ(wire(descriptor, "11"), "needs 10 or less");
+}
+
+TEST(WireForm, RefusesTypesThatHaveNoText) {
+    EXPECT_EQ(wire(ofType("STRUCT"), "x"), "cannot be set from a text: STRUCT");
+    EXPECT_EQ(wire(ofType("INT32_ARRAY"), "1"), "cannot be set from a text: INT32_ARRAY");
+}
+
+TEST(WireForm, GuessesWithoutADescriptor) {
+    const auto plain = [](const char* text) {
+        return renderJSON(plainWireForm(text).get(), false);
+    };
+    EXPECT_EQ(plain("7"), "7");
+    EXPECT_EQ(plain("-0.5"), "-0.5");
+    EXPECT_EQ(plain("true"), "true");
+    EXPECT_EQ(plain("false"), "false");
+    EXPECT_EQ(plain("active"), R"("active")");
+    EXPECT_EQ(plain("10.1.2.3"), R"("10.1.2.3")");
+    EXPECT_EQ(plain(""), R"("")");
+}
+
+TEST(WireForm, ReadsBackWhatHumanFormShows) {
+    constexpr unsigned kSeed = 20240611;
+    std::mt19937 random(kSeed);
+    for (int round = 0; round < 2000; ++round) {
+        const auto number = static_cast<uint32_t>(random());
+        const UniqueJSON value = jsonNumber(number);
+        for (const Descriptor& descriptor : {address(), ofType("INT32"), ofPrecision(-1)}) {
+            const WireForm form = wireForm(descriptor, humanForm(descriptor, value.get()));
+            ASSERT_TRUE(form.value) << "seed " << kSeed << " number " << number;
+            ASSERT_EQ(form.value->valuedouble, number) << "seed " << kSeed;
+        }
+    }
+}
+
+TEST(RawForm, TakesTheValueInJSON) {
+    const auto raw = [](const Descriptor& descriptor, const char* text) {
+        const WireForm form = rawForm(descriptor, text);
+        return form.value ? renderJSON(form.value.get(), false) : form.problem;
+    };
+    EXPECT_EQ(raw(address(), "167772165"), "167772165");
+    EXPECT_EQ(raw(ofType("STRING"), R"("a")"), R"("a")");
+    EXPECT_EQ(raw(ofType("STRING"), "a"), "needs a value in JSON");
+    EXPECT_EQ(raw(ofType("INT32"), "1 2"), "needs a value in JSON");
+    EXPECT_EQ(raw(ofType("INT32"), ""), "needs a value in JSON");
+    EXPECT_EQ(raw(ofType("INT32"), R"("7")"), "needs a whole number of 32 bits");
+    EXPECT_EQ(raw(ofType("STRUCT"), "{}"), "{}");
+}
+
+TEST(IsSameValue, ComparesValuesNotTexts) {
+    EXPECT_TRUE(isSameValue(json("5").get(), json("5.0").get()));
+    EXPECT_FALSE(isSameValue(json("5").get(), json("6").get()));
+    EXPECT_FALSE(isSameValue(json("5").get(), json("\"5\"").get()));
+    EXPECT_FALSE(isSameValue(json("\"a\"").get(), json("\"A\"").get()));
+    EXPECT_FALSE(isSameValue(nullptr, json("0").get()));
+}
+
+TEST(IsSameValue, ComparesTheMembersThatAreWanted) {
+    const Parameter port = serialPort();
+    const auto holds = [&port](const char* text) {
+        return isSameValue(port.value.get(), wireForm(port, text).value.get());
+    };
+    EXPECT_TRUE(holds("name=COM1"));
+    EXPECT_TRUE(holds("name=COM1, connectionPoint="));
+    EXPECT_FALSE(holds("name=COM1, connectionPoint=x"));
+    EXPECT_FALSE(isSameValue(json("{}").get(), wireForm(port, "name=COM1").value.get()));
+}
+
+TEST(ReadsAs, TakesForEqualWhatPeopleSeeAsEqual) {
+    const Parameter voltage = holding(ofPrecision(2), "11.987");
+    EXPECT_TRUE(readsAs(voltage, json("11.99").get()));
+    EXPECT_FALSE(readsAs(voltage, json("11.98").get()));
+    EXPECT_TRUE(readsAs(holding(switchDescriptor(), "1"), json("1").get()));
+    EXPECT_FALSE(readsAs(holding(ofType("STRING"), "null"), json("\"-\"").get()));
+}
+
+}  // namespace
+}  // namespace pallctl

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+#include "client/descriptor.h"
+
+// Values as people type them, made into the JSON that travels on the bus. Pure functions.
+
+namespace pallctl {
+
+// What was typed, ready to send, or why it cannot be.
+struct WireForm {
+    UniqueJSON value;     // null when there is a problem
+    std::string problem;  // empty when there is none
+};
+
+// The value that the text means for this parameter: a dotted address, the name of a choice (in any
+// case) or its number, a number, a text. A problem also when there is an objection() to it.
+WireForm wireForm(const Descriptor& descriptor, const std::string& text);
+
+// The same, also for a structure: "member=value, member=value" for some or all of the members that
+// its value has.
+WireForm wireForm(const Parameter& parameter, const std::string& text);
+
+// The value that the text is in JSON. A problem also when there is an objection() to it.
+WireForm rawForm(const Descriptor& descriptor, const std::string& text);
+
+// For a name that no descriptor is known for: a number, true or false when the text is one as a
+// whole, otherwise the text.
+UniqueJSON plainWireForm(const std::string& text);
+
+// Whether a parameter that holds this value would be the same after being set to that one, which
+// may leave out members of a structure.
+bool isSameValue(const cJSON* held, const cJSON* wanted);
+
+// Whether the parameter's value is that one as people see it: the same, or the same in human form.
+bool readsAs(const Parameter& parameter, const cJSON* wanted);
+
+}  // namespace pallctl
