@@ -1,13 +1,9 @@
 #include "process.h"
 
 #include <fcntl.h>
-#include <signal.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <fstream>
 
 #include "process_table.h"
 
@@ -24,15 +20,7 @@ using frame::Descriptor;
     ::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
     ::dup2(output, STDOUT_FILENO);
     ::dup2(error, STDERR_FILENO);
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (const std::string& word : words) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-    ::execvp(arguments[0], arguments.data());
-    ::perror(arguments[0]);
-    ::_exit(127);
+    becomeProgram(words);
 }
 
 pid_t start(const std::vector<std::string>& words, int output, int error) {
@@ -65,42 +53,9 @@ Process::Pipe::Pipe() {
 Process::Process(const std::vector<std::string>& words) : Process(words, Pipe(), Pipe()) {}
 
 Process::Process(const std::vector<std::string>& words, Pipe output, Pipe error)
-    : pid_(start(words, output.writeEnd.get(), error.writeEnd.get())),
-      watch_(check(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)), "pidfd_open")),
+    : Child(start(words, output.writeEnd.get(), error.writeEnd.get())),
       output_(words[0] + " standard output", std::move(output.readEnd)),
       error_(words[0] + " standard error", std::move(error.readEnd)) {}
-
-Process::~Process() {
-    signal(SIGKILL);
-    if (!ended_) {
-        ::waitpid(pid_, nullptr, 0);
-    }
-}
-
-void Process::signal(int number) const {
-    if (!ended_) {
-        ::kill(pid_, number);
-    }
-}
-
-int Process::waitForEnd(const Deadline& deadline) {
-    if (!ended_) {
-        waitReadable(watch_.get(), deadline, "the end of process " + std::to_string(pid_));
-        check(::waitpid(pid_, &status_, 0), "waitpid");
-        ended_ = true;
-    }
-    return WIFSIGNALED(status_) ? 128 + WTERMSIG(status_) : WEXITSTATUS(status_);
-}
-
-fs::path Process::proc() const {
-    std::ifstream information("/proc/self/fdinfo/" + std::to_string(watch_.get()));
-    for (std::string key, value; information >> key >> value;) {
-        if (key == "Pid:") {
-            return processRoot() / value;
-        }
-    }
-    throw std::runtime_error("no process " + std::to_string(pid_));
-}
 
 std::vector<std::string> Process::descriptors() const {
     return descriptorsOf(proc());

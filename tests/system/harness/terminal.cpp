@@ -1,0 +1,71 @@
+#include "terminal.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace harness {
+
+namespace {
+
+using frame::check;
+using frame::Descriptor;
+
+// A frame has no terminals, so the test brings them.
+constexpr const char* kTerminals = "/run/terminals";
+
+Descriptor newTerminal(unsigned short columns) {
+    const std::string maker = std::string(kTerminals) + "/ptmx";
+    if (!std::filesystem::exists(maker)) {
+        check(::mkdir(kTerminals, 0755), kTerminals);
+        check(::mount("terminals", kTerminals, "devpts", 0, "newinstance,ptmxmode=0666"),
+              "mount devpts");
+    }
+    Descriptor terminal(check(::open(maker.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC), maker));
+    check(::unlockpt(terminal.get()), "unlockpt");
+    const winsize size{24, columns, 0, 0};
+    check(::ioctl(terminal.get(), TIOCSWINSZ, &size), "TIOCSWINSZ");
+    return terminal;
+}
+
+pid_t startOn(int keyboard, const std::vector<std::string>& words) {
+    const Descriptor inside(
+        check(::ioctl(keyboard, TIOCGPTPEER, O_RDWR | O_NOCTTY | O_CLOEXEC), "TIOCGPTPEER"));
+    const pid_t pid = check(::fork(), "fork");
+    if (pid == 0) {
+        ::setsid();
+        ::ioctl(inside.get(), TIOCSCTTY, 0);
+        for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            ::dup2(inside.get(), standard);
+        }
+        becomeProgram(words);
+    }
+    return pid;
+}
+
+}  // namespace
+
+Terminal::Terminal(const std::vector<std::string>& words, unsigned short columns)
+    : Terminal(words, newTerminal(columns)) {}
+
+Terminal::Terminal(const std::vector<std::string>& words, Descriptor keyboard)
+    : Child(startOn(keyboard.get(), words)), keyboard_(std::move(keyboard)) {
+    const int screen = check(::fcntl(keyboard_.get(), F_DUPFD_CLOEXEC, 0), "dup");
+    screen_.emplace(words[0] + " on its terminal", Descriptor(screen));
+}
+
+void Terminal::type(const std::string& text) const {
+    check(::write(keyboard_.get(), text.data(), text.size()), "type");
+}
+
+void Terminal::hangUp() {
+    screen_.reset();
+    keyboard_.close();
+}
+
+}  // namespace harness
