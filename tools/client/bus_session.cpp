@@ -28,12 +28,6 @@ constexpr const char* kConnectionObject = "system.connection";
 constexpr auto kSendPatience = 5s;
 constexpr size_t kChunk = 65536;
 
-// Milliseconds for poll(2), rounded up so that it does not wake just before the deadline.
-int pollTime(Deadline deadline) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
-}
-
 UniqueJSON loginParam(int32_t connectionID) {
     UniqueJSON login = jsonObject();
     addMember(login.get(), "name", jsonString("pallctl"));
@@ -58,6 +52,11 @@ UniqueJSON subscribeParam(const std::string& path, bool receiveAll) {
 }
 
 }  // namespace
+
+int pollTime(Deadline deadline) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
+}
 
 void UniqueDescriptor::reset(int descriptor) {
     const int old = std::exchange(descriptor_, descriptor);

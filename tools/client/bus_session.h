@@ -16,6 +16,9 @@ namespace pallctl {
 using Clock = std::chrono::steady_clock;
 using Deadline = Clock::time_point;
 
+// Milliseconds for poll(2), rounded up so that it does not wake just before the deadline.
+int pollTime(Deadline deadline);
+
 // A descriptor that closes itself; -1 is none.
 class UniqueDescriptor {
   public:

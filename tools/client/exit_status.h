@@ -5,11 +5,13 @@ namespace pallctl {
 // What the program ends with. When several names end differently, the highest counts.
 enum ExitStatus : int {
     kSuccess = 0,
-    kUsage = 2,     // what was asked makes no sense; nothing was sent
-    kRefused = 3,   // the device refused a value (400)
-    kNotFound = 4,  // the device has no such parameter (404)
-    kNoAnswer = 5,  // the device did not answer in time
-    kNoBus = 6,     // there is no bus
+    kUsage = 2,           // what was asked makes no sense; nothing was sent
+    kRefused = 3,         // the device refused a value (400)
+    kNotFound = 4,        // the device has no such parameter (404)
+    kNoAnswer = 5,        // the device did not answer in time
+    kNoBus = 6,           // there is no bus
+    kRolledBack = 7,      // a change of the network was not confirmed: the old values are set
+    kRollbackFailed = 8,  // and those could not be set, or nobody knows
 };
 
 }  // namespace pallctl

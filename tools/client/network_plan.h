@@ -14,8 +14,9 @@ namespace pallctl {
 
 // One of the settings that make up the network.
 struct NetworkMember {
-    const char* option;  // of the command line
-    const char* leaf;    // of the parameter
+    const char* option;   // of the command line
+    const char* meaning;  // in its help
+    const char* leaf;     // of the parameter
     uint32_t NetworkSettings::*value;
 };
 
@@ -23,9 +24,9 @@ struct NetworkMember {
 // the address also the services that announce it to others: these are to come up once, on the
 // network as it will stay. So the address is the last.
 inline constexpr std::array<NetworkMember, 3> kNetworkMembers{{
-    {"--netmask", "netmask", &NetworkSettings::netmask},
-    {"--gateway", "gateway", &NetworkSettings::gateway},
-    {"--address", "ipAddress", &NetworkSettings::ip},
+    {"--netmask", "The netmask", "netmask", &NetworkSettings::netmask},
+    {"--gateway", "The default gateway", "gateway", &NetworkSettings::gateway},
+    {"--address", "The frame's own address", "ipAddress", &NetworkSettings::ip},
 }};
 
 // The number that the dotted text stands for; nothing for any other text, and for the two that the

@@ -30,4 +30,7 @@ void addList(CLI::App& app, Run& run);
 // verbs_listening.cpp
 void addWatch(CLI::App& app, Run& run);
 
+// verb_network.cpp
+void addNetwork(CLI::App& app, Run& run);
+
 }  // namespace pallctl

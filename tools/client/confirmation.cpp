@@ -1,0 +1,140 @@
+#include "client/confirmation.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <strings.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "client/client.h"
+#include "client/network_guard.h"
+
+namespace pallctl {
+
+namespace {
+
+constexpr const char* kSubject = "network";
+constexpr size_t kLongestAnswer = 4096;
+
+sigset_t endingSignals() {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        sigaddset(&set, number);
+    }
+    return set;
+}
+
+}  // namespace
+
+void Confirmation::blockSignals() {
+    const sigset_t set = endingSignals();
+    ::sigprocmask(SIG_BLOCK, &set, nullptr);
+}
+
+Confirmation::Confirmation(Guardian& guardian, std::chrono::milliseconds patience)
+    : guardian_(guardian), patience_(patience) {
+    const sigset_t set = endingSignals();
+    signals_.reset(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+ExitStatus Confirmation::run() {
+    while (!ended_ && !leaving_) {
+        waitForNews();
+    }
+    if (leaving_) {
+        complain(kSubject, "not waiting; the old values are being set back in the background");
+        return kRollbackFailed;
+    }
+    const auto status = guardian_.wait();
+    if (!status) {
+        complain(kSubject, "the process that would set the old values back was killed");
+    }
+    return static_cast<ExitStatus>(status.value_or(kRollbackFailed));
+}
+
+void Confirmation::waitForNews() {
+    std::array<pollfd, 3> watched{{{guardian_.line(), POLLIN, 0},
+                                   {signals_.get(), POLLIN, 0},
+                                   {asking_ ? STDIN_FILENO : -1, POLLIN, 0}}};
+    if (::poll(watched.data(), watched.size(), -1) < 0) {
+        return;
+    }
+    if (watched[0].revents != 0) {
+        hearGuardian();
+    }
+    if (watched[1].revents != 0) {
+        hearSignal();
+    }
+    if (watched[2].revents != 0) {
+        hearPerson();
+    }
+}
+
+void Confirmation::hearGuardian() {
+    const std::string text = receiveText(guardian_.line());
+    if (text.empty()) {
+        ended_ = true;
+    } else if (text.front() == sign::kTell) {
+        complain(kSubject, text.substr(1));
+    } else if (!reverting_) {
+        asking_ = true;
+        deadline_ = Clock::now() + patience_;
+        ask();
+    }
+}
+
+void Confirmation::hearSignal() {
+    signalfd_siginfo signal{};
+    if (::read(signals_.get(), &signal, sizeof signal) != sizeof signal) {
+        return;
+    }
+    // A terminal that closes says so in more than one way.
+    leaving_ = reverting_ && signal.ssi_signo != SIGHUP;
+    revert();
+}
+
+void Confirmation::hearPerson() {
+    std::array<char, kLongestAnswer> chunk;
+    const ssize_t size = ::read(STDIN_FILENO, chunk.data(), chunk.size());
+    typed_.append(chunk.data(), size > 0 ? static_cast<size_t>(size) : 0);
+    for (size_t end = typed_.find('\n'); asking_ && end != std::string::npos;
+         end = typed_.find('\n')) {
+        take(typed_.substr(0, end));
+        typed_.erase(0, end + 1);
+    }
+    if (asking_ && (size <= 0 || typed_.size() > kLongestAnswer)) {
+        revert();
+    }
+}
+
+void Confirmation::take(const std::string& answer) {
+    if (::strcasecmp(answer.c_str(), "yes") == 0) {
+        asking_ = false;
+        sendText(guardian_.line(), std::string(1, sign::kKeep));
+    } else if (::strcasecmp(answer.c_str(), "no") == 0) {
+        revert();
+    } else {
+        ask();
+    }
+}
+
+void Confirmation::ask() const {
+    const auto left = std::chrono::ceil<std::chrono::seconds>(deadline_ - Clock::now()).count();
+    std::fprintf(stderr, "Keep these settings? Type yes within %lld s, or no: ",
+                 static_cast<long long>(std::max<decltype(left)>(left, 0)));
+}
+
+void Confirmation::revert() {
+    if (!reverting_) {
+        sendText(guardian_.line(), std::string(1, sign::kRevert));
+    }
+    reverting_ = true;
+    asking_ = false;
+}
+
+}  // namespace pallctl

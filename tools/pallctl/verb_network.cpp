@@ -1,0 +1,75 @@
+// The verb that may cut off the person who uses it.
+
+#include <array>
+#include <memory>
+#include <string>
+
+#include "client/network.h"
+#include "program/timed_script.h"
+#include "verbs.h"
+
+namespace pallctl {
+
+namespace {
+
+constexpr const char* kNotes =
+    "Needs one of the three settings at least. Sends what differs from those in\n"
+    "force, the address last: the daemon restarts the network for each. What would\n"
+    "leave the frame out of reach is not sent.\n"
+    "With --confirm-within, \"yes\" has to come from standard input in time. If not,\n"
+    "the old settings are set back: also when the input ends, on Ctrl-C, and when\n"
+    "terminal, pallctl or bus go away. TIME is 90s, 2m or 500ms.\n"
+    "Ends with 0, 7 set back, 8 not set back; or as pallctl: nothing has changed.";
+
+struct NetworkWords {
+    std::array<std::string, kNetworkMembers.size()> settings;
+    std::string confirmWithin;
+    bool force = false;
+};
+
+std::string checkAddress(const std::string& text) {
+    return addressOf(text) ? "" : "'" + text + "' is no address such as 10.1.2.3";
+}
+
+std::string checkTime(const std::string& text) {
+    const auto time = script::parseDuration(text);
+    return time && time->count() > 0 ? "" : "'" + text + "' is no time such as 90s or 2m";
+}
+
+NetworkRequest requestOf(const NetworkWords& words) {
+    NetworkRequest request;
+    for (size_t member = 0; member < kNetworkMembers.size(); ++member) {
+        request.wish.*kNetworkMembers[member].value = addressOf(words.settings[member]).value_or(0);
+    }
+    if (request.wish == NetworkSettings()) {
+        throw CLI::ValidationError("network", "needs --address, --netmask or --gateway");
+    }
+    request.confirmWithin = script::parseDuration(words.confirmWithin);
+    request.force = words.force;
+    return request;
+}
+
+}  // namespace
+
+void addNetwork(CLI::App& app, Run& run) {
+    CLI::App* verb = app.add_subcommand("network", "Change the network settings, with a way back");
+    const auto words = std::make_shared<NetworkWords>();
+    for (size_t member = 0; member < kNetworkMembers.size(); ++member) {
+        verb->add_option(kNetworkMembers[member].option, words->settings[member],
+                         kNetworkMembers[member].meaning)
+            ->type_name("A.B.C.D")
+            ->check(CLI::Validator(checkAddress, ""));
+    }
+    verb->add_option("--confirm-within", words->confirmWithin, "Set back unless confirmed")
+        ->type_name("TIME")
+        ->check(CLI::Validator(checkTime, ""));
+    verb->add_flag("--force", words->force, "Send also what would leave it out of reach");
+    verb->footer(kNotes);
+    verb->callback([&run, words] {
+        run = [request = requestOf(*words)](const Common& common) {
+            return changeNetwork(common.reach, request);
+        };
+    });
+}
+
+}  // namespace pallctl
