@@ -16,7 +16,7 @@ constexpr const char* kAbout = "Reads, sets and watches the parameters of the fr
 
 // In the order in which the help lists them.
 constexpr AddVerb kVerbs[] = {
-    addGet, addSet, addList, addWatch, addNetwork,
+    addGet, addSet, addList, addWatch, addNetwork, addTop,
 };
 
 int run(int argc, char** argv) {

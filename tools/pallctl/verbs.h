@@ -33,4 +33,7 @@ void addWatch(CLI::App& app, Run& run);
 // verb_network.cpp
 void addNetwork(CLI::App& app, Run& run);
 
+// verb_top.cpp
+void addTop(CLI::App& app, Run& run);
+
 }  // namespace pallctl

@@ -1,0 +1,233 @@
+#include "top/feed.h"
+
+#include <gmock/gmock.h>
+
+#include "messages.h"
+#include "support/captured_log.h"
+#include "support/temporary_directory.h"
+#include "tools/listening_peer.h"
+
+namespace top {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr const char* kWhole = R"("objectName":["paramDescriptor"])";
+
+// The id of the last request that holds the text.
+std::string idOf(const std::string& bytes, const std::string& text) {
+    const std::string mark = R"({"id":")";
+    const size_t begin = bytes.rfind(mark, bytes.rfind(text)) + mark.size();
+    return bytes.substr(begin, bytes.find('"', begin) - begin);
+}
+
+std::string answer(const std::string& id, const std::string& more = R"(,"statusCode":200)") {
+    return "[\"RSP\", \"system\", 8, 5, 0]\n{\"id\":\"" + id + "\"" + more + "}";
+}
+
+// The bus and the device behind it are played by the test: each step of the feed finds what was
+// written before.
+class FeedTest : public testing::Test {
+  protected:
+    // A step that takes in one more message than before, as soon as the kernel has brought it.
+    void hear(const std::string& payload) {
+        peer.writeFrame(payload);
+        pollfd arrived{feed.descriptor(), POLLIN, 0};
+        ASSERT_EQ(::poll(&arrived, 1, 30'000), 1);
+        step();
+    }
+    void step(Moment later = 0ms) {
+        now += later;
+        feed.step(now);
+    }
+    // The device answers the question that was asked last.
+    void answerQuestion() { hear(answer(idOf(asked, kWhole))); }
+    void greet() {
+        step();
+        peer.accept();
+        asked = peer.read();
+        answerQuestion();
+    }
+    void hangUp(Moment later = 0ms) {
+        peer.hangUp();
+        pollfd gone{feed.descriptor(), POLLIN, 0};
+        ASSERT_EQ(::poll(&gone, 1, 30'000), 1);
+        step(later);
+    }
+    void set() {
+        ASSERT_TRUE(feed.set("sshEnabled", jsonNumber(0), now));
+        asked = peer.read();
+    }
+
+    CapturedLog log;
+    ListeningPeer peer;
+    Board board;
+    Moment now{0};
+    Feed feed{{peer.port(), {}, {}, "system"}, board};
+    std::string asked;
+};
+
+TEST_F(FeedTest, LogsInSubscribesAndReadsEverything) {
+    EXPECT_EQ(feed.link(), Link::noBus);
+    step();
+    peer.accept();
+    asked = peer.read();
+    EXPECT_EQ(feed.link(), Link::noDevice);
+    EXPECT_THAT(asked, HasSubstr(R"("login":{)"));
+    EXPECT_THAT(asked, HasSubstr(R"("subscribeList":[{"path":"system")"));
+    EXPECT_THAT(asked, HasSubstr(R"("ipAddress")"));
+    EXPECT_THAT(asked, HasSubstr(kWhole));
+    hear(description({descriptor("ipAddress", "INT32", "7")}));
+    answerQuestion();
+    EXPECT_EQ(feed.link(), Link::connected);
+    EXPECT_EQ(valueOf(board.find("ipAddress")), "7");
+}
+
+TEST_F(FeedTest, ConnectsAgainAndReadsEverythingAgain) {
+    greet();
+    hangUp(1s);
+    EXPECT_EQ(feed.link(), Link::noBus);
+    EXPECT_EQ(feed.linkSince(), now);
+    step(1s);
+    peer.accept();
+    asked = peer.read();
+    EXPECT_THAT(asked, HasSubstr(R"("ipAddress")"));
+    answerQuestion();
+    EXPECT_EQ(feed.link(), Link::connected);
+}
+
+TEST_F(FeedTest, WaitsASecondBetweenAttempts) {
+    peer.stopListening();
+    step();
+    EXPECT_EQ(feed.descriptor(), -1);
+    ListeningPeer other;
+    Feed late{{other.port(), {}, {}, "system"}, board};
+    late.step(now);
+    other.accept();
+    other.hangUp();
+    late.step(now + 100ms);
+    late.step(now + 900ms);
+    EXPECT_EQ(late.link(), Link::noBus);
+    late.step(now + 1s);
+    EXPECT_EQ(late.link(), Link::noDevice);
+}
+
+TEST_F(FeedTest, AsksNowAndThenWhetherTheDaemonStillAnswers) {
+    greet();
+    step(4s);
+    step(1s);
+    asked = peer.read();
+    EXPECT_THAT(asked, HasSubstr(kWhole));
+    EXPECT_THAT(asked, Not(HasSubstr(R"("ipAddress")"))) << "nothing says that values are old";
+    step(1s);
+    EXPECT_EQ(feed.link(), Link::connected);
+    step(1s);
+    EXPECT_EQ(feed.link(), Link::noDevice);
+}
+
+TEST_F(FeedTest, ADaemonThatComesBackIsReadAgain) {
+    greet();
+    hear(announcement(R"("frameName":"Quorane")"));
+    asked = peer.read();
+    EXPECT_THAT(asked, HasSubstr(R"("ipAddress")"));
+}
+
+TEST_F(FeedTest, ASilentDaemonIsAskedAgainForEverything) {
+    greet();
+    step(5s);
+    peer.read();
+    step(2s);
+    EXPECT_EQ(feed.link(), Link::noDevice);
+    step(1s);
+    asked = peer.read();
+    EXPECT_THAT(asked, HasSubstr(R"("ipAddress")"));
+    answerQuestion();
+    EXPECT_EQ(feed.link(), Link::connected);
+}
+
+TEST_F(FeedTest, ASetIsAnsweredByItsOwnAnswer) {
+    greet();
+    set();
+    EXPECT_THAT(asked, HasSubstr(R"("param":{"sshEnabled":0})"));
+    EXPECT_FALSE(feed.takeOutcome());
+    hear(answer("other"));
+    EXPECT_FALSE(feed.takeOutcome());
+    hear(answer(idOf(asked, "sshEnabled"), R"(,"statusCode":400)"));
+    const auto outcome = feed.takeOutcome();
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome->kind, Outcome::Kind::answered);
+    EXPECT_EQ(outcome->statusCode, 400);
+    EXPECT_FALSE(feed.takeOutcome()) << "once";
+}
+
+TEST_F(FeedTest, ADaemonBusyWithASetIsNotCalledSilent) {
+    greet();
+    set();
+    step(5s);
+    step(50s);
+    EXPECT_EQ(feed.link(), Link::connected);
+    EXPECT_FALSE(feed.takeOutcome());
+    step(5s);
+    const auto outcome = feed.takeOutcome();
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome->kind, Outcome::Kind::noAnswer);
+}
+
+TEST_F(FeedTest, ASetEndsWithTheConnection) {
+    greet();
+    set();
+    hangUp();
+    const auto outcome = feed.takeOutcome();
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome->kind, Outcome::Kind::connectionLost);
+    EXPECT_FALSE(feed.set("sshEnabled", jsonNumber(0), now)) << "there is nobody to send it to";
+}
+
+TEST_F(FeedTest, TheGraphsBreakOffWithTheConnection) {
+    greet();
+    hear(announcement(R"("psu1Voltage":12)"));
+    EXPECT_EQ(board.history(0).last(), 12.0);
+    hangUp();
+    EXPECT_EQ(board.history(0).last(), std::nullopt);
+}
+
+TEST_F(FeedTest, ARecordingBeginsWithAllThatCanBeRead) {
+    TemporaryDirectory directory;
+    greet();
+    hear(announcement(R"("psu1Voltage":12)"));
+    feed.record(directory.path("bus.rec"));
+    EXPECT_EQ(feed.recordingTo(), directory.path("bus.rec"));
+    step();
+    asked = peer.read();
+    EXPECT_THAT(asked, HasSubstr(R"("psu1Voltage")"));
+    hear(description({descriptor("psu1Voltage", "FLOAT", "12")}));
+    EXPECT_EQ(feed.stopRecording(), std::nullopt);
+    hear(announcement(R"("psu1Voltage":9)"));
+    EXPECT_EQ(feed.recordingTo(), std::nullopt);
+
+    recording::Reader reader(directory.path("bus.rec"));
+    const auto entry = reader.next();
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->from, 8);
+    EXPECT_EQ(entry->payload, description({descriptor("psu1Voltage", "FLOAT", "12")}));
+    EXPECT_FALSE(reader.next());
+}
+
+TEST_F(FeedTest, AFileThatCannotBeMadeIsNamed) {
+    EXPECT_THAT([&] { feed.record("/no/such/place/bus.rec"); },
+                ThrowsMessage<std::runtime_error>(HasSubstr("/no/such/place/bus.rec")));
+    EXPECT_EQ(feed.recordingTo(), std::nullopt);
+}
+
+TEST_F(FeedTest, SurvivesWhatIsNoMessage) {
+    greet();
+    hear("neither header nor data");
+    hear(announcement(R"("systemName":"Studio")"));
+    EXPECT_EQ(valueOf(board.find("systemName")), "Studio");
+}
+
+}  // namespace
+}  // namespace top

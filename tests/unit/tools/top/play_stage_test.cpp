@@ -1,0 +1,55 @@
+#include <gmock/gmock.h>
+
+#include "messages.h"
+#include "recording/recording.h"
+#include "support/temporary_directory.h"
+#include "top/stage.h"
+
+namespace top {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Half a minute of a device; gives the path.
+std::string recorded(const TemporaryDirectory& directory) {
+    recording::Writer writer(directory.path("bus.rec"), "test");
+    writer.write({0s, 8, announcement(R"("systemName":"One")")});
+    writer.write({30s, 8, announcement(R"("systemName":"Two")")});
+    return directory.path("bus.rec");
+}
+
+class PlayStageTest : public testing::Test {
+  protected:
+    Moment at() const { return stage->status().playing->at; }
+
+    TemporaryDirectory directory;
+    const std::unique_ptr<Stage> stage = makePlayStage(recorded(directory), "system");
+    View view{stage->board(), Source::recording};
+};
+
+TEST_F(PlayStageTest, CarriesOutWhatTheKeysAskFor) {
+    stage->carryOut(Request::forward, view);
+    stage->carryOut(Request::forward, view);
+    EXPECT_EQ(at(), Moment(20s));
+    stage->carryOut(Request::back, view);
+    EXPECT_EQ(at(), Moment(10s));
+    stage->carryOut(Request::faster, view);
+    stage->step(view, 1s);
+    EXPECT_EQ(at(), Moment(12s));
+    stage->carryOut(Request::slower, view);
+    EXPECT_EQ(stage->status().playing->speed, 1);
+    stage->carryOut(Request::begin, view);
+    EXPECT_EQ(at(), Moment(0));
+    stage->carryOut(Request::pause, view);
+    EXPECT_TRUE(stage->status().playing->paused);
+}
+
+TEST_F(PlayStageTest, ItsPresentIsThatOfTheRecording) {
+    stage->step(view, 5s);
+    EXPECT_EQ(stage->now(), Moment(5s));
+    EXPECT_EQ(stage->descriptor(), -1);
+    EXPECT_EQ(stage->status().place, directory.path("bus.rec"));
+}
+
+}  // namespace
+}  // namespace top

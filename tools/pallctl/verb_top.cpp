@@ -1,0 +1,44 @@
+// The verb that takes the whole screen.
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "top/top.h"
+#include "verbs.h"
+
+namespace pallctl {
+
+namespace {
+
+struct TopWords {
+    std::string record;
+    std::string play;
+};
+
+ExitStatus runTop(const Common& common, const TopWords& words) {
+    try {
+        top::run({common.reach, words.record, words.play});
+        return kSuccess;
+    } catch (const std::runtime_error& error) {
+        complain("top", error.what());
+        return kUsage;
+    }
+}
+
+}  // namespace
+
+void addTop(CLI::App& app, Run& run) {
+    CLI::App* verb = app.add_subcommand("top", "Show everything on the whole screen");
+    const auto words = std::make_shared<TopWords>();
+    CLI::Option* record = verb->add_option("--record", words->record, "Record to this file");
+    record->type_name("FILE");
+    verb->add_option("--play", words->play, "Show this recording; needs no bus")
+        ->type_name("FILE")
+        ->excludes(record);
+    verb->footer("Press ? for the keys.");
+    verb->callback(
+        [&run, words] { run = [words](const Common& common) { return runTop(common, *words); }; });
+}
+
+}  // namespace pallctl

@@ -1,0 +1,77 @@
+#include "top/board.h"
+
+#include "client/human_form.h"
+#include "top/text.h"
+
+namespace top {
+
+using pallctl::Parameter;
+
+Board::Board(const std::string& object) : object_(object) {
+    listen();
+}
+
+void Board::listen() {
+    mirror_.setOnChange(
+        [this](const Parameter& parameter) { changes_[parameter.descriptor.name] = now_; });
+}
+
+bool Board::take(const TarnInternalMessage& message, Moment at) {
+    now_ = at;
+    const bool arrived = object_.hear(message, mirror_);
+    object_.takeDescriptors(message, mirror_);
+    sample(at);
+    return arrived;
+}
+
+void Board::lose(Moment at) {
+    for (History& history : histories_) {
+        history.add(at, std::nullopt);
+    }
+}
+
+void Board::clear() {
+    mirror_ = pallctl::Mirror();
+    listen();
+    changes_.clear();
+    histories_ = {};
+}
+
+std::string Board::leafOf(const Parameter& parameter) const {
+    return object_.leafOf(parameter.descriptor.name);
+}
+
+const Parameter* Board::find(const std::string& leaf) const {
+    return mirror_.find(object_.fullName(leaf));
+}
+
+std::optional<Moment> Board::changedAt(const std::string& name) const {
+    const auto found = changes_.find(name);
+    return found == changes_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void Board::sample(Moment at) {
+    for (std::size_t voltage = 0; voltage < kVoltages.size(); ++voltage) {
+        const Parameter* const parameter = find(kVoltages[voltage].leaf);
+        // Below zero means that it has not been measured yet.
+        if (!parameter || !cJSON_IsNumber(parameter->value.get()) ||
+            parameter->value->valuedouble < 0) {
+            continue;
+        }
+        const double volts = parameter->value->valuedouble;
+        if (histories_[voltage].last() != volts) {
+            histories_[voltage].add(at, volts);
+        }
+    }
+}
+
+std::string valueOf(const Parameter* parameter) {
+    return parameter ? showable(pallctl::humanForm(parameter->descriptor, parameter->value.get()))
+                     : "-";
+}
+
+bool isFresh(const std::optional<Moment>& change, Moment now) {
+    return change && now - *change < kFresh;
+}
+
+}  // namespace top

@@ -1,0 +1,182 @@
+#include "top/layout.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "top/help.h"
+#include "top/lines.h"
+#include "top/panels.h"
+#include "top/prompts.h"
+
+namespace top {
+
+namespace {
+
+using pallctl::Parameter;
+
+// Which parts a screen has room for.
+struct Plan {
+    bool panels = false;  // beside each other
+    bool stacked = false;
+    std::size_t panelRows = 0;
+    std::size_t footRows = 0;  // notice or question, and the keys
+    std::size_t tableRows = 0;
+};
+
+constexpr std::size_t kHeadRows = 1;
+constexpr std::size_t kPanelRows = 7;     // three and three, and a blank line
+constexpr std::size_t kStackedRows = 11;  // three, three and four, and a blank line
+constexpr std::size_t kSideColumns = 40;
+constexpr Size kRoomForPanels{16, 80};
+constexpr Size kRoomForStack{24, 44};
+constexpr std::size_t kRoomForFoot = 4;
+
+constexpr std::size_t kNameColumns = 24;
+constexpr std::size_t kLabelColumns = 22;
+constexpr std::size_t kAgeColumns = 6;
+constexpr std::size_t kRoomForLabels = 90;
+
+bool holds(const Size& size, const Size& room) {
+    return size.rows >= room.rows && size.columns >= room.columns;
+}
+
+Plan planOf(const Size& size) {
+    Plan plan;
+    plan.panels = holds(size, kRoomForPanels);
+    plan.stacked = !plan.panels && holds(size, kRoomForStack);
+    plan.panelRows = plan.panels ? kPanelRows : plan.stacked ? kStackedRows : 0;
+    plan.footRows = size.rows >= kRoomForFoot ? 2 : size.rows > kHeadRows ? 1 : 0;
+    const std::size_t others = kHeadRows + plan.panelRows + plan.footRows;
+    plan.tableRows = size.rows > others ? size.rows - others : 0;
+    return plan;
+}
+
+std::vector<Line> panelsOf(const Scene& scene, const Size& size, const Plan& plan) {
+    std::vector<Line> lines = portsPanel(scene);
+    const std::vector<Line> pair = pairPanel(scene);
+    lines.insert(lines.end(), pair.begin(), pair.end());
+    const std::size_t columns = size.columns - (plan.panels ? kSideColumns : 0);
+    const std::vector<Line> voltages = voltagesPanel(scene, columns);
+    if (plan.stacked) {
+        lines.insert(lines.end(), voltages.begin(), voltages.end());
+    }
+    for (std::size_t row = 0; plan.panels && row < voltages.size(); ++row) {
+        lines[row] = fittedLine(lines[row], kSideColumns);
+        append(lines[row], voltages[row]);
+    }
+    return lines;
+}
+
+// A row of the table: a heading, or a parameter.
+struct Row {
+    Line line;
+    bool isSelected = false;
+};
+
+Line parameterLine(const Scene& scene, const Parameter& parameter, const Size& size) {
+    const auto changedAt = scene.board.changedAt(parameter.descriptor.name);
+    const bool fresh = isFresh(changedAt, scene.now);
+    const std::string name = showable(scene.board.leafOf(parameter));
+    Line line{{fresh ? " *" : "  ", Style::changed},
+              {fitted(name, kNameColumns, scene.charset) + " "}};
+    std::size_t others = 2 + kNameColumns + 1 + kAgeColumns;
+    if (size.columns >= kRoomForLabels) {
+        const std::string label = showable(parameter.descriptor.label);
+        line.push_back({fitted(label, kLabelColumns, scene.charset) + " ", Style::dim});
+        others += kLabelColumns + 1;
+    }
+    const std::size_t room = size.columns > others ? size.columns - others : 0;
+    line.push_back(
+        {fitted(valueOf(&parameter), room, scene.charset), fresh ? Style::changed : Style::plain});
+    const std::string age = changedAt ? ageText(scene.now - *changedAt) : "";
+    line.push_back(
+        {std::string(kAgeColumns - std::min(age.size(), kAgeColumns), ' ') + age, Style::dim});
+    return line;
+}
+
+std::vector<Row> rowsOf(const Scene& scene, const Size& size) {
+    std::vector<Row> rows;
+    const Parameter* const selected = scene.view.selected();
+    for (const Section& section : scene.view.sections()) {
+        rows.push_back({{{" " + showable(section.title), Style::heading}}});
+        for (const Parameter* parameter : section.parameters) {
+            rows.push_back({parameterLine(scene, *parameter, size), parameter == selected});
+        }
+    }
+    return rows;
+}
+
+Line selectedLine(const Line& line, std::size_t columns) {
+    std::string text;
+    for (const Span& span : line) {
+        text += span.text;
+    }
+    return fittedLine({{text, Style::selected}}, columns, Style::selected);
+}
+
+// The rows around the selected one, which stays in the middle as long as there are rows to fill
+// the table on either side.
+std::vector<Line> tableOf(const Scene& scene, const Size& size, std::size_t room) {
+    const std::vector<Row> rows = rowsOf(scene, size);
+    const auto selected =
+        std::find_if(rows.begin(), rows.end(), [](const Row& row) { return row.isSelected; });
+    const auto at = static_cast<std::size_t>(selected - rows.begin());
+    const std::size_t last = rows.size() > room ? rows.size() - room : 0;
+    const std::size_t first = std::min(at > room / 2 ? at - room / 2 : 0, last);
+    std::vector<Line> lines;
+    for (std::size_t row = first; row < std::min(rows.size(), first + room); ++row) {
+        lines.push_back(rows[row].isSelected ? selectedLine(rows[row].line, size.columns)
+                                             : rows[row].line);
+    }
+    return lines;
+}
+
+void addLines(Picture& picture, std::vector<Line> lines, std::size_t count) {
+    lines.resize(count);
+    picture.lines.insert(picture.lines.end(), std::make_move_iterator(lines.begin()),
+                         std::make_move_iterator(lines.end()));
+}
+
+void addFoot(Picture& picture, const Scene& scene, const Size& size, const Plan& plan) {
+    Foot foot = footOf(scene, size.columns);
+    const bool asks = foot.cursor.has_value();
+    if (plan.footRows == 2) {
+        picture.lines.push_back(foot.notice);
+    }
+    if (plan.footRows > 0) {
+        picture.lines.push_back(plan.footRows == 1 && !asks ? foot.notice : foot.keys);
+        if (asks) {
+            picture.cursor = Place{picture.lines.size() - 1, *foot.cursor};
+        }
+    }
+}
+
+}  // namespace
+
+std::size_t tableRows(const Size& size) {
+    return planOf(size).tableRows;
+}
+
+Picture layOut(const Scene& scene, const Size& size) {
+    const Plan plan = planOf(size);
+    Picture picture;
+    picture.lines.push_back(barOf(scene, size.columns));
+    if (scene.view.mode() == Mode::help) {
+        addLines(picture, helpLines(scene), plan.panelRows + plan.tableRows);
+    } else {
+        if (plan.panelRows > 0) {
+            addLines(picture, panelsOf(scene, size, plan), plan.panelRows);
+        }
+        addLines(picture, tableOf(scene, size, plan.tableRows), plan.tableRows);
+    }
+    addFoot(picture, scene, size, plan);
+    picture.lines.resize(size.rows);
+    for (Line& line : picture.lines) {
+        const Style filling = line.empty() ? Style::plain : line.back().style;
+        line = fittedLine(line, size.columns, filling == Style::title ? filling : Style::plain);
+    }
+    return picture;
+}
+
+}  // namespace top

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "top/picture.h"
+#include "top/scene.h"
+
+// Lines of spans put together. Pure functions.
+
+namespace top {
+
+std::size_t columnsOf(const Line& line);
+
+// The line in exactly that many columns: cut, or filled up with blanks of the given style.
+Line fittedLine(const Line& line, std::size_t columns, Style filling = Style::plain);
+
+// Left and right end of a line of that many columns; what does not fit goes from the left one.
+Line justified(const Line& left, const Line& right, std::size_t columns,
+               Style filling = Style::plain);
+
+void append(Line& line, const Line& other);
+
+// "12s", "3m", "2h", "5d".
+std::string ageText(Moment age);
+
+// "1:02:03", "12:03".
+std::string clockText(Moment time);
+
+}  // namespace top

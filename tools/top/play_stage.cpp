@@ -1,0 +1,57 @@
+#include "top/player.h"
+#include "top/stage.h"
+
+namespace top {
+
+namespace {
+
+constexpr Moment kSeekStep = std::chrono::seconds(10);
+
+class PlayStage : public Stage {
+  public:
+    PlayStage(const std::string& path, const std::string& object)
+        : Stage(object), place_(showable(path)), player_(path, board_) {}
+
+    int descriptor() const override { return -1; }
+    std::optional<Moment> untilNext() const override { return player_.untilNext(); }
+    Moment now() const override { return player_.playing().at; }
+    void step(View& /*view*/, Moment elapsed) override { player_.advance(elapsed); }
+    Status status() const override {
+        Status status;
+        status.place = place_;
+        status.playing = player_.playing();
+        return status;
+    }
+    void carryOut(Request request, View& view) override;
+
+  private:
+    const std::string place_;
+    Player player_;
+};
+
+void PlayStage::carryOut(Request request, View& /*view*/) {
+    switch (request) {
+        case Request::pause:
+            return player_.pause();
+        case Request::faster:
+            return player_.faster();
+        case Request::slower:
+            return player_.slower();
+        case Request::back:
+            return player_.seek(-kSeekStep);
+        case Request::forward:
+            return player_.seek(kSeekStep);
+        case Request::begin:
+            return player_.seek(-player_.playing().at);
+        default:
+            return;
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<Stage> makePlayStage(const std::string& path, const std::string& object) {
+    return std::make_unique<PlayStage>(path, object);
+}
+
+}  // namespace top

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bus/tarn_internal_message.h"
+#include "top/board.h"
+#include "top/scene.h"
+
+namespace top {
+
+// Plays a recording onto a board: what the device was like, at any moment of it. Knows no clock:
+// whoever plays says how much time has passed. Keeps the board, which outlives it. Used by one
+// thread.
+class Player {
+  public:
+    // Reads all of the file. Throws std::runtime_error that names the file, and the line when it is
+    // one that does not belong into a recording; a last line that was cut short is no problem.
+    Player(const std::string& path, Board& board);
+
+    // So much real time has passed.
+    void advance(Moment elapsed);
+    // In how much real time there is something new to see; nothing when that is never.
+    std::optional<Moment> untilNext() const;
+
+    void pause() { paused_ = !paused_; }
+    void faster();
+    void slower();
+    // So much of the recording ahead or, below zero, back.
+    void seek(Moment distance);
+
+    Playing playing() const;
+
+  private:
+    struct Event {
+        Moment at;
+        TarnInternalMessage message;
+    };
+
+    void read(const std::string& path);
+    void playUpTo(Moment at);
+
+    Board& board_;
+    std::vector<Event> events_;
+    Moment length_{0};
+    Moment at_{0};
+    std::size_t played_ = 0;  // how many events the board has taken
+    std::size_t speed_;
+    bool paused_ = false;
+};
+
+}  // namespace top

@@ -1,0 +1,133 @@
+// The part of the view that changes the device: type a value, answer a question, see what became
+// of it.
+
+#include <algorithm>
+#include <utility>
+
+#include "bus/message_types.h"
+#include "client/human_form.h"
+#include "client/wire_form.h"
+#include "top/view.h"
+
+namespace top {
+
+namespace {
+
+using pallctl::Choice;
+using pallctl::Parameter;
+
+constexpr const char* kMayHappen = "; it may still be carried out";
+
+Notice noticeOf(const std::string& leaf, const Outcome& outcome) {
+    const std::string subject = showable(leaf) + ": ";
+    switch (outcome.kind) {
+        case Outcome::Kind::answered:
+            break;
+        case Outcome::Kind::noAnswer:
+            return {subject + "no answer" + kMayHappen, Style::bad};
+        case Outcome::Kind::connectionLost:
+            return {subject + "connection lost" + kMayHappen, Style::bad};
+        case Outcome::Kind::notConnected:
+            return {subject + "there is no bus; nothing was sent", Style::bad};
+    }
+    const int code = outcome.statusCode;
+    return {subject + std::to_string(code) + " " + statusText(code),
+            code >= 200 && code < 300 ? Style::good : Style::bad};
+}
+
+}  // namespace
+
+void View::startEdit() {
+    const Parameter* const parameter = selected();
+    if (!parameter) {
+        return;
+    }
+    const std::string leaf = showable(board_.leafOf(*parameter));
+    if (source_ == Source::recording) {
+        say({"a recording is only looked at", Style::bad});
+    } else if (parameter->descriptor.readOnly) {
+        say({leaf + " is read-only", Style::bad});
+    } else if (waiting_) {
+        say({"one after the other: " + showable(waiting_->leaf) + " is not answered yet",
+             Style::bad});
+    } else {
+        mode_ = Mode::edit;
+        selected_ = board_.leafOf(*parameter);
+        line_ = LineEditor(valueOf(parameter));
+    }
+}
+
+// Also when the filter does not let its present value through.
+const Parameter* View::edited() const {
+    return selected_.empty() ? nullptr : board_.find(selected_);
+}
+
+void View::pressEdit(const Key& key) {
+    if (key.code == KeyCode::escape) {
+        mode_ = Mode::browse;
+    } else if (key.code == KeyCode::enter) {
+        propose();
+    } else if (key.code == KeyCode::up) {
+        nextChoice(-1);
+    } else if (key.code == KeyCode::down || key.code == KeyCode::tab) {
+        nextChoice(1);
+    } else {
+        line_.press(key);
+    }
+}
+
+// The choice behind (or before) the one that stands in the line; the first one for another text.
+void View::nextChoice(std::ptrdiff_t step) {
+    const Parameter* const parameter = edited();
+    if (!parameter || parameter->descriptor.choices.empty()) {
+        return;
+    }
+    const std::vector<Choice>& choices = parameter->descriptor.choices;
+    const auto count = static_cast<std::ptrdiff_t>(choices.size());
+    const auto current = std::find_if(choices.begin(), choices.end(), [&](const Choice& choice) {
+        return choice.name == line_.text();
+    });
+    const auto next = current == choices.end() ? 0 : current - choices.begin() + step + count;
+    line_ = LineEditor(showable(choices[static_cast<std::size_t>(next % count)].name));
+}
+
+void View::propose() {
+    const Parameter* const parameter = edited();
+    if (!parameter) {
+        mode_ = Mode::browse;
+        return;
+    }
+    pallctl::WireForm form = pallctl::wireForm(*parameter, line_.text());
+    if (!form.value) {
+        say({showable(form.problem), Style::bad});
+    } else if (pallctl::isSameValue(parameter->value.get(), form.value.get())) {
+        mode_ = Mode::browse;
+        say({showable(board_.leafOf(*parameter)) + " is " + valueOf(parameter) + " already"});
+    } else {
+        mode_ = Mode::confirm;
+        change_ = {board_.leafOf(*parameter), valueOf(parameter),
+                   showable(pallctl::humanForm(parameter->descriptor, form.value.get())),
+                   std::move(form.value)};
+    }
+}
+
+Request View::pressConfirm(const Key& key, Moment now) {
+    if (key.code == KeyCode::character && (key.text == "y" || key.text == "Y")) {
+        mode_ = Mode::browse;
+        waiting_ = Waiting{change_.leaf, change_.to, now};
+        return Request::set;
+    }
+    if (key.code == KeyCode::escape || key.text == "n" || key.text == "N") {
+        mode_ = Mode::browse;
+        say({showable(change_.leaf) + " stays " + change_.from});
+    }
+    return Request::none;
+}
+
+void View::conclude(const Outcome& outcome) {
+    if (const auto waiting = std::exchange(waiting_, std::nullopt)) {
+        say(noticeOf(waiting->leaf, outcome));
+    }
+}
+
+}  // namespace top
