@@ -16,4 +16,16 @@ std::vector<Step> parsePlan(std::string_view text, std::string_view name) {
     return steps;
 }
 
+std::vector<Step> parseLine(std::string_view line) {
+    if (line.find('\n') != std::string_view::npos) {
+        throw BadTrouble("more than one line");
+    }
+    constexpr std::string_view kPlace = "line:1: ";
+    try {
+        return parsePlan(line, "line");
+    } catch (const script::Error& error) {
+        throw BadTrouble(error.what() + kPlace.size());
+    }
+}
+
 }  // namespace pallbus

@@ -20,4 +20,7 @@ struct Step {
 // order of their times. `name` stands for the script in errors. Throws script::Error. Pure.
 std::vector<Step> parsePlan(std::string_view text, std::string_view name);
 
+// The same for one line that somebody typed: throws BadTrouble, without a place.
+std::vector<Step> parseLine(std::string_view line);
+
 }  // namespace pallbus

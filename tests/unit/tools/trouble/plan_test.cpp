@@ -51,5 +51,21 @@ TEST(Plan, NamesTheLineThatIsBad) {
     EXPECT_EQ(problemOf("at 1s\n"), "bad.txt:1: 'at' needs a time and something to do");
 }
 
+std::string problemOfLine(std::string_view line) {
+    try {
+        parseLine(line);
+    } catch (const BadTrouble& problem) {
+        return problem.what();
+    }
+    return "none";
+}
+
+TEST(Plan, ATypedLineIsOneLineAndItsProblemHasNoPlace) {
+    EXPECT_THAT(parseLine("at 1s split"), ElementsAre(Step{1s, order({"split"})}));
+    EXPECT_EQ(problemOfLine("join"), "something is missing: join MESSAGES");
+    EXPECT_EQ(problemOfLine("join 'a"), "the quote ' has no end");
+    EXPECT_EQ(problemOfLine("split\nsplit"), "more than one line");
+}
+
 }  // namespace
 }  // namespace pallbus
