@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "program/timed_script.h"
+#include "trouble/words.h"
 #include "verbs.h"
 
 namespace {
@@ -12,6 +14,7 @@ constexpr const char* kAbout =
 // Each adds its own words. Where none of the verbs is given, the program is the bus.
 constexpr void (*kParts[])(CLI::App&, pallbus::CommandLine&) = {
     pallbus::addRun,
+    pallbus::addDo,
 };
 
 int run(int argc, char** argv) {
@@ -37,6 +40,12 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         return run(argc, argv);
+    } catch (const pallbus::BadTrouble& problem) {
+        std::fprintf(stderr, "pallbus: %s (do --help tells more)\n", problem.what());
+        return kBadUsage;
+    } catch (const script::Error& problem) {
+        std::fprintf(stderr, "pallbus: %s\n", problem.what());
+        return kBadUsage;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallbus: %s\n", error.what());
         return 1;

@@ -1,11 +1,15 @@
+#include <sys/resource.h>
+
 #include <csignal>
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
@@ -13,6 +17,8 @@
 #include "model/log.h"
 #include "recording/recording.h"
 #include "switchboard/bus_server.h"
+#include "switchboard/control.h"
+#include "trouble_orders.h"
 #include "verbs.h"
 
 namespace pallbus {
@@ -22,6 +28,9 @@ namespace {
 struct Options {
     bool verbose = false;
     std::string record;  // the file; empty: none
+    std::vector<std::string> trouble;
+    std::string script;  // a file; empty: none
+    uint64_t seed = 0;
 };
 
 void complain(const std::string& line) {
@@ -58,7 +67,21 @@ class Recorder {
     std::optional<recording::Writer> writer_;
 };
 
+// As many clients as the machine allows, not as many as a shell allows its programs.
+void raiseDescriptorLimit() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        ::setrlimit(RLIMIT_NOFILE, &limit);  // where that is refused, the old one does
+    }
+}
+
+uint64_t seedOf(const Options& options) {
+    return options.seed != 0 ? options.seed : std::random_device{}();
+}
+
 void serve(uint16_t port, const Options& options) {
+    const std::vector<std::vector<Step>> plans = plansOf(options.trouble, options.script);
     const auto report = [verbose = options.verbose](const std::string& line) {
         if (verbose) {
             complain(line);
@@ -67,17 +90,26 @@ void serve(uint16_t port, const Options& options) {
     // What the bus library has to say about bad messages is not for the system log of the machine,
     // and the server reports them itself.
     replaceLogSink([](int, const std::string&) {});
+    raiseDescriptorLimit();
 
+    const uint64_t seed = seedOf(options);
     asio::io_context io;
-    BusServer server(io, port, report);
+    BusServer server(io, port, seed, report);
+    const ControlSocket control(io, server.port(), [&server](const std::string& line) {
+        return carryOut(line, server.disturber());
+    });
     std::optional<Recorder> recorder;
     if (!options.record.empty()) {
         recorder.emplace(options.record);
         server.setWitness(
             [&recorder](int32_t from, std::string_view payload) { recorder->see(from, payload); });
     }
-    std::printf("pallbus: listening on 127.0.0.1:%u\n", server.port());
+    std::printf("pallbus: listening on 127.0.0.1:%u\npallbus: seed %llu\n", server.port(),
+                static_cast<unsigned long long>(seed));
     std::fflush(stdout);
+    for (const std::vector<Step>& plan : plans) {
+        server.disturber().play(plan);
+    }
 
     asio::signal_set stop(io, SIGINT, SIGTERM);
     stop.async_wait([&io](const asio::error_code&, int) { io.stop(); });
@@ -98,6 +130,15 @@ void addRun(CLI::App& app, CommandLine& line) {
     app.add_flag("-v,--verbose", options->verbose, "Say on standard error who comes and goes");
     app.add_option("--record", options->record, "Keep what goes over the bus in a file")
         ->type_name("FILE");
+    app.add_option("-t,--trouble", options->trouble,
+                   "Trouble from the start, as with do; any number")
+        ->type_name("LINE")
+        ->allow_extra_args(false);
+    app.add_option("-s,--script", options->script, "Trouble by the clock, from a file")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile);
+    app.add_option("--seed", options->seed, "Of all that is left to chance; else a new one")
+        ->type_name("NUMBER");
     line.toBeDone = [options, &line] { return run(line.port, *options); };
 }
 

@@ -11,11 +11,14 @@
 namespace pallbus {
 
 struct CommandLine {
-    uint16_t port = 15000;          // of the bus, with every verb
-    std::function<int()> toBeDone;  // gives the exit status; may throw std::exception
+    uint16_t port = 15000;  // of the bus, with every verb
+    // Gives the exit status; may throw BadTrouble for what was asked for, and any std::exception.
+    std::function<int()> toBeDone;
 };
 
 // Without a verb: to be the bus.
 void addRun(CLI::App& app, CommandLine& line);
+// "do": to have something go wrong on a bus that runs.
+void addDo(CLI::App& app, CommandLine& line);
 
 }  // namespace pallbus

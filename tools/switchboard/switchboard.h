@@ -44,6 +44,9 @@ class Switchboard {
 
     void join(ClientID client) { table_.join(client); }
     void leave(ClientID client);
+    std::optional<int32_t> connectionIDOf(ClientID client) const {
+        return table_.connectionIDOf(client);
+    }
 
     // Handles one received payload, as the parser hands it out. False when it is no message; it is
     // then dropped.

@@ -1,7 +1,7 @@
 #include "bus_peer.h"
 
+#include <linux/tcp.h>  // netinet/tcp.h knows fewer counters
 #include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -13,7 +13,8 @@
 
 namespace {
 
-int connectTo(uint16_t port) {
+// -1 when it is refused.
+int tryToConnect(uint16_t port) {
     const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int on = 1;
     ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -23,7 +24,16 @@ int connectTo(uint16_t port) {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     sockaddr generic{};
     std::memcpy(&generic, &address, sizeof generic);
-    EXPECT_EQ(::connect(socket, &generic, sizeof generic), 0) << "port " << port;
+    if (::connect(socket, &generic, sizeof generic) == 0) {
+        return socket;
+    }
+    ::close(socket);
+    return -1;
+}
+
+int connectTo(uint16_t port) {
+    const int socket = tryToConnect(port);
+    EXPECT_GE(socket, 0) << "port " << port;
     return socket;
 }
 
@@ -47,6 +57,12 @@ BusPeer::~BusPeer() {
     vanish();
 }
 
+bool BusPeer::canConnect(uint16_t port) {
+    const int socket = tryToConnect(port);
+    ::close(socket);
+    return socket >= 0;
+}
+
 void BusPeer::vanish() {
     ::close(socket_);
     socket_ = -1;
@@ -57,6 +73,22 @@ bool BusPeer::sendBytes(const std::string& bytes) {
     while (sent < bytes.size()) {
         const ssize_t size =
             ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (size <= 0) {
+            return false;
+        }
+        sent += static_cast<size_t>(size);
+    }
+    return true;
+}
+
+bool BusPeer::sendBytes(const std::string& bytes, std::chrono::milliseconds time) {
+    for (size_t sent = 0; sent < bytes.size();) {
+        pollfd ready{socket_, POLLOUT, 0};
+        if (::poll(&ready, 1, static_cast<int>(time.count())) <= 0) {
+            return false;
+        }
+        const ssize_t size =
+            ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (size <= 0) {
             return false;
         }
@@ -81,6 +113,21 @@ std::string BusPeer::receive(std::chrono::milliseconds time) {
         payload = takeFrame();
     }
     return payload;
+}
+
+std::string BusPeer::receiveBytes(size_t count) {
+    while (received_.size() < count && readMore(std::chrono::seconds(30))) {
+    }
+    const std::string bytes = received_.substr(0, count);
+    received_.erase(0, bytes.size());
+    return bytes;
+}
+
+unsigned BusPeer::segments() const {
+    tcp_info info{};
+    socklen_t size = sizeof info;
+    EXPECT_EQ(::getsockopt(socket_, IPPROTO_TCP, TCP_INFO, &info, &size), 0);
+    return info.tcpi_data_segs_in;
 }
 
 bool BusPeer::isQuiet() {

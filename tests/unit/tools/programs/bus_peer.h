@@ -14,14 +14,23 @@ class BusPeer {
     BusPeer(const BusPeer&) = delete;
     BusPeer& operator=(const BusPeer&) = delete;
 
+    // False when a connection is refused.
+    static bool canConnect(uint16_t port);
+
     // False when the bus has closed the connection.
     bool sendBytes(const std::string& bytes);
+    // False as well when the bus does not take the bytes in for that time.
+    bool sendBytes(const std::string& bytes, std::chrono::milliseconds time);
     bool send(const std::string& payload);
     // Subscribes, and waits for the answer.
     void subscribe(const std::string& path, bool receiveAll = false);
 
     // The next payload; empty when none comes in time or the bus has closed the connection.
     std::string receive(std::chrono::milliseconds time = std::chrono::seconds(30));
+    // So many bytes as they come; less when no more come in time.
+    std::string receiveBytes(size_t count);
+    // How many segments with data came so far (tcp(7), TCP_INFO).
+    unsigned segments() const;
     // Whether a heartbeat is answered next: then nothing else was on its way, and everything sent
     // before has been dealt with.
     bool isQuiet();

@@ -10,6 +10,8 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <fstream>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -64,6 +66,18 @@ void ProgramProcess::signal(int number) const {
     ::kill(process_, number);
 }
 
+size_t ProgramProcess::mostResidentKiB() const {
+    std::ifstream status("/proc/" + std::to_string(process_) + "/status");
+    for (std::string word; status >> word;) {
+        if (word == "VmHWM:") {
+            size_t kibibytes = 0;
+            status >> kibibytes;
+            return kibibytes;
+        }
+    }
+    throw std::runtime_error("the program has gone");
+}
+
 int ProgramProcess::wait() {
     if (!ended_) {
         const int handle = static_cast<int>(::syscall(SYS_pidfd_open, process_, 0));
@@ -111,11 +125,24 @@ bool ProgramProcess::Stream::readSome() {
     return size > 0;
 }
 
-BusProcess::BusProcess()
-    : process_(pallbusCommand({"--port=0"})), port_(portOf(process_.readLine())) {}
+namespace {
+
+std::vector<std::string> onAFreePort(std::vector<std::string> words) {
+    words.insert(words.begin(), "--port=0");
+    return pallbusCommand(words);
+}
+
+}  // namespace
+
+BusProcess::BusProcess(const std::vector<std::string>& words)
+    : process_(onAFreePort(words)), port_(portOf(process_.readLine())) {}
 
 Outcome pallctl(uint16_t port, const std::vector<std::string>& words) {
-    ProgramProcess process(pallctlCommand(port, words));
+    return runProgram(pallctlCommand(port, words));
+}
+
+Outcome runProgram(const std::vector<std::string>& words) {
+    ProgramProcess process(words);
     Outcome outcome;
     outcome.output = process.restOfOutput();
     outcome.errors = process.errors();

@@ -18,6 +18,9 @@ class ProgramProcess {
     pid_t id() const { return process_; }
     void signal(int number) const;
 
+    // The most memory it ever had (proc(5), VmHWM).
+    size_t mostResidentKiB() const;
+
     // The next line without its end; what there is of it when no more comes in time.
     std::string readLine() { return output_.readLine(); }
     std::string readErrorLine() { return errors_.readLine(); }
@@ -61,7 +64,7 @@ class ProgramProcess {
 // pallbus on a free port, which it has printed.
 class BusProcess {
   public:
-    BusProcess();
+    explicit BusProcess(const std::vector<std::string>& words = {});
     uint16_t port() const { return port_; }
     std::string portText() const { return std::to_string(port_); }
     ProgramProcess& process() { return process_; }
@@ -78,6 +81,8 @@ struct Outcome {
     std::string errors;
 };
 
+// Runs a program to its end.
+Outcome runProgram(const std::vector<std::string>& words);
 // Runs pallctl against the bus on that port, to its end.
 Outcome pallctl(uint16_t port, const std::vector<std::string>& words);
 std::vector<std::string> pallctlCommand(uint16_t port, const std::vector<std::string>& words);

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "switchboard/control.h"
+#include "switchboard/disturber.h"
+#include "trouble/plan.h"
+
+namespace pallbus {
+
+// One plan for each line of the command line and one for the script file, if it is not "". Throws
+// BadTrouble, script::Error, and std::runtime_error when the file cannot be read.
+std::vector<std::vector<Step>> plansOf(const std::vector<std::string>& lines,
+                                       const std::string& script);
+
+// What somebody told the running bus: a line of trouble, "calm" or "show".
+Reply carryOut(const std::string& line, Disturber& disturber);
+
+}  // namespace pallbus
