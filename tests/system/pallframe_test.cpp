@@ -120,6 +120,12 @@ INSTANTIATE_TEST_SUITE_P(Bad, Usage,
                              {"enter", "1", "true", "--", "true"},
                              {"list", "1"},
                              {"set", "cable", "eth0", "down"},
+                             {"play"},
+                             {"play", "/no/such/file"},
+                             {"play", "--speed", "0", "tools/scenarios/link_flap.scenario"},
+                             {"run", "--scenario", "/no/such/file", "--", "true"},
+                             {"run", "--scenario", "/etc/passwd", "--", "true"},
+                             {"run", "--scenario", "/etc", "--", "true"},
                              {"set", "cable", "eth0", "sideways"},
                              {"set", "psu", "3", "12"},
                              {"set", "psu", "1", "much"},
@@ -137,7 +143,7 @@ TEST_P(Usage, IsAnsweredWithOneLineAndStatus2) {
 }
 
 TEST(Help, FitsAScreen) {
-    for (const char* verb : {"", "run", "enter", "list", "set", "status"}) {
+    for (const char* verb : {"", "run", "enter", "list", "set", "play", "status"}) {
         const Words words = *verb == 0 ? Words{"--help"} : Words{verb, "--help"};
         const Result result = run(pallframe(words));
         EXPECT_EQ(result.status, 0);
@@ -169,9 +175,9 @@ TEST_F(Tree, AFailingRequestIsToldInOneLine) {
     frame.output().waitFor("ready");
     const Result result = tell({"set", "cable", "eth5", "down"});
     EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.error, "pallframe: this frame has no interface 'eth5'\n");
+    EXPECT_EQ(result.error, "pallframe: a frame has no interface 'eth5'\n");
     EXPECT_EQ(tell({"set", "pause", "S99nothing", "1"}).error,
-              "pallframe: this frame has no program 'S99nothing'\n");
+              "pallframe: a frame has no program 'S99nothing'\n");
 }
 
 TEST_F(Tree, AChangeFromOutsideIsSeenInside) {

@@ -1,5 +1,7 @@
 #include "frame/devices.h"
 
+#include <sstream>
+
 #include "frame/paths.h"
 
 namespace frame {
@@ -79,6 +81,21 @@ void setBattery(const Tree& tree, double volts) {
     Power power = powerOf(tree);
     power.battery = volts;
     storePower(tree, power);
+}
+
+void editLine(const Tree& tree, std::string_view path, std::string_view line) {
+    const TreeLock lock(tree);
+    const std::string file = tree.whereKept(path);
+    const std::string_view key = line.substr(0, line.find('=') + 1);
+    std::istringstream before(tree.read(file));
+    std::string text;
+    bool replaced = false;
+    for (std::string each; std::getline(before, each);) {
+        const bool isIt = each.starts_with(key);
+        replaced = replaced || isIt;
+        text.append(isIt ? line : each).append("\n");
+    }
+    tree.replace(file, replaced ? text : text.append(line).append("\n"));
 }
 
 void setBatteryLoad(const Tree& tree, bool on) {

@@ -42,4 +42,8 @@ void setBattery(const Tree& tree, double volts);
 
 void setBatteryLoad(const Tree& tree, bool on);
 
+// Gives a file of KEY=VALUE lines this one, in the place of the one with its key or at the end, as
+// somebody does who edits it on the card.
+void editLine(const Tree& tree, std::string_view path, std::string_view line);
+
 }  // namespace frame

@@ -69,9 +69,9 @@ constexpr std::array<FrameFile, 9> kFiles{{
 }};
 
 // What an earlier life of the tree may have left.
-constexpr std::array<std::string_view, 7> kTransient{
+constexpr std::array<std::string_view, 8> kTransient{
     paths::kBondCopy, paths::kRegisters, paths::kDeviceName, paths::kCommands,
-    paths::kServices, paths::kPauses,    paths::kAside,
+    paths::kServices, paths::kPauses,    paths::kExits,      paths::kAside,
 };
 
 void placePrograms(const Tree& tree) {

@@ -25,6 +25,7 @@ inline constexpr std::string_view kPower = "/run/frame/power";
 inline constexpr std::string_view kServices =
     "/run/frame/services";                                        // a file per service: its state
 inline constexpr std::string_view kPauses = "/run/frame/pauses";  // a file per program: its seconds
+inline constexpr std::string_view kExits = "/run/frame/exits";    // the same: how its calls fail
 inline constexpr std::string_view kProgram = "/run/frame/pallframe";  // what the programs link to
 inline constexpr std::string_view kCommands = "/var/log/frame-commands";
 inline constexpr std::string_view kMessages = "/var/log/messages";

@@ -166,15 +166,31 @@ const Program* findProgram(std::string_view name) {
     return found == kPrograms.end() ? nullptr : found;
 }
 
-std::string pauseFile(const Program& program) {
-    return std::string(paths::kPauses).append("/").append(baseName(program.path));
+// Where one of its settings is kept, in a directory with a file per program.
+std::string settingOf(const Program& program, std::string_view directory) {
+    return std::string(directory).append("/").append(baseName(program.path));
+}
+
+template <typename Number>
+Number numberIn(const Tree& tree, const std::string& file) {
+    const std::string text = tree.read(file);
+    Number number{};
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
 }
 
 void pause(const Tree& tree, const Program& program) {
-    const std::string text = tree.read(pauseFile(program));
-    double seconds = 0;
-    std::from_chars(text.data(), text.data() + text.size(), seconds);
+    const auto seconds = numberIn<double>(tree, settingOf(program, paths::kPauses));
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+void keepSetting(const Tree& tree, std::string_view program, std::string_view directory,
+                 const std::string& value) {
+    const Program* found = findProgram(program);
+    if (found == nullptr) {
+        throw BadRequest("this frame has no program '" + std::string(program) + "'");
+    }
+    tree.replace(settingOf(*found, directory), value);
 }
 
 bool isPlain(const std::string& word) {
@@ -202,15 +218,18 @@ int runProgram(const Tree& tree, const Words& words) {
     }
     tree.append(paths::kCommands, commandLine(words) + "\n");
     pause(tree, *program);
+    if (const int status = numberIn<int>(tree, settingOf(*program, paths::kExits)); status != 0) {
+        return status;
+    }
     return program->action(tree, *program, words);
 }
 
 void setPause(const Tree& tree, std::string_view program, double seconds) {
-    const Program* found = findProgram(program);
-    if (found == nullptr) {
-        throw BadRequest("this frame has no program '" + std::string(program) + "'");
-    }
-    tree.replace(pauseFile(*found), std::to_string(seconds));
+    keepSetting(tree, program, paths::kPauses, std::to_string(seconds));
+}
+
+void setExitStatus(const Tree& tree, std::string_view program, int status) {
+    keepSetting(tree, program, paths::kExits, std::to_string(status));
 }
 
 std::string commandLine(const Words& words) {

@@ -29,6 +29,10 @@ int runProgram(const Tree& tree, const std::vector<std::string>& words);
 // How long each call of a program takes; BadRequest when there is no such program.
 void setPause(const Tree& tree, std::string_view program, double seconds);
 
+// How each call of a program ends from now on: with that status and nothing done, or with 0 as
+// usual. BadRequest when there is no such program.
+void setExitStatus(const Tree& tree, std::string_view program, int status);
+
 // Words as a shell reads them, quoted where a shell needs it: "pkill -f '/bin/sh x'".
 std::string commandLine(const std::vector<std::string>& words);
 

@@ -1,5 +1,6 @@
 #include "frame/registry.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -52,9 +53,9 @@ bool isNumber(const std::string& name) {
                        [](unsigned char sign) { return std::isdigit(sign) != 0; });
 }
 
-// A frame under way has no root of its own yet, and looks like the host.
-bool isFurnished(const RunningFrame& frame) {
-    return findProduct(frame.tree().read(paths::kProduct)) != nullptr;
+// The product of a running frame; empty for one that is still being made and has the host's root.
+std::string productOf(const RunningFrame& frame) {
+    return Tree("/proc/" + std::to_string(frame.pid) + "/root").read(paths::kProduct);
 }
 
 // An entry is a line with the start and one with the directory, empty for a frame in memory.
@@ -72,7 +73,7 @@ std::optional<RunningFrame> frameOf(const fs::path& file) {
 }
 
 std::string nameOf(const RunningFrame& frame) {
-    return std::to_string(frame.pid) + " (" + frame.tree().read(paths::kProduct) + ")";
+    return std::to_string(frame.pid) + " (" + productOf(frame) + ")";
 }
 
 std::string namesOf(const std::vector<RunningFrame>& running) {
@@ -91,7 +92,12 @@ std::string column(std::string text, size_t width) {
 }  // namespace
 
 Tree RunningFrame::tree() const {
-    return Tree("/proc/" + std::to_string(pid) + "/root");
+    const std::string root = "/proc/" + std::to_string(pid) + "/root";
+    const Tree tree(Descriptor(::open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)));
+    if (findProduct(tree.read(paths::kProduct)) == nullptr) {
+        throw BadRequest("frame " + std::to_string(pid) + " has ended");
+    }
+    return tree;
 }
 
 Registry::Registry(fs::path directory) : directory_(std::move(directory)) {}
@@ -134,7 +140,7 @@ std::vector<RunningFrame> Registry::running() const {
         const auto frame = frameOf(entry.path());
         if (!frame) {
             fs::remove(entry.path());
-        } else if (isFurnished(*frame)) {
+        } else if (findProduct(productOf(*frame)) != nullptr) {
             running.push_back(*frame);
         }
     }
@@ -164,8 +170,7 @@ RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_v
 std::string listOf(const std::vector<RunningFrame>& running) {
     std::string text = "FRAME     PRODUCT      FILES\n";
     for (const RunningFrame& frame : running) {
-        text += column(std::to_string(frame.pid), 10) +
-                column(frame.tree().read(paths::kProduct), 13) +
+        text += column(std::to_string(frame.pid), 10) + column(productOf(frame), 13) +
                 (frame.directory.empty() ? "in memory" : frame.directory) + "\n";
     }
     return text;

@@ -16,7 +16,8 @@ struct RunningFrame {
     pid_t pid;              // of the frame's first process; it names the frame
     std::string directory;  // of its files; empty: they live in memory
 
-    // The frame's files, also those in memory (/proc/PID/root, proc(5)).
+    // The frame's files, also those in memory. What has this number by now and is no frame is a
+    // BadRequest, so that nothing is ever changed there.
     Tree tree() const;
 };
 

@@ -49,6 +49,10 @@ struct Draft {
 
 Tree::Tree(fs::path root) : root_(std::move(root)) {}
 
+Tree::Tree(Descriptor root)
+    : held_(std::make_shared<const Descriptor>(std::move(root))),
+      root_("/proc/self/fd/" + std::to_string(held_->get())) {}
+
 fs::path Tree::path(std::string_view absolute) const {
     return root_ / fs::path(absolute).relative_path();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,9 @@ namespace frame {
 class Tree {
   public:
     explicit Tree(std::filesystem::path root);
+
+    // The same, held by an open descriptor: it stays that directory whatever becomes of its path.
+    explicit Tree(Descriptor root);
 
     // Where the frame's file lies for this process.
     std::filesystem::path path(std::string_view absolute) const;
@@ -47,6 +51,7 @@ class Tree {
     std::vector<std::string> hiddenFiles() const;
 
   private:
+    std::shared_ptr<const Descriptor> held_;
     std::filesystem::path root_;
 };
 

@@ -8,7 +8,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "frame/paths.h"
+#include "frame/devices.h"
+#include "frame/product.h"
 #include "process.h"
 
 namespace pallframe {
@@ -38,8 +39,8 @@ void join(const RunningFrame& frame) {
 // Both shells take the prompt from here, as there is no file in the frame that sets another; so
 // does one that a command of the caller's starts.
 void setPrompt(const RunningFrame& frame) {
-    const std::string prompt = "[" + frame::Tree("/").read(frame::paths::kProduct) + " frame " +
-                               std::to_string(frame.pid) + "] ${PWD}# ";
+    const std::string product(productOf(frame::Tree("/")).name);
+    const std::string prompt = "[" + product + " frame " + std::to_string(frame.pid) + "] ${PWD}# ";
     ::setenv("PS1", prompt.c_str(), 1);
 }
 

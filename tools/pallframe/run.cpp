@@ -31,6 +31,16 @@ void takeAway(const RunRequest& request) {
     }
 }
 
+// It ends with the frame when it has not come to its end before.
+void startScenario(const RunRequest& request) {
+    if (!request.scenario.steps.empty()) {
+        startProcess([&] {
+            play(frame::Tree("/"), request.scenario, 1, [](const frame::ScenarioStep&) {});
+            return 0;
+        });
+    }
+}
+
 // Process 1 of the frame.
 int beFirst(const RunRequest& request, Supervisor& supervisor, const Descriptor& keeper) {
     dieWith(keeper, SIGKILL);
@@ -43,6 +53,7 @@ int beFirst(const RunRequest& request, Supervisor& supervisor, const Descriptor&
         supervisor.serve(log->descriptor(), [&log] { log->takeAll(); });
     }
     supervisor.setPatience(kPatience);
+    startScenario(request);
     const pid_t command = startProcess([&] { return becomeCommand(request.command, supervisor); });
     const int status = supervisor.waitFor(command);
     if (log) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "frame/product.h"
+#include "player.h"
 
 namespace pallframe {
 
@@ -14,6 +15,7 @@ struct RunRequest {
     bool keep = false;      // leave the directory when the command has ended
     bool syslog = true;     // collect /dev/log in the frame's /var/log/messages
     std::vector<std::string> command;
+    Scenario scenario{};  // played from the command's start on
 };
 
 // Makes a frame, runs the command in it as its first process and takes it away with everything that

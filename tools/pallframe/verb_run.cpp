@@ -31,6 +31,7 @@ std::string checkProduct(std::string& name) {
 struct RunWords {
     std::string product = "Quorane";
     std::string tree;
+    std::string scenario;
     RunRequest request;
 };
 
@@ -41,6 +42,9 @@ int run(RunWords& words) {
     }
     if (words.request.keep && words.tree.empty()) {
         throw BadRequest("--keep needs --tree DIR: a root in memory cannot be kept");
+    }
+    if (!words.scenario.empty()) {
+        words.request.scenario = readScenarioFile(words.scenario);
     }
     return runInFrame(words.request);
 }
@@ -75,6 +79,8 @@ void addRun(CLI::App& app, Call& call) {
         ->type_name("DIR");
     verb->add_flag("--keep", words->request.keep, "Leave the directory behind");
     verb->add_flag("!--no-syslog", words->request.syslog, "Leave /dev/log to the command");
+    verb->add_option("--scenario", words->scenario, "Play this file from the command's start on")
+        ->type_name("FILE");
     verb->add_option("COMMAND", words->request.command, "The command, after --")->required();
     verb->callback([words, &call] { call.status = run(*words); });
 }

@@ -19,6 +19,7 @@ void addRun(CLI::App& app, Call& call);
 void addEnter(CLI::App& app, Call& call);
 void addList(CLI::App& app, Call& call);
 void addSet(CLI::App& app, Call& call);
+void addPlay(CLI::App& app, Call& call);
 void addStatus(CLI::App& app, Call& call);
 
 // The frame that a verb speaks of: a named one, the one that this program runs in, or the only one
@@ -28,7 +29,9 @@ struct Which {
     std::string frame;
 
     void addTo(CLI::App& verb);
-    frame::Tree tree() const;
+
+    // Its files. Asked again it is the same frame, and a frame::BadRequest once that has ended.
+    frame::Tree tree();
 };
 
 }  // namespace pallframe

@@ -22,7 +22,7 @@ void Which::addTo(CLI::App& verb) {
     verb.add_option("--tree", directory, "A frame's directory")->type_name("DIR")->excludes(number);
 }
 
-Tree Which::tree() const {
+Tree Which::tree() {
     if (!directory.empty()) {
         if (!isFrame(Tree(directory))) {
             throw frame::BadRequest(directory + " is no simulated frame");
@@ -32,7 +32,9 @@ Tree Which::tree() const {
     if (frame.empty() && isFrame(Tree("/"))) {
         return Tree("/");
     }
-    return chooseFrame(frame::Registry::ofUser().running(), frame).tree();
+    const frame::RunningFrame chosen = chooseFrame(frame::Registry::ofUser().running(), frame);
+    frame = std::to_string(chosen.pid);
+    return chosen.tree();
 }
 
 }  // namespace pallframe

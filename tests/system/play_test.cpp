@@ -1,0 +1,99 @@
+// Scenarios from outside: told, kept to their times, and checked before anything is done.
+
+#include <signal.h>
+
+#include "pallframe_process.h"
+
+using namespace harness;
+using namespace outside;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+// A frame in memory and a scenario.
+class Play : public testing::Test {
+  protected:
+    Play() { frame.output().waitFor("ready"); }
+
+    Words play(const std::string& text, const Words& options = {}) const {
+        Words words = pallframe({"play", directory.write("my.scenario", text)});
+        words.insert(words.end(), options.begin(), options.end());
+        return words;
+    }
+
+    static std::string status() { return run(pallframe({"status"})).output; }
+
+    const TemporaryDirectory directory;
+    Process frame{pallframe({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"})};
+};
+
+TEST_F(Play, TellsEachChangeAndEnds) {
+    const Result result = run(play("psu 1 11\nat 100ms cable eth0 down\n"));
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "     0.0 s  psu 1 11\n     0.1 s  cable eth0 down\n");
+    EXPECT_THAT(status(), HasSubstr("11.00 V"));
+}
+
+TEST_F(Play, WaitsForTheTimeOfAChange) {
+    Process player(play("psu 1 11\nafter 10m psu 1 10"));
+    player.output().waitFor("psu 1 11\n");
+    EXPECT_THROW(player.waitForEnd(Deadline(std::chrono::milliseconds(50))), TimedOut);
+    EXPECT_THAT(status(), HasSubstr("11.00 V"));
+}
+
+TEST_F(Play, GoesFasterWhenAsked) {
+    EXPECT_EQ(run(play("after 2m psu 1 10", {"--speed", "1000"})).output, "   120.0 s  psu 1 10\n");
+}
+
+TEST_F(Play, DoesNothingWhenALineIsWrong) {
+    const Result result = run(play("psu 1 11\nat 1s psu 1 eleven"));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error, "pallframe: " + directory.path("my.scenario") +
+                                ":2: 'eleven' is not a number from 0 to 29\n");
+    EXPECT_THAT(status(), testing::Not(HasSubstr("11.00 V")));
+}
+
+TEST_F(Play, EndsWithTheFrame) {
+    Process player(play("psu 1 11\nrepeat 1000\nafter 100ms psu 1 10\nend"));
+    player.output().waitFor("psu 1 11\n");
+    frame.signal(SIGTERM);
+    EXPECT_EQ(player.waitForEnd(), 2);
+    EXPECT_THAT(player.error().waitForEnd(), StartsWith("pallframe: no frame"));
+}
+
+class RunWithScenario : public testing::Test {
+  protected:
+    Words withScenario(const std::string& text, const std::string& script) const {
+        return pallframe(
+            {"run", "--scenario", directory.write("my.scenario", text), "--", "sh", "-c", script});
+    }
+
+    const TemporaryDirectory directory;
+};
+
+TEST_F(RunWithScenario, StartsWithTheCommand) {
+    const Result result = run(withScenario(
+        "at 200ms cable eth0 down",
+        "grep -q 'Slave: eth0' /proc/net/bonding/bond0 && echo before; "
+        "until grep -q 'Slave: eth1' /proc/net/bonding/bond0; do :; done; echo after"));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "before\nafter\n");
+    EXPECT_EQ(result.error, "");
+}
+
+TEST_F(RunWithScenario, EndsWithTheCommand) {
+    EXPECT_EQ(run(withScenario("at 10m psu 1 0", "exit 4")).status, 4);
+}
+
+TEST_F(RunWithScenario, IsReadBeforeThereIsAFrame) {
+    const Result result = run(withScenario("at 2s psu 1", "echo started"));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error,
+              "pallframe: " + directory.path("my.scenario") + ":1: psu needs NUMBER and VOLTS\n");
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+#include "frame/changes.h"
+
+#include <gmock/gmock.h>
+
+#include "frame/devices.h"
+#include "frame/paths.h"
+#include "frame/programs.h"
+#include "temporary_tree.h"
+
+using namespace frame;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+class ChangesTest : public TemporaryTree {
+  protected:
+    ChangesTest() { furnishAs("Quorane"); }
+
+    void make(const Words& words) const { readChange(words)(tree); }
+};
+
+TEST_F(ChangesTest, CablesArePulledAndPluggedIn) {
+    make({"cable", "eth0", "down"});
+    EXPECT_EQ(bondOf(tree).active, "eth1");
+    make({"cable", "eth0", "up"});
+    EXPECT_TRUE(bondOf(tree).slaves.at(0).up);
+}
+
+TEST_F(ChangesTest, SuppliesAndBatteryGetTheirVolts) {
+    make({"psu", "1", "11.5"});
+    make({"psu", "2", "0"});
+    make({"battery", "2.7"});
+    EXPECT_EQ(powerOf(tree), (Power{11.5, 0, 2.7, false}));
+}
+
+TEST_F(ChangesTest, AFileIsTakenAwayAndPutBack) {
+    make({"file", "/tmp/eeprom", "missing"});
+    EXPECT_FALSE(tree.exists("/tmp/eeprom"));
+    make({"file", "/tmp/eeprom", "present"});
+    EXPECT_THAT(tree.read("/tmp/eeprom"), StartsWith("PRODUCT=Quorane"));
+}
+
+TEST_F(ChangesTest, ALineIsEditedInItsPlaceOrAdded) {
+    tree.replace("/etc/some", "A=1\nAB=2\nB=3");
+    make({"edit", "/etc/some", "A=5"});
+    EXPECT_EQ(tree.read("/etc/some"), "A=5\nAB=2\nB=3\n");
+    make({"edit", "/etc/some", "C=x=y z"});
+    EXPECT_EQ(tree.read("/etc/some"), "A=5\nAB=2\nB=3\nC=x=y z\n");
+    make({"edit", "/etc/new", "A=1"});
+    EXPECT_EQ(tree.read("/etc/new"), "A=1\n");
+}
+
+TEST_F(ChangesTest, AFileThatIsAwayIsEditedWhereItIsKept) {
+    make({"file", "/etc/build.prop", "missing"});
+    make({"edit", "/etc/build.prop", "VERSION=\"5\""});
+    EXPECT_FALSE(tree.exists("/etc/build.prop"));
+    make({"file", "/etc/build.prop", "present"});
+    EXPECT_THAT(tree.read("/etc/build.prop"), StartsWith("VERSION=\"5\"\nPROJECT"));
+}
+
+TEST_F(ChangesTest, AProgramFailsAndWorksAgain) {
+    make({"exit", "S50dropbear", "3"});
+    EXPECT_EQ(runProgram(tree, {"/etc/init.d/S50dropbear", "restart"}), 3);
+    EXPECT_EQ(tree.read(paths::kCommands), "/etc/init.d/S50dropbear restart\n");
+    EXPECT_FALSE(tree.exists(std::string(paths::kServices) + "/ssh")) << "nothing was done";
+    make({"exit", "S50dropbear", "0"});
+    EXPECT_EQ(runProgram(tree, {"/etc/init.d/S50dropbear", "restart"}), 0);
+    EXPECT_EQ(tree.read(std::string(paths::kServices) + "/ssh"), "running");
+}
+
+TEST_F(ChangesTest, AProgramTakesItsTime) {
+    make({"pause", "/etc/init.d/S40network", "2.5"});
+    EXPECT_THAT(tree.read(std::string(paths::kPauses) + "/S40network"), StartsWith("2.5"));
+}
+
+TEST_F(ChangesTest, EachKindIsUnderstoodWithAsManyWordsAsItNames) {
+    for (const ChangeKind& kind : changeKinds()) {
+        const Words one{std::string(kind.name)};
+        const Words four{std::string(kind.name), "1", "1", "1"};
+        for (const Words& words : {one, four}) {
+            try {
+                readChange(words);
+                ADD_FAILURE() << kind.name;
+            } catch (const BadRequest& bad) {
+                EXPECT_THAT(bad.what(), StartsWith(std::string(kind.name) + " needs " +
+                                                   std::string(kind.arguments[0])));
+            }
+        }
+    }
+}
+
+struct Bad {
+    Words words;
+    const char* problem;
+};
+
+class BadChange : public testing::TestWithParam<Bad> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Words, BadChange,
+    testing::Values(
+        Bad{{}, "'' is no change: choose from cable, psu, battery, file, edit, pause, exit"},
+        Bad{{"cabel", "eth0", "up"}, "'cabel' is no change: choose from cable, "},
+        Bad{{"cable", "eth5", "down"}, "a frame has no interface 'eth5'"},
+        Bad{{"cable", "eth0", "sideways"}, "'sideways' is not up or down"},
+        Bad{{"psu", "3", "12"}, "'3' is not 1 or 2"},
+        Bad{{"psu", "1", "much"}, "'much' is not a number from 0 to 29"},
+        Bad{{"psu", "1", "29.5"}, "'29.5' is not a number from 0 to 29"},
+        Bad{{"psu", "1", "12V"}, "'12V' is not a number from 0 to 29"},
+        Bad{{"battery", "-1"}, "'-1' is not a number from 0 to 5"},
+        Bad{{"battery", "nan"}, "'nan' is not a number from 0 to 5"},
+        Bad{{"file", "tmp/eeprom", "missing"},
+            "'tmp/eeprom' is not a path from the frame's root on"},
+        Bad{{"file", "/tmp/eeprom", "gone"}, "'gone' is not present or missing"},
+        Bad{{"edit", "/etc/build.prop", "VERSION"}, "'VERSION' is not KEY=VALUE"},
+        Bad{{"pause", "S99nothing", "1"}, "a frame has no program 'S99nothing'"},
+        Bad{{"pause", "S40network", "3601"}, "'3601' is not a number from 0 to 3600"},
+        Bad{{"exit", "S40network", "256"}, "'256' is not a number from 0 to 255"},
+        Bad{{"exit", "S40network", "1.5"}, "'1.5' is not a number from 0 to 255"}));
+
+TEST_P(BadChange, IsExplained) {
+    try {
+        readChange(GetParam().words);
+        FAIL() << "was understood";
+    } catch (const BadRequest& bad) {
+        EXPECT_THAT(bad.what(), StartsWith(GetParam().problem));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,154 @@
+#include "frame/changes.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include "frame/devices.h"
+#include "frame/programs.h"
+
+namespace frame {
+
+namespace {
+
+using Arguments = ChangeKind::Arguments;
+
+constexpr double kMostSupply = 29.0;  // volts; what the converter can show
+constexpr double kMostBattery = 5.0;  // volts
+constexpr double kLongestPause = 3600.0;
+constexpr int kHighestStatus = 255;
+
+[[noreturn]] void refuse(const std::string& word, const std::string& wanted) {
+    throw BadRequest("'" + word + "' is not " + wanted);
+}
+
+// Which of two words it is: true for the first.
+bool isFirstOf(const std::string& word, const char* first, const char* second) {
+    if (word != first && word != second) {
+        refuse(word, std::string(first) + " or " + second);
+    }
+    return word == first;
+}
+
+template <typename Number>
+Number numberFrom0To(Number most, const std::string& word) {
+    Number number{};
+    const char* const end = word.data() + word.size();
+    const auto [rest, error] = std::from_chars(word.data(), end, number);
+    if (error != std::errc() || rest != end || !(number >= 0) || number > most) {
+        std::string bound = std::to_string(most);
+        refuse(word, "a number from 0 to " + bound.substr(0, bound.find('.')));
+    }
+    return number;
+}
+
+std::string pathOf(const std::string& word) {
+    if (!word.starts_with("/")) {
+        refuse(word, "a path from the frame's root on");
+    }
+    return word;
+}
+
+std::string programOf(const std::string& word) {
+    if (!isProgram(word)) {
+        throw BadRequest("a frame has no program '" + word + "'");
+    }
+    return word;
+}
+
+Change cable(Arguments words) {
+    if (words[0] != "eth0" && words[0] != "eth1") {
+        throw BadRequest("a frame has no interface '" + words[0] + "'");
+    }
+    const bool up = isFirstOf(words[1], "up", "down");
+    return [port = words[0], up](const Tree& tree) { setCable(tree, port, up); };
+}
+
+Change supply(Arguments words) {
+    const int number = isFirstOf(words[0], "1", "2") ? 1 : 2;
+    const double volts = numberFrom0To(kMostSupply, words[1]);
+    return [number, volts](const Tree& tree) { setSupply(tree, number, volts); };
+}
+
+Change battery(Arguments words) {
+    const double volts = numberFrom0To(kMostBattery, words[0]);
+    return [volts](const Tree& tree) { setBattery(tree, volts); };
+}
+
+Change file(Arguments words) {
+    const bool present = isFirstOf(words[1], "present", "missing");
+    return [path = pathOf(words[0]), present](const Tree& tree) {
+        present ? tree.show(path) : tree.hide(path);
+    };
+}
+
+Change edit(Arguments words) {
+    if (words[1].find('=') == std::string::npos) {
+        refuse(words[1], "KEY=VALUE");
+    }
+    return [path = pathOf(words[0]), line = words[1]](const Tree& tree) {
+        editLine(tree, path, line);
+    };
+}
+
+Change pause(Arguments words) {
+    const double seconds = numberFrom0To(kLongestPause, words[1]);
+    return [program = programOf(words[0]), seconds](const Tree& tree) {
+        setPause(tree, program, seconds);
+    };
+}
+
+Change exitStatus(Arguments words) {
+    const int status = numberFrom0To(kHighestStatus, words[1]);
+    return [program = programOf(words[0]), status](const Tree& tree) {
+        setExitStatus(tree, program, status);
+    };
+}
+
+constexpr std::array<ChangeKind, 7> kKinds{{
+    {"cable", {"PORT", "STATE"}, cable, "Pull the cable of eth0 or eth1 (down), plug it in (up)"},
+    {"psu", {"NUMBER", "VOLTS"}, supply, "What power supply 1 or 2 delivers"},
+    {"battery", {"VOLTS", ""}, battery, "The battery's voltage under load, 0 to take it out"},
+    {"file", {"PATH", "STATE"}, file, "Take a file away (missing) or put it back (present)"},
+    {"edit", {"PATH", "LINE"}, edit, "Give a file this line KEY=VALUE, as an editor would"},
+    {"pause", {"PROGRAM", "SECONDS"}, pause, "How long each call takes, of S40network say"},
+    {"exit", {"PROGRAM", "STATUS"}, exitStatus, "How each call fails, doing nothing; 0: it works"},
+}};
+
+size_t argumentsOf(const ChangeKind& kind) {
+    return kind.arguments[1].empty() ? 1 : 2;
+}
+
+std::string kindNames() {
+    std::string names;
+    for (const ChangeKind& kind : kKinds) {
+        names.append(names.empty() ? "" : ", ").append(kind.name);
+    }
+    return names;
+}
+
+}  // namespace
+
+std::span<const ChangeKind> changeKinds() {
+    return kKinds;
+}
+
+Change readChange(const Words& words) {
+    const std::string name = words.empty() ? "" : words[0];
+    const auto* kind = std::find_if(kKinds.begin(), kKinds.end(),
+                                    [&name](const ChangeKind& one) { return one.name == name; });
+    if (kind == kKinds.end()) {
+        throw BadRequest("'" + name + "' is no change: choose from " + kindNames());
+    }
+    if (words.size() != 1 + argumentsOf(*kind)) {
+        throw BadRequest(std::string(kind->name)
+                             .append(" needs ")
+                             .append(kind->arguments[0])
+                             .append(kind->arguments[1].empty() ? "" : " and ")
+                             .append(kind->arguments[1]));
+    }
+    return kind->read(Arguments(words).subspan(1));
+}
+
+}  // namespace frame

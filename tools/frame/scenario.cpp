@@ -1,0 +1,115 @@
+#include "frame/scenario.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+
+#include "frame/devices.h"
+#include "frame/programs.h"
+
+namespace frame {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kRampStep{250};  // four for each look that the daemon takes
+constexpr int kMostRampSteps = 1000;
+
+// "WHAT... FROM to TO over TIME"
+struct Ramp {
+    Words what;
+    double from;
+    double to;
+    milliseconds time;
+};
+
+double numberOf(const std::string& word) {
+    double number = 0;
+    const char* const end = word.data() + word.size();
+    const auto [rest, error] = std::from_chars(word.data(), end, number, std::chars_format::fixed);
+    if (error != std::errc() || rest != end) {
+        throw BadRequest("'" + word + "' is no number");
+    }
+    return number;
+}
+
+Ramp readRamp(const Words& words) {
+    constexpr size_t kBehindWhat = 5;
+    const size_t size = words.size();
+    if (size < 2 + kBehindWhat || words[size - 4] != "to" || words[size - 2] != "over") {
+        throw BadRequest("a ramp is written: ramp battery 3.2 to 2.3 over 30s");
+    }
+    const auto time = script::parseDuration(words[size - 1]);
+    if (!time) {
+        throw BadRequest("'" + words[size - 1] + "' is no time");
+    }
+    const Words what(words.begin() + 1, words.end() - kBehindWhat);
+    return {what, numberOf(words[size - 5]), numberOf(words[size - 3]), *time};
+}
+
+std::string valueText(double value) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%.3f", value);
+    return text.data();
+}
+
+ScenarioStep stepOf(milliseconds at, const Words& words, int line) {
+    return {at, commandLine(words), readChange(words), line};
+}
+
+// Collects the steps of all lines.
+class Steps {
+  public:
+    void take(const script::Line& line) {
+        if (line.words[0] == "ramp") {
+            takeRamp(readRamp(line.words), line);
+        } else {
+            add(stepOf(line.at, line.words, line.number));
+        }
+    }
+
+    std::vector<ScenarioStep> inOrder() && {
+        std::stable_sort(
+            steps_.begin(), steps_.end(),
+            [](const ScenarioStep& one, const ScenarioStep& other) { return one.at < other.at; });
+        return std::move(steps_);
+    }
+
+  private:
+    void takeRamp(const Ramp& ramp, const script::Line& line) {
+        const auto count = static_cast<int>(
+            std::clamp<milliseconds::rep>(ramp.time / kRampStep, 1, kMostRampSteps));
+        for (int i = 0; i <= count; ++i) {
+            Words words = ramp.what;
+            words.push_back(valueText(ramp.from + (ramp.to - ramp.from) * i / count));
+            add(stepOf(line.at + ramp.time * i / count, words, line.number));
+        }
+    }
+
+    void add(ScenarioStep step) {
+        if (steps_.size() == kMostSteps) {
+            throw BadRequest("more than " + std::to_string(kMostSteps) + " changes");
+        }
+        steps_.push_back(std::move(step));
+    }
+
+    std::vector<ScenarioStep> steps_;
+};
+
+}  // namespace
+
+std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name) {
+    Steps steps;
+    for (const script::Line& line : script::parse(text, name)) {
+        try {
+            steps.take(line);
+        } catch (const BadRequest& bad) {
+            throw script::Error(name, line.number, bad.what());
+        }
+    }
+    return std::move(steps).inOrder();
+}
+
+}  // namespace frame

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/changes.h"
+#include "program/timed_script.h"
+
+namespace frame {
+
+// One change of a scenario.
+struct ScenarioStep {
+    std::chrono::milliseconds at{};  // since the start
+    std::string text;                // the change in words
+    Change change;
+    int line = 0;  // of the text that asks for it
+};
+
+// How many changes a scenario makes at most, its repetitions and ramps written out.
+inline constexpr size_t kMostSteps = 100'000;
+
+// Reads a scenario (timed_script.h): changes, and ramps of a change whose last word is a number,
+//
+//     after 2s ramp battery 3.2 to 2.3 over 30s
+//
+// which go on while the lines behind them are done. The steps come in the order of their times.
+// Nothing is done yet. Throws script::Error.
+std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name);
+
+}  // namespace frame

@@ -1,0 +1,50 @@
+#include "player.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "frame/devices.h"
+#include "program/timed_script.h"
+
+namespace pallframe {
+
+using frame::BadRequest;
+
+Scenario readScenarioFile(const std::string& file) {
+    const std::ifstream stream(file, std::ios::binary);
+    if (!stream.is_open() || std::filesystem::is_directory(file)) {
+        throw BadRequest("cannot read " + file + ": " +
+                         (stream.is_open() ? "it is a directory" : std::strerror(errno)));
+    }
+    std::ostringstream text;
+    text << stream.rdbuf();
+    try {
+        return {file, frame::readScenario(text.str(), file)};
+    } catch (const script::Error& error) {
+        throw BadRequest(error.what());
+    }
+}
+
+void play(const frame::Tree& tree, const Scenario& scenario, double speed,
+          const std::function<void(const frame::ScenarioStep&)>& done) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    for (const frame::ScenarioStep& step : scenario.steps) {
+        const std::chrono::duration<double, std::milli> after(static_cast<double>(step.at.count()) /
+                                                              speed);
+        std::this_thread::sleep_until(start + std::chrono::duration_cast<Clock::duration>(after));
+        try {
+            step.change(tree);
+        } catch (const BadRequest& bad) {
+            throw BadRequest(script::Error(scenario.file, step.line, bad.what()).what());
+        }
+        done(step);
+    }
+}
+
+}  // namespace pallframe
