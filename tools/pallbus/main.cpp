@@ -15,6 +15,7 @@ constexpr const char* kAbout =
 constexpr void (*kParts[])(CLI::App&, pallbus::CommandLine&) = {
     pallbus::addRun,
     pallbus::addDo,
+    pallbus::addReplay,
 };
 
 int run(int argc, char** argv) {

@@ -20,5 +20,7 @@ struct CommandLine {
 void addRun(CLI::App& app, CommandLine& line);
 // "do": to have something go wrong on a bus that runs.
 void addDo(CLI::App& app, CommandLine& line);
+// "replay": to be the bus of a recording.
+void addReplay(CLI::App& app, CommandLine& line);
 
 }  // namespace pallbus

@@ -35,15 +35,14 @@ std::string problem(const CLI::App& app, const CLI::Error& error) {
     return error.get_name() == "RequiredError" ? "a verb is required" : error.what();
 }
 
-// What was typed may hold line ends.
+}  // namespace
+
 std::string onOneLine(std::string text) {
     std::replace_if(
         text.begin(), text.end(),
         [](char byte) { return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f'; }, '?');
     return text;
 }
-
-}  // namespace
 
 void finishCommandLine(CLI::App& app) {
     app.set_version_flag("--version", app.get_name() + " " PALLWATCH_VERSION, "Print the version");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "program/help_text.h"
 
@@ -8,6 +9,9 @@
 
 // Status of a program that did not understand its command line.
 inline constexpr int kBadUsage = 2;
+
+// Others' words in a line of one's own: control characters, line ends among them, become "?".
+std::string onOneLine(std::string text);
 
 // Adds --version, gives help its form (help_text.h), and has every complaint begin with the
 // program's name and fit one line. To be called when all verbs are there.

@@ -21,14 +21,6 @@ constexpr int kFormat = 1;
 // 31 years. Up to here a double tells microseconds apart.
 constexpr double kMostSeconds = 1e9;
 
-std::string secondsText(microseconds time) {
-    constexpr int64_t perSecond = 1'000'000;
-    std::array<char, 48> text{};
-    std::snprintf(text.data(), text.size(), "%" PRId64 ".%06" PRId64, time.count() / perSecond,
-                  time.count() % perSecond);
-    return text.data();
-}
-
 // UTC, as RFC 3339 has it.
 std::string wallClockText(system_clock::time_point time) {
     const auto day = std::chrono::floor<std::chrono::days>(time);
@@ -128,6 +120,14 @@ std::string payloadOf(const cJSON* object) {
 }
 
 }  // namespace
+
+std::string secondsText(microseconds time) {
+    constexpr int64_t perSecond = 1'000'000;
+    std::array<char, 48> text{};
+    std::snprintf(text.data(), text.size(), "%" PRId64 ".%06" PRId64, time.count() / perSecond,
+                  time.count() % perSecond);
+    return text.data();
+}
 
 std::string lineOf(const Header& header) {
     return "{\"recording\":" + std::to_string(kFormat) + ",\"start\":\"" +

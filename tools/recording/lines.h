@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ class NoObject : public std::runtime_error {
   public:
     NoObject() : std::runtime_error("no JSON object") {}
 };
+
+// As times stand in a recording: seconds with six decimals.
+std::string secondsText(std::chrono::microseconds time);
 
 std::string lineOf(const Header& header);
 // A payload that a person can read is written as text: UTF-8 without control characters but tab,

@@ -1,0 +1,63 @@
+#include "replay/difference.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using replay::Difference;
+using replay::differences;
+using replay::Names;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+UniqueJSON json(const std::string& text) {
+    return parseJSON(text.data(), text.size());
+}
+
+std::vector<Difference> between(const std::string& expected, const std::string& got,
+                                const Names& ignored = {}) {
+    return differences(json(expected).get(), json(got).get(), ignored);
+}
+
+TEST(DifferenceTest, IsNoneBetweenEqualValuesWhateverTheOrderOfMembers) {
+    EXPECT_THAT(between(R"({"a":1,"b":[1,{"c":null}]})", R"({"b":[1,{"c":null}],"a":1.0})"),
+                IsEmpty());
+    EXPECT_THAT(differences(nullptr, nullptr, {}), IsEmpty());
+}
+
+TEST(DifferenceTest, NamesEveryLeafThatDiffers) {
+    EXPECT_THAT(between(R"({"a":{"b":1,"c":"x"},"d":true})", R"({"a":{"b":2,"c":"y"},"d":true})"),
+                ElementsAre(Difference{"a.b", "1", "2"}, Difference{"a.c", "\"x\"", "\"y\""}));
+    EXPECT_THAT(between("[1,2]", "[2,1]"),
+                ElementsAre(Difference{"0", "1", "2"}, Difference{"1", "2", "1"}));
+    EXPECT_THAT(between(R"({"a":1})", R"({"a":"1"})"), ElementsAre(Difference{"a", "1", "\"1\""}));
+    EXPECT_THAT(between(R"({"a":[]})", R"({"a":{}})"), ElementsAre(Difference{"a", "[]", "{}"}));
+    EXPECT_THAT(between(R"({"a":1,"A":2})", R"({"a":1,"A":3})"),
+                ElementsAre(Difference{"A", "2", "3"}));
+}
+
+TEST(DifferenceTest, ShowsWhatIsOnlyOnOneSide) {
+    EXPECT_THAT(between(R"({"a":1})", R"({"b":[2]})"),
+                ElementsAre(Difference{"a", "1", "nothing"}, Difference{"b", "nothing", "[2]"}));
+    EXPECT_THAT(between("[1]", "[1,2]"), ElementsAre(Difference{"1", "nothing", "2"}));
+    EXPECT_THAT(differences(nullptr, json("{}").get(), {}),
+                ElementsAre(Difference{"", "nothing", "{}"}));
+}
+
+TEST(DifferenceTest, LeavesOutIgnoredNamesWithAndWithoutTheirObject) {
+    const Names ignored{"volts"};
+    EXPECT_THAT(between(R"({"volts":1,"a":1})", R"({"volts":2,"a":1})", ignored), IsEmpty());
+    EXPECT_THAT(
+        between(R"({"d_system.volts":{"value":1}})", R"({"d_system.volts":{"value":2}})", ignored),
+        IsEmpty());
+    EXPECT_THAT(between(R"({"volts":1})", "{}", ignored), IsEmpty());
+    EXPECT_THAT(between(R"({"kilovolts":1})", R"({"kilovolts":2})", ignored),
+                ElementsAre(Difference{"kilovolts", "1", "2"}));
+}
+
+TEST(DifferenceTest, CutsLongValues) {
+    const std::string text(1000, 'x');
+    EXPECT_EQ(replay::shown(json("\"" + text + "\"").get()), "\"" + text.substr(0, 199) + "...");
+}
+
+}  // namespace

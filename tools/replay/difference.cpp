@@ -1,0 +1,88 @@
+#include "replay/difference.h"
+
+namespace replay {
+
+namespace {
+
+constexpr size_t kMostShown = 200;
+
+class Search {
+  public:
+    Search(const Names& ignored, std::vector<Difference>& found)
+        : ignored_(ignored), found_(found) {}
+
+    void compare(const std::string& path, const cJSON* expected, const cJSON* got) {
+        if (cJSON_IsObject(expected) && cJSON_IsObject(got)) {
+            compareObjects(path, expected, got);
+        } else if (cJSON_IsArray(expected) && cJSON_IsArray(got)) {
+            compareArrays(path, expected, got);
+        } else if (!cJSON_Compare(expected, got, /*case_sensitive=*/1)) {
+            found_.push_back({path, shown(expected), shown(got)});
+        }
+    }
+
+  private:
+    static std::string below(const std::string& path, const std::string& name) {
+        return path.empty() ? name : path + "." + name;
+    }
+
+    // Calls back for each member that is not ignored.
+    template <typename Callback>
+    void forEachMember(const cJSON* object, Callback callback) const {
+        const cJSON* member = nullptr;
+        cJSON_ArrayForEach(member, object) {
+            if (!isIgnored(member->string, ignored_)) {
+                callback(member);
+            }
+        }
+    }
+
+    void compareObjects(const std::string& path, const cJSON* expected, const cJSON* got) {
+        forEachMember(expected, [&](const cJSON* member) {
+            compare(below(path, member->string), member, jsonMember(got, member->string));
+        });
+        forEachMember(got, [&](const cJSON* member) {
+            if (!jsonMember(expected, member->string)) {
+                compare(below(path, member->string), nullptr, member);
+            }
+        });
+    }
+
+    void compareArrays(const std::string& path, const cJSON* expected, const cJSON* got) {
+        const cJSON* left = expected->child;
+        const cJSON* right = got->child;
+        for (size_t i = 0; left || right; ++i) {
+            compare(below(path, std::to_string(i)), left, right);
+            left = left ? left->next : nullptr;
+            right = right ? right->next : nullptr;
+        }
+    }
+
+    const Names& ignored_;
+    std::vector<Difference>& found_;
+};
+
+}  // namespace
+
+std::vector<Difference> differences(const cJSON* expected, const cJSON* got, const Names& ignored) {
+    std::vector<Difference> found;
+    if (expected || got) {
+        Search(ignored, found).compare("", expected, got);
+    }
+    return found;
+}
+
+std::string shown(const cJSON* item) {
+    std::string text = item ? renderJSON(item, false) : "nothing";
+    if (text.size() > kMostShown) {
+        text.replace(kMostShown, std::string::npos, "...");
+    }
+    return text;
+}
+
+bool isIgnored(std::string_view key, const Names& ignored) {
+    const size_t dot = key.rfind('.');
+    return ignored.contains(dot == std::string_view::npos ? key : key.substr(dot + 1));
+}
+
+}  // namespace replay
