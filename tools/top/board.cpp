@@ -53,15 +53,17 @@ std::optional<Moment> Board::changedAt(const std::string& name) const {
 void Board::sample(Moment at) {
     for (std::size_t voltage = 0; voltage < kVoltages.size(); ++voltage) {
         const Parameter* const parameter = find(kVoltages[voltage].leaf);
-        // Below zero means that it has not been measured yet.
-        if (!parameter || !cJSON_IsNumber(parameter->value.get()) ||
-            parameter->value->valuedouble < 0) {
-            continue;
+        if (parameter && cJSON_IsNumber(parameter->value.get())) {
+            sample(histories_[voltage], parameter->value->valuedouble, at);
         }
-        const double volts = parameter->value->valuedouble;
-        if (histories_[voltage].last() != volts) {
-            histories_[voltage].add(at, volts);
-        }
+    }
+}
+
+void Board::sample(History& history, double volts, Moment at) {
+    // Until it has been measured, a voltage is published as 0 or, the battery's, as less.
+    const bool isMeasured = volts > 0 || (volts == 0 && history.last());
+    if (isMeasured && history.last() != volts) {
+        history.add(at, volts);
     }
 }
 

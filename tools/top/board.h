@@ -55,6 +55,7 @@ class Board {
   private:
     void listen();
     void sample(Moment at);
+    static void sample(History& history, double volts, Moment at);
 
     const pallctl::DeviceObject object_;
     pallctl::Mirror mirror_;

@@ -16,17 +16,11 @@ namespace {
 using frame::check;
 using frame::Descriptor;
 
-// A frame has no terminals, so the test brings them.
-constexpr const char* kTerminals = "/run/terminals";
+constexpr const char* kMaker = "/dev/ptmx";
 
 Descriptor newTerminal(unsigned short columns) {
-    const std::string maker = std::string(kTerminals) + "/ptmx";
-    if (!std::filesystem::exists(maker)) {
-        check(::mkdir(kTerminals, 0755), kTerminals);
-        check(::mount("terminals", kTerminals, "devpts", 0, "newinstance,ptmxmode=0666"),
-              "mount devpts");
-    }
-    Descriptor terminal(check(::open(maker.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC), maker));
+    bringTerminals();
+    Descriptor terminal(check(::open(kMaker, O_RDWR | O_NOCTTY | O_CLOEXEC), kMaker));
     check(::unlockpt(terminal.get()), "unlockpt");
     const winsize size{24, columns, 0, 0};
     check(::ioctl(terminal.get(), TIOCSWINSZ, &size), "TIOCSWINSZ");
@@ -49,6 +43,16 @@ pid_t startOn(int keyboard, const std::vector<std::string>& words) {
 }
 
 }  // namespace
+
+void bringTerminals() {
+    constexpr const char* kTerminals = "/dev/pts";
+    if (!std::filesystem::exists(kMaker)) {
+        check(::mkdir(kTerminals, 0755), kTerminals);
+        check(::mount("terminals", kTerminals, "devpts", 0, "newinstance,ptmxmode=0666"),
+              "mount devpts");
+        std::filesystem::create_symlink("pts/ptmx", kMaker);
+    }
+}
 
 Terminal::Terminal(const std::vector<std::string>& words, unsigned short columns)
     : Terminal(words, newTerminal(columns)) {}

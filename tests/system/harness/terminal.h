@@ -9,6 +9,10 @@
 
 namespace harness {
 
+// A frame has no terminals: makes new ones possible in this one, as they are on any machine. Throws
+// std::system_error.
+void bringTerminals();
+
 // A program on a terminal of its own, as the leader of a session: what it writes to standard output
 // or error is on the screen, what is typed comes to its standard input, and Ctrl-C is a signal.
 // The test's thread.

@@ -71,6 +71,14 @@ TEST_F(BoardTest, AVoltageBelowZeroHasNotBeenMeasured) {
     EXPECT_EQ(board.history(0).last(), std::nullopt);
 }
 
+TEST_F(BoardTest, AVoltageThatBeginsWithZeroHasNotBeenMeasured) {
+    describe({descriptor("psu1Voltage", "FLOAT", "0")});
+    EXPECT_EQ(board.history(0).last(), std::nullopt);
+    announce(R"("psu1Voltage":12)");
+    announce(R"("psu1Voltage":0)");
+    EXPECT_EQ(board.history(0).last(), 0.0) << "this one is dead";
+}
+
 TEST_F(BoardTest, TheGraphsBreakOffWhileNothingIsHeard) {
     describe({descriptor("psu1Voltage", "FLOAT", "12")});
     now = 30s;

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/devices.h"
+#include "harness/tmux.h"
+#include "on_pallbus.h"
+
+// `pallctl top` on a terminal, beside the stand-in bus and the daemon of a frame.
+class OnTop : public OnPallbus {
+  protected:
+    explicit OnTop(std::string_view product = "Quorane") : OnPallbus(product) {}
+
+    // Runs it on a new terminal. Before it the terminal shows "before" and behind it "ended with
+    // STATUS"; its settings are kept in files. `variables` are set before the program.
+    void open(const Words& words = {}, harness::Tmux::Size size = {}, const Words& variables = {});
+    // The same with bus and daemon running, and waits until it shows them.
+    void openOnDevice(const Words& words = {}, harness::Tmux::Size size = {});
+
+    // Goes to a parameter, by its whole name, and begins to edit it.
+    void edit(const std::string& leaf) const;
+    // Puts this value in the place of the present one, up to the question.
+    void propose(const std::string& leaf, const std::string& value) const;
+
+    // The rows that hold the text.
+    std::vector<std::string> rowsWith(const std::string& text) const;
+    // Whether the terminal's settings are what they were before.
+    bool terminalIsAsBefore() const;
+
+    std::optional<harness::Tmux> terminal;
+};

@@ -1,0 +1,100 @@
+// `pallctl top` and its terminal: what it needs, and how it leaves it.
+
+#include "harness/process_table.h"
+#include "on_top.h"
+
+using harness::ProcessEntry;
+using testing::SizeIs;
+
+namespace {
+
+// Programs of this frame with that word on their command line.
+std::vector<ProcessEntry> programsWith(const std::string& word) {
+    std::vector<ProcessEntry> found = harness::processes();
+    std::erase_if(found, [&](const ProcessEntry& entry) {
+        return entry.commandLine.find(word) == std::string::npos || entry.state == 'Z';
+    });
+    return found;
+}
+
+class TopTerminal : public OnTop {
+  protected:
+    TopTerminal() : OnTop("QuoraneBrio") {}
+
+    // The process itself, not the shell that started it.
+    static pid_t processOfTop() {
+        for (const ProcessEntry& entry : programsWith("pallctl top")) {
+            if (entry.commandLine.find("sh -c") == std::string::npos) {
+                return entry.pid;
+            }
+        }
+        return -1;
+    }
+
+    // What was on the screen before is there again, and the view has gone.
+    void expectCleanEnd(const std::string& status) {
+        terminal->waitFor("ended with " + status);
+        EXPECT_EQ(terminal->screen()[0], "before");
+        EXPECT_THAT(rowsWith("Brio"), SizeIs(0));
+        EXPECT_TRUE(terminalIsAsBefore());
+    }
+};
+
+TEST_F(TopTerminal, IsLeftAsItWasWhenThePersonQuits) {
+    openOnDevice();
+    EXPECT_THAT(rowsWith("before"), SizeIs(0));
+    terminal->type("q");
+    expectCleanEnd("0");
+}
+
+TEST_F(TopTerminal, IsLeftAsItWasOnCtrlC) {
+    openOnDevice();
+    terminal->press({"C-c"});
+    expectCleanEnd("130");
+}
+
+TEST_F(TopTerminal, IsLeftAsItWasOnSignals) {
+    start();
+    for (const auto& [signal, status] : {std::pair{SIGTERM, "143"}, std::pair{SIGHUP, "129"}}) {
+        open();
+        terminal->waitFor("connected");
+        ASSERT_GT(processOfTop(), 0);
+        ::kill(processOfTop(), signal);
+        expectCleanEnd(status);
+    }
+}
+
+TEST_F(TopTerminal, EndsWithIt) {
+    openOnDevice();
+    terminal->close();
+    harness::waitUntil([] { return programsWith("pallctl top").empty(); }, "pallctl top to end");
+}
+
+TEST_F(TopTerminal, ComesBackFromTheBackground) {
+    start();
+    open();
+    terminal->waitFor("connected");
+    ::kill(processOfTop(), SIGSTOP);
+    ::kill(processOfTop(), SIGCONT);
+    terminal->type("?");
+    terminal->waitFor(" Keys");
+}
+
+TEST_F(TopTerminal, IsNeeded) {
+    const harness::Result result = pallctl({"top"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error, "pallctl: top: needs a terminal to read from and to draw on\n");
+}
+
+TEST_F(TopTerminal, HasToBeOfAKindThatIsKnown) {
+    open({}, {}, {"TERM=nobodys"});
+    terminal->waitFor("TERM names a terminal that this machine does not know: nobodys");
+    terminal->waitFor("ended with 2");
+    open({}, {}, {"TERM=dumb"});
+    terminal->waitFor("TERM names a terminal that cannot be drawn on: dumb");
+    terminal->waitFor("ended with 2");
+    EXPECT_TRUE(terminalIsAsBefore());
+}
+
+}  // namespace
