@@ -86,6 +86,7 @@ void BusServer::acceptLater() {
 void BusServer::welcome(tcp::socket socket) {
     const ClientID client = ++lastClient_;
     board_.join(client);
+    trouble_.join(client);
     const auto link = std::make_shared<ClientLink>(std::move(socket));
     links_.emplace(client, link);
     report_(nameOf(client) + " connected");
@@ -144,7 +145,7 @@ Fate BusServer::fateOf(Direction direction, ClientID client, std::string_view me
     if (trouble_.isCalm()) {
         return {};
     }
-    return trouble_.meet({direction, board_.connectionIDOf(client), message});
+    return trouble_.meet({direction, client, board_.connectionIDOf(client), message});
 }
 
 // The acceptor, and who is read from. Messages are asked about one by one.

@@ -18,7 +18,7 @@ enum class Kind {
     cut,          // half a message to a client, then the end of its connection
     close,        // the end of a connection, between messages; at once
     refuse,       // no new connection
-    silent,       // connections stand, but nothing is taken in or sent
+    silent,       // connections stand, but nothing is heard or sent on them
     stopReading,  // what a client sends piles up on its side
 };
 

@@ -44,12 +44,6 @@ class LazyName {
     bool read_ = false;
 };
 
-bool concerns(const Rule& rule, const Trouble::Passage& passage, LazyName& name) {
-    return befallsMessages(rule.kind) &&
-           (rule.direction == Direction::both || rule.direction == passage.direction) &&
-           isOf(rule, passage.client) && (!rule.object || name.isAbout(*rule.object));
-}
-
 }  // namespace
 
 std::optional<std::string> objectNameOf(std::string_view message) {
@@ -65,7 +59,7 @@ std::optional<std::string> objectNameOf(std::string_view message) {
 
 void Trouble::begin(const Rule& rule, Clock::time_point now) {
     std::erase_if(active_, [&rule](const Active& each) { return each.rule == rule; });
-    active_.push_back({rule, rule.time ? std::optional(now + *rule.time) : std::nullopt});
+    active_.push_back({rule, rule.time ? std::optional(now + *rule.time) : std::nullopt, newest_});
 }
 
 void Trouble::endDue(Clock::time_point now) {
@@ -97,7 +91,8 @@ Fate Trouble::meet(const Passage& passage) {
     Fate fate;
     LazyName name(passage.message);
     for (Active& each : active_) {
-        if (concerns(each.rule, passage, name) && befalls(each)) {
+        if (concerns(each, passage) && (!each.rule.object || name.isAbout(*each.rule.object)) &&
+            befalls(each)) {
             apply(each.rule, fate);
         }
         if (fate.lost) {
@@ -106,6 +101,14 @@ Fate Trouble::meet(const Passage& passage) {
     }
     std::erase_if(active_, [](const Active& each) { return each.spent; });
     return fate;
+}
+
+// But for the object, which costs more to know.
+bool Trouble::concerns(const Active& active, const Passage& passage) {
+    const Rule& rule = active.rule;
+    return befallsMessages(rule.kind) && isOf(rule, passage.client) &&
+           (rule.direction == Direction::both || rule.direction == passage.direction) &&
+           (rule.kind != Kind::silent || passage.connection <= active.newest);
 }
 
 bool Trouble::befalls(Active& active) {

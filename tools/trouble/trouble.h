@@ -24,14 +24,18 @@ class Trouble {
     // A message on its way.
     struct Passage {
         Direction direction = Direction::from;  // not both
+        uint64_t connection = 0;                // its number, larger for those that came later
         std::optional<int32_t> client;          // connection id of the client, if it logged in
         std::string_view message;               // payload or frame
     };
 
     explicit Trouble(uint64_t seed) : random_(seed) {}
 
+    // There is a connection of that number, the largest so far.
+    void join(uint64_t connection) { newest_ = connection; }
+
     // Any kind but Kind::close, which is over at once. Adds to what is in force; the very same
-    // trouble begins anew.
+    // trouble begins anew. Silence befalls the connections that are there now.
     void begin(const Rule& rule, Clock::time_point now);
     void calm() { active_.clear(); }
     bool isCalm() const { return active_.empty(); }
@@ -56,15 +60,18 @@ class Trouble {
     struct Active {
         Rule rule;
         std::optional<Clock::time_point> end;
+        uint64_t newest;      // connection when it began
         size_t met = 0;       // messages that it could have befallen
         size_t befallen = 0;  // those that it has
         bool spent = false;
     };
 
+    static bool concerns(const Active& active, const Passage& passage);
     bool befalls(Active& active);
     void apply(const Rule& rule, Fate& fate);
 
     std::mt19937_64 random_;
+    uint64_t newest_ = 0;
     std::vector<Active> active_;
 };
 

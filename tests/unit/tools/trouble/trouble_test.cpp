@@ -16,16 +16,18 @@ constexpr const char* kMessage = "[\"GET\", \"system\", 20, 0, 0]\n{}";
 
 class TroubleTest : public testing::Test {
   protected:
+    TroubleTest() { trouble_.join(1); }
+
     void begin(const std::string& line) {
         const auto words = script::parse(line, "line").at(0).words;
         trouble_.begin(std::get<Rule>(parseOrder(words)), now_);
     }
 
     Fate from(int client, const char* message = kMessage) {
-        return trouble_.meet({Direction::from, client, message});
+        return trouble_.meet({Direction::from, 1, client, message});
     }
     Fate to(int client, const char* message = kMessage) {
-        return trouble_.meet({Direction::to, client, message});
+        return trouble_.meet({Direction::to, 1, client, message});
     }
     // Which of so many messages from a client are lost, from 0.
     std::vector<int> lostOf(int count) {
@@ -68,7 +70,7 @@ TEST_F(TroubleTest, BefallsOneClientOnly) {
     begin("drop client 20");
     EXPECT_TRUE(from(20).lost);
     EXPECT_FALSE(from(21).lost);
-    EXPECT_FALSE(trouble_.meet({Direction::from, std::nullopt, kMessage}).lost)
+    EXPECT_FALSE(trouble_.meet({Direction::from, 1, std::nullopt, kMessage}).lost)
         << "who has not logged in is nobody yet";
 }
 
@@ -168,6 +170,15 @@ TEST_F(TroubleTest, SilenceLosesEverythingBothWays) {
     EXPECT_TRUE(from(8).lost);
     EXPECT_TRUE(to(8).lost);
     EXPECT_FALSE(from(20).lost);
+}
+
+TEST_F(TroubleTest, SilenceIsOfTheConnectionsThatStand) {
+    begin("silent");
+    begin("drop next 1");
+    trouble_.join(2);
+    EXPECT_TRUE(from(8).lost);
+    EXPECT_TRUE(trouble_.meet({Direction::from, 2, 8, kMessage}).lost) << "by the drop";
+    EXPECT_FALSE(trouble_.meet({Direction::from, 2, 8, kMessage}).lost);
 }
 
 TEST_F(TroubleTest, StopsReadingFromThoseItConcerns) {
