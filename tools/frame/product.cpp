@@ -27,6 +27,10 @@ bool sameName(std::string_view one, std::string_view other) {
 
 }  // namespace
 
+std::span<const Product> products() {
+    return kProducts;
+}
+
 const Product* findProduct(std::string_view name) {
     const auto* found = std::find_if(kProducts.begin(), kProducts.end(),
                                      [name](const Product& p) { return sameName(p.name, name); });

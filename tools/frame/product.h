@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,9 @@ struct Product {
     bool hasXADC;
     BatteryInput battery;
 };
+
+// All of them, in the order in which a person is told them.
+std::span<const Product> products();
 
 // The product of that name in any case, null when there is none.
 const Product* findProduct(std::string_view name);

@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "common_options.h"
+#include "live_values.h"
 #include "model/log.h"
 #include "verbs.h"
 
@@ -29,7 +30,7 @@ int run(int argc, char** argv) {
         add(app, verb);
     }
     finishCommandLine(app);
-    if (const auto status = readCommandLine(app, argc, argv)) {
+    if (const auto status = readCommandLine(app, argc, argv, liveValues)) {
         return *status;
     }
     // A reader that went away is noticed where it matters, and is no reason to die of a signal.

@@ -5,6 +5,7 @@
 
 #include "frame/devices.h"
 #include "frame/programs.h"
+#include "offers.h"
 #include "process.h"
 #include "verbs.h"
 
@@ -23,7 +24,7 @@ int runVerbs(int argc, char** argv) {
         add(app, call);
     }
     finishCommandLine(app);
-    return readCommandLine(app, argc, argv).value_or(call.status);
+    return readCommandLine(app, argc, argv, offers).value_or(call.status);
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ void addRun(CLI::App& app, Call& call) {
     const auto words = std::make_shared<RunWords>();
     CLI::App* verb = app.add_subcommand("run", "Run a command in a frame of its own");
     verb->add_option("--product", words->product, "One of " + frame::productNames())
-        ->type_name("NAME")
+        ->type_name("PRODUCT")
         ->check(CLI::Validator(checkProduct, ""))
         ->capture_default_str();
     verb->add_option("--tree", words->tree, "Keep the frame's files in this new directory")

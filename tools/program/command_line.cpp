@@ -1,9 +1,14 @@
 #include "program/command_line.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace {
+
+constexpr std::string_view kComplete = "complete";
 
 void explainItself(CLI::App& app) {
     app.formatter_fn([](const CLI::App* asked, std::string name, CLI::AppFormatMode) {
@@ -53,7 +58,13 @@ void finishCommandLine(CLI::App& app) {
     explainItself(app);
 }
 
-std::optional<int> readCommandLine(CLI::App& app, int argc, const char* const* argv) {
+std::optional<int> readCommandLine(CLI::App& app, int argc, const char* const* argv,
+                                   const OfferValues& offerValues) {
+    if (argc > 1 && argv[1] == kComplete) {
+        const std::vector<std::string> words(argv + 2, argv + argc);
+        std::fputs(completion(app, words, offerValues).c_str(), stdout);
+        return 0;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "program/completion.h"
 #include "program/help_text.h"
 
 // What the programs for people have in common on their command lines.
@@ -19,5 +20,7 @@ void finishCommandLine(CLI::App& app);
 
 // Reads the command line into the app's options. Nothing when the program is to go on; otherwise
 // the status to end with: 0 when help or version were asked for and printed, kBadUsage after a
-// complaint on standard error.
-std::optional<int> readCommandLine(CLI::App& app, int argc, const char* const* argv);
+// complaint on standard error. The verb "complete", which no help shows, is answered here: it gives
+// the shells what could stand for the last of its words, the values with the help of `offerValues`.
+std::optional<int> readCommandLine(CLI::App& app, int argc, const char* const* argv,
+                                   const OfferValues& offerValues = {});

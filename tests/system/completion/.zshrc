@@ -1,0 +1,4 @@
+fpath=($COMPLETION $fpath)
+autoload -Uz compinit
+compinit -D -u
+. "$ZDOTDIR/told"

@@ -1,0 +1,95 @@
+// Completion as a person meets it: an interactive shell on a terminal, in a frame with the real
+// daemon. What Tab makes of a line is seen by what the program is told when it is entered.
+
+#include "pallframe_process.h"
+#include "terminal.h"
+#include "tools/listening_peer.h"
+
+using namespace outside;
+
+namespace {
+
+struct Line {
+    const char* typed;
+    const char* told;
+};
+
+constexpr Line kLines[] = {
+    // verbs, options, choices
+    {"pallctl g\t", "<get>"},
+    {"pallctl wat\t--ta\t", "<watch><--table>"},
+    {"pallctl --ver\t", "<--version>"},
+    {"pallframe set c\teth0 d\t", "<set><cable><eth0><down>"},
+    {"pallframe run --pro\tTessara-\t", "<run><--product><Tessara-5ru>"},
+    {"pallbus --verb\t", "<--verbose>"},
+    // names, of the device that answers
+    {"pallctl get ipA\tnetm\t", "<get><ipAddress><netmask>"},
+    {"pallctl get system.ipA\t", "<get><system.ipAddress>"},
+    {"pallctl get sys\t.ipA\t", "<get><system.ipAddress>"},
+    {"pallctl get frame\tN\t", "<get><frameName>"},
+    {"pallctl get --port 1 ipA\t", "<get><--port><1><ipA>"},
+    // values, that stand behind a character that bash takes for the end of a word
+    {"pallctl set netm\t\t", "<set><netmask=255.255.255.0>"},
+    {"pallctl set system.netmask=\t", "<set><system.netmask=255.255.255.0>"},
+    {"pallctl set sshE\tEn\tftpEnabled=Di\t", "<set><sshEnabled=Enabled><ftpEnabled=Disabled>"},
+    {"pallctl set psu1V\t", "<set><psu1V>"},
+    // values with blanks, with all ways to quote them
+    {"pallctl set activeEth\tPo\t2\t", "<set><activeEthernet=Port 2>"},
+    {"pallctl set activeEthernet=Port\\ 2\t", "<set><activeEthernet=Port 2>"},
+    {"pallctl set activeEthernet=\"Port 2\t", "<set><activeEthernet=Port 2>"},
+    {"pallctl set 'activeEthernet=Port 2\t", "<set><activeEthernet=Port 2>"},
+    // files and directories
+    {"pallframe run --tree /vant\tet\tx", "<run><--tree></vantor/etc/x>"},
+    {"pallframe run -- tou\t/vantor/etc/netw\t", "<run><--><touch></vantor/etc/network.conf>"},
+};
+
+class Completion : public testing::TestWithParam<const char*> {
+  protected:
+    Completion()
+        : shell(inFrame({"tests/system/completion/shell", programDirectory(), GetParam()})) {
+        shell.readUntil("ready> ");
+    }
+
+    Terminal shell;
+};
+
+INSTANTIATE_TEST_SUITE_P(Shells, Completion, testing::Values("bash", "zsh"));
+
+TEST_P(Completion, PutsWholeWordsOnTheLine) {
+    for (const Line& line : kLines) {
+        shell.type(std::string(line.typed) + "\r");
+        const std::string shown = shell.readUntil(">\r\n");
+        const size_t told = shown.rfind("told: ") + 6;
+        EXPECT_EQ(shown.substr(told, shown.find('\r', told) - told), line.told) << line.typed;
+    }
+}
+
+TEST_P(Completion, OffersWhatThereIsToChooseFrom) {
+    shell.type("pallframe run --product Tess\t\t\t");
+    EXPECT_NO_THROW(shell.readUntil("Tessara-5ru"));
+}
+
+// Somebody waits at the keyboard.
+void expectNothing(uint16_t port) {
+    const std::string text = std::to_string(port);
+    const Result result =
+        run({programDirectory() / "pallctl", "complete", "--port", text, "get", ""});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "words\n");
+    EXPECT_EQ(result.error, "");
+}
+
+TEST(Completing, EndsWithNothingWhenThereIsNoBus) {
+    ListeningPeer peer;
+    peer.stopListening();
+    expectNothing(peer.port());
+}
+
+TEST(Completing, EndsWithNothingWhenTheBusDoesNotAnswer) {
+    ListeningPeer peer;
+    expectNothing(peer.port());
+    peer.accept();
+    EXPECT_NE(peer.read(), "") << "it had asked";
+}
+
+}  // namespace

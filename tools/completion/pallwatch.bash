@@ -1,0 +1,68 @@
+# Completion of pallctl, pallframe and pallbus for bash. What can stand where the programs tell
+# themselves (PROGRAM complete WORDS...); here it is only made to fit what readline takes for words.
+
+# Sets REPLY to the text without quotes and backslashes, and `quote` to the quote left open.
+_pallwatch_unquote() {
+    local text=$1 character i
+    REPLY= quote=
+    for ((i = 0; i < ${#text}; i++)); do
+        character=${text:i:1}
+        if [[ $character == "$quote" ]]; then
+            quote=
+        elif [[ -z $quote && $character == [\'\"] ]]; then
+            quote=$character
+        elif [[ $character == \\ && $quote != \' ]]; then
+            REPLY+=${text:++i:1}
+        else
+            REPLY+=$character
+        fi
+    done
+}
+
+# Sets `words` to the words up to the cursor, and `kept` to how much of the last one readline leaves
+# as it is: it takes "=" and ":" for the end of a word, too.
+_pallwatch_words() {
+    local rest=${COMP_LINE:0:COMP_POINT} trimmed part i
+    words=() kept=0
+    for ((i = 0; i <= COMP_CWORD; i++)); do
+        part=${COMP_WORDS[i]}
+        trimmed=${rest#"${rest%%[![:blank:]]*}"}
+        ((i < COMP_CWORD)) || part=$trimmed
+        _pallwatch_unquote "$part"
+        if ((i == 0)) || [[ $trimmed != "$rest" ]]; then
+            words+=("$REPLY")
+            kept=0
+        else
+            kept=${#words[-1]}
+            words[-1]+=$REPLY
+        fi
+        rest=${trimmed#"$part"}
+    done
+    [[ $part != [=:]* ]] || kept=${#words[-1]}
+}
+
+_pallwatch() {
+    local IFS=$'\n' REPLY quote kept words kind word
+    _pallwatch_words
+    local -a lines
+    mapfile -t lines < <("${1/#\~\//$HOME/}" complete "${words[@]:1}" 2>/dev/null)
+    kind=${lines[0]}
+    word=${words[-1]:kept}
+    COMPREPLY=()
+    case $kind in
+        files) compopt -o filenames; COMPREPLY=($(compgen -f -- "$word")) ;;
+        directories) compopt -o filenames; COMPREPLY=($(compgen -d -- "$word")) ;;
+        commands) COMPREPLY=($(compgen -c -- "$word")) ;;
+        words)
+            for word in "${lines[@]:1}"; do
+                word=${word%%$'\t'*}
+                word=${word:kept}
+                [[ $quote ]] || printf -v word %q "$word"
+                COMPREPLY+=("$word")
+            done
+            [[ ${#COMPREPLY[@]} != 1 || ${COMPREPLY[0]} != *[=.] ]] || compopt -o nospace
+            ;;
+    esac
+}
+
+complete -F _pallwatch pallctl pallframe pallbus

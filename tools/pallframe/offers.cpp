@@ -1,0 +1,71 @@
+#include "offers.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <iterator>
+#include <string_view>
+
+#include "frame/product.h"
+#include "frame/registry.h"
+
+namespace pallframe {
+
+namespace {
+
+std::vector<Offer> products() {
+    std::vector<Offer> found;
+    for (const frame::Product& product : frame::products()) {
+        found.push_back({std::string(product.name), ""});
+    }
+    return found;
+}
+
+std::vector<Offer> runningFrames() try {
+    std::vector<Offer> found;
+    for (const frame::RunningFrame& each : frame::Registry::ofUser().running()) {
+        found.push_back({std::to_string(each.pid), each.directory});
+    }
+    return found;
+} catch (const std::exception&) {
+    return {};  // nobody asked for a complaint
+}
+
+// Words that a verb takes; for those that are the same at every time.
+struct Choice {
+    std::string_view verb;
+    std::string_view kind;
+    std::array<const char*, 2> words;
+};
+constexpr Choice kChoices[] = {
+    {"cable", "PORT", {"eth0", "eth1"}},
+    {"cable", "STATE", {"down", "up"}},
+    {"psu", "NUMBER", {"1", "2"}},
+    {"file", "STATE", {"missing", "present"}},
+};
+
+// Where the words for a kind come from otherwise.
+struct Source {
+    std::string_view kind;
+    std::vector<Offer> (*offers)();
+};
+constexpr Source kSources[] = {
+    {"PRODUCT", products},
+    {"FRAME", runningFrames},
+};
+
+}  // namespace
+
+std::vector<Offer> offers(const BegunValue& begun) {
+    for (const Choice& choice : kChoices) {
+        if (choice.verb == begun.verb && choice.kind == begun.kind) {
+            return {{choice.words[0], ""}, {choice.words[1], ""}};
+        }
+    }
+    const auto source =
+        std::find_if(std::begin(kSources), std::end(kSources),
+                     [&begun](const Source& each) { return each.kind == begun.kind; });
+    return source == std::end(kSources) ? std::vector<Offer>() : source->offers();
+}
+
+}  // namespace pallframe

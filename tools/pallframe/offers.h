@@ -1,0 +1,13 @@
+#pragma once
+
+#include <vector>
+
+#include "program/completion.h"
+
+namespace pallframe {
+
+// What a shell may offer and only this program knows: products, running frames, the words of
+// what can be set.
+std::vector<Offer> offers(const BegunValue& begun);
+
+}  // namespace pallframe
