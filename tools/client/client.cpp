@@ -46,6 +46,9 @@ bool Client::connect() {
     }
     if (interest_ == Interest::announcements) {
         session_.subscribe(device_.object());
+        if (device_.isThroughPrefix()) {
+            session_.subscribe(device_.home());
+        }
     }
     return true;
 }

@@ -6,6 +6,14 @@
 
 namespace pallctl {
 
+namespace {
+
+bool isAnswer(const TarnInternalMessage& message, const std::string& id) {
+    return message.type() == MessageType::RSP && message.uniqueId() == id;
+}
+
+}  // namespace
+
 Device::Device(BusSession& session, Mirror& mirror, std::string object, Patience patience)
     : session_(session), mirror_(mirror), object_(std::move(object)), patience_(patience) {}
 
@@ -40,7 +48,35 @@ std::string Device::ask(const std::vector<std::string>& names) {
 
 bool Device::read(const std::vector<std::string>& names, std::chrono::milliseconds patience) {
     const Deadline deadline = Clock::now() + patience;
-    return awaitAnswer(ask(names), deadline).has_value();
+    if (!readOnce(names, deadline)) {
+        return false;
+    }
+    const std::vector<std::string> open = mirror_.isDoubtful() ? names : mirror_.missing(names);
+    const bool canBeAsked = mirror_.isDoubtful() || !isThroughPrefix();
+    return open.empty() || !canBeAsked || readOnce(open, deadline);
+}
+
+bool Device::readOnce(const std::vector<std::string>& names, Deadline deadline) {
+    std::string id = beginReading(names);
+    while (const auto message = receive(deadline)) {
+        hear(*message);
+        if (isAnswer(*message, id)) {
+            mirror_.endReading();
+            return true;
+        }
+        if (takeArrival()) {
+            // It has not heard the question.
+            id = beginReading(names);
+        }
+    }
+    return false;
+}
+
+std::string Device::beginReading(const std::vector<std::string>& names) {
+    mirror_.beginReading();
+    std::string id = ask(names);
+    session_.flush();
+    return id;
 }
 
 std::string Device::askToSet(const std::string& name, UniqueJSON value) {
@@ -57,19 +93,25 @@ std::optional<int> Device::set(const std::string& name, UniqueJSON value) {
     return answer ? std::optional(answer->statusCode()) : std::nullopt;
 }
 
+void Device::hear(const TarnInternalMessage& message) {
+    arrived_ = object_.hear(message, mirror_) || arrived_;
+    object_.takeDescriptors(message, mirror_);
+}
+
 std::optional<TarnInternalMessage> Device::awaitAnswer(const std::string& id, Deadline deadline) {
     session_.flush();
-    while (auto message = session_.receive(deadline)) {
-        if (message->type() != MessageType::RSP) {
-            hear(*message);
-            continue;
-        }
-        object_.takeDescriptors(*message, mirror_);
-        if (message->uniqueId() == id) {
+    while (auto message = receive(deadline)) {
+        hear(*message);
+        if (isAnswer(*message, id)) {
             return message;
         }
     }
     return std::nullopt;
+}
+
+// A device that never stops announcing does not make anybody wait for longer.
+std::optional<TarnInternalMessage> Device::receive(Deadline deadline) {
+    return Clock::now() < deadline ? session_.receive(deadline) : std::nullopt;
 }
 
 }  // namespace pallctl

@@ -37,6 +37,7 @@ class Device {
 
     const std::string& object() const { return object_.path(); }
     bool isThroughPrefix() const { return object_.isThroughPrefix(); }
+    std::string home() const { return object_.home(); }
 
     // As the object has them.
     std::string fullName(const std::string& name) const { return object_.fullName(name); }
@@ -44,8 +45,9 @@ class Device {
     std::string leafOf(const std::string& name) const { return object_.leafOf(name); }
 
     // Asks for the descriptors of these parameters (full names), and for that of the whole device,
-    // which knows only the saved ones. True when the device answered: what the mirror does not
-    // describe then is none of the device's parameters.
+    // which knows only the saved ones; what is not described or in doubt then is asked for again,
+    // because an answer may have been lost on its way. True when the device answered: what the
+    // mirror does not describe then is none of the device's parameters.
     bool read(const std::vector<std::string>& names) { return read(names, patience_.read); }
     bool read(const std::vector<std::string>& names, std::chrono::milliseconds patience);
 
@@ -57,15 +59,17 @@ class Device {
     std::string ask(const std::vector<std::string>& names);
     std::string askToSet(const std::string& name, UniqueJSON value);
 
-    // Takes over what an announcement of the device says; other messages are passed over.
-    void hear(const TarnInternalMessage& message) {
-        arrived_ = object_.hear(message, mirror_) || arrived_;
-    }
+    // Takes over what an announcement or an answer of the device says; other messages are passed
+    // over.
+    void hear(const TarnInternalMessage& message);
     // Whether an announcement said, since the last time, that the daemon is new on the bus.
     bool takeArrival() { return std::exchange(arrived_, false); }
 
   private:
     void askByName(const std::vector<std::string>& names);
+    bool readOnce(const std::vector<std::string>& names, Deadline deadline);
+    std::string beginReading(const std::vector<std::string>& names);
+    std::optional<TarnInternalMessage> receive(Deadline deadline);
     std::optional<TarnInternalMessage> awaitAnswer(const std::string& id, Deadline deadline);
 
     BusSession& session_;

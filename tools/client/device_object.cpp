@@ -2,18 +2,13 @@
 
 namespace pallctl {
 
-namespace {
-
-// What stands before a parameter's name inside the daemon, whatever way leads there.
-std::string localPrefix(const std::string& path) {
-    const size_t dot = path.rfind('.');
-    return path.substr(dot == std::string::npos ? 0 : dot + 1) + '.';
+std::string DeviceObject::home() const {
+    const size_t dot = path_.rfind('.');
+    return path_.substr(dot == std::string::npos ? 0 : dot + 1);
 }
 
-}  // namespace
-
 std::string DeviceObject::leafOf(const std::string& name) const {
-    for (const std::string& prefix : {path_ + '.', localPrefix(path_)}) {
+    for (const std::string& prefix : {path_ + '.', home() + '.'}) {
         if (name.starts_with(prefix)) {
             return name.substr(prefix.size());
         }
@@ -26,18 +21,19 @@ std::string DeviceObject::fullName(const std::string& name) const {
 }
 
 bool DeviceObject::hear(const TarnInternalMessage& message, Mirror& mirror) const {
-    bool arrived = false;
-    if (message.type() != MessageType::NOT || message.objectName() != path_) {
-        return arrived;
+    if (message.type() != MessageType::NOT) {
+        return false;
     }
+    const cJSON* param = jsonMember(message.data(), "param");
+    const cJSON* values = message.objectName() == path_ ? param : nullptr;
     const cJSON* value = nullptr;
-    cJSON_ArrayForEach(value, jsonMember(message.data(), "param")) {
+    cJSON_ArrayForEach(value, values) {
         if (value->string) {
-            arrived = arrived || value->string == std::string_view(kGreeting);
             mirror.announce(fullName(value->string), value);
         }
     }
-    return arrived;
+    return (message.objectName() == path_ || message.objectName() == home()) &&
+           jsonMember(param, kGreeting);
 }
 
 void DeviceObject::takeDescriptors(const TarnInternalMessage& message, Mirror& mirror) const {

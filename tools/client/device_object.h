@@ -31,6 +31,10 @@ class DeviceObject {
     std::string fullName(const std::string& name) const;
     std::string leafOf(const std::string& name) const;
 
+    // The object under which the daemon announces that it is new on the bus, whatever way leads
+    // to it.
+    std::string home() const;
+
     // Takes over what an announcement of the device says. True when it says that the daemon is new
     // on the bus; other messages are passed over.
     bool hear(const TarnInternalMessage& message, Mirror& mirror) const;

@@ -1,28 +1,106 @@
 #include "client/mirror.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "client/human_form.h"
 
 namespace pallctl {
 
+namespace {
+
+void holdBack(std::vector<UniqueJSON>& values, const cJSON* value) {
+    if (values.size() >= Mirror::kMostHeldBack) {
+        values.erase(values.begin());
+    }
+    values.push_back(copyJSON(value));
+}
+
+}  // namespace
+
+void Mirror::beginReading() {
+    Reading next;
+    if (isReading()) {
+        next.announced = std::move(reading_->announced);
+        std::erase_if(next.announced,
+                      [](const auto& each) { return each.second.heldBack.empty(); });
+    }
+    reading_ = std::move(next);
+}
+
+void Mirror::endReading() {
+    if (!isReading()) {
+        return;
+    }
+    reading_->isOver = true;
+    for (const auto& [name, news] : reading_->announced) {
+        releaseNews(name);
+    }
+}
+
+std::vector<std::string> Mirror::missing(const std::vector<std::string>& names) const {
+    std::vector<std::string> missing;
+    std::copy_if(names.begin(), names.end(), std::back_inserter(missing),
+                 [this](const std::string& name) {
+                     return !reading_ || !reading_->described.contains(name);
+                 });
+    return missing;
+}
+
 void Mirror::describe(Parameter parameter) {
     const std::string name = parameter.descriptor.name;
     const bool isNew = !find(name);
     Parameter& held = known(name);
-    const std::string before = humanForm(parameter.descriptor, held.value.get());
+    const std::string before = reads(parameter.descriptor, held.value.get());
+    const bool hasNews = isReading() && reading_->announced.contains(name);
+    if (hasNews) {
+        reading_->doubtful =
+            reading_->doubtful || renderJSON(parameter.value.get(), false) !=
+                                      renderJSON(reading_->announced[name].last.get(), false);
+        parameter.value = std::move(held.value);
+    }
     held = std::move(parameter);
-    if (!isNew && humanForm(held.descriptor, held.value.get()) != before) {
+    if (!isNew && reads(held.descriptor, held.value.get()) != before) {
         tell(held);
+    }
+    if (isReading()) {
+        reading_->described.insert(name);
+        releaseNews(name);
     }
 }
 
 void Mirror::announce(const std::string& name, const cJSON* value) {
+    if (!find(name) && parameters_.size() >= kMostParameters) {
+        return;
+    }
+    if (isReading()) {
+        News& news = reading_->announced[name];
+        news.last = copyJSON(value);
+        if (!described(name) && !reading_->described.contains(name)) {
+            holdBack(news.heldBack, value);
+            return;
+        }
+    }
+    takeOver(name, copyJSON(value));
+}
+
+void Mirror::takeOver(const std::string& name, UniqueJSON value) {
     Parameter& held = known(name);
-    const std::string before = humanForm(held.descriptor, held.value.get());
-    held.value = copyJSON(value);
-    if (humanForm(held.descriptor, held.value.get()) != before) {
+    const std::string before = reads(held.descriptor, held.value.get());
+    held.value = std::move(value);
+    if (reads(held.descriptor, held.value.get()) != before) {
         tell(held);
+    }
+}
+
+void Mirror::releaseNews(const std::string& name) {
+    const auto news = reading_->announced.find(name);
+    if (news == reading_->announced.end()) {
+        return;
+    }
+    for (UniqueJSON& value : std::exchange(news->second.heldBack, {})) {
+        takeOver(name, std::move(value));
     }
 }
 
@@ -47,6 +125,10 @@ Parameter& Mirror::known(const std::string& name) {
         order_.push_back(&held->second);
     }
     return held->second;
+}
+
+std::string Mirror::reads(const Descriptor& descriptor, const cJSON* value) const {
+    return exact_ ? renderJSON(value, false) : humanForm(descriptor, value);
 }
 
 void Mirror::tell(const Parameter& parameter) const {

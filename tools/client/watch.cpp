@@ -1,13 +1,9 @@
 #include "client/watch.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 
-#include "client/human_form.h"
-#include "client/output.h"
-#include "client/safe_text.h"
-#include "model/time_stamp.h"
+#include "client/change_line.h"
 
 namespace pallctl {
 
@@ -16,11 +12,18 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kTurn = 1h;  // nothing but messages ends it
+// A daemon whose loop waits for a command answers all that it was asked when that has ended.
+constexpr std::chrono::milliseconds kLongestPatience = 30s;
 
 }  // namespace
 
-Watch::Watch(const Reach& reach, const std::vector<std::string>& names, bool table)
-    : client_(reach, Interest::announcements), table_(table) {
+Watch::Watch(const Reach& reach, const Style& style, const std::vector<std::string>& names,
+             bool table)
+    : client_(reach, Interest::announcements),
+      style_(style),
+      usualPatience_(reach.timeout.value_or(Patience().read)),
+      patience_(usualPatience_),
+      table_(table) {
     const std::vector<std::string> full = client_.device().fullNames(names);
     only_.insert(full.begin(), full.end());
     names_ = only_.empty() ? client_.catalogue() : std::vector(only_.begin(), only_.end());
@@ -31,18 +34,36 @@ ExitStatus Watch::run() {
     if (status != kSuccess) {
         return status;
     }
-    client_.mirror().setOnChange([this](const Parameter& parameter) { show(parameter); });
     do {
         follow();
         stale_ = true;
+        patience_ = usualPatience_;
     } while (client_.reconnect());
     return kSuccess;
 }
 
 ExitStatus Watch::begin() {
-    const ExitStatus status = client_.read(names_);
-    if (status != kSuccess) {
-        return status;
+    if (style_.raw) {
+        client_.mirror().tellExactly();
+    }
+    if (!table_) {
+        tellChanges();
+    }
+    ExitStatus status = client_.read(names_);
+    if (status == kSuccess) {
+        status = findNames();
+    }
+    if (status == kSuccess && table_) {
+        printTable();
+        tellChanges();
+    }
+    return status;
+}
+
+ExitStatus Watch::findNames() const {
+    if (client_.device().isThroughPrefix()) {
+        // Most are heard of when they change, and not before.
+        return kSuccess;
     }
     for (const std::string& name : only_) {
         if (!client_.mirror().find(name)) {
@@ -50,11 +71,16 @@ ExitStatus Watch::begin() {
             return kNotFound;
         }
     }
-    if (table_) {
-        std::fputs(listing(client_.described(only_), {}).c_str(), stdout);
-        std::fflush(stdout);
-    }
     return kSuccess;
+}
+
+void Watch::printTable() {
+    std::fputs(listing(client_.described(only_), style_).c_str(), stdout);
+    std::fflush(stdout);
+}
+
+void Watch::tellChanges() {
+    client_.mirror().setOnChange([this](const Parameter& parameter) { show(parameter); });
 }
 
 // Until the connection is lost.
@@ -63,9 +89,9 @@ void Watch::follow() {
     Device& device = client_.device();
     while (!session.outputGone()) {
         if (stale_) {
-            stale_ = !device.read(names_);
+            catchUp();
         }
-        const auto message = session.receive(Clock::now() + kTurn);
+        const auto message = session.receive(Clock::now() + (stale_ ? 0h : kTurn));
         if (message) {
             device.hear(*message);
         } else if (!session.isOpen()) {
@@ -75,15 +101,17 @@ void Watch::follow() {
     }
 }
 
+void Watch::catchUp() {
+    stale_ = !client_.device().read(names_, patience_);
+    patience_ = stale_ ? std::min(2 * patience_, kLongestPatience) : usualPatience_;
+}
+
 void Watch::show(const Parameter& parameter) const {
-    const Descriptor& descriptor = parameter.descriptor;
-    if (!only_.empty() && !only_.contains(descriptor.name)) {
-        return;
+    if (only_.empty() || only_.contains(parameter.descriptor.name)) {
+        const auto now = std::chrono::system_clock::now();
+        std::fputs(changeLine(parameter, now, style_).c_str(), stdout);
+        std::fflush(stdout);
     }
-    printTimeStamp();
-    std::printf("%s\t%s\n", printable(descriptor.name).c_str(),
-                humanForm(descriptor, parameter.value.get()).c_str());
-    std::fflush(stdout);
 }
 
 }  // namespace pallctl

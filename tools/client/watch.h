@@ -1,20 +1,22 @@
 #pragma once
 
+#include <chrono>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "client/client.h"
+#include "client/output.h"
 
 namespace pallctl {
 
-// Shows changes as they happen, one line each: time of day, full name and value in human form,
-// with tabs between them. Reads everything first, and again whenever bus or daemon were away, and
-// then prints what has changed meanwhile. Used by one thread.
+// Shows changes as they happen, one line each (changeLine). Reads everything first, and again
+// whenever bus or daemon were away, and then prints what has changed meanwhile. Used by one thread.
 class Watch {
   public:
     // Without names everything is watched. With `table` everything read is printed first.
-    Watch(const Reach& reach, const std::vector<std::string>& names, bool table);
+    Watch(const Reach& reach, const Style& style, const std::vector<std::string>& names,
+          bool table);
 
     // Ends when standard output loses its reader, with kSuccess, or when there is nothing to watch
     // to begin with.
@@ -22,10 +24,17 @@ class Watch {
 
   private:
     ExitStatus begin();
+    ExitStatus findNames() const;
+    void printTable();
+    void tellChanges();
     void follow();
+    void catchUp();
     void show(const Parameter& parameter) const;
 
     Client client_;
+    Style style_;
+    std::chrono::milliseconds usualPatience_;
+    std::chrono::milliseconds patience_;
     std::vector<std::string> names_;  // what is asked for
     std::set<std::string> only_;      // what is shown; empty: everything
     bool table_;

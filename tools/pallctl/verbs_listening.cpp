@@ -25,7 +25,7 @@ void addWatch(CLI::App& app, Run& run) {
     verb->add_flag("--table", words->table, "Print the table first");
     verb->callback([&run, words] {
         run = [words](const Common& common) {
-            return Watch(common.reach, words->names, words->table).run();
+            return Watch(common.reach, common.style, words->names, words->table).run();
         };
     });
 }

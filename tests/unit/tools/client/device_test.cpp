@@ -93,7 +93,7 @@ TEST_F(DeviceTest, TakesDescriptorsFromBothAnswersAlsoWhenTheyComeLate) {
                      idOf(bytes, "\"param\":{") +
                      R"(","param":{"paramDescriptor":{"type":"device","params":)"
                      R"({"d_system.b":{"oid":"system.b","value":2}}}}})");
-    EXPECT_FALSE(device_.read({})) << "these answer the request before";
+    EXPECT_FALSE(device_.read({}, 100ms)) << "these answer the request before";
     EXPECT_EQ(shown("system.a"), "1");
     EXPECT_EQ(shown("system.b"), "2");
 }
@@ -168,7 +168,7 @@ TEST_F(DeviceTest, KnowsThroughAPrefixParametersByTheirNameThere) {
                      idOf(peer_.read(), "\"param\":{") +
                      R"(","param":{"paramDescriptor":{"type":"device","params":)"
                      R"({"d_system.b":{"oid":"system.b","value":2}}}}})");
-    tunnelled_.read({});
+    tunnelled_.read({}, 100ms);
     EXPECT_EQ(shown("frameB.system.b"), "2");
     tunnelled_.hear(NOTMessage("frameB.system", "b", jsonNumber(3)));
     tunnelled_.hear(NOTMessage("system", "b", jsonNumber(4)));
@@ -180,8 +180,19 @@ TEST_F(DeviceTest, PutsEveryNameThatTheDeviceSaysUnderItsObject) {
     peer_.writeFrame("[\"RSP\", \"system\", 8, 1000042, 0]\n{\"id\":\"" +
                      idOf(peer_.read(), "\"param\":{") +
                      R"(","paramDescriptor":{"x":{"oid":"LD.PRELOAD","value":1}}})");
-    device_.read({});
+    device_.read({}, 100ms);
     EXPECT_EQ(shown("system.LD.PRELOAD"), "1");
+}
+
+// A daemon greets under its own name only, whatever way leads to it.
+TEST_F(DeviceTest, HearsThroughAPrefixThatTheDaemonIsNewOnTheBus) {
+    EXPECT_EQ(tunnelled_.home(), "system");
+    tunnelled_.hear(NOTMessage("system", "ipAddress", jsonNumber(1)));
+    tunnelled_.hear(NOTMessage("other", "frameName", jsonString("Quorane")));
+    EXPECT_FALSE(tunnelled_.takeArrival());
+    tunnelled_.hear(NOTMessage("system", "frameName", jsonString("Quorane")));
+    EXPECT_TRUE(tunnelled_.takeArrival());
+    EXPECT_EQ(shown("frameB.system.frameName"), "unknown");
 }
 
 }  // namespace

@@ -91,6 +91,98 @@ TEST_F(MirrorTest, KeepsTheOrderOfFirstHearing) {
     EXPECT_THAT(names, ElementsAre("system.b", "system.a"));
 }
 
+TEST_F(MirrorTest, TellsWhatReadsTheSameWhenExactnessIsAskedFor) {
+    mirror_.describe(parameter("system.a", "1.001", 2));
+    mirror_.tellExactly();
+    mirror_.announce("system.a", json("1.002").get());
+    mirror_.announce("system.a", json("1.002").get());
+    EXPECT_THAT(changes_, ElementsAre("system.a=1.00"));
+}
+
+// The answer was written before the change and overtaken by its announcement.
+TEST_F(MirrorTest, KeepsWhatWasAnnouncedDuringAReadingWhateverTheAnswerSays) {
+    mirror_.describe(parameter("system.a", "1"));
+    mirror_.beginReading();
+    mirror_.announce("system.a", json("2").get());
+    mirror_.describe(parameter("system.a", "1", 2));
+    mirror_.endReading();
+    EXPECT_THAT(changes_, ElementsAre("system.a=2"));
+    EXPECT_EQ(mirror_.find("system.a")->value->valuedouble, 2);
+    EXPECT_EQ(mirror_.find("system.a")->descriptor.precision, 2) << "its other news are taken";
+    EXPECT_TRUE(mirror_.isDoubtful());
+}
+
+TEST_F(MirrorTest, TellsOnceWhatIsBothAnnouncedAndDescribed) {
+    mirror_.describe(parameter("system.a", "1"));
+    mirror_.beginReading();
+    mirror_.announce("system.a", json("2").get());
+    mirror_.describe(parameter("system.a", "2"));
+    mirror_.describe(parameter("system.a", "2"));
+    mirror_.endReading();
+    EXPECT_THAT(changes_, ElementsAre("system.a=2"));
+    EXPECT_FALSE(mirror_.isDoubtful());
+}
+
+TEST_F(MirrorTest, BelievesDescriptionsOfTheNextReadingAgain) {
+    mirror_.describe(parameter("system.a", "1"));
+    mirror_.beginReading();
+    mirror_.announce("system.a", json("2").get());
+    mirror_.endReading();
+    mirror_.beginReading();
+    mirror_.describe(parameter("system.a", "3"));
+    EXPECT_THAT(changes_, ElementsAre("system.a=2", "system.a=3"));
+}
+
+TEST_F(MirrorTest, HoldsNewsOfTheUndescribedBackUntilTheyCanBeShown) {
+    mirror_.beginReading();
+    mirror_.announce("system.a", json("2").get());
+    mirror_.announce("system.b", json("7").get());
+    mirror_.announce("system.a", json("3").get());
+    EXPECT_THAT(changes_, IsEmpty());
+    mirror_.describe(parameter("system.a", "3", 1));
+    mirror_.announce("system.a", json("4").get());
+    EXPECT_THAT(changes_, ElementsAre("system.a=2.0", "system.a=3.0", "system.a=4.0"));
+    mirror_.endReading();
+    EXPECT_THAT(changes_,
+                ElementsAre("system.a=2.0", "system.a=3.0", "system.a=4.0", "system.b=7"));
+}
+
+TEST_F(MirrorTest, HoldsThemBackThroughAReadingThatFailed) {
+    mirror_.beginReading();
+    mirror_.announce("system.a", json("2").get());
+    mirror_.beginReading();
+    mirror_.describe(parameter("system.a", "2", 1));
+    EXPECT_THAT(changes_, ElementsAre("system.a=2.0"));
+}
+
+TEST_F(MirrorTest, KnowsWhatAReadingLeftOut) {
+    mirror_.describe(parameter("system.a", "1"));
+    mirror_.beginReading();
+    mirror_.describe(parameter("system.b", "1"));
+    mirror_.endReading();
+    EXPECT_THAT(mirror_.missing({"system.a", "system.b", "system.c"}),
+                ElementsAre("system.a", "system.c"));
+}
+
+TEST_F(MirrorTest, KeepsNoMoreThanItsShareOfADeviceThatNeverStops) {
+    for (size_t name = 0; name < Mirror::kMostParameters + 5; ++name) {
+        mirror_.announce("system.n" + std::to_string(name), json("1").get());
+    }
+    EXPECT_EQ(mirror_.all().size(), Mirror::kMostParameters);
+    mirror_.announce("system.n0", json("2").get());
+    EXPECT_EQ(changes_.back(), "system.n0=2");
+}
+
+TEST_F(MirrorTest, HoldsBackTheLastOfTooManyNews) {
+    mirror_.beginReading();
+    for (size_t value = 0; value < Mirror::kMostHeldBack + 5; ++value) {
+        mirror_.announce("system.a", jsonNumber(static_cast<double>(value)).get());
+    }
+    mirror_.endReading();
+    EXPECT_EQ(changes_.size(), Mirror::kMostHeldBack);
+    EXPECT_EQ(changes_.front(), "system.a=5");
+}
+
 TEST(Mirror, NeedsNobodyToTell) {
     Mirror mirror;
     mirror.announce("system.a", nullptr);

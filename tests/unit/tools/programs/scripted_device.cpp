@@ -1,6 +1,7 @@
 #include "scripted_device.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -47,6 +48,29 @@ void ScriptedDevice::replace(const std::string& leaf, const std::string& json) {
 
 void ScriptedDevice::announce(const std::string& leaf, const std::string& value) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    sendAnnouncement(leaf, value);
+}
+
+void ScriptedDevice::loseDescription() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    losing_ = true;
+}
+
+void ScriptedDevice::overtakeDescription(const std::string& leaf, const std::string& value,
+                                         const std::string& json) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    overtake_ = [=, this] {
+        sendAnnouncement(leaf, value);
+        parameters_[leaf] = json;
+    };
+}
+
+int ScriptedDevice::readings() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return readings_;
+}
+
+void ScriptedDevice::sendAnnouncement(const std::string& leaf, const std::string& value) {
     peer_.send("[\"NOT\", \"system\", 8, 0, 0]\n{\"id\":\"n\",\"param\":{\"" + leaf +
                "\":" + value + "}}");
 }
@@ -89,8 +113,18 @@ void ScriptedDevice::answerGet(const std::string& source, const cJSON* data) {
             R"("statusCode":200,"param":{"paramDescriptor":{"type":"device","slot":0,"params":)" +
                 described(saved_) + "}}");
     }
+    if (jsonMember(data, "paramDescriptor")) {
+        answerByName(source, data);
+    }
+}
+
+void ScriptedDevice::answerByName(const std::string& source, const cJSON* data) {
+    ++readings_;
     const std::string named = described(namesIn(jsonMember(data, "paramDescriptor")));
-    if (named != "{}") {
+    if (const auto overtake = std::exchange(overtake_, nullptr)) {
+        overtake();
+    }
+    if (named != "{}" && !std::exchange(losing_, false)) {
         respond(source, data, R"("statusCode":200,"paramDescriptor":)" + named);
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -27,6 +28,14 @@ class ScriptedDevice {
     // Takes another description, as after a restart.
     void replace(const std::string& leaf, const std::string& json);
     void announce(const std::string& leaf, const std::string& value);
+    // The next description of parameters by name gets lost on its way.
+    void loseDescription();
+    // The next description of the parameter is written just before a change and sent just after it
+    // was announced, as when another thread of the device made it.
+    void overtakeDescription(const std::string& leaf, const std::string& value,
+                             const std::string& json);
+    // How often parameters were asked for by their names.
+    int readings() const;
 
     // Header line and data of every SET so far.
     std::vector<std::string> sets() const;
@@ -34,6 +43,8 @@ class ScriptedDevice {
   private:
     void serve();
     void handle(const std::string& payload);
+    void sendAnnouncement(const std::string& leaf, const std::string& value);
+    void answerByName(const std::string& source, const cJSON* data);
     void answerGet(const std::string& source, const cJSON* data);
     void answerSet(const std::string& source, const cJSON* data);
     void respond(const std::string& source, const cJSON* data, const std::string& rest);
@@ -44,6 +55,9 @@ class ScriptedDevice {
     std::vector<std::string> saved_;
     std::map<std::string, int> statuses_;
     std::vector<std::string> sets_;
+    bool losing_ = false;
+    std::function<void()> overtake_;  // sends the announcement, and takes the new description
+    int readings_ = 0;
     BusPeer peer_;
     std::atomic<bool> stop_{false};
     std::thread thread_;

@@ -2,7 +2,9 @@
 
 #include <signal.h>
 
+#include <atomic>
 #include <optional>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -104,6 +106,83 @@ TEST_F(WatchTest, ReadsAgainWhenTheDaemonIsNewOnTheBus) {
     device_->replace("psu1Voltage", voltage("9"));
     device_->announce("frameName", "\"Rack 4\"");
     EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t9.00"));
+}
+
+TEST_F(WatchTest, ReadsAgainWhenAnAnswerIsLost) {
+    start();
+    device_->replace("psu1Voltage", voltage("9"));
+    device_->loseDescription();
+    device_->announce("frameName", "\"Rack 4\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t9.00"));
+}
+
+// Neither the old value after the new one, nor the new one twice.
+TEST_F(WatchTest, PrintsAChangeOnceThatOvertookTheAnswerOfAReading) {
+    start();
+    device_->overtakeDescription("psu1Voltage", "11", voltage("11"));
+    device_->announce("frameName", "\"Rack 4\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t11.00"));
+    device_->announce("systemName", "\"last\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.systemName\tlast"));
+}
+
+// The announcement said 11, but at the end of it all the device holds 10.
+TEST_F(WatchTest, AsksAgainWhatAnAnswerContradicts) {
+    start();
+    device_->overtakeDescription("psu1Voltage", "11", voltage("10"));
+    device_->announce("frameName", "\"Rack 4\"");
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t11.00"));
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t10.00"));
+}
+
+TEST_F(WatchTest, PrintsWhatChangesWhileItReadsForTheFirstTime) {
+    device_->overtakeDescription("psu1Voltage", "11", voltage("11"));
+    watch_.emplace(pallctlCommand(bus_->port(), {"watch"}));
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t11.00"));
+}
+
+TEST_F(WatchTest, PrintsObjectsForPrograms) {
+    watch_.emplace(pallctlCommand(bus_->port(), {"watch", "--json", "--table"}));
+    EXPECT_THAT(watch_->readLine(), testing::StartsWith("{"));
+    device_->announce("psu1Voltage", "11.504");
+    EXPECT_THAT(watch_->readLine(),
+                MatchesRegex(R"(\{"time":"[-0-9]{10}T[:0-9]{8}\.[0-9]{3}[-+][0-9]{2}:[0-9]{2}",)"
+                             R"("name":"system.psu1Voltage","value":11.504,"text":"11.50"\})"));
+}
+
+TEST_F(WatchTest, PrintsAssignmentsForAShell) {
+    watch_.emplace(pallctlCommand(bus_->port(), {"watch", "-k", "--table"}));
+    for (int row = 0; row < 3; ++row) {
+        EXPECT_THAT(watch_->readLine(), testing::StartsWith("system_"));
+    }
+    device_->announce("psu1Voltage", "11.504");
+    EXPECT_THAT(watch_->readLine(),
+                MatchesRegex("time='[^']*' name='system.psu1Voltage' value='11.50'"));
+}
+
+TEST_F(WatchTest, PrintsEveryChangeOfTheWireFormWhenAskedForThat) {
+    watch_.emplace(pallctlCommand(bus_->port(), {"watch", "--raw", "--table"}));
+    for (int row = 0; row < 4; ++row) {
+        watch_->readLine();
+    }
+    device_->announce("psu1Voltage", "12.001");
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t12.001"));
+}
+
+// Neither the reading nor its end waits for the device to fall silent.
+TEST(WatchFlood, DoesNotKeepItFromGivingUp) {
+    const BusProcess bus;
+    BusPeer device(bus.port(), 8);
+    std::atomic<bool> stop{false};
+    std::thread flood([&] {
+        while (!stop && device.send("[\"NOT\", \"system\", 8, 0, 0]\n{\"param\":{\"a\":1}}")) {
+        }
+    });
+    const Outcome outcome = pallctl(bus.port(), {"watch", "--timeout=0.2"});
+    stop = true;
+    flood.join();
+    EXPECT_EQ(outcome.status, 5);
+    EXPECT_EQ(outcome.errors, "pallctl: system: no answer\n");
 }
 
 TEST_F(WatchTest, ComesBackWithTheBusAndPrintsWhatItHadMissed) {
