@@ -8,6 +8,10 @@ Words program(const std::string& name, const Words& arguments) {
     return words;
 }
 
+OnPallbus::OnPallbus(std::string_view product) : frame(product) {
+    frame.remove("/vantor/etc/configurableSystemDetails.json");
+}
+
 void OnPallbus::startBus(const Words& arguments) {
     bus.emplace(program("pallbus", arguments));
     bus->output().waitFor("listening on");

@@ -21,7 +21,7 @@ Words program(const std::string& name, const Words& arguments);
 // unless told otherwise: nothing on it changes by itself.
 class OnPallbus : public testing::Test {
   protected:
-    explicit OnPallbus(std::string_view product = "QuoraneBrio") : frame(product) {}
+    explicit OnPallbus(std::string_view product = "QuoraneBrio");
 
     // Starts the bus and waits until it listens. It had to be stopped before it can be started
     // again.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "client/catalogue_descriptors.h"
 #include "client/catalogue_names.h"
 #include "client/safe_text.h"
 
@@ -44,7 +45,7 @@ bool Client::connect() {
     if (!session_.open(Clock::now() + kConnectPatience)) {
         return false;
     }
-    if (interest_ == Interest::announcements) {
+    if (interest_ != Interest::answers) {
         session_.subscribe(device_.object());
         if (device_.isThroughPrefix()) {
             session_.subscribe(device_.home());
@@ -84,11 +85,13 @@ ExitStatus Client::read(const std::vector<std::string>& names) {
     }
 }
 
-std::vector<std::string> Client::catalogue() const {
+bool Client::isDaemon() const {
     const std::string& object = device_.object();
-    const bool isDaemon =
-        object == kDaemonObject || object.ends_with(std::string(".") + kDaemonObject);
-    return isDaemon ? device_.fullNames(catalogueNames()) : std::vector<std::string>();
+    return object == kDaemonObject || object.ends_with(std::string(".") + kDaemonObject);
+}
+
+std::vector<std::string> Client::catalogue() const {
+    return isDaemon() ? device_.fullNames(catalogueNames()) : std::vector<std::string>();
 }
 
 std::vector<const Parameter*> Client::described(const std::set<std::string>& only) const {
@@ -114,10 +117,25 @@ ExitStatus Client::tryToRead(const std::vector<std::string>& names,
     if (!session_.isOpen() && !connect()) {
         return kNoBus;
     }
-    if (device_.read(names, patience)) {
-        return kSuccess;
+    if (!device_.read(names, patience)) {
+        return session_.isOpen() ? kNoAnswer : kNoBus;
     }
-    return session_.isOpen() ? kNoAnswer : kNoBus;
+    if (device_.isThroughPrefix() && isDaemon()) {
+        describeCatalogue();
+    }
+    return kSuccess;
+}
+
+// What the device could not be asked for. A value that it announced stays.
+void Client::describeCatalogue() {
+    for (Descriptor& descriptor : catalogueDescriptors()) {
+        descriptor.name = device_.fullName(descriptor.name);
+        if (!mirror_.described(descriptor.name)) {
+            const Parameter* heard = mirror_.find(descriptor.name);
+            UniqueJSON value = copyJSON(heard ? heard->value.get() : nullptr);
+            mirror_.describe({std::move(descriptor), std::move(value)});
+        }
+    }
 }
 
 void Client::explain(ExitStatus status) const {

@@ -22,8 +22,9 @@ struct Reach {
     std::string object = kDaemonObject;                // as the bus knows it
 };
 
-// Whether a verb ends with its answers or goes on listening.
-enum class Interest { answers, announcements };
+// What a verb hears of the device: its answers, changes that it announces meanwhile too, or all
+// that it announces for as long as somebody reads standard output.
+enum class Interest { answers, changes, announcements };
 
 // The connection id of this process: a million and its process id, so that no two clients of a
 // machine share one, and none takes one of the small ids that modules have (the daemon has 8).
@@ -59,6 +60,8 @@ class Client {
 
   private:
     ExitStatus tryToRead(const std::vector<std::string>& names, std::chrono::milliseconds patience);
+    void describeCatalogue();
+    bool isDaemon() const;
     void explain(ExitStatus status) const;
 
     Reach reach_;

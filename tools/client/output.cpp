@@ -48,14 +48,6 @@ std::string tableOf(const std::vector<const Parameter*>& parameters, const Style
     return table.text(style.colour);
 }
 
-std::string objectOf(const std::vector<const Parameter*>& parameters) {
-    const UniqueJSON object = jsonObject();
-    for (const Parameter* parameter : parameters) {
-        addMember(object.get(), parameter->descriptor.name.c_str(), jsonForm(*parameter));
-    }
-    return jsonLine(object.get()) + '\n';
-}
-
 }  // namespace
 
 bool takesColours(int descriptor) {
@@ -86,6 +78,18 @@ std::string jsonLine(const cJSON* item) {
     return validUTF8(renderJSON(item, false));
 }
 
+std::string objectOf(const std::vector<const Parameter*>& parameters,
+                     UniqueJSON (*form)(const Parameter& parameter)) {
+    const UniqueJSON object = jsonObject();
+    for (const Parameter* parameter : parameters) {
+        const char* const name = parameter->descriptor.name.c_str();
+        if (!jsonMember(object.get(), name)) {
+            addMember(object.get(), name, form(*parameter));
+        }
+    }
+    return jsonLine(object.get()) + '\n';
+}
+
 std::string keyValueForm(const Parameter& parameter, const Style& style) {
     return keyValueForm(parameter.descriptor.name, exactValue(parameter, style));
 }
@@ -94,10 +98,18 @@ std::string keyValueForm(const std::string& name, const std::string& value) {
     return shellName(name) + '=' + shellQuoted(value);
 }
 
+std::string namedValues(const std::vector<const Parameter*>& parameters, const Style& style) {
+    Table table({"NAME", "VALUE"});
+    for (const Parameter* parameter : parameters) {
+        table.add({printable(parameter->descriptor.name), shownValue(*parameter, style)});
+    }
+    return table.text(style.colour);
+}
+
 std::string listing(const std::vector<const Parameter*>& parameters, const Style& style) {
     switch (style.format) {
         case Format::json:
-            return objectOf(parameters);
+            return objectOf(parameters, jsonForm);
         case Format::table:
             return tableOf(parameters, style);
         case Format::keyvalue:

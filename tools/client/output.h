@@ -31,10 +31,18 @@ UniqueJSON jsonForm(const Parameter& parameter);
 // The item on one line, valid JSON whatever bytes its texts hold; without a line end.
 std::string jsonLine(const cJSON* item);
 
+// One object with a member for each of these, by name, in that form; a name that comes again is
+// left out. Ends with a line end.
+std::string objectOf(const std::vector<const Parameter*>& parameters,
+                     UniqueJSON (*form)(const Parameter& parameter));
+
 // system_ipAddress='10.0.0.5', which a POSIX shell can evaluate: the texts exactly as they are,
 // line ends included, and nothing between the quotes for no value. Without a line end of its own.
 std::string keyValueForm(const Parameter& parameter, const Style& style);
 std::string keyValueForm(const std::string& name, const std::string& value);
+
+// A line each with name and value, for people.
+std::string namedValues(const std::vector<const Parameter*>& parameters, const Style& style);
 
 // All of these, in their order: a table of name, value, type and read-only; one object with a
 // member per name; a line of NAME='VALUE' each. Ends with a line end unless it is empty.

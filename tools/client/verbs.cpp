@@ -2,28 +2,35 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
-#include <utility>
 
-#include "bus/message_types.h"
-#include "client/human_form.h"
-#include "client/wire_form.h"
+#include "client/description.h"
+#include "client/safe_text.h"
 
 namespace pallctl {
 
 namespace {
 
-struct Change {
-    std::string name;
-    UniqueJSON value;
-};
+constexpr const char* kVersionNames[] = {"version", "frameName"};
+constexpr const char* kOwnName = "pallctl";
 
-ExitStatus worse(ExitStatus one, ExitStatus other) {
-    return std::max(one, other);
+// Through a prefix the daemon tells the values of what it saves, and of what changes.
+bool isUntold(const Client& client, const Parameter& parameter) {
+    return client.device().isThroughPrefix() && !hasValue(parameter);
 }
 
-std::string nameOf(const std::string& assignment) {
-    return assignment.substr(0, assignment.find('='));
+// Those of the names that the device describes; complains of the others.
+std::vector<const Parameter*> found(const Client& client, const std::vector<std::string>& names,
+                                    ExitStatus& status) {
+    std::vector<const Parameter*> parameters;
+    for (const std::string& name : client.device().fullNames(names)) {
+        if (const Parameter* parameter = client.mirror().described(name)) {
+            parameters.push_back(parameter);
+        } else {
+            complain(name, "not found");
+            status = std::max(status, kNotFound);
+        }
+    }
+    return parameters;
 }
 
 // For people one value on each line and nothing else.
@@ -38,47 +45,8 @@ std::string valuesOf(const std::vector<const Parameter*>& parameters, const Styl
     return lines;
 }
 
-WireForm plan(const Parameter* parameter, const std::string& text) {
-    if (!parameter) {
-        return {plainWireForm(text), ""};
-    }
-    if (parameter->descriptor.readOnly) {
-        return {nullptr, "is read-only"};
-    }
-    return wireForm(parameter->descriptor, text);
-}
-
-ExitStatus planAll(const Client& client, const std::vector<std::string>& assignments,
-                   std::vector<Change>& changes) {
-    ExitStatus status = kSuccess;
-    for (const std::string& assignment : assignments) {
-        const std::string name = client.device().fullName(nameOf(assignment));
-        WireForm form =
-            plan(client.mirror().described(name), assignment.substr(assignment.find('=') + 1));
-        if (!form.value) {
-            complain(name, form.problem);
-            status = kUsage;
-        }
-        changes.push_back({name, std::move(form.value)});
-    }
-    return status;
-}
-
-ExitStatus carryOut(Device& device, Change& change) {
-    const auto code = device.set(change.name, std::move(change.value));
-    if (!code) {
-        complain(change.name, "no answer; it may still be carried out");
-        return kNoAnswer;
-    }
-    if (*code >= 200 && *code < 300) {
-        return kSuccess;
-    }
-    complain(change.name, std::to_string(*code) + " " + statusText(*code));
-    return *code == 404 ? kNotFound : kRefused;
-}
-
-bool isAssignment(const std::string& text) {
-    return text.find('=') != std::string::npos && text.front() != '=';
+void print(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
 }  // namespace
@@ -89,50 +57,64 @@ ExitStatus get(const Reach& reach, const Style& style, const std::vector<std::st
     if (status != kSuccess) {
         return status;
     }
-    std::vector<const Parameter*> found;
-    for (const std::string& name : client.device().fullNames(names)) {
-        if (const Parameter* parameter = client.mirror().described(name)) {
-            found.push_back(parameter);
-        } else {
-            complain(name, "not found");
-            status = kNotFound;
+    std::vector<const Parameter*> parameters = found(client, names, status);
+    for (const Parameter* parameter : parameters) {
+        if (isUntold(client, *parameter)) {
+            complain(parameter->descriptor.name, "its value is not told through a prefix");
+            status = std::max(status, kNoAnswer);
         }
     }
-    std::fputs(valuesOf(found, style).c_str(), stdout);
-    return status;
-}
-
-ExitStatus set(const Reach& reach, const std::vector<std::string>& assignments) {
-    for (const std::string& assignment : assignments) {
-        if (!isAssignment(assignment)) {
-            complain(assignment, "needs the form NAME=VALUE");
-            return kUsage;
-        }
-    }
-    std::vector<std::string> names;
-    std::transform(assignments.begin(), assignments.end(), std::back_inserter(names), nameOf);
-    Client client(reach, Interest::answers);
-    ExitStatus status = client.read(names);
-    std::vector<Change> changes;
-    if (status == kSuccess) {
-        status = planAll(client, assignments, changes);
-    }
-    if (status != kSuccess) {
-        return status;
-    }
-    for (Change& change : changes) {
-        status = worse(status, carryOut(client.device(), change));
-    }
+    std::erase_if(parameters, [&](const Parameter* each) { return isUntold(client, *each); });
+    print(valuesOf(parameters, style));
     return status;
 }
 
 ExitStatus list(const Reach& reach, const Style& style) {
     Client client(reach, Interest::answers);
     const ExitStatus status = client.read(client.catalogue());
+    if (status != kSuccess) {
+        return status;
+    }
+    const auto parameters = client.described();
+    const auto untold =
+        std::count_if(parameters.begin(), parameters.end(),
+                      [&](const Parameter* each) { return isUntold(client, *each); });
+    if (untold > 0) {
+        complain(reach.object, std::to_string(untold) + " values are not told through a prefix");
+    }
+    print(listing(parameters, style));
+    return kSuccess;
+}
+
+ExitStatus describe(const Reach& reach, const Style& style, const std::vector<std::string>& names) {
+    Client client(reach, Interest::answers);
+    ExitStatus status = client.read(names.empty() ? client.catalogue() : names);
     if (status == kSuccess) {
-        std::fputs(listing(client.described(), style).c_str(), stdout);
+        const auto parameters = names.empty() ? client.described() : found(client, names, status);
+        print(description(parameters, style));
     }
     return status;
+}
+
+ExitStatus version(const Reach& reach, const Style& style, const std::string& ownVersion) {
+    Parameter own;
+    own.descriptor.name = kOwnName;
+    own.descriptor.label = "Version of this program";
+    own.descriptor.type = "STRING";
+    own.descriptor.readOnly = true;
+    own.value = jsonString(ownVersion);
+    std::vector<const Parameter*> parameters{&own};
+    Client client(reach, Interest::answers);
+    if (client.read({std::begin(kVersionNames), std::end(kVersionNames)}) == kSuccess) {
+        for (const char* name : kVersionNames) {
+            if (const Parameter* told = client.mirror().described(client.device().fullName(name))) {
+                parameters.push_back(told);
+            }
+        }
+    }
+    print(style.format == Format::table ? namedValues(parameters, style)
+                                        : listing(parameters, style));
+    return kSuccess;
 }
 
 }  // namespace pallctl

@@ -6,9 +6,9 @@
 #include "client/client.h"
 #include "client/output.h"
 
-// What pallctl does. Every verb prints its results on standard output in the style asked for, its
-// complaints on standard error, and gives the status to end with. Names are taken with and without
-// the object before them.
+// The verbs of pallctl that read and end. Every verb prints its results on standard output in the
+// style asked for, its complaints on standard error, and gives the status to end with. Names are
+// taken with and without the object before them.
 
 namespace pallctl {
 
@@ -16,11 +16,14 @@ namespace pallctl {
 // programs.
 ExitStatus get(const Reach& reach, const Style& style, const std::vector<std::string>& names);
 
-// Sets "NAME=VALUE", each with a request of its own, in order. Nothing is sent when one of them
-// does not fit its parameter; a name that the device does not describe is left to its judgement.
-ExitStatus set(const Reach& reach, const std::vector<std::string>& assignments);
-
 // All parameters: those of the catalogue that the device describes, then what else it describes.
 ExitStatus list(const Reach& reach, const Style& style);
+
+// The description() of these parameters, without names of all.
+ExitStatus describe(const Reach& reach, const Style& style, const std::vector<std::string>& names);
+
+// This program's version, then the version of the software and the name of the frame, as the device
+// has them. kSuccess also when there is no device to ask: standard error says so.
+ExitStatus version(const Reach& reach, const Style& style, const std::string& ownVersion);
 
 }  // namespace pallctl

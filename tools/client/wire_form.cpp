@@ -123,9 +123,11 @@ WireForm wireForm(const Descriptor& descriptor, const std::string& text) {
 }
 
 WireForm wireForm(const Parameter& parameter, const std::string& text) {
-    return parameter.descriptor.type == kStructureType
-               ? structureForm(decodeMembers(parameter.value.get()), text)
-               : wireForm(parameter.descriptor, text);
+    if (parameter.descriptor.type != kStructureType) {
+        return wireForm(parameter.descriptor, text);
+    }
+    return hasValue(parameter) ? structureForm(decodeMembers(parameter.value.get()), text)
+                               : problem("has members that are not known here");
 }
 
 WireForm rawForm(const Descriptor& descriptor, const std::string& text) {

@@ -1,7 +1,9 @@
 // pallctl: a client of the daemon's device for people and scripts.
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 
 #include "common_options.h"
@@ -15,10 +17,31 @@ using namespace pallctl;
 
 constexpr const char* kAbout = "Reads, sets and watches the parameters of the frame.\n";
 
+constexpr int kFailure = 1;  // it could not go on
+
 // In the order in which the help lists them.
+// clang-format off
 constexpr AddVerb kVerbs[] = {
-    addGet, addSet, addList, addWatch, addNetwork, addTop,
+    addGet,
+    addSet,
+    addList,
+    addDescribe,
+    addWatch,
+    addNetwork,
+    addTop,
+    addVersion,
 };
+// clang-format on
+
+// A reader that has gone had all that it wanted; anything else that kept the output from being
+// written is a failure.
+int written(int status) {
+    if (std::fflush(stdout) == 0 || errno == EPIPE) {
+        return status;
+    }
+    complain("standard output", std::strerror(errno));
+    return kFailure;
+}
 
 int run(int argc, char** argv) {
     Run verb;
@@ -36,7 +59,7 @@ int run(int argc, char** argv) {
     // A reader that went away is noticed where it matters, and is no reason to die of a signal.
     std::signal(SIGPIPE, SIG_IGN);
     replaceLogSink([](int, const std::string&) {});
-    return verb(options.common());
+    return written(verb(options.common()));
 }
 
 }  // namespace
@@ -46,6 +69,6 @@ int main(int argc, char** argv) {
         return run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallctl: %s\n", error.what());
-        return 1;
+        return kFailure;
     }
 }

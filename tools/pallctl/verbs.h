@@ -26,6 +26,8 @@ using AddVerb = void (*)(CLI::App& app, Run& run);
 void addGet(CLI::App& app, Run& run);
 void addSet(CLI::App& app, Run& run);
 void addList(CLI::App& app, Run& run);
+void addDescribe(CLI::App& app, Run& run);
+void addVersion(CLI::App& app, Run& run);
 
 // verbs_listening.cpp
 void addWatch(CLI::App& app, Run& run);

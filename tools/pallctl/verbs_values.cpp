@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "client/setting.h"
 #include "client/verbs.h"
 #include "verbs.h"
 
@@ -12,6 +13,11 @@ namespace pallctl {
 namespace {
 
 using Words = std::vector<std::string>;
+
+struct SetWords {
+    Words assignments;
+    SetOptions options;
+};
 
 }  // namespace
 
@@ -26,10 +32,15 @@ void addGet(CLI::App& app, Run& run) {
 
 void addSet(CLI::App& app, Run& run) {
     CLI::App* verb = app.add_subcommand("set", "Set values, one after the other");
-    const auto assignments = std::make_shared<Words>();
-    verb->add_option("NAME=VALUE", *assignments)->required();
-    verb->callback([&run, assignments] {
-        run = [assignments](const Common& common) { return set(common.reach, *assignments); };
+    const auto words = std::make_shared<SetWords>();
+    verb->add_option("NAME=VALUE", words->assignments)->required();
+    verb->add_flag("-f,--force", words->options.force,
+                   "Send what does not fit, or to no known name");
+    verb->add_flag("-a,--always", words->options.always, "Send also what is set already");
+    verb->callback([&run, words] {
+        run = [words](const Common& common) {
+            return set(common.reach, common.style, words->assignments, words->options);
+        };
     });
 }
 
@@ -37,6 +48,26 @@ void addList(CLI::App& app, Run& run) {
     CLI::App* verb = app.add_subcommand("list", "Print all parameters");
     verb->callback(
         [&run] { run = [](const Common& common) { return list(common.reach, common.style); }; });
+}
+
+void addDescribe(CLI::App& app, Run& run) {
+    CLI::App* verb = app.add_subcommand("describe", "Print all that is known of parameters");
+    const auto names = std::make_shared<Words>();
+    verb->add_option("NAME", *names, "Only these");
+    verb->callback([&run, names] {
+        run = [names](const Common& common) {
+            return describe(common.reach, common.style, *names);
+        };
+    });
+}
+
+void addVersion(CLI::App& app, Run& run) {
+    CLI::App* verb = app.add_subcommand("version", "Print the versions of program and frame");
+    verb->callback([&run] {
+        run = [](const Common& common) {
+            return version(common.reach, common.style, programVersion());
+        };
+    });
 }
 
 }  // namespace pallctl

@@ -49,8 +49,12 @@ std::string onOneLine(std::string text) {
     return text;
 }
 
+const char* programVersion() {
+    return PALLWATCH_VERSION;
+}
+
 void finishCommandLine(CLI::App& app) {
-    app.set_version_flag("--version", app.get_name() + " " PALLWATCH_VERSION, "Print the version");
+    app.set_version_flag("--version", app.get_name() + " " + programVersion(), "Print the version");
     app.failure_message([](const CLI::App* program, const CLI::Error& error) {
         return program->get_name() + ": " + onOneLine(problem(*program, error)) +
                " (--help tells more)\n";

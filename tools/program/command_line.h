@@ -14,6 +14,9 @@ inline constexpr int kBadUsage = 2;
 // Others' words in a line of one's own: control characters, line ends among them, become "?".
 std::string onOneLine(std::string text);
 
+// The version of all programs, "1.2.3".
+const char* programVersion();
+
 // Adds --version, gives help its form (help_text.h), and has every complaint begin with the
 // program's name and fit one line. To be called when all verbs are there.
 void finishCommandLine(CLI::App& app);

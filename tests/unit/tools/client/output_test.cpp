@@ -108,6 +108,20 @@ TEST(Listing, IsOneObjectWithAMemberPerName) {
     EXPECT_EQ(listing({}, kJSON), "{}\n");
 }
 
+TEST(Listing, NamesInAnObjectComeOnce) {
+    const Parameter twice = address();
+    EXPECT_EQ(listing({&twice, &twice}, kJSON), listing({&twice}, kJSON));
+}
+
+TEST(NamedValues, AreATableOfTwoColumns) {
+    const Parameter first = address();
+    const Parameter second = unknown();
+    EXPECT_EQ(namedValues({&first, &second}, kPeople),
+              "NAME              VALUE\n"
+              "system.ipAddress  10.0.0.5\n"
+              "system.gateway    -\n");
+}
+
 TEST(Listing, IsALinePerNameForShells) {
     const Parameter first = address();
     const Parameter second = unknown();

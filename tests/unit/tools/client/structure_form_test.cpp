@@ -47,9 +47,9 @@ TEST(StructureForm, TakesBackWhatIsShown) {
               R"("_d_connectionPoint":{"type":"STRING","value":""}})");
 }
 
-TEST(StructureForm, KnowsNoMembersOfAValueThatHasNone) {
+TEST(StructureForm, NeedsAValueThatTellsTheMembers) {
     EXPECT_EQ(wireForm(holding(ofType("STRUCT"), "null"), "a=1").problem,
-              "needs member=value with members: ");
+              "has members that are not known here");
 }
 
 }  // namespace

@@ -92,16 +92,83 @@ TEST_F(PallctlTest, TellsRefusedFromNotFound) {
     EXPECT_EQ(refused.errors, "pallctl: system.extra: 400 Bad Request\n");
     EXPECT_EQ(refused.status, 3);
 
-    const Outcome unknown = run({"set", "nosuch=active"});
+    const Outcome unknown = run({"set", "--force", "nosuch=active"});
     EXPECT_EQ(unknown.errors, "pallctl: system.nosuch: 404 Not Found\n");
     EXPECT_EQ(unknown.status, 4);
     EXPECT_THAT(device_.sets(), testing::Contains(testing::EndsWith(R"({"nosuch":"active"})")));
 }
 
+TEST_F(PallctlTest, SendsNothingWhenThereIsNoSuchParameter) {
+    const Outcome outcome = run({"set", "extra=7", "nosuch=1"});
+    EXPECT_EQ(outcome.errors, "pallctl: system.nosuch: not found\n");
+    EXPECT_EQ(outcome.status, 4);
+    EXPECT_THAT(device_.sets(), IsEmpty());
+}
+
 TEST_F(PallctlTest, GoesOnAfterARefusalAndEndsWithTheHighestStatus) {
     device_.answerSets("extra", 400);
-    EXPECT_EQ(run({"set", "nosuch=1", "extra=7", "frameName=x"}).status, 4);
+    EXPECT_EQ(run({"set", "--force", "nosuch=1", "extra=7", "frameName=x"}).status, 4);
     EXPECT_EQ(device_.sets().size(), 3u);
+}
+
+TEST_F(PallctlTest, SendsNothingMoreAfterASetThatIsNotAnswered) {
+    device_.answerSets("extra", 0);
+    const Outcome outcome =
+        run({"--timeout=0.2", "set", "extra=7", "frameName=x", "ipAddress=10.1.2.3"});
+    EXPECT_EQ(outcome.errors,
+              "pallctl: system.extra: no answer; it may still be carried out\n"
+              "pallctl: system.frameName: not sent\n"
+              "pallctl: system.ipAddress: not sent\n");
+    EXPECT_EQ(outcome.status, 5);
+    EXPECT_EQ(device_.sets().size(), 1u);
+}
+
+TEST_F(PallctlTest, SendsOnlyWhatDiffers) {
+    const Outcome outcome = run({"set", "sshEnabled=enabled", "extra=5", "frameName=rack 4"});
+    EXPECT_EQ(outcome.errors,
+              "pallctl: system.sshEnabled: is Enabled already, not sent\n"
+              "pallctl: system.extra: is 5 already, not sent\n");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(device_.sets(), ElementsAre(testing::EndsWith(R"({"frameName":"rack 4"})")));
+}
+
+TEST_F(PallctlTest, SendsEqualValuesWhenToldTo) {
+    const Outcome outcome = run({"set", "--always", "sshEnabled=enabled"});
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(device_.sets(), ElementsAre(testing::EndsWith(R"({"sshEnabled":1})")));
+}
+
+TEST_F(PallctlTest, SendsWhatDoesNotFitWhenForced) {
+    EXPECT_EQ(run({"set", "-f", "version=2", "sshEnabled=9", "ipAddress=none"}).status, 0);
+    EXPECT_THAT(device_.sets(), ElementsAre(testing::EndsWith(R"({"version":"2"})"),
+                                            testing::EndsWith(R"({"sshEnabled":9})"),
+                                            testing::EndsWith(R"({"ipAddress":"none"})")));
+}
+
+TEST_F(PallctlTest, TakesWireFormWhenTold) {
+    EXPECT_EQ(run({"set", "-r", "ipAddress=167838211", "frameName=\"b\"", "extra=null"}).status, 2);
+    EXPECT_THAT(device_.sets(), IsEmpty());
+    EXPECT_EQ(run({"set", "-r", "ipAddress=167838211", "frameName=\"b\""}).status, 0);
+    EXPECT_THAT(device_.sets(), ElementsAre(testing::EndsWith(R"({"ipAddress":167838211})"),
+                                            testing::EndsWith(R"({"frameName":"b"})")));
+}
+
+TEST_F(PallctlTest, TellsProgramsWhatCameOfEachSet) {
+    device_.answerSets("extra", 400);
+    const Outcome json = run({"set", "-j", "sshEnabled=1", "frameName=x", "extra=7"});
+    EXPECT_EQ(json.output,
+              R"({"system.sshEnabled":{"name":"system.sshEnabled","outcome":"unchanged",)"
+              R"("statusCode":null},"system.frameName":{"name":"system.frameName",)"
+              R"("outcome":"set","statusCode":200},"system.extra":{"name":"system.extra",)"
+              R"("outcome":"refused","statusCode":400}})"
+              "\n");
+    EXPECT_EQ(json.errors, "pallctl: system.extra: 400 Bad Request\n");
+    EXPECT_EQ(json.status, 3);
+
+    device_.answerSets("extra", 0);
+    const Outcome lines = run({"set", "-k", "--timeout=0.2", "extra=7", "frameName=x"});
+    EXPECT_EQ(lines.output, "system_extra='noAnswer'\nsystem_frameName='notSent'\n");
 }
 
 TEST_F(PallctlTest, SendsNothingThatDoesNotFitItsParameter) {
@@ -113,7 +180,7 @@ TEST_F(PallctlTest, SendsNothingThatDoesNotFitItsParameter) {
          {Case{"version=2", "system.version: is read-only"},
           Case{"sshEnabled=on", "system.sshEnabled: needs one of: Disabled, Enabled"},
           Case{"ipAddress=10.1.2", "needs an address"},
-          Case{"serial0=x", "cannot be set from a text: STRUCT"},
+          Case{"serial0=x", "needs member=value with members: name"},
           Case{"frameName", "frameName: needs the form NAME=VALUE"},
           Case{"=x", "=x: needs the form NAME=VALUE"}}) {
         const Outcome outcome = run({"set", "extra=7", bad.assignment});

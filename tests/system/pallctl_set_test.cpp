@@ -1,0 +1,109 @@
+// pallctl set, with what the real daemon does to its frame.
+
+#include <signal.h>
+
+#include "on_pallbus.h"
+
+using harness::Result;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr const char* kStartSSH = "systemctl start ssh";
+constexpr const char* kStopSSH = "systemctl stop ssh";
+
+class PallctlSet : public OnPallbus {
+  protected:
+    PallctlSet() {
+        start();
+        before_ = frame.commands().size();
+    }
+
+    // What the daemon told the init system since it started.
+    std::vector<std::string> commands() const {
+        std::vector<std::string> all = frame.commands();
+        all.erase(all.begin(), all.begin() + static_cast<ptrdiff_t>(before_));
+        std::erase_if(all, [](const std::string& each) { return !each.starts_with("systemctl"); });
+        return all;
+    }
+
+    static std::string valueOf(const std::string& name) { return pallctl({"get", name}).output; }
+
+  private:
+    size_t before_ = 0;
+};
+
+TEST_F(PallctlSet, TakesValuesInHumanForm) {
+    const Result result = pallctl({"set", "sshEnabled=DISABLED", "systemName=Rack 4",
+                                   "primaryIPAddress=x", "serial1=connectionPoint=Node 7"});
+    EXPECT_EQ(result.status, 2) << "one of them is read-only";
+    EXPECT_EQ(valueOf("systemName"), "System\n");
+
+    EXPECT_EQ(pallctl({"set", "sshEnabled=DISABLED", "systemName=Rack 4",
+                       "serial1=connectionPoint=Node 7"})
+                  .status,
+              0);
+    EXPECT_EQ(valueOf("sshEnabled"), "Disabled\n");
+    EXPECT_EQ(valueOf("systemName"), "Rack 4\n");
+    EXPECT_EQ(valueOf("serial1"), "name=COM2, dev=/dev/ttyS1, connectionPoint=Node 7\n");
+    EXPECT_THAT(commands(), ElementsAre(kStopSSH));
+}
+
+TEST_F(PallctlSet, LeavesServicesAloneThatAreSetAlready) {
+    const Result result = pallctl({"set", "sshEnabled=Enabled"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error, "pallctl: system.sshEnabled: is Enabled already, not sent\n");
+    EXPECT_THAT(commands(), IsEmpty());
+
+    EXPECT_EQ(pallctl({"set", "--always", "sshEnabled=Enabled"}).error, "");
+    EXPECT_THAT(commands(), ElementsAre(kStartSSH));
+}
+
+TEST_F(PallctlSet, ComparesWithWhatTheSetBeforeMadeOfIt) {
+    const Result result = pallctl({"set", "-k", "sshEnabled=0", "sshEnabled=0", "sshEnabled=1"});
+    EXPECT_EQ(result.output,
+              "system_sshEnabled='set'\nsystem_sshEnabled='unchanged'\nsystem_sshEnabled='set'\n");
+    EXPECT_THAT(commands(), ElementsAre(kStopSSH, kStartSSH));
+}
+
+TEST_F(PallctlSet, DoesNotTakeACommandForSetThatTheDaemonHasTakenBack) {
+    const Result result = pallctl({"set", "-k", "generateReport=Apply", "generateReport=Apply"});
+    EXPECT_EQ(result.output, "system_generateReport='set'\nsystem_generateReport='set'\n");
+}
+
+TEST_F(PallctlSet, KeepsFromTheDaemonWhatItWouldTakeForSomethingElse) {
+    for (const char* assignment : {"sshEnabled=2", "ipAddress=10.0.0", "active=on",
+                                   "psu1Voltage=12", "serial0=name", "activeEthernet=Port 3"}) {
+        const Result result = pallctl({"set", assignment});
+        EXPECT_EQ(result.status, 2) << assignment;
+        EXPECT_THAT(result.error, isOneComplaint("pallctl")) << assignment;
+    }
+    EXPECT_THAT(log.linesUntilNow(), testing::Not(testing::Contains(testing::Field(
+                                         &harness::LogLine::text, HasSubstr("System param Set")))));
+}
+
+TEST_F(PallctlSet, TellsWhatTheDaemonRefused) {
+    const Result result = pallctl({"set", "--force", "--raw", "systemName=7", "nosuch=1", "-j"});
+    EXPECT_EQ(result.status, 4);
+    EXPECT_EQ(result.error,
+              "pallctl: system.systemName: 400 Bad Request\n"
+              "pallctl: system.nosuch: 404 Not Found\n");
+    EXPECT_EQ(result.output,
+              R"({"system.systemName":{"name":"system.systemName","outcome":"refused",)"
+              R"("statusCode":400},"system.nosuch":{"name":"system.nosuch",)"
+              R"("outcome":"notFound","statusCode":404}})"
+              "\n");
+    EXPECT_EQ(pallctl({"set", "--force", "--raw", "systemName=7"}).status, 3);
+}
+
+TEST_F(PallctlSet, TellsThatTheDaemonDidNotAnswer) {
+    daemon->signal(SIGSTOP);
+    const Result unread = pallctl({"set", "--timeout=0.1", "systemName=x"});
+    EXPECT_EQ(unread.status, 5);
+    EXPECT_EQ(unread.error, "pallctl: system: no answer\n");
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+#include "client/description.h"
+
+#include <utility>
+
+#include "client/human_form.h"
+#include "client/safe_text.h"
+#include "client/table.h"
+
+namespace pallctl {
+
+namespace {
+
+constexpr size_t kFactWidth = 16;
+constexpr const char* kValue = "value";
+
+struct Fact {
+    const char* what;
+    std::string text;  // empty: not said
+};
+
+std::string choicesOf(const Descriptor& descriptor) {
+    std::string text;
+    for (const Choice& choice : descriptor.choices) {
+        text += (text.empty() ? "" : ", ") + std::to_string(choice.value) + " " + choice.name;
+    }
+    return text;
+}
+
+std::string numberOf(const Descriptor& descriptor, const std::optional<double>& number) {
+    return number ? humanForm(descriptor, jsonNumber(*number).get()) : "";
+}
+
+std::string countOf(int count) {
+    return count < 0 ? "" : std::to_string(count);
+}
+
+std::vector<Fact> factsOf(const Parameter& parameter, const Style& style) {
+    const Descriptor& descriptor = parameter.descriptor;
+    return {
+        {"label", descriptor.label},
+        {kValue, hasValue(parameter) ? shownValue(parameter, style) : ""},
+        {"type", descriptor.type},
+        {"read-only", descriptor.readOnly ? "yes" : "no"},
+        {"constraint", descriptor.constraint},
+        {"choices", choicesOf(descriptor)},
+        {"minimum", numberOf(descriptor, descriptor.least)},
+        {"maximum", numberOf(descriptor, descriptor.most)},
+        {"step", numberOf(descriptor, descriptor.step)},
+        {"maximum length", countOf(descriptor.maxLength)},
+        {"total length", countOf(descriptor.totalLength)},
+        {"decimals", countOf(descriptor.precision)},
+        {"widget", descriptor.widget},
+    };
+}
+
+std::string paragraph(const Parameter& parameter, const Style& style) {
+    const std::string name = printable(parameter.descriptor.name);
+    std::string text = (style.colour ? painted(name, Paint::bold) : name) + '\n';
+    for (const Fact& fact : factsOf(parameter, style)) {
+        if (!fact.text.empty()) {
+            const std::string what = fact.what;
+            text += "  " + what + std::string(kFactWidth - what.size(), ' ') +
+                    printable(fact.text) + '\n';
+        }
+    }
+    return text;
+}
+
+std::string assignments(const Parameter& parameter, const Style& style) {
+    std::string lines = keyValueForm(parameter, style) + '\n';
+    for (const Fact& fact : factsOf(parameter, style)) {
+        if (fact.what != std::string(kValue)) {
+            lines += keyValueForm(parameter.descriptor.name + "." + fact.what, fact.text) + '\n';
+        }
+    }
+    return lines;
+}
+
+UniqueJSON orNull(const std::optional<double>& number) {
+    return number ? jsonNumber(*number) : jsonNull();
+}
+
+UniqueJSON orNull(int count) {
+    return count < 0 ? jsonNull() : jsonNumber(count);
+}
+
+UniqueJSON orNull(const std::string& text) {
+    return text.empty() ? jsonNull() : jsonString(text);
+}
+
+UniqueJSON jsonForm(const std::vector<Choice>& choices) {
+    UniqueJSON list = jsonArray();
+    for (const Choice& choice : choices) {
+        UniqueJSON object = jsonObject();
+        addMember(object.get(), "value", jsonNumber(static_cast<double>(choice.value)));
+        addMember(object.get(), "name", jsonString(choice.name));
+        addElement(list.get(), std::move(object));
+    }
+    return list;
+}
+
+UniqueJSON wholeForm(const Parameter& parameter) {
+    const Descriptor& descriptor = parameter.descriptor;
+    UniqueJSON object = jsonForm(parameter);
+    addMember(object.get(), "constraint", orNull(descriptor.constraint));
+    addMember(object.get(), "choices", jsonForm(descriptor.choices));
+    addMember(object.get(), "minimum", orNull(descriptor.least));
+    addMember(object.get(), "maximum", orNull(descriptor.most));
+    addMember(object.get(), "step", orNull(descriptor.step));
+    addMember(object.get(), "maximumLength", orNull(descriptor.maxLength));
+    addMember(object.get(), "totalLength", orNull(descriptor.totalLength));
+    addMember(object.get(), "decimals", orNull(descriptor.precision));
+    addMember(object.get(), "widget", orNull(descriptor.widget));
+    return object;
+}
+
+}  // namespace
+
+std::string description(const std::vector<const Parameter*>& parameters, const Style& style) {
+    if (style.format == Format::json) {
+        return objectOf(parameters, wholeForm);
+    }
+    std::string text;
+    for (const Parameter* parameter : parameters) {
+        text += style.format == Format::keyvalue ? assignments(*parameter, style)
+                                                 : paragraph(*parameter, style);
+    }
+    return text;
+}
+
+}  // namespace pallctl

@@ -1,0 +1,190 @@
+#include "client/setting.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "bus/message_types.h"
+#include "client/assignment.h"
+#include "client/wire_form.h"
+
+namespace pallctl {
+
+namespace {
+
+struct Outcome {
+    const char* word;
+    ExitStatus status;
+};
+
+constexpr Outcome kSet{"set", kSuccess};
+constexpr Outcome kUnchanged{"unchanged", kSuccess};
+constexpr Outcome kRefusedByDevice{"refused", kRefused};
+constexpr Outcome kUnknownToDevice{"notFound", kNotFound};
+constexpr Outcome kUnanswered{"noAnswer", kNoAnswer};
+constexpr Outcome kNotSent{"notSent", kNoAnswer};
+
+constexpr int kNotFoundCode = 404;
+
+// One parameter to set, and what came of it.
+struct Change {
+    std::string name;
+    UniqueJSON value;
+    Outcome outcome = kNotSent;
+    int code = 0;  // of the answer; 0: none
+};
+
+bool isGood(int code) {
+    return code >= 200 && code < 300;
+}
+
+Outcome outcomeOf(std::optional<int> code) {
+    if (!code) {
+        return kUnanswered;
+    }
+    if (isGood(*code)) {
+        return kSet;
+    }
+    return *code == kNotFoundCode ? kUnknownToDevice : kRefusedByDevice;
+}
+
+std::string problemOf(const Change& change) {
+    if (change.code != 0) {
+        return std::to_string(change.code) + " " + statusText(change.code);
+    }
+    return change.outcome.word == kUnanswered.word ? "no answer; it may still be carried out"
+                                                   : "not sent";
+}
+
+UniqueJSON jsonForm(const Change& change) {
+    UniqueJSON object = jsonObject();
+    addMember(object.get(), "name", jsonString(change.name));
+    addMember(object.get(), "outcome", jsonString(change.outcome.word));
+    addMember(object.get(), "statusCode", change.code == 0 ? jsonNull() : jsonNumber(change.code));
+    return object;
+}
+
+// All that one command line sets.
+class Setting {
+  public:
+    Setting(Client& client, const Style& style, const SetOptions& options)
+        : client_(client), style_(style), options_(options) {}
+
+    // Complains of what cannot be sent.
+    ExitStatus plan(const std::vector<Assignment>& assignments) {
+        ExitStatus status = kSuccess;
+        for (const Assignment& assignment : assignments) {
+            status = std::max(status, plan(assignment));
+        }
+        return status;
+    }
+
+    ExitStatus carryOut() {
+        ExitStatus status = kSuccess;
+        for (Change& change : changes_) {
+            if (status != kNoAnswer) {
+                carryOut(change);
+            }
+            if (change.outcome.status != kSuccess) {
+                complain(change.name, problemOf(change));
+            }
+            status = std::max(status, change.outcome.status);
+        }
+        return status;
+    }
+
+    void report() const {
+        if (style_.format == Format::json) {
+            const UniqueJSON object = jsonObject();
+            for (const Change& change : changes_) {
+                addMember(object.get(), change.name.c_str(), jsonForm(change));
+            }
+            std::printf("%s\n", jsonLine(object.get()).c_str());
+        } else if (style_.format == Format::keyvalue) {
+            for (const Change& change : changes_) {
+                std::printf("%s\n", keyValueForm(change.name, change.outcome.word).c_str());
+            }
+        }
+    }
+
+  private:
+    ExitStatus plan(const Assignment& assignment) {
+        const std::string name = client_.device().fullName(assignment.name);
+        const Parameter* parameter = client_.mirror().described(name);
+        if (!parameter && !options_.force) {
+            complain(name, "not found");
+            return kNotFound;
+        }
+        WireForm form = formOf(parameter, assignment.value);
+        if (!form.value) {
+            complain(name, form.problem);
+            return kUsage;
+        }
+        changes_.push_back({name, std::move(form.value)});
+        return kSuccess;
+    }
+
+    WireForm formOf(const Parameter* parameter, const std::string& text) const {
+        if (options_.force) {
+            return forcedForm(parameter, text);
+        }
+        if (parameter->descriptor.readOnly) {
+            return {nullptr, "is read-only"};
+        }
+        return style_.raw ? rawForm(parameter->descriptor, text) : wireForm(*parameter, text);
+    }
+
+    WireForm forcedForm(const Parameter* parameter, const std::string& text) const {
+        if (style_.raw) {
+            return rawForm(Descriptor(), text);
+        }
+        WireForm form = parameter ? wireForm(*parameter, text) : WireForm();
+        return form.value ? std::move(form) : WireForm{plainWireForm(text), ""};
+    }
+
+    // Looks at what is set only now: an earlier one may have changed it.
+    void carryOut(Change& change) {
+        const Parameter* parameter = client_.mirror().described(change.name);
+        if (!options_.always && parameter &&
+            isSameValue(parameter->value.get(), change.value.get())) {
+            change.outcome = kUnchanged;
+            if (style_.format == Format::table) {
+                complain(change.name,
+                         "is " + shownValue(*parameter, style_) + " already, not sent");
+            }
+            return;
+        }
+        const auto code = client_.device().set(change.name, std::move(change.value));
+        change.outcome = outcomeOf(code);
+        change.code = code.value_or(0);
+    }
+
+    Client& client_;
+    Style style_;
+    SetOptions options_;
+    std::vector<Change> changes_;
+};
+
+}  // namespace
+
+ExitStatus set(const Reach& reach, const Style& style, const std::vector<std::string>& words,
+               const SetOptions& options) {
+    const auto assignments = parseAssignments(words);
+    if (!assignments) {
+        return kUsage;
+    }
+    Client client(reach, Interest::changes);
+    ExitStatus status = client.read(namesOf(*assignments));
+    Setting setting(client, style, options);
+    if (status == kSuccess) {
+        status = setting.plan(*assignments);
+    }
+    if (status != kSuccess) {
+        return status;
+    }
+    status = setting.carryOut();
+    setting.report();
+    return status;
+}
+
+}  // namespace pallctl

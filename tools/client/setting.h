@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "client/client.h"
+#include "client/output.h"
+
+namespace pallctl {
+
+struct SetOptions {
+    bool force = false;  // send whatever speaks against it, also to names that nobody describes
+    bool always =
+        false;  // send also what is set already: a set of an equal value restarts services
+};
+
+// Sets "NAME=VALUE" (with style.raw VALUE is JSON) in this order, each with a request of its own,
+// so that every answer is known to be about one of them. Nothing at all is sent when one of them
+// does not fit its parameter or there is no such parameter. Says on standard error what was refused
+// and, for people, what was set already; for programs an object or lines with the outcome of each
+// on standard output: "set", "unchanged", "refused", "notFound", "noAnswer", and "notSent" for what
+// comes after one that was not answered.
+ExitStatus set(const Reach& reach, const Style& style, const std::vector<std::string>& assignments,
+               const SetOptions& options);
+
+}  // namespace pallctl
