@@ -39,6 +39,3 @@ class Peer {
     pid_t program_ = 0;
     Acknowledge acknowledge_ = Acknowledge::promptly;
 };
-
-// Binds the calling process to one processor.
-void runOn(int processor);

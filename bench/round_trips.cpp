@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "peer.h"
+#include "programs.h"
 
 namespace {
 
