@@ -13,6 +13,24 @@ function(pallwatch_room name)
   target_link_libraries(${name} PUBLIC ${ROOM_USES} ${ROOM_LIBRARIES})
 endfunction()
 
+# plain_<name> is the room for a program that has to do without the thread sanitizer: the room itself,
+# or under that sanitizer a second copy of it.
+function(pallwatch_plain_room name)
+  if(NOT PALLWATCH_SANITIZE MATCHES thread)
+    add_library(plain_${name} ALIAS ${name})
+    return()
+  endif()
+  get_target_property(sources ${name} SOURCES)
+  get_target_property(directory ${name} SOURCE_DIR)
+  get_target_property(uses ${name} INTERFACE_LINK_LIBRARIES)
+  list(TRANSFORM sources PREPEND ${directory}/)
+  list(TRANSFORM uses REPLACE "^model$" "plain_model")
+  add_library(plain_${name} STATIC ${sources})
+  target_include_directories(plain_${name} PUBLIC ${CMAKE_BINARY_DIR}/rooms/${name})
+  target_link_libraries(plain_${name} PUBLIC ${uses})
+  target_compile_options(plain_${name} PRIVATE -fno-sanitize=thread)
+endfunction()
+
 # Tests are compiled more often than they run: without optimisation, and with the headers of the test
 # library compiled once. What they test is built as it ships.
 function(pallwatch_test_sources target)

@@ -79,8 +79,8 @@ TEST(Enter, GivesTheCommandsStatus) {
 
 TEST(Enter, FindsTheProgramsOfTheFrame) {
     const Running frame;
-    EXPECT_EQ(shell("sudo systemctl start ssh; pallframe status | tail -1").output,
-              "told       systemctl start ssh\n");
+    EXPECT_EQ(shell("sudo systemctl start ssh; tail -1 /var/log/frame-commands").output,
+              "systemctl start ssh\n");
     EXPECT_EQ(shell("pwd").output, fs::current_path().string() + "\n");
 }
 
@@ -170,7 +170,7 @@ TEST(FrameInMemory, IsSeenAndChangedFromOutside) {
     const Running frame("Tessara");
     EXPECT_EQ(run(pallframe({"set", "cable", "eth0", "down"})).status, 0);
     EXPECT_THAT(shell("cat /tmp/bond0").output, HasSubstr("Currently Active Slave: eth1\n"));
-    EXPECT_THAT(run(pallframe({"status"})).output, HasSubstr("eth0       down\n"));
+    EXPECT_THAT(run(pallframe({"status"})).output, HasSubstr("port     eth0        down, "));
 }
 
 }  // namespace

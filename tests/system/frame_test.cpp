@@ -146,13 +146,14 @@ TEST(Frame, IsSetAndShownFromInside) {
     EXPECT_EQ(shell("pallframe set cable eth0 down && pallframe set psu 1 11.9").status, 0);
     EXPECT_EQ(shell("pallframe set file /tmp/eeprom missing").status, 0);
     EXPECT_EQ(shell("pallframe status").output,
-              "product    Tessara\n"
-              "eth0       down\n"
-              "eth1       up, active\n"
-              "psu 1      11.90 V\n"
-              "psu 2      12.00 V\n"
-              "battery    3.10 V\n"
-              "missing    /tmp/eeprom\n");
+              "WHAT     NAME         STATE\n"
+              "product               Tessara\n"
+              "port     eth0         down, failures: 1\n"
+              "port     eth1         up, active\n"
+              "supply   1            11.90 V\n"
+              "supply   2            12.00 V\n"
+              "battery               3.10 V\n"
+              "file     /tmp/eeprom  missing\n");
     EXPECT_FALSE(frame.exists("/tmp/eeprom"));
 }
 

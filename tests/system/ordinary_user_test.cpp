@@ -52,10 +52,10 @@ class OrdinaryUser : public testing::Test {
 TEST_F(OrdinaryUser, HasAFrameToo) {
     const Result inside =
         run(pallframe({"run", "--tree", directory.path("tree"), "--", "sh", "-c",
-                       "id -u; sudo systemctl start ssh; pallframe status | tail -1"}));
+                       "id -u; sudo systemctl start ssh; tail -1 /var/log/frame-commands"}));
     EXPECT_EQ(inside.error, "");
     EXPECT_EQ(inside.status, 0);
-    EXPECT_EQ(inside.output, "0\ntold       systemctl start ssh\n");
+    EXPECT_EQ(inside.output, "0\nsystemctl start ssh\n");
     EXPECT_FALSE(fs::exists(directory.path("tree")));
 }
 
@@ -68,7 +68,7 @@ TEST_F(OrdinaryUser, EntersAndChangesIt) {
     const Result inside = run(pallframe({"enter", "--", "sh", "-c", "id -u; pallframe status"}));
     EXPECT_EQ(inside.error, "");
     EXPECT_THAT(inside.output, StartsWith("0\n"));
-    EXPECT_THAT(inside.output, HasSubstr("psu 1      11.50 V\n"));
+    EXPECT_THAT(inside.output, HasSubstr("supply   1           11.50 V\n"));
 }
 
 TEST_F(OrdinaryUser, SeesNoFrameOfAnother) {

@@ -160,13 +160,15 @@ TEST_F(Tree, IsSeenAndChangedFromOutside) {
     EXPECT_EQ(tell({"set", "battery", "0"}).status, 0);
     EXPECT_EQ(tell({"set", "file", "/vantor/etc/network.conf", "missing"}).status, 0);
     EXPECT_EQ(tell({"status"}).output,
-              "product    Tessara\n"
-              "eth0       down\n"
-              "eth1       up, active\n"
-              "psu 1      12.00 V\n"
-              "psu 2      11.90 V\n"
-              "battery    0.00 V\n"
-              "missing    /vantor/etc/network.conf\n");
+              "WHAT     NAME                      STATE\n"
+              "product                            Tessara\n"
+              "port     eth0                      down, failures: 1\n"
+              "port     eth1                      up, active\n"
+              "supply   1                         12.00 V\n"
+              "supply   2                         11.90 V\n"
+              "battery                            0.00 V\n"
+              "program  S40network                takes 0.5 s\n"
+              "file     /vantor/etc/network.conf  missing\n");
     EXPECT_THAT(readFile(tree + "/tmp/bond0"), HasSubstr("Currently Active Slave: eth1\n"));
 }
 

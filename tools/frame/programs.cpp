@@ -232,6 +232,19 @@ void setExitStatus(const Tree& tree, std::string_view program, int status) {
     keepSetting(tree, program, paths::kExits, std::to_string(status));
 }
 
+std::vector<ProgramSetting> programSettings(const Tree& tree) {
+    std::vector<ProgramSetting> settings;
+    for (const Program& program : kPrograms) {
+        const ProgramSetting one{std::string(baseName(program.path)),
+                                 numberIn<double>(tree, settingOf(program, paths::kPauses)),
+                                 numberIn<int>(tree, settingOf(program, paths::kExits))};
+        if (one.seconds != 0 || one.status != 0) {
+            settings.push_back(one);
+        }
+    }
+    return settings;
+}
+
 std::string commandLine(const Words& words) {
     std::string line;
     for (const std::string& word : words) {

@@ -33,6 +33,18 @@ void setPause(const Tree& tree, std::string_view program, double seconds);
 // usual. BadRequest when there is no such program.
 void setExitStatus(const Tree& tree, std::string_view program, int status);
 
+// How long each call of a program takes, and how it ends; 0 is as usual.
+struct ProgramSetting {
+    std::string name;
+    double seconds;
+    int status;
+
+    bool operator==(const ProgramSetting&) const = default;
+};
+
+// Those that are not as usual.
+std::vector<ProgramSetting> programSettings(const Tree& tree);
+
 // Words as a shell reads them, quoted where a shell needs it: "pkill -f '/bin/sh x'".
 std::string commandLine(const std::vector<std::string>& words);
 

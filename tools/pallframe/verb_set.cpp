@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "frame/changes.h"
-#include "frame/status.h"
+#include "inspection/status.h"
 #include "player.h"
 #include "verbs.h"
 
@@ -27,6 +27,11 @@ void addChange(CLI::App& set, const frame::ChangeKind& kind, const std::shared_p
         frame::readChange(all)(which->tree());
     });
 }
+
+struct StatusWords {
+    Which which;
+    bool json = false;
+};
 
 struct PlayWords {
     Which which;
@@ -70,10 +75,14 @@ void addPlay(CLI::App& app, Call&) {
 }
 
 void addStatus(CLI::App& app, Call&) {
-    const auto which = std::make_shared<Which>();
+    const auto words = std::make_shared<StatusWords>();
     CLI::App* verb = app.add_subcommand("status", "Ports, voltages, services, what was called");
-    which->addTo(*verb);
-    verb->callback([which] { std::fputs(describe(which->tree()).c_str(), stdout); });
+    verb->add_flag("--json", words->json, "One JSON object instead of a table");
+    words->which.addTo(*verb);
+    verb->callback([words] {
+        const inspection::FrameStatus status = inspection::statusOf(words->which.tree());
+        std::fputs((words->json ? jsonOf(status) : tableOf(status)).c_str(), stdout);
+    });
 }
 
 }  // namespace pallframe

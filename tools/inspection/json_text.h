@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "client/safe_text.h"
+#include "model/json.h"
+
+namespace inspection {
+
+// Texts that files may hold, as JSON can: what is no UTF-8 in them is replaced.
+inline UniqueJSON textItem(const std::string& text) {
+    return jsonString(pallctl::validUTF8(text));
+}
+
+inline UniqueJSON textItems(const std::vector<std::string>& texts) {
+    UniqueJSON all = jsonArray();
+    for (const std::string& text : texts) {
+        addElement(all.get(), textItem(text));
+    }
+    return all;
+}
+
+}  // namespace inspection
