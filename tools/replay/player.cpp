@@ -9,6 +9,7 @@ namespace replay {
 namespace {
 
 using asio::ip::tcp;
+using namespace std::chrono_literals;
 
 // The bus client of every module answers this one, after all that it was sent before.
 constexpr const char* kClosingID = "end@replay";
@@ -62,7 +63,7 @@ void Player::welcome(tcp::socket socket) {
     if (++connections_ == 1) {
         begin_ = Clock::now();
     }
-    since_ = Clock::now();
+    stirred_ = Clock::now();
     link_->start({[this](std::string payload) { take(std::move(payload)); }, [this] { advance(); },
                   [this] { lose(); }});
     advance();
@@ -76,6 +77,7 @@ void Player::take(std::string payload) {
         answered_ = true;
     } else if (!finished_) {
         comparison_.take(now(), std::move(payload));
+        stirred_ = Clock::now();
     }
     advance();
 }
@@ -85,7 +87,7 @@ void Player::lose() {
     if (!finished_) {
         comparison_.takeLoss(now());
     }
-    since_ = Clock::now();
+    stirred_ = Clock::now();
     advance();
 }
 
@@ -102,7 +104,6 @@ void Player::advance() {
             return;
         }
         ++next_;
-        since_ = Clock::now();
     }
 }
 
@@ -142,7 +143,7 @@ std::optional<Player::Clock::time_point> Player::connectStep() {
     if (link_) {
         link_->close();
         link_.reset();
-        since_ = Clock::now();
+        stirred_ = Clock::now();
     }
     return untilReturn();
 }
@@ -159,6 +160,8 @@ std::optional<Player::Clock::time_point> Player::sendStep(const Step& step) {
     }
     link_->send(comparison_.forToday(step.payload));
     ++sent_;
+    sentAt_ = step.at;
+    stirred_ = Clock::now();
     return std::nullopt;
 }
 
@@ -169,7 +172,7 @@ std::optional<Player::Clock::time_point> Player::expectStep(size_t index) {
     if (!link_) {
         return untilReturn();
     }
-    const auto limit = (speed_ ? due(steps_[index]) : since_) + kPatience;
+    const auto limit = limitOf(steps_[index]);
     if (Clock::now() < limit) {
         return limit;
     }
@@ -179,20 +182,21 @@ std::optional<Player::Clock::time_point> Player::expectStep(size_t index) {
 
 // What the device still had to say to all that went before has come when this is answered.
 std::optional<Player::Clock::time_point> Player::closingQuestion() {
-    if (!link_ || answered_ || (asked_ && Clock::now() >= since_ + kPatience)) {
+    if (!link_ || answered_ || (asked_ && Clock::now() >= stirred_ + kPatience)) {
         return std::nullopt;
     }
     if (!asked_) {
         asked_ = true;
+        stirred_ = Clock::now();
         link_->send(kClosingQuestion);
     }
-    return since_ + kPatience;
+    return stirred_ + kPatience;
 }
 
 // A device that does not come back ends the replay.
 std::optional<Player::Clock::time_point> Player::untilReturn() {
-    if (Clock::now() < since_ + kReturn) {
-        return since_ + kReturn;
+    if (Clock::now() < stirred_ + kReturn) {
+        return stirred_ + kReturn;
     }
     next_ = steps_.size();
     return Clock::now();
@@ -207,6 +211,14 @@ void Player::finish() {
 Player::Clock::time_point Player::due(const Step& step) const {
     const std::chrono::duration<double, std::micro> recorded = step.at - steps_.front().at;
     return begin_ + std::chrono::duration_cast<Clock::duration>(recorded / *speed_);
+}
+
+// Until when a message is waited for.
+Player::Clock::time_point Player::limitOf(const Step& step) const {
+    if (speed_) {
+        return due(step) + kPatience;
+    }
+    return stirred_ + kPatience + (isAnswer(parseMessage(step.payload)) ? step.at - sentAt_ : 0us);
 }
 
 // Where the replay has got to in the recording.

@@ -25,8 +25,9 @@ namespace replay {
 // Thread of the loop; destroyed before it.
 class Player {
   public:
-    // For what the device ought to say or do next.
-    static constexpr std::chrono::seconds kPatience{5};
+    // For what the device ought to say next, from when it was sent something or said something
+    // last: the poll runs every second. An answer has the time that it took then on top.
+    static constexpr std::chrono::seconds kPatience{4};
     // For a device to come back; the daemon tries every second.
     static constexpr std::chrono::seconds kReturn{10};
 
@@ -67,6 +68,7 @@ class Player {
     void finish();
 
     Clock::time_point due(const Step& step) const;
+    Clock::time_point limitOf(const Step& step) const;
     std::chrono::microseconds now() const;
 
     asio::ip::tcp::acceptor acceptor_;
@@ -76,13 +78,14 @@ class Player {
     const Speed speed_;
     std::function<void()> done_;
 
-    std::shared_ptr<DeviceLink> link_;  // null while there is no connection
-    size_t connections_ = 0;            // that there were
-    size_t reached_ = 0;                // connect steps
-    Clock::time_point begin_;           // of the first connection
-    size_t next_ = 0;                   // step
-    Clock::time_point since_;           // when that became the next one
-    bool asked_ = false;                // the closing question
+    std::shared_ptr<DeviceLink> link_;    // null while there is no connection
+    size_t connections_ = 0;              // that there were
+    size_t reached_ = 0;                  // connect steps
+    Clock::time_point begin_;             // of the first connection
+    size_t next_ = 0;                     // step
+    Clock::time_point stirred_;           // when something was sent or came last
+    std::chrono::microseconds sentAt_{};  // in the recording, of what was sent last
+    bool asked_ = false;                  // the closing question
     bool answered_ = false;
     bool finished_ = false;
     size_t sent_ = 0;
