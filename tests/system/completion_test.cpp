@@ -33,6 +33,8 @@ constexpr Line kLines[] = {
     {"pallctl set system.netmask=\t", "<set><system.netmask=255.255.255.0>"},
     {"pallctl set sshE\tEn\tftpEnabled=Di\t", "<set><sshEnabled=Enabled><ftpEnabled=Disabled>"},
     {"pallctl set psu1V\t", "<set><psu1V>"},
+    {"pallctl network --add\t1\t", "<network><--address><10.0.0.5>"},
+    {"pallctl network --netmask=\t", "<network><--netmask=255.255.255.0>"},
     // values with blanks, with all ways to quote them
     {"pallctl set activeEth\tPo\t2\t", "<set><activeEthernet=Port 2>"},
     {"pallctl set activeEthernet=Port\\ 2\t", "<set><activeEthernet=Port 2>"},

@@ -29,6 +29,17 @@ constexpr Kind kKinds[] = {
     {"NAME=VALUE", offerAssignments},
 };
 
+// Options that take the value of one parameter.
+struct Setting {
+    const char* option;
+    const char* name;
+};
+constexpr Setting kSettings[] = {
+    {"--address", "ipAddress"},
+    {"--netmask", "netmask"},
+    {"--gateway", "gateway"},
+};
+
 std::string given(const BegunValue& begun, const char* option, const std::string& otherwise) {
     const auto found = begun.options.find(option);
     return found == begun.options.end() ? otherwise : found->second;
@@ -52,15 +63,22 @@ void keepSettable(std::vector<const Parameter*>& parameters) {
 }  // namespace
 
 std::vector<Offer> liveValues(const BegunValue& begun) {
-    const auto kind = std::find_if(std::begin(kKinds), std::end(kKinds),
-                                   [&begun](const Kind& each) { return begun.kind == each.name; });
-    if (kind == std::end(kKinds)) {
+    const auto* kind = std::find_if(std::begin(kKinds), std::end(kKinds), [&](const Kind& each) {
+        return begun.kind == each.name && begun.option.empty();
+    });
+    const auto* setting =
+        std::find_if(std::begin(kSettings), std::end(kSettings),
+                     [&](const Setting& each) { return begun.option == each.option; });
+    if (kind == std::end(kKinds) && setting == std::end(kSettings)) {
         return {};
     }
     replaceLogSink([](int, const std::string&) {});
     Client client(reachOf(begun), Interest::answers);
     if (!client.connect() || !client.device().read(client.catalogue(), kPatience)) {
         return {};
+    }
+    if (setting != std::end(kSettings)) {
+        return offerValues(client.mirror().find(client.device().fullName(setting->name)));
     }
     std::vector<const Parameter*> parameters = client.described();
     if (begun.verb == "set") {

@@ -37,7 +37,8 @@ std::string row(const std::string& head, const std::string& text) {
         line.clear();
     }
     line.resize(kTextColumn, ' ');
-    for (const std::string& word : split(text, ' ')) {
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
         if (line.size() + 1 + word.size() > kColumns) {
             lines += line + "\n";
             line.assign(kTextColumn, ' ');

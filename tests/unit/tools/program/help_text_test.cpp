@@ -72,6 +72,11 @@ TEST_F(HelpTextTest, BreaksLongLinesBetweenWordsBefore80Columns) {
                                   "                          go on in a second line\n"));
 }
 
+TEST_F(HelpTextTest, GoesOnInTheColumnWhereADescriptionHasALineEnd) {
+    app_.add_subcommand("lift", "Up\nwith it");
+    EXPECT_THAT(help(), HasSubstr("  lift                    Up with it\n"));
+}
+
 TEST_F(HelpTextTest, HidesWhatHasNoGroup) {
     app_.add_flag("--secret", flag_, "")->group("");
     app_.add_subcommand("hidden", "")->group("");
