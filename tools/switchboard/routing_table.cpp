@@ -104,7 +104,7 @@ std::vector<ClientID> RoutingTable::select(std::string_view objectName, Wanted w
         }
     });
     std::ranges::sort(selected);
-    selected.erase(std::ranges::unique(selected).begin(), selected.end());
+    selected.erase(std::unique(selected.begin(), selected.end()), selected.end());
     return selected;
 }
 
