@@ -1,6 +1,5 @@
 // Each step of a save made to fail: what it gives, what it logs, and what a reader then finds.
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include "sample_container.h"
 #include "support/captured_log.h"
 #include "support/exhausted_memory.h"
+#include "support/no_free_descriptors.h"
 #include "support/temporary_directory.h"
 
 namespace {
@@ -42,7 +42,10 @@ class Rotation : public testing::Test {
     }
 
     // A save before this one left a file behind.
-    void begin() { directory_.write("file.json", sampleFile("before")); }
+    void begin() {
+        written("before");
+        log_.take();
+    }
 
     Line openFailure() const {
         return {kError, "Error - couldn't open file " + path_ + " for writing\n"};
@@ -69,23 +72,6 @@ class Rotation : public testing::Test {
     const std::string new_ = path_ + ".new";
     const std::string old_ = path_ + ".old";
     SampleContainer container_{directory_.path("file")};
-};
-
-// No file can be opened while this lives; names can still be looked up and changed.
-class NoFreeDescriptors {
-  public:
-    NoFreeDescriptors() {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        rlimit none = before_;
-        none.rlim_cur = 0;
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoFreeDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-    NoFreeDescriptors(const NoFreeDescriptors&) = delete;
-    NoFreeDescriptors& operator=(const NoFreeDescriptors&) = delete;
-
-  private:
-    rlimit before_{};
 };
 
 FileCallWatch::Before failing(const FileCall& expected, FileAnswer answer) {

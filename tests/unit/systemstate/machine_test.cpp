@@ -1,6 +1,5 @@
 #include "systemstate/machine.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -13,6 +12,7 @@
 
 #include "frame_root.h"
 #include "support/captured_log.h"
+#include "support/no_free_descriptors.h"
 
 namespace {
 
@@ -82,13 +82,12 @@ TEST(MachineFirstLine, WaitsForTheEndOfTheCommand) {
 // A process that may open nothing more cannot make a pipe.
 TEST(MachineFirstLine, PipeThatCannotBeMadeIsLoggedAndGivesNothing) {
     CapturedLog log;
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    rlimit none = before;
-    none.rlim_cur = 3;
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const std::optional<std::string> line = Machine().firstLine("echo one");
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    Machine machine;
+    machine.firstLine("true");
+    const std::optional<std::string> line = [&] {
+        const NoFreeDescriptors none;
+        return machine.firstLine("echo one");
+    }();
 
     EXPECT_EQ(line, std::nullopt);
     EXPECT_THAT(log.take(), ElementsAre(CapturedLog::Line{
