@@ -45,17 +45,23 @@ constexpr Line kLines[] = {
     {"pallframe run -- tou\t/vantor/etc/netw\t", "<run><--><touch></vantor/etc/network.conf>"},
 };
 
-class Completion : public testing::TestWithParam<const char*> {
+struct Shell {
+    const char* name;
+    Words command;
+};
+
+class Completion : public testing::TestWithParam<Shell> {
   protected:
-    Completion()
-        : shell(inFrame({"tests/system/completion/shell", programDirectory(), GetParam()})) {
-        shell.readUntil("ready> ");
-    }
+    Completion() : shell(withDaemon(GetParam().command)) { shell.readUntil("ready> "); }
 
     Terminal shell;
 };
 
-INSTANTIATE_TEST_SUITE_P(Shells, Completion, testing::Values("bash", "zsh"));
+INSTANTIATE_TEST_SUITE_P(
+    Shells, Completion,
+    testing::Values(Shell{"bash", {"bash", "--rcfile", "tests/system/completion/bashrc", "-i"}},
+                    Shell{"zsh", {"env", "ZDOTDIR=tests/system/completion", "zsh", "-i"}}),
+    [](const auto& shell) { return shell.param.name; });
 
 TEST_P(Completion, PutsWholeWordsOnTheLine) {
     for (const Line& line : kLines) {

@@ -48,6 +48,13 @@ inline Words inFrame(const Words& command) {
     return words;
 }
 
+// A command in a frame of its own, beside bus and daemon.
+inline Words withDaemon(const Words& command) {
+    Words words{"tests/system/with-daemon", programDirectory()};
+    words.insert(words.end(), command.begin(), command.end());
+    return inFrame(words);
+}
+
 inline Result shellInFrame(const std::string& script) {
     return run(inFrame({"sh", "-c", script}));
 }

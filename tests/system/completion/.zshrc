@@ -1,4 +1,4 @@
-fpath=($COMPLETION $fpath)
+fpath=($PWD/tools/completion $fpath)
 autoload -Uz compinit
 compinit -D -u
-. "$ZDOTDIR/told"
+. tests/system/completion/told

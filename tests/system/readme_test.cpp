@@ -1,0 +1,125 @@
+// What the README shows, done again.
+
+#include <regex>
+#include <sstream>
+
+#include "pallframe_process.h"
+
+using namespace outside;
+
+namespace {
+
+struct Shown {
+    std::string command;
+    std::vector<std::string> lines;  // "..." stands for any number of them
+};
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+// The commands, behind "$ ", and what they print, of every block that is marked as a console's.
+std::vector<Shown> shownIn(const std::string& page) {
+    std::vector<Shown> session;
+    bool inside = false;
+    for (const std::string& line : linesOf(page)) {
+        if (line.compare(0, 3, "```") == 0) {
+            inside = line == "```console";
+        } else if (inside && line.compare(0, 2, "$ ") == 0) {
+            session.push_back({line.substr(2), {}});
+        } else if (inside && !session.empty()) {
+            session.back().lines.push_back(line);
+        }
+    }
+    return session;
+}
+
+constexpr char kEndOfCommand = '\x1e';
+
+// All of them in one shell, so that "$?" is what the one before ended with.
+std::string scriptOf(const std::vector<Shown>& session) {
+    std::string script;
+    for (const Shown& shown : session) {
+        script += "{ " + shown.command + "\n} 2>&1 </dev/null; status=$?; printf '\\036'; " +
+                  "(exit $status)\n";
+    }
+    return script;
+}
+
+std::vector<std::string> splitAt(const std::string& text, char end) {
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, end);) {
+        parts.push_back(part);
+    }
+    return parts;
+}
+
+// Times of day differ.
+std::string comparable(const std::string& line) {
+    static const std::regex kTime(R"(\d\d:\d\d:\d\d\.\d{3})");
+    return std::regex_replace(line, kTime, "TIME");
+}
+
+bool matches(const std::vector<std::string>& shown, const std::vector<std::string>& printed) {
+    size_t at = 0;
+    bool anyNumber = false;
+    for (const std::string& line : shown) {
+        if (line == "...") {
+            anyNumber = true;
+            continue;
+        }
+        while (anyNumber && at < printed.size() && comparable(printed[at]) != comparable(line)) {
+            ++at;
+        }
+        if (at == printed.size() || comparable(printed[at]) != comparable(line)) {
+            return false;
+        }
+        ++at;
+        anyNumber = false;
+    }
+    return anyNumber || at == printed.size();
+}
+
+TEST(Readme, ShowsWhatIsSeen) {
+    const std::vector<Shown> session = shownIn(readFile("README.md"));
+    ASSERT_GT(session.size(), 5u);
+    const Result result = run(withDaemon({"bash", "-c", scriptOf(session)}));
+    const std::vector<std::string> printed = splitAt(result.output, kEndOfCommand);
+    ASSERT_EQ(printed.size(), session.size()) << result.output << result.error;
+    for (size_t i = 0; i < session.size(); ++i) {
+        EXPECT_TRUE(matches(session[i].lines, linesOf(printed[i])))
+            << "$ " << session[i].command << "\nprints\n"
+            << printed[i];
+    }
+}
+
+TEST(Readme, IsComparedLineByLine) {
+    EXPECT_TRUE(matches({"a", "b"}, {"a", "b"}));
+    EXPECT_FALSE(matches({"a"}, {"a", "b"}));
+    EXPECT_FALSE(matches({"a", "b"}, {"a"}));
+    EXPECT_FALSE(matches({"a", "x"}, {"a", "b"}));
+    EXPECT_TRUE(matches({"...", "b", "..."}, {"a", "b", "c"}));
+    EXPECT_FALSE(matches({"...", "x", "..."}, {"a", "b", "c"}));
+    EXPECT_TRUE(matches({"12:34:56.789  a"}, {"01:02:03.004  a"}));
+}
+
+// A page that is linked to has to be there.
+TEST(Readme, LinksToPagesThatThereAre) {
+    const std::string page = readFile("README.md");
+    const std::regex link(R"(\]\(([^)#]+)\)|`((?:doc|src|tools|tests)/[^` ]+)`)");
+    size_t links = 0;
+    for (std::sregex_iterator match(page.begin(), page.end(), link), end; match != end; ++match) {
+        const std::string path = (*match)[1].matched ? (*match)[1].str() : (*match)[2].str();
+        EXPECT_TRUE(path.find("://") != std::string::npos || fs::exists(path)) << path;
+        ++links;
+    }
+    EXPECT_GT(links, 5u);
+}
+
+}  // namespace
