@@ -115,6 +115,8 @@ INSTANTIATE_TEST_SUITE_P(Bad, Usage,
                              {"set"},
                              {"status", "--tree", "/", "--frame", "1"},
                              {"status", "--frame", "1"},
+                             {"doctor", "--frame", "1"},
+                             {"doctor", "--frame", "1", "--root", "/"},
                              {"enter"},
                              {"enter", "1", "--", "true"},
                              {"enter", "1", "true", "--", "true"},
@@ -143,7 +145,7 @@ TEST_P(Usage, IsAnsweredWithOneLineAndStatus2) {
 }
 
 TEST(Help, FitsAScreen) {
-    for (const char* verb : {"", "run", "enter", "list", "set", "play", "status"}) {
+    for (const char* verb : {"", "run", "enter", "list", "set", "play", "status", "doctor"}) {
         const Words words = *verb == 0 ? Words{"--help"} : Words{verb, "--help"};
         const Result result = run(pallframe(words));
         EXPECT_EQ(result.status, 0);

@@ -20,7 +20,7 @@ int runVerbs(int argc, char** argv) {
     call.commandWords = static_cast<size_t>(std::max<ptrdiff_t>(end - dashes - 1, 0));
     CLI::App app("Makes simulated router frames and runs commands inside them.", "pallframe");
     app.require_subcommand(1);
-    for (const auto add : {addRun, addEnter, addList, addSet, addPlay, addStatus}) {
+    for (const auto add : {addRun, addEnter, addList, addSet, addPlay, addStatus, addDoctor}) {
         add(app, call);
     }
     finishCommandLine(app);

@@ -21,6 +21,7 @@ void addList(CLI::App& app, Call& call);
 void addSet(CLI::App& app, Call& call);
 void addPlay(CLI::App& app, Call& call);
 void addStatus(CLI::App& app, Call& call);
+void addDoctor(CLI::App& app, Call& call);
 
 // The frame that a verb speaks of: a named one, the one that this program runs in, or the only one
 // that runs.

@@ -1,0 +1,96 @@
+// What the doctor says of a frame that lacks something, and what the daemon publishes on it.
+
+#include "frame/devices.h"
+#include "frame/paths.h"
+#include "model/json.h"
+#include "on_product.h"
+
+using namespace harness;
+namespace paths = frame::paths;
+
+namespace {
+
+struct Lack {
+    const char* product;
+    std::string path;
+    size_t published;  // how many parameters the doctor has a value for
+};
+
+void PrintTo(const Lack& lack, std::ostream* out) {
+    *out << lack.path << " on " << lack.product;
+}
+
+class Lacking : public OnProduct, public testing::WithParamInterface<Lack> {
+  protected:
+    Lacking() : OnProduct(GetParam().product) { hide(GetParam().path); }
+
+    // The doctor's finding of that path; an empty document when it has none.
+    UniqueJSON finding() const {
+        Process doctor({programDirectory() / "pallframe", "doctor", "--json"});
+        EXPECT_EQ(doctor.waitForEnd(), 1);
+        const std::string text = doctor.output().waitForEnd();
+        const UniqueJSON all = parseJSON(text.data(), text.size());
+        const cJSON* check = nullptr;
+        cJSON_ArrayForEach(check, jsonMember(all.get(), "checks")) {
+            if (jsonText(jsonMember(check, "path")) == GetParam().path) {
+                return copyJSON(check);
+            }
+        }
+        return nullptr;
+    }
+
+    // The daemon has polled twice when this has come and gone.
+    void waitForPolls() {
+        if (frame.exists(paths::kRegisters)) {
+            waitForAnnouncement("psu1Voltage");
+        } else if (onPolled(product)) {
+            waitForAnnouncement("ethPort2Status", "2");
+            frame::setCable(frame.tree(), "eth1", false);
+            waitForAnnouncement("ethPort2Status", "0");
+        }
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Something, Lacking,
+                         testing::Values(Lack{"KELI", "/tmp/eeprom", 1},
+                                         Lack{"Tessara", "/etc/build.prop", 1},
+                                         Lack{"Quorane", "/vantor/etc/network.conf", 3},
+                                         Lack{"QuoraneBrio", "/vantor/etc/network.conf", 3},
+                                         Lack{"KELI", "/proc/net/bonding/bond0", 2},
+                                         Lack{"Tessara", "/tmp/bond0", 2},
+                                         Lack{"Tessara-5ru", "/tmp/tessaradetect.txt", 1},
+                                         Lack{"Quorane", std::string(paths::kRegisters), 3}));
+
+TEST_P(Lacking, PublishesWhatTheDoctorSays) {
+    const UniqueJSON found = finding();
+    EXPECT_STREQ(jsonText(jsonMember(found.get(), "state")), "missing");
+    startAndSettle();
+    waitForPolls();
+    size_t compared = 0;
+    const cJSON* one = nullptr;
+    cJSON_ArrayForEach(one, jsonMember(found.get(), "published")) {
+        if (cJSON_IsNull(one) == 0) {
+            EXPECT_EQ(valueOf(one->string), renderJSON(one, false)) << one->string;
+            ++compared;
+        }
+    }
+    EXPECT_EQ(compared, GetParam().published);
+}
+
+class DoctorOfProduct : public OnProduct, public testing::WithParamInterface<const char*> {
+  protected:
+    DoctorOfProduct() : OnProduct(GetParam()) {}
+};
+
+INSTANTIATE_TEST_SUITE_P(Products, DoctorOfProduct, testing::ValuesIn(kProducts),
+                         [](const auto& one) { return identifierOf(one.param); });
+
+TEST_P(DoctorOfProduct, IsSatisfiedWithAFrameThatIsWell) {
+    Process doctor({programDirectory() / "pallframe", "doctor"});
+    EXPECT_EQ(doctor.waitForEnd(), 0);
+    EXPECT_THAT(doctor.output().waitForEnd(),
+                testing::AllOf(testing::HasSubstr("product         " + product + "\n"),
+                               testing::HasSubstr("\nNothing is wrong in ")));
+}
+
+}  // namespace

@@ -1,0 +1,206 @@
+#include "inspection/doctor.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+
+#include "frame/programs.h"
+#include "frame_to_inspect.h"
+#include "systemstate/product.h"
+
+using namespace inspection;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr const char* kSettings = "/vantor/etc/configurableSystemDetails.json";
+
+class Doctor : public FrameToInspect {};
+class DoctorOn : public FrameToInspect, public testing::WithParamInterface<const char*> {
+  protected:
+    DoctorOn() { runAs(GetParam()); }
+
+    // The checks of this product, without those of which both ways are good.
+    std::vector<Check> needed() const {
+        std::vector<Check> all;
+        for (const Check& check : checks()) {
+            if (check.concerns(Product(GetParam())) && check.kind != Kind::optional) {
+                all.push_back(check);
+            }
+        }
+        return all;
+    }
+};
+
+// Where a check's file lies in a furnished frame.
+std::string placeOf(const Check& check) {
+    const std::string path = pathOf(check);
+    return path.starts_with("/") ? path : "/usr/local/sbin/" + path;
+}
+
+std::vector<std::string> namesOf(std::span<const Published> published) {
+    std::vector<std::string> names;
+    for (const Published& one : published) {
+        if (!one.name.empty()) {
+            names.emplace_back(one.name);
+        }
+    }
+    return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Products, DoctorOn, testing::ValuesIn(kAllProducts));
+
+TEST_P(DoctorOn, HasNoComplaintAboutAFrameThatIsWell) {
+    const Diagnosis found = diagnosis();
+    EXPECT_EQ(found.product, GetParam());
+    EXPECT_TRUE(found.isWell());
+    for (const Finding& finding : found.findings) {
+        EXPECT_EQ(finding.state, State::well) << finding.path << ": " << finding.reason;
+        EXPECT_THAT(finding.published, IsEmpty()) << finding.path;
+    }
+}
+
+// In a frame that lacks the one thing, only its line complains.
+TEST_P(DoctorOn, MissesEachThingThatIsNotThere) {
+    for (const Check& check : needed()) {
+        if (check.kind != Kind::file && check.kind != Kind::program) {
+            continue;
+        }
+        runAs(GetParam());
+        tree.hide(placeOf(check));
+        size_t complaints = 0;
+        for (const Finding& finding : diagnosis().findings) {
+            complaints += finding.isProblem() ? 1U : 0U;
+        }
+        const Finding finding = at(pathOf(check));
+        EXPECT_EQ(finding.state, State::missing) << pathOf(check);
+        EXPECT_EQ(finding.effect, check.effect);
+        EXPECT_EQ(namesOf(finding.published), namesOf(check.published));
+        EXPECT_FALSE(diagnosis().isWell());
+        // Without the eeprom it is another product, of which more may be missing.
+        EXPECT_TRUE(complaints == 1 || check.word == 1) << pathOf(check);
+    }
+}
+
+TEST_P(DoctorOn, SaysWhenAFileDoesNotSayWhatItHasTo) {
+    size_t tried = 0;
+    for (const Check& check : needed()) {
+        if (check.kind == Kind::file && check.decodes != nullptr) {
+            runAs(GetParam());
+            tree.replace(placeOf(check), "\n");
+            EXPECT_EQ(at(pathOf(check)).state, State::undecodable) << pathOf(check);
+            for (const Published& one : at(pathOf(check)).published) {
+                EXPECT_EQ(one.value, "") << "not known beforehand";
+            }
+            ++tried;
+        }
+    }
+    EXPECT_GE(tried, 4U);
+}
+
+TEST_P(DoctorOn, SaysWhenAProgramMayNotBeRun) {
+    for (const Check& check : needed()) {
+        if (check.kind == Kind::program) {
+            runAs(GetParam());
+            tree.replace(placeOf(check), "", 0644);
+            EXPECT_EQ(at(pathOf(check)).state, State::notExecutable) << pathOf(check);
+        }
+    }
+}
+
+TEST_F(Doctor, KnowsTheProductFromWhatAShellWouldRead) {
+    EXPECT_EQ(productNamed("SERIAL=1\nPRODUCT=KELI\n"), "KELI");
+    EXPECT_EQ(productNamed("export PRODUCT=\"Tessara-5ru\"\r\n"), "Tessara-5ru");
+    EXPECT_EQ(productNamed("PRODUCT=KELI\nPRODUCT='Quorane'"), "Quorane");
+    EXPECT_EQ(productNamed("PRODUCTS=KELI\n#PRODUCT=KELI\nproduct=KELI"), "");
+}
+
+TEST_F(Doctor, ACardThatSaysNothingIsAQuorane) {
+    runAs("Quorane");
+    tree.hide("/tmp/eeprom");
+    EXPECT_EQ(diagnosis().product, "Quorane");
+    EXPECT_EQ(at("/tmp/eeprom").published.at(0).value, "\"Quorane\"");
+}
+
+TEST_F(Doctor, AnUnknownProductIsAProblem) {
+    runAs("Quorane");
+    tree.replace("/tmp/eeprom", "PRODUCT=Quasar\n");
+    EXPECT_EQ(diagnosis().product, "Quasar");
+    EXPECT_EQ(at("/tmp/eeprom").state, State::undecodable);
+}
+
+TEST_F(Doctor, TellsWhatAMarkerMeansWithoutComplaining) {
+    runAs("KELI");
+    tree.replace("/vantor/etc/sshServerDisabled", "");
+    const Finding finding = at("/vantor/etc/sshServerDisabled");
+    EXPECT_EQ(finding.state, State::well);
+    EXPECT_EQ(finding.reason, "present");
+    EXPECT_EQ(finding.published.at(0).name, "sshEnabled");
+    EXPECT_EQ(finding.published.at(0).value, "0");
+    EXPECT_TRUE(diagnosis().isWell());
+}
+
+TEST_F(Doctor, ReadsTheSettingsOrTheirOlderCopy) {
+    runAs("Quorane");
+    EXPECT_EQ(at(kSettings).reason, "nothing was saved yet");
+    tree.replace(kSettings, "{\"version\":1}");
+    EXPECT_EQ(at(kSettings).state, State::well);
+    tree.replace(kSettings, "{\"vers");
+    EXPECT_EQ(at(kSettings).reason, "saved settings start with their defaults");
+    tree.replace(std::string(kSettings) + ".old", "{}");
+    EXPECT_EQ(at(kSettings).state, State::undecodable);
+    EXPECT_EQ(at(kSettings).reason, "its older copy is used");
+    tree.remove(kSettings);
+    EXPECT_EQ(at(kSettings).state, State::missing);
+    const auto names = namesOf(at(kSettings).published);
+    EXPECT_THAT(names, testing::IsSupersetOf({"frameName", "systemName", "sshEnabled"}));
+    EXPECT_THAT(names, testing::Not(testing::Contains("ipAddress")));
+}
+
+TEST_F(Doctor, MissesTheDirectoryOfTheSettings) {
+    runAs("Quorane");
+    tree.hide("/vantor/etc");
+    EXPECT_EQ(at("/vantor/etc").state, State::missing);
+}
+
+TEST_F(Doctor, FollowsLinksAsTheFrameDoes) {
+    runAs("Quorane");
+    tree.replace("/elsewhere/conf", tree.read(frame::paths::kNetwork));
+    tree.remove(frame::paths::kNetwork);
+    std::filesystem::create_symlink("/elsewhere/conf", tree.path(frame::paths::kNetwork));
+    EXPECT_EQ(at("/vantor/etc/network.conf").state, State::well);
+    tree.remove(frame::paths::kNetwork);
+    std::filesystem::create_symlink("/etc/passwd", tree.path(frame::paths::kNetwork));
+    tree.remove("/etc/passwd");
+    EXPECT_EQ(at("/vantor/etc/network.conf").state, State::missing) << "the host has one";
+}
+
+TEST_F(Doctor, IsNotHeldUpByWhatIsNoFile) {
+    runAs("Quorane");
+    tree.remove("/etc/build.prop");
+    ASSERT_EQ(::mkfifo(tree.path("/etc/build.prop").c_str(), 0644), 0);
+    EXPECT_EQ(at("/etc/build.prop").state, State::unreadable);
+    tree.remove(frame::paths::kNetwork);
+    tree.makeDirectory(frame::paths::kNetwork);
+    EXPECT_EQ(at("/vantor/etc/network.conf").reason, "not a plain file");
+}
+
+TEST_F(Doctor, SaysWhatThisUserMayNotSee) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    runAs("Quorane");
+    std::filesystem::permissions(tree.path("/"), std::filesystem::perms::all);
+    std::filesystem::permissions(tree.path("/vantor/etc"), std::filesystem::perms::owner_all);
+    ASSERT_EQ(::seteuid(65534), 0);
+    const Diagnosis found = diagnosis();
+    const Finding finding = at("/vantor/etc/network.conf");
+    ASSERT_EQ(::seteuid(0), 0);
+    EXPECT_EQ(finding.state, State::unseen);
+    EXPECT_EQ(finding.reason, "Permission denied");
+    EXPECT_THAT(finding.published, IsEmpty());
+    EXPECT_TRUE(found.isWell()) << "of what could be seen";
+}
+
+}  // namespace

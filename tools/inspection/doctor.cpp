@@ -1,0 +1,154 @@
+#include "inspection/doctor.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "frame/programs.h"
+#include "systemstate/catalogue.h"
+#include "systemstate/product.h"
+
+namespace inspection {
+
+namespace {
+
+constexpr const char* kUnlabelled =
+    "Quorane";  // what the daemon takes a card for that says nothing
+
+Product productOf(const Root& root) {
+    const std::string name = productNamed(root.file(pathOf(checks().front())).text);
+    return Product(name.empty() ? kUnlabelled : name);
+}
+
+Sight fileOf(const Root& root, const Check& check, const Product& product) {
+    Sight sight = root.file(pathOf(check));
+    if (sight.state == State::well && check.decodes != nullptr &&
+        !check.decodes(sight.text, product)) {
+        return {State::undecodable, "does not say what it has to"};
+    }
+    return sight;
+}
+
+// A program without a path stands where a shell finds it.
+Sight programOf(const Root& root, const std::string& name) {
+    if (name.starts_with("/")) {
+        return root.program(name);
+    }
+    Sight best{State::missing, "not in " + std::string(frame::kSearchPath)};
+    std::istringstream directories(frame::kSearchPath);
+    for (std::string directory; std::getline(directories, directory, ':');) {
+        const Sight sight = root.program(directory + "/" + name);
+        if (sight.state == State::well) {
+            return sight;
+        }
+        best = sight.state == State::missing ? best : sight;
+    }
+    return best;
+}
+
+// A frame that has never saved anything has neither file.
+Sight settingsOf(const Root& root, const Check& check, const Product& product) {
+    const Sight present = fileOf(root, check, product);
+    if (present.state == State::well || present.state == State::unseen) {
+        return {present.state, present.reason};
+    }
+    const Sight older = root.file(pathOf(check) + ".old");
+    if (older.state == State::well && check.decodes(older.text, product)) {
+        return {present.state, "its older copy is used"};
+    }
+    return present.state == State::missing && older.state == State::missing
+               ? Sight{State::well, "nothing was saved yet"}
+               : Sight{State::undecodable, "saved settings start with their defaults"};
+}
+
+// All that the state file could have brought.
+std::vector<Published> savedParameters() {
+    std::vector<Published> saved;
+    for (const auto& group : {identityGroup(), mainCatalogue()}) {
+        for (const CatalogueRow& row : group) {
+            if (row.storage == Storage::published) {
+                const std::string_view key(row.key);
+                saved.push_back({key.substr(key.find('.') + 1), ""});
+            }
+        }
+    }
+    return saved;
+}
+
+// What is published is known where the daemon finds nothing; where it finds half of something, only
+// which parameters that touches.
+std::vector<Published> publishedWithout(const Check& check, State state) {
+    if (check.kind == Kind::settings) {
+        return savedParameters();
+    }
+    std::vector<Published> all;
+    for (const Published& one : check.published) {
+        if (!one.name.empty()) {
+            all.push_back({one.name, state == State::undecodable ? "" : one.value});
+        }
+    }
+    return all;
+}
+
+Finding optionalFinding(const Root& root, const Check& check) {
+    const Sight sight = root.file(pathOf(check));
+    Finding finding{pathOf(check)};
+    if (sight.state == State::unseen) {
+        finding.state = sight.state;
+        finding.reason = sight.reason;
+    } else if (sight.state == State::missing) {
+        finding.reason = "not there, as usual";
+    } else {
+        finding.reason = "present";
+        finding.published = publishedWithout(check, State::well);
+        finding.effect = check.effect;
+    }
+    return finding;
+}
+
+Sight lookFor(const Root& root, const Check& check, const Product& product) {
+    switch (check.kind) {
+        case Kind::program:
+            return programOf(root, pathOf(check));
+        case Kind::directory:
+            return root.directory(pathOf(check));
+        case Kind::settings:
+            return settingsOf(root, check, product);
+        case Kind::file:
+        case Kind::optional:
+            break;
+    }
+    return fileOf(root, check, product);
+}
+
+Finding findingOf(const Root& root, const Check& check, const Product& product) {
+    if (check.kind == Kind::optional) {
+        return optionalFinding(root, check);
+    }
+    const Sight sight = lookFor(root, check, product);
+    Finding finding{pathOf(check), sight.state, sight.reason};
+    if (finding.isProblem()) {
+        finding.published = publishedWithout(check, sight.state);
+        finding.effect = check.effect;
+    }
+    return finding;
+}
+
+}  // namespace
+
+bool Diagnosis::isWell() const {
+    return std::none_of(findings.begin(), findings.end(),
+                        [](const Finding& finding) { return finding.isProblem(); });
+}
+
+Diagnosis diagnose(const Root& root) {
+    const Product product = productOf(root);
+    Diagnosis diagnosis{product.name()};
+    for (const Check& check : checks()) {
+        if (check.concerns(product)) {
+            diagnosis.findings.push_back(findingOf(root, check, product));
+        }
+    }
+    return diagnosis;
+}
+
+}  // namespace inspection

@@ -1,0 +1,126 @@
+#include "inspection/report.h"
+
+#include <algorithm>
+#include <array>
+
+#include "client/safe_text.h"
+#include "inspection/json_text.h"
+
+namespace inspection {
+
+namespace {
+
+struct StateWord {
+    State state;
+    const char* word;
+};
+
+constexpr std::array<StateWord, 7> kStateWords{{
+    {State::well, "ok"},
+    {State::missing, "missing"},
+    {State::unreadable, "unreadable"},
+    {State::notExecutable, "not executable"},
+    {State::readOnly, "read-only"},
+    {State::undecodable, "undecodable"},
+    {State::unseen, "not seen"},
+}};
+
+std::string wordOf(State state) {
+    const auto* found = std::find_if(kStateWords.begin(), kStateWords.end(),
+                                     [state](const StateWord& one) { return one.state == state; });
+    return found->word;
+}
+
+// "ipAddress 0, netmask 0", without a value where none is known.
+std::string textOf(const std::vector<Published>& published) {
+    std::string text;
+    for (const Published& one : published) {
+        text += text.empty() ? "" : ", ";
+        text += one.name;
+        text += one.value.empty() ? "" : " ";
+        text += one.value;
+    }
+    return text;
+}
+
+std::string consequences(const Finding& finding) {
+    const std::string names = textOf(finding.published);
+    std::string text(finding.effect);
+    if (!names.empty()) {
+        text = names + (text.empty() ? "" : ": ") + text;
+    }
+    return text.empty() ? "" : "    " + text + "\n";
+}
+
+std::string linesOf(const Finding& finding) {
+    constexpr size_t kPathColumn = 16;
+    std::string line = wordOf(finding.state);
+    line.resize(kPathColumn, ' ');
+    line += pallctl::printable(finding.path);
+    line += finding.reason.empty() ? "" : " (" + pallctl::printable(finding.reason) + ")";
+    return line + "\n" + consequences(finding);
+}
+
+template <typename Condition>
+size_t countOf(const Diagnosis& diagnosis, Condition holds) {
+    return static_cast<size_t>(
+        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(), holds));
+}
+
+std::string summary(const Diagnosis& diagnosis) {
+    const size_t problems =
+        countOf(diagnosis, [](const Finding& finding) { return finding.isProblem(); });
+    const size_t unseen =
+        countOf(diagnosis, [](const Finding& finding) { return finding.state == State::unseen; });
+    const std::string all = std::to_string(diagnosis.findings.size());
+    std::string text = problems == 0 ? "Nothing is wrong in " + all + " places"
+                                     : std::to_string(problems) + " of " + all +
+                                           " places are not as the daemon needs them";
+    if (unseen > 0) {
+        text += "; " + std::to_string(unseen) + " could not be seen: ask as root";
+    }
+    return text + ".\n";
+}
+
+UniqueJSON valueOf(const Published& published) {
+    return published.value.empty() ? jsonNull()
+                                   : parseJSON(published.value.data(), published.value.size());
+}
+
+UniqueJSON itemOf(const Finding& finding) {
+    UniqueJSON published = jsonObject();
+    for (const Published& one : finding.published) {
+        addMember(published.get(), std::string(one.name).c_str(), valueOf(one));
+    }
+    UniqueJSON item = jsonObject();
+    addMember(item.get(), "path", textItem(finding.path));
+    addMember(item.get(), "state", jsonString(wordOf(finding.state)));
+    addMember(item.get(), "reason", textItem(finding.reason));
+    addMember(item.get(), "published", std::move(published));
+    addMember(item.get(), "effect", jsonString(std::string(finding.effect)));
+    return item;
+}
+
+}  // namespace
+
+std::string linesOf(const Diagnosis& diagnosis) {
+    std::string text = "product         " + pallctl::printable(diagnosis.product) + "\n";
+    for (const Finding& finding : diagnosis.findings) {
+        text += linesOf(finding);
+    }
+    return text + summary(diagnosis);
+}
+
+std::string jsonOf(const Diagnosis& diagnosis) {
+    UniqueJSON findings = jsonArray();
+    for (const Finding& finding : diagnosis.findings) {
+        addElement(findings.get(), itemOf(finding));
+    }
+    const UniqueJSON all = jsonObject();
+    addMember(all.get(), "product", textItem(diagnosis.product));
+    addMember(all.get(), "well", jsonBool(diagnosis.isWell()));
+    addMember(all.get(), "checks", std::move(findings));
+    return renderJSON(all.get(), false) + "\n";
+}
+
+}  // namespace inspection

@@ -1,0 +1,98 @@
+#include "inspection/sight.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+
+namespace inspection {
+
+namespace {
+
+using frame::check;
+using frame::Descriptor;
+
+constexpr size_t kMostText = 1 << 20;
+
+Sight failed(int error) {
+    const bool isMissing = error == ENOENT || error == ENOTDIR;
+    const bool isForbidden = error == EACCES || error == EPERM;
+    const State state = isMissing     ? State::missing
+                        : isForbidden ? State::unseen
+                                      : State::unreadable;
+    return {state, std::strerror(error)};
+}
+
+mode_t modeOf(const Descriptor& opened) {
+    struct stat status {};
+    check(::fstat(opened.get(), &status), "fstat");
+    return status.st_mode;
+}
+
+Sight textOf(const Descriptor& opened) {
+    Sight sight;
+    std::array<char, 65536> buffer{};
+    ssize_t size = 0;
+    while (sight.text.size() < kMostText &&
+           (size = ::read(opened.get(), buffer.data(), buffer.size())) > 0) {
+        sight.text.append(buffer.data(), static_cast<size_t>(size));
+    }
+    return size < 0 ? failed(errno) : sight;
+}
+
+}  // namespace
+
+Root::Root(const std::filesystem::path& directory)
+    : root_(check(::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), directory)) {}
+
+Sight Root::open(const std::string& path, int flags, Descriptor& opened) const {
+    open_how how{};
+    how.flags = static_cast<__u64>(flags | O_CLOEXEC);
+    how.resolve = RESOLVE_IN_ROOT;
+    opened = Descriptor(
+        static_cast<int>(::syscall(SYS_openat2, root_.get(), path.c_str(), &how, sizeof(how))));
+    return opened.get() < 0 ? failed(errno) : Sight{};
+}
+
+Sight Root::file(const std::string& path) const {
+    Descriptor opened;
+    // A pipe in the place of a file must not hold anybody up.
+    const Sight sight = open(path, O_RDONLY | O_NONBLOCK, opened);
+    if (sight.state != State::well) {
+        return sight;
+    }
+    return S_ISREG(modeOf(opened)) ? textOf(opened) : Sight{State::unreadable, "not a plain file"};
+}
+
+Sight Root::program(const std::string& path) const {
+    constexpr mode_t kAnybody = S_IXUSR | S_IXGRP | S_IXOTH;
+    Descriptor opened;
+    const Sight sight = open(path, O_PATH, opened);
+    if (sight.state != State::well) {
+        return sight;
+    }
+    const mode_t mode = modeOf(opened);
+    return S_ISREG(mode) && (mode & kAnybody) != 0
+               ? sight
+               : Sight{State::notExecutable, "no program that may be run"};
+}
+
+Sight Root::directory(const std::string& path) const {
+    Descriptor opened;
+    const Sight sight = open(path, O_PATH | O_DIRECTORY, opened);
+    if (sight.state != State::well) {
+        return sight;
+    }
+    struct statvfs system {};
+    check(::fstatvfs(opened.get(), &system), path);
+    return (system.f_flag & ST_RDONLY) == 0
+               ? sight
+               : Sight{State::readOnly, "the file system is read-only"};
+}
+
+}  // namespace inspection

@@ -1,0 +1,58 @@
+#include <cstdio>
+#include <memory>
+
+#include "frame/registry.h"
+#include "inspection/report.h"
+#include "verbs.h"
+
+namespace pallframe {
+
+namespace {
+
+struct DoctorWords {
+    Which which;
+    std::string root;
+    bool json = false;
+};
+
+// Where no simulated frame is meant or runs, this machine may be a real one.
+frame::Tree treeOf(DoctorWords& words) {
+    const bool isFrameMeant =
+        !words.which.frame.empty() || !frame::Registry::ofUser().running().empty();
+    if (!words.root.empty() || !isFrameMeant) {
+        return frame::Tree(words.root.empty() ? "/" : words.root);
+    }
+    return words.which.tree();
+}
+
+int examine(DoctorWords& words) {
+    const frame::Tree tree = treeOf(words);
+    const auto diagnosis = inspection::diagnose(inspection::Root(tree.path("/")));
+    if (words.json) {
+        std::fputs(jsonOf(diagnosis).c_str(), stdout);
+    } else {
+        const std::string& frame = words.which.frame;
+        const std::string root = words.root.empty() ? "/" : words.root;
+        std::printf("%-16s%s\n", frame.empty() ? "root" : "frame",
+                    (frame.empty() ? root : frame).c_str());
+        std::fputs(linesOf(diagnosis).c_str(), stdout);
+    }
+    return diagnosis.isWell() ? 0 : 1;
+}
+
+}  // namespace
+
+void addDoctor(CLI::App& app, Call& call) {
+    const auto words = std::make_shared<DoctorWords>();
+    CLI::App* verb = app.add_subcommand("doctor", "What a frame lacks, and what comes of that");
+    verb->add_option("--root", words->root, "Another frame's root directory, or / of this machine")
+        ->type_name("DIR")
+        ->check(CLI::ExistingDirectory.description(""));
+    verb->add_option("--frame", words->which.frame, "A running frame, as list shows it")
+        ->type_name("FRAME")
+        ->excludes("--root");
+    verb->add_flag("--json", words->json, "One JSON object instead of lines");
+    verb->callback([words, &call] { call.status = examine(*words); });
+}
+
+}  // namespace pallframe
