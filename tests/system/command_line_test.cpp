@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <set>
-#include <sstream>
 
 #include "described_command.h"
+#include "text_parts.h"
 
 using namespace outside;
 using testing::Contains;
@@ -20,15 +20,6 @@ namespace {
 
 constexpr size_t kLines = 24;
 constexpr size_t kColumns = 80;
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
 
 // What it takes, "PORT" in "-p, --port PORT"; "" when nothing.
 std::string valueOf(const std::string& option) {

@@ -8,6 +8,8 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
+constexpr const char* kDocumentation = "usr/share/doc/pallwatch/";
+
 class Install : public testing::Test {
   protected:
     void SetUp() override {
@@ -16,11 +18,13 @@ class Install : public testing::Test {
         ASSERT_EQ(result.status, 0) << result.error;
     }
 
+    // Without those of the documentation's own directory.
     std::vector<std::string> files() const {
         std::vector<std::string> found;
         for (const auto& entry : fs::recursive_directory_iterator(root)) {
-            if (!entry.is_directory()) {
-                found.push_back(entry.path().lexically_relative(root));
+            const std::string path = entry.path().lexically_relative(root);
+            if (!entry.is_directory() && path.find(kDocumentation) != 0) {
+                found.push_back(path);
             }
         }
         return found;
@@ -40,6 +44,12 @@ TEST_F(Install, PutsProgramsPagesAndCompletionInTheirPlaces) {
                     "usr/share/bash-completion/completions/pallctl",
                     "usr/share/bash-completion/completions/pallframe",
                     "usr/share/zsh/site-functions/_pallwatch"));
+}
+
+TEST_F(Install, BringsTheDocumentsThatThePagesName) {
+    for (const char* document : {"files.md", "scenarios.md", "scenarios/link_flap.scenario"}) {
+        EXPECT_TRUE(fs::exists(root + "/" + kDocumentation + document)) << document;
+    }
 }
 
 TEST_F(Install, LeavesProgramsThatRun) {

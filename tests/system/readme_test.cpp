@@ -1,9 +1,9 @@
 // What the README shows, done again.
 
 #include <regex>
-#include <sstream>
 
 #include "pallframe_process.h"
+#include "text_parts.h"
 
 using namespace outside;
 
@@ -13,15 +13,6 @@ struct Shown {
     std::string command;
     std::vector<std::string> lines;  // "..." stands for any number of them
 };
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
 
 // The commands, behind "$ ", and what they print, of every block that is marked as a console's.
 std::vector<Shown> shownIn(const std::string& page) {
@@ -49,15 +40,6 @@ std::string scriptOf(const std::vector<Shown>& session) {
                   "(exit $status)\n";
     }
     return script;
-}
-
-std::vector<std::string> splitAt(const std::string& text, char end) {
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, end);) {
-        parts.push_back(part);
-    }
-    return parts;
 }
 
 // Times of day differ.
@@ -90,7 +72,7 @@ TEST(Readme, ShowsWhatIsSeen) {
     const std::vector<Shown> session = shownIn(readFile("README.md"));
     ASSERT_GT(session.size(), 5u);
     const Result result = run(withDaemon({"bash", "-c", scriptOf(session)}));
-    const std::vector<std::string> printed = splitAt(result.output, kEndOfCommand);
+    const std::vector<std::string> printed = partsOf(result.output, kEndOfCommand);
     ASSERT_EQ(printed.size(), session.size()) << result.output << result.error;
     for (size_t i = 0; i < session.size(); ++i) {
         EXPECT_TRUE(matches(session[i].lines, linesOf(printed[i])))
