@@ -48,14 +48,17 @@ system_clock::time_point wallClock(const std::string& text) {
                 &second, &micro);
     const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(month),
                                            std::chrono::day(day)};
-    const system_clock::time_point time = std::chrono::sys_days(date) + std::chrono::hours(hour) +
-                                          std::chrono::minutes(minute) +
-                                          std::chrono::seconds(second) + microseconds(micro);
-    // Only what is written the same way was read the right way.
-    if (!date.ok() || wallClockText(time) != text) {
-        throw std::runtime_error("\"start\" is no time such as 2026-11-21T15:30:00.000000Z");
+    // The clock counts nanoseconds, and ends in 2262.
+    if (date.ok() && year >= 1970 && year < 2262) {
+        const system_clock::time_point time =
+            std::chrono::sys_days(date) + std::chrono::hours(hour) + std::chrono::minutes(minute) +
+            std::chrono::seconds(second) + microseconds(micro);
+        // Only what is written the same way was read the right way.
+        if (wallClockText(time) == text) {
+            return time;
+        }
     }
-    return time;
+    throw std::runtime_error("\"start\" is no time such as 2026-11-21T15:30:00.000000Z");
 }
 
 // An escaped NUL would end the text early without anybody noticing.

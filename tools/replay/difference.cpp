@@ -26,12 +26,14 @@ class Search {
         return path.empty() ? name : path + "." + name;
     }
 
-    // Calls back for each member that is not ignored.
+    // Calls back for each member that is not ignored; of several with one name, for the first,
+    // which is the one that is found by it.
     template <typename Callback>
     void forEachMember(const cJSON* object, Callback callback) const {
         const cJSON* member = nullptr;
         cJSON_ArrayForEach(member, object) {
-            if (!isIgnored(member->string, ignored_)) {
+            const bool first = jsonMember(object, member->string) == member;
+            if (first && !isIgnored(member->string, ignored_)) {
                 callback(member);
             }
         }

@@ -55,7 +55,8 @@ TEST(HeaderLineTest, RefusesWhatIsNoRecordingOrAnotherFormat) {
 
 TEST(HeaderLineTest, RefusesAStartThatIsNoTime) {
     for (const char* start : {"", "now", "2026-11-21", "2026-11-21T15:30:00Z",
-                              "2026-02-30T15:30:00.000000Z", "2026-11-21T25:30:00.000000Z",
+                              "2026-02-30T15:30:00.000000Z", "9999-11-21T15:30:00.000000Z",
+                              "0001-11-21T15:30:00.000000Z", "2026-11-21T25:30:00.000000Z",
                               "2026-11-21T15:30:00.000000", "2026-11-21T15:30:00.000000Z "}) {
         const std::string line = R"({"recording":1,"start":")" + std::string(start) + "\"}";
         EXPECT_EQ(problemOf(readHeaderLine, line),
