@@ -53,15 +53,32 @@ ManPage::ManPage(const std::string& name) {
     }
 }
 
-std::vector<Entry> ManPage::entries(const std::string& section) const {
-    const Line begin = std::find(lines_.begin(), lines_.end(), "# " + section);
+std::vector<std::string> ManPage::section(const std::string& name) const {
+    const Line begin = std::find(lines_.begin(), lines_.end(), "# " + name);
     if (begin == lines_.end()) {
         return {};
     }
     const auto isSection = [](const std::string& line) { return line.compare(0, 2, "# ") == 0; };
-    const Line end = std::find_if(begin + 1, lines_.end(), isSection);
-    Line line = begin + 1;
-    return entriesFrom(line, end, 0);
+    return {begin + 1, std::find_if(begin + 1, lines_.end(), isSection)};
+}
+
+std::vector<Entry> ManPage::entries(const std::string& name) const {
+    const std::vector<std::string> lines = section(name);
+    Line line = lines.begin();
+    return entriesFrom(line, lines.end(), 0);
+}
+
+std::vector<std::string> ManPage::examples() const {
+    std::vector<std::string> commands;
+    bool inside = false;
+    for (const std::string& line : section("EXAMPLES")) {
+        if (line == "```") {
+            inside = !inside;
+        } else if (inside) {
+            commands.push_back(line);
+        }
+    }
+    return commands;
 }
 
 std::vector<std::string> ManPage::longOptions() const {

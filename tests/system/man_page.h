@@ -19,12 +19,17 @@ class ManPage {
     explicit ManPage(const std::string& name);
 
     // The entries of a section such as "OPTIONS", none when there is no such section.
-    std::vector<Entry> entries(const std::string& section) const;
+    std::vector<Entry> entries(const std::string& name) const;
 
     // Every "--word" in it, wherever it stands.
     std::vector<std::string> longOptions() const;
 
+    // The commands of its examples.
+    std::vector<std::string> examples() const;
+
   private:
+    std::vector<std::string> section(const std::string& name) const;
+
     std::vector<std::string> lines_;
 };
 

@@ -105,6 +105,16 @@ TEST(PageOfPallctl, ListsTheStatusesThatTheProgramEndsWith) {
                 UnorderedElementsAreArray(statuses));
 }
 
+TEST(PageOfPallctl, HasExamplesThatWork) {
+    const std::vector<std::string> examples = ManPage("pallctl.1").examples();
+    EXPECT_GT(examples.size(), 2u);
+    for (const std::string& example : examples) {
+        const Result result = run(withDaemon({"sh", "-c", example}));
+        EXPECT_EQ(result.status, 0) << example << "\n" << result.output << result.error;
+        EXPECT_EQ(result.error, "") << example;
+    }
+}
+
 // "-p --prefix <prefix_string>  text" becomes "-p, --prefix".
 TEST(PageOfPallwatch, HasTheOptionsOfItsUsage) {
     const std::string usage = run({programDirectory() / "pallwatch", "--help"}).error;
