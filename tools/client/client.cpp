@@ -54,15 +54,15 @@ bool Client::connect() {
     return true;
 }
 
-bool Client::reconnect() {
+bool Client::reconnect(Deadline giveUp) {
     if (session_.outputGone()) {
         return false;
     }
     complain("bus", "connection lost");
     do {
-        session_.pause(Clock::now() + kReconnectPause);
-    } while (!session_.outputGone() && !connect());
-    if (session_.outputGone()) {
+        session_.pause(std::min(Clock::now() + kReconnectPause, giveUp));
+    } while (!session_.outputGone() && Clock::now() < giveUp && !connect());
+    if (!session_.isOpen() || session_.outputGone()) {
         return false;
     }
     complain("bus", "connected again");
@@ -117,7 +117,7 @@ ExitStatus Client::tryToRead(const std::vector<std::string>& names,
     if (!session_.isOpen() && !connect()) {
         return kNoBus;
     }
-    if (!device_.read(names, patience)) {
+    if (!device_.read(device_.fullNames(names), patience)) {
         return session_.isOpen() ? kNoAnswer : kNoBus;
     }
     if (device_.isThroughPrefix() && isDaemon()) {

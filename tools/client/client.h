@@ -38,11 +38,11 @@ class Client {
 
     // Connects, and subscribes the device when interested in its announcements.
     bool connect();
-    // After a lost connection: says so on standard error, and connects again for as long as
-    // somebody reads the output. False when nobody does.
-    bool reconnect();
-    // Connects and reads these parameters, over and over until that works or the wait is over.
-    // Says on standard error what is missing when it gives up.
+    // After a lost connection: says so on standard error, and connects again, for as long as
+    // somebody reads the output and there is time. False when it gave up.
+    bool reconnect(Deadline giveUp = Deadline::max());
+    // Connects and reads these parameters (any form of their names), over and over until that works
+    // or the wait is over. Says on standard error what is missing when it gives up.
     ExitStatus read(const std::vector<std::string>& names);
 
     // The names of the daemon's catalogue, as this object has them; none for an object that is no

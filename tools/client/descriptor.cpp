@@ -10,6 +10,7 @@ namespace pallctl {
 namespace {
 
 constexpr const char* kAddressWidget = "WIDGET_IP_ADDRESS";
+constexpr const char* kAddressType = "INT32";
 
 std::vector<Choice> decodeChoices(const cJSON* constraint) {
     std::vector<Choice> choices;
@@ -55,7 +56,7 @@ Parameter decodeUnnamed(const cJSON* item) {
 }  // namespace
 
 bool isAddress(const Descriptor& descriptor) {
-    return descriptor.widget == kAddressWidget;
+    return descriptor.widget == kAddressWidget && descriptor.type == kAddressType;
 }
 
 bool hasValue(const Parameter& parameter) {

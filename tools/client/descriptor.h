@@ -38,7 +38,7 @@ struct Descriptor {
 inline constexpr const char* kStructureType = "STRUCT";
 inline constexpr const char* kMemberMark = "_d_";
 
-// Whether it is a number that people know as an address, "10.0.0.5".
+// Whether it is a whole number that people know as an address, "10.0.0.5".
 bool isAddress(const Descriptor& descriptor);
 
 // A parameter as it was read: its value in wire form, null when the device holds none.

@@ -12,6 +12,7 @@ enum ExitStatus : int {
     kNoBus = 6,           // there is no bus
     kRolledBack = 7,      // a change of the network was not confirmed: the old values are set
     kRollbackFailed = 8,  // and those could not be set, or nobody knows
+    kTimeOver = 9,        // what was waited for did not come in time
 };
 
 }  // namespace pallctl

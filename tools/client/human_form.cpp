@@ -37,17 +37,23 @@ std::string dotted(double number) {
     return text.data();
 }
 
+const Choice* choiceOf(const Descriptor& descriptor, double number) {
+    const auto& choices = descriptor.choices;
+    const auto found = std::find_if(choices.begin(), choices.end(), [number](const Choice& each) {
+        return static_cast<double>(each.value) == number;
+    });
+    return found == choices.end() ? nullptr : &*found;
+}
+
 std::string humanNumber(const Descriptor& descriptor, double number) {
+    if (const Choice* choice = choiceOf(descriptor, number)) {
+        return printable(choice->name);
+    }
     if (descriptor.type == "FLOAT") {
         return decimal(number, descriptor.precision);
     }
     if (std::trunc(number) != number) {
         return decimal(number, -1);
-    }
-    for (const Choice& choice : descriptor.choices) {
-        if (choice.value == saturatedInt64(number)) {
-            return printable(choice.name);
-        }
     }
     if (isAddress(descriptor) && number >= 0 && number <= kLargestAddress) {
         return dotted(number);

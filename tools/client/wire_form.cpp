@@ -44,12 +44,6 @@ UniqueJSON typedNumber(const std::string& text) {
     return number && std::isfinite(*number) ? jsonNumber(*number) : jsonString(text);
 }
 
-// Whole numbers are written without a point or an exponent.
-UniqueJSON typedInteger(const std::string& text) {
-    const auto number = wholeNumber<int64_t>(text);
-    return number ? jsonNumber(static_cast<double>(*number)) : jsonString(text);
-}
-
 WireForm addressForm(const std::string& text) {
     in_addr address{};
     if (inet_pton(AF_INET, text.c_str(), &address) == 1) {
@@ -61,18 +55,24 @@ WireForm addressForm(const std::string& text) {
     return problem("needs an address such as 10.1.2.3");
 }
 
-bool isNamed(const Choice& choice, const std::string& text) {
-    return strcasecmp(choice.name.c_str(), text.c_str()) == 0 || printable(choice.name) == text;
+bool isShownAs(const Choice& choice, const std::string& text) {
+    return printable(choice.name) == text;
 }
 
-// Names come first: one of them may look like the number of another.
+bool isNamed(const Choice& choice, const std::string& text) {
+    return strcasecmp(choice.name.c_str(), text.c_str()) == 0;
+}
+
+// As it is shown before any other case, and both before the numbers: a name may look like one.
 UniqueJSON typedChoice(const std::vector<Choice>& choices, const std::string& text) {
-    for (const Choice& choice : choices) {
-        if (isNamed(choice, text)) {
-            return jsonNumber(static_cast<double>(choice.value));
+    for (const auto isIt : {isShownAs, isNamed}) {
+        for (const Choice& choice : choices) {
+            if (isIt(choice, text)) {
+                return jsonNumber(static_cast<double>(choice.value));
+            }
         }
     }
-    return nullptr;
+    return typedNumber(text);
 }
 
 UniqueJSON typedText(const std::string& text) {
@@ -84,10 +84,8 @@ struct TypeRow {
     UniqueJSON (*typed)(const std::string& text);
 };
 
-constexpr TypeRow kTypes[] = {{"INT16", typedInteger},
-                              {"INT32", typedInteger},
-                              {"FLOAT", typedNumber},
-                              {"STRING", typedText}};
+constexpr TypeRow kTypes[] = {
+    {"INT16", typedNumber}, {"INT32", typedNumber}, {"FLOAT", typedNumber}, {"STRING", typedText}};
 
 const cJSON* memberValue(const cJSON* structure, const char* key) {
     return jsonMember(jsonMember(structure, key), "value");
@@ -108,11 +106,11 @@ bool holdsMembers(const cJSON* held, const cJSON* wanted) {
 
 WireForm wireForm(const Descriptor& descriptor, const std::string& text) {
     if (!descriptor.choices.empty()) {
-        UniqueJSON chosen = typedChoice(descriptor.choices, text);
-        return checked(descriptor, chosen ? std::move(chosen) : typedInteger(text));
+        return checked(descriptor, typedChoice(descriptor.choices, text));
     }
     if (isAddress(descriptor)) {
-        return addressForm(text);
+        WireForm form = addressForm(text);
+        return form.value ? checked(descriptor, std::move(form.value)) : std::move(form);
     }
     for (const TypeRow& row : kTypes) {
         if (descriptor.type == row.type) {

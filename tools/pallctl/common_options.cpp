@@ -44,7 +44,7 @@ void CommonOptions::describeReach(CLI::App& app) {
         ->type_name("OBJECT")
         ->check(CLI::Validator(checkObject, ""));
     app.add_option("-p,--port", port_, "Port of the bus on 127.0.0.1: 15000")->type_name("PORT");
-    app.add_option("-t,--timeout", timeout_, "Longest wait for an answer: 2, set 60")
+    app.add_option("-t,--timeout", timeout_, "Longest wait for an answer: 2, set 60, wait ever")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.001, kLongestSeconds).description(""));
     app.add_option("-w,--wait", wait_, "Give bus and daemon so long to appear: 0")

@@ -27,6 +27,7 @@ constexpr AddVerb kVerbs[] = {
     addList,
     addDescribe,
     addWatch,
+    addWait,
     addNetwork,
     addTop,
     addVersion,

@@ -27,6 +27,7 @@ void addGet(CLI::App& app, Run& run);
 void addSet(CLI::App& app, Run& run);
 void addList(CLI::App& app, Run& run);
 void addDescribe(CLI::App& app, Run& run);
+void addWait(CLI::App& app, Run& run);
 void addVersion(CLI::App& app, Run& run);
 
 // verbs_listening.cpp

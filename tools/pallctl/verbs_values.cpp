@@ -6,6 +6,7 @@
 
 #include "client/setting.h"
 #include "client/verbs.h"
+#include "client/waiting.h"
 #include "verbs.h"
 
 namespace pallctl {
@@ -57,6 +58,19 @@ void addDescribe(CLI::App& app, Run& run) {
     verb->callback([&run, names] {
         run = [names](const Common& common) {
             return describe(common.reach, common.style, *names);
+        };
+    });
+}
+
+void addWait(CLI::App& app, Run& run) {
+    CLI::App* verb = app.add_subcommand("wait", "End when the value is or becomes so");
+    const auto assignment = std::make_shared<std::string>();
+    verb->add_option("NAME=VALUE", *assignment, "Compared as the type has it, not as a text")
+        ->required();
+    verb->footer("Ends with 9 when --timeout has passed; without it waits for ever.");
+    verb->callback([&run, assignment] {
+        run = [assignment](const Common& common) {
+            return waitFor(common.reach, common.style, *assignment);
         };
     });
 }

@@ -31,6 +31,13 @@ TEST(HumanForm, ShowsChoicesByName) {
     EXPECT_EQ(human(switchDescriptor(), "0.5"), "0.5");
 }
 
+TEST(HumanForm, ShowsAChoiceOfAFloatByName) {
+    Descriptor descriptor = switchDescriptor();
+    descriptor.type = "FLOAT";
+    EXPECT_EQ(human(descriptor, "1"), "Enabled");
+    EXPECT_EQ(human(descriptor, "0.5"), "0.5");
+}
+
 TEST(HumanForm, ShowsFloatsWithTheirPrecision) {
     EXPECT_EQ(human(ofPrecision(2), "11.987"), "11.99");
     EXPECT_EQ(human(ofPrecision(5), "-1"), "-1.00000");

@@ -22,6 +22,12 @@ TEST(WireForm, TakesAddressesDottedOrAsANumber) {
     EXPECT_EQ(wire(address(), "3232235777"), "3232235777");
 }
 
+TEST(WireForm, TakesAnAddressOnlyForAWholeNumber) {
+    Descriptor text = address();
+    text.type = "STRING";
+    EXPECT_EQ(wire(text, "10.1.1.3"), "\"10.1.1.3\"");
+}
+
 TEST(WireForm, RefusesWhatIsNoAddress) {
     for (const char* text :
          {"", "10.1.1", "10.1.1.256", "10.1.1.3.", "10.1.1.3x", "4294967296", "-1", " 10.1.1.3"}) {
@@ -37,13 +43,14 @@ TEST(WireForm, TakesChoicesByNameInAnyCaseOrByNumber) {
 
 TEST(WireForm, TakesAChoiceAsItIsShown) {
     Descriptor descriptor = switchDescriptor();
-    descriptor.choices = {{0, "1"}, {1, "On\r"}};
+    descriptor.choices = {{0, "1"}, {1, "On\r"}, {2, "on"}, {3, "ON"}};
     EXPECT_EQ(wire(descriptor, "1"), "0") << "the name, which is what is shown";
     EXPECT_EQ(wire(descriptor, "On\\x0d"), "1");
+    EXPECT_EQ(wire(descriptor, "ON"), "3") << "the same before the same in another case";
 }
 
 TEST(WireForm, NamesTheChoicesWhenItIsNone) {
-    for (const char* text : {"", "on", "2", "1.0", "0x1"}) {
+    for (const char* text : {"", "on", "2", "1.5", "0x1"}) {
         EXPECT_EQ(wire(switchDescriptor(), text), "needs one of: Disabled, Enabled") << text;
     }
 }
@@ -51,6 +58,7 @@ TEST(WireForm, NamesTheChoicesWhenItIsNone) {
 TEST(WireForm, TakesWholeNumbersOf32Bits) {
     EXPECT_EQ(wire(ofType("INT32"), "-2147483648"), "-2147483648");
     EXPECT_EQ(wire(ofType("INT16"), "7"), "7");
+    EXPECT_EQ(wire(ofType("INT32"), "5.0"), "5");
     EXPECT_EQ(wire(ofType("INT32"), "4294967295"), "4294967295");
     for (const char* text :
          {"", "1.5", "7x", "4294967296", "-2147483649", "99999999999999999999"}) {

@@ -1,0 +1,128 @@
+// pallctl wait, with a test that is bus and device in one: so it is known what has come before
+// what.
+
+#include <optional>
+
+#include <gmock/gmock.h>
+
+#include "program_process.h"
+#include "tools/listening_peer.h"
+
+namespace {
+
+class WaitTest : public testing::Test {
+  protected:
+    void start(const std::vector<std::string>& words) {
+        wait_.emplace(pallctlCommand(bus_.port(), words));
+        bus_.accept();
+    }
+
+    // Takes the reading, and answers that the level is so.
+    void answer(const std::string& value) {
+        const std::string id = idOfReading();
+        bus_.writeFrame(
+            "[\"RSP\", \"system\", 8, 0, 0]\n{\"id\":\"" + id +
+            R"(","param":{"paramDescriptor":{"type":"device","params":{"d_system.level":)"
+            R"({"oid":"system.level","type":"FLOAT","precision":1,"value":)" +
+            value + "}}}}}");
+    }
+
+    void announce(const std::string& leaf, const std::string& value) {
+        bus_.writeFrame("[\"NOT\", \"system\", 8, 0, 0]\n{\"id\":\"n\",\"param\":{\"" + leaf +
+                        "\":" + value + "}}");
+    }
+
+    void expectEnd(int status, const std::string& errors) {
+        EXPECT_EQ(wait_->wait(), status);
+        EXPECT_EQ(wait_->errors(), errors);
+    }
+
+    ListeningPeer bus_;
+    std::optional<ProgramProcess> wait_;
+
+  private:
+    // The last request of a reading is for the whole device.
+    std::string idOfReading() {
+        std::string bytes;
+        while (bytes.find("\"paramDescriptor\"]") == std::string::npos) {
+            const std::string more = bus_.read();
+            if (more.empty()) {
+                ADD_FAILURE() << "no reading in " << bytes;
+                return "";
+            }
+            bytes += more;
+        }
+        const std::string mark = "{\"id\":\"";
+        const size_t begin = bytes.rfind(mark) + mark.size();
+        return bytes.substr(begin, bytes.find('"', begin) - begin);
+    }
+};
+
+TEST_F(WaitTest, EndsWhenTheValueIsSo) {
+    start({"wait", "level=7"});
+    answer("7");
+    expectEnd(0, "");
+}
+
+TEST_F(WaitTest, TakesForEqualWhatPeopleReadAsEqual) {
+    start({"wait", "level=7.0"});
+    answer("6.9987");
+    expectEnd(0, "");
+}
+
+TEST_F(WaitTest, EndsWhenTheValueIsAnnounced) {
+    start({"wait", "level=7"});
+    answer("5");
+    announce("level", "6");
+    announce("other", "7");
+    announce("level", "7");
+    announce("level", "5");
+    expectEnd(0, "");
+}
+
+TEST_F(WaitTest, ReadsAgainWhenTheDaemonIsNewOnTheBus) {
+    start({"wait", "level=7"});
+    answer("5");
+    announce("frameName", "\"Rack 4\"");
+    answer("7");
+    expectEnd(0, "");
+}
+
+TEST_F(WaitTest, ReadsAgainAfterTheBusWasAway) {
+    start({"wait", "level=7"});
+    answer("5");
+    bus_.hangUp();
+    EXPECT_EQ(wait_->readErrorLine(), "pallctl: bus: connection lost");
+    bus_.accept();
+    answer("7");
+    expectEnd(0, "pallctl: bus: connected again\n");
+}
+
+TEST_F(WaitTest, EndsInTimeAlsoWhileTheBusIsAway) {
+    start({"wait", "level=7", "--timeout=1"});
+    answer("5");
+    bus_.stopListening();
+    bus_.hangUp();
+    expectEnd(9, "pallctl: bus: connection lost\npallctl: system.level: is 5.0\n");
+}
+
+TEST_F(WaitTest, EndsInTimeAlsoWhenTheDeviceAnswersNoMore) {
+    start({"wait", "level=7", "--timeout=1"});
+    answer("5");
+    announce("frameName", "\"Rack 4\"");
+    expectEnd(9, "pallctl: system.level: is 5.0\n");
+}
+
+TEST_F(WaitTest, KnowsThatItHasNotBegun) {
+    start({"wait", "level=7", "--timeout=0.1"});
+    expectEnd(5, "pallctl: system: no answer\n");
+}
+
+TEST_F(WaitTest, TellsProgramsTheParameterInTheEnd) {
+    start({"wait", "level=7", "-k"});
+    answer("7");
+    expectEnd(0, "");
+    EXPECT_EQ(wait_->restOfOutput(), "system_level='7.0'\n");
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+#include "client/waiting.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "client/assignment.h"
+#include "client/wire_form.h"
+
+namespace pallctl {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kAnswerPatience = Patience().read;
+
+// One answer may take no longer than all of it.
+Reach forEachAnswer(Reach reach) {
+    reach.timeout = std::min(reach.timeout.value_or(kAnswerPatience), kAnswerPatience);
+    return reach;
+}
+
+class Waiting {
+  public:
+    Waiting(const Reach& reach, const Style& style)
+        : client_(forEachAnswer(reach), Interest::changes),
+          style_(style),
+          giveUp_(reach.timeout ? Clock::now() + reach.wait + *reach.timeout : Deadline::max()) {}
+
+    ExitStatus run(const Assignment& wanted) {
+        const ExitStatus status = begin(wanted);
+        return status == kSuccess ? follow() : status;
+    }
+
+  private:
+    ExitStatus begin(const Assignment& wanted) {
+        const ExitStatus status = client_.read({wanted.name});
+        if (status != kSuccess) {
+            return status;
+        }
+        parameter_ = client_.mirror().described(client_.device().fullName(wanted.name));
+        if (!parameter_) {
+            complain(client_.device().fullName(wanted.name), "not found");
+            return kNotFound;
+        }
+        WireForm form = style_.raw ? rawForm(parameter_->descriptor, wanted.value)
+                                   : wireForm(*parameter_, wanted.value);
+        if (!form.value) {
+            complain(parameter_->descriptor.name, form.problem);
+            return kUsage;
+        }
+        wanted_ = std::move(form.value);
+        return kSuccess;
+    }
+
+    ExitStatus follow() {
+        while (!readsAs(*parameter_, wanted_.get())) {
+            if (Clock::now() >= giveUp_) {
+                complain(parameter_->descriptor.name, "is " + shownValue(*parameter_, style_));
+                return kTimeOver;
+            }
+            listen();
+        }
+        if (style_.format != Format::table) {
+            std::fputs(listing({parameter_}, style_).c_str(), stdout);
+        }
+        return kSuccess;
+    }
+
+    // Until there may be something new.
+    void listen() {
+        if (!client_.session().isOpen()) {
+            stale_ = client_.reconnect(giveUp_);
+        } else if (stale_) {
+            const auto left = std::chrono::ceil<milliseconds>(giveUp_ - Clock::now());
+            stale_ = !client_.device().read({parameter_->descriptor.name},
+                                            std::min(left, kAnswerPatience));
+        } else if (const auto message = client_.session().receive(giveUp_)) {
+            client_.device().hear(*message);
+            stale_ = client_.device().takeArrival();
+        }
+    }
+
+    Client client_;
+    Style style_;
+    Deadline giveUp_;
+    const Parameter* parameter_ = nullptr;  // of the mirror, which keeps it where it is
+    UniqueJSON wanted_;
+    bool stale_ = false;  // it may have changed unheard
+};
+
+}  // namespace
+
+ExitStatus waitFor(const Reach& reach, const Style& style, const std::string& assignment) {
+    const auto wanted = parseAssignments({assignment});
+    return wanted ? Waiting(reach, style).run(wanted->front()) : kUsage;
+}
+
+}  // namespace pallctl
