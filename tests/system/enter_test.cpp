@@ -166,6 +166,16 @@ TEST(List, ForgetsAFrameThatWasKilled) {
     waitUntil([&] { return numbers().empty() && fs::is_empty(entries); }, "the entry to go");
 }
 
+TEST(List, AFrameThatCannotBeListedRunsAllTheSame) {
+    const TemporaryDirectory directory;
+    directory.write("pallframe", "a file where a directory should be");
+    Words words = inFrame({"sh", "-c", "exit 7"});
+    words.insert(words.begin(), {"env", "XDG_RUNTIME_DIR=" + directory.path()});
+    const Result result = run(words);
+    EXPECT_EQ(result.status, 7);
+    EXPECT_THAT(result.error, testing::StartsWith("pallframe: this frame will not be listed: "));
+}
+
 TEST(FrameInMemory, IsSeenAndChangedFromOutside) {
     const Running frame("Tessara");
     EXPECT_EQ(run(pallframe({"set", "cable", "eth0", "down"})).status, 0);

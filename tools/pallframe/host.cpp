@@ -8,12 +8,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstring>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 
+#include "frame/refusal.h"
 #include "frame/system_call.h"
 
 namespace pallframe {
@@ -23,32 +23,12 @@ namespace {
 using frame::check;
 using frame::Descriptor;
 
-// A switch of the kernel that keeps ordinary users from namespaces when it has this value.
-struct KernelSwitch {
-    const char* file;
-    const char* forbids;
-    const char* allows;
-};
-
-constexpr std::array<KernelSwitch, 3> kSwitches{{
-    {"/proc/sys/kernel/unprivileged_userns_clone", "0", "kernel.unprivileged_userns_clone=1"},
-    {"/proc/sys/user/max_user_namespaces", "0", "user.max_user_namespaces=15000"},
-    {"/proc/sys/kernel/apparmor_restrict_unprivileged_userns", "1",
-     "kernel.apparmor_restrict_unprivileged_userns=0"},
-}};
-
 [[noreturn]] void explain(int error) {
-    const std::string why =
-        "no namespaces for this user (" + std::string(std::strerror(error)) + ")";
-    for (const KernelSwitch& one : kSwitches) {
+    throw std::runtime_error(frame::refusalText(error, [](const char* file) {
         std::string value;
-        std::ifstream(one.file) >> value;
-        if (value == one.forbids) {
-            throw std::runtime_error(why + ": run as root, or allow them with: sudo sysctl -w " +
-                                     one.allows);
-        }
-    }
-    throw std::runtime_error(why + ": run as root; a container must be started with --privileged");
+        std::ifstream(file) >> value;
+        return value;
+    }));
 }
 
 void writeText(const char* path, const std::string& text) {
