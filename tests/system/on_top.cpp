@@ -13,9 +13,9 @@ constexpr const char* kScript =
 
 }  // namespace
 
-void OnTop::open(const Words& words, Tmux::Size size, const Words& variables) {
+void OnTop::open(const Words& words, Tmux::Size size, const Words& before) {
     Words all{"sh", "-c", kScript, "sh", "env"};
-    all.insert(all.end(), variables.begin(), variables.end());
+    all.insert(all.end(), before.begin(), before.end());
     all.insert(all.end(), {harness::programDirectory() / "pallctl", "top"});
     all.insert(all.end(), words.begin(), words.end());
     terminal.emplace(all, size);

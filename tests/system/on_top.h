@@ -15,8 +15,9 @@ class OnTop : public OnPallbus {
     explicit OnTop(std::string_view product = "Quorane") : OnPallbus(product) {}
 
     // Runs it on a new terminal. Before it the terminal shows "before" and behind it "ended with
-    // STATUS"; its settings are kept in files. `variables` are set before the program.
-    void open(const Words& words = {}, harness::Tmux::Size size = {}, const Words& variables = {});
+    // STATUS"; its settings are kept in files. `before` stands before the program, as behind
+    // env(1).
+    void open(const Words& words = {}, harness::Tmux::Size size = {}, const Words& before = {});
     // The same with bus and daemon running, and waits until it shows them.
     void openOnDevice(const Words& words = {}, harness::Tmux::Size size = {});
 

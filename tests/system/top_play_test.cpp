@@ -1,5 +1,8 @@
 // `pallctl top` writing and playing recordings.
 
+#include <sys/mount.h>
+#include <sys/stat.h>
+
 #include "on_top.h"
 
 using testing::SizeIs;
@@ -112,6 +115,15 @@ TEST_F(TopPlay, SaysWhichLineOfAFileIsWrong) {
     open({"--play", "/run/none.rec"});
     terminal->waitFor("pallctl: top: /run/none.rec: No such file or directory");
     terminal->waitFor("ended with 2");
+}
+
+TEST_F(TopPlay, SaysWhenARecordingEndsByItself) {
+    // The catalogue does not fit into a page.
+    ASSERT_EQ(::mkdir("/run/small", 0755), 0);
+    ASSERT_EQ(::mount("small", "/run/small", "tmpfs", 0, "size=4k"), 0);
+    openOnDevice({"--record", "/run/small/one.rec"});
+    terminal->waitFor("the recording ended: /run/small/one.rec: No space left on device");
+    EXPECT_THAT(rowsWith("REC"), SizeIs(0));
 }
 
 TEST_F(TopPlay, SaysWhenItCannotRecord) {

@@ -70,14 +70,28 @@ TEST_F(TopTerminal, EndsWithIt) {
     harness::waitUntil([] { return programsWith("pallctl top").empty(); }, "pallctl top to end");
 }
 
-TEST_F(TopTerminal, ComesBackFromTheBackground) {
+// In a session of its own nobody gets a signal when a terminal goes.
+TEST_F(TopTerminal, EndsWithItAlsoWhenNobodySaysSo) {
     start();
-    open();
+    open({}, {}, {"setsid", "-w"});
     terminal->waitFor("connected");
-    ::kill(processOfTop(), SIGSTOP);
-    ::kill(processOfTop(), SIGCONT);
-    terminal->type("?");
-    terminal->waitFor(" Keys");
+    terminal->close();
+    harness::waitUntil([] { return programsWith("pallctl top").empty(); }, "pallctl top to end");
+}
+
+TEST_F(TopTerminal, GoesToTheBackgroundAndComesBack) {
+    start();
+    terminal.emplace(Words{"bash", "--norc", "-i"}, harness::Tmux::Size());
+    terminal->type(harness::programDirectory() / "pallctl");
+    terminal->type(" top");
+    terminal->press({"Enter"});
+    terminal->waitFor("connected");
+    terminal->press({"C-z"});
+    terminal->waitFor("Stopped");
+    EXPECT_THAT(rowsWith("connected"), SizeIs(0));
+    terminal->type("fg");
+    terminal->press({"Enter"});
+    terminal->waitFor("connected");
 }
 
 TEST_F(TopTerminal, IsNeeded) {

@@ -90,8 +90,7 @@ Line parameterLine(const Scene& scene, const Parameter& parameter, const Size& s
     line.push_back(
         {fitted(valueOf(&parameter), room, scene.charset), fresh ? Style::changed : Style::plain});
     const std::string age = changedAt ? ageText(scene.now - *changedAt) : "";
-    line.push_back(
-        {std::string(kAgeColumns - std::min(age.size(), kAgeColumns), ' ') + age, Style::dim});
+    line.push_back({rightAligned(age, kAgeColumns), Style::dim});
     return line;
 }
 
@@ -173,8 +172,7 @@ Picture layOut(const Scene& scene, const Size& size) {
     addFoot(picture, scene, size, plan);
     picture.lines.resize(size.rows);
     for (Line& line : picture.lines) {
-        const Style filling = line.empty() ? Style::plain : line.back().style;
-        line = fittedLine(line, size.columns, filling == Style::title ? filling : Style::plain);
+        line = fittedLine(line, size.columns);
     }
     return picture;
 }

@@ -39,6 +39,7 @@ class LiveStage : public Stage {
     void step(View& view, Moment elapsed) override;
     Status status() const override;
     void carryOut(Request request, View& view) override;
+    std::optional<std::string> finish() override { return feed_.stopRecording(); }
 
   private:
     void set(View& view);

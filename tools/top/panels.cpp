@@ -89,9 +89,7 @@ std::string rangeText(const Scale& scale, Charset charset) {
 std::string voltsText(const Scene& scene, const Voltage& voltage) {
     const std::string value = text(scene, voltage.leaf);
     const bool isMeasured = number(scene, voltage.leaf) >= 0;
-    const std::string shown = isMeasured ? value + " V" : "-";
-    const std::size_t columns = columnsOf(shown);
-    return std::string(columns < kValueColumns ? kValueColumns - columns : 0, ' ') + shown + "  ";
+    return rightAligned(isMeasured ? value + " V" : "-", kValueColumns) + "  ";
 }
 
 std::size_t graphColumns(std::size_t columns) {

@@ -30,6 +30,8 @@ class Stage {
     virtual Status status() const = 0;
     // Does what a key asked for, and tells the view how it went.
     virtual void carryOut(Request request, View& view) = 0;
+    // Ends what goes on behind the picture. What became of it that the person has to know.
+    virtual std::optional<std::string> finish() { return std::nullopt; }
 
   protected:
     explicit Stage(const std::string& object) : board_(object) {}

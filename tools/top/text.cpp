@@ -72,6 +72,11 @@ std::string clipped(std::string_view text, std::size_t columns) {
     return std::string(text.substr(0, end));
 }
 
+std::string rightAligned(const std::string& text, std::size_t columns) {
+    const std::size_t own = columnsOf(text);
+    return std::string(own < columns ? columns - own : 0, ' ') + text;
+}
+
 std::string fitted(std::string_view text, std::size_t columns, Charset charset) {
     std::string result = clipped(text, columns);
     if (result.size() < text.size() && columns > 0) {

@@ -28,6 +28,9 @@ std::size_t columnsOf(std::string_view text);
 // end that says so.
 std::string fitted(std::string_view text, std::size_t columns, Charset charset);
 
+// The showable text behind as many blanks as bring it to that many columns; a longer one as it is.
+std::string rightAligned(const std::string& text, std::size_t columns);
+
 // The showable text in as many columns as fit, without a mark and without blanks.
 std::string clipped(std::string_view text, std::size_t columns);
 

@@ -42,6 +42,7 @@ class Loop {
     void draw();
     void wait();
     void takeSignals();
+    void end(int signal);
     void takeKeys();
     int millisecondsToWait() const;
 
@@ -92,10 +93,10 @@ void Loop::wait() {
                                    {stage_.descriptor(), POLLIN, 0}}};
     ::poll(watched.data(), watched.size(), millisecondsToWait());
     takeSignals();
-    if (watched[0].revents & POLLIN) {
-        takeKeys();
+    if (watched[0].revents & ~POLLIN) {
+        end(SIGHUP);  // the terminal has gone, also where nobody sends the signal for it
     } else if (watched[0].revents != 0) {
-        done_ = true;
+        takeKeys();
     }
 }
 
@@ -115,10 +116,14 @@ void Loop::takeSignals() {
         if (*signal == SIGWINCH) {
             screen_.resize();
         } else {
-            signal_ = *signal;
-            done_ = true;
+            end(*signal);
         }
     }
+}
+
+void Loop::end(int signal) {
+    signal_ = signal;
+    done_ = true;
 }
 
 void Loop::takeKeys() {
@@ -133,19 +138,27 @@ void Loop::takeKeys() {
     }
 }
 
-int runScreen(const Options& options) {
-    Signals signals;
-    const auto stage = makeStage(options);
+int runScreen(const Options& options, Stage& stage, Signals& signals) {
     Screen screen;
     const Source source = options.play.empty() ? Source::device : Source::recording;
-    return Loop(*stage, source, signals, screen).run();
+    return Loop(stage, source, signals, screen).run();
+}
+
+int runStage(const Options& options) {
+    Signals signals;
+    const auto stage = makeStage(options);
+    const int signal = runScreen(options, *stage, signals);
+    if (const auto failure = stage->finish()) {
+        pallctl::complain("top", *failure);
+    }
+    return signal;
 }
 
 }  // namespace
 
 void run(const Options& options) {
     std::setlocale(LC_CTYPE, "");
-    if (const int signal = runScreen(options)) {
+    if (const int signal = runStage(options)) {
         endBy(signal);
     }
 }

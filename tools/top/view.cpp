@@ -6,11 +6,7 @@
 
 namespace top {
 
-namespace {
-
 using pallctl::Parameter;
-
-}  // namespace
 
 // What a key does while the table is looked at: something here, or a request to others.
 struct View::Binding {
@@ -177,8 +173,9 @@ void View::find(std::ptrdiff_t start, std::ptrdiff_t step) {
     if (search_.empty()) {
         return;
     }
+    const auto from = static_cast<std::ptrdiff_t>(position()) + start;
     for (std::ptrdiff_t tried = 0; tried < count; ++tried) {
-        const auto row = static_cast<std::ptrdiff_t>(position()) + start + step * tried;
+        const auto row = from + step * tried;
         const auto index = static_cast<std::size_t>(((row % count) + count) % count);
         if (matches(board_, *parameters[index], search_)) {
             return select(index);

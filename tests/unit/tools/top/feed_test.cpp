@@ -4,6 +4,7 @@
 
 #include "messages.h"
 #include "support/captured_log.h"
+#include "support/file_size_limit.h"
 #include "support/temporary_directory.h"
 #include "tools/listening_peer.h"
 
@@ -214,6 +215,32 @@ TEST_F(FeedTest, ARecordingBeginsWithAllThatCanBeRead) {
     EXPECT_EQ(entry->from, 8);
     EXPECT_EQ(entry->payload, description({descriptor("psu1Voltage", "FLOAT", "12")}));
     EXPECT_FALSE(reader.next());
+}
+
+TEST_F(FeedTest, TellsOnceWhyARecordingEndedByItself) {
+    TemporaryDirectory directory;
+    greet();
+    feed.record(directory.path("bus.rec"));
+    EXPECT_EQ(feed.takeRecordingFailure(), std::nullopt);
+    const FileSizeLimit limit(200);
+    hear(announcement(R"("systemName":")" + std::string(1000, 'x') + "\""));
+    std::optional<std::string> failure;
+    for (const auto patience = std::chrono::steady_clock::now() + 20s;
+         !failure && std::chrono::steady_clock::now() < patience;) {
+        failure = feed.takeRecordingFailure();
+    }
+    EXPECT_THAT(failure.value_or(""), HasSubstr("bus.rec: File too large"));
+    EXPECT_EQ(feed.recordingTo(), std::nullopt);
+    EXPECT_EQ(feed.takeRecordingFailure(), std::nullopt);
+}
+
+TEST_F(FeedTest, TellsInTheEndWhatARecordingLacks) {
+    TemporaryDirectory directory;
+    greet();
+    feed.record(directory.path("bus.rec"));
+    const FileSizeLimit limit(200);
+    hear(announcement(R"("systemName":")" + std::string(1000, 'x') + "\""));
+    EXPECT_THAT(feed.stopRecording().value_or(""), HasSubstr("bus.rec: File too large"));
 }
 
 TEST_F(FeedTest, AFileThatCannotBeMadeIsNamed) {

@@ -50,6 +50,11 @@ TEST_F(TextTest, FillsOrCutsToTheColumn) {
     EXPECT_EQ(fitted("abcd", 0, Charset::unicode), "");
 }
 
+TEST_F(TextTest, PushesToTheRightWhatFits) {
+    EXPECT_EQ(rightAligned("東", 4), "  東");
+    EXPECT_EQ(rightAligned("abcd", 3), "abcd");
+}
+
 TEST_F(TextTest, NeverCutsAWideCharacterInTwo) {
     EXPECT_EQ(fitted("東京都", 4, Charset::unicode), "東… ");
     EXPECT_EQ(clipped("東京", 3), "東");

@@ -1,0 +1,37 @@
+#include <gmock/gmock.h>
+
+#include "messages.h"
+#include "support/temporary_directory.h"
+#include "top/stage.h"
+
+namespace top {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Nobody listens on this port.
+const pallctl::Reach kNowhere{1, {}, {}, "system"};
+
+TEST(LiveStageTest, SaysWhereItLooksAndWhatItFinds) {
+    const auto stage = makeLiveStage(kNowhere, "");
+    View view(stage->board(), Source::device);
+    stage->step(view, 1s);
+    stage->step(view, 4s);
+    EXPECT_EQ(stage->now(), Moment(5s));
+    EXPECT_EQ(stage->status().place, "127.0.0.1:1");
+    EXPECT_EQ(stage->status().link, Link::noBus);
+    EXPECT_EQ(stage->status().linkSince, Moment(0));
+    EXPECT_EQ(stage->descriptor(), -1);
+    EXPECT_FALSE(stage->status().playing);
+}
+
+TEST(LiveStageTest, AGoodRecordingNeedsNoWord) {
+    const TemporaryDirectory directory;
+    const auto stage = makeLiveStage(kNowhere, directory.path("bus.rec"));
+    EXPECT_EQ(stage->status().recordingTo, directory.path("bus.rec"));
+    EXPECT_EQ(stage->finish(), std::nullopt);
+    EXPECT_TRUE(directory.holds("bus.rec"));
+}
+
+}  // namespace
+}  // namespace top
