@@ -24,10 +24,21 @@ bool isSteady(const std::string& name) {
 
 }  // namespace
 
+void Ledger::setTrouble(bool trouble) {
+    trouble_ = trouble;
+    for (Open& open : outstanding_) {
+        open.excused = open.excused || trouble;
+    }
+}
+
+void Ledger::fault(size_t Counts::*kind, bool excused, size_t times) {
+    counts_.*(excused ? &Counts::excused : kind) += times;
+}
+
 void Ledger::sent(Request request, Clock::time_point now) {
     ++counts_.requests;
     counts_.answersDue += request.answers;
-    Open open{std::move(request), now, 0, false, {}};
+    Open open{std::move(request), now, 0, trouble_, false, {}};
     open.answersLeft = open.request.answers;
     for (const std::string& name : open.request.names) {
         const auto known = promised_.find(name);
@@ -45,7 +56,7 @@ std::optional<Request> Ledger::answered(const Answer& answer) {
     const auto found = std::ranges::find_if(
         outstanding_, [&answer](const Open& open) { return open.request.number == answer.number; });
     if (found == outstanding_.end()) {
-        ++counts_.unexpected;
+        fault(&Counts::unexpected, trouble_);
         return std::nullopt;
     }
     std::for_each(outstanding_.begin(), found, [this](const Open& open) { lose(open); });
@@ -53,10 +64,12 @@ std::optional<Request> Ledger::answered(const Answer& answer) {
 
     Open& open = outstanding_.front();
     ++counts_.answers;
-    counts_.wrongStatus += answer.status != open.request.status ? 1U : 0U;
+    if (answer.status != open.request.status) {
+        fault(&Counts::wrongStatus, open.excused);
+    }
     const auto expected = open.expected.find(answer.name);
     if (expected != open.expected.end() && expected->second != answer.value) {
-        ++counts_.wrongValue;
+        fault(&Counts::wrongValue, open.excused);
     }
     if (--open.answersLeft > 0) {
         return std::nullopt;
@@ -70,7 +83,9 @@ std::optional<Request> Ledger::answered(const Answer& answer) {
 void Ledger::finish(const Open& open) {
     if (open.request.parameter != nullptr) {
         note(acknowledged_, open.request);
-        counts_.unannounced += open.announced ? 0U : 1U;
+        if (!open.announced) {
+            fault(&Counts::unannounced, open.excused);
+        }
     }
 }
 
@@ -108,7 +123,7 @@ void Ledger::giveUpOn(Clock::time_point sentBefore) {
 }
 
 void Ledger::lose(const Open& open) {
-    counts_.lost += open.answersLeft;
+    fault(&Counts::lost, open.excused, open.answersLeft);
     if (open.request.parameter != nullptr) {
         promised_.erase(open.request.parameter->name);
         acknowledged_.erase(open.request.parameter->name);

@@ -30,6 +30,7 @@ struct Counts {
     size_t wrongValue = 0;  // a GET that did not give what was set before it
     size_t notifications = 0;
     size_t unannounced = 0;  // sets that were carried out without a notification before the answer
+    size_t excused = 0;      // all of these faults that happened in trouble, in place of them
 };
 
 // The books of a run: every request, what came of it, and what the device must hold now. The device
@@ -40,6 +41,10 @@ class Ledger {
     // Gives the request when this was its last answer.
     std::optional<Request> answered(const Answer& answer);
     void notified(const std::string& name, const std::string& value);
+
+    // While trouble is on the way to this client or to the device, what is sent or not answered
+    // yet may be lost or damaged.
+    void setTrouble(bool trouble);
 
     // The connection has gone. Whether the sets among them were carried out, nobody knows; they are
     // given back.
@@ -60,17 +65,20 @@ class Ledger {
         Request request;
         Clock::time_point since;
         size_t answersLeft;
+        bool excused;
         bool announced = false;
         std::map<std::string, std::string> expected;  // by a GET
     };
     using Known = std::map<std::string, std::string>;
 
+    void fault(size_t Counts::*kind, bool excused, size_t times = 1);
     void lose(const Open& open);
     void finish(const Open& open);
 
     std::deque<Open> outstanding_;
     Known promised_;  // when everything sent so far was carried out
     Known acknowledged_;
+    bool trouble_ = false;
     Counts counts_;
 };
 

@@ -6,6 +6,7 @@
 
 #include "model/log.h"
 #include "program/command_line.h"
+#include "soaking/crowd.h"
 #include "soaking/soak.h"
 
 namespace {
@@ -30,7 +31,18 @@ void describe(CLI::App& app, soak::Options& options) {
     app.add_option("--idle", options.idleSeconds,
                    "Instead: leave it alone for so many seconds and count its processor time")
         ->check(CLI::PositiveNumber);
+    app.add_option("--clients", options.clients,
+                   "Instead: so many clients on the stand-in bus, and trouble between")
+        ->check(CLI::Range(1, 10000));
     finishCommandLine(app);
+}
+
+soak::Report reportOf(const soak::Options& options) {
+    if (options.clients > 0) {
+        return soak::Crowd(options).run();
+    }
+    soak::Soak soak(options);
+    return options.idleSeconds > 0 ? soak.idle() : soak.run();
 }
 
 int run(soak::Options options) {
@@ -45,8 +57,7 @@ int run(soak::Options options) {
     }
     std::fflush(stdout);
     replaceLogSink([](int, const std::string&) {});
-    soak::Soak soak(options);
-    const soak::Report report = options.idleSeconds > 0 ? soak.idle() : soak.run();
+    const soak::Report report = reportOf(options);
     std::fputs(report.text().c_str(), stdout);
     return report.passed() ? 0 : 1;
 }

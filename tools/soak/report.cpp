@@ -1,8 +1,16 @@
 #include "soaking/report.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 
 namespace soak {
+
+std::string inSeconds(std::chrono::steady_clock::duration time) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.3f s", std::chrono::duration<double>(time).count());
+    return text.data();
+}
 
 void Report::expect(const std::string& what, size_t number, size_t wanted) {
     row(what, number);

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace soak {
+
+// "12.345 s"
+std::string inSeconds(std::chrono::steady_clock::duration time);
 
 // What a run ends with: a table of two columns, and what went wrong.
 class Report {

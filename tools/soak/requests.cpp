@@ -1,5 +1,6 @@
 #include "soaking/requests.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -42,6 +43,11 @@ constexpr std::string_view kIdTail = "@soak";
 
 std::string jsonText(const std::string& text) {
     return renderJSON(jsonString(text).get(), false);
+}
+
+// Neither saved nor acted upon: any number of clients can set it at any rate.
+bool isCheap(const Parameter& parameter) {
+    return std::string_view(parameter.name) == "activeKeli";
 }
 
 std::string nameList(const std::vector<std::string>& names) {
@@ -88,6 +94,13 @@ Request RequestMaker::any(bool network) {
         parameter = &random_.pick(kParameters);
     } while (parameter->isNetwork() && !network);
     return set(*parameter);
+}
+
+Request RequestMaker::amongOthers() {
+    if (random_.onceIn(2)) {
+        return getOfAnyKind();
+    }
+    return random_.onceIn(40) ? refused() : set(*std::ranges::find_if(kParameters, isCheap));
 }
 
 Request RequestMaker::set(const Parameter& parameter) {

@@ -50,6 +50,8 @@ class RequestMaker {
 
     // Any request; without `network` none that sets a network setting.
     Request any(bool network);
+    // One whose answer does not depend on what other clients do meanwhile.
+    Request amongOthers();
     Request set(const Parameter& parameter);
     Request get(std::vector<std::string> names);
 

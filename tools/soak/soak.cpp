@@ -33,12 +33,6 @@ Clock::duration secondsOf(double count) {
     return duration_cast<Clock::duration>(std::chrono::duration<double>(count));
 }
 
-std::string inSeconds(Clock::duration time) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.3f s", std::chrono::duration<double>(time).count());
-    return text.data();
-}
-
 double processorMilliseconds(pid_t process) {
     clockid_t clock = 0;
     timespec time{};

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 
 #include "frame/tree.h"
@@ -8,6 +7,7 @@
 #include "soaking/footprint.h"
 #include "soaking/log_drain.h"
 #include "soaking/mischief.h"
+#include "soaking/options.h"
 #include "soaking/poll_clock.h"
 #include "soaking/random.h"
 #include "soaking/report.h"
@@ -15,14 +15,6 @@
 #include "soaking/traffic.h"
 
 namespace soak {
-
-struct Options {
-    double minutes = 2;
-    double rate = 50;  // requests a second
-    uint64_t seed = 0;
-    size_t growthKiB = 256;  // of anonymous memory between warm-up and end that is no fault
-    double idleSeconds = 0;  // not 0: nothing is done to the daemon, and its processor time counts
-};
 
 // One run of the daemon inside the frame that this process is in, from its start to its end, in one
 // thread. Throws std::system_error and harness::TimedOut when there is no going on.

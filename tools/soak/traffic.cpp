@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "model/json.h"
+#include "soaking/answers.h"
 
 namespace soak {
 
@@ -33,12 +34,6 @@ constexpr const char* kPair =
 
 std::string frameOf(const Request& request) {
     return Bus::frame(request.type, "system", kClient, 0, request.data);
-}
-
-// The one member of "param".
-const cJSON* carried(const TarnInternalMessage& message) {
-    const cJSON* const param = jsonMember(message.data(), "param");
-    return param == nullptr ? nullptr : param->child;
 }
 
 }  // namespace
@@ -197,12 +192,8 @@ void Traffic::handle(const TarnInternalMessage& message) {
 }
 
 void Traffic::handleResponse(const TarnInternalMessage& message) {
-    Answer answer;
-    answer.number = requestNumber(message.uniqueId()).value_or(0);
-    answer.status = message.statusCode();
-    if (const cJSON* const item = carried(message)) {
-        answer.name = item->string;
-        answer.value = renderJSON(item, false);
+    const Answer answer = answerOf(message);
+    if (!answer.name.empty()) {
         got_[answer.name] = answer.value;
     }
     if (const auto done = ledger_.answered(answer)) {

@@ -139,5 +139,33 @@ TEST(Ledger, KnowsWhetherANetworkSetIsUnderWay) {
     EXPECT_TRUE(ledger.networkSetOutstanding());
 }
 
+TEST(Ledger, WhatIsUnderWayOrSentInTroubleMayBeLost) {
+    Ledger ledger;
+    ledger.sent(get(1, {"active", "systemName"}), kNow);
+    ledger.setTrouble(true);
+    ledger.sent(get(2, {"active"}), kNow);
+    ledger.setTrouble(false);
+    ledger.sent(get(3, {"active"}), kNow);
+    ledger.sent(get(4, {"active"}), kNow);
+    ledger.answered({4, 200, "active", "1"});
+    EXPECT_EQ(ledger.counts().excused, 3U);
+    EXPECT_EQ(ledger.counts().lost, 1U) << "the third one";
+}
+
+TEST(Ledger, WhatIsDamagedInTroubleIsExcused) {
+    Ledger ledger;
+    ledger.setTrouble(true);
+    ledger.sent(set(1, "active", "1"), kNow);
+    ledger.answered({1, 404, "", ""});   // neither announced nor answered as it should be
+    ledger.answered({77, 200, "", ""});  // nobody asked for that
+    EXPECT_EQ(ledger.counts().excused, 3U);
+    EXPECT_EQ(ledger.counts().wrongStatus, 0U);
+    EXPECT_EQ(ledger.counts().unannounced, 0U);
+    EXPECT_EQ(ledger.counts().unexpected, 0U);
+    ledger.setTrouble(false);
+    ledger.answered({78, 200, "", ""});
+    EXPECT_EQ(ledger.counts().unexpected, 1U);
+}
+
 }  // namespace
 }  // namespace soak

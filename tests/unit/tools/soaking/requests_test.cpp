@@ -79,5 +79,24 @@ TEST(Requests, TheSameSeedMakesTheSameRequests) {
     }
 }
 
+// Any number of clients make these at once, so nothing may depend on who was first or wait for a
+// disk.
+TEST(Requests, AmongOthersSetNothingThatIsSavedActedUponOrCompared) {
+    Random random(1);
+    RequestMaker maker(random);
+    size_t sets = 0;
+    for (int i = 0; i < 1000; ++i) {
+        const Request request = maker.amongOthers();
+        if (request.parameter != nullptr) {
+            ++sets;
+            EXPECT_FALSE(request.parameter->saved);
+            EXPECT_FALSE(request.parameter->steady);
+            EXPECT_FALSE(request.parameter->isNetwork());
+        }
+    }
+    EXPECT_GT(sets, 300U);
+    EXPECT_LT(sets, 700U);
+}
+
 }  // namespace
 }  // namespace soak
