@@ -50,11 +50,11 @@ int32_t speakerFor(const std::vector<Entry>& entries, const std::string& object)
 // Walks through a recording with one of its clients in view.
 class Walk {
   public:
-    Walk(int32_t device, bool loginRecorded, const std::string& object)
-        : device_(device), connected_(!loginRecorded) {
+    // `known`: an object that it has subscribed before the recording began; empty for none.
+    Walk(int32_t device, const std::string& known) : device_(device) {
         table_.join(kDevice);
-        if (!loginRecorded) {
-            subscribe(object);
+        if (!known.empty()) {
+            subscribe(known);
         }
     }
 
@@ -65,7 +65,7 @@ class Walk {
         }
         if (entry.from == device_) {
             passOwn(entry, message);
-        } else if (connected_ && reachesDevice(message)) {
+        } else if (reachesDevice(message)) {
             add(Step::Kind::send, entry);
         }
     }
@@ -77,7 +77,6 @@ class Walk {
 
     void passOwn(const Entry& entry, const Message& message) {
         if (message.objectName == kConnectionObject) {
-            connected_ = true;
             if (isLogin(message)) {
                 steps_.push_back({Step::Kind::connect, entry.at, ""});
             }
@@ -116,15 +115,14 @@ class Walk {
     }
 
     int32_t device_;
-    bool connected_;
     pallbus::RoutingTable table_;
     std::vector<Step> steps_;
 };
 
-bool logsIn(const std::vector<Entry>& entries, int32_t device) {
-    return std::ranges::any_of(entries, [device](const Entry& entry) {
-        return entry.from == device && isLogin(parseMessage(entry.payload));
-    });
+// Whether the recording was there before the device was.
+bool beginsWithLogin(const std::vector<Entry>& entries, int32_t device) {
+    const auto first = std::ranges::find(entries, device, &Entry::from);
+    return first != entries.end() && isLogin(parseMessage(first->payload));
 }
 
 }  // namespace
@@ -139,7 +137,8 @@ Against parseAgainst(const std::string& text) {
 std::vector<Step> makePlan(const std::vector<Entry>& entries, const Against& against) {
     const std::string* object = objectOf(against);
     const int32_t device = object ? speakerFor(entries, *object) : std::get<int32_t>(against);
-    Walk walk(device, logsIn(entries, device), object ? *object : "system");
+    const std::string known = object ? *object : "system";
+    Walk walk(device, beginsWithLogin(entries, device) ? "" : known);
     for (const Entry& entry : entries) {
         walk.pass(entry);
     }

@@ -41,8 +41,8 @@ struct NobodySpeaks : std::runtime_error {
 // All steps in order; the first is a connect. Throws NobodySpeaks.
 //
 // It was sent the answers that were meant for it, and the requests and announcements about what it
-// had subscribed. A recording that does not tell what that was is taken for one of "system" or of
-// the object in `against`.
+// had subscribed. One that was there before the recording began had subscribed "system", or the
+// object in `against`.
 std::vector<Step> makePlan(const std::vector<recording::Entry>& entries, const Against& against);
 
 }  // namespace replay

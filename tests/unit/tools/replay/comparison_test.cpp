@@ -108,6 +108,16 @@ TEST_F(ComparisonTest, FindsItsWayBehindOneThatIsMissingOrTooMany) {
                             Deviation{100s, "NOT system a", "nothing", R"({"a":"new"})"}));
 }
 
+TEST_F(ComparisonTest, TakesOneThatIsOtherwiseForOneWhereTheNextIsTheSame) {
+    for (const char* value : {"1", "2", "1", "2"}) {
+        expect(announcement("a", value));
+    }
+    EXPECT_THAT(compare({announcement("a", "3"), announcement("a", "2"), announcement("a", "1"),
+                         announcement("a", "2")})
+                    .deviations,
+                ElementsAre(Deviation{0s, "NOT system param.a", "1", "3"}));
+}
+
 TEST_F(ComparisonTest, HoldsEachOfSeveralAnswersToOneRequestAgainstItsOwn) {
     expect(answer("1@5", 200, R"({"a":1})"));
     expect(answer("1@5", 200, R"({"b":2})"));

@@ -131,6 +131,17 @@ TEST_F(PlanTest, TakesTheObjectForTheSubscriptionWhereNoLoginIsRecorded) {
     EXPECT_EQ(steps[2].kind, kExpect);
 }
 
+TEST_F(PlanTest, PlaysWhatTheDeviceWasSentBeforeItCameBackForTheFirstTimeOnRecord) {
+    record(5, message("GET", "system", 5));
+    record(8, message("RSP", "system", 8, 5));
+    record(8, login(8));
+    std::vector<Step::Kind> kinds;
+    for (const Step& step : plan()) {
+        kinds.push_back(step.kind);
+    }
+    EXPECT_THAT(kinds, ElementsAre(kConnect, kSend, kExpect, kConnect, kExpect));
+}
+
 TEST_F(PlanTest, TakesForTheDeviceWhoSaysMostAboutTheObject) {
     record(0, message("NOT", "system", 0));
     record(0, message("NOT", "system", 0));
