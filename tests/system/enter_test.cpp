@@ -112,6 +112,18 @@ TEST(Enter, OneOfSeveralHasToBeNamed) {
     EXPECT_EQ(run(pallframe({"status"})).status, 2);
 }
 
+TEST_F(Tree, IsEnteredByItsDirectory) {
+    Process frame(words());
+    frame.output().waitFor("ready");
+    const Running other;
+    const Result result = run(pallframe({"enter", "--tree", tree, "--", "sh", "-c",
+                                         "grep -c . /proc/net/bonding/bond0 >/tmp/entered"}));
+    EXPECT_EQ(result.error, "");
+    EXPECT_TRUE(fs::exists(tree + "/tmp/entered"));
+    EXPECT_EQ(run(pallframe({"enter", "--tree", tree + "x", "--", "true"})).error,
+              "pallframe: no frame of yours runs in " + tree + "x\n");
+}
+
 TEST(Enter, WithoutAFrameItSaysHowToStartOne) {
     const Result result = shell("true");
     EXPECT_EQ(result.status, 2);

@@ -47,6 +47,11 @@ bool isOwn(const fs::path& directory) {
            status.st_uid == ::geteuid();
 }
 
+fs::path canonical(const fs::path& directory) {
+    const fs::path path = fs::weakly_canonical(directory);
+    return path.has_filename() ? path : path.parent_path();  // "here/" is "here"
+}
+
 bool isNumber(const std::string& name) {
     return !name.empty() && name.size() < 10 &&
            std::all_of(name.begin(), name.end(),
@@ -163,6 +168,18 @@ RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_v
         });
     if (found == running.end()) {
         throw BadRequest("no frame '" + std::string(name) + "' runs, but " + namesOf(running));
+    }
+    return *found;
+}
+
+RunningFrame frameIn(const std::vector<RunningFrame>& running, const std::string& directory) {
+    const fs::path wanted = canonical(directory);
+    const auto found =
+        std::find_if(running.begin(), running.end(), [&wanted](const RunningFrame& frame) {
+            return !frame.directory.empty() && canonical(frame.directory) == wanted;
+        });
+    if (found == running.end()) {
+        throw BadRequest("no frame of yours runs in " + directory);
     }
     return *found;
 }

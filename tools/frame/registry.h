@@ -47,6 +47,9 @@ class Registry {
 // a text that lists them when that does not name one.
 RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_view name);
 
+// The one whose files are in that directory. Throws BadRequest when none of them runs there.
+RunningFrame frameIn(const std::vector<RunningFrame>& running, const std::string& directory);
+
 // One line for each, under a heading; only the heading when there are none.
 std::string listOf(const std::vector<RunningFrame>& running);
 

@@ -51,6 +51,7 @@ int run(RunWords& words) {
 
 struct EnterWords {
     std::string frame;
+    std::string tree;
     std::vector<std::string> command;
 };
 
@@ -63,7 +64,13 @@ int enter(EnterWords words, size_t commandWords) {
     if (words.command.size() != commandWords) {
         throw BadRequest("the command for the frame stands behind --, such as: enter -- ls /");
     }
-    return enterFrame(chooseFrame(Registry::ofUser().running(), words.frame), words.command);
+    if (!words.frame.empty() && !words.tree.empty()) {
+        throw BadRequest("a frame is named by its number or by --tree, not by both");
+    }
+    const auto running = Registry::ofUser().running();
+    return enterFrame(
+        words.tree.empty() ? chooseFrame(running, words.frame) : frameIn(running, words.tree),
+        words.command);
 }
 
 }  // namespace
@@ -90,6 +97,8 @@ void addEnter(CLI::App& app, Call& call) {
     CLI::App* verb = app.add_subcommand("enter", "Run a shell or a command in a running frame");
     verb->add_option("FRAME", words->frame, "As list shows it, unless only one runs");
     verb->add_option("COMMAND", words->command, "After --; a shell when there is none");
+    verb->add_option("--tree", words->tree, "The frame that has its files in this directory")
+        ->type_name("DIR");
     verb->callback([words, &call] { call.status = enter(*words, call.commandWords); });
 }
 

@@ -128,4 +128,12 @@ TEST(ChooseFrame, SaysWhichThereAre) {
     EXPECT_EQ(problemOf({{7, ""}}, "77"), "no frame '77' runs, but 7 ()");
 }
 
+TEST(FrameIn, IsFoundByItsDirectoryHoweverThatIsWritten) {
+    const std::vector<RunningFrame> running{{7, ""}, {8, "/tmp/some/where"}};
+    EXPECT_EQ(frameIn(running, "/tmp/some/where").pid, 8);
+    EXPECT_EQ(frameIn(running, "/tmp/./some/../some/where/").pid, 8);
+    EXPECT_THROW(frameIn(running, "/tmp/some"), BadRequest);
+    EXPECT_THROW(frameIn(running, ""), BadRequest);
+}
+
 }  // namespace
