@@ -21,11 +21,6 @@ std::string terminalName() {
     return name ? name : "";
 }
 
-// What tigetstr() says of a name that is none, besides null for what the terminal does not have.
-const char* notACapability() {
-    return reinterpret_cast<const char*>(-1);
-}
-
 }  // namespace
 
 void checkTerminal() {
@@ -41,8 +36,7 @@ void checkTerminal() {
         throw std::runtime_error("TERM names a terminal that this machine does not know: " + name);
     }
     std::array<char, 4> moveCursor{"cup"};
-    const char* const capability = ::tigetstr(moveCursor.data());
-    if (!capability || capability == notACapability()) {
+    if (!::tigetstr(moveCursor.data())) {
         throw std::runtime_error("TERM names a terminal that cannot be drawn on: " + name);
     }
 }
