@@ -18,6 +18,7 @@ constexpr std::size_t kTitleColumns = 9;
 constexpr std::size_t kValueColumns = 9;
 constexpr std::size_t kRangeColumns = 14;
 constexpr std::size_t kWidestGraph = 60;
+constexpr int kDecimals = 2;
 
 std::string text(const Scene& scene, const std::string& leaf) {
     return valueOf(scene.board.find(leaf));
@@ -75,21 +76,29 @@ Line controllerLine(const Scene& scene, const char* title, const std::string& pr
             {text(scene, prefix + "Version") + "  " + text(scene, prefix + "IPAddress")}};
 }
 
-std::string rangeText(const Scale& scale, Charset charset) {
-    pallctl::Descriptor volts;
-    volts.type = "FLOAT";
-    volts.precision = 2;
-    const auto shown = [&](double value) {
-        return pallctl::humanForm(volts, jsonNumber(value).get());
-    };
-    return shown(scale.low) + (charset == Charset::unicode ? "…" : "..") + shown(scale.high);
+std::string decimals(double volts, int precision) {
+    pallctl::Descriptor descriptor;
+    descriptor.type = "FLOAT";
+    descriptor.precision = precision;
+    return pallctl::humanForm(descriptor, jsonNumber(volts).get());
 }
 
-// A battery that has not been measured yet reads below zero.
+std::string rangeText(const Scale& scale, Charset charset) {
+    return decimals(scale.low, kDecimals) + (charset == Charset::unicode ? "…" : "..") +
+           decimals(scale.high, kDecimals);
+}
+
+// A battery that has not been measured yet reads below zero; a voltage that was only ever announced
+// has no precision of its own.
 std::string voltsText(const Scene& scene, const Voltage& voltage) {
-    const std::string value = text(scene, voltage.leaf);
-    const bool isMeasured = number(scene, voltage.leaf) >= 0;
-    return rightAligned(isMeasured ? value + " V" : "-", kValueColumns) + "  ";
+    const double volts = number(scene, voltage.leaf);
+    if (volts < 0) {
+        return rightAligned("-", kValueColumns) + "  ";
+    }
+    const int precision = scene.board.find(voltage.leaf)->descriptor.precision;
+    return rightAligned(decimals(volts, precision < 0 ? kDecimals : precision) + " V",
+                        kValueColumns) +
+           "  ";
 }
 
 std::size_t graphColumns(std::size_t columns) {

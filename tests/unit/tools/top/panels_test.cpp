@@ -89,6 +89,11 @@ TEST_F(PanelsTest, ABatteryThatWasNotMeasuredHasNoVoltage) {
     EXPECT_EQ(textOf(voltagesPanel(scene(), 60)[3]), " Battery           -");
 }
 
+TEST_F(PanelsTest, AVoltageThatWasNeverDescribedHasTwoDecimals) {
+    announce(R"("psu1Voltage":11.9994873046875)");
+    EXPECT_THAT(textOf(voltagesPanel(scene(), 60)[1]), testing::StartsWith(" PSU 1       12.00 V"));
+}
+
 TEST_F(PanelsTest, ThereIsNoGraphWithoutRoom) {
     describe({descriptor("psu1Voltage", "FLOAT", "12", R"(,"precision":2)")});
     EXPECT_EQ(textOf(voltagesPanel(scene(), 20)[1]), " PSU 1       12.00 V");
