@@ -53,9 +53,12 @@ void DeviceLink::write() {
                           self->inFlight_.clear();
                           if (error) {
                               self->lose();
-                          } else if (!self->waiting_.empty()) {
+                              return;
+                          }
+                          if (!self->waiting_.empty()) {
                               self->write();
-                          } else if (self->socket_.is_open()) {
+                          }
+                          if (self->socket_.is_open()) {
                               self->callbacks_.onSent();
                           }
                       });

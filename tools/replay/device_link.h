@@ -19,7 +19,7 @@ class DeviceLink : public std::enable_shared_from_this<DeviceLink> {
   public:
     struct Callbacks {
         std::function<void(std::string payload)> onPayload;
-        std::function<void()> onSent;  // all that was to be sent is
+        std::function<void()> onSent;  // there may be less on the way than enough
         std::function<void()> onLost;  // the device closed the connection, or it broke
     };
 

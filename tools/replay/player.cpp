@@ -1,5 +1,6 @@
 #include "replay/player.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "replay/message.h"
@@ -41,8 +42,13 @@ Player::Player(asio::io_context& io, uint16_t port, const std::vector<Step>& ste
 }
 
 Player::~Player() {
+    hangUp();
+}
+
+void Player::hangUp() {
     if (link_) {
         link_->close();
+        link_.reset();
     }
 }
 
@@ -141,19 +147,15 @@ std::optional<Player::Clock::time_point> Player::connectStep() {
         return Clock::time_point::max();
     }
     if (link_) {
-        link_->close();
-        link_.reset();
+        hangUp();
         stirred_ = Clock::now();
     }
     return untilReturn();
 }
 
 std::optional<Player::Clock::time_point> Player::sendStep(const Step& step) {
-    if (!link_) {
+    if (!link_ || link_->hasEnough()) {
         return untilReturn();
-    }
-    if (link_->hasEnough()) {
-        return Clock::time_point::max();
     }
     if (speed_ && Clock::now() < due(step)) {
         return due(step);
@@ -193,11 +195,12 @@ std::optional<Player::Clock::time_point> Player::closingQuestion() {
     return stirred_ + kPatience;
 }
 
-// A device that does not come back ends the replay.
+// A device that does not come back, or does not read, ends the replay.
 std::optional<Player::Clock::time_point> Player::untilReturn() {
     if (Clock::now() < stirred_ + kReturn) {
         return stirred_ + kReturn;
     }
+    hangUp();
     next_ = steps_.size();
     return Clock::now();
 }
@@ -209,8 +212,11 @@ void Player::finish() {
 }
 
 Player::Clock::time_point Player::due(const Step& step) const {
-    const std::chrono::duration<double, std::micro> recorded = step.at - steps_.front().at;
-    return begin_ + std::chrono::duration_cast<Clock::duration>(recorded / *speed_);
+    using Seconds = std::chrono::duration<double>;
+    constexpr Seconds kNever{1e9};  // 31 years; the clock counts nanoseconds
+    const Seconds recorded = step.at - steps_.front().at;
+    return begin_ +
+           std::chrono::duration_cast<Clock::duration>(std::min(recorded / *speed_, kNever));
 }
 
 // Until when a message is waited for.

@@ -28,7 +28,7 @@ class Player {
     // For what the device ought to say next, from when it was sent something or said something
     // last: the poll runs every second. An answer has the time that it took then on top.
     static constexpr std::chrono::seconds kPatience{4};
-    // For a device to come back; the daemon tries every second.
+    // For a device to come back, the daemon tries every second; and to read what it was sent.
     static constexpr std::chrono::seconds kReturn{10};
 
     // How much faster than recorded; nothing: as fast as the answers come.
@@ -55,6 +55,7 @@ class Player {
     void welcome(asio::ip::tcp::socket socket);
     void take(std::string payload);
     void lose();
+    void hangUp();
 
     void advance();
     // When to look again; nothing when the step is done.

@@ -156,6 +156,14 @@ TEST_F(ReplayTest, KeepsTheTimesOfTheRecordingUnlessInAHurry) {
     EXPECT_EQ(end(), 0);
 }
 
+TEST_F(ReplayTest, WaitsAtAnySpeedForTheTimeOfAMessage) {
+    recordSession();
+    start({"--speed=1e-300"});
+    device_->send(login("50@8"));
+    device_->send(message("SET", "", 8, 0, "{\"id\":\"h@8\"}"));
+    EXPECT_THAT(device_->receive(), HasSubstr("h@8")) << "the welcome takes longer than all time";
+}
+
 TEST_F(ReplayTest, AnswersHeartbeatsItself) {
     recordSession();
     start();
@@ -202,6 +210,19 @@ TEST_F(ReplayTest, EndsWhenTheDeviceStaysAway) {
     EXPECT_EQ(replay_->wait(), 1);
     EXPECT_THAT(replay_->restOfOutput(),
                 EndsWith("0 sent, 3 compared: 0 different, 3 missing, 0 extra, connection lost\n"));
+}
+
+TEST_F(ReplayTest, EndsWhenTheDeviceDoesNotRead) {
+    recordSession();
+    for (int count = 0; count < 40; ++count) {
+        record(5, message("SET", "system", 5, 0, std::string(1'000'000, ' ')));
+    }
+    record(8, answer("b", "1"));
+    start();
+    greet();
+    device_->send(answer("a", "1"));
+    EXPECT_EQ(replay_->wait(), 1);
+    EXPECT_THAT(replay_->restOfOutput(), EndsWith("0 different, 1 missing, 0 extra\n"));
 }
 
 TEST_F(ReplayTest, SendsMoreThanTheKernelHoldsAsTheDeviceReads) {
