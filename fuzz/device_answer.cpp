@@ -67,14 +67,18 @@ void requireHarmless(const Parameter& parameter) {
     require(parseJSON(line.data(), line.size()) != nullptr);
 }
 
-// For values that are as their descriptor has them.
+bool isAsDescribed(const Parameter& parameter) {
+    const Descriptor& descriptor = parameter.descriptor;
+    return hasValue(parameter) && !descriptor.type.empty() && descriptor.type != kStructureType &&
+           objection(descriptor, parameter.value.get()).empty();
+}
+
 void requireTheWayBack(const Parameter& parameter) {
     const Descriptor& descriptor = parameter.descriptor;
     const std::string shown = humanForm(descriptor, parameter.value.get());
     const WireForm typed = wireForm(parameter, shown);
     require((typed.value == nullptr) != typed.problem.empty());
-    if (typed.value && descriptor.type != kStructureType &&
-        objection(descriptor, parameter.value.get()).empty()) {
+    if (typed.value && isAsDescribed(parameter)) {
         require(objection(descriptor, typed.value.get()).empty());
         require(humanForm(descriptor, typed.value.get()) == shown);
         require(readsAs(parameter, typed.value.get()));
