@@ -19,8 +19,8 @@ TEST_F(TopEdit, SetsAfterTheQuestion) {
     EXPECT_THAT(rowsWith("Set systemName from System to Truck? y/n"), SizeIs(1));
     EXPECT_EQ(valueOf("systemName"), "System\n");
     terminal->type("y");
-    terminal->waitFor("systemName: 200 OK");
     terminal->waitFor("*systemName               Truck");
+    terminal->waitFor("systemName: 200 OK");
     EXPECT_EQ(valueOf("systemName"), "Truck\n");
 }
 
@@ -59,10 +59,10 @@ TEST_F(TopEdit, GoesOnWhileASetTakesItsTime) {
     propose("restartNetwork", "Apply");
     terminal->type("y");
     network.waitForCalls(1);
-    terminal->waitFor("setting restartNetwork to Apply, 1s");
+    terminal->waitFor("setting restartNetwork to Apply, ");
     terminal->press({"End"});
     terminal->waitFor("productId");
-    terminal->waitFor("setting restartNetwork to Apply, 2s");
+    EXPECT_THAT(rowsWith("setting restartNetwork to Apply, "), SizeIs(1));
     network.release();
     terminal->waitFor("restartNetwork: 200 OK");
 }

@@ -90,9 +90,11 @@ TEST_F(TopPlay, PausesSeeksAndChangesItsSpeed) {
     terminal->type(" ++++++++++");
     terminal->waitFor("2:00/2:00 x64");
     terminal->waitFor(" Two");
+    terminal->type(" ");
     terminal->press({"Left"});
+    terminal->waitFor("1:50/2:00 paused");
     terminal->waitFor(" One");
-    terminal->type(" 0");
+    terminal->type("0");
     terminal->waitFor("0:00/2:00 paused");
 }
 
