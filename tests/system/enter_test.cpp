@@ -67,6 +67,11 @@ TEST(Enter, JoinsFilesNetworkAndProcesses) {
     EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
 }
 
+TEST(Enter, NeedsNoDirectoryOfTheHost) {
+    const Running frame;
+    EXPECT_EQ(shell("echo ${XDG_RUNTIME_DIR-none} ${TMPDIR-none}").output, "none none\n");
+}
+
 TEST(Enter, GivesTheCommandsStatus) {
     const Running frame;
     EXPECT_EQ(shell("exit 0").status, 0);

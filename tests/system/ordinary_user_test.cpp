@@ -71,6 +71,16 @@ TEST_F(OrdinaryUser, EntersAndChangesIt) {
     EXPECT_THAT(inside.output, HasSubstr("supply   1           11.50 V\n"));
 }
 
+TEST_F(OrdinaryUser, ExaminesItAndPlaysOnIt) {
+    Process frame(pallframe({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
+    frame.output().waitFor("ready");
+    const Result well = run(pallframe({"doctor"}));
+    EXPECT_EQ(well.status, 0) << well.output << well.error;
+    const std::string scenario = directory.write("my.scenario", "file /etc/build.prop missing\n");
+    EXPECT_EQ(run(pallframe({"play", scenario})).error, "");
+    EXPECT_EQ(run(pallframe({"doctor"})).status, 1);
+}
+
 TEST_F(OrdinaryUser, SeesNoFrameOfAnother) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can be two users";

@@ -60,7 +60,9 @@ void dieWith(const Descriptor& parent, int signal) {
 
 int becomeCommand(const std::vector<std::string>& command, const Supervisor& supervisor) {
     ::setenv("PATH", frame::kSearchPath, 1);
-    ::unsetenv("TMPDIR");
+    for (const char* ofHost : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
+        ::unsetenv(ofHost);
+    }
     ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);  // the caller's other open files
     supervisor.release();
     std::vector<char*> words;
