@@ -20,6 +20,7 @@ constexpr Line kLines[] = {
     {"pallctl wat\t--ta\t", "<watch><--table>"},
     {"pallctl --ver\t", "<--version>"},
     {"pallframe set c\teth0 d\t", "<set><cable><eth0><down>"},
+    {"pallframe set pause S40n\t5", "<set><pause><S40network><5>"},
     {"pallframe run --pro\tTessara-\t", "<run><--product><Tessara-5ru>"},
     {"pallbus --verb\t", "<--verbose>"},
     // names, of the device that answers

@@ -4,7 +4,7 @@
 # Sets REPLY to the text without quotes and backslashes, and `quote` to the quote left open.
 _pallwatch_unquote() {
     local text=$1 character i
-    REPLY= quote=
+    REPLY='' quote=''
     for ((i = 0; i < ${#text}; i++)); do
         character=${text:i:1}
         if [[ $character == "$quote" ]]; then
@@ -50,9 +50,9 @@ _pallwatch() {
     word=${words[-1]:kept}
     COMPREPLY=()
     case $kind in
-        files) compopt -o filenames; COMPREPLY=($(compgen -f -- "$word")) ;;
-        directories) compopt -o filenames; COMPREPLY=($(compgen -d -- "$word")) ;;
-        commands) COMPREPLY=($(compgen -c -- "$word")) ;;
+        files) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+        directories) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$word") ;;
+        commands) mapfile -t COMPREPLY < <(compgen -c -- "$word") ;;
         words)
             for word in "${lines[@]:1}"; do
                 word=${word%%$'\t'*}

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "frame/product.h"
+#include "frame/programs.h"
 #include "frame/registry.h"
 
 namespace pallframe {
@@ -17,6 +18,14 @@ std::vector<Offer> products() {
     std::vector<Offer> found;
     for (const frame::Product& product : frame::products()) {
         found.push_back({std::string(product.name), ""});
+    }
+    return found;
+}
+
+std::vector<Offer> programs() {
+    std::vector<Offer> found;
+    for (const std::string& path : frame::programPaths()) {
+        found.push_back({path.substr(path.rfind('/') + 1), path});
     }
     return found;
 }
@@ -51,6 +60,7 @@ struct Source {
 };
 constexpr Source kSources[] = {
     {"PRODUCT", products},
+    {"PROGRAM", programs},
     {"FRAME", runningFrames},
 };
 

@@ -42,10 +42,11 @@ std::string problem(const CLI::App& app, const CLI::Error& error) {
 
 }  // namespace
 
-std::string onOneLine(std::string text) {
+std::string onOneLine(std::string text, char instead) {
     std::replace_if(
         text.begin(), text.end(),
-        [](char byte) { return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f'; }, '?');
+        [](char byte) { return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f'; },
+        instead);
     return text;
 }
 

@@ -12,7 +12,7 @@
 inline constexpr int kBadUsage = 2;
 
 // Others' words in a line of one's own: control characters, line ends among them, become "?".
-std::string onOneLine(std::string text);
+std::string onOneLine(std::string text, char instead = '?');
 
 // The version of all programs, "1.2.3".
 const char* programVersion();

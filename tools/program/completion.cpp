@@ -4,6 +4,8 @@
 #include <iterator>
 #include <set>
 
+#include "program/command_line.h"
+
 namespace {
 
 // Kinds of values that a shell knows better than the program.
@@ -13,6 +15,7 @@ struct ShellsOwn {
 };
 constexpr ShellsOwn kShellsOwn[] = {
     {"FILE", "files"},
+    {"PATH", "files"},
     {"DIR", "directories"},
     {"COMMAND", "commands"},
 };
@@ -199,10 +202,8 @@ Answer answerTo(const Place& place, const std::string& word, const OfferValues& 
 }
 
 // A word that a line could not carry is not offered.
-bool fitsALine(const std::string& text) {
-    return std::none_of(text.begin(), text.end(), [](char byte) {
-        return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f';
-    });
+bool fitsALine(const std::string& word) {
+    return onOneLine(word) == word;
 }
 
 }  // namespace
@@ -218,8 +219,9 @@ std::string completion(const CLI::App& app, const std::vector<std::string>& word
     const Answer answer = answerTo(place, last, offerValues);
     std::string text = answer.kind + "\n";
     for (const Offer& offer : answer.offers) {
-        if (offer.word.starts_with(last) && fitsALine(offer.word) && fitsALine(offer.about)) {
-            text += offer.word + (offer.about.empty() ? "" : "\t" + offer.about) + "\n";
+        if (offer.word.starts_with(last) && fitsALine(offer.word)) {
+            const std::string about = onOneLine(offer.about, ' ');
+            text += offer.word + (about.empty() ? "" : "\t" + about) + "\n";
         }
     }
     return text;

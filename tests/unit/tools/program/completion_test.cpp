@@ -116,7 +116,7 @@ TEST_F(CompletionTest, TakesWordsBehindADoubleDashAsTheyAre) {
 
 TEST_F(CompletionTest, OffersNothingThatALineCannotCarry) {
     offers_ = {{"two\nlines", ""}, {"tab", "a\tb"}, {"good", ""}};
-    EXPECT_EQ(complete({"get", ""}), "words\ngood\n");
+    EXPECT_EQ(complete({"get", ""}), "words\ntab\ta b\ngood\n");
 }
 
 TEST_F(CompletionTest, IsTheHiddenVerbOfEveryProgram) {
