@@ -192,18 +192,22 @@ void BusSession::keepAlive() {
 }
 
 void BusSession::pause(Deadline deadline) {
-    pollfd output{output_, 0, 0};
-    outputGone_ = ::poll(&output, 1, pollTime(deadline)) > 0 || outputGone_;
+    waitForAny(-1, 0, deadline);
 }
 
-// True when the socket is ready; an event of the output comes first.
 bool BusSession::waitFor(short events, Deadline deadline) {
-    std::array<pollfd, 2> watched{{{socket_.get(), events, 0}, {output_, 0, 0}}};
+    return waitForAny(socket_.get(), events, deadline);
+}
+
+// True when the socket is ready; the ends come first.
+bool BusSession::waitForAny(int socket, short events, Deadline deadline) {
+    std::array<pollfd, 3> watched{{{socket, events, 0}, {output_, 0, 0}, {end_, POLLIN, 0}}};
     int ready = 0;
     do {
         ready = ::poll(watched.data(), watched.size(), pollTime(deadline));
     } while (ready < 0 && errno == EINTR);
-    outputGone_ = outputGone_ || (ready > 0 && watched[1].revents != 0);
+    const bool isOver = watched[1].revents != 0 || watched[2].revents != 0;
+    outputGone_ = outputGone_ || (ready > 0 && isOver);
     return ready > 0 && !outputGone_;
 }
 

@@ -53,6 +53,9 @@ class BusSession {
     // Nobody waits any longer once `output` (a descriptor, -1: none) is a pipe without reader.
     BusSession(uint16_t port, int32_t connectionID, int output = -1, Heartbeat heartbeat = {});
 
+    // The same once this one is readable.
+    void endWith(int descriptor) { end_ = descriptor; }
+
     // Connects and queues the login. False when that failed; errorText() then says why.
     bool open(Deadline deadline);
     void close();
@@ -86,6 +89,7 @@ class BusSession {
   private:
     bool connect(Deadline deadline);
     bool waitFor(short events, Deadline deadline);
+    bool waitForAny(int socket, short events, Deadline deadline);
     void waitForChunk(Deadline deadline);
     void readChunk();
     void keepAlive();
@@ -94,6 +98,7 @@ class BusSession {
     uint16_t port_;
     int32_t connectionID_;
     int output_;
+    int end_ = -1;
     bool outputGone_ = false;
     UniqueDescriptor socket_;
     std::string errorText_;

@@ -37,21 +37,34 @@ Client::Client(const Reach& reach, Interest interest)
     : reach_(reach),
       patience_(patienceOf(reach)),
       interest_(interest),
-      session_(reach.port, ownConnectionID(),
-               interest == Interest::announcements ? STDOUT_FILENO : -1),
+      session_(reach.port, ownConnectionID(), interest == Interest::answers ? -1 : STDOUT_FILENO),
       device_(session_, mirror_, reach.object, patience_) {}
 
 bool Client::connect() {
     if (!session_.open(Clock::now() + kConnectPatience)) {
         return false;
     }
-    if (interest_ != Interest::answers) {
+    if (interest_ == Interest::traffic) {
+        session_.subscribe("", true);
+    } else if (interest_ != Interest::answers) {
         session_.subscribe(device_.object());
         if (device_.isThroughPrefix()) {
             session_.subscribe(device_.home());
         }
     }
     return true;
+}
+
+ExitStatus Client::awaitBus() {
+    const Deadline giveUp = Clock::now() + reach_.wait;
+    while (!connect()) {
+        if (Clock::now() >= giveUp || session_.outputGone()) {
+            explain(kNoBus);
+            return kNoBus;
+        }
+        session_.pause(std::min(Clock::now() + kRetryPause, giveUp));
+    }
+    return kSuccess;
 }
 
 bool Client::reconnect(Deadline giveUp) {

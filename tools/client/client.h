@@ -23,8 +23,9 @@ struct Reach {
 };
 
 // What a verb hears of the device: its answers, changes that it announces meanwhile too, or all
-// that it announces for as long as somebody reads standard output.
-enum class Interest { answers, changes, announcements };
+// that it announces for as long as somebody reads standard output; or, equally long, all that
+// passes over the bus.
+enum class Interest { answers, changes, announcements, traffic };
 
 // The connection id of this process: a million and its process id, so that no two clients of a
 // machine share one, and none takes one of the small ids that modules have (the daemon has 8).
@@ -36,8 +37,10 @@ class Client {
   public:
     Client(const Reach& reach, Interest interest);
 
-    // Connects, and subscribes the device when interested in its announcements.
+    // Connects, and subscribes what it is interested in.
     bool connect();
+    // Connects as soon as there is a bus, or the wait is over: kNoBus, after a complaint, then.
+    ExitStatus awaitBus();
     // After a lost connection: says so on standard error, and connects again, for as long as
     // somebody reads the output and there is time. False when it gave up.
     bool reconnect(Deadline giveUp = Deadline::max());

@@ -3,7 +3,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <strings.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,27 +19,11 @@ namespace {
 constexpr const char* kSubject = "network";
 constexpr size_t kLongestAnswer = 4096;
 
-sigset_t endingSignals() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        sigaddset(&set, number);
-    }
-    return set;
-}
-
 }  // namespace
 
-void Confirmation::blockSignals() {
-    const sigset_t set = endingSignals();
-    ::sigprocmask(SIG_BLOCK, &set, nullptr);
-}
-
-Confirmation::Confirmation(Guardian& guardian, std::chrono::milliseconds patience)
-    : guardian_(guardian), patience_(patience) {
-    const sigset_t set = endingSignals();
-    signals_.reset(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
-}
+Confirmation::Confirmation(Guardian& guardian, EndingSignals& signals,
+                           std::chrono::milliseconds patience)
+    : guardian_(guardian), patience_(patience), signals_(signals) {}
 
 ExitStatus Confirmation::run() {
     while (!ended_ && !leaving_) {
@@ -59,7 +42,7 @@ ExitStatus Confirmation::run() {
 
 void Confirmation::waitForNews() {
     std::array<pollfd, 3> watched{{{guardian_.line(), POLLIN, 0},
-                                   {signals_.get(), POLLIN, 0},
+                                   {signals_.descriptor(), POLLIN, 0},
                                    {asking_ ? STDIN_FILENO : -1, POLLIN, 0}}};
     if (::poll(watched.data(), watched.size(), -1) < 0) {
         return;
@@ -89,12 +72,12 @@ void Confirmation::hearGuardian() {
 }
 
 void Confirmation::hearSignal() {
-    signalfd_siginfo signal{};
-    if (::read(signals_.get(), &signal, sizeof signal) != sizeof signal) {
+    const int signal = signals_.take();
+    if (signal == 0) {
         return;
     }
     // A terminal that closes says so in more than one way.
-    leaving_ = reverting_ && signal.ssi_signo != SIGHUP;
+    leaving_ = reverting_ && signal != SIGHUP;
     revert();
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "client/bus_session.h"
+#include "client/ending_signals.h"
 #include "client/exit_status.h"
 #include "client/guardian.h"
 
@@ -15,10 +16,8 @@ namespace pallctl {
 // thread, the only one.
 class Confirmation {
   public:
-    // The signals that mean no, which have to be blocked before the guardian is started.
-    static void blockSignals();
-
-    Confirmation(Guardian& guardian, std::chrono::milliseconds patience);
+    // The signals mean no; they are older than the guardian, and outlive this.
+    Confirmation(Guardian& guardian, EndingSignals& signals, std::chrono::milliseconds patience);
 
     // Until the guardian has ended: its status, or kRollbackFailed when it did not end by itself or
     // the person did not wait for it.
@@ -35,7 +34,7 @@ class Confirmation {
 
     Guardian& guardian_;
     std::chrono::milliseconds patience_;
-    UniqueDescriptor signals_;
+    EndingSignals& signals_;
     bool asking_ = false;  // for as long as there is something to answer
     bool reverting_ = false;
     bool ended_ = false;

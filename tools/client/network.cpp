@@ -63,9 +63,9 @@ ExitStatus live(int line, const Reach& reach, const NetworkSettings& before,
 ExitStatus changeWithConfirmation(const Reach& reach, const NetworkSettings& before,
                                   const NetworkSettings& wanted,
                                   std::chrono::milliseconds patience) {
-    Confirmation::blockSignals();
+    EndingSignals signals;
     Guardian guardian([&](int line) { return live(line, reach, before, wanted, patience); });
-    return Confirmation(guardian, patience).run();
+    return Confirmation(guardian, signals, patience).run();
 }
 
 }  // namespace

@@ -75,7 +75,7 @@ UniqueJSON jsonForm(const Parameter& parameter) {
 }
 
 std::string jsonLine(const cJSON* item) {
-    return validUTF8(renderJSON(item, false));
+    return plainJSON(validUTF8(renderJSON(item, false)));
 }
 
 std::string objectOf(const std::vector<const Parameter*>& parameters,

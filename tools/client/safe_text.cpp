@@ -75,6 +75,12 @@ std::string allEscaped(const std::string& bytes) {
     return text;
 }
 
+std::string jsonEscape(char number) {
+    std::array<char, 8> text{};
+    std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned char>(number));
+    return text.data();
+}
+
 bool isVariableCharacter(char character) {
     return character == '_' || isBetween(character, '0', '9') || isBetween(character, 'A', 'Z') ||
            isBetween(character, 'a', 'z');
@@ -99,6 +105,18 @@ std::string validUTF8(const std::string& text) {
         const size_t length = characterLength(text, at);
         result += length == 0 ? kReplacement : text.substr(at, length);
         at += std::max<size_t>(length, 1);
+    }
+    return result;
+}
+
+std::string plainJSON(const std::string& json) {
+    std::string result;
+    for (size_t at = 0; at < json.size();) {
+        const size_t length = std::max<size_t>(characterLength(json, at), 1);
+        const std::string character = json.substr(at, length);
+        // The last byte of such a character is its number.
+        result += isControl(character) ? jsonEscape(character.back()) : character;
+        at += length;
     }
     return result;
 }

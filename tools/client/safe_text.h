@@ -13,6 +13,10 @@ std::string printable(const std::string& text);
 // The text with U+FFFD for every byte that is no UTF-8.
 std::string validUTF8(const std::string& text);
 
+// JSON without white space, with the control characters that it may hold and a terminal would obey
+// (DEL and C1) as escapes: it means the same.
+std::string plainJSON(const std::string& json);
+
 // The text as one word of a POSIX shell, which takes nothing in it for a command.
 std::string shellQuoted(const std::string& text);
 

@@ -8,12 +8,6 @@ namespace {
 
 constexpr size_t kGap = 2;
 
-// Bytes that continue a character take no column of their own.
-size_t width(const std::string& text) {
-    return static_cast<size_t>(std::count_if(
-        text.begin(), text.end(), [](unsigned char byte) { return (byte & 0xC0u) != 0x80u; }));
-}
-
 std::string line(const std::vector<Cell>& cells, const std::vector<size_t>& widths, bool colour) {
     std::string text;
     size_t gap = 0;
@@ -24,12 +18,18 @@ std::string line(const std::vector<Cell>& cells, const std::vector<size_t>& widt
             text += colour ? painted(cell.text, cell.paint) : cell.text;
             gap = 0;
         }
-        gap += widths[column] - width(cell.text) + kGap;
+        gap += widths[column] - textWidth(cell.text) + kGap;
     }
     return text + '\n';
 }
 
 }  // namespace
+
+// Bytes that continue a character take no column of their own.
+size_t textWidth(const std::string& text) {
+    return static_cast<size_t>(std::count_if(
+        text.begin(), text.end(), [](unsigned char byte) { return (byte & 0xC0u) != 0x80u; }));
+}
 
 std::string painted(const std::string& text, Paint paint) {
     switch (paint) {
@@ -59,7 +59,7 @@ std::vector<size_t> Table::widths() const {
     std::vector<size_t> widths(rows_.front().size());
     for (const auto& row : rows_) {
         for (size_t column = 0; column < row.size(); ++column) {
-            widths[column] = std::max(widths[column], width(row[column].text));
+            widths[column] = std::max(widths[column], textWidth(row[column].text));
         }
     }
     return widths;

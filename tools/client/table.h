@@ -34,6 +34,9 @@ class Table {
     std::vector<std::vector<Cell>> rows_;
 };
 
+// How many columns the text takes: one for each character of UTF-8.
+size_t textWidth(const std::string& text);
+
 // The text with the paint's escape sequences around it.
 std::string painted(const std::string& text, Paint paint);
 

@@ -28,6 +28,7 @@ constexpr AddVerb kVerbs[] = {
     addDescribe,
     addWatch,
     addWait,
+    addMonitor,
     addNetwork,
     addTop,
     addVersion,

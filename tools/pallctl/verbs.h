@@ -32,6 +32,7 @@ void addVersion(CLI::App& app, Run& run);
 
 // verbs_listening.cpp
 void addWatch(CLI::App& app, Run& run);
+void addMonitor(CLI::App& app, Run& run);
 
 // verb_network.cpp
 void addNetwork(CLI::App& app, Run& run);

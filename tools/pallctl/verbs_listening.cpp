@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "bus/message_types.h"
+#include "client/monitor.h"
 #include "client/watch.h"
 #include "verbs.h"
 
@@ -16,6 +18,32 @@ struct WatchWords {
     bool table = false;
 };
 
+constexpr const char* kMonitorNotes =
+    "A line is time, type, sender -> addressee (* is everybody), object, content, id;\n"
+    "on a terminal it is cut to its width. With -j, -k or into a file all is there.\n"
+    "What passes is for the bus to say: never logins, subscriptions and heartbeats of\n"
+    "others, and no answers to others on a bus that does not know receiveAll.\n"
+    "Exact bytes and times are in the recording alone.";
+
+struct MonitorWords {
+    std::vector<std::string> objects;
+    std::vector<std::string> types;
+    std::string recording;
+};
+
+// All that the wire knows.
+std::vector<std::string> typeWords() {
+    std::vector<std::string> words;
+    for (int type = 0; type < static_cast<int>(MessageType::none); ++type) {
+        words.emplace_back(typeWord(static_cast<MessageType>(type)));
+    }
+    return words;
+}
+
+MonitorRequest requestOf(const MonitorWords& words) {
+    return {words.objects, {words.types.begin(), words.types.end()}, words.recording};
+}
+
 }  // namespace
 
 void addWatch(CLI::App& app, Run& run) {
@@ -26,6 +54,24 @@ void addWatch(CLI::App& app, Run& run) {
     verb->callback([&run, words] {
         run = [words](const Common& common) {
             return Watch(common.reach, common.style, words->names, words->table).run();
+        };
+    });
+}
+
+void addMonitor(CLI::App& app, Run& run) {
+    CLI::App* verb = app.add_subcommand("monitor", "Print what goes over the bus, decoded");
+    const auto words = std::make_shared<MonitorWords>();
+    verb->add_option("OBJECT", words->objects, "Only of these and what is below them");
+    verb->add_option("--type", words->types, "Only of this type; may stand more than once")
+        ->expected(1)
+        ->take_all()
+        ->check(CLI::IsMember(typeWords()));
+    verb->add_option("--record", words->recording, "Keep what is printed in a file")
+        ->type_name("FILE");
+    verb->footer(kMonitorNotes);
+    verb->callback([&run, words] {
+        run = [request = requestOf(*words)](const Common& common) {
+            return Monitor(common.reach, common.style, request).run();
         };
     });
 }

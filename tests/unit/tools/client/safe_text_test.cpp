@@ -59,5 +59,11 @@ TEST(ShellName, IsAVariable) {
     EXPECT_EQ(shellName(""), "_");
 }
 
+TEST(PlainJSON, MeansTheSameWithoutWhatATerminalObeys) {
+    EXPECT_EQ(plainJSON("{\"a\":\"\x7f\xc2\x9b\xc3\xa4\"}"), R"({"a":"\u007f\u009bä"})");
+    EXPECT_EQ(plainJSON("{\"a\":1}"), "{\"a\":1}");
+    EXPECT_EQ(plainJSON("\xc2"), "\xc2");
+}
+
 }  // namespace
 }  // namespace pallctl

@@ -96,6 +96,11 @@ void ProgramProcess::Stream::close() {
     }
 }
 
+bool ProgramProcess::Stream::hasMore(std::chrono::milliseconds time) const {
+    pollfd ready{descriptor_, POLLIN, 0};
+    return !pending_.empty() || ::poll(&ready, 1, static_cast<int>(time.count())) > 0;
+}
+
 std::string ProgramProcess::Stream::readLine() {
     size_t end = pending_.find('\n');
     while (end == std::string::npos && readSome()) {

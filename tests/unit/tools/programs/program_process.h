@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -23,6 +24,8 @@ class ProgramProcess {
 
     // The next line without its end; what there is of it when no more comes in time.
     std::string readLine() { return output_.readLine(); }
+    // Whether something more has come, or comes within that time.
+    bool hasOutput(std::chrono::milliseconds time) const { return output_.hasMore(time); }
     std::string readErrorLine() { return errors_.readLine(); }
     // Everything else until the stream ends.
     std::string restOfOutput() { return output_.readAll(); }
@@ -44,6 +47,7 @@ class ProgramProcess {
 
         void open(int descriptor) { descriptor_ = descriptor; }
         void close();
+        bool hasMore(std::chrono::milliseconds time) const;
         std::string readLine();
         std::string readAll();
 

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "client/output.h"
+
+// What goes over the bus, on one line for each message, whatever bytes it consists of. Pure
+// functions; any thread.
+
+namespace pallctl {
+
+// Who sent it, about what, to whom; that of a payload that is no message is empty and from 0.
+struct TrafficHead {
+    std::string type;  // the word of the wire
+    std::string object;
+    int32_t from = 0;
+    int32_t to = 0;
+};
+TrafficHead trafficHead(std::string_view payload);
+
+// The message with a line end. For people: time of day, type, sender and addressee ("*" is
+// everybody), object, what it carries, id; of at most so many columns, 0 for all. As JSON and for a
+// shell whole: { "time", "type", "from", "to", "object", "data" }, and { "time", "payload" } for
+// what is no message. With raw the data as it came.
+std::string trafficLine(std::string_view payload, std::chrono::system_clock::time_point moment,
+                        const Style& style, size_t columns);
+
+}  // namespace pallctl
