@@ -158,9 +158,8 @@ void Crowd::beginTrouble(Clock::time_point now) {
     victim_ = static_cast<size_t>(random_.between(0, static_cast<int64_t>(clients_.size()) - 1));
     ++deeds_[deed_->name];
     setTrouble(true);
-    for (const char* const words : deed_->begin) {
-        tellBus(words);
-    }
+    tellBus(deed_->begin);
+    tellBus(deed_->also);
     phase_ = Phase::trouble;
     phaseEnd_ = now + deed_->lasts;
 }

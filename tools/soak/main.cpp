@@ -33,7 +33,7 @@ void describe(CLI::App& app, soak::Options& options) {
         ->check(CLI::PositiveNumber);
     app.add_option("--clients", options.clients,
                    "Instead: so many clients on the stand-in bus, and trouble between")
-        ->check(CLI::Range(1, 10000));
+        ->check(CLI::Range(1, 900));
     finishCommandLine(app);
 }
 

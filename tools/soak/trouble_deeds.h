@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <span>
@@ -17,9 +16,10 @@ struct TroubleDeed {
     const char* name;
     int64_t weight;
     Victims victims;
-    std::array<const char*, 2> begin;  // the second may be null
     std::chrono::milliseconds lasts;
-    const char* end;  // null: nothing more
+    const char* begin;
+    const char* end = nullptr;   // nothing more
+    const char* also = nullptr;  // right behind the first words
 };
 
 std::span<const TroubleDeed> troubleDeeds();

@@ -10,8 +10,8 @@ namespace {
 // What the bus does not understand would end a run in its middle.
 TEST(TroubleDeeds, AreAllInTheWordsOfTheBus) {
     for (const TroubleDeed& deed : troubleDeeds()) {
-        ASSERT_NE(deed.begin[0], nullptr) << deed.name;
-        for (const char* const words : {deed.begin[0], deed.begin[1], deed.end}) {
+        ASSERT_NE(deed.begin, nullptr) << deed.name;
+        for (const char* const words : {deed.begin, deed.also, deed.end}) {
             if (words != nullptr) {
                 EXPECT_NO_THROW(pallbus::parseLine(withID(words, 117))) << words;
             }
@@ -22,7 +22,7 @@ TEST(TroubleDeeds, AreAllInTheWordsOfTheBus) {
 // Or the next deed would meet the one before.
 TEST(TroubleDeeds, AreOverByThemselves) {
     for (const TroubleDeed& deed : troubleDeeds()) {
-        const auto plan = pallbus::parseLine(withID(deed.begin[0], 117));
+        const auto plan = pallbus::parseLine(withID(deed.begin, 117));
         const auto& rule = std::get<pallbus::Rule>(plan.at(0).order);
         EXPECT_TRUE(rule.kind == pallbus::Kind::close || rule.often == pallbus::Often::next ||
                     rule.time == deed.lasts)
