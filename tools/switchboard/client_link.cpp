@@ -117,9 +117,7 @@ void ClientLink::hurry() {
     inbox_.hurry();
     handOnDue();
     outbox_.hurry();
-    if (socket_.is_open() && inFlight_.empty()) {
-        write();
-    }
+    write();
 }
 
 void ClientLink::send(const std::string& frame, const Fate& fate) {
@@ -136,14 +134,16 @@ void ClientLink::send(const std::string& frame, const Fate& fate) {
         writeAhead_ = true;
         asio::post(socket_.get_executor(), [self = shared_from_this()] {
             self->writeAhead_ = false;
-            if (self->socket_.is_open()) {
-                self->write();
-            }
+            self->write();
         });
     }
 }
 
+// Unless a write is under way, which goes on with the rest when it is done.
 void ClientLink::write() {
+    if (!socket_.is_open() || !inFlight_.empty()) {
+        return;
+    }
     if (outbox_.isCutOff()) {
         lose("cut off in mid-frame");
         return;
@@ -171,7 +171,7 @@ void ClientLink::write() {
 void ClientLink::writeAt(Clock::time_point time) {
     outboxTimer_.expires_at(time);
     outboxTimer_.async_wait([self = shared_from_this()](const asio::error_code& error) {
-        if (!error && self->socket_.is_open() && self->inFlight_.empty()) {
+        if (!error) {
             self->write();
         }
     });
