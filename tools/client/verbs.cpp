@@ -45,6 +45,17 @@ std::string valuesOf(const std::vector<const Parameter*>& parameters, const Styl
     return lines;
 }
 
+// This program, as one more thing that has a value.
+Parameter ownParameter(const std::string& version) {
+    Parameter own;
+    own.descriptor.name = kOwnName;
+    own.descriptor.label = "Version of this program";
+    own.descriptor.type = "STRING";
+    own.descriptor.readOnly = true;
+    own.value = jsonString(version);
+    return own;
+}
+
 void print(const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
@@ -97,12 +108,7 @@ ExitStatus describe(const Reach& reach, const Style& style, const std::vector<st
 }
 
 ExitStatus version(const Reach& reach, const Style& style, const std::string& ownVersion) {
-    Parameter own;
-    own.descriptor.name = kOwnName;
-    own.descriptor.label = "Version of this program";
-    own.descriptor.type = "STRING";
-    own.descriptor.readOnly = true;
-    own.value = jsonString(ownVersion);
+    const Parameter own = ownParameter(ownVersion);
     std::vector<const Parameter*> parameters{&own};
     Client client(reach, Interest::answers);
     if (client.read({std::begin(kVersionNames), std::end(kVersionNames)}) == kSuccess) {
