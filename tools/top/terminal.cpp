@@ -21,6 +21,21 @@ std::string terminalName() {
     return name ? name : "";
 }
 
+// What the machine knows of a terminal, as long as this lives.
+struct Description {
+    Description() : isKnown(::setupterm(nullptr, STDOUT_FILENO, &error) == OK) {}
+    ~Description() {
+        if (isKnown) {
+            ::del_curterm(cur_term);
+        }
+    }
+    Description(const Description&) = delete;
+    Description& operator=(const Description&) = delete;
+
+    int error = 0;
+    const bool isKnown;
+};
+
 }  // namespace
 
 void checkTerminal() {
@@ -31,8 +46,8 @@ void checkTerminal() {
     if (name.empty()) {
         throw std::runtime_error("TERM does not say what terminal this is");
     }
-    int error = 0;
-    if (::setupterm(nullptr, STDOUT_FILENO, &error) != OK) {
+    const Description description;
+    if (!description.isKnown) {
         throw std::runtime_error("TERM names a terminal that this machine does not know: " + name);
     }
     std::array<char, 4> moveCursor{"cup"};
