@@ -132,7 +132,7 @@ const std::string kHostile[] = {
     "[\"NOT\", \"s\", 8, 0, 0]\n{\"param\":{\"objectName\":[\"\\u001b[2J\",7]}}",
     "[\"NOT\", \"s\", 8, 0, 0]\n{\"param\":\"\x9b\"}",
     "[\"NOT\", \"s\", 8, 0, 0]\nno \x1b JSON \r",
-    std::string("[\"NOT\", \"s\", 8, 0, 0]\n{}\0\x1b", 30),
+    std::string("[\"NOT\", \"s\", 8, 0, 0]\n{}\0\x1b", 26),
     std::string("\0\0", 2),
     "",
 };
