@@ -34,7 +34,8 @@ struct Check {
     std::string_view effect;             // whatever else comes of that
     // A file's text says what it has to; null: any text does.
     bool (*decodes)(const std::string& text, const Product& product) = nullptr;
-    size_t word = 0;  // which word of the commands is the program
+    size_t word = 0;      // which word of the commands is the program
+    bool isSure = false;  // the same is published without a file and with one that says nothing
 };
 
 // All of them, in the order in which a person wants to read them. The first finds the product.

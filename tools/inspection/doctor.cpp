@@ -80,10 +80,11 @@ std::vector<Published> publishedWithout(const Check& check, State state) {
     if (check.kind == Kind::settings) {
         return savedParameters();
     }
+    const bool isKnown = state != State::undecodable || check.isSure;
     std::vector<Published> all;
     for (const Published& one : check.published) {
         if (!one.name.empty()) {
-            all.push_back({one.name, state == State::undecodable ? "" : one.value});
+            all.push_back({one.name, isKnown ? one.value : ""});
         }
     }
     return all;

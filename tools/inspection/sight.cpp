@@ -7,8 +7,12 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <string_view>
+
+#include "frame/paths.h"
 
 namespace inspection {
 
@@ -45,6 +49,18 @@ Sight textOf(const Descriptor& opened) {
     return size < 0 ? failed(errno) : sight;
 }
 
+// The program that a script names in its first line; empty when that is no script's.
+std::string interpreterOf(const std::string& text) {
+    constexpr std::string_view kMark = "#!";
+    constexpr const char* kBlanks = " \t";
+    if (!text.starts_with(kMark)) {
+        return "";
+    }
+    const std::string line = text.substr(0, text.find('\n'));
+    const size_t begin = std::min(line.find_first_not_of(kBlanks, kMark.size()), line.size());
+    return line.substr(begin, line.find_first_of(" \t\r", begin) - begin);
+}
+
 }  // namespace
 
 Root::Root(const std::filesystem::path& directory)
@@ -69,7 +85,20 @@ Sight Root::file(const std::string& path) const {
     return S_ISREG(modeOf(opened)) ? textOf(opened) : Sight{State::unreadable, "not a plain file"};
 }
 
-Sight Root::program(const std::string& path) const {
+// The program behind all programs of a simulated frame is mounted when that runs, and not before.
+bool Root::isSimulated(const std::string& path) const {
+    Descriptor opened;
+    std::array<char, frame::paths::kProgram.size() + 1> target{};
+    if (open(path, O_PATH | O_NOFOLLOW, opened).state != State::well) {
+        return false;
+    }
+    const ssize_t size = ::readlinkat(opened.get(), "", target.data(), target.size());
+    return size > 0 &&
+           std::string_view(target.data(), static_cast<size_t>(size)) == frame::paths::kProgram &&
+           file(std::string(frame::paths::kProduct)).state == State::well;
+}
+
+Sight Root::executable(const std::string& path) const {
     constexpr mode_t kAnybody = S_IXUSR | S_IXGRP | S_IXOTH;
     Descriptor opened;
     const Sight sight = open(path, O_PATH, opened);
@@ -80,6 +109,27 @@ Sight Root::program(const std::string& path) const {
     return S_ISREG(mode) && (mode & kAnybody) != 0
                ? sight
                : Sight{State::notExecutable, "no program that may be run"};
+}
+
+Sight Root::program(const std::string& path) const {
+    if (isSimulated(path)) {
+        return {};
+    }
+    const Sight sight = executable(path);
+    const Sight content = file(path);
+    if (sight.state != State::well || content.state != State::well) {
+        return sight;  // what may be run need not be readable
+    }
+    if (content.text.empty()) {
+        return {State::notExecutable, "empty"};
+    }
+    const std::string interpreter = interpreterOf(content.text);
+    const Sight behind = interpreter.empty() ? Sight{} : executable(interpreter);
+    if (behind.state == State::well) {
+        return {};
+    }
+    return {behind.state == State::unseen ? State::unseen : State::notExecutable,
+            "its interpreter " + interpreter + ": " + behind.reason};
 }
 
 Sight Root::directory(const std::string& path) const {

@@ -31,10 +31,13 @@ class Root {
     explicit Root(const std::filesystem::path& directory);  // throws std::system_error
 
     Sight file(const std::string& path) const;  // its text, at most a mebibyte of it
+    // May be run, and has something to run it with.
     Sight program(const std::string& path) const;
     Sight directory(const std::string& path) const;
 
   private:
+    bool isSimulated(const std::string& path) const;
+    Sight executable(const std::string& path) const;
     Sight open(const std::string& path, int flags, frame::Descriptor& opened) const;
 
     frame::Descriptor root_;

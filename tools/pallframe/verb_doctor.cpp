@@ -17,8 +17,8 @@ struct DoctorWords {
 
 // Where no simulated frame is meant or runs, this machine may be a real one.
 frame::Tree treeOf(DoctorWords& words) {
-    const bool isFrameMeant =
-        !words.which.frame.empty() || !frame::Registry::ofUser().running().empty();
+    const bool isFrameMeant = !words.which.frame.empty() || !words.which.directory.empty() ||
+                              !frame::Registry::ofUser().running().empty();
     if (!words.root.empty() || !isFrameMeant) {
         return frame::Tree(words.root.empty() ? "/" : words.root);
     }
@@ -32,7 +32,8 @@ int examine(DoctorWords& words) {
         std::fputs(jsonOf(diagnosis).c_str(), stdout);
     } else {
         const std::string& frame = words.which.frame;
-        const std::string root = words.root.empty() ? "/" : words.root;
+        const std::string& given = words.root.empty() ? words.which.directory : words.root;
+        const std::string root = given.empty() ? "/" : given;
         std::printf("%-16s%s\n", frame.empty() ? "root" : "frame",
                     (frame.empty() ? root : frame).c_str());
         std::fputs(linesOf(diagnosis).c_str(), stdout);
@@ -45,12 +46,12 @@ int examine(DoctorWords& words) {
 void addDoctor(CLI::App& app, Call& call) {
     const auto words = std::make_shared<DoctorWords>();
     CLI::App* verb = app.add_subcommand("doctor", "What a frame lacks, and what comes of that");
+    words->which.addTo(*verb);
     verb->add_option("--root", words->root, "Another frame's root directory, or / of this machine")
         ->type_name("DIR")
-        ->check(CLI::ExistingDirectory.description(""));
-    verb->add_option("--frame", words->which.frame, "A running frame, as list shows it")
-        ->type_name("FRAME")
-        ->excludes("--root");
+        ->check(CLI::ExistingDirectory.description(""))
+        ->excludes("--frame")
+        ->excludes("--tree");
     verb->add_flag("--json", words->json, "One JSON object instead of lines");
     verb->callback([words, &call] { call.status = examine(*words); });
 }

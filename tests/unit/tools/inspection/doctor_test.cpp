@@ -91,7 +91,7 @@ TEST_P(DoctorOn, SaysWhenAFileDoesNotSayWhatItHasTo) {
             tree.replace(placeOf(check), "\n");
             EXPECT_EQ(at(pathOf(check)).state, State::undecodable) << pathOf(check);
             for (const Published& one : at(pathOf(check)).published) {
-                EXPECT_EQ(one.value, "") << "not known beforehand";
+                EXPECT_EQ(one.value.empty(), !check.isSure) << one.name;
             }
             ++tried;
         }
@@ -107,6 +107,46 @@ TEST_P(DoctorOn, SaysWhenAProgramMayNotBeRun) {
             EXPECT_EQ(at(pathOf(check)).state, State::notExecutable) << pathOf(check);
         }
     }
+}
+
+TEST_F(Doctor, KnowsWhatIsPublishedWithABuildFileThatSaysNothing) {
+    runAs("KELI");
+    tree.replace("/etc/build.prop", "");
+    const Finding finding = at("/etc/build.prop");
+    EXPECT_EQ(finding.state, State::undecodable);
+    ASSERT_EQ(finding.published.size(), 1U);
+    EXPECT_EQ(finding.published[0].value, "\"read error\"");
+}
+
+TEST_F(Doctor, TakesTheProgramsOfASimulatedFrameForWhatTheyAreInside) {
+    runAs("KELI");
+    tree.replace(frame::paths::kProgram, "", 0644);  // where the program is mounted
+    EXPECT_TRUE(diagnosis().isWell());
+    tree.remove(frame::paths::kProgram);
+    EXPECT_TRUE(diagnosis().isWell());
+    tree.remove(frame::paths::kProduct);
+    EXPECT_EQ(at("/sbin/devmem").state, State::missing) << "no simulated frame";
+}
+
+TEST_F(Doctor, WantsAnInterpreterForAScript) {
+    runAs("KELI");
+    const std::string script = "/vantor/bin/restartNetworking.sh";
+    tree.replace(script, "#! /bin/nosuch -e\necho\n", 0755);
+    EXPECT_EQ(at(script).state, State::notExecutable);
+    EXPECT_EQ(at(script).reason, "its interpreter /bin/nosuch: No such file or directory");
+    tree.replace("/bin/nosuch", "", 0644);
+    EXPECT_EQ(at(script).state, State::notExecutable);
+    for (const char* text : {"#!/bin/sh\n", "#! /bin/sh -e", "echo\n", "#!\necho\n"}) {
+        tree.replace(script, text, 0755);
+        EXPECT_EQ(at(script).state, State::well) << text;
+    }
+}
+
+TEST_F(Doctor, TakesAnEmptyScriptForNone) {
+    runAs("KELI");
+    tree.replace("/vantor/bin/restartNetworking.sh", "", 0755);
+    EXPECT_EQ(at("/vantor/bin/restartNetworking.sh").state, State::notExecutable);
+    EXPECT_EQ(at("/vantor/bin/restartNetworking.sh").reason, "empty");
 }
 
 TEST_F(Doctor, KnowsTheProductFromWhatAShellWouldRead) {

@@ -11,7 +11,10 @@ class FrameToInspect : public TemporaryTree {
     void runAs(const char* product) {
         furnishAs(product);
         tree.replace(frame::paths::kProgram, "", 0755);
-        tree.replace("/bin/sh", "", 0755);
+        tree.replace("/bin/sh",
+                     "\x7f"
+                     "ELF",
+                     0755);
     }
 
     inspection::Diagnosis diagnosis() const {
