@@ -67,6 +67,13 @@ TEST(Enter, JoinsFilesNetworkAndProcesses) {
     EXPECT_EQ(frame.waitForEnd(), 128 + SIGKILL);
 }
 
+TEST(Enter, ProcessesAreSeenAlsoWhenManyWereBeforeThem) {
+    const Running frame;
+    const std::string many = "for each in $(seq 400); do /bin/true; done; ";
+    const std::string itself = "[ $$ -gt 400 ] && readlink /proc/$$/exe && pgrep -o sleep";
+    EXPECT_THAT(shell(many + "sh -c '" + itself + "'").status, 0);
+}
+
 TEST(Enter, NeedsNoDirectoryOfTheHost) {
     const Running frame;
     EXPECT_EQ(shell("echo ${XDG_RUNTIME_DIR-none} ${TMPDIR-none}").output, "none none\n");

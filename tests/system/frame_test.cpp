@@ -69,6 +69,12 @@ TEST(Inside, TheHostsProgramsCannotBeWritten) {
     EXPECT_EQ(errno, EROFS);
 }
 
+// Breaking a script breaks it in its own frame only.
+TEST(Inside, TheProgramBehindTheScriptsCannotBeChanged) {
+    EXPECT_EQ(shell("chmod -x /etc/init.d/S40network 2>/dev/null").status, 1);
+    EXPECT_EQ(shell("/etc/init.d/S40network restart").status, 0);
+}
+
 TEST(Inside, ProcessesFindThemselves) {
     EXPECT_EQ(std::filesystem::read_symlink("/proc/self/exe"), programDirectory() / "system_tests");
     const std::string own = "/proc/" + std::to_string(::getpid()) + "/exe";

@@ -4,11 +4,15 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <filesystem>
 
 #include "frame/devices.h"
+#include "frame/paths.h"
 #include "frame/programs.h"
 
 namespace frame {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -43,11 +47,40 @@ Number numberFrom0To(Number most, const std::string& word) {
     return number;
 }
 
+// Whether the simulation itself lives there, above it or below it.
+bool isOwn(const fs::path& path) {
+    const fs::path own(paths::kOwnDirectory);
+    const auto [ownRest, pathRest] =
+        std::mismatch(own.begin(), own.end(), path.begin(), path.end());
+    return ownRest == own.end() || pathRest == path.end();
+}
+
+// Whoever writes a tree from outside is root of the host, so no path may lead out of the tree.
 std::string pathOf(const std::string& word) {
-    if (!word.starts_with("/")) {
+    const fs::path path(word);
+    if (!path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end()) {
         refuse(word, "a path from the frame's root on");
     }
-    return word;
+    const fs::path shortest = path.lexically_normal();
+    const fs::path named = shortest.has_filename() ? shortest : shortest.parent_path();
+    if (isOwn(named)) {
+        refuse(word, "a file that a frame can do without");
+    }
+    return named;
+}
+
+void takeAway(const Tree& tree, const std::string& path) {
+    if (!tree.exists(tree.whereKept(path))) {
+        throw BadRequest("the frame has no file '" + path + "'");
+    }
+    tree.hide(path);
+}
+
+void change(const Tree& tree, const std::string& path, const std::string& line) {
+    if (fs::is_directory(tree.path(path))) {
+        refuse(path, "a file");
+    }
+    editLine(tree, path, line);
 }
 
 std::string programOf(const std::string& word) {
@@ -79,17 +112,16 @@ Change battery(Arguments words) {
 Change file(Arguments words) {
     const bool present = isFirstOf(words[1], "present", "missing");
     return [path = pathOf(words[0]), present](const Tree& tree) {
-        present ? tree.show(path) : tree.hide(path);
+        present ? tree.show(path) : takeAway(tree, path);
     };
 }
 
 Change edit(Arguments words) {
-    if (words[1].find('=') == std::string::npos) {
-        refuse(words[1], "KEY=VALUE");
+    if (words[1].find('=') == std::string::npos || words[1].find('\n') != std::string::npos) {
+        refuse(words[1], "one line KEY=VALUE");
     }
-    return [path = pathOf(words[0]), line = words[1]](const Tree& tree) {
-        editLine(tree, path, line);
-    };
+    return
+        [path = pathOf(words[0]), line = words[1]](const Tree& tree) { change(tree, path, line); };
 }
 
 Change pause(Arguments words) {

@@ -54,7 +54,8 @@ Tree::Tree(Descriptor root)
       root_("/proc/self/fd/" + std::to_string(held_->get())) {}
 
 fs::path Tree::path(std::string_view absolute) const {
-    return root_ / fs::path(absolute).relative_path();
+    // In its shortest form, in which nothing is above the root.
+    return root_ / fs::path(absolute).lexically_normal().relative_path();
 }
 
 bool Tree::exists(std::string_view absolute) const {

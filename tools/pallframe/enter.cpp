@@ -11,6 +11,7 @@
 #include "frame/devices.h"
 #include "frame/product.h"
 #include "process.h"
+#include "root.h"
 
 namespace pallframe {
 
@@ -66,6 +67,7 @@ int enterFrame(const RunningFrame& frame, const std::vector<std::string>& comman
     Supervisor supervisor;
     const Descriptor self = watchSelf();
     join(frame);
+    showManyProcesses();
     if (::chdir(workingDirectory.c_str()) != 0) {
         check(::chdir("/"), "/");
     }

@@ -26,7 +26,8 @@ using frame::check;
 constexpr const char* kMemoryRoot = "/tmp";
 
 constexpr const char* kProcesses = "/run/proc";
-constexpr int kNumberedLinks = 300;
+constexpr int kFewProcesses = 300;
+constexpr int kManyProcesses = 20000;
 
 // The last two make manual pages readable.
 constexpr std::array<const char*, 9> kHostParts{"/bin",
@@ -127,6 +128,19 @@ void linkEntries(const fs::path& from, const fs::path& seenAs, const fs::path& t
     }
 }
 
+// Another one who enters may be making the same links.
+void linkNumbers(const fs::path& to, int first, int last) {
+    for (int number = first; number <= last; ++number) {
+        const std::string name = std::to_string(number);
+        std::error_code there;
+        fs::create_symlink(fs::path(kProcesses) / name, to / name, there);
+    }
+}
+
+bool isLinked(int number) {
+    return fs::is_symlink(fs::symlink_status("/proc/" + std::to_string(number)));
+}
+
 // The kernel's /proc cannot be given a bonding file, so the frame's is a directory of links to it
 // that has one. Numbers are linked ahead of the processes: sanitizers look themselves up by number.
 void makeProcesses(const fs::path& root, const HostPart& hostProcesses) {
@@ -134,15 +148,16 @@ void makeProcesses(const fs::path& root, const HostPart& hostProcesses) {
     const bool own = mountProcesses(processes, hostProcesses);
     linkEntries(processes, kProcesses, root / "proc");
     linkEntries(processes / "self/net", fs::path(kProcesses) / "self/net", root / "proc/net");
-    for (int number = 1; own && number <= kNumberedLinks; ++number) {
-        const std::string name = std::to_string(number);
-        fs::create_symlink(fs::path(kProcesses) / name, root / "proc" / name);
+    if (own) {
+        linkNumbers(root / "proc", 1, kFewProcesses);
     }
 }
 
 void showOwnProgram(const fs::path& root, const HostPart& program) {
     const fs::path target = root / fs::path(frame::paths::kProgram).relative_path();
     makePlace(target, false);
+    // Every program of the frame is this file: what changes one of them must not reach the host's.
+    program.makeReadOnly();
     program.appearAt(target);
 }
 
@@ -179,6 +194,13 @@ void enterRoot(const RootPlan& plan) {
     changeRoot(root);
     if (::chdir(workingDirectory.c_str()) != 0) {
         check(::chdir("/"), "/");
+    }
+}
+
+void showManyProcesses() {
+    // Not where the host's processes stand in for the frame's, and once only.
+    if (isLinked(kFewProcesses) && !isLinked(kFewProcesses + 1)) {
+        linkNumbers("/proc", kFewProcesses + 1, kManyProcesses);
     }
 }
 

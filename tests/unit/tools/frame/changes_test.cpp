@@ -59,6 +59,21 @@ TEST_F(ChangesTest, AFileThatIsAwayIsEditedWhereItIsKept) {
     EXPECT_THAT(tree.read("/etc/build.prop"), StartsWith("VERSION=\"5\"\nPROJECT"));
 }
 
+TEST_F(ChangesTest, AFileThatWasNeverThereCannotBeTakenAway) {
+    EXPECT_THROW(make({"file", "/tmp/eeprim", "missing"}), BadRequest);
+    make({"file", "/tmp/eeprom", "missing"});
+    EXPECT_NO_THROW(make({"file", "/tmp/eeprom", "missing"})) << "is away already";
+}
+
+TEST_F(ChangesTest, ADirectoryHasNoLines) {
+    EXPECT_THROW(make({"edit", "/etc", "A=1"}), BadRequest);
+}
+
+TEST_F(ChangesTest, APathIsTakenInItsShortestForm) {
+    make({"file", "/tmp/./eeprom", "missing"});
+    EXPECT_THAT(tree.hiddenFiles(), testing::ElementsAre("/tmp/eeprom"));
+}
+
 TEST_F(ChangesTest, AProgramFailsAndWorksAgain) {
     make({"exit", "S50dropbear", "3"});
     EXPECT_EQ(runProgram(tree, {"/etc/init.d/S50dropbear", "restart"}), 3);
@@ -112,8 +127,17 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{{"battery", "nan"}, "'nan' is not a number from 0 to 5"},
         Bad{{"file", "tmp/eeprom", "missing"},
             "'tmp/eeprom' is not a path from the frame's root on"},
+        Bad{{"file", "/../victim", "missing"},
+            "'/../victim' is not a path from the frame's root on"},
+        Bad{{"edit", "/etc/../../victim", "A=1"},
+            "'/etc/../../victim' is not a path from the frame's root on"},
+        Bad{{"file", "/", "missing"}, "'/' is not a file that a frame can do without"},
+        Bad{{"file", "/run/", "missing"}, "'/run/' is not a file that a frame can do without"},
+        Bad{{"file", "/run/frame/lock", "missing"},
+            "'/run/frame/lock' is not a file that a frame can do without"},
         Bad{{"file", "/tmp/eeprom", "gone"}, "'gone' is not present or missing"},
-        Bad{{"edit", "/etc/build.prop", "VERSION"}, "'VERSION' is not KEY=VALUE"},
+        Bad{{"edit", "/etc/build.prop", "VERSION"}, "'VERSION' is not one line KEY=VALUE"},
+        Bad{{"edit", "/etc/build.prop", "A=1\nB=2"}, "'A=1\nB=2' is not one line KEY=VALUE"},
         Bad{{"pause", "S99nothing", "1"}, "a frame has no program 'S99nothing'"},
         Bad{{"pause", "S40network", "3601"}, "'3601' is not a number from 0 to 3600"},
         Bad{{"exit", "S40network", "256"}, "'256' is not a number from 0 to 255"},

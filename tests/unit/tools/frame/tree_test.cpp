@@ -21,6 +21,10 @@ TEST_F(TreeTest, NamesFilesByTheirPathInTheFrame) {
     EXPECT_EQ(Tree("/").path("/etc/x"), "/etc/x");
 }
 
+TEST(TreePath, NoPathLeadsOutOfTheTree) {
+    EXPECT_EQ(Tree("/some/where").path("/../../etc/x"), "/some/where/etc/x");
+}
+
 TEST_F(TreeTest, ReplaceMakesDirectoriesAndSetsTheMode) {
     tree.replace("/vantor/etc/deep/x", "one", 0755);
     EXPECT_EQ(tree.read("/vantor/etc/deep/x"), "one");
