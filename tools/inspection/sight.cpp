@@ -61,6 +61,12 @@ std::string interpreterOf(const std::string& text) {
     return line.substr(begin, line.find_first_of(" \t\r", begin) - begin);
 }
 
+// Where a simulated frame shows the programs of the machine that it runs on.
+bool isOfMachine(std::string_view path) {
+    return path.starts_with("/bin/") ||
+           (path.starts_with("/usr/") && !path.starts_with("/usr/local/sbin/"));
+}
+
 }  // namespace
 
 Root::Root(const std::filesystem::path& directory)
@@ -85,7 +91,6 @@ Sight Root::file(const std::string& path) const {
     return S_ISREG(modeOf(opened)) ? textOf(opened) : Sight{State::unreadable, "not a plain file"};
 }
 
-// The program behind all programs of a simulated frame is mounted when that runs, and not before.
 bool Root::isSimulated(const std::string& path) const {
     Descriptor opened;
     std::array<char, frame::paths::kProgram.size() + 1> target{};
@@ -95,13 +100,23 @@ bool Root::isSimulated(const std::string& path) const {
     const ssize_t size = ::readlinkat(opened.get(), "", target.data(), target.size());
     return size > 0 &&
            std::string_view(target.data(), static_cast<size_t>(size)) == frame::paths::kProgram &&
-           file(std::string(frame::paths::kProduct)).state == State::well;
+           isFrameAtRest();
+}
+
+// What a simulated frame shows of the machine, and the program behind all of its own, is mounted
+// where only those inside see it.
+bool Root::isFrameAtRest() const {
+    return file(std::string(frame::paths::kProduct)).state == State::well &&
+           executable(std::string(frame::paths::kProgram)).state != State::well;
 }
 
 Sight Root::executable(const std::string& path) const {
     constexpr mode_t kAnybody = S_IXUSR | S_IXGRP | S_IXOTH;
     Descriptor opened;
-    const Sight sight = open(path, O_PATH, opened);
+    Sight sight = open(path, O_PATH, opened);
+    if (sight.state == State::missing && isOfMachine(path) && isFrameAtRest()) {
+        sight = Root("/").open(path, O_PATH, opened);  // from inside it is seen there
+    }
     if (sight.state != State::well) {
         return sight;
     }

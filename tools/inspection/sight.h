@@ -37,6 +37,7 @@ class Root {
 
   private:
     bool isSimulated(const std::string& path) const;
+    bool isFrameAtRest() const;
     Sight executable(const std::string& path) const;
     Sight open(const std::string& path, int flags, frame::Descriptor& opened) const;
 

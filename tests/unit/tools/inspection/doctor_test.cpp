@@ -121,11 +121,13 @@ TEST_F(Doctor, KnowsWhatIsPublishedWithABuildFileThatSaysNothing) {
 TEST_F(Doctor, TakesTheProgramsOfASimulatedFrameForWhatTheyAreInside) {
     runAs("KELI");
     tree.replace(frame::paths::kProgram, "", 0644);  // where the program is mounted
+    tree.remove("/bin/sh");                          // and where the machine's is shown
     EXPECT_TRUE(diagnosis().isWell());
     tree.remove(frame::paths::kProgram);
     EXPECT_TRUE(diagnosis().isWell());
     tree.remove(frame::paths::kProduct);
     EXPECT_EQ(at("/sbin/devmem").state, State::missing) << "no simulated frame";
+    EXPECT_EQ(at("/bin/sh").state, State::missing);
 }
 
 TEST_F(Doctor, WantsAnInterpreterForAScript) {

@@ -10,7 +10,10 @@ class FrameToInspect : public TemporaryTree {
   protected:
     void runAs(const char* product) {
         furnishAs(product);
-        tree.replace(frame::paths::kProgram, "", 0755);
+        tree.replace(frame::paths::kProgram,
+                     "\x7f"
+                     "ELF",
+                     0755);
         tree.replace("/bin/sh",
                      "\x7f"
                      "ELF",
