@@ -110,8 +110,8 @@ bool BusSession::connect(Deadline deadline) {
     if (errno != EINPROGRESS) {
         return fail("connect", errno);
     }
-    if (!waitFor(POLLOUT, deadline)) {
-        return fail("connect", ETIMEDOUT);
+    if (const Waited waited = waitFor(POLLOUT, deadline); waited != Waited::ready) {
+        return fail("connect", errorOf(waited));
     }
     int error = 0;
     socklen_t size = sizeof error;
@@ -134,8 +134,8 @@ bool BusSession::flush() {
             sent += static_cast<size_t>(size);
         } else if (errno != EAGAIN) {
             return fail("send", errno);
-        } else if (!waitFor(POLLOUT, deadline)) {
-            return fail("send", ETIMEDOUT);
+        } else if (const Waited waited = waitFor(POLLOUT, deadline); waited != Waited::ready) {
+            return fail("send", errorOf(waited));
         }
     }
     return isOpen();
@@ -170,8 +170,11 @@ void BusSession::waitForChunk(Deadline deadline) {
     if (!inbox_.empty() || !isOpen()) {
         return;
     }
-    if (waitFor(POLLIN, std::min(deadline, nextHeartbeat_))) {
+    const Waited waited = waitFor(POLLIN, std::min(deadline, nextHeartbeat_));
+    if (waited == Waited::ready) {
         readChunk();
+    } else if (waited == Waited::failed) {
+        fail("receive", errorOf(waited));
     } else if (silentSince_ && Clock::now() - *silentSince_ >= heartbeat_.patience) {
         // Only now: a process that did not run for a while finds the answers waiting.
         fail("receive", ETIMEDOUT);
@@ -195,12 +198,12 @@ void BusSession::pause(Deadline deadline) {
     waitForAny(-1, 0, deadline);
 }
 
-bool BusSession::waitFor(short events, Deadline deadline) {
+BusSession::Waited BusSession::waitFor(short events, Deadline deadline) {
     return waitForAny(socket_.get(), events, deadline);
 }
 
-// True when the socket is ready; the ends come first.
-bool BusSession::waitForAny(int socket, short events, Deadline deadline) {
+// The ends come first.
+BusSession::Waited BusSession::waitForAny(int socket, short events, Deadline deadline) {
     std::array<pollfd, 3> watched{{{socket, events, 0}, {output_, 0, 0}, {end_, POLLIN, 0}}};
     int ready = 0;
     do {
@@ -208,7 +211,25 @@ bool BusSession::waitForAny(int socket, short events, Deadline deadline) {
     } while (ready < 0 && errno == EINTR);
     const bool isOver = watched[1].revents != 0 || watched[2].revents != 0;
     outputGone_ = outputGone_ || (ready > 0 && isOver);
-    return ready > 0 && !outputGone_;
+    if (outputGone_) {
+        return Waited::outputGone;
+    }
+    if (ready < 0) {
+        return Waited::failed;
+    }
+    return ready > 0 ? Waited::ready : Waited::timeOver;
+}
+
+// Right behind the wait, whose errno it may be.
+int BusSession::errorOf(Waited waited) {
+    switch (waited) {
+        case Waited::timeOver:
+            return ETIMEDOUT;
+        case Waited::outputGone:
+            return EPIPE;
+        default:
+            return errno;
+    }
 }
 
 void BusSession::readChunk() {

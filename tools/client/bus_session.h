@@ -56,7 +56,8 @@ class BusSession {
     // The same once this one is readable.
     void endWith(int descriptor) { end_ = descriptor; }
 
-    // Connects and queues the login. False when that failed; errorText() then says why.
+    // Connects and queues the login. False when that failed; errorText() then says why, which is
+    // nobody's concern when the output has gone.
     bool open(Deadline deadline);
     void close();
     bool isOpen() const { return socket_.get() >= 0; }
@@ -73,7 +74,7 @@ class BusSession {
     // one flush(), so that a device can answer all of it at once.
     void queue(TarnInternalMessage& message);
     // Sends what is queued. False, and the session closed, when the bus does not take it within a
-    // few seconds.
+    // few seconds or before the output has gone.
     bool flush();
 
     // The next message; what is none is passed over. Nothing when the deadline came first, the
@@ -87,9 +88,12 @@ class BusSession {
     bool outputGone() const { return outputGone_; }
 
   private:
+    enum class Waited { ready, timeOver, outputGone, failed };
+
     bool connect(Deadline deadline);
-    bool waitFor(short events, Deadline deadline);
-    bool waitForAny(int socket, short events, Deadline deadline);
+    Waited waitFor(short events, Deadline deadline);
+    Waited waitForAny(int socket, short events, Deadline deadline);
+    static int errorOf(Waited waited);
     void waitForChunk(Deadline deadline);
     void readChunk();
     void keepAlive();

@@ -27,6 +27,11 @@ Patience patienceOf(const Reach& reach) {
     return {reach.timeout.value_or(usual.read), reach.timeout.value_or(usual.set)};
 }
 
+int watchedOutput(Interest interest) {
+    const bool isForReader = interest == Interest::announcements || interest == Interest::traffic;
+    return isForReader ? STDOUT_FILENO : -1;
+}
+
 }  // namespace
 
 int32_t ownConnectionID() {
@@ -37,7 +42,7 @@ Client::Client(const Reach& reach, Interest interest)
     : reach_(reach),
       patience_(patienceOf(reach)),
       interest_(interest),
-      session_(reach.port, ownConnectionID(), interest == Interest::answers ? -1 : STDOUT_FILENO),
+      session_(reach.port, ownConnectionID(), watchedOutput(interest)),
       device_(session_, mirror_, reach.object, patience_) {}
 
 bool Client::connect() {
@@ -58,7 +63,10 @@ bool Client::connect() {
 ExitStatus Client::awaitBus() {
     const Deadline giveUp = Clock::now() + reach_.wait;
     while (!connect()) {
-        if (Clock::now() >= giveUp || session_.outputGone()) {
+        if (session_.outputGone()) {
+            return kSuccess;
+        }
+        if (Clock::now() >= giveUp) {
             explain(kNoBus);
             return kNoBus;
         }
@@ -88,7 +96,10 @@ ExitStatus Client::read(const std::vector<std::string>& names) {
         const bool last = Clock::now() >= giveUp;
         const auto status =
             tryToRead(names, last ? patience_.read : std::min(patience_.read, kWaitingPatience));
-        if (status == kSuccess || last || session_.outputGone()) {
+        if (session_.outputGone()) {
+            return kSuccess;
+        }
+        if (status == kSuccess || last) {
             explain(status);
             return status;
         }

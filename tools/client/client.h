@@ -24,7 +24,7 @@ struct Reach {
 
 // What a verb hears of the device: its answers, changes that it announces meanwhile too, or all
 // that it announces for as long as somebody reads standard output; or, equally long, all that
-// passes over the bus.
+// passes over the bus. The first two are carried out whether anybody reads the output or not.
 enum class Interest { answers, changes, announcements, traffic };
 
 // The connection id of this process: a million and its process id, so that no two clients of a
@@ -40,12 +40,14 @@ class Client {
     // Connects, and subscribes what it is interested in.
     bool connect();
     // Connects as soon as there is a bus, or the wait is over: kNoBus, after a complaint, then.
+    // kSuccess also once the output has gone (session().outputGone()): nobody is left to be told.
     ExitStatus awaitBus();
     // After a lost connection: says so on standard error, and connects again, for as long as
     // somebody reads the output and there is time. False when it gave up.
     bool reconnect(Deadline giveUp = Deadline::max());
     // Connects and reads these parameters (any form of their names), over and over until that works
-    // or the wait is over. Says on standard error what is missing when it gives up.
+    // or the wait is over. Says on standard error what is missing when it gives up. kSuccess, with
+    // nothing read, also once the output has gone.
     ExitStatus read(const std::vector<std::string>& names);
 
     // The names of the daemon's catalogue, as this object has them; none for an object that is no
@@ -56,6 +58,7 @@ class Client {
     std::vector<const Parameter*> described(const std::set<std::string>& only = {}) const;
 
     BusSession& session() { return session_; }
+    const BusSession& session() const { return session_; }
     Device& device() { return device_; }
     const Device& device() const { return device_; }
     Mirror& mirror() { return mirror_; }

@@ -23,19 +23,19 @@ Reach forEachAnswer(Reach reach) {
 class Waiting {
   public:
     Waiting(const Reach& reach, const Style& style)
-        : client_(forEachAnswer(reach), Interest::changes),
+        : client_(forEachAnswer(reach), Interest::announcements),
           style_(style),
           giveUp_(reach.timeout ? Clock::now() + reach.wait + *reach.timeout : Deadline::max()) {}
 
     ExitStatus run(const Assignment& wanted) {
         const ExitStatus status = begin(wanted);
-        return status == kSuccess ? follow() : status;
+        return status == kSuccess && !outputGone() ? follow() : status;
     }
 
   private:
     ExitStatus begin(const Assignment& wanted) {
         const ExitStatus status = client_.read({wanted.name});
-        if (status != kSuccess) {
+        if (status != kSuccess || outputGone()) {
             return status;
         }
         parameter_ = client_.mirror().described(client_.device().fullName(wanted.name));
@@ -55,6 +55,9 @@ class Waiting {
 
     ExitStatus follow() {
         while (!readsAs(*parameter_, wanted_.get())) {
+            if (outputGone()) {
+                return kSuccess;
+            }
             if (Clock::now() >= giveUp_) {
                 complain(parameter_->descriptor.name, "is " + shownValue(*parameter_, style_));
                 return kTimeOver;
@@ -80,6 +83,8 @@ class Waiting {
             stale_ = client_.device().takeArrival();
         }
     }
+
+    bool outputGone() const { return client_.session().outputGone(); }
 
     Client client_;
     Style style_;

@@ -10,8 +10,8 @@ namespace pallctl {
 // Goes on until the parameter in "NAME=VALUE" is seen to have that value: at once when it has, or
 // when it is announced, or after bus or daemon were away. Values are compared as their type has
 // them or as people read them, so that 5 is 5.0 and "enabled" is 1. reach.timeout is for all of it;
-// kTimeOver when that has passed. For people nothing is printed, for programs a listing() of the
-// parameter.
+// kTimeOver when that has passed, kSuccess without a word when standard output loses its reader.
+// For people nothing is printed, for programs a listing() of the parameter.
 ExitStatus waitFor(const Reach& reach, const Style& style, const std::string& assignment);
 
 }  // namespace pallctl

@@ -61,8 +61,8 @@ ExitStatus Watch::begin() {
 }
 
 ExitStatus Watch::findNames() const {
-    if (client_.device().isThroughPrefix()) {
-        // Most are heard of when they change, and not before.
+    // Through a prefix most are heard of when they change, and not before.
+    if (client_.device().isThroughPrefix() || client_.session().outputGone()) {
         return kSuccess;
     }
     for (const std::string& name : only_) {

@@ -126,6 +126,18 @@ TEST_F(BusSessionTest, WaitsForNothingWhenTheReaderOfItsOutputHasGone) {
     EXPECT_TRUE(session.isOpen());
 }
 
+TEST_F(BusSessionTest, DoesNotTakeAnOutputWithoutReaderForABusThatTakesTooLong) {
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
+    const UniqueDescriptor output(pipe[1]);
+    ::close(pipe[0]);
+    BusSession session(peer_.port(), 1, output.get());
+    EXPECT_FALSE(session.open(soon()));
+    EXPECT_TRUE(session.outputGone());
+    EXPECT_FALSE(session.isOpen());
+    EXPECT_EQ(session.errorText(), "connect: Broken pipe");
+}
+
 TEST_F(BusSessionTest, PausesNoLongerThanItsOutputHasAReader) {
     std::array<int, 2> pipe{};
     ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);

@@ -1,0 +1,40 @@
+// What pallctl does when its output cannot be written, or nobody reads it any more.
+
+#include "on_pallbus.h"
+
+using harness::Result;
+
+namespace {
+
+std::string commandLine(const std::string& words) {
+    return program("pallctl", {})[0] + ' ' + words;
+}
+
+// Begins when the reader of its output has gone for certain.
+Result withoutReader(const std::string& words) {
+    return harness::run({"sh", "-c",
+                         "{ trap '' PIPE; while printf x 2>/dev/null; do :; done; " +
+                             commandLine(words) + "; echo $? >&2; } | true"});
+}
+
+TEST_F(OnPallbus, WhatGoesOnEndsQuietlyWhenItsReaderHasGoneBefore) {
+    start();
+    for (const char* words : {"watch", "watch --table", "watch nosuch", "monitor",
+                              "wait frameName=x", "wait nosuch=1", "--json wait frameName=x"}) {
+        EXPECT_EQ(withoutReader(words).error, "0\n") << words;
+    }
+}
+
+TEST_F(OnPallbus, WhatWaitsForABusEndsQuietlyWhenItsReaderHasGone) {
+    for (const char* words : {"watch", "monitor", "wait frameName=x"}) {
+        EXPECT_EQ(withoutReader(std::string("--wait=60 ") + words).error, "0\n") << words;
+    }
+}
+
+TEST_F(OnPallbus, ASetIsCarriedOutAlsoWhenNobodyReadsItsOutput) {
+    start();
+    EXPECT_EQ(withoutReader("set systemName=B").error, "0\n");
+    EXPECT_EQ(pallctl({"get", "systemName"}).output, "B\n");
+}
+
+}  // namespace
