@@ -6,6 +6,8 @@
 #include <new>
 #include <utility>
 
+#include "bus/misframed.h"
+
 namespace lumo {
 
 namespace {
@@ -17,6 +19,19 @@ constexpr char kTerminator = ';';
 
 int printable(size_t size) {
     return static_cast<int>(std::min<size_t>(size, kLongestPayload));
+}
+
+MisframedSink& currentSink() {
+    static MisframedSink sink;
+    return sink;
+}
+
+void showMisframed(const std::vector<char>& payload) {
+    if (const MisframedSink& sink = currentSink()) {
+        sink({payload.data(), payload.size()});
+    } else {
+        std::fprintf(stderr, "%.*s\n", printable(payload.size()), payload.data());
+    }
 }
 
 // The payload of a frame with room for its terminator, null when there is no memory for it.
@@ -38,6 +53,10 @@ std::unique_ptr<std::vector<char>> newBuffer(size_t capacity) try {
 }
 
 }  // namespace
+
+MisframedSink replaceMisframedSink(MisframedSink sink) {
+    return std::exchange(currentSink(), std::move(sink));
+}
 
 void NetStringStreamParser::setOnMessage(OnMessage onMessage) {
     onMessage_ = std::move(onMessage);
@@ -125,7 +144,7 @@ void NetStringStreamParser::endPayload(char terminator) {
         return;
     }
     if (terminator != kTerminator) {
-        std::fprintf(stderr, "%.*s\n", printable(payload->size()), payload->data());
+        showMisframed(*payload);
         return;
     }
     payload->push_back('\0');

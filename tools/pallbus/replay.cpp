@@ -5,12 +5,14 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
 
+#include "bus/misframed.h"
 #include "model/log.h"
 #include "recording/lines.h"
 #include "recording/recording.h"
@@ -110,6 +112,7 @@ void print(const replay::Report& report, size_t sent) {
 
 int replayFile(uint16_t port, const Options& options) {
     replaceLogSink([](int, const std::string&) {});
+    lumo::replaceMisframedSink([](std::string_view) {});
     const std::vector<replay::Step> steps = planOf(options);
     replay::Comparison comparison(steps, namesOf(options));
     const size_t sent =

@@ -14,6 +14,7 @@
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
 
+#include "bus/misframed.h"
 #include "model/log.h"
 #include "recording/recording.h"
 #include "switchboard/bus_server.h"
@@ -90,6 +91,8 @@ void serve(uint16_t port, const Options& options) {
     // What the bus library has to say about bad messages is not for the system log of the machine,
     // and the server reports them itself.
     replaceLogSink([](int, const std::string&) {});
+    lumo::replaceMisframedSink(
+        [report](std::string_view) { report("dropped a frame with a wrong terminator"); });
     raiseDescriptorLimit();
 
     const uint64_t seed = seedOf(options);

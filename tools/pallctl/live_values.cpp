@@ -4,6 +4,7 @@
 #include <charconv>
 #include <chrono>
 
+#include "bus/misframed.h"
 #include "client/client.h"
 #include "client/offers.h"
 #include "model/log.h"
@@ -73,6 +74,7 @@ std::vector<Offer> liveValues(const BegunValue& begun) {
         return {};
     }
     replaceLogSink([](int, const std::string&) {});
+    lumo::replaceMisframedSink([](std::string_view) {});
     Client client(reachOf(begun), Interest::answers);
     if (!client.connect() || !client.device().read(client.catalogue(), kPatience)) {
         return {};

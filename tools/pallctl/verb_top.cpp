@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "bus/misframed.h"
 #include "top/top.h"
 #include "verbs.h"
 
@@ -17,6 +18,8 @@ struct TopWords {
 };
 
 ExitStatus runTop(const Common& common, const TopWords& words) {
+    // The screen is taken.
+    lumo::replaceMisframedSink([](std::string_view) {});
     try {
         top::run({common.reach, words.record, words.play});
         return kSuccess;

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "allocations.h"
+#include "bus/misframed.h"
 #include "bus/netstring.h"
 
 namespace lumo {
@@ -117,6 +118,19 @@ TEST(NetStringStreamParser, AWrongTerminatorDropsThePayloadAndShowsIt) {
     ::testing::internal::CaptureStderr();
     receiver.feed("2:ab,3:xyz;");
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "ab\n");
+    EXPECT_THAT(receiver.payloads, ElementsAre("xyz\0"s));
+}
+
+TEST(NetStringStreamParser, AWrongTerminatorIsShownByWhoeverTookTheWordForIt) {
+    Receiver receiver;
+    std::vector<std::string> shown;
+    MisframedSink before =
+        replaceMisframedSink([&shown](std::string_view payload) { shown.emplace_back(payload); });
+    ::testing::internal::CaptureStderr();
+    receiver.feed("3:\x1b[J,3:xyz;");
+    replaceMisframedSink(std::move(before));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    EXPECT_THAT(shown, ElementsAre("\x1b[J"));
     EXPECT_THAT(receiver.payloads, ElementsAre("xyz\0"s));
 }
 
