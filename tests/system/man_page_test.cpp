@@ -96,7 +96,7 @@ TEST_P(Page, SpeaksOfNoOptionThatThereIsNot) {
 TEST(PageOfPallctl, ListsTheStatusesThatTheProgramEndsWith) {
     const std::string header = readFile("tools/client/exit_status.h");
     const std::regex value(R"(\bk[A-Z]\w* = (\d+),)");
-    std::vector<std::string> statuses{"1"};  // what every program here ends with on an exception
+    std::vector<std::string> statuses;
     const std::sregex_iterator matches(header.begin(), header.end(), value);
     std::transform(matches, std::sregex_iterator(), std::back_inserter(statuses),
                    [](const std::smatch& match) { return match.str(1); });

@@ -1,5 +1,6 @@
 // What pallctl does when its output cannot be written, or nobody reads it any more.
 
+#include "harness/deadline.h"
 #include "on_pallbus.h"
 
 using harness::Result;
@@ -28,6 +29,24 @@ TEST_F(OnPallbus, WhatGoesOnEndsQuietlyWhenItsReaderHasGoneBefore) {
 TEST_F(OnPallbus, WhatWaitsForABusEndsQuietlyWhenItsReaderHasGone) {
     for (const char* words : {"watch", "monitor", "wait frameName=x"}) {
         EXPECT_EQ(withoutReader(std::string("--wait=60 ") + words).error, "0\n") << words;
+    }
+}
+
+TEST_F(OnPallbus, WhatGoesOnSaysThatItsOutputCannotBeWritten) {
+    start();
+    for (const char* words : {"watch", "watch --table", "monitor"}) {
+        harness::Process going({"sh", "-c", commandLine(words) + " >/dev/full"});
+        // Nothing tells when it begins to listen.
+        int name = 0;
+        harness::waitUntil(
+            [&] {
+                pallctl({"set", "systemName=" + std::to_string(++name)});
+                return !going.error().text().empty();
+            },
+            words);
+        EXPECT_EQ(going.waitForEnd(), 1) << words;
+        EXPECT_EQ(going.error().waitForEnd(),
+                  "pallctl: standard output: No space left on device\n");
     }
 }
 

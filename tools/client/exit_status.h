@@ -5,6 +5,7 @@ namespace pallctl {
 // What the program ends with. When several names end differently, the highest counts.
 enum ExitStatus : int {
     kSuccess = 0,
+    kFailed = 1,          // it could not go on
     kUsage = 2,           // what was asked makes no sense; nothing was sent
     kRefused = 3,         // the device refused a value (400)
     kNotFound = 4,        // the device has no such parameter (404)

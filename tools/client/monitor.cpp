@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <stdexcept>
 
+#include "client/standard_output.h"
 #include "client/traffic.h"
 
 namespace pallctl {
@@ -76,8 +76,7 @@ void Monitor::take(std::string_view payload) {
         return;
     }
     const auto now = std::chrono::system_clock::now();
-    std::fputs(trafficLine(payload, now, style_, columns()).c_str(), stdout);
-    std::fflush(stdout);
+    printNow(trafficLine(payload, now, style_, columns()));
     if (writer_) {
         writer_->record(head.from, payload);
         checkRecording();

@@ -28,7 +28,7 @@ class Monitor {
     Monitor(const Reach& reach, const Style& style, const MonitorRequest& request);
 
     // kSuccess, also after a signal to end while it records; kNoBus when there is none to begin
-    // with. Throws std::runtime_error when the recording cannot go on.
+    // with. Throws std::runtime_error when the recording or standard output cannot go on.
     ExitStatus run();
 
   private:

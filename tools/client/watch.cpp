@@ -1,9 +1,9 @@
 #include "client/watch.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "client/change_line.h"
+#include "client/standard_output.h"
 
 namespace pallctl {
 
@@ -75,8 +75,7 @@ ExitStatus Watch::findNames() const {
 }
 
 void Watch::printTable() {
-    std::fputs(listing(client_.described(only_), style_).c_str(), stdout);
-    std::fflush(stdout);
+    printNow(listing(client_.described(only_), style_));
 }
 
 void Watch::tellChanges() {
@@ -109,8 +108,7 @@ void Watch::catchUp() {
 void Watch::show(const Parameter& parameter) const {
     if (only_.empty() || only_.contains(parameter.descriptor.name)) {
         const auto now = std::chrono::system_clock::now();
-        std::fputs(changeLine(parameter, now, style_).c_str(), stdout);
-        std::fflush(stdout);
+        printNow(changeLine(parameter, now, style_));
     }
 }
 

@@ -19,7 +19,7 @@ class Watch {
           bool table);
 
     // Ends when standard output loses its reader, with kSuccess, or when there is nothing to watch
-    // to begin with.
+    // to begin with. Throws std::runtime_error when standard output cannot be written.
     ExitStatus run();
 
   private:

@@ -1,11 +1,11 @@
 // pallctl: a client of the daemon's device for people and scripts.
 
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 
+#include "bus/misframed.h"
+#include "client/standard_output.h"
 #include "common_options.h"
 #include "live_values.h"
 #include "model/log.h"
@@ -16,8 +16,6 @@ namespace {
 using namespace pallctl;
 
 constexpr const char* kAbout = "Reads, sets and watches the parameters of the frame.\n";
-
-constexpr int kFailure = 1;  // it could not go on
 
 // In the order in which the help lists them.
 // clang-format off
@@ -35,16 +33,6 @@ constexpr AddVerb kVerbs[] = {
 };
 // clang-format on
 
-// A reader that has gone had all that it wanted; anything else that kept the output from being
-// written is a failure.
-int written(int status) {
-    if (std::fflush(stdout) == 0 || errno == EPIPE) {
-        return status;
-    }
-    complain("standard output", std::strerror(errno));
-    return kFailure;
-}
-
 int run(int argc, char** argv) {
     Run verb;
     CLI::App app(kAbout, "pallctl");
@@ -61,7 +49,11 @@ int run(int argc, char** argv) {
     // A reader that went away is noticed where it matters, and is no reason to die of a signal.
     std::signal(SIGPIPE, SIG_IGN);
     replaceLogSink([](int, const std::string&) {});
-    return written(verb(options.common()));
+    lumo::replaceMisframedSink(
+        [](std::string_view) { complain("bus", "dropped a frame with a wrong terminator"); });
+    const ExitStatus status = verb(options.common());
+    flushOutput();
+    return status;
 }
 
 }  // namespace
@@ -71,6 +63,6 @@ int main(int argc, char** argv) {
         return run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallctl: %s\n", error.what());
-        return kFailure;
+        return kFailed;
     }
 }
