@@ -120,6 +120,24 @@ TEST_F(PallctlNetwork, IsNotDoneThroughAPrefix) {
     EXPECT_EQ(file(), kBefore);
 }
 
+TEST_F(PallctlNetwork, SaysWhatCannotBeSetAndWhatItHasNoFormFor) {
+    const Result none = pallctl(network({"--gateway=0.0.0.0"}));
+    EXPECT_EQ(none.status, 2);
+    EXPECT_THAT(none.error, HasSubstr("0.0.0.0 cannot be set"));
+    for (const char* form : {"--json", "--keyvalue"}) {
+        const Result result = pallctl(network(kAll, {form}));
+        EXPECT_EQ(result.status, 2) << form;
+        EXPECT_THAT(result.error, isOneComplaint("pallctl")) << form;
+    }
+    EXPECT_EQ(file(), kBefore);
+}
+
+TEST_F(PallctlNetwork, BeginsALineOfItsOwnBehindItsQuestion) {
+    const Result result = pallctl(network(kAll, {"--confirm-within=2m"}));
+    EXPECT_EQ(result.status, 7) << "there was no input";
+    EXPECT_THAT(result.error, HasSubstr(" s, or no: \npallctl: network: setting the old"));
+}
+
 TEST_F(PallctlNetwork, TakesTheTypedYes) {
     Terminal terminal(program("pallctl", network(kAll, {"--confirm-within=2m"})));
     terminal.screen().waitFor("Keep these settings? Type yes within 120 s, or no: ");

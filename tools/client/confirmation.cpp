@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <system_error>
 
 #include "client/client.h"
 #include "client/network_guard.h"
@@ -30,12 +32,13 @@ ExitStatus Confirmation::run() {
         waitForNews();
     }
     if (leaving_) {
-        complain(kSubject, "not waiting; the old values are being set back in the background");
+        say("not waiting; the old values are being set back in the background");
         return kRollbackFailed;
     }
     const auto status = guardian_.wait();
+    endPrompt();
     if (!status) {
-        complain(kSubject, "the process that would set the old values back was killed");
+        say("the process that would set the old values back was killed");
     }
     return static_cast<ExitStatus>(status.value_or(kRollbackFailed));
 }
@@ -45,6 +48,9 @@ void Confirmation::waitForNews() {
                                    {signals_.descriptor(), POLLIN, 0},
                                    {asking_ ? STDIN_FILENO : -1, POLLIN, 0}}};
     if (::poll(watched.data(), watched.size(), -1) < 0) {
+        if (errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "poll");
+        }
         return;
     }
     if (watched[0].revents != 0) {
@@ -63,7 +69,9 @@ void Confirmation::hearGuardian() {
     if (text.empty()) {
         ended_ = true;
     } else if (text.front() == sign::kTell) {
-        complain(kSubject, text.substr(1));
+        // It asks last: whatever it says then means that there is nothing left to answer.
+        asking_ = false;
+        say(text.substr(1));
     } else if (!reverting_) {
         asking_ = true;
         deadline_ = Clock::now() + patience_;
@@ -95,7 +103,9 @@ void Confirmation::hearPerson() {
     }
 }
 
+// A terminal shows the end of the line that was typed.
 void Confirmation::take(const std::string& answer) {
+    promptOpen_ = promptOpen_ && ::isatty(STDIN_FILENO) == 0;
     if (::strcasecmp(answer.c_str(), "yes") == 0) {
         asking_ = false;
         sendText(guardian_.line(), std::string(1, sign::kKeep));
@@ -106,10 +116,24 @@ void Confirmation::take(const std::string& answer) {
     }
 }
 
-void Confirmation::ask() const {
+void Confirmation::ask() {
+    endPrompt();
+    promptOpen_ = true;
     const auto left = std::chrono::ceil<std::chrono::seconds>(deadline_ - Clock::now()).count();
     std::fprintf(stderr, "Keep these settings? Type yes within %lld s, or no: ",
                  static_cast<long long>(std::max<decltype(left)>(left, 0)));
+}
+
+void Confirmation::endPrompt() {
+    if (promptOpen_) {
+        std::fputc('\n', stderr);
+    }
+    promptOpen_ = false;
+}
+
+void Confirmation::say(const std::string& text) {
+    endPrompt();
+    complain(kSubject, text);
 }
 
 void Confirmation::revert() {

@@ -29,13 +29,16 @@ class Confirmation {
     void hearSignal();
     void hearPerson();
     void take(const std::string& answer);
-    void ask() const;
+    void ask();
+    void endPrompt();
+    void say(const std::string& text);
     void revert();
 
     Guardian& guardian_;
     std::chrono::milliseconds patience_;
     EndingSignals& signals_;
-    bool asking_ = false;  // for as long as there is something to answer
+    bool asking_ = false;      // for as long as there is something to answer
+    bool promptOpen_ = false;  // the line has no end yet
     bool reverting_ = false;
     bool ended_ = false;
     bool leaving_ = false;

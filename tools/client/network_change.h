@@ -29,7 +29,8 @@ class NetworkChange {
                   Say say);
 
     // Sends what differs, one setting after the other, for as long as `goOn` gives true. kSuccess,
-    // or why it ended before: kRolledBack when that was it.
+    // or why it ended before: kRolledBack when that was it, which takeBack() has yet to make true
+    // of what is begun.
     ExitStatus carryOut(const std::function<bool()>& goOn);
 
     // Whether something was sent that the device has taken, or may yet take.

@@ -28,6 +28,9 @@ struct NetworkWords {
 };
 
 std::string checkAddress(const std::string& text) {
+    if (text == "0.0.0.0") {
+        return "0.0.0.0 cannot be set: the daemon takes it for none";
+    }
     return addressOf(text) ? "" : "'" + text + "' is no address such as 10.1.2.3";
 }
 
@@ -49,6 +52,15 @@ NetworkRequest requestOf(const NetworkWords& words) {
     return request;
 }
 
+// It talks to a person, or to a script that says yes.
+ExitStatus change(const Common& common, const NetworkRequest& request) {
+    if (common.style.format != Format::table) {
+        complain("network", "has no form for --json and --keyvalue");
+        return kUsage;
+    }
+    return changeNetwork(common.reach, request);
+}
+
 }  // namespace
 
 void addNetwork(CLI::App& app, Run& run) {
@@ -67,7 +79,7 @@ void addNetwork(CLI::App& app, Run& run) {
     verb->footer(kNotes);
     verb->callback([&run, words] {
         run = [request = requestOf(*words)](const Common& common) {
-            return changeNetwork(common.reach, request);
+            return change(common, request);
         };
     });
 }
