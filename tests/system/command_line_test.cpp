@@ -142,6 +142,15 @@ TEST(EveryOption, TakesNoPortThatThereCannotBe) {
     }
 }
 
+TEST(EveryOption, OfAClientTakesNoTimeAndNoPortThatLeadNowhere) {
+    for (const char* option : {"--timeout=nan", "--timeout=0", "--timeout=86401", "--wait=nan",
+                               "--wait=-1", "--wait=inf", "--port=0", "--port=65536"}) {
+        const Result result = run({programDirectory() / "pallctl", option, "list"});
+        EXPECT_EQ(result.status, 2) << option;
+        EXPECT_THAT(linesOf(result.error), SizeIs(1)) << option;
+    }
+}
+
 TEST(EveryOption, NeedsItsValue) {
     size_t tried = 0;
     for (const Command& command : allCommands()) {

@@ -3,11 +3,13 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdint>
 
 namespace pallctl {
 
 namespace {
 
+constexpr double kShortestTimeout = 0.001;
 constexpr double kLongestSeconds = 86400;
 constexpr size_t kLongestObject = 128;
 constexpr const char* kObjectCharacters =
@@ -20,6 +22,24 @@ std::string checkObject(const std::string& object) {
                    object.find_first_not_of(kObjectCharacters) == std::string::npos
                ? ""
                : "needs a name such as system or frameB.system";
+}
+
+// A text that stands for no number (nan) is between no two.
+std::string checkSeconds(const std::string& text, double least) {
+    double seconds = 0;
+    const bool fits =
+        CLI::detail::lexical_cast(text, seconds) && seconds >= least && seconds <= kLongestSeconds;
+    return fits ? ""
+                : "'" + text + "' is no number of seconds from " + (least > 0 ? "0.001" : "0") +
+                      " to 86400";
+}
+
+std::string checkTimeout(const std::string& text) {
+    return checkSeconds(text, kShortestTimeout);
+}
+
+std::string checkWait(const std::string& text) {
+    return checkSeconds(text, 0);
 }
 
 std::chrono::milliseconds milliseconds(double seconds) {
@@ -43,13 +63,15 @@ void CommonOptions::describeReach(CLI::App& app) {
     app.add_option("-o,--object", object_, "The device's name on the bus: system")
         ->type_name("OBJECT")
         ->check(CLI::Validator(checkObject, ""));
-    app.add_option("-p,--port", port_, "Port of the bus on 127.0.0.1: 15000")->type_name("PORT");
+    app.add_option("-p,--port", port_, "Port of the bus on 127.0.0.1: 15000")
+        ->type_name("PORT")
+        ->check(CLI::Range(1, UINT16_MAX).description(""));
     app.add_option("-t,--timeout", timeout_, "Longest wait for an answer: 2, set 60, wait ever")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.001, kLongestSeconds).description(""));
+        ->check(CLI::Validator(checkTimeout, ""));
     app.add_option("-w,--wait", wait_, "Give bus and daemon so long to appear: 0")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, kLongestSeconds).description(""));
+        ->check(CLI::Validator(checkWait, ""));
 }
 
 Common CommonOptions::common() const {
