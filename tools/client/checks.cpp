@@ -104,9 +104,14 @@ std::string lengthObjection(const Descriptor& descriptor, const cJSON* value) {
                : "";
 }
 
+std::string encodingObjection(const Descriptor&, const cJSON* value) {
+    const char* const text = jsonText(value);
+    return text && validUTF8(text) != text ? "needs a text in UTF-8" : "";
+}
+
 // The first that has something to say is heard.
 constexpr std::string (*kObjections[])(const Descriptor& descriptor, const cJSON* value) = {
-    choiceObjection, typeObjection, rangeObjection, lengthObjection};
+    choiceObjection, typeObjection, rangeObjection, lengthObjection, encodingObjection};
 
 }  // namespace
 
@@ -114,8 +119,8 @@ std::string objection(const Descriptor& descriptor, const cJSON* value) {
     if (descriptor.type.empty()) {
         return "";
     }
-    for (const auto object : kObjections) {
-        if (std::string problem = object(descriptor, value); !problem.empty()) {
+    for (const auto objectionOf : kObjections) {
+        if (std::string problem = objectionOf(descriptor, value); !problem.empty()) {
             return problem;
         }
     }

@@ -53,6 +53,21 @@ bool isControl(const std::string& character) {
            (character[0] == '\xc2' && isBetween(character[1], 0x80, 0x9f));
 }
 
+// The marks and embeddings that turn the direction of what stands around them: U+200E, U+200F,
+// U+202A to U+202E and U+2066 to U+2069.
+bool turnsDirection(const std::string& character) {
+    if (character.size() != 3 || character[0] != '\xe2') {
+        return false;
+    }
+    return character[1] == '\x80'
+               ? isBetween(character[2], 0x8e, 0x8f) || isBetween(character[2], 0xaa, 0xae)
+               : character[1] == '\x81' && isBetween(character[2], 0xa6, 0xa9);
+}
+
+bool misleads(const std::string& character) {
+    return isControl(character) || turnsDirection(character);
+}
+
 std::string escaped(char byte) {
     switch (byte) {
         case '\n':
@@ -93,7 +108,7 @@ std::string printable(const std::string& text) {
     for (size_t at = 0; at < text.size();) {
         const size_t length = characterLength(text, at);
         const std::string character = text.substr(at, std::max<size_t>(length, 1));
-        result += length == 0 || isControl(character) ? allEscaped(character) : character;
+        result += length == 0 || misleads(character) ? allEscaped(character) : character;
         at += character.size();
     }
     return result;

@@ -7,7 +7,8 @@
 namespace pallctl {
 
 // The text with every control character, and every byte that is no UTF-8, written as an escape
-// ("\n", "\x1b"), so that nothing a device says breaks a line or commands a terminal.
+// ("\n", "\x1b"), so that nothing a device says breaks a line or commands a terminal; the same for
+// characters that turn the direction of a text, which would let it look like another one.
 std::string printable(const std::string& text);
 
 // The text with U+FFFD for every byte that is no UTF-8.

@@ -65,6 +65,12 @@ TEST(Objection, IsToATextThatIsTooLong) {
     EXPECT_EQ(objectionTo(name, "\"a\""), "needs a text of 0 bytes or less");
 }
 
+TEST(Objection, IsToATextThatIsNoUTF8) {
+    EXPECT_EQ(objectionTo(ofType("STRING"), "\"Z\u00fcrich\""), "");
+    EXPECT_EQ(objection(ofType("STRING"), jsonString("a\xff").get()), "needs a text in UTF-8");
+    EXPECT_EQ(objection(Descriptor(), jsonString("a\xff").get()), "");
+}
+
 TEST(Objection, IsToNothingThatNobodyDescribed) {
     EXPECT_EQ(objectionTo(Descriptor(), "[1]"), "");
 }

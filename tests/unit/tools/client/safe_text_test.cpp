@@ -17,6 +17,16 @@ TEST(Printable, WritesControlsAsEscapes) {
     EXPECT_EQ(printable("\xc2\xa0"), "\xc2\xa0") << "the first that is no control";
 }
 
+TEST(Printable, WritesWhatTurnsTheDirectionOfATextAsEscapes) {
+    EXPECT_EQ(printable("a\u202eb"), "a\\xe2\\x80\\xaeb");
+    for (const char* turning : {"\u200e", "\u200f", "\u202a", "\u202e", "\u2066", "\u2069"}) {
+        EXPECT_EQ(printable(turning).size(), 12u) << turning;
+    }
+    for (const char* beside : {"\u200d", "\u2010", "\u2029", "\u202f", "\u2065", "\u206a"}) {
+        EXPECT_EQ(printable(beside), beside);
+    }
+}
+
 TEST(Printable, WritesWhatIsNoTextAsEscapes) {
     EXPECT_EQ(printable("a\x9bz"), "a\\x9bz");
     EXPECT_EQ(printable("\xc3"), "\\xc3");
