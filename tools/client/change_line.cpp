@@ -23,7 +23,7 @@ std::string jsonChange(const Parameter& parameter, Moment moment) {
 std::string shellChange(const Parameter& parameter, Moment moment, const Style& style) {
     return "time=" + shellQuoted(isoTime(moment)) +
            " name=" + shellQuoted(printable(parameter.descriptor.name)) +
-           " value=" + shellQuoted(shownValue(parameter, style)) + '\n';
+           " value=" + shellQuoted(exactValue(parameter, style)) + '\n';
 }
 
 std::string plainChange(const Parameter& parameter, Moment moment, const Style& style) {

@@ -17,18 +17,6 @@ std::string environment(const char* name) {
     return value ? value : "";
 }
 
-// As shown, but for a program: texts as they are, and no sign for no value.
-std::string exactValue(const Parameter& parameter, const Style& style) {
-    if (!hasValue(parameter)) {
-        return "";
-    }
-    if (style.raw) {
-        return renderJSON(parameter.value.get(), false);
-    }
-    const char* const text = jsonText(parameter.value.get());
-    return text ? text : humanForm(parameter.descriptor, parameter.value.get());
-}
-
 Paint paintOf(const Parameter& parameter) {
     if (!hasValue(parameter)) {
         return Paint::faint;
@@ -59,6 +47,17 @@ std::string shownValue(const Parameter& parameter, const Style& style) {
     return style.raw && hasValue(parameter)
                ? printable(renderJSON(parameter.value.get(), false))
                : humanForm(parameter.descriptor, parameter.value.get());
+}
+
+std::string exactValue(const Parameter& parameter, const Style& style) {
+    if (!hasValue(parameter)) {
+        return "";
+    }
+    if (style.raw) {
+        return renderJSON(parameter.value.get(), false);
+    }
+    const char* const text = jsonText(parameter.value.get());
+    return text ? text : humanForm(parameter.descriptor, parameter.value.get());
 }
 
 UniqueJSON jsonForm(const Parameter& parameter) {

@@ -36,6 +36,9 @@ std::string jsonLine(const cJSON* item);
 std::string objectOf(const std::vector<const Parameter*>& parameters,
                      UniqueJSON (*form)(const Parameter& parameter));
 
+// As shown, but for a program: texts exactly as they are, and nothing for no value.
+std::string exactValue(const Parameter& parameter, const Style& style);
+
 // system_ipAddress='10.0.0.5', which a POSIX shell can evaluate: the texts exactly as they are,
 // line ends included, and nothing between the quotes for no value. Without a line end of its own.
 std::string keyValueForm(const Parameter& parameter, const Style& style);

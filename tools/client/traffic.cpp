@@ -12,6 +12,7 @@
 #include "client/table.h"
 #include "client/time_text.h"
 #include "client/traffic_content.h"
+#include "recording/payload_text.h"
 
 namespace pallctl {
 
@@ -82,6 +83,13 @@ UniqueJSON jsonData(const TarnInternalMessage& message, std::string_view payload
                                              : jsonString(printable(std::string(dataOf(payload))));
 }
 
+// As a recording has it, exactly.
+void addPayload(cJSON* object, std::string_view payload) {
+    const bool legible = recording::isLegible(payload);
+    addMember(object, legible ? "payload" : "base64",
+              jsonString(legible ? std::string(payload) : recording::toBase64(payload)));
+}
+
 std::string jsonTraffic(std::string_view payload, Moment moment) {
     const UniqueJSON object = jsonObject();
     addMember(object.get(), "time", jsonString(isoTime(moment)));
@@ -93,7 +101,7 @@ std::string jsonTraffic(std::string_view payload, Moment moment) {
         addMember(object.get(), "object", jsonString(head.object));
         addMember(object.get(), "data", jsonData(*message, payload));
     } else {
-        addMember(object.get(), "payload", jsonString(printable(std::string(payload))));
+        addPayload(object.get(), payload);
     }
     return jsonLine(object.get()) + '\n';
 }

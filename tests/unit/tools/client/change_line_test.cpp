@@ -60,11 +60,17 @@ TEST_F(ChangeLine, IsThreeAssignmentsForAShell) {
               "time='2026-11-21T15:04:05.250+00:00' name='system.systemName' value='it'\\''s'\n");
 }
 
+TEST_F(ChangeLine, GivesAShellTheValueExactly) {
+    EXPECT_EQ(line(name("l1\nl2\t\x1b[0m"), Format::keyvalue),
+              "time='2026-11-21T15:04:05.250+00:00' name='system.systemName' "
+              "value='l1\nl2\t\x1b[0m'\n");
+    EXPECT_EQ(line({voltage().descriptor, nullptr}, Format::keyvalue),
+              "time='2026-11-21T15:04:05.250+00:00' name='system.psu1Voltage' value=''\n");
+}
+
 TEST_F(ChangeLine, IsOneLineWhateverTheValueHolds) {
     EXPECT_EQ(line(name("a\nb\x1b[2J"), Format::table),
               "15:04:05.250\tsystem.systemName\ta\\nb\\x1b[2J\n");
-    EXPECT_EQ(line(name("a\nb"), Format::keyvalue),
-              "time='2026-11-21T15:04:05.250+00:00' name='system.systemName' value='a\\nb'\n");
     EXPECT_EQ(line(name("a\nb"), Format::json),
               R"({"time":"2026-11-21T15:04:05.250+00:00","name":"system.systemName",)"
               R"("value":"a\nb","text":"a\nb"})"

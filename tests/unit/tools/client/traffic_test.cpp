@@ -107,6 +107,13 @@ TEST_F(Traffic, ShowsWhatIsNoMessage) {
     EXPECT_EQ(trafficHead("no header").type, "");
 }
 
+TEST_F(Traffic, GivesProgramsWhatIsNoMessageAsARecordingDoes) {
+    EXPECT_EQ(json("a\nb"), R"({"time":"2026-11-21T15:04:05.250+00:00","payload":"a\nb"})"
+                            "\n");
+    EXPECT_EQ(json("\x1b\xff"), R"({"time":"2026-11-21T15:04:05.250+00:00","base64":"G/8="})"
+                                "\n");
+}
+
 TEST_F(Traffic, ShowsDataThatAreNoJson) {
     EXPECT_THAT(line("[\"NOT\", \"system\", 8, 0, 0]\nwhat"), EndsWith("system  what\n"));
     EXPECT_THAT(json("[\"NOT\", \"system\", 8, 0, 0]\nwhat"), EndsWith(R"("data":"what"})"
