@@ -12,6 +12,11 @@
 
 namespace pallctl {
 
+// Whether the status code of an answer says that what was asked is done.
+constexpr bool isTaken(int statusCode) {
+    return statusCode >= 200 && statusCode < 300;
+}
+
 // How long one answer may take. A set is answered when the commands that it runs have ended, and a
 // restart of the network takes its time.
 struct Patience {

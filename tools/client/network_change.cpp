@@ -89,7 +89,7 @@ ExitStatus NetworkChange::send(Device& device, const NetworkMember& member,
         say_(name + ": no answer");
         return kNoAnswer;
     }
-    if (*code >= 200 && *code < 300) {
+    if (isTaken(*code)) {
         return kSuccess;
     }
     say_(name + ": " + std::to_string(*code) + " " + statusText(*code));

@@ -34,15 +34,11 @@ struct Change {
     int code = 0;  // of the answer; 0: none
 };
 
-bool isGood(int code) {
-    return code >= 200 && code < 300;
-}
-
 Outcome outcomeOf(std::optional<int> code) {
     if (!code) {
         return kUnanswered;
     }
-    if (isGood(*code)) {
+    if (isTaken(*code)) {
         return kSet;
     }
     return *code == kNotFoundCode ? kUnknownToDevice : kRefusedByDevice;
@@ -153,6 +149,9 @@ class Setting {
                          "is " + shownValue(*parameter, style_) + " already, not sent");
             }
             return;
+        }
+        if (!options_.always && parameter && cJSON_IsObject(change.value.get())) {
+            dropSameMembers(parameter->value.get(), change.value.get());
         }
         const auto code = client_.device().set(change.name, std::move(change.value));
         change.outcome = outcomeOf(code);

@@ -91,11 +91,16 @@ const cJSON* memberValue(const cJSON* structure, const char* key) {
     return jsonMember(jsonMember(structure, key), "value");
 }
 
+bool holds(const cJSON* held, const cJSON* wantedMember) {
+    return cJSON_Compare(memberValue(held, wantedMember->string), jsonMember(wantedMember, "value"),
+                         true) != 0;
+}
+
 // Every member that is wanted is held with the same value.
 bool holdsMembers(const cJSON* held, const cJSON* wanted) {
     const cJSON* member = nullptr;
     cJSON_ArrayForEach(member, wanted) {
-        if (!cJSON_Compare(memberValue(held, member->string), jsonMember(member, "value"), true)) {
+        if (!holds(held, member)) {
             return false;
         }
     }
@@ -140,6 +145,16 @@ UniqueJSON plainWireForm(const std::string& text) {
 bool isSameValue(const cJSON* held, const cJSON* wanted) {
     return cJSON_IsObject(wanted) ? holdsMembers(held, wanted)
                                   : cJSON_Compare(held, wanted, true) != 0;
+}
+
+void dropSameMembers(const cJSON* held, cJSON* wanted) {
+    for (cJSON* member = wanted->child; member;) {
+        cJSON* const next = member->next;
+        if (holds(held, member)) {
+            cJSON_Delete(cJSON_DetachItemViaPointer(wanted, member));
+        }
+        member = next;
+    }
 }
 
 bool readsAs(const Parameter& parameter, const cJSON* wanted) {

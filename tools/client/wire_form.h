@@ -33,6 +33,9 @@ UniqueJSON plainWireForm(const std::string& text);
 // may leave out members of a structure.
 bool isSameValue(const cJSON* held, const cJSON* wanted);
 
+// Takes out of a structure to be set the members that the value held has the same.
+void dropSameMembers(const cJSON* held, cJSON* wanted);
+
 // Whether the parameter's value is that one as people see it: the same, or the same in human form.
 bool readsAs(const Parameter& parameter, const cJSON* wanted);
 

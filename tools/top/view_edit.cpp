@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "bus/message_types.h"
+#include "client/device.h"
 #include "client/human_form.h"
 #include "client/wire_form.h"
 #include "top/view.h"
@@ -32,7 +33,7 @@ Notice noticeOf(const std::string& leaf, const Outcome& outcome) {
     }
     const int code = outcome.statusCode;
     return {subject + std::to_string(code) + " " + statusText(code),
-            code >= 200 && code < 300 ? Style::good : Style::bad};
+            pallctl::isTaken(code) ? Style::good : Style::bad};
 }
 
 }  // namespace

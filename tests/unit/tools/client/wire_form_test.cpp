@@ -152,6 +152,16 @@ TEST(IsSameValue, ComparesTheMembersThatAreWanted) {
     EXPECT_FALSE(isSameValue(json("{}").get(), wireForm(port, "name=COM1").value.get()));
 }
 
+TEST(DropSameMembers, LeavesWhatDiffers) {
+    const Parameter port = serialPort();
+    const UniqueJSON wanted = wireForm(port, "name=COM1, connectionPoint=new").value;
+    dropSameMembers(port.value.get(), wanted.get());
+    const UniqueJSON one = wireForm(port, "connectionPoint=new").value;
+    EXPECT_EQ(renderJSON(wanted.get(), false), renderJSON(one.get(), false));
+    dropSameMembers(nullptr, wanted.get());
+    EXPECT_EQ(renderJSON(wanted.get(), false), renderJSON(one.get(), false));
+}
+
 TEST(ReadsAs, TakesForEqualWhatPeopleSeeAsEqual) {
     const Parameter voltage = holding(ofPrecision(2), "11.987");
     EXPECT_TRUE(readsAs(voltage, json("11.99").get()));
