@@ -60,11 +60,12 @@ std::vector<std::string> shell() {
                                    : std::vector<std::string>{"/bin/sh", "-i"};
 }
 
-}  // namespace
-
-int enterFrame(const RunningFrame& frame, const std::vector<std::string>& command) {
+// The process that joins: apart from its caller, because all that it starts from then on is in the
+// other process space, even what a sanitizer starts at the end to look back at it.
+int beJoiner(const RunningFrame& frame, const std::vector<std::string>& command,
+             Supervisor& supervisor, const Descriptor& caller) {
+    dieWith(caller, Supervisor::kParentDied);
     const fs::path workingDirectory = fs::current_path();
-    Supervisor supervisor;
     const Descriptor self = watchSelf();
     join(frame);
     showManyProcesses();
@@ -81,6 +82,15 @@ int enterFrame(const RunningFrame& frame, const std::vector<std::string>& comman
         std::fprintf(stderr, "pallframe: frame %d has ended\n", frame.pid);
     }
     return status;
+}
+
+}  // namespace
+
+int enterFrame(const RunningFrame& frame, const std::vector<std::string>& command) {
+    Supervisor supervisor;
+    const Descriptor self = watchSelf();
+    return supervisor.waitFor(
+        startProcess([&] { return beJoiner(frame, command, supervisor, self); }));
 }
 
 }  // namespace pallframe
