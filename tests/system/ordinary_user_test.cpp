@@ -12,10 +12,13 @@ using testing::StartsWith;
 
 namespace {
 
+constexpr uid_t kNobody = 65534;
+
 // The words, run as a user without any privilege; only root can become one, others are one already.
 Words asOrdinaryUser(Words words) {
     if (::geteuid() == 0) {
-        const Words drop{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+        const std::string user = std::to_string(kNobody);
+        const Words drop{"setpriv", "--reuid=" + user, "--regid=" + user, "--clear-groups"};
         words.insert(words.begin(), drop.begin(), drop.end());
     }
     return words;
@@ -27,7 +30,7 @@ std::string refusal() {
     return result.status == 0 ? "" : "no user namespaces here: " + result.error;
 }
 
-// A copy of the program where that user can read it.
+// A copy of the program where that user can read it, in a directory of that user's.
 class OrdinaryUser : public testing::Test {
   protected:
     void SetUp() override {
@@ -35,18 +38,23 @@ class OrdinaryUser : public testing::Test {
             GTEST_SKIP() << why;
         }
         fs::permissions(directory.path(), fs::perms::all);
+        if (::geteuid() == 0) {
+            ASSERT_EQ(::chown(directory.path().c_str(), kNobody, kNobody), 0);
+        }
         fs::copy(programDirectory() / "pallframe", program);
     }
 
     Words pallframe(const Words& arguments) const {
         Words words = asOrdinaryUser({program});
         words.insert(words.end(), arguments.begin(), arguments.end());
-        words.insert(words.begin(), {"env", "-C", directory.path()});
+        // Frames of other tests are frames of that user, too.
+        words.insert(words.begin(),
+                     {"env", "-C", directory.path(), "XDG_RUNTIME_DIR=" + directory.path()});
         return words;
     }
 
     const TemporaryDirectory directory;
-    const std::string program = directory.path("pallframe");
+    const std::string program = directory.path("program");
 };
 
 TEST_F(OrdinaryUser, HasAFrameToo) {

@@ -80,7 +80,7 @@ TEST_F(PallctlRead, GetsATextThatAShellWouldObeyUnharmed) {
 }
 
 TEST_F(PallctlRead, GetsJSONAlsoOfATextThatIsNone) {
-    ASSERT_EQ(pallctl({"set", "systemName=a\xff"}).status, 0);
+    ASSERT_EQ(pallctl({"set", "--force", "systemName=a\xff"}).status, 0);
     EXPECT_THAT(pallctl({"get", "systemName", "-j"}).output,
                 HasSubstr("\"text\":\"a\xef\xbf\xbd\""));
     EXPECT_EQ(pallctl({"get", "systemName"}).output, "a\\xff\n");
