@@ -75,6 +75,12 @@ TEST(Inside, TheProgramBehindTheScriptsCannotBeChanged) {
     EXPECT_EQ(shell("/etc/init.d/S40network restart").status, 0);
 }
 
+TEST(Inside, TheProgramsBesideItsOwnAreAtHand) {
+    EXPECT_EQ(run({"sh", "-c", "command -v pallctl"}).output,
+              (programDirectory() / "pallctl").string() + "\n");
+    EXPECT_EQ(run({"sh", "-c", "command -v pallframe"}).output, "/usr/local/sbin/pallframe\n");
+}
+
 TEST(Inside, ProcessesFindThemselves) {
     EXPECT_EQ(std::filesystem::read_symlink("/proc/self/exe"), programDirectory() / "system_tests");
     const std::string own = "/proc/" + std::to_string(::getpid()) + "/exe";

@@ -87,6 +87,7 @@ int beJoiner(const RunningFrame& frame, const std::vector<std::string>& command,
 }  // namespace
 
 int enterFrame(const RunningFrame& frame, const std::vector<std::string>& command) {
+    searchAsInFrame();
     Supervisor supervisor;
     const Descriptor self = watchSelf();
     return supervisor.waitFor(

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 
 #include "frame/programs.h"
@@ -58,8 +59,12 @@ void dieWith(const Descriptor& parent, int signal) {
     }
 }
 
+void searchAsInFrame() {
+    const auto beside = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    ::setenv("PATH", (std::string(frame::kSearchPath) + ":" + beside.string()).c_str(), 1);
+}
+
 int becomeCommand(const std::vector<std::string>& command, const Supervisor& supervisor) {
-    ::setenv("PATH", frame::kSearchPath, 1);
     for (const char* ofHost : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
         ::unsetenv(ofHost);
     }

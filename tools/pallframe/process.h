@@ -27,8 +27,11 @@ frame::Descriptor watchSelf();
 // throws std::runtime_error.
 void dieWith(const frame::Descriptor& parent, int signal);
 
-// Makes this process, a child of the supervisor's, the command, found where a frame has its
-// programs, with no open file but the standard ones. Comes back only when that fails: with the
+// Has this process and its children look for programs where a frame has its own, and then beside
+// this one: what was built with it is at hand in the frame. While the root is still the host's.
+void searchAsInFrame();
+
+// Makes this process, a child of the supervisor's, the command, with no open file but the standard ones. Comes back only when that fails: with the
 // status of a shell, after a line on standard error.
 int becomeCommand(const std::vector<std::string>& command, const Supervisor& supervisor);
 

@@ -91,6 +91,7 @@ int runInFrame(const RunRequest& request) {
         check(::mkdir(request.directory.c_str(), 0755),
               "cannot make a frame in " + request.directory);
     }
+    searchAsInFrame();
     Supervisor supervisor;
     const Descriptor self = watchSelf();
     const pid_t keeper = startProcess([&] { return beKeeper(request, supervisor, self); });
