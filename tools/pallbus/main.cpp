@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "program/number.h"
 #include "program/timed_script.h"
 #include "trouble/words.h"
 #include "verbs.h"
@@ -25,6 +26,7 @@ int run(int argc, char** argv) {
     app.fallthrough();
     app.add_option("-p,--port", line.port, "Port of the bus; 0 listens on a free one")
         ->type_name("PORT")
+        ->check(portNumber())
         ->capture_default_str();
     for (const auto add : kParts) {
         add(app, line);

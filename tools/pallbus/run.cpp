@@ -16,6 +16,7 @@
 
 #include "bus/misframed.h"
 #include "model/log.h"
+#include "program/number.h"
 #include "recording/recording.h"
 #include "switchboard/bus_server.h"
 #include "switchboard/control.h"
@@ -107,6 +108,9 @@ void serve(uint16_t port, const Options& options) {
         server.setWitness(
             [&recorder](int32_t from, std::string_view payload) { recorder->see(from, payload); });
     }
+    // Who is told that the bus listens may end it at once.
+    asio::signal_set stop(io, SIGINT, SIGTERM);
+    stop.async_wait([&io](const asio::error_code&, int) { io.stop(); });
     std::printf("pallbus: listening on 127.0.0.1:%u\npallbus: seed %llu\n", server.port(),
                 static_cast<unsigned long long>(seed));
     std::fflush(stdout);
@@ -114,8 +118,6 @@ void serve(uint16_t port, const Options& options) {
         server.disturber().play(plan);
     }
 
-    asio::signal_set stop(io, SIGINT, SIGTERM);
-    stop.async_wait([&io](const asio::error_code&, int) { io.stop(); });
     io.run();
 }
 
@@ -141,7 +143,8 @@ void addRun(CLI::App& app, CommandLine& line) {
         ->type_name("FILE")
         ->check(CLI::ExistingFile);
     app.add_option("--seed", options->seed, "Of all that is left to chance; else a new one")
-        ->type_name("NUMBER");
+        ->type_name("NUMBER")
+        ->check(wholeNumber());
     line.toBeDone = [options, &line] { return run(line.port, *options); };
 }
 

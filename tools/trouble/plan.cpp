@@ -22,7 +22,11 @@ std::vector<Step> parseLine(std::string_view line) {
     }
     constexpr std::string_view kPlace = "line:1: ";
     try {
-        return parsePlan(line, "line");
+        std::vector<Step> plan = parsePlan(line, "line");
+        if (plan.empty()) {
+            throw BadTrouble("no trouble was named");
+        }
+        return plan;
     } catch (const script::Error& error) {
         throw BadTrouble(error.what() + kPlace.size());
     }

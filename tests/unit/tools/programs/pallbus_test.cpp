@@ -47,6 +47,33 @@ TEST(PallbusProgram, EndsWithASignal) {
     }
 }
 
+TEST(PallbusProgram, MayBeEndedAsSoonAsItSaysThatItListens) {
+    for (int i = 0; i < 20; ++i) {
+        BusProcess bus;
+        bus.process().signal(SIGTERM);
+        ASSERT_EQ(bus.process().wait(), 0);
+    }
+}
+
+TEST(PallbusProgram, TakesNoSeedThatItCannotKeep) {
+    for (const char* seed : {"-1", "18446744073709551616", "", " 1"}) {
+        const Outcome outcome = runProgram(pallbusCommand({"--port=0", "--seed", seed}));
+        EXPECT_EQ(outcome.status, 2) << seed;
+        EXPECT_THAT(outcome.errors, HasSubstr("is no whole number from 0 to 18446744073709551615"));
+    }
+}
+
+TEST(PallbusProgram, WantsTroubleToBeNamed) {
+    for (const char* line : {"", " ", "# nothing"}) {
+        for (const auto& words : {std::vector<std::string>{"--port=0", "-t", line},
+                                  std::vector<std::string>{"--port=1", "do", line}}) {
+            const Outcome outcome = runProgram(pallbusCommand(words));
+            EXPECT_EQ(outcome.status, 2) << line;
+            EXPECT_EQ(outcome.errors, "pallbus: no trouble was named (do --help tells more)\n");
+        }
+    }
+}
+
 TEST(PallbusProgram, SaysWhichPortItTook) {
     ProgramProcess bus(pallbusCommand({"-p", "0"}));
     const std::string line = bus.readLine();
