@@ -93,17 +93,50 @@ TEST_F(PallctlSet, TellsWhatTheDaemonRefused) {
               "pallctl: system.nosuch: 404 Not Found\n");
     EXPECT_EQ(result.output,
               R"({"system.systemName":{"name":"system.systemName","outcome":"refused",)"
-              R"("statusCode":400},"system.nosuch":{"name":"system.nosuch",)"
-              R"("outcome":"notFound","statusCode":404}})"
+              R"("statusCode":400,"problem":"400 Bad Request"},)"
+              R"("system.nosuch":{"name":"system.nosuch","outcome":"notFound",)"
+              R"("statusCode":404,"problem":"404 Not Found"}})"
               "\n");
     EXPECT_EQ(pallctl({"set", "--force", "--raw", "systemName=7"}).status, 3);
 }
 
+// Without a word of standard error a program knows of each of them.
+TEST_F(PallctlSet, TellsProgramsWhatKeptEachFromBeingSent) {
+    const Words words{"set", "systemName=x", "sshEnabled=2", "nosuch=1"};
+    const Result lines = pallctl({"-k", words[0], words[1], words[2], words[3]});
+    EXPECT_EQ(lines.status, 4);
+    EXPECT_EQ(lines.output,
+              "system_systemName='notSent'\nsystem_sshEnabled='unfit'\n"
+              "system_nosuch='notFound'\n");
+
+    const Result object = pallctl({"-j", words[0], words[1], words[2], words[3]});
+    EXPECT_EQ(object.status, 4);
+    EXPECT_EQ(object.output,
+              R"({"system.systemName":{"name":"system.systemName","outcome":"notSent",)"
+              R"("statusCode":null,"problem":"not sent"},)"
+              R"("system.sshEnabled":{"name":"system.sshEnabled","outcome":"unfit",)"
+              R"("statusCode":null,"problem":"needs one of: Disabled, Enabled"},)"
+              R"("system.nosuch":{"name":"system.nosuch","outcome":"notFound",)"
+              R"("statusCode":null,"problem":"not found"}})"
+              "\n");
+    EXPECT_THAT(commands(), IsEmpty());
+}
+
 TEST_F(PallctlSet, TellsThatTheDaemonDidNotAnswer) {
     daemon->signal(SIGSTOP);
-    const Result unread = pallctl({"set", "--timeout=0.1", "systemName=x"});
+    const Result unread = pallctl({"set", "-k", "--timeout=0.1", "systemName=x", "frameName=y"});
     EXPECT_EQ(unread.status, 5);
     EXPECT_EQ(unread.error, "pallctl: system: no answer\n");
+    EXPECT_EQ(unread.output, "system_systemName='notSent'\nsystem_frameName='notSent'\n");
+}
+
+TEST_F(OnPallbus, ASetWithoutABusTellsProgramsThatNothingWasSent) {
+    const Result result = pallctl({"set", "-j", "systemName=x"});
+    EXPECT_EQ(result.status, 6);
+    EXPECT_EQ(result.output,
+              R"({"system.systemName":{"name":"system.systemName","outcome":"notSent",)"
+              R"("statusCode":null,"problem":"not sent"}})"
+              "\n");
 }
 
 }  // namespace

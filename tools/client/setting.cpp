@@ -19,8 +19,9 @@ struct Outcome {
 
 constexpr Outcome kSet{"set", kSuccess};
 constexpr Outcome kUnchanged{"unchanged", kSuccess};
+constexpr Outcome kUnfit{"unfit", kUsage};
 constexpr Outcome kRefusedByDevice{"refused", kRefused};
-constexpr Outcome kUnknownToDevice{"notFound", kNotFound};
+constexpr Outcome kUnknown{"notFound", kNotFound};
 constexpr Outcome kUnanswered{"noAnswer", kNoAnswer};
 constexpr Outcome kNotSent{"notSent", kNoAnswer};
 
@@ -29,9 +30,10 @@ constexpr int kNotFoundCode = 404;
 // One parameter to set, and what came of it.
 struct Change {
     std::string name;
-    UniqueJSON value;
+    UniqueJSON value = nullptr;
     Outcome outcome = kNotSent;
-    int code = 0;  // of the answer; 0: none
+    int code = 0;                      // of the answer; 0: none
+    std::string problem = "not sent";  // empty: none
 };
 
 Outcome outcomeOf(std::optional<int> code) {
@@ -41,15 +43,15 @@ Outcome outcomeOf(std::optional<int> code) {
     if (isTaken(*code)) {
         return kSet;
     }
-    return *code == kNotFoundCode ? kUnknownToDevice : kRefusedByDevice;
+    return *code == kNotFoundCode ? kUnknown : kRefusedByDevice;
 }
 
-std::string problemOf(const Change& change) {
-    if (change.code != 0) {
-        return std::to_string(change.code) + " " + statusText(change.code);
+std::string problemOf(const Outcome& outcome, int code) {
+    if (outcome.status == kSuccess) {
+        return "";
     }
-    return change.outcome.word == kUnanswered.word ? "no answer; it may still be carried out"
-                                                   : "not sent";
+    return code == 0 ? "no answer; it may still be carried out"
+                     : std::to_string(code) + " " + statusText(code);
 }
 
 UniqueJSON jsonForm(const Change& change) {
@@ -57,6 +59,8 @@ UniqueJSON jsonForm(const Change& change) {
     addMember(object.get(), "name", jsonString(change.name));
     addMember(object.get(), "outcome", jsonString(change.outcome.word));
     addMember(object.get(), "statusCode", change.code == 0 ? jsonNull() : jsonNumber(change.code));
+    addMember(object.get(), "problem",
+              change.problem.empty() ? jsonNull() : jsonString(change.problem));
     return object;
 }
 
@@ -65,6 +69,13 @@ class Setting {
   public:
     Setting(Client& client, const Style& style, const SetOptions& options)
         : client_(client), style_(style), options_(options) {}
+
+    // For what cannot even be looked at.
+    void leave(const std::vector<Assignment>& assignments) {
+        for (const Assignment& assignment : assignments) {
+            changes_.push_back({client_.device().fullName(assignment.name)});
+        }
+    }
 
     // Complains of what cannot be sent.
     ExitStatus plan(const std::vector<Assignment>& assignments) {
@@ -81,8 +92,8 @@ class Setting {
             if (status != kNoAnswer) {
                 carryOut(change);
             }
-            if (change.outcome.status != kSuccess) {
-                complain(change.name, problemOf(change));
+            if (!change.problem.empty()) {
+                complain(change.name, change.problem);
             }
             status = std::max(status, change.outcome.status);
         }
@@ -105,19 +116,26 @@ class Setting {
 
   private:
     ExitStatus plan(const Assignment& assignment) {
-        const std::string name = client_.device().fullName(assignment.name);
-        const Parameter* parameter = client_.mirror().described(name);
+        Change change{client_.device().fullName(assignment.name)};
+        const Parameter* parameter = client_.mirror().described(change.name);
         if (!parameter && !options_.force) {
-            complain(name, "not found");
-            return kNotFound;
+            return drop(std::move(change), kUnknown, "not found");
         }
         WireForm form = formOf(parameter, assignment.value);
         if (!form.value) {
-            complain(name, form.problem);
-            return kUsage;
+            return drop(std::move(change), kUnfit, form.problem);
         }
-        changes_.push_back({name, std::move(form.value)});
+        change.value = std::move(form.value);
+        changes_.push_back(std::move(change));
         return kSuccess;
+    }
+
+    ExitStatus drop(Change change, const Outcome& outcome, const std::string& problem) {
+        complain(change.name, problem);
+        change.outcome = outcome;
+        change.problem = problem;
+        changes_.push_back(std::move(change));
+        return outcome.status;
     }
 
     WireForm formOf(const Parameter* parameter, const std::string& text) const {
@@ -144,6 +162,7 @@ class Setting {
         if (!options_.always && parameter &&
             isSameValue(parameter->value.get(), change.value.get())) {
             change.outcome = kUnchanged;
+            change.problem.clear();
             if (style_.format == Format::table) {
                 complain(change.name,
                          "is " + shownValue(*parameter, style_) + " already, not sent");
@@ -156,6 +175,7 @@ class Setting {
         const auto code = client_.device().set(change.name, std::move(change.value));
         change.outcome = outcomeOf(code);
         change.code = code.value_or(0);
+        change.problem = problemOf(change.outcome, change.code);
     }
 
     Client& client_;
@@ -173,15 +193,13 @@ ExitStatus set(const Reach& reach, const Style& style, const std::vector<std::st
         return kUsage;
     }
     Client client(reach, Interest::changes);
-    ExitStatus status = client.read(namesOf(*assignments));
     Setting setting(client, style, options);
-    if (status == kSuccess) {
-        status = setting.plan(*assignments);
-    }
+    ExitStatus status = client.read(namesOf(*assignments));
     if (status != kSuccess) {
-        return status;
+        setting.leave(*assignments);
+    } else if (status = setting.plan(*assignments); status == kSuccess) {
+        status = setting.carryOut();
     }
-    status = setting.carryOut();
     setting.report();
     return status;
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
+#include <utility>
 
 #include "client/assignment.h"
 #include "client/wire_form.h"
@@ -20,6 +22,22 @@ Reach forEachAnswer(Reach reach) {
     return reach;
 }
 
+struct Outcome {
+    const char* word;
+    ExitStatus status;
+};
+
+constexpr Outcome kOutcomes[] = {
+    {"reached", kSuccess},   {"unfit", kUsage}, {"notFound", kNotFound},
+    {"noAnswer", kNoAnswer}, {"noBus", kNoBus}, {"timeOver", kTimeOver},
+};
+
+const char* wordOf(ExitStatus status) {
+    return std::find_if(std::begin(kOutcomes), std::end(kOutcomes),
+                        [=](const Outcome& outcome) { return outcome.status == status; })
+        ->word;
+}
+
 class Waiting {
   public:
     Waiting(const Reach& reach, const Style& style)
@@ -28,8 +46,12 @@ class Waiting {
           giveUp_(reach.timeout ? Clock::now() + reach.wait + *reach.timeout : Deadline::max()) {}
 
     ExitStatus run(const Assignment& wanted) {
-        const ExitStatus status = begin(wanted);
-        return status == kSuccess && !outputGone() ? follow() : status;
+        ExitStatus status = begin(wanted);
+        if (status == kSuccess && !outputGone()) {
+            status = follow();
+        }
+        report(client_.device().fullName(wanted.name), status);
+        return status;
     }
 
   private:
@@ -64,10 +86,24 @@ class Waiting {
             }
             listen();
         }
-        if (style_.format != Format::table) {
-            std::fputs(listing({parameter_}, style_).c_str(), stdout);
-        }
         return kSuccess;
+    }
+
+    // The parameter, once it is known, and what came of it.
+    void report(const std::string& name, ExitStatus status) const {
+        if (style_.format == Format::json) {
+            UniqueJSON outcome = parameter_ ? jsonForm(*parameter_) : jsonObject();
+            if (!parameter_) {
+                addMember(outcome.get(), "name", jsonString(name));
+            }
+            addMember(outcome.get(), "outcome", jsonString(wordOf(status)));
+            const UniqueJSON object = jsonObject();
+            addMember(object.get(), name.c_str(), std::move(outcome));
+            std::printf("%s\n", jsonLine(object.get()).c_str());
+        } else if (style_.format == Format::keyvalue) {
+            const std::string value = parameter_ ? keyValueForm(*parameter_, style_) + '\n' : "";
+            std::printf("%s%s\n", value.c_str(), keyValueForm("outcome", wordOf(status)).c_str());
+        }
     }
 
     // Until there may be something new.

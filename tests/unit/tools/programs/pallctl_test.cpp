@@ -159,9 +159,11 @@ TEST_F(PallctlTest, TellsProgramsWhatCameOfEachSet) {
     const Outcome json = run({"set", "-j", "sshEnabled=1", "frameName=x", "extra=7"});
     EXPECT_EQ(json.output,
               R"({"system.sshEnabled":{"name":"system.sshEnabled","outcome":"unchanged",)"
-              R"("statusCode":null},"system.frameName":{"name":"system.frameName",)"
-              R"("outcome":"set","statusCode":200},"system.extra":{"name":"system.extra",)"
-              R"("outcome":"refused","statusCode":400}})"
+              R"("statusCode":null,"problem":null},)"
+              R"("system.frameName":{"name":"system.frameName","outcome":"set",)"
+              R"("statusCode":200,"problem":null},)"
+              R"("system.extra":{"name":"system.extra","outcome":"refused",)"
+              R"("statusCode":400,"problem":"400 Bad Request"}})"
               "\n");
     EXPECT_EQ(json.errors, "pallctl: system.extra: 400 Bad Request\n");
     EXPECT_EQ(json.status, 3);

@@ -122,7 +122,46 @@ TEST_F(WaitTest, TellsProgramsTheParameterInTheEnd) {
     start({"wait", "level=7", "-k"});
     answer("7");
     expectEnd(0, "");
-    EXPECT_EQ(wait_->restOfOutput(), "system_level='7.0'\n");
+    EXPECT_EQ(wait_->restOfOutput(), "system_level='7.0'\noutcome='reached'\n");
+}
+
+TEST_F(WaitTest, TellsProgramsThatTheTimeIsOverAndWhatTheParameterIs) {
+    start({"wait", "level=7", "-k", "--timeout=1"});
+    answer("5");
+    expectEnd(9, "pallctl: system.level: is 5.0\n");
+    EXPECT_EQ(wait_->restOfOutput(), "system_level='5.0'\noutcome='timeOver'\n");
+
+    start({"wait", "level=7", "-j", "--timeout=1"});
+    answer("5");
+    expectEnd(9, "pallctl: system.level: is 5.0\n");
+    EXPECT_EQ(wait_->restOfOutput(),
+              R"({"system.level":{"name":"system.level","label":"","type":"FLOAT",)"
+              R"("readOnly":false,"value":5,"text":"5.0","outcome":"timeOver"}})"
+              "\n");
+}
+
+TEST_F(WaitTest, TellsProgramsWhatKeptItFromBeginning) {
+    start({"wait", "nosuch=1", "-k"});
+    answer("5");
+    answer("5");  // what was not described is asked for once more
+    EXPECT_EQ(wait_->wait(), 4);
+    EXPECT_EQ(wait_->restOfOutput(), "outcome='notFound'\n");
+
+    start({"wait", "level=high", "-k"});
+    answer("5");
+    EXPECT_EQ(wait_->wait(), 2);
+    EXPECT_EQ(wait_->restOfOutput(), "system_level='5.0'\noutcome='unfit'\n");
+
+    start({"wait", "level=7", "-j", "--timeout=0.1"});
+    expectEnd(5, "pallctl: system: no answer\n");
+    EXPECT_EQ(wait_->restOfOutput(),
+              R"({"system.level":{"name":"system.level","outcome":"noAnswer"}})"
+              "\n");
+
+    bus_.stopListening();
+    wait_.emplace(pallctlCommand(bus_.port(), {"wait", "level=7", "-k"}));
+    EXPECT_EQ(wait_->wait(), 6);
+    EXPECT_EQ(wait_->restOfOutput(), "outcome='noBus'\n");
 }
 
 }  // namespace
