@@ -80,6 +80,29 @@ TEST(EveryProgram, TellsItsVersion) {
     }
 }
 
+// The status that says that a program could not go on.
+int failureOf(const std::string& program) {
+    return program == "pallframe" ? 125 : 1;
+}
+
+TEST(EveryProgram, SaysThatItsOutputCannotBeWritten) {
+    std::vector<Words> commands{{"pallframe", "doctor", "--root", "/"}, {"pallbus", "--port=0"}};
+    for (const char* program : kPrograms) {
+        for (const Words& asked : {Words{"--help"}, Words{"--version"}, Words{"complete", "--"}}) {
+            commands.push_back({program});
+            commands.back().insert(commands.back().end(), asked.begin(), asked.end());
+        }
+    }
+    for (const Words& command : commands) {
+        Words words{"sh", "-c", "exec \"$@\" >/dev/full", "sh", programDirectory() / command[0]};
+        words.insert(words.end(), command.begin() + 1, command.end());
+        const Result result = run(words);
+        EXPECT_EQ(result.status, failureOf(command[0])) << testing::PrintToString(command);
+        EXPECT_EQ(result.error, command[0] + ": standard output: No space left on device\n")
+            << testing::PrintToString(command);
+    }
+}
+
 TEST(EveryVerb, ExplainsItselfOnAScreen) {
     for (const Command& command : allCommands()) {
         for (const char* option : {"--help", "-h"}) {

@@ -50,6 +50,28 @@ TEST_F(OnPallbus, WhatGoesOnSaysThatItsOutputCannotBeWritten) {
     }
 }
 
+TEST_F(OnPallbus, WhatIsPrintedOnceSaysThatItsOutputCannotBeWritten) {
+    start();
+    const std::string longest = pallctl({"describe"}).output;
+    ASSERT_GT(longest.size(), 4096u) << "it does not fit what stdio keeps back";
+    for (const char* words : {"get systemName", "list", "describe", "--json describe"}) {
+        const Result result = harness::run({"sh", "-c", commandLine(words) + " >/dev/full"});
+        EXPECT_EQ(result.status, 1) << words;
+        EXPECT_EQ(result.error, "pallctl: standard output: No space left on device\n") << words;
+        EXPECT_EQ(withoutReader(words).error, "0\n") << words;
+    }
+}
+
+TEST_F(OnPallbus, ANetworkThatCannotBeShownIsNotChanged) {
+    start();
+    const std::string before = pallctl({"get", "gateway"}).output;
+    const Result result =
+        harness::run({"sh", "-c", commandLine("network --gateway 10.0.0.77") + " >/dev/full"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "pallctl: standard output: No space left on device\n");
+    EXPECT_EQ(pallctl({"get", "gateway"}).output, before);
+}
+
 TEST_F(OnPallbus, ASetIsCarriedOutAlsoWhenNobodyReadsItsOutput) {
     start();
     EXPECT_EQ(withoutReader("set systemName=B").error, "0\n");

@@ -7,8 +7,8 @@
 #include <chrono>
 #include <stdexcept>
 
-#include "client/standard_output.h"
 #include "client/traffic.h"
+#include "program/standard_output.h"
 
 namespace pallctl {
 

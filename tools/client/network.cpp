@@ -8,6 +8,7 @@
 #include "client/guardian.h"
 #include "client/network_change.h"
 #include "client/network_guard.h"
+#include "program/standard_output.h"
 
 namespace pallctl {
 
@@ -38,7 +39,7 @@ void print(const NetworkSettings& before, const NetworkSettings& wanted) {
     if (before == wanted) {
         std::puts("nothing to change");
     }
-    std::fflush(stdout);
+    flushOutput();
 }
 
 ExitStatus changeAtOnce(const Reach& reach, const NetworkSettings& before,

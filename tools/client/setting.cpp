@@ -1,12 +1,12 @@
 #include "client/setting.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 #include "bus/message_types.h"
 #include "client/assignment.h"
 #include "client/wire_form.h"
+#include "program/standard_output.h"
 
 namespace pallctl {
 
@@ -106,10 +106,10 @@ class Setting {
             for (const Change& change : changes_) {
                 addMember(object.get(), change.name.c_str(), jsonForm(change));
             }
-            std::printf("%s\n", jsonLine(object.get()).c_str());
+            print(jsonLine(object.get()) + "\n");
         } else if (style_.format == Format::keyvalue) {
             for (const Change& change : changes_) {
-                std::printf("%s\n", keyValueForm(change.name, change.outcome.word).c_str());
+                print(keyValueForm(change.name, change.outcome.word) + "\n");
             }
         }
     }

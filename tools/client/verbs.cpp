@@ -1,10 +1,10 @@
 #include "client/verbs.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "client/description.h"
 #include "client/safe_text.h"
+#include "program/standard_output.h"
 
 namespace pallctl {
 
@@ -54,10 +54,6 @@ Parameter ownParameter(const std::string& version) {
     own.descriptor.readOnly = true;
     own.value = jsonString(version);
     return own;
-}
-
-void print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
 }  // namespace

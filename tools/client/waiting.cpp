@@ -1,12 +1,12 @@
 #include "client/waiting.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <utility>
 
 #include "client/assignment.h"
 #include "client/wire_form.h"
+#include "program/standard_output.h"
 
 namespace pallctl {
 
@@ -99,10 +99,10 @@ class Waiting {
             addMember(outcome.get(), "outcome", jsonString(wordOf(status)));
             const UniqueJSON object = jsonObject();
             addMember(object.get(), name.c_str(), std::move(outcome));
-            std::printf("%s\n", jsonLine(object.get()).c_str());
+            print(jsonLine(object.get()) + "\n");
         } else if (style_.format == Format::keyvalue) {
             const std::string value = parameter_ ? keyValueForm(*parameter_, style_) + '\n' : "";
-            std::printf("%s%s\n", value.c_str(), keyValueForm("outcome", wordOf(status)).c_str());
+            print(value + keyValueForm("outcome", wordOf(status)) + "\n");
         }
     }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "client/change_line.h"
-#include "client/standard_output.h"
+#include "program/standard_output.h"
 
 namespace pallctl {
 

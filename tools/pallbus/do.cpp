@@ -1,9 +1,9 @@
-#include <cstdio>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "program/standard_output.h"
 #include "switchboard/control.h"
 #include "trouble/plan.h"
 #include "verbs.h"
@@ -45,7 +45,7 @@ int tellBus(uint16_t port, const std::string& line) {
     if (!reply->done) {
         throw BadTrouble(reply->text);
     }
-    std::fputs(reply->text.c_str(), stdout);
+    print(reply->text);
     return 0;
 }
 

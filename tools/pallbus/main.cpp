@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "program/number.h"
+#include "program/standard_output.h"
 #include "program/timed_script.h"
 #include "trouble/words.h"
 #include "verbs.h"
@@ -35,7 +36,9 @@ int run(int argc, char** argv) {
     if (const auto status = readCommandLine(app, argc, argv)) {
         return *status;
     }
-    return line.toBeDone();
+    const int status = line.toBeDone();
+    flushOutput();
+    return status;
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 
 #include "bus/misframed.h"
 #include "model/log.h"
+#include "program/standard_output.h"
 #include "recording/lines.h"
 #include "recording/recording.h"
 #include "replay/comparison.h"
@@ -91,8 +92,7 @@ size_t play(const std::vector<replay::Step>& steps, replay::Comparison& comparis
         interrupted = true;
         io.stop();
     });
-    std::printf("pallbus: listening on 127.0.0.1:%u\n", player.port());
-    std::fflush(stdout);
+    printNow("pallbus: listening on 127.0.0.1:" + std::to_string(player.port()) + "\n");
     io.run();
     if (interrupted) {
         throw std::runtime_error("interrupted");
@@ -100,14 +100,15 @@ size_t play(const std::vector<replay::Step>& steps, replay::Comparison& comparis
     return player.sent();
 }
 
-void print(const replay::Report& report, size_t sent) {
+void printReport(const replay::Report& report, size_t sent) {
     for (const replay::Deviation& each : report.deviations) {
         const std::string line = each.what + ": expected " + each.expected + ", got " + each.got;
-        std::printf("%s %s\n", recording::secondsText(each.at).c_str(), onOneLine(line).c_str());
+        print(recording::secondsText(each.at) + " " + onOneLine(line) + "\n");
     }
     std::printf("%zu sent, %zu compared: %zu different, %zu missing, %zu extra", sent,
                 report.compared, report.different, report.missing, report.extra);
     std::printf(report.lost > 0 ? ", connection lost\n" : "\n");
+    flushOutput();
 }
 
 int replayFile(uint16_t port, const Options& options) {
@@ -118,7 +119,7 @@ int replayFile(uint16_t port, const Options& options) {
     const size_t sent =
         play(steps, comparison, port, options.fast ? std::nullopt : std::optional(options.speed));
     const replay::Report report = comparison.report();
-    print(report, sent);
+    printReport(report, sent);
     return report.deviations.empty() ? kSame : kDifferent;
 }
 

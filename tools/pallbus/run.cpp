@@ -17,6 +17,7 @@
 #include "bus/misframed.h"
 #include "model/log.h"
 #include "program/number.h"
+#include "program/standard_output.h"
 #include "recording/recording.h"
 #include "switchboard/bus_server.h"
 #include "switchboard/control.h"
@@ -111,9 +112,8 @@ void serve(uint16_t port, const Options& options) {
     // Who is told that the bus listens may end it at once.
     asio::signal_set stop(io, SIGINT, SIGTERM);
     stop.async_wait([&io](const asio::error_code&, int) { io.stop(); });
-    std::printf("pallbus: listening on 127.0.0.1:%u\npallbus: seed %llu\n", server.port(),
-                static_cast<unsigned long long>(seed));
-    std::fflush(stdout);
+    printNow("pallbus: listening on 127.0.0.1:" + std::to_string(server.port()) +
+             "\npallbus: seed " + std::to_string(seed) + "\n");
     for (const std::vector<Step>& plan : plans) {
         server.disturber().play(plan);
     }

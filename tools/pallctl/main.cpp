@@ -5,10 +5,10 @@
 #include <exception>
 
 #include "bus/misframed.h"
-#include "client/standard_output.h"
 #include "common_options.h"
 #include "live_values.h"
 #include "model/log.h"
+#include "program/standard_output.h"
 #include "verbs.h"
 
 namespace {

@@ -7,6 +7,7 @@
 #include "frame/programs.h"
 #include "offers.h"
 #include "process.h"
+#include "program/standard_output.h"
 #include "verbs.h"
 
 namespace {
@@ -24,7 +25,9 @@ int runVerbs(int argc, char** argv) {
         add(app, call);
     }
     finishCommandLine(app);
-    return readCommandLine(app, argc, argv, offers).value_or(call.status);
+    const int status = readCommandLine(app, argc, argv, offers).value_or(call.status);
+    flushOutput();
+    return status;
 }
 
 }  // namespace

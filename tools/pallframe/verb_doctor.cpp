@@ -3,6 +3,7 @@
 
 #include "frame/registry.h"
 #include "inspection/report.h"
+#include "program/standard_output.h"
 #include "verbs.h"
 
 namespace pallframe {
@@ -29,14 +30,14 @@ int examine(DoctorWords& words) {
     const frame::Tree tree = treeOf(words);
     const auto diagnosis = inspection::diagnose(inspection::Root(tree.path("/")));
     if (words.json) {
-        std::fputs(jsonOf(diagnosis).c_str(), stdout);
+        print(jsonOf(diagnosis));
     } else {
         const std::string& frame = words.which.frame;
         const std::string& given = words.root.empty() ? words.which.directory : words.root;
         const std::string root = given.empty() ? "/" : given;
         std::printf("%-16s%s\n", frame.empty() ? "root" : "frame",
                     (frame.empty() ? root : frame).c_str());
-        std::fputs(linesOf(diagnosis).c_str(), stdout);
+        print(linesOf(diagnosis));
     }
     return diagnosis.isWell() ? 0 : 1;
 }

@@ -8,6 +8,7 @@
 #include "frame/devices.h"
 #include "frame/product.h"
 #include "frame/registry.h"
+#include "program/standard_output.h"
 #include "run.h"
 #include "verbs.h"
 
@@ -104,7 +105,7 @@ void addEnter(CLI::App& app, Call& call) {
 
 void addList(CLI::App& app, Call&) {
     CLI::App* verb = app.add_subcommand("list", "The frames that run");
-    verb->callback([] { std::fputs(listOf(Registry::ofUser().running()).c_str(), stdout); });
+    verb->callback([] { print(listOf(Registry::ofUser().running())); });
 }
 
 }  // namespace pallframe

@@ -6,6 +6,7 @@
 #include "frame/changes.h"
 #include "inspection/status.h"
 #include "player.h"
+#include "program/standard_output.h"
 #include "verbs.h"
 
 namespace pallframe {
@@ -81,7 +82,7 @@ void addStatus(CLI::App& app, Call&) {
     words->which.addTo(*verb);
     verb->callback([words] {
         const inspection::FrameStatus status = inspection::statusOf(words->which.tree());
-        std::fputs((words->json ? jsonOf(status) : tableOf(status)).c_str(), stdout);
+        print(words->json ? jsonOf(status) : tableOf(status));
     });
 }
 

@@ -1,10 +1,13 @@
 #include "program/command_line.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <iostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "program/standard_output.h"
 
 namespace {
 
@@ -67,13 +70,16 @@ std::optional<int> readCommandLine(CLI::App& app, int argc, const char* const* a
                                    const OfferValues& offerValues) {
     if (argc > 1 && argv[1] == kComplete) {
         const std::vector<std::string> words(argv + 2, argv + argc);
-        std::fputs(completion(app, words, offerValues).c_str(), stdout);
+        printNow(completion(app, words, offerValues));
         return 0;
     }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : kBadUsage;
+        std::ostringstream answer;  // help or version
+        const int status = app.exit(error, answer, std::cerr);
+        printNow(answer.str());
+        return status == 0 ? 0 : kBadUsage;
     }
     return std::nullopt;
 }

@@ -25,5 +25,6 @@ void finishCommandLine(CLI::App& app);
 // the status to end with: 0 when help or version were asked for and printed, kBadUsage after a
 // complaint on standard error. The verb "complete", which no help shows, is answered here: it gives
 // the shells what could stand for the last of its words, the values with the help of `offerValues`.
+// Throws std::runtime_error when what was asked for could not be printed.
 std::optional<int> readCommandLine(CLI::App& app, int argc, const char* const* argv,
                                    const OfferValues& offerValues = {});

@@ -6,6 +6,7 @@
 
 #include "model/log.h"
 #include "program/command_line.h"
+#include "program/standard_output.h"
 #include "soaking/crowd.h"
 #include "soaking/soak.h"
 
@@ -58,7 +59,7 @@ int run(soak::Options options) {
     std::fflush(stdout);
     replaceLogSink([](int, const std::string&) {});
     const soak::Report report = reportOf(options);
-    std::fputs(report.text().c_str(), stdout);
+    printNow(report.text());
     return report.passed() ? 0 : 1;
 }
 
@@ -68,11 +69,9 @@ int main(int argc, char** argv) {
     soak::Options options;
     CLI::App app(kAbout, "soak");
     describe(app, options);
-    if (const auto status = readCommandLine(app, argc, argv)) {
-        return *status;
-    }
     try {
-        return run(options);
+        const auto status = readCommandLine(app, argc, argv);
+        return status ? *status : run(options);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "soak: %s\n", error.what());
         return 1;

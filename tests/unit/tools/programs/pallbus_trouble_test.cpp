@@ -249,6 +249,13 @@ TEST(PallbusDo, SaysWhereThereIsNoBus) {
     EXPECT_EQ(outcome.errors, "pallbus: no bus on port 1\n");
 }
 
+TEST_F(PallbusTrouble, IsShownOrSaidNotToBe) {
+    const std::string show = pallbusCommand({}).front() + " do show --port " + bus_.portText();
+    const Outcome outcome = runProgram({"/bin/sh", "-c", show + " >/dev/full"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors, "pallbus: standard output: No space left on device\n");
+}
+
 class TroubledFromTheStart : public PallbusTrouble {
   protected:
     TroubledFromTheStart()

@@ -114,6 +114,15 @@ TEST_F(ReplayTest, EndsWithZeroWhereTheDeviceDoesTheSame) {
     EXPECT_EQ(replay_->errors(), "");
 }
 
+TEST_F(ReplayTest, EndsWithTwoWhereItsOutputCannotBeWritten) {
+    recordSession();
+    directory_.write("a.rec", file_);
+    const std::string replay = pallbusCommand({}).front() + " replay --port=0 " + path_;
+    const Outcome outcome = runProgram({"/bin/sh", "-c", replay + " >/dev/full"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.errors, "pallbus: standard output: No space left on device\n");
+}
+
 TEST_F(ReplayTest, SaysInALineEachWhereTheDeviceDoesSomethingElse) {
     recordSession();
     start();

@@ -1,11 +1,9 @@
-#include "client/standard_output.h"
+#include "program/standard_output.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
-
-namespace pallctl {
 
 namespace {
 
@@ -18,13 +16,15 @@ void expectWritten(bool written) {
 
 }  // namespace
 
+void print(const std::string& text) {
+    expectWritten(std::fwrite(text.data(), 1, text.size(), stdout) == text.size());
+}
+
 void printNow(const std::string& text) {
-    expectWritten(std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-                  std::fflush(stdout) == 0);
+    print(text);
+    flushOutput();
 }
 
 void flushOutput() {
     expectWritten(std::fflush(stdout) == 0);
 }
-
-}  // namespace pallctl
