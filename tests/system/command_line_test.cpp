@@ -166,11 +166,20 @@ TEST(EveryOption, TakesNoPortThatThereCannotBe) {
 }
 
 TEST(EveryOption, OfAClientTakesNoTimeAndNoPortThatLeadNowhere) {
-    for (const char* option : {"--timeout=nan", "--timeout=0", "--timeout=86401", "--wait=nan",
-                               "--wait=-1", "--wait=inf", "--port=0", "--port=65536"}) {
+    for (const char* option :
+         {"--timeout=nan", "--timeout=0", "--timeout=86401", "--timeout=0s", "--wait=nan",
+          "--wait=-1", "--wait=inf", "--port=0", "--port=65536"}) {
         const Result result = run({programDirectory() / "pallctl", option, "list"});
         EXPECT_EQ(result.status, 2) << option;
         EXPECT_THAT(linesOf(result.error), SizeIs(1)) << option;
+    }
+}
+
+TEST(EveryOption, OfFormIsRefusedByWhatHasOneFormOnly) {
+    for (const char* option : {"--json", "--keyvalue", "--raw"}) {
+        const Command pallctl = describedBy("pallctl");
+        expectOneLineAndStatus2(pallctl, {"top", option});
+        expectOneLineAndStatus2(pallctl, {"network", "--gateway=10.0.0.1", option});
     }
 }
 

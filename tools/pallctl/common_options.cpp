@@ -5,12 +5,14 @@
 #include <chrono>
 #include <cstdint>
 
+#include "program/timed_script.h"
+
 namespace pallctl {
 
 namespace {
 
-constexpr double kShortestTimeout = 0.001;
-constexpr double kLongestSeconds = 86400;
+using namespace std::chrono_literals;
+
 constexpr size_t kLongestObject = 128;
 constexpr const char* kObjectCharacters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.";
@@ -24,29 +26,30 @@ std::string checkObject(const std::string& object) {
                : "needs a name such as system or frameB.system";
 }
 
-// A text that stands for no number (nan) is between no two.
-std::string checkSeconds(const std::string& text, double least) {
-    double seconds = 0;
-    const bool fits =
-        CLI::detail::lexical_cast(text, seconds) && seconds >= least && seconds <= kLongestSeconds;
-    return fits ? ""
-                : "'" + text + "' is no number of seconds from " + (least > 0 ? "0.001" : "0") +
-                      " to 86400";
+std::string checkTime(const std::string& text, std::chrono::milliseconds least, const char* from) {
+    const auto time = script::parseTimeOption(text);
+    return time && *time >= least
+               ? ""
+               : "'" + text + "' is no time from " + from + " to 24 hours, such as 2s or 500ms";
 }
 
 std::string checkTimeout(const std::string& text) {
-    return checkSeconds(text, kShortestTimeout);
+    return checkTime(text, 1ms, "1ms");
 }
 
 std::string checkWait(const std::string& text) {
-    return checkSeconds(text, 0);
-}
-
-std::chrono::milliseconds milliseconds(double seconds) {
-    return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+    return checkTime(text, 0ms, "0s");
 }
 
 }  // namespace
+
+bool takesForm(const Common& common, const char* verb) {
+    const bool isPlain = common.style.format == Format::table && !common.style.raw;
+    if (!isPlain) {
+        complain(verb, "has no form for --json, --keyvalue and --raw");
+    }
+    return isPlain;
+}
 
 CommonOptions::CommonOptions(CLI::App& app) {
     describeStyle(app);
@@ -66,22 +69,23 @@ void CommonOptions::describeReach(CLI::App& app) {
     app.add_option("-p,--port", port_, "Port of the bus on 127.0.0.1: 15000")
         ->type_name("PORT")
         ->check(CLI::Range(1, UINT16_MAX).description(""));
-    app.add_option("-t,--timeout", timeout_, "Longest wait for an answer: 2, set 60, wait ever")
-        ->type_name("SECONDS")
+    app.add_option("-t,--timeout", timeout_, "Longest wait for an answer: 2s, set 60s, wait ever")
+        ->type_name("TIME")
         ->check(CLI::Validator(checkTimeout, ""));
-    app.add_option("-w,--wait", wait_, "Give bus and daemon so long to appear: 0")
-        ->type_name("SECONDS")
+    app.add_option("-w,--wait", wait_, "Give bus and daemon so long to appear: 0s")
+        ->type_name("TIME")
         ->check(CLI::Validator(checkWait, ""));
 }
 
 Common CommonOptions::common() const {
     Common common;
     common.reach.port = port_;
-    common.reach.object = object_;
-    common.reach.wait = milliseconds(wait_);
-    if (timeout_ > 0) {
-        common.reach.timeout = milliseconds(timeout_);
+    common.object = object_;
+    if (!object_.empty()) {
+        common.reach.object = object_;
     }
+    common.reach.wait = script::parseTimeOption(wait_).value_or(common.reach.wait);
+    common.reach.timeout = script::parseTimeOption(timeout_);
     common.style.raw = raw_;
     if (json_) {
         common.style.format = Format::json;

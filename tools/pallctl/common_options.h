@@ -22,10 +22,10 @@ class CommonOptions {
     void describeReach(CLI::App& app);
     void describeStyle(CLI::App& app);
 
-    std::string object_ = kDaemonObject;
+    std::string object_;
     uint16_t port_ = Reach().port;
-    double timeout_ = 0;
-    double wait_ = 0;
+    std::string timeout_;
+    std::string wait_;
     bool json_ = false;
     bool keyvalue_ = false;
     bool raw_ = false;

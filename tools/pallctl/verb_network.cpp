@@ -35,7 +35,7 @@ std::string checkAddress(const std::string& text) {
 }
 
 std::string checkTime(const std::string& text) {
-    const auto time = script::parseDuration(text);
+    const auto time = script::parseTimeOption(text);
     return time && time->count() > 0 ? "" : "'" + text + "' is no time such as 90s or 2m";
 }
 
@@ -47,18 +47,14 @@ NetworkRequest requestOf(const NetworkWords& words) {
     if (request.wish == NetworkSettings()) {
         throw CLI::ValidationError("network", "needs --address, --netmask or --gateway");
     }
-    request.confirmWithin = script::parseDuration(words.confirmWithin);
+    request.confirmWithin = script::parseTimeOption(words.confirmWithin);
     request.force = words.force;
     return request;
 }
 
 // It talks to a person, or to a script that says yes.
 ExitStatus change(const Common& common, const NetworkRequest& request) {
-    if (common.style.format != Format::table) {
-        complain("network", "has no form for --json and --keyvalue");
-        return kUsage;
-    }
-    return changeNetwork(common.reach, request);
+    return takesForm(common, "network") ? changeNetwork(common.reach, request) : kUsage;
 }
 
 }  // namespace

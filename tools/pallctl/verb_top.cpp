@@ -18,6 +18,9 @@ struct TopWords {
 };
 
 ExitStatus runTop(const Common& common, const TopWords& words) {
+    if (!takesForm(common, "top")) {
+        return kUsage;
+    }
     // The screen is taken.
     lumo::replaceMisframedSink([](std::string_view) {});
     try {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "client/client.h"
 #include "client/output.h"
@@ -15,7 +16,11 @@ namespace pallctl {
 struct Common {
     Reach reach;
     Style style;
+    std::string object;  // as it was given; empty: not at all
 };
+
+// For a verb that has one form: false, after a complaint, when another was asked for.
+bool takesForm(const Common& common, const char* verb);
 
 // What the command line asks for; empty until one of the verbs was read.
 using Run = std::function<ExitStatus(const Common& common)>;

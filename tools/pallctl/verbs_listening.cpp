@@ -40,8 +40,14 @@ std::vector<std::string> typeWords() {
     return words;
 }
 
-MonitorRequest requestOf(const MonitorWords& words) {
-    return {words.objects, {words.types.begin(), words.types.end()}, words.recording};
+// An object that is given as with the other verbs is one more of those to be seen.
+MonitorRequest requestOf(const Common& common, const MonitorWords& words) {
+    MonitorRequest request{
+        words.objects, {words.types.begin(), words.types.end()}, words.recording};
+    if (!common.object.empty()) {
+        request.objects.push_back(common.object);
+    }
+    return request;
 }
 
 }  // namespace
@@ -70,8 +76,8 @@ void addMonitor(CLI::App& app, Run& run) {
         ->type_name("FILE");
     verb->footer(kMonitorNotes);
     verb->callback([&run, words] {
-        run = [request = requestOf(*words)](const Common& common) {
-            return Monitor(common.reach, common.style, request).run();
+        run = [words](const Common& common) {
+            return Monitor(common.reach, common.style, requestOf(common, *words)).run();
         };
     });
 }

@@ -272,4 +272,9 @@ std::optional<milliseconds> parseDuration(std::string_view text) {
     return milliseconds(std::llround(value * unit->milliseconds));
 }
 
+std::optional<milliseconds> parseTimeOption(std::string_view text) {
+    const bool isBare = !text.empty() && text.back() >= '0' && text.back() <= '9';
+    return parseDuration(std::string(text) + (isBare ? "s" : ""));
+}
+
 }  // namespace script

@@ -50,5 +50,7 @@ std::vector<Line> parse(std::string_view text, std::string_view name);
 
 // "500ms", "2s", "1.5s", "3m", no longer than kLongest; nothing for anything else.
 std::optional<std::chrono::milliseconds> parseDuration(std::string_view text);
+// As it stands on a command line: also "2" and "0.5", which are seconds.
+std::optional<std::chrono::milliseconds> parseTimeOption(std::string_view text);
 
 }  // namespace script

@@ -8,6 +8,7 @@ using namespace std::chrono_literals;
 using script::Line;
 using script::parse;
 using script::parseDuration;
+using script::parseTimeOption;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Words = std::vector<std::string>;
@@ -142,6 +143,19 @@ TEST(ScriptBound, OfTheTime) {
               "a.scenario:2: the script takes more than 24 hours");
     EXPECT_EQ(problemOf("repeat 3\nafter 600m a\nend"),
               "a.scenario:3: the script takes more than 24 hours");
+}
+
+TEST(ScriptDuration, IsInSecondsOnACommandLineWithoutAUnit) {
+    EXPECT_EQ(parseTimeOption("90"), 90s);
+    EXPECT_EQ(parseTimeOption("0.1"), 100ms);
+    EXPECT_EQ(parseTimeOption("0"), 0ms);
+    EXPECT_EQ(parseTimeOption("86400"), 24h);
+    EXPECT_EQ(parseTimeOption("90s"), 90s);
+    EXPECT_EQ(parseTimeOption("500ms"), 500ms);
+    EXPECT_EQ(parseTimeOption("2m"), 2min);
+    for (const char* bad : {"", "-1", "s", "1x", "many", "nan", "1e3", "86401", "5000m", "2 "}) {
+        EXPECT_EQ(parseTimeOption(bad), std::nullopt) << bad;
+    }
 }
 
 TEST(ScriptDuration, IsInMillisecondsSecondsOrMinutes) {

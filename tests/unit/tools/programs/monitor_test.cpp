@@ -71,6 +71,14 @@ TEST_F(MonitorTest, PrintsWholeObjectsForPrograms) {
                          R"("data":{"id":"n","param":{"psu1Voltage":11.5}}})"));
 }
 
+TEST_F(MonitorTest, TakesTheObjectOptionForOneMoreObject) {
+    start({"ready", "hello", "--object", "other"});
+    device_->announce("psu1Voltage", "11.5");
+    BusPeer sender(bus_->port(), 5);
+    sender.send("[\"NOT\", \"other.below\", 5, 0, 0]\n{\"id\":\"wanted\"}");
+    EXPECT_THAT(monitor_->readLine(), EndsWith("  other.below  wanted"));
+}
+
 TEST_F(MonitorTest, PrintsOnlyTheObjectsAndTypesAskedFor) {
     start({"ready", "hello", "other", "--type", "NOT", "--type", "SET"});
     BusPeer sender(bus_->port(), 5);
