@@ -85,6 +85,11 @@ int failureOf(const std::string& program) {
     return program == "pallframe" ? 125 : 1;
 }
 
+struct BadOutput {
+    const char* redirection;
+    const char* problem;
+};
+
 TEST(EveryProgram, SaysThatItsOutputCannotBeWritten) {
     std::vector<Words> commands{{"pallframe", "doctor", "--root", "/"}, {"pallbus", "--port=0"}};
     for (const char* program : kPrograms) {
@@ -93,13 +98,17 @@ TEST(EveryProgram, SaysThatItsOutputCannotBeWritten) {
             commands.back().insert(commands.back().end(), asked.begin(), asked.end());
         }
     }
-    for (const Words& command : commands) {
-        Words words{"sh", "-c", "exec \"$@\" >/dev/full", "sh", programDirectory() / command[0]};
-        words.insert(words.end(), command.begin() + 1, command.end());
-        const Result result = run(words);
-        EXPECT_EQ(result.status, failureOf(command[0])) << testing::PrintToString(command);
-        EXPECT_EQ(result.error, command[0] + ": standard output: No space left on device\n")
-            << testing::PrintToString(command);
+    for (const auto& [redirection, problem] : {BadOutput{">/dev/full", "No space left on device"},
+                                               BadOutput{">&-", "Bad file descriptor"}}) {
+        for (const Words& command : commands) {
+            Words words{"sh", "-c", std::string("exec \"$@\" ") + redirection, "sh",
+                        programDirectory() / command[0]};
+            words.insert(words.end(), command.begin() + 1, command.end());
+            const Result result = run(words);
+            EXPECT_EQ(result.status, failureOf(command[0])) << testing::PrintToString(command);
+            EXPECT_EQ(result.error, command[0] + ": standard output: " + problem + "\n")
+                << testing::PrintToString(command);
+        }
     }
 }
 

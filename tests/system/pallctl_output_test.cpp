@@ -62,6 +62,29 @@ TEST_F(OnPallbus, WhatIsPrintedOnceSaysThatItsOutputCannotBeWritten) {
     }
 }
 
+// The connection to the bus would be the first to take its place.
+TEST_F(OnPallbus, AnOutputThatIsClosedIsNotTakenForOneWithoutReader) {
+    start();
+    for (const char* words : {"list", "--json set systemName=B", "--json wait active=1",
+                              "monitor --record /dev/full", "watch --table"}) {
+        const Result result = harness::run({"sh", "-c", commandLine(words) + " >&-"});
+        EXPECT_EQ(result.status, 1) << words;
+        EXPECT_THAT(result.error, isOneComplaint("pallctl")) << words;
+    }
+    const std::string wait = commandLine("wait systemName=C --timeout=0.1");
+    EXPECT_EQ(harness::run({"sh", "-c", wait + " >&-"}).status, 9);
+    EXPECT_EQ(harness::run({"sh", "-c", wait + " <&- >&- 2>&-"}).status, 9);
+}
+
+TEST_F(OnPallbus, AnInputThatIsClosedConfirmsNothing) {
+    start();
+    const std::string before = pallctl({"get", "gateway"}).output;
+    const Result result = harness::run(
+        {"sh", "-c", commandLine("network --gateway 10.0.0.77 --confirm-within 2m") + " <&-"});
+    EXPECT_EQ(result.status, 7);
+    EXPECT_EQ(pallctl({"get", "gateway"}).output, before);
+}
+
 TEST_F(OnPallbus, ANetworkThatCannotBeShownIsNotChanged) {
     start();
     const std::string before = pallctl({"get", "gateway"}).output;

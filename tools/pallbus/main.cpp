@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "program/number.h"
+#include "program/standard_descriptors.h"
 #include "program/standard_output.h"
 #include "program/timed_script.h"
 #include "trouble/words.h"
@@ -21,6 +22,7 @@ constexpr void (*kParts[])(CLI::App&, pallbus::CommandLine&) = {
 };
 
 int run(int argc, char** argv) {
+    holdStandardDescriptors();
     pallbus::CommandLine line;
     CLI::App app(kAbout, "pallbus");
     app.require_subcommand(0, 1);

@@ -8,6 +8,7 @@
 #include "common_options.h"
 #include "live_values.h"
 #include "model/log.h"
+#include "program/standard_descriptors.h"
 #include "program/standard_output.h"
 #include "verbs.h"
 
@@ -34,6 +35,7 @@ constexpr AddVerb kVerbs[] = {
 // clang-format on
 
 int run(int argc, char** argv) {
+    holdStandardDescriptors();
     Run verb;
     CLI::App app(kAbout, "pallctl");
     app.require_subcommand(1);

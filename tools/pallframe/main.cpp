@@ -7,6 +7,7 @@
 #include "frame/programs.h"
 #include "offers.h"
 #include "process.h"
+#include "program/standard_descriptors.h"
 #include "program/standard_output.h"
 #include "verbs.h"
 
@@ -34,6 +35,7 @@ int runVerbs(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
+        holdStandardDescriptors();
         const std::vector<std::string> words(argv, argv + argc);
         if (!words.empty() && frame::isProgram(words[0])) {
             return frame::runProgram(frame::Tree("/"), words);
