@@ -207,25 +207,4 @@ TEST(FrameInMemory, IsSeenAndChangedFromOutside) {
     EXPECT_THAT(run(pallframe({"status"})).output, HasSubstr("port     eth0        down, "));
 }
 
-TEST(FrameInMemory, IsExaminedFromOutside) {
-    const Running frame("Tessara");
-    const Result well = run(pallframe({"doctor"}));
-    EXPECT_EQ(well.status, 0);
-    EXPECT_THAT(well.output, testing::StartsWith("frame           " + numbers().at(0) +
-                                                 "\nproduct         Tessara\n"));
-    EXPECT_EQ(run(pallframe({"set", "file", "/etc/build.prop", "missing"})).status, 0);
-    const Result ill = run(pallframe({"doctor"}));
-    EXPECT_EQ(ill.status, 1);
-    EXPECT_THAT(ill.output, HasSubstr("missing         /etc/build.prop (No such file or "
-                                      "directory)\n    version \"read error\"\n"));
-}
-
-TEST(Doctor, LooksAtADirectoryThatItIsGiven) {
-    const TemporaryDirectory empty;
-    const Result result = run(pallframe({"doctor", "--root", empty.path()}));
-    EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.output, HasSubstr("missing         /tmp/eeprom "));
-    EXPECT_EQ(run(pallframe({"doctor", "--root", "/no/such/directory"})).status, 2);
-}
-
 }  // namespace

@@ -80,10 +80,17 @@ TEST_F(OrdinaryUser, EntersAndChangesIt) {
 }
 
 TEST_F(OrdinaryUser, ExaminesItAndPlaysOnIt) {
-    Process frame(pallframe({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
+    fs::copy(programDirectory() / "pallbus", directory.path("pallbus"));
+    Process frame(pallframe({"run", "--", "sh", "-c", "echo ready; exec pallbus"}));
     frame.output().waitFor("ready");
-    const Result well = run(pallframe({"doctor"}));
-    EXPECT_EQ(well.status, 0) << well.output << well.error;
+    Result well;
+    waitUntil(
+        [&] {
+            well = run(pallframe({"doctor"}));
+            return well.status == 0;
+        },
+        "the doctor to be satisfied");
+    EXPECT_THAT(well.output, HasSubstr("ok              127.0.0.1:15000\n"));
     const std::string scenario = directory.write("my.scenario", "file /etc/build.prop missing\n");
     EXPECT_EQ(run(pallframe({"play", scenario})).error, "");
     EXPECT_EQ(run(pallframe({"doctor"})).status, 1);

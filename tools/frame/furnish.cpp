@@ -30,6 +30,10 @@ bool toTessara(const Product& product) {
     return product.tessara;
 }
 
+bool toBrio(const Product& product) {
+    return !product.hasXADC;
+}
+
 std::string eeprom(const Product& product) {
     return "PRODUCT=" + std::string(product.name) + "\nSERIAL=000123\n";
 }
@@ -52,11 +56,15 @@ std::string networkSettings(const Product&) {
     return "USE_DHCP=0\nIPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n";
 }
 
+std::string unit(const Product&) {
+    return "[Service]\nExecStart=/bin/true\n";
+}
+
 std::string users(const Product&) {
     return "root:x:0:0:root:/:/bin/sh\nnobody:x:65534:65534:nobody:/:/bin/false\n";
 }
 
-constexpr std::array<FrameFile, 9> kFiles{{
+constexpr std::array<FrameFile, 11> kFiles{{
     {paths::kProduct, toAll, [](const Product& p) { return std::string(p.name); }},
     {paths::kEeprom, toAll, eeprom},
     {paths::kDetection, toTessara, detection},
@@ -64,6 +72,8 @@ constexpr std::array<FrameFile, 9> kFiles{{
     {paths::kBuild, toAll, buildProperties},
     {paths::kNetwork, toAll, networkSettings},
     {paths::kAddress, toAll, [](const Product&) { return std::string("00:11:22:33:44:55\n"); }},
+    {"/etc/systemd/system/ssh.service", toBrio, unit},
+    {"/etc/systemd/system/vsftpd.service", toBrio, unit},
     {"/etc/passwd", toAll, users},
     {"/etc/hosts", toAll, [](const Product&) { return std::string("127.0.0.1 localhost\n"); }},
 }};

@@ -16,6 +16,7 @@ inline constexpr std::string_view kNetwork = "/vantor/etc/network.conf";
 inline constexpr std::string_view kDeviceName = "/vantor/etc/deviceName";
 inline constexpr std::string_view kDeviceLabels = "/vantor/app/tarna/node/deviceLabels.json";
 inline constexpr std::string_view kBuild = "/etc/build.prop";
+inline constexpr std::string_view kUnits = "/etc/systemd/system";  // a Brio's, "ssh.service"
 
 inline constexpr std::string_view kOwnDirectory = "/run/frame";
 inline constexpr std::string_view kAside = "/run/frame/missing";  // files put aside, by their path

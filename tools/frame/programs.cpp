@@ -57,8 +57,9 @@ constexpr std::array<std::array<std::string_view, 2>, 2> kUnits{
 // systemctl start|stop UNIT; status 5 for a unit that is not installed, as the real one has it.
 int systemctl(const Tree& tree, const Program&, const Words& words) {
     const std::string unit = words.size() > 2 ? words[2] : "";
+    const std::string file = std::string(paths::kUnits) + "/" + unit + ".service";
     for (const auto& [name, service] : kUnits) {
-        if (name == unit) {
+        if (name == unit && tree.exists(file)) {
             noteService(tree, service, words[1] == "stop" ? kStopped : kRunning);
             return 0;
         }

@@ -92,7 +92,15 @@ bool hasLine(const std::string& text, const Product&) {
     return !text.empty() && text[0] != '\n';
 }
 
-constexpr const char* kShell = "/bin/sh";  // of system(3) and popen(3)
+constexpr const char* kShell = "/bin/sh";       // of system(3) and popen(3)
+constexpr const char* kSyslog = "/dev/log";     // of syslog(3)
+constexpr const char* kNoDevice = "/dev/null";  // of daemon(3)
+constexpr const char* kBus = "127.0.0.1:15000";
+
+// Which word of a command names what has to be there.
+constexpr size_t kSourced = 1;     // . FILE
+constexpr size_t kBehindSudo = 1;  // sudo PROGRAM
+constexpr size_t kUnitOfSudo = 3;  // sudo systemctl VERB UNIT
 
 using Places = std::array<const char*, 4>;
 using Names = std::array<Published, 3>;
@@ -107,6 +115,10 @@ constexpr Check file(const char* place, Concerns concerns, Decodes decodes, Name
 constexpr Check program(Places places, Concerns concerns, Names published, std::string_view effect,
                         size_t word = 0) {
     return {places, Kind::program, concerns, published, effect, nullptr, word};
+}
+
+constexpr Check unit(Places places, Names published, std::string_view effect) {
+    return {places, Kind::unit, brio, published, effect, nullptr, kUnitOfSudo};
 }
 
 constexpr Check optional(const char* place, Concerns concerns, Names published,
@@ -131,9 +143,19 @@ constexpr std::string_view kNotFound = "a new address is not announced, the fram
 constexpr std::string_view kStarted = "the service is off, unless a saved value says otherwise";
 constexpr std::string_view kRestarts = "a new address of the remote controller restarts modules";
 
+constexpr Places kBrioSwitches{kBrioStartSsh, kBrioStopSsh, kBrioStartFtp, kBrioStopFtp};
+
 constexpr Check kChecks[] = {
+    {{kBus},
+     Kind::listener,
+     all,
+     {},
+     "nothing is published and nothing can be set; the bus is looked for each second"},
+    {{kSyslog}, Kind::syslog, all, {}, "values as usual, and nobody reads what the daemon logs"},
+    {{kNoDevice}, Kind::device, all, {}, "with -d the daemon ends at once, nothing is published"},
+
     file(kProductCommand, all, isKnownProduct, {{{"frameName", "\"Quorane\""}}},
-         "the card counts as a Quorane", 1),
+         "the card counts as a Quorane", kSourced),
     {{kBuildPropertiesFile},
      Kind::file,
      all,
@@ -178,10 +200,10 @@ constexpr Check kChecks[] = {
     optional(kAmbrixDisabledMarker, all, {{{"ambrixEnabled", "0"}}}, kStarted),
     program({kTessaraStartSsh, kTessaraStopSsh}, tessaraEdition, kSsh, kNotSwitched),
     program({kTessaraStartFtp, kTessaraStopFtp}, tessaraEdition, kFtp, kNotSwitched),
-    program({kBrioStartSsh, kBrioStopSsh, kBrioStartFtp, kBrioStopFtp}, brio, kServices,
-            kNotSwitched),
-    program({kBrioStartSsh, kBrioStopSsh, kBrioStartFtp, kBrioStopFtp}, brio, kServices,
-            kNotSwitched, 1),
+    program(kBrioSwitches, brio, kServices, kNotSwitched),
+    program(kBrioSwitches, brio, kServices, kNotSwitched, kBehindSudo),
+    unit({kBrioStartSsh, kBrioStopSsh}, kSsh, kNotSwitched),
+    unit({kBrioStartFtp, kBrioStopFtp}, kFtp, kNotSwitched),
     program({kTessaraStartAmbrix, kTessaraStopAmbrix}, tessaraEdition, kAmbrix, kNotSwitched),
     program({kTessaraStartAmbrixWatch}, tessaraEdition, kAmbrix, "Ambrix never shuts itself off"),
     program({kTessaraStopAmbrixWatch}, tessaraEdition, kAmbrix,
@@ -209,6 +231,11 @@ std::span<const Check> checks() {
     return kChecks;
 }
 
+const Check& productCheck() {
+    return *std::find_if(std::begin(kChecks), std::end(kChecks),
+                         [](const Check& check) { return check.decodes == isKnownProduct; });
+}
+
 std::string productNamed(const std::string& text) {
     constexpr std::string_view kExport = "export ";
     constexpr std::string_view kKey = "PRODUCT=";
@@ -232,11 +259,16 @@ std::string pathOf(const Check& check) {
     for (size_t i = 0; i <= check.word; ++i) {
         words >> word;
     }
-    if (check.kind == Kind::settings) {
-        return word + ".json";
+    switch (check.kind) {
+        case Kind::settings:
+            return word + ".json";
+        case Kind::unit:
+            return word + ".service";
+        case Kind::directory:
+            return std::filesystem::path(word).parent_path();
+        default:
+            return word;
     }
-    return check.kind == Kind::directory ? std::filesystem::path(word).parent_path().string()
-                                         : word;
 }
 
 }  // namespace inspection

@@ -16,6 +16,10 @@ enum class Kind {
     directory,  // is there and can be written to
     optional,   // both ways are good; what it means that it is there is told
     settings,   // the state file with its older copy
+    unit,       // of systemd, is installed
+    listener,   // somebody listens there
+    syslog,     // a socket with somebody behind it
+    device,     // of characters
 };
 
 // A parameter and what is published for it, as JSON; empty when that is not known beforehand.
@@ -34,18 +38,21 @@ struct Check {
     std::string_view effect;             // whatever else comes of that
     // A file's text says what it has to; null: any text does.
     bool (*decodes)(const std::string& text, const Product& product) = nullptr;
-    size_t word = 0;      // which word of the commands is the program
+    size_t word = 0;      // which word of the commands names it
     bool isSure = false;  // the same is published without a file and with one that says nothing
 };
 
-// All of them, in the order in which a person wants to read them. The first finds the product.
+// All of them, in the order in which a person wants to read them.
 std::span<const Check> checks();
 
-// What the card says that it is (PRODUCT in the text of the first check's file, which a shell
+// The one that finds the product.
+const Check& productCheck();
+
+// What the card says that it is (PRODUCT in the text of that check's file, which a shell
 // reads); empty when it says nothing.
 std::string productNamed(const std::string& text);
 
-// The path or the program's name that a check looks for.
+// The path, the address, or the name of a program or a unit that a check looks for.
 std::string pathOf(const Check& check);
 
 }  // namespace inspection

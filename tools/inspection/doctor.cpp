@@ -1,9 +1,7 @@
 #include "inspection/doctor.h"
 
 #include <algorithm>
-#include <sstream>
 
-#include "frame/programs.h"
 #include "systemstate/catalogue.h"
 #include "systemstate/product.h"
 
@@ -15,7 +13,7 @@ constexpr const char* kUnlabelled =
     "Quorane";  // what the daemon takes a card for that says nothing
 
 Product productOf(const Root& root) {
-    const std::string name = productNamed(root.file(pathOf(checks().front())).text);
+    const std::string name = productNamed(root.file(pathOf(productCheck())).text);
     return Product(name.empty() ? kUnlabelled : name);
 }
 
@@ -26,23 +24,6 @@ Sight fileOf(const Root& root, const Check& check, const Product& product) {
         return {State::undecodable, "does not say what it has to"};
     }
     return sight;
-}
-
-// A program without a path stands where a shell finds it.
-Sight programOf(const Root& root, const std::string& name) {
-    if (name.starts_with("/")) {
-        return root.program(name);
-    }
-    Sight best{State::missing, "not in " + std::string(frame::kSearchPath)};
-    std::istringstream directories(frame::kSearchPath);
-    for (std::string directory; std::getline(directories, directory, ':');) {
-        const Sight sight = root.program(directory + "/" + name);
-        if (sight.state == State::well) {
-            return sight;
-        }
-        best = sight.state == State::missing ? best : sight;
-    }
-    return best;
 }
 
 // A frame that has never saved anything has neither file.
@@ -106,14 +87,27 @@ Finding optionalFinding(const Root& root, const Check& check) {
     return finding;
 }
 
+uint16_t portOf(const std::string& address) {
+    return static_cast<uint16_t>(std::stoi(address.substr(address.rfind(':') + 1)));
+}
+
 Sight lookFor(const Root& root, const Check& check, const Product& product) {
+    const std::string path = pathOf(check);
     switch (check.kind) {
         case Kind::program:
-            return programOf(root, pathOf(check));
+            return root.program(path);
         case Kind::directory:
-            return root.directory(pathOf(check));
+            return root.directory(path);
         case Kind::settings:
             return settingsOf(root, check, product);
+        case Kind::unit:
+            return root.unit(path);
+        case Kind::listener:
+            return root.listener(portOf(path));
+        case Kind::syslog:
+            return root.syslog(path);
+        case Kind::device:
+            return root.device(path);
         case Kind::file:
         case Kind::optional:
             break;

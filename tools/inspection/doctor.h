@@ -18,7 +18,10 @@ struct Finding {
     std::vector<Published> published{};  // what the daemon publishes then
     std::string_view effect{};           // and what else comes of it
 
-    bool isProblem() const { return state != State::well && state != State::unseen; }
+    // What could not be seen is none.
+    bool isProblem() const {
+        return state != State::well && state != State::unseen && state != State::atRest;
+    }
 };
 
 struct Diagnosis {

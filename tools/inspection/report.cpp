@@ -15,7 +15,7 @@ struct StateWord {
     const char* word;
 };
 
-constexpr std::array<StateWord, 7> kStateWords{{
+constexpr std::array<StateWord, 8> kStateWords{{
     {State::well, "ok"},
     {State::missing, "missing"},
     {State::unreadable, "unreadable"},
@@ -23,6 +23,7 @@ constexpr std::array<StateWord, 7> kStateWords{{
     {State::readOnly, "read-only"},
     {State::undecodable, "undecodable"},
     {State::unseen, "not seen"},
+    {State::atRest, "not seen"},
 }};
 
 std::string wordOf(State state) {
@@ -61,25 +62,31 @@ std::string linesOf(const Finding& finding) {
     return line + "\n" + consequences(finding);
 }
 
-template <typename Condition>
-size_t countOf(const Diagnosis& diagnosis, Condition holds) {
+size_t countOf(const Diagnosis& diagnosis, State state) {
     return static_cast<size_t>(
-        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(), holds));
+        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
+                      [state](const Finding& finding) { return finding.state == state; }));
+}
+
+size_t problemsOf(const Diagnosis& diagnosis) {
+    return static_cast<size_t>(
+        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
+                      [](const Finding& finding) { return finding.isProblem(); }));
+}
+
+std::string unseenOf(const Diagnosis& diagnosis, State state, const char* hint) {
+    const size_t count = countOf(diagnosis, state);
+    return count == 0 ? "" : "; " + std::to_string(count) + " could not be seen: " + hint;
 }
 
 std::string summary(const Diagnosis& diagnosis) {
-    const size_t problems =
-        countOf(diagnosis, [](const Finding& finding) { return finding.isProblem(); });
-    const size_t unseen =
-        countOf(diagnosis, [](const Finding& finding) { return finding.state == State::unseen; });
+    const size_t problems = problemsOf(diagnosis);
     const std::string all = std::to_string(diagnosis.findings.size());
-    std::string text = problems == 0 ? "Nothing is wrong in " + all + " places"
-                                     : std::to_string(problems) + " of " + all +
-                                           " places are not as the daemon needs them";
-    if (unseen > 0) {
-        text += "; " + std::to_string(unseen) + " could not be seen: ask as root";
-    }
-    return text + ".\n";
+    const std::string found = problems == 0 ? "Nothing is wrong in " + all + " places"
+                                            : std::to_string(problems) + " of " + all +
+                                                  " places are not as the daemon needs them";
+    return found + unseenOf(diagnosis, State::unseen, "ask as root") +
+           unseenOf(diagnosis, State::atRest, "ask where this root runs") + ".\n";
 }
 
 UniqueJSON valueOf(const Published& published) {

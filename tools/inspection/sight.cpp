@@ -2,17 +2,24 @@
 
 #include <fcntl.h>
 #include <linux/openat2.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <span>
+#include <sstream>
 #include <string_view>
 
 #include "frame/paths.h"
+#include "frame/programs.h"
+#include "inspection/interpreters.h"
+#include "inspection/live.h"
 
 namespace inspection {
 
@@ -23,6 +30,17 @@ using frame::Descriptor;
 
 constexpr size_t kMostText = 1 << 20;
 
+Sight atRest() {
+    return {State::atRest, "only a root that runs shows it"};
+}
+
+// Where units are looked for, the first one that is found counts (systemd.unit(5)).
+constexpr std::array<std::string_view, 7> kUnitDirectories{
+    frame::paths::kUnits,         "/run/systemd/system",
+    "/run/systemd/generator",     "/usr/local/lib/systemd/system",
+    "/usr/lib/systemd/system",    "/lib/systemd/system",
+    "/run/systemd/generator.late"};
+
 Sight failed(int error) {
     const bool isMissing = error == ENOENT || error == ENOTDIR;
     const bool isForbidden = error == EACCES || error == EPERM;
@@ -30,6 +48,11 @@ Sight failed(int error) {
                         : isForbidden ? State::unseen
                                       : State::unreadable;
     return {state, std::strerror(error)};
+}
+
+Descriptor openedRoot(const std::filesystem::path& directory) {
+    return Descriptor(
+        check(::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), directory));
 }
 
 mode_t modeOf(const Descriptor& opened) {
@@ -49,16 +72,17 @@ Sight textOf(const Descriptor& opened) {
     return size < 0 ? failed(errno) : sight;
 }
 
-// The program that a script names in its first line; empty when that is no script's.
-std::string interpreterOf(const std::string& text) {
-    constexpr std::string_view kMark = "#!";
-    constexpr const char* kBlanks = " \t";
-    if (!text.starts_with(kMark)) {
-        return "";
-    }
-    const std::string line = text.substr(0, text.find('\n'));
-    const size_t begin = std::min(line.find_first_not_of(kBlanks, kMark.size()), line.size());
-    return line.substr(begin, line.find_first_of(" \t\r", begin) - begin);
+// Connecting to a socket of datagrams sends nothing; it tells whether somebody has it open.
+Sight answerOf(const Descriptor& opened) {
+    const Descriptor socket(check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket"));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = "/proc/self/fd/" + std::to_string(opened.get());
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    const int result =
+        ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    const bool isOfStreams = result < 0 && errno == EPROTOTYPE;  // the C library takes both
+    return result == 0 || isOfStreams ? Sight{} : failed(errno);
 }
 
 // Where a simulated frame shows the programs of the machine that it runs on.
@@ -70,7 +94,11 @@ bool isOfMachine(std::string_view path) {
 }  // namespace
 
 Root::Root(const std::filesystem::path& directory)
-    : root_(check(::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), directory)) {}
+    : root_(openedRoot(directory)), process_(processIn(root_)) {
+    if (!process_.empty()) {
+        root_ = openedRoot(process_ + "/root");  // with what is mounted for those inside
+    }
+}
 
 Sight Root::open(const std::string& path, int flags, Descriptor& opened) const {
     open_how how{};
@@ -91,6 +119,10 @@ Sight Root::file(const std::string& path) const {
     return S_ISREG(modeOf(opened)) ? textOf(opened) : Sight{State::unreadable, "not a plain file"};
 }
 
+bool Root::isFrame() const {
+    return file(std::string(frame::paths::kProduct)).state == State::well;
+}
+
 bool Root::isSimulated(const std::string& path) const {
     Descriptor opened;
     std::array<char, frame::paths::kProgram.size() + 1> target{};
@@ -106,8 +138,7 @@ bool Root::isSimulated(const std::string& path) const {
 // What a simulated frame shows of the machine, and the program behind all of its own, is mounted
 // where only those inside see it.
 bool Root::isFrameAtRest() const {
-    return file(std::string(frame::paths::kProduct)).state == State::well &&
-           executable(std::string(frame::paths::kProgram)).state != State::well;
+    return isFrame() && executable(std::string(frame::paths::kProgram)).state != State::well;
 }
 
 Sight Root::executable(const std::string& path) const {
@@ -126,7 +157,23 @@ Sight Root::executable(const std::string& path) const {
                : Sight{State::notExecutable, "no program that may be run"};
 }
 
-Sight Root::program(const std::string& path) const {
+Sight Root::program(const std::string& name) const {
+    if (name.starts_with("/")) {
+        return programAt(name);
+    }
+    Sight best{State::missing, "not in " + std::string(frame::kSearchPath)};
+    std::istringstream directories(frame::kSearchPath);
+    for (std::string directory; std::getline(directories, directory, ':');) {
+        const Sight sight = programAt(directory + "/" + name);
+        if (sight.state == State::well) {
+            return sight;
+        }
+        best = sight.state == State::missing ? best : sight;
+    }
+    return best;
+}
+
+Sight Root::programAt(const std::string& path) const {
     if (isSimulated(path)) {
         return {};
     }
@@ -138,13 +185,15 @@ Sight Root::program(const std::string& path) const {
     if (content.text.empty()) {
         return {State::notExecutable, "empty"};
     }
-    const std::string interpreter = interpreterOf(content.text);
-    const Sight behind = interpreter.empty() ? Sight{} : executable(interpreter);
-    if (behind.state == State::well) {
-        return {};
+    for (const std::string& interpreter : interpretersOf(content.text)) {
+        const Sight behind =
+            interpreter.starts_with("/") ? executable(interpreter) : program(interpreter);
+        if (behind.state != State::well) {
+            return {behind.state == State::unseen ? State::unseen : State::notExecutable,
+                    "its interpreter " + interpreter + ": " + behind.reason};
+        }
     }
-    return {behind.state == State::unseen ? State::unseen : State::notExecutable,
-            "its interpreter " + interpreter + ": " + behind.reason};
+    return {};
 }
 
 Sight Root::directory(const std::string& path) const {
@@ -158,6 +207,54 @@ Sight Root::directory(const std::string& path) const {
     return (system.f_flag & ST_RDONLY) == 0
                ? sight
                : Sight{State::readOnly, "the file system is read-only"};
+}
+
+Sight Root::unit(const std::string& name) const {
+    // The simulation's own systemctl knows no units of the machine that it runs on.
+    const std::span directories(kUnitDirectories.data(), isFrame() ? 1 : kUnitDirectories.size());
+    for (const std::string_view directory : directories) {
+        const Sight sight = file(std::string(directory) + "/" + name);
+        if (sight.state != State::missing) {
+            return {sight.state, sight.reason};
+        }
+    }
+    return {State::missing, "no such unit"};
+}
+
+Sight Root::listener(uint16_t port) const {
+    if (process_.empty()) {
+        return atRest();
+    }
+    const Root machine("/");
+    const Sight tables = machine.file(process_ + "/net/tcp");
+    if (tables.state != State::well) {
+        return {State::unseen, tables.reason};
+    }
+    const bool isThere = hasListener(tables.text, port) ||
+                         hasListener(machine.file(process_ + "/net/tcp6").text, port);
+    return isThere ? Sight{} : Sight{State::missing, "nobody listens"};
+}
+
+Sight Root::special(const std::string& path, mode_t type, Descriptor& opened) const {
+    if (process_.empty()) {
+        return atRest();
+    }
+    const Sight sight = open(path, O_PATH, opened);
+    if (sight.state != State::well) {
+        return sight;
+    }
+    return (modeOf(opened) & S_IFMT) == type ? sight : Sight{State::unreadable, "something else"};
+}
+
+Sight Root::syslog(const std::string& path) const {
+    Descriptor opened;
+    const Sight sight = special(path, S_IFSOCK, opened);
+    return sight.state == State::well ? answerOf(opened) : sight;
+}
+
+Sight Root::device(const std::string& path) const {
+    Descriptor opened;
+    return special(path, S_IFCHR, opened);
 }
 
 }  // namespace inspection

@@ -44,6 +44,14 @@ TEST_P(Furnish, OnlyATessaraFrameHasItsOwnFiles) {
     EXPECT_EQ(tree.exists(paths::kDeviceLabels), tessara);
 }
 
+TEST_P(Furnish, OnlyABrioHasUnits) {
+    furnishAs("QuoraneBrio");
+    furnishAs(GetParam());
+    const bool isBrio = GetParam() == std::string_view("QuoraneBrio");
+    EXPECT_EQ(tree.exists("/etc/systemd/system/ssh.service"), isBrio);
+    EXPECT_EQ(tree.exists("/etc/systemd/system/vsftpd.service"), isBrio);
+}
+
 TEST_P(Furnish, ATreeBecomesAnotherProductWithoutRemains) {
     furnishAs("Tessara");
     setCable(tree, "eth0", false);

@@ -62,14 +62,17 @@ const ServiceCase kServiceCases[] = {
     {{"/etc/init.d/S80tarnaview", "restart"}, "tarnaview", "running"},
     {{"/etc/init.d/S81ambrix", "start"}, "ambrix", "running"},
     {{"/etc/init.d/S81ambrix", "stop"}, "ambrix", "stopped"},
-    {{"systemctl", "start", "ssh"}, "ssh", "running"},
-    {{"systemctl", "stop", "ssh"}, "ssh", "stopped"},
-    {{"systemctl", "start", "vsftpd"}, "ftp", "running"},
-    {{"systemctl", "stop", "vsftpd"}, "ftp", "stopped"},
     {{"/vantor/bin/ambrixsrvlaunch.sh"}, "ambrix", "running"},
     {{"/vantor/bin/ambrix-shutoff.sh"}, "ambrix-shutoff", "running"},
     {{"/vantor/bin/brio-ambrix-shutoff.sh"}, "ambrix-shutoff", "running"},
     {{"/vantor/bin/restartNetworking.sh"}, "network", "running"},
+};
+
+const ServiceCase kUnitCases[] = {
+    {{"systemctl", "start", "ssh"}, "ssh", "running"},
+    {{"systemctl", "stop", "ssh"}, "ssh", "stopped"},
+    {{"systemctl", "start", "vsftpd"}, "ftp", "running"},
+    {{"systemctl", "stop", "vsftpd"}, "ftp", "stopped"},
 };
 
 TEST_F(Programs, KeepTheStateOfTheirService) {
@@ -84,9 +87,23 @@ TEST_F(Programs, ReportsAndRestartsAnswerWithSuccess) {
     EXPECT_EQ(run({"/vantor/bin/keli-ip-changed-restart.sh"}), 0);
 }
 
-TEST_F(Programs, AnUnknownUnitIsNotInstalled) {
+TEST_F(Programs, SystemctlSwitchesTheUnitsOfABrio) {
+    furnishAs("QuoraneBrio");
+    for (const ServiceCase& one : kUnitCases) {
+        EXPECT_EQ(run(one.words), 0) << commandLine(one.words);
+        EXPECT_EQ(service(one.service), one.state) << commandLine(one.words);
+    }
+}
+
+TEST_F(Programs, AUnitThatIsNotThereIsNotSwitched) {
+    furnishAs("QuoraneBrio");
     EXPECT_EQ(run({"systemctl", "start", "nginx"}), 5);
     EXPECT_EQ(run({"systemctl"}), 5);
+    tree.hide("/etc/systemd/system/ssh.service");
+    EXPECT_EQ(run({"systemctl", "start", "ssh"}), 5);
+    EXPECT_EQ(service("ssh"), "");
+    furnishAs("Quorane");
+    EXPECT_EQ(run({"systemctl", "start", "vsftpd"}), 5) << "no Brio";
 }
 
 TEST_F(Programs, PkillEndsWhatRunsAndFindsNothingElse) {

@@ -4,6 +4,7 @@
 #include "inspection/checks.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -62,6 +63,63 @@ TEST_P(Header, HasNoPlaceThatIsNotLookedAt) {
     }
 }
 
+// Every text in the daemon's sources that is a path.
+std::set<std::string> pathsInSources() {
+    static const std::regex path(R"re("(/[a-z][^" ]*))re");
+    std::set<std::string> found;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(PALLWATCH_SOURCE "/src")) {
+        const std::string extension = entry.path().extension();
+        if (extension == ".cpp" || extension == ".h") {
+            std::ifstream stream(entry.path());
+            const std::string text{std::istreambuf_iterator<char>(stream), {}};
+            for (std::sregex_iterator match(text.begin(), text.end(), path), end; match != end;
+                 ++match) {
+                found.insert(match->str(1));
+            }
+        }
+    }
+    return found;
+}
+
+TEST(Checks, LookAtEveryPathThatTheDaemonNames) {
+    const std::set<std::string> onlyTold{"/dev/ttyS1", "/dev/ttyS2", "/dev/ttyS3"};  // never opened
+    std::set<std::string> looked = onlyTold;
+    for (const Check& check : checks()) {
+        looked.insert(pathOf(check));
+    }
+    looked.insert("/vantor/etc/configurableSystemDetails");  // .json comes behind it
+    const std::set<std::string> named = pathsInSources();
+    EXPECT_THAT(named, Contains("/vantor/etc/network.conf"));
+    EXPECT_THAT(named, testing::IsSubsetOf(looked));
+}
+
+TEST(Checks, LookForTheBusWhereTheDaemonConnects) {
+    const std::string text = textOf("src/service/pallwatch_service.cpp");
+    std::smatch host;
+    std::smatch port;
+    ASSERT_TRUE(std::regex_search(text, host, std::regex("kBusHost = \"([^\"]*)\";")));
+    ASSERT_TRUE(std::regex_search(text, port, std::regex("kBusPort = ([0-9]*);")));
+    EXPECT_THAT(lookedFor(), Contains(host.str(1) + ":" + port.str(1)));
+}
+
+TEST(Checks, LookForEveryUnitThatTheDaemonSwitches) {
+    static const std::regex unit("systemctl \\w+ (\\w+)");
+    std::set<std::string> units;
+    for (const Check& check : checks()) {
+        if (check.kind == Kind::unit) {
+            units.insert(pathOf(check));
+        }
+    }
+    for (const std::string& command : constantsIn("src/systemstate/places.h")) {
+        std::smatch match;
+        if (std::regex_search(command, match, unit)) {
+            EXPECT_THAT(units, Contains(match.str(1) + ".service"));
+        }
+    }
+    EXPECT_EQ(units.size(), 2U);
+}
+
 TEST(Checks, EachConcernsSomeProduct) {
     for (const Check& check : checks()) {
         const bool concerns =
@@ -94,7 +152,8 @@ TEST(Checks, PathsComeFromThePlaces) {
     }
     EXPECT_THAT(paths, testing::IsSupersetOf({"/tmp/eeprom", "/vantor/etc/network.conf",
                                               "/etc/init.d/S40network", "/sbin/devmem", "systemctl",
-                                              "sudo", "pkill", "/vantor/etc",
+                                              "sudo", "pkill", "/vantor/etc", "/dev/log",
+                                              "127.0.0.1:15000", "ssh.service", "vsftpd.service",
                                               "/vantor/etc/configurableSystemDetails.json"}));
 }
 

@@ -19,21 +19,23 @@ const Diagnosis kSome{
       {{"version", "\"read error\""}, {"frameName", ""}},
       ""},
      {"/sbin/tool", State::notExecutable, "no program that may be run", {}, "nothing is done"},
-     {"/root/secret", State::unseen, "Permission denied"}}};
+     {"/root/secret", State::unseen, "Permission denied"},
+     {"/dev/log", State::atRest, "only a root that runs shows it"}}};
 
 TEST(Report, HasALineForEachCheckAndWhatFollowsBelow) {
-    EXPECT_EQ(
-        linesOf(kSome),
-        "product         KELI\n"
-        "ok              /etc/fine\n"
-        "ok              /etc/marker (present)\n"
-        "    sshEnabled 0: the service is off\n"
-        "missing         /etc/gone (No such file or directory)\n"
-        "    version \"read error\", frameName\n"
-        "not executable  /sbin/tool (no program that may be run)\n"
-        "    nothing is done\n"
-        "not seen        /root/secret (Permission denied)\n"
-        "2 of 5 places are not as the daemon needs them; 1 could not be seen: ask as root.\n");
+    EXPECT_EQ(linesOf(kSome),
+              "product         KELI\n"
+              "ok              /etc/fine\n"
+              "ok              /etc/marker (present)\n"
+              "    sshEnabled 0: the service is off\n"
+              "missing         /etc/gone (No such file or directory)\n"
+              "    version \"read error\", frameName\n"
+              "not executable  /sbin/tool (no program that may be run)\n"
+              "    nothing is done\n"
+              "not seen        /root/secret (Permission denied)\n"
+              "not seen        /dev/log (only a root that runs shows it)\n"
+              "2 of 6 places are not as the daemon needs them; 1 could not be seen: ask as root; "
+              "1 could not be seen: ask where this root runs.\n");
 }
 
 TEST(Report, SaysThatNothingIsWrong) {
