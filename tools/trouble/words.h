@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "trouble/rule.h"
 
@@ -26,7 +27,11 @@ using Order = std::variant<Calm, Rule>;
 // Throws BadTrouble.
 Order parseOrder(std::span<const std::string> words);
 
-// The same in words again; script::parse and parseOrder make an equal one of it.
+// The words that may stand behind those, for who types: the kinds of trouble behind none, "from" or
+// "every" behind "drop". None where a name, a time or a number is to stand, or those make no sense.
+std::vector<std::string> wordsBehind(std::span<const std::string> before);
+
+// A rule in words again; script::parse and parseOrder make an equal one of it.
 std::string textOf(const Rule& rule);
 
 }  // namespace pallbus

@@ -1,5 +1,3 @@
-#include "trouble/words.h"
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -7,50 +5,22 @@
 #include <string_view>
 
 #include "program/timed_script.h"
+#include "trouble/vocabulary.h"
+#include "trouble/words.h"
 
 namespace pallbus {
 
 namespace {
 
+using namespace vocabulary;
 using std::chrono::milliseconds;
 
-constexpr int32_t kDaemon = 8;  // the connection id that it logs in with
-constexpr std::string_view kCalm = "calm";
 constexpr size_t kMostCount = 1'000'000;
 
-// What stands behind a kind without a word of its own.
-enum class Operand { none, delay, joined, corrupted, time };
-
-// What else may stand behind it, each once and in any order.
-constexpr unsigned kOften = 1;
-constexpr unsigned kFrom = 2;
-constexpr unsigned kTo = 4;
-constexpr unsigned kWho = 8;
-constexpr unsigned kObject = 16;
-constexpr unsigned kFor = 32;
-constexpr unsigned kMessages = kOften | kTo | kWho | kObject | kFor;
-
-struct Word {
-    std::string_view name;
-    Kind kind;
-    Operand operand;
-    unsigned takes;
-    std::string_view form;  // with its operand, for people
+// What is wrong with words that something may still be added to.
+struct Incomplete : BadTrouble {
+    using BadTrouble::BadTrouble;
 };
-
-// One that begins with another comes before it.
-constexpr std::array<Word, 10> kWords{{
-    {"drop", Kind::drop, Operand::none, kMessages | kFrom, "drop"},
-    {"delay", Kind::delay, Operand::delay, kMessages | kFrom, "delay TIME[-TIME]"},
-    {"corrupt", Kind::corrupt, Operand::corrupted, kMessages | kFrom, "corrupt [BYTES]"},
-    {"split", Kind::split, Operand::none, kMessages, "split"},
-    {"join", Kind::join, Operand::joined, kMessages & ~kOften, "join MESSAGES"},
-    {"close mid-frame", Kind::cut, Operand::none, kMessages, "close mid-frame"},
-    {"close", Kind::close, Operand::none, kWho, "close"},
-    {"refuse", Kind::refuse, Operand::time, kFor, "refuse [TIME]"},
-    {"silent", Kind::silent, Operand::time, kWho | kFor, "silent [TIME]"},
-    {"stop reading", Kind::stopReading, Operand::time, kWho | kFor, "stop reading [TIME]"},
-}};
 
 std::string quoted(std::string_view word) {
     return std::string("'").append(word).append("'");
@@ -60,8 +30,8 @@ bool isOnlyTo(const Word& word) {
     return (word.takes & (kFrom | kTo)) == kTo;
 }
 
-const Word& wordOf(Kind kind) {
-    return *std::ranges::find(kWords, kind, &Word::kind);
+Incomplete somethingMissing(const Word& word) {
+    return Incomplete("something is missing: " + std::string(word.form));
 }
 
 std::string allNames() {
@@ -87,6 +57,13 @@ std::optional<Number> numberIn(std::string_view text, Number least, Number most)
 // Takes the words of one rule off their front, one after the other.
 class Reader {
   public:
+    struct Part {
+        std::string_view name;
+        unsigned takes;
+        void (Reader::*read)();
+    };
+    static const std::array<Part, 9> kParts;
+
     explicit Reader(std::span<const std::string> words) : words_(words) {}
 
     Rule read() {
@@ -100,13 +77,6 @@ class Reader {
     }
 
   private:
-    struct Part {
-        std::string_view name;
-        unsigned takes;
-        void (Reader::*read)();
-    };
-    static const std::array<Part, 9> kParts;
-
     std::string take() {
         std::string word = words_.front();
         words_ = words_.subspan(1);
@@ -115,7 +85,7 @@ class Reader {
 
     std::string takeBehind(std::string_view name) {
         if (words_.empty()) {
-            throw BadTrouble("nothing stands behind " + quoted(name));
+            throw Incomplete("nothing stands behind " + quoted(name));
         }
         return take();
     }
@@ -130,6 +100,11 @@ class Reader {
             }
             if (word.name == first) {
                 return word;
+            }
+        }
+        for (const Word& word : kWords) {
+            if (words_.empty() && word.name.starts_with(first + " ")) {
+                throw somethingMissing(word);
             }
         }
         throw BadTrouble(quoted(first) + " is no trouble: " + allNames());
@@ -263,7 +238,7 @@ class Reader {
     Rule completed() {
         if (!operandSeen_ &&
             (word_->operand == Operand::delay || word_->operand == Operand::joined)) {
-            throw BadTrouble("something is missing: " + std::string(word_->form));
+            throw somethingMissing(*word_);
         }
         if (rule_.kind == Kind::corrupt && !operandSeen_) {
             rule_.count = 1;
@@ -295,65 +270,39 @@ const std::array<Reader::Part, 9> Reader::kParts{{
     {"for", kFor, &Reader::takeFor},
 }};
 
-std::string timeText(milliseconds time) {
-    return time.count() % 1000 == 0 ? std::to_string(time.count() / 1000) + "s"
-                                    : std::to_string(time.count()) + "ms";
-}
-
-std::string operandText(const Rule& rule) {
-    switch (wordOf(rule.kind).operand) {
-        case Operand::delay:
-            return " " + timeText(rule.delayLeast) +
-                   (rule.delayMost == rule.delayLeast ? "" : "-" + timeText(rule.delayMost));
-        case Operand::joined:
-        case Operand::corrupted:
-            return " " + std::to_string(rule.count);
-        case Operand::none:
-        case Operand::time:
-            return "";
-    }
-    return "";
-}
-
-std::string oftenText(const Rule& rule) {
-    std::array<char, 400> digits{};  // enough for the smallest share there is
-    switch (rule.often) {
-        case Often::each:
-            break;
-        case Often::percent:
-            return std::string(" ").append(digits.data(),
-                                           std::to_chars(digits.begin(), digits.end(), rule.percent,
-                                                         std::chars_format::fixed)
-                                               .ptr) +
-                   "%";
-        case Often::every:
-            return " every " + std::to_string(rule.number);
-        case Often::next:
-            return " next " + std::to_string(rule.number);
-    }
-    return "";
-}
-
-std::string whoText(const Rule& rule) {
-    std::string way;
-    if ((wordOf(rule.kind).takes & kFrom) != 0 && rule.direction != Direction::both) {
-        way = rule.direction == Direction::from ? " from" : " to";
-    }
-    if (!rule.client) {
-        return way.empty() ? "" : way + " anyone";
-    }
-    return way + (*rule.client == kDaemon ? " daemon" : " client " + std::to_string(*rule.client));
-}
-
-std::string objectText(const std::string& name) {
-    std::string text = " object \"";
-    for (const char sign : name) {
-        if (sign == '"' || sign == '\\') {
-            text += '\\';
+// Every word that this language has of its own.
+std::vector<std::string> allWords() {
+    std::vector<std::string> words;
+    const auto add = [&words](std::string_view word) {
+        if (std::ranges::find(words, word) == words.end()) {
+            words.emplace_back(word);
         }
-        text += sign;
+    };
+    for (const Word& word : kWords) {
+        const size_t blank = word.name.find(' ');
+        add(word.name.substr(0, blank));
+        if (blank != std::string_view::npos) {
+            add(word.name.substr(blank + 1));
+        }
     }
-    return text + '"';
+    for (const Reader::Part& part : Reader::kParts) {
+        add(part.name);
+    }
+    add(kCalm);
+    return words;
+}
+
+bool mayFollow(std::span<const std::string> before, const std::string& word) {
+    std::vector<std::string> words(before.begin(), before.end());
+    words.push_back(word);
+    try {
+        parseOrder(words);
+    } catch (const Incomplete&) {
+        return true;
+    } catch (const BadTrouble&) {
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -371,10 +320,14 @@ Order parseOrder(std::span<const std::string> words) {
     return Calm{};
 }
 
-std::string textOf(const Rule& rule) {
-    return std::string(wordOf(rule.kind).name) + operandText(rule) + oftenText(rule) +
-           whoText(rule) + (rule.object ? objectText(*rule.object) : "") +
-           (rule.time ? " for " + timeText(*rule.time) : "");
+std::vector<std::string> wordsBehind(std::span<const std::string> before) {
+    // Where any word may stand, it is not one of this language.
+    if (mayFollow(before, "?")) {
+        return {};
+    }
+    std::vector<std::string> words = allWords();
+    std::erase_if(words, [before](const std::string& word) { return !mayFollow(before, word); });
+    return words;
 }
 
 }  // namespace pallbus
