@@ -23,6 +23,13 @@ constexpr Line kLines[] = {
     {"pallframe set pause S40n\t5", "<set><pause><S40network><5>"},
     {"pallframe run --pro\tTessara-\t", "<run><--product><Tessara-5ru>"},
     {"pallbus --verb\t", "<--verbose>"},
+    // trouble, word by word or in one
+    {"pallbus do dr\tfr\tdae\tevery 3 fo\t1s", "<do><drop><from><daemon><every><3><for><1s>"},
+    {"pallbus do sto\tr\tany\t", "<do><stop><reading><anyone>"},
+    {"pallbus do at 2s ref\t", "<do><at><2s><refuse>"},
+    {"pallbus do sh\t", "<do><show>"},
+    {"pallbus -t 'drop fr\t", "<-t><drop from>"},
+    {"pallbus -t \"close mid\t", "<-t><close mid-frame>"},
     // names, of the device that answers
     {"pallctl get ipA\tnetm\t", "<get><ipAddress><netmask>"},
     {"pallctl get system.ipA\t", "<get><system.ipAddress>"},
@@ -33,6 +40,8 @@ constexpr Line kLines[] = {
     {"pallctl set netm\t\t", "<set><netmask=255.255.255.0>"},
     {"pallctl set system.netmask=\t", "<set><system.netmask=255.255.255.0>"},
     {"pallctl set sshE\tEn\tftpEnabled=Di\t", "<set><sshEnabled=Enabled><ftpEnabled=Disabled>"},
+    {"pallctl set sshEnabled=dis\tftpE\ten\t", "<set><sshEnabled=Disabled><ftpEnabled=Enabled>"},
+    {"pallctl get IPA\t", "<get><ipAddress>"},
     {"pallctl set psu1V\t", "<set><psu1V>"},
     {"pallctl network --add\t1\t", "<network><--address><10.0.0.5>"},
     {"pallctl network --netmask=\t", "<network><--netmask=255.255.255.0>"},
@@ -41,6 +50,8 @@ constexpr Line kLines[] = {
     {"pallctl set activeEthernet=Port\\ 2\t", "<set><activeEthernet=Port 2>"},
     {"pallctl set activeEthernet=\"Port 2\t", "<set><activeEthernet=Port 2>"},
     {"pallctl set 'activeEthernet=Port 2\t", "<set><activeEthernet=Port 2>"},
+    {"pallctl set activeEthernet=po\t2\t", "<set><activeEthernet=Port 2>"},
+    {"pallctl set \"activeEthernet=po\t2\t", "<set><activeEthernet=Port 2>"},
     // files and directories
     {"pallframe run --tree /vant\tet\tx", "<run><--tree></vantor/etc/x>"},
     {"pallframe run -- tou\t/vantor/etc/netw\t", "<run><--><touch></vantor/etc/network.conf>"},
@@ -55,6 +66,14 @@ class Completion : public testing::TestWithParam<Shell> {
   protected:
     Completion() : shell(withDaemon(GetParam().command)) { shell.readUntil("ready> "); }
 
+    // What the program is told when that line is entered.
+    std::string toldBy(const std::string& typed) {
+        shell.type(typed + "\r");
+        const std::string shown = shell.readUntil(">\r\n");
+        const size_t told = shown.rfind("told: ") + 6;
+        return shown.substr(told, shown.find('\r', told) - told);
+    }
+
     Terminal shell;
 };
 
@@ -66,10 +85,17 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_P(Completion, PutsWholeWordsOnTheLine) {
     for (const Line& line : kLines) {
-        shell.type(std::string(line.typed) + "\r");
-        const std::string shown = shell.readUntil(">\r\n");
-        const size_t told = shown.rfind("told: ") + 6;
-        EXPECT_EQ(shown.substr(told, shown.find('\r', told) - told), line.told) << line.typed;
+        EXPECT_EQ(toldBy(line.typed), line.told) << line.typed;
+    }
+}
+
+TEST_P(Completion, QuotesWhatShellsTakeForTheirOwn) {
+    shell.type("command pallctl set systemName='\"$5\" or `true`, it'\\''s'; echo '<set''>'\r");
+    shell.readUntil("<set>\r\n");
+    for (const char* quote : {"", "'", "\""}) {
+        EXPECT_EQ(toldBy("pallctl set " + std::string(quote) + "systemName=\t"),
+                  "<set><systemName=\"$5\" or `true`, it's>")
+            << quote;
     }
 }
 

@@ -37,7 +37,7 @@ std::vector<Offer> offerNames(const std::vector<const Parameter*>& parameters,
         offers.push_back({prefix, ""});
     }
     const auto others = std::remove_if(offers.begin(), offers.end(), [&word](const Offer& offer) {
-        return !offer.word.starts_with(word);
+        return !beginsInAnyCase(offer.word, word);
     });
     offers.erase(others, offers.end());
     return offers;

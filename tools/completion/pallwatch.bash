@@ -19,6 +19,21 @@ _pallwatch_unquote() {
     done
 }
 
+# Sets REPLY to the word as it has to be written behind that quote, or without one.
+_pallwatch_quote() {
+    local special
+    case $2 in
+        \') REPLY=${1//\'/\'\\\'\'} ;;
+        \")
+            REPLY=$1
+            for special in \\ \$ \` \"; do
+                REPLY=${REPLY//"$special"/\\"$special"}
+            done
+            ;;
+        *) printf -v REPLY %q "$1" ;;
+    esac
+}
+
 # Sets `words` to the words up to the cursor, and `kept` to how much of the last one readline leaves
 # as it is: it takes "=" and ":" for the end of a word, too.
 _pallwatch_words() {
@@ -57,8 +72,8 @@ _pallwatch() {
             for word in "${lines[@]:1}"; do
                 word=${word%%$'\t'*}
                 word=${word:kept}
-                [[ $quote ]] || printf -v word %q "$word"
-                COMPREPLY+=("$word")
+                _pallwatch_quote "$word" "$quote"
+                COMPREPLY+=("$REPLY")
             done
             [[ ${#COMPREPLY[@]} != 1 || ${COMPREPLY[0]} != *[=.] ]] || compopt -o nospace
             ;;

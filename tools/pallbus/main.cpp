@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "offers.h"
 #include "program/number.h"
 #include "program/standard_descriptors.h"
 #include "program/standard_output.h"
@@ -35,7 +36,7 @@ int run(int argc, char** argv) {
         add(app, line);
     }
     finishCommandLine(app);
-    if (const auto status = readCommandLine(app, argc, argv)) {
+    if (const auto status = readCommandLine(app, argc, argv, pallbus::offers)) {
         return *status;
     }
     const int status = line.toBeDone();

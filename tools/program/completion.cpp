@@ -24,7 +24,7 @@ constexpr ShellsOwn kShellsOwn[] = {
 struct Place {
     const CLI::App* verb = nullptr;
     const CLI::Option* wantsValue = nullptr;  // the last word was an option without its value
-    size_t positionals = 0;                   // since the verb, or since "--"
+    std::vector<std::string> positionals;     // since the verb, or since "--"
     bool optionsEnded = false;  // by "--", behind which stands the last of the positionals
     std::map<std::string, std::string> options;
 };
@@ -87,11 +87,11 @@ void passOption(Place& place, const std::string& word) {
 }
 
 void passWord(Place& place, const std::string& word) {
-    const CLI::App* verb = place.positionals == 0 ? findVerb(place.verb, word) : nullptr;
+    const CLI::App* verb = place.positionals.empty() ? findVerb(place.verb, word) : nullptr;
     if (verb != nullptr && !place.optionsEnded) {
         place.verb = verb;
     } else {
-        ++place.positionals;
+        place.positionals.push_back(word);
     }
 }
 
@@ -101,7 +101,7 @@ void pass(Place& place, const std::string& word) {
         place.wantsValue = nullptr;
     } else if (word == "--" && !place.optionsEnded) {
         place.optionsEnded = true;
-        place.positionals = 0;
+        place.positionals.clear();
     } else if (looksLikeOption(place, word)) {
         passOption(place, word);
     } else {
@@ -125,7 +125,7 @@ void answerOptions(const Place& place, Answer& answer) {
 }
 
 void answerVerbs(const Place& place, Answer& answer) {
-    if (place.positionals > 0 || place.optionsEnded) {
+    if (!place.positionals.empty() || place.optionsEnded) {
         return;
     }
     for (const CLI::App* verb : place.verb->get_subcommands({})) {
@@ -151,7 +151,8 @@ void answerValues(const Place& place, const CLI::Option& option, const std::stri
     }
     if (offers.empty() && offerValues) {
         const std::string name = option.get_positional() ? "" : longName(option);
-        offers = offerValues({place.verb->get_name(), name, kind, word, place.options});
+        offers = offerValues(
+            {place.verb->get_name(), name, kind, word, place.options, place.positionals});
     }
     for (Offer& offer : offers) {
         answer.offers.push_back({before + offer.word, std::move(offer.about)});
@@ -171,7 +172,7 @@ void answerPositional(const Place& place, const std::string& word, const OfferVa
         return;
     }
     const size_t last = all.size() - 1;
-    const size_t at = place.optionsEnded ? last + place.positionals : place.positionals;
+    const size_t at = place.positionals.size() + (place.optionsEnded ? last : 0);
     const CLI::Option& option = *all[std::min(at, last)];
     if (at > last && option.get_expected_max() <= 1) {
         return;
@@ -206,6 +207,18 @@ bool fitsALine(const std::string& word) {
     return onOneLine(word) == word;
 }
 
+template <typename Condition>
+std::string linesOf(const std::vector<Offer>& offers, Condition isMeant) {
+    std::string text;
+    for (const Offer& offer : offers) {
+        if (isMeant(offer.word) && fitsALine(offer.word)) {
+            const std::string about = onOneLine(offer.about, ' ');
+            text += offer.word + (about.empty() ? "" : "\t" + about) + "\n";
+        }
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string completion(const CLI::App& app, const std::vector<std::string>& words,
@@ -217,12 +230,8 @@ std::string completion(const CLI::App& app, const std::vector<std::string>& word
         pass(place, words[i]);
     }
     const Answer answer = answerTo(place, last, offerValues);
-    std::string text = answer.kind + "\n";
-    for (const Offer& offer : answer.offers) {
-        if (offer.word.starts_with(last) && fitsALine(offer.word)) {
-            const std::string about = onOneLine(offer.about, ' ');
-            text += offer.word + (about.empty() ? "" : "\t" + about) + "\n";
-        }
-    }
-    return text;
+    const auto begins = [&last](const std::string& word) { return word.starts_with(last); };
+    const auto beginsSomehow = [&last](const auto& word) { return beginsInAnyCase(word, last); };
+    const std::string exact = linesOf(answer.offers, begins);
+    return answer.kind + "\n" + (exact.empty() ? linesOf(answer.offers, beginsSomehow) : exact);
 }

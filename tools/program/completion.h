@@ -19,6 +19,7 @@ struct BegunValue {
     std::string kind;    // what is to stand there: "NAME", "PORT"
     std::string word;    // what stands there
     std::map<std::string, std::string> options;  // values given so far, by "--name"
+    std::vector<std::string> before;             // what stands between the verb and it
 };
 
 // What the program itself knows of such values. It may be asked at each press of a key: it has to
@@ -27,6 +28,7 @@ using OfferValues = std::function<std::vector<Offer>(const BegunValue& begun)>;
 
 // What `PROGRAM complete WORDS...` prints, where the last word is the one to be completed: in the
 // first line what can stand there ("words", "files", "directories" or "commands"), then each
-// possible word that begins with it and, behind a tab, what it is.
+// possible word that begins with it (in any case, where none does exactly) and, behind a tab, what
+// it is.
 std::string completion(const CLI::App& app, const std::vector<std::string>& words,
                        const OfferValues& offerValues = {});

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 // A word that a shell may offer to whoever types a command line.
 struct Offer {
@@ -8,3 +9,6 @@ struct Offer {
                         // wants to be gone on with
     std::string about;  // for people, may be empty
 };
+
+// Whether the word begins so, capital letters or not.
+bool beginsInAnyCase(std::string_view word, std::string_view begun);

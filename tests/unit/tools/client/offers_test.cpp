@@ -55,6 +55,7 @@ TEST_F(OffersTest, OffersBareNamesInTheOrderOfTheDevice) {
     EXPECT_THAT(names(""), ElementsAre("systemName", "ipAddress", "activeEthernet", "serial0",
                                        "empty", "tricky", "voltage"));
     EXPECT_THAT(names("i"), ElementsAre("ipAddress"));
+    EXPECT_THAT(names("IPA"), ElementsAre("ipAddress"));
     EXPECT_THAT(names("nosuch"), IsEmpty());
 }
 

@@ -39,6 +39,7 @@ class CompletionTest : public testing::Test {
         return completion(app_, words, [this](const BegunValue& begun) {
             asked_ = begun.verb + " " + begun.option + " " + begun.kind + " " + begun.word;
             given_ = begun.options;
+            before_ = begun.before;
             return offers_;
         });
     }
@@ -50,6 +51,7 @@ class CompletionTest : public testing::Test {
     std::vector<Offer> offers_;
     std::string asked_;
     std::map<std::string, std::string> given_;
+    Words before_;
 };
 
 TEST_F(CompletionTest, OffersTheVerbsThatHelpShows) {
@@ -97,8 +99,10 @@ TEST_F(CompletionTest, AsksTheProgramForWhatOnlyItKnows) {
               "words\nipAddress\tIP Address\nnetmask\n");
     EXPECT_EQ(asked_, "get  NAME ");
     EXPECT_EQ(given_, (std::map<std::string, std::string>{{"--port", "7"}, {"--record", "f"}}));
+    EXPECT_EQ(before_, Words{"netmask"});
     EXPECT_EQ(complete({"get", "i"}), "words\nipAddress\tIP Address\n");
     EXPECT_EQ(asked_, "get  NAME i");
+    EXPECT_EQ(before_, Words{});
 }
 
 TEST_F(CompletionTest, AsksForTheValueOfAnOptionInEitherForm) {
@@ -112,6 +116,13 @@ TEST_F(CompletionTest, AsksForTheValueOfAnOptionInEitherForm) {
 TEST_F(CompletionTest, TakesWordsBehindADoubleDashAsTheyAre) {
     EXPECT_THAT(complete({"get", "--", "--"}), Not(HasSubstr("--port")));
     EXPECT_EQ(asked_, "get  NAME --");
+}
+
+TEST_F(CompletionTest, OffersWhatBeginsInAnotherCaseWhereNothingBeginsJustSo) {
+    offers_ = {{"mode=Disabled", ""}, {"mode=dim", ""}, {"Mode", ""}};
+    EXPECT_EQ(complete({"get", "mode=D"}), "words\nmode=Disabled\n");
+    EXPECT_EQ(complete({"get", "mode=DI"}), "words\nmode=Disabled\nmode=dim\n");
+    EXPECT_EQ(complete({"get", "mode=e"}), "words\n");
 }
 
 TEST_F(CompletionTest, OffersNothingThatALineCannotCarry) {

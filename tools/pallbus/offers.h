@@ -1,0 +1,12 @@
+#pragma once
+
+#include <vector>
+
+#include "program/completion.h"
+
+namespace pallbus {
+
+// What a shell may offer where trouble is told, in words of their own or as one word in quotes.
+std::vector<Offer> offers(const BegunValue& begun);
+
+}  // namespace pallbus
