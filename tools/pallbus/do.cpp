@@ -51,13 +51,13 @@ int tellBus(uint16_t port, const std::string& line) {
 
 }  // namespace
 
-void addDo(CLI::App& app, CommandLine& line) {
-    CLI::App* const verb = app.add_subcommand("do", "Trouble on a running bus: drop, delay, ...");
+void addDo(Verb program, Call& call) {
+    Verb verb = program.addVerb("do", "Trouble on a running bus: drop, delay, ...");
     const auto words = std::make_shared<std::vector<std::string>>();
-    verb->add_option("LINE", *words, "What is to happen")->required();
-    verb->footer(kForms);
-    verb->callback([words, &line] {
-        line.toBeDone = [words, &line] { return tellBus(line.port, joined(*words)); };
+    verb.add("LINE", *words, "What is to happen").required();
+    verb.notes(kForms);
+    verb.action([words, &call] {
+        call.toBeDone = [words, &call] { return tellBus(call.port, joined(*words)); };
     });
 }
 

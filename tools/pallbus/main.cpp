@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "offers.h"
-#include "program/number.h"
 #include "program/standard_descriptors.h"
 #include "program/standard_output.h"
 #include "program/timed_script.h"
@@ -16,7 +15,7 @@ constexpr const char* kAbout =
     "A stand-in for the message bus of a frame, on 127.0.0.1. Ends with a signal.\n";
 
 // Each adds its own words. Where none of the verbs is given, the program is the bus.
-constexpr void (*kParts[])(CLI::App&, pallbus::CommandLine&) = {
+constexpr void (*kParts[])(Verb, pallbus::Call&) = {
     pallbus::addRun,
     pallbus::addDo,
     pallbus::addReplay,
@@ -24,22 +23,22 @@ constexpr void (*kParts[])(CLI::App&, pallbus::CommandLine&) = {
 
 int run(int argc, char** argv) {
     holdStandardDescriptors();
-    pallbus::CommandLine line;
-    CLI::App app(kAbout, "pallbus");
-    app.require_subcommand(0, 1);
-    app.fallthrough();
-    app.add_option("-p,--port", line.port, "Port of the bus; 0 listens on a free one")
-        ->type_name("PORT")
-        ->check(portNumber())
-        ->capture_default_str();
+    pallbus::Call call;
+    CommandLine line("pallbus", kAbout);
+    Verb program = line.program();
+    program.takesOneVerb();
+    program.optionsGoAnywhere();
+    program.add("-p,--port", call.port, "Port of the bus; 0 listens on a free one")
+        .kind("PORT")
+        .check(portNumber())
+        .showsDefault();
     for (const auto add : kParts) {
-        add(app, line);
+        add(program, call);
     }
-    finishCommandLine(app);
-    if (const auto status = readCommandLine(app, argc, argv, pallbus::offers)) {
+    if (const auto status = line.read(argc, argv, pallbus::offers)) {
         return *status;
     }
-    const int status = line.toBeDone();
+    const int status = call.toBeDone();
     flushOutput();
     return status;
 }

@@ -1,4 +1,3 @@
-#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -45,14 +44,6 @@ struct Options {
     bool fast = false;
     std::vector<std::string> ignored;
 };
-
-// The complaint about a text that is none; empty when it is one.
-std::string checkFactor(const std::string& text) {
-    double factor = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), factor);
-    const bool whole = error == std::errc() && end == text.data() + text.size();
-    return whole && factor > 0 ? "" : "'" + text + "' is no number above 0";
-}
 
 std::vector<recording::Entry> entriesOf(const std::string& path) {
     recording::Reader reader(path);
@@ -138,29 +129,25 @@ int run(uint16_t port, const Options& options) {
 
 }  // namespace
 
-void addReplay(CLI::App& app, CommandLine& line) {
+void addReplay(Verb program, Call& call) {
     const auto options = std::make_shared<Options>();
-    CLI::App* verb = app.add_subcommand("replay", kAbout);
-    verb->add_option("FILE", options->file, "A recording")->required();
-    verb->add_option("--against", options->against,
-                     "Whose part the device takes: a connection id of the recording, or who said "
-                     "most about an object")
-        ->type_name("ID|OBJECT")
-        ->capture_default_str();
-    CLI::Option* speed =
-        verb->add_option("--speed", options->speed, "So many times as fast as recorded")
-            ->type_name("FACTOR")
-            ->check(CLI::Validator(checkFactor, ""))
-            ->capture_default_str();
-    verb->add_flag("--fast", options->fast, "As fast as the answers come")->excludes(speed);
-    verb->add_option("--ignore", options->ignored, "Parameters whose values may differ")
-        ->type_name("NAME...");
-    for (const char* option : {"--record", "--script", "--seed", "--trouble", "--verbose"}) {
-        verb->excludes(app.get_option(option));
-    }
-    verb->footer(kStatus);
-    verb->callback([options, &line] {
-        line.toBeDone = [options, &line] { return run(line.port, *options); };
+    Verb verb = program.addVerb("replay", kAbout);
+    verb.add("FILE", options->file, "A recording").required();
+    verb.add("--against", options->against,
+             "Whose part the device takes: a connection id of the recording, or who said "
+             "most about an object")
+        .kind("ID|OBJECT")
+        .showsDefault();
+    verb.add("--speed", options->speed, "So many times as fast as recorded")
+        .kind("FACTOR")
+        .check(numberAboveZero())
+        .showsDefault();
+    verb.addFlag("--fast", options->fast, "As fast as the answers come").excludes("--speed");
+    verb.add("--ignore", options->ignored, "Parameters whose values may differ").kind("NAME...");
+    verb.excludes({"--record", "--script", "--seed", "--trouble", "--verbose"});
+    verb.notes(kStatus);
+    verb.action([options, &call] {
+        call.toBeDone = [options, &call] { return run(call.port, *options); };
     });
 }
 

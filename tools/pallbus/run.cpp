@@ -16,7 +16,7 @@
 
 #include "bus/misframed.h"
 #include "model/log.h"
-#include "program/number.h"
+#include "program/checks.h"
 #include "program/standard_output.h"
 #include "recording/recording.h"
 #include "switchboard/bus_server.h"
@@ -130,22 +130,20 @@ int run(uint16_t port, const Options& options) try {
 
 }  // namespace
 
-void addRun(CLI::App& app, CommandLine& line) {
+void addRun(Verb program, Call& call) {
     const auto options = std::make_shared<Options>();
-    app.add_flag("-v,--verbose", options->verbose, "Say on standard error who comes and goes");
-    app.add_option("--record", options->record, "Keep what goes over the bus in a file")
-        ->type_name("FILE");
-    app.add_option("-t,--trouble", options->trouble,
-                   "Trouble from the start, as with do; any number")
-        ->type_name("LINE")
-        ->allow_extra_args(false);
-    app.add_option("-s,--script", options->script, "Trouble by the clock, from a file")
-        ->type_name("FILE")
-        ->check(CLI::ExistingFile);
-    app.add_option("--seed", options->seed, "Of all that is left to chance; else a new one")
-        ->type_name("NUMBER")
-        ->check(wholeNumber());
-    line.toBeDone = [options, &line] { return run(line.port, *options); };
+    program.addFlag("-v,--verbose", options->verbose, "Say on standard error who comes and goes");
+    program.add("--record", options->record, "Keep what goes over the bus in a file").kind("FILE");
+    program.add("-t,--trouble", options->trouble, "Trouble from the start, as with do; any number")
+        .kind("LINE")
+        .oneEachTime();
+    program.add("-s,--script", options->script, "Trouble by the clock, from a file")
+        .kind("FILE")
+        .check(existingFile());
+    program.add("--seed", options->seed, "Of all that is left to chance; else a new one")
+        .kind("NUMBER")
+        .check(wholeNumber());
+    call.toBeDone = [options, &call] { return run(call.port, *options); };
 }
 
 }  // namespace pallbus

@@ -10,17 +10,17 @@
 
 namespace pallbus {
 
-struct CommandLine {
+struct Call {
     uint16_t port = 15000;  // of the bus, with every verb
     // Gives the exit status; may throw BadTrouble for what was asked for, and any std::exception.
     std::function<int()> toBeDone;
 };
 
 // Without a verb: to be the bus.
-void addRun(CLI::App& app, CommandLine& line);
+void addRun(Verb program, Call& call);
 // "do": to have something go wrong on a bus that runs.
-void addDo(CLI::App& app, CommandLine& line);
+void addDo(Verb program, Call& call);
 // "replay": to be the bus of a recording.
-void addReplay(CLI::App& app, CommandLine& line);
+void addReplay(Verb program, Call& call);
 
 }  // namespace pallbus

@@ -51,30 +51,31 @@ bool takesForm(const Common& common, const char* verb) {
     return isPlain;
 }
 
-CommonOptions::CommonOptions(CLI::App& app) {
-    describeStyle(app);
-    describeReach(app);
+CommonOptions::CommonOptions(Verb program) {
+    describeStyle(program);
+    describeReach(program);
 }
 
-void CommonOptions::describeStyle(CLI::App& app) {
-    CLI::Option* json = app.add_flag("-j,--json", json_, "Print JSON");
-    app.add_flag("-k,--keyvalue", keyvalue_, "Print NAME='VALUE' for a shell")->excludes(json);
-    app.add_flag("-r,--raw", raw_, "Show and take values as they travel, in JSON");
+void CommonOptions::describeStyle(Verb program) {
+    program.addFlag("-j,--json", json_, "Print JSON");
+    program.addFlag("-k,--keyvalue", keyvalue_, "Print NAME='VALUE' for a shell")
+        .excludes("--json");
+    program.addFlag("-r,--raw", raw_, "Show and take values as they travel, in JSON");
 }
 
-void CommonOptions::describeReach(CLI::App& app) {
-    app.add_option("-o,--object", object_, "The device's name on the bus: system")
-        ->type_name("OBJECT")
-        ->check(CLI::Validator(checkObject, ""));
-    app.add_option("-p,--port", port_, "Port of the bus on 127.0.0.1: 15000")
-        ->type_name("PORT")
-        ->check(CLI::Range(1, UINT16_MAX).description(""));
-    app.add_option("-t,--timeout", timeout_, "Longest wait for an answer: 2s, set 60s, wait ever")
-        ->type_name("TIME")
-        ->check(CLI::Validator(checkTimeout, ""));
-    app.add_option("-w,--wait", wait_, "Give bus and daemon so long to appear: 0s")
-        ->type_name("TIME")
-        ->check(CLI::Validator(checkWait, ""));
+void CommonOptions::describeReach(Verb program) {
+    program.add("-o,--object", object_, "The device's name on the bus: system")
+        .kind("OBJECT")
+        .check(checkObject);
+    program.add("-p,--port", port_, "Port of the bus on 127.0.0.1: 15000")
+        .kind("PORT")
+        .check(wholeNumber(1, UINT16_MAX));
+    program.add("-t,--timeout", timeout_, "Longest wait for an answer: 2s, set 60s, wait ever")
+        .kind("TIME")
+        .check(checkTimeout);
+    program.add("-w,--wait", wait_, "Give bus and daemon so long to appear: 0s")
+        .kind("TIME")
+        .check(checkWait);
 }
 
 Common CommonOptions::common() const {

@@ -11,7 +11,7 @@ namespace pallctl {
 // that it describes them to.
 class CommonOptions {
   public:
-    explicit CommonOptions(CLI::App& app);
+    explicit CommonOptions(Verb program);
     CommonOptions(const CommonOptions&) = delete;
     CommonOptions& operator=(const CommonOptions&) = delete;
 
@@ -19,8 +19,8 @@ class CommonOptions {
     Common common() const;
 
   private:
-    void describeReach(CLI::App& app);
-    void describeStyle(CLI::App& app);
+    void describeReach(Verb program);
+    void describeStyle(Verb program);
 
     std::string object_;
     uint16_t port_ = Reach().port;

@@ -37,15 +37,14 @@ constexpr AddVerb kVerbs[] = {
 int run(int argc, char** argv) {
     holdStandardDescriptors();
     Run verb;
-    CLI::App app(kAbout, "pallctl");
-    app.require_subcommand(1);
-    app.fallthrough();  // what all verbs take may stand behind them
-    const CommonOptions options(app);
+    CommandLine line("pallctl", kAbout);
+    line.program().needsVerb();
+    line.program().optionsGoAnywhere();  // what all verbs take may stand behind them
+    const CommonOptions options(line.program());
     for (const AddVerb add : kVerbs) {
-        add(app, verb);
+        add(line.program(), verb);
     }
-    finishCommandLine(app);
-    if (const auto status = readCommandLine(app, argc, argv, liveValues)) {
+    if (const auto status = line.read(argc, argv, liveValues)) {
         return *status;
     }
     // A reader that went away is noticed where it matters, and is no reason to die of a signal.

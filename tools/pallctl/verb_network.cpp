@@ -45,7 +45,7 @@ NetworkRequest requestOf(const NetworkWords& words) {
         request.wish.*kNetworkMembers[member].value = addressOf(words.settings[member]).value_or(0);
     }
     if (request.wish == NetworkSettings()) {
-        throw CLI::ValidationError("network", "needs --address, --netmask or --gateway");
+        throw BadUsage("needs --address, --netmask or --gateway");
     }
     request.confirmWithin = script::parseTimeOption(words.confirmWithin);
     request.force = words.force;
@@ -59,21 +59,21 @@ ExitStatus change(const Common& common, const NetworkRequest& request) {
 
 }  // namespace
 
-void addNetwork(CLI::App& app, Run& run) {
-    CLI::App* verb = app.add_subcommand("network", "Change the network settings, with a way back");
+void addNetwork(Verb program, Run& run) {
+    Verb verb = program.addVerb("network", "Change the network settings, with a way back");
     const auto words = std::make_shared<NetworkWords>();
     for (size_t member = 0; member < kNetworkMembers.size(); ++member) {
-        verb->add_option(kNetworkMembers[member].option, words->settings[member],
-                         kNetworkMembers[member].meaning)
-            ->type_name("A.B.C.D")
-            ->check(CLI::Validator(checkAddress, ""));
+        verb.add(kNetworkMembers[member].option, words->settings[member],
+                 kNetworkMembers[member].meaning)
+            .kind("A.B.C.D")
+            .check(checkAddress);
     }
-    verb->add_option("--confirm-within", words->confirmWithin, "Set back unless confirmed")
-        ->type_name("TIME")
-        ->check(CLI::Validator(checkTime, ""));
-    verb->add_flag("--force", words->force, "Send also what would leave it out of reach");
-    verb->footer(kNotes);
-    verb->callback([&run, words] {
+    verb.add("--confirm-within", words->confirmWithin, "Set back unless confirmed")
+        .kind("TIME")
+        .check(checkTime);
+    verb.addFlag("--force", words->force, "Send also what would leave it out of reach");
+    verb.notes(kNotes);
+    verb.action([&run, words] {
         run = [request = requestOf(*words)](const Common& common) {
             return change(common, request);
         };

@@ -34,16 +34,15 @@ ExitStatus runTop(const Common& common, const TopWords& words) {
 
 }  // namespace
 
-void addTop(CLI::App& app, Run& run) {
-    CLI::App* verb = app.add_subcommand("top", "Show everything on the whole screen");
+void addTop(Verb program, Run& run) {
+    Verb verb = program.addVerb("top", "Show everything on the whole screen");
     const auto words = std::make_shared<TopWords>();
-    CLI::Option* record = verb->add_option("--record", words->record, "Record to this file");
-    record->type_name("FILE");
-    verb->add_option("--play", words->play, "Show this recording; needs no bus")
-        ->type_name("FILE")
-        ->excludes(record);
-    verb->footer("Press ? for the keys.");
-    verb->callback(
+    verb.add("--record", words->record, "Record to this file").kind("FILE");
+    verb.add("--play", words->play, "Show this recording; needs no bus")
+        .kind("FILE")
+        .excludes("--record");
+    verb.notes("Press ? for the keys.");
+    verb.action(
         [&run, words] { run = [words](const Common& common) { return runTop(common, *words); }; });
 }
 

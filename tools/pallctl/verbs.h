@@ -25,24 +25,24 @@ bool takesForm(const Common& common, const char* verb);
 // What the command line asks for; empty until one of the verbs was read.
 using Run = std::function<ExitStatus(const Common& common)>;
 
-using AddVerb = void (*)(CLI::App& app, Run& run);
+using AddVerb = void (*)(Verb program, Run& run);
 
 // verbs_values.cpp
-void addGet(CLI::App& app, Run& run);
-void addSet(CLI::App& app, Run& run);
-void addList(CLI::App& app, Run& run);
-void addDescribe(CLI::App& app, Run& run);
-void addWait(CLI::App& app, Run& run);
-void addVersion(CLI::App& app, Run& run);
+void addGet(Verb program, Run& run);
+void addSet(Verb program, Run& run);
+void addList(Verb program, Run& run);
+void addDescribe(Verb program, Run& run);
+void addWait(Verb program, Run& run);
+void addVersion(Verb program, Run& run);
 
 // verbs_listening.cpp
-void addWatch(CLI::App& app, Run& run);
-void addMonitor(CLI::App& app, Run& run);
+void addWatch(Verb program, Run& run);
+void addMonitor(Verb program, Run& run);
 
 // verb_network.cpp
-void addNetwork(CLI::App& app, Run& run);
+void addNetwork(Verb program, Run& run);
 
 // verb_top.cpp
-void addTop(CLI::App& app, Run& run);
+void addTop(Verb program, Run& run);
 
 }  // namespace pallctl

@@ -52,30 +52,28 @@ MonitorRequest requestOf(const Common& common, const MonitorWords& words) {
 
 }  // namespace
 
-void addWatch(CLI::App& app, Run& run) {
-    CLI::App* verb = app.add_subcommand("watch", "Print each change as it happens");
+void addWatch(Verb program, Run& run) {
+    Verb verb = program.addVerb("watch", "Print each change as it happens");
     const auto words = std::make_shared<WatchWords>();
-    verb->add_option("NAME", words->names, "Show only these");
-    verb->add_flag("--table", words->table, "Print the table first");
-    verb->callback([&run, words] {
+    verb.add("NAME", words->names, "Show only these");
+    verb.addFlag("--table", words->table, "Print the table first");
+    verb.action([&run, words] {
         run = [words](const Common& common) {
             return Watch(common.reach, common.style, words->names, words->table).run();
         };
     });
 }
 
-void addMonitor(CLI::App& app, Run& run) {
-    CLI::App* verb = app.add_subcommand("monitor", "Print what goes over the bus, decoded");
+void addMonitor(Verb program, Run& run) {
+    Verb verb = program.addVerb("monitor", "Print what goes over the bus, decoded");
     const auto words = std::make_shared<MonitorWords>();
-    verb->add_option("OBJECT", words->objects, "Only of these and what is below them");
-    verb->add_option("--type", words->types, "Only of this type; may stand more than once")
-        ->expected(1)
-        ->take_all()
-        ->check(CLI::IsMember(typeWords()));
-    verb->add_option("--record", words->recording, "Keep what is printed in a file")
-        ->type_name("FILE");
-    verb->footer(kMonitorNotes);
-    verb->callback([&run, words] {
+    verb.add("OBJECT", words->objects, "Only of these and what is below them");
+    verb.add("--type", words->types, "Only of this type; may stand more than once")
+        .oneEachTime()
+        .choices(typeWords());
+    verb.add("--record", words->recording, "Keep what is printed in a file").kind("FILE");
+    verb.notes(kMonitorNotes);
+    verb.action([&run, words] {
         run = [words](const Common& common) {
             return Monitor(common.reach, common.style, requestOf(common, *words)).run();
         };

@@ -20,13 +20,12 @@ int runVerbs(int argc, char** argv) {
     char** const dashes = std::find(argv, end, std::string("--"));
     Call call;
     call.commandWords = static_cast<size_t>(std::max<ptrdiff_t>(end - dashes - 1, 0));
-    CLI::App app("Makes simulated router frames and runs commands inside them.", "pallframe");
-    app.require_subcommand(1);
+    CommandLine line("pallframe", "Makes simulated router frames and runs commands inside them.");
+    line.program().needsVerb();
     for (const auto add : {addRun, addEnter, addList, addSet, addPlay, addStatus, addDoctor}) {
-        add(app, call);
+        add(line.program(), call);
     }
-    finishCommandLine(app);
-    const int status = readCommandLine(app, argc, argv, offers).value_or(call.status);
+    const int status = line.read(argc, argv, offers).value_or(call.status);
     flushOutput();
     return status;
 }

@@ -44,17 +44,17 @@ int examine(DoctorWords& words) {
 
 }  // namespace
 
-void addDoctor(CLI::App& app, Call& call) {
+void addDoctor(Verb program, Call& call) {
     const auto words = std::make_shared<DoctorWords>();
-    CLI::App* verb = app.add_subcommand("doctor", "What a frame lacks, and what comes of that");
-    words->which.addTo(*verb);
-    verb->add_option("--root", words->root, "Another frame's root directory, or / of this machine")
-        ->type_name("DIR")
-        ->check(CLI::ExistingDirectory.description(""))
-        ->excludes("--frame")
-        ->excludes("--tree");
-    verb->add_flag("--json", words->json, "One JSON object instead of lines");
-    verb->callback([words, &call] { call.status = examine(*words); });
+    Verb verb = program.addVerb("doctor", "What a frame lacks, and what comes of that");
+    words->which.addTo(verb);
+    verb.add("--root", words->root, "Another frame's root directory, or / of this machine")
+        .kind("DIR")
+        .check(existingDirectory())
+        .excludes("--frame")
+        .excludes("--tree");
+    verb.addFlag("--json", words->json, "One JSON object instead of lines");
+    verb.action([words, &call] { call.status = examine(*words); });
 }
 
 }  // namespace pallframe

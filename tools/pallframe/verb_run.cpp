@@ -20,13 +20,10 @@ using frame::BadRequest;
 using frame::Registry;
 using frame::RunningFrame;
 
-std::string checkProduct(std::string& name) {
-    const frame::Product* product = frame::findProduct(name);
-    if (product == nullptr) {
-        return "no product '" + name + "': choose from " + frame::productNames();
-    }
-    name = product->name;
-    return "";
+std::string checkProduct(const std::string& name) {
+    return frame::findProduct(name) != nullptr
+               ? ""
+               : "no product '" + name + "': choose from " + frame::productNames();
 }
 
 struct RunWords {
@@ -76,36 +73,34 @@ int enter(EnterWords words, size_t commandWords) {
 
 }  // namespace
 
-void addRun(CLI::App& app, Call& call) {
+void addRun(Verb program, Call& call) {
     const auto words = std::make_shared<RunWords>();
-    CLI::App* verb = app.add_subcommand("run", "Run a command in a frame of its own");
-    verb->add_option("--product", words->product, "One of " + frame::productNames())
-        ->type_name("PRODUCT")
-        ->check(CLI::Validator(checkProduct, ""))
-        ->capture_default_str();
-    verb->add_option("--tree", words->tree, "Keep the frame's files in this new directory")
-        ->type_name("DIR");
-    verb->add_flag("--keep", words->request.keep, "Leave the directory behind");
-    verb->add_flag("!--no-syslog", words->request.syslog, "Leave /dev/log to the command");
-    verb->add_option("--scenario", words->scenario, "Play this file from the command's start on")
-        ->type_name("FILE");
-    verb->add_option("COMMAND", words->request.command, "The command, after --")->required();
-    verb->callback([words, &call] { call.status = run(*words); });
+    Verb verb = program.addVerb("run", "Run a command in a frame of its own");
+    verb.add("--product", words->product, "One of " + frame::productNames())
+        .kind("PRODUCT")
+        .check(checkProduct)
+        .showsDefault();
+    verb.add("--tree", words->tree, "Keep the frame's files in this new directory").kind("DIR");
+    verb.addFlag("--keep", words->request.keep, "Leave the directory behind");
+    verb.addFlag("!--no-syslog", words->request.syslog, "Leave /dev/log to the command");
+    verb.add("--scenario", words->scenario, "Play this file from the command's start on")
+        .kind("FILE");
+    verb.add("COMMAND", words->request.command, "The command, after --").required();
+    verb.action([words, &call] { call.status = run(*words); });
 }
 
-void addEnter(CLI::App& app, Call& call) {
+void addEnter(Verb program, Call& call) {
     const auto words = std::make_shared<EnterWords>();
-    CLI::App* verb = app.add_subcommand("enter", "Run a shell or a command in a running frame");
-    verb->add_option("FRAME", words->frame, "As list shows it, unless only one runs");
-    verb->add_option("COMMAND", words->command, "After --; a shell when there is none");
-    verb->add_option("--tree", words->tree, "The frame that has its files in this directory")
-        ->type_name("DIR");
-    verb->callback([words, &call] { call.status = enter(*words, call.commandWords); });
+    Verb verb = program.addVerb("enter", "Run a shell or a command in a running frame");
+    verb.add("FRAME", words->frame, "As list shows it, unless only one runs");
+    verb.add("COMMAND", words->command, "After --; a shell when there is none");
+    verb.add("--tree", words->tree, "The frame that has its files in this directory").kind("DIR");
+    verb.action([words, &call] { call.status = enter(*words, call.commandWords); });
 }
 
-void addList(CLI::App& app, Call&) {
-    CLI::App* verb = app.add_subcommand("list", "The frames that run");
-    verb->callback([] { print(listOf(Registry::ofUser().running())); });
+void addList(Verb program, Call&) {
+    Verb verb = program.addVerb("list", "The frames that run");
+    verb.action([] { print(listOf(Registry::ofUser().running())); });
 }
 
 }  // namespace pallframe

@@ -15,13 +15,13 @@ struct Call {
     int status = 0;           // to end with
 };
 
-void addRun(CLI::App& app, Call& call);
-void addEnter(CLI::App& app, Call& call);
-void addList(CLI::App& app, Call& call);
-void addSet(CLI::App& app, Call& call);
-void addPlay(CLI::App& app, Call& call);
-void addStatus(CLI::App& app, Call& call);
-void addDoctor(CLI::App& app, Call& call);
+void addRun(Verb program, Call& call);
+void addEnter(Verb program, Call& call);
+void addList(Verb program, Call& call);
+void addSet(Verb program, Call& call);
+void addPlay(Verb program, Call& call);
+void addStatus(Verb program, Call& call);
+void addDoctor(Verb program, Call& call);
 
 // The frame that a verb speaks of: a named one, the one that this program runs in, or the only one
 // that runs.
@@ -29,7 +29,7 @@ struct Which {
     std::string directory;
     std::string frame;
 
-    void addTo(CLI::App& verb);
+    void addTo(Verb verb);
 
     // Its files. Asked again it is the same frame, and a frame::BadRequest once that has ended.
     frame::Tree tree();

@@ -16,10 +16,9 @@ bool isFrame(const Tree& tree) {
 
 }  // namespace
 
-void Which::addTo(CLI::App& verb) {
-    CLI::Option* number =
-        verb.add_option("--frame", frame, "A running frame, as list shows it")->type_name("FRAME");
-    verb.add_option("--tree", directory, "A frame's directory")->type_name("DIR")->excludes(number);
+void Which::addTo(Verb verb) {
+    verb.add("--frame", frame, "A running frame, as list shows it").kind("FRAME");
+    verb.add("--tree", directory, "A frame's directory").kind("DIR").excludes("--frame");
 }
 
 Tree Which::tree() {

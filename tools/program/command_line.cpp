@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "program/completion.h"
+#include "program/help_text.h"
 #include "program/standard_output.h"
 
 namespace {
@@ -43,6 +45,15 @@ std::string problem(const CLI::App& app, const CLI::Error& error) {
     return error.get_name() == "RequiredError" ? "a verb is required" : error.what();
 }
 
+void finish(CLI::App& app) {
+    app.set_version_flag("--version", app.get_name() + " " + programVersion(), "Print the version");
+    app.failure_message([](const CLI::App* program, const CLI::Error& error) {
+        return program->get_name() + ": " + onOneLine(problem(*program, error)) +
+               " (--help tells more)\n";
+    });
+    explainItself(app);
+}
+
 }  // namespace
 
 std::string onOneLine(std::string text, char instead) {
@@ -57,27 +68,28 @@ const char* programVersion() {
     return PALLWATCH_VERSION;
 }
 
-void finishCommandLine(CLI::App& app) {
-    app.set_version_flag("--version", app.get_name() + " " + programVersion(), "Print the version");
-    app.failure_message([](const CLI::App* program, const CLI::Error& error) {
-        return program->get_name() + ": " + onOneLine(problem(*program, error)) +
-               " (--help tells more)\n";
-    });
-    explainItself(app);
+CommandLine::CommandLine(const std::string& program, const std::string& about)
+    : app_(std::make_unique<CLI::App>(about, program)) {}
+
+CommandLine::~CommandLine() = default;
+
+Verb CommandLine::program() {
+    return Verb(*app_);
 }
 
-std::optional<int> readCommandLine(CLI::App& app, int argc, const char* const* argv,
-                                   const OfferValues& offerValues) {
+std::optional<int> CommandLine::read(int argc, const char* const* argv,
+                                     const OfferValues& offerValues) {
+    finish(*app_);
     if (argc > 1 && argv[1] == kComplete) {
         const std::vector<std::string> words(argv + 2, argv + argc);
-        printNow(completion(app, words, offerValues));
+        printNow(completion(*app_, words, offerValues));
         return 0;
     }
     try {
-        app.parse(argc, argv);
+        app_->parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         std::ostringstream answer;  // help or version
-        const int status = app.exit(error, answer, std::cerr);
+        const int status = app_->exit(error, answer, std::cerr);
         printNow(answer.str());
         return status == 0 ? 0 : kBadUsage;
     }

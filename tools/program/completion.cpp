@@ -5,6 +5,7 @@
 #include <set>
 
 #include "program/command_line.h"
+#include "program/help_text.h"
 
 namespace {
 
@@ -39,11 +40,11 @@ std::vector<const CLI::App*> withParents(const CLI::App* verb) {
     return apps;
 }
 
-std::vector<const CLI::Option*> shownOptions(const CLI::App* verb) {
+std::vector<const CLI::Option*> optionsOf(const CLI::App* verb) {
     std::vector<const CLI::Option*> found;
     for (const CLI::App* app : withParents(verb)) {
         for (const CLI::Option* option : app->get_options()) {
-            if (!option->get_group().empty() && option->nonpositional()) {
+            if (option->nonpositional()) {
                 found.push_back(option);
             }
         }
@@ -52,7 +53,7 @@ std::vector<const CLI::Option*> shownOptions(const CLI::App* verb) {
 }
 
 const CLI::Option* findOption(const CLI::App* verb, const std::string& name) {
-    const auto all = shownOptions(verb);
+    const auto all = optionsOf(verb);
     const auto found = std::find_if(all.begin(), all.end(), [&name](const CLI::Option* option) {
         return option->check_name(name);
     });
@@ -117,7 +118,7 @@ struct Answer {
 
 void answerOptions(const Place& place, Answer& answer) {
     std::set<std::string> offered;  // every verb has its own --help
-    for (const CLI::Option* option : shownOptions(place.verb)) {
+    for (const CLI::Option* option : optionsOf(place.verb)) {
         if (offered.insert(longName(*option)).second) {
             answer.offers.push_back({longName(*option), option->get_description()});
         }
@@ -129,9 +130,7 @@ void answerVerbs(const Place& place, Answer& answer) {
         return;
     }
     for (const CLI::App* verb : place.verb->get_subcommands({})) {
-        if (!verb->get_group().empty()) {
-            answer.offers.push_back({verb->get_name(), verb->get_description()});
-        }
+        answer.offers.push_back({verb->get_name(), verb->get_description()});
     }
 }
 
@@ -160,9 +159,7 @@ void answerValues(const Place& place, const CLI::Option& option, const std::stri
 }
 
 std::vector<const CLI::Option*> positionalsOf(const CLI::App& verb) {
-    return verb.get_options([](const CLI::Option* option) {
-        return option->get_positional() && !option->get_group().empty();
-    });
+    return verb.get_options([](const CLI::Option* option) { return option->get_positional(); });
 }
 
 void answerPositional(const Place& place, const std::string& word, const OfferValues& offerValues,

@@ -70,20 +70,19 @@ std::string optionText(const CLI::Option& option) {
     return option.get_description() + (usual.empty() ? "" : " (" + usual + ")");
 }
 
-std::vector<const CLI::Option*> shownOptions(const CLI::App& app, bool positional) {
-    return app.get_options([positional](const CLI::Option* option) {
-        return !option->get_group().empty() && option->get_positional() == positional;
-    });
+std::vector<const CLI::Option*> optionsOf(const CLI::App& app, bool positional) {
+    return app.get_options(
+        [positional](const CLI::Option* option) { return option->get_positional() == positional; });
 }
 
-std::vector<const CLI::App*> shownVerbs(const CLI::App& app) {
-    return app.get_subcommands([](const CLI::App* verb) { return !verb->get_group().empty(); });
+std::vector<const CLI::App*> verbsOf(const CLI::App& app) {
+    return app.get_subcommands([](const CLI::App*) { return true; });
 }
 
 // "NAME [VALUE...]", what stands behind a verb.
 std::string positionals(const CLI::App& app) {
     std::vector<std::string> words;
-    for (const CLI::Option* option : shownOptions(app, true)) {
+    for (const CLI::Option* option : optionsOf(app, true)) {
         const std::string word = option->get_name(true) + (repeats(*option) ? "..." : "");
         words.push_back(option->get_required() ? word : "[" + word + "]");
     }
@@ -96,7 +95,7 @@ std::string verbHead(const CLI::App& verb) {
 
 std::string usage(const CLI::App& app, const std::string& name) {
     std::string line = "Usage: " + name + " [OPTIONS]";
-    if (!shownVerbs(app).empty()) {
+    if (!verbsOf(app).empty()) {
         line += app.get_require_subcommand_min() == 0 ? " [VERB]" : " VERB";
     }
     const std::string words = positionals(app);
@@ -132,16 +131,16 @@ std::string helpText(const CLI::App& app, const std::string& name) {
     std::string text = app.get_description();
     text.erase(text.find_last_not_of('\n') + 1);
     text += "\n" + usage(app, name);
-    for (const CLI::Option* option : shownOptions(app, true)) {
+    for (const CLI::Option* option : optionsOf(app, true)) {
         const std::string choices = join(choicesOf(*option), "|");
         const std::string about = optionText(*option);
         text += row(option->get_name(true), about.empty() ? choices : about);
     }
     text += "Options:\n";
-    for (const CLI::Option* option : shownOptions(app, false)) {
+    for (const CLI::Option* option : optionsOf(app, false)) {
         text += row(optionHead(*option), optionText(*option));
     }
-    const auto verbs = shownVerbs(app);
+    const auto verbs = verbsOf(app);
     text += verbs.empty() ? "" : "Verbs (VERB --help tells more):\n";
     for (const CLI::App* verb : verbs) {
         text += row(verbHead(*verb), verb->get_description());

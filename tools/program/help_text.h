@@ -3,11 +3,7 @@
 #include <string>
 #include <vector>
 
-// All of what an App is made of: with less, its parts lack their virtual tables under some
-// compilers.
-#include <CLI/CLI.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
+#include "program/library.h"
 
 // How the programs for people explain themselves: what it is, its usage, a line for each thing that
 // can be said, without blank lines and within 80 columns, so that a program's help fits a screen.

@@ -17,25 +17,25 @@ constexpr const char* kAbout =
     "what is lost. Ends with a table, and with 1 when anything was lost, grew or was left "
     "behind.\n";
 
-void describe(CLI::App& app, soak::Options& options) {
-    app.add_option("--minutes", options.minutes, "How long")
-        ->check(CLI::PositiveNumber)
-        ->capture_default_str();
-    app.add_option("--rate", options.rate, "Requests a second")
-        ->check(CLI::PositiveNumber)
-        ->capture_default_str();
-    app.add_option("--seed", options.seed, "Of everything left to chance; 0 takes a new one")
-        ->capture_default_str();
-    app.add_option("--growth", options.growthKiB,
-                   "KiB of anonymous memory that may be added after the warm-up")
-        ->capture_default_str();
-    app.add_option("--idle", options.idleSeconds,
-                   "Instead: leave it alone for so many seconds and count its processor time")
-        ->check(CLI::PositiveNumber);
-    app.add_option("--clients", options.clients,
-                   "Instead: so many clients on the stand-in bus, and trouble between")
-        ->check(CLI::Range(1, 900));
-    finishCommandLine(app);
+void describe(Verb program, soak::Options& options) {
+    program.add("--minutes", options.minutes, "How long").check(numberAboveZero()).showsDefault();
+    program.add("--rate", options.rate, "Requests a second")
+        .check(numberAboveZero())
+        .showsDefault();
+    program.add("--seed", options.seed, "Of everything left to chance; 0 takes a new one")
+        .showsDefault();
+    program
+        .add("--growth", options.growthKiB,
+             "KiB of anonymous memory that may be added after the warm-up")
+        .showsDefault();
+    program
+        .add("--idle", options.idleSeconds,
+             "Instead: leave it alone for so many seconds and count its processor time")
+        .check(numberAboveZero());
+    program
+        .add("--clients", options.clients,
+             "Instead: so many clients on the stand-in bus, and trouble between")
+        .check(wholeNumber(1, 900));
 }
 
 soak::Report reportOf(const soak::Options& options) {
@@ -67,10 +67,10 @@ int run(soak::Options options) {
 
 int main(int argc, char** argv) {
     soak::Options options;
-    CLI::App app(kAbout, "soak");
-    describe(app, options);
+    CommandLine line("soak", kAbout);
+    describe(line.program(), options);
     try {
-        const auto status = readCommandLine(app, argc, argv);
+        const auto status = line.read(argc, argv);
         return status ? *status : run(options);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "soak: %s\n", error.what());

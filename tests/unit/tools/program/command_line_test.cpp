@@ -10,23 +10,20 @@ using testing::StartsWith;
 
 class CommandLineTest : public testing::Test {
   protected:
-    CommandLineTest() {
-        app_.add_option("--port", port_);
-        finishCommandLine(app_);
-    }
+    CommandLineTest() { line_.program().add("--port", port_); }
 
     std::optional<int> read(const char* word) {
         const std::array<const char*, 2> words{"tool", word};
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        const auto status = readCommandLine(app_, 2, words.data());
+        const auto status = line_.read(2, words.data());
         output_ = testing::internal::GetCapturedStdout();
         errors_ = testing::internal::GetCapturedStderr();
         return status;
     }
 
     int port_ = 0;
-    CLI::App app_{"A tool.", "tool"};
+    CommandLine line_{"tool", "A tool."};
     std::string output_;
     std::string errors_;
 };
@@ -51,10 +48,10 @@ TEST_F(CommandLineTest, KeepsToOneLineWhateverWasTyped) {
 }
 
 TEST_F(CommandLineTest, NamesTheVerbOrOptionThatThereIsNot) {
-    app_.require_subcommand(1);
-    CLI::App* outer = app_.add_subcommand("outer", "");
-    outer->require_subcommand(1);
-    outer->add_subcommand("inner", "");
+    line_.program().needsVerb();
+    Verb outer = line_.program().addVerb("outer", "");
+    outer.needsVerb();
+    outer.addVerb("inner", "");
     EXPECT_EQ(read("iner"), kBadUsage);
     EXPECT_EQ(errors_, "tool: no verb 'iner' (--help tells more)\n");
     EXPECT_EQ(read("--outer"), kBadUsage);

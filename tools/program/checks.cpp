@@ -1,0 +1,82 @@
+#include "program/checks.h"
+
+#include <charconv>
+#include <filesystem>
+#include <optional>
+#include <sstream>
+
+namespace {
+
+std::string quoted(const std::string& text) {
+    return "'" + text + "'";
+}
+
+// Only if it is the whole text.
+template <typename Number>
+std::optional<Number> numberOf(const std::string& text) {
+    Number number{};
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, number);
+    return error == std::errc() && end == last ? std::optional(number) : std::nullopt;
+}
+
+// As a person writes it, 0.001 and not 0.001000.
+std::string written(double number) {
+    std::ostringstream stream;
+    stream << number;
+    return stream.str();
+}
+
+}  // namespace
+
+// The library takes -1 for a large number, and says of other texts only that it could not convert
+// them.
+Check wholeNumber(uint64_t least, uint64_t most) {
+    return [least, most](const std::string& text) {
+        const auto number = numberOf<uint64_t>(text);
+        return number && *number >= least && *number <= most
+                   ? ""
+                   : quoted(text) + " is no whole number from " + std::to_string(least) + " to " +
+                         std::to_string(most);
+    };
+}
+
+Check portNumber() {
+    return wholeNumber(0, std::numeric_limits<uint16_t>::max());
+}
+
+// A text that stands for no number (nan) is between no two.
+Check numberBetween(double least, double most) {
+    return [least, most](const std::string& text) {
+        const auto number = numberOf<double>(text);
+        return number && *number >= least && *number <= most
+                   ? ""
+                   : quoted(text) + " is no number from " + written(least) + " to " + written(most);
+    };
+}
+
+Check numberAboveZero() {
+    return [](const std::string& text) {
+        const auto number = numberOf<double>(text);
+        const bool isGood = number && *number > 0 && *number <= std::numeric_limits<double>::max();
+        return isGood ? "" : quoted(text) + " is no number above 0";
+    };
+}
+
+Check existingFile() {
+    return [](const std::string& path) {
+        std::error_code error;
+        const auto type = std::filesystem::status(path, error).type();
+        const bool isThere = type != std::filesystem::file_type::not_found &&
+                             type != std::filesystem::file_type::none;
+        return isThere && type != std::filesystem::file_type::directory ? ""
+                                                                        : "no file " + quoted(path);
+    };
+}
+
+Check existingDirectory() {
+    return [](const std::string& path) {
+        std::error_code error;
+        return std::filesystem::is_directory(path, error) ? "" : "no directory " + quoted(path);
+    };
+}

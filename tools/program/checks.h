@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <string>
+
+// Whether a text is what an option takes: gives the complaint about it, "" when it is good.
+using Check = std::function<std::string(const std::string& text)>;
+
+// A whole number without a sign.
+Check wholeNumber(uint64_t least = 0, uint64_t most = std::numeric_limits<uint64_t>::max());
+
+// A port that can be listened on; 0 leaves the choice to the machine.
+Check portNumber();
+
+// A finite number, perhaps with a fraction.
+Check numberBetween(double least, double most);
+
+Check numberAboveZero();
+
+// Something there that is no directory.
+Check existingFile();
+
+Check existingDirectory();
