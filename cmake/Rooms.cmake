@@ -32,10 +32,19 @@ function(pallwatch_plain_room name)
 endfunction()
 
 # Tests are compiled more often than they run: without optimisation, and with the headers of the test
-# library compiled once. What they test is built as it ships.
+# library compiled once for all of them. What they test is built as it ships.
+set(PALLWATCH_TEST_OPTIONS -O0 -g1)
+function(pallwatch_test_headers)
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "")
+  add_library(test_headers OBJECT ${CMAKE_BINARY_DIR}/test_headers.cpp)
+  target_link_libraries(test_headers PRIVATE GTest::gmock GTest::gtest)
+  target_compile_options(test_headers PRIVATE ${PALLWATCH_TEST_OPTIONS})
+  target_precompile_headers(test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+endfunction()
+
 function(pallwatch_test_sources target)
-  target_compile_options(${target} PRIVATE -O0 -g1)
-  target_precompile_headers(${target} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+  target_compile_options(${target} PRIVATE ${PALLWATCH_TEST_OPTIONS})
+  target_precompile_headers(${target} REUSE_FROM test_headers)
 endfunction()
 
 # The unit tests of one room: one file per source file, one executable, every test known to CTest.
