@@ -84,6 +84,7 @@ bool BusSession::open(Deadline deadline) {
 
 void BusSession::close() {
     socket_.reset();
+    isAlive_ = false;
     parser_.reset();
     inbox_.clear();
     outbox_.clear();
@@ -237,6 +238,7 @@ void BusSession::readChunk() {
     const ssize_t size = ::recv(socket_.get(), chunk.data(), chunk.size(), MSG_DONTWAIT);
     if (size > 0) {
         silentSince_.reset();
+        isAlive_ = true;
         parser_.feed(chunk.data(), static_cast<size_t>(size));
     } else if (size == 0 || (errno != EAGAIN && errno != EINTR)) {
         fail("receive", size == 0 ? ECONNRESET : errno);

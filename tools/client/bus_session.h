@@ -61,6 +61,9 @@ class BusSession {
     bool open(Deadline deadline);
     void close();
     bool isOpen() const { return socket_.get() >= 0; }
+    // Whether anything has come over this connection yet: one that is only accepted may lead
+    // nowhere.
+    bool isAlive() const { return isOpen() && isAlive_; }
     // For those who wait for more than the bus: readable when receive() with a deadline of now
     // finds something, -1 when closed.
     int descriptor() const { return socket_.get(); }
@@ -104,6 +107,7 @@ class BusSession {
     int output_;
     int end_ = -1;
     bool outputGone_ = false;
+    bool isAlive_ = false;
     UniqueDescriptor socket_;
     std::string errorText_;
     Heartbeat heartbeat_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "client/catalogue_descriptors.h"
 #include "client/catalogue_names.h"
@@ -15,6 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr const char* kBus = "bus";
 constexpr int32_t kFirstConnectionID = 1'000'000;
 constexpr std::chrono::milliseconds kConnectPatience = 2s;
 constexpr std::chrono::milliseconds kRetryPause = 100ms;
@@ -27,9 +29,12 @@ Patience patienceOf(const Reach& reach) {
     return {reach.timeout.value_or(usual.read), reach.timeout.value_or(usual.set)};
 }
 
+bool goesOn(Interest interest) {
+    return interest == Interest::announcements || interest == Interest::traffic;
+}
+
 int watchedOutput(Interest interest) {
-    const bool isForReader = interest == Interest::announcements || interest == Interest::traffic;
-    return isForReader ? STDOUT_FILENO : -1;
+    return goesOn(interest) ? STDOUT_FILENO : -1;
 }
 
 }  // namespace
@@ -70,6 +75,7 @@ ExitStatus Client::awaitBus() {
             explain(kNoBus);
             return kNoBus;
         }
+        tellMissing(kBus, session_.errorText());
         session_.pause(std::min(Clock::now() + kRetryPause, giveUp));
     }
     return kSuccess;
@@ -79,15 +85,39 @@ bool Client::reconnect(Deadline giveUp) {
     if (session_.outputGone()) {
         return false;
     }
-    complain("bus", "connection lost");
+    tellMissing(kBus, "connection lost");
     do {
         session_.pause(std::min(Clock::now() + kReconnectPause, giveUp));
     } while (!session_.outputGone() && Clock::now() < giveUp && !connect());
-    if (!session_.isOpen() || session_.outputGone()) {
-        return false;
+    return session_.isOpen() && !session_.outputGone();
+}
+
+void Client::tellNews() {
+    if (!session_.isAlive()) {
+        return;
     }
-    complain("bus", "connected again");
-    return true;
+    if (missing_ == kBus) {
+        missing_.clear();
+        complain(kBus, wasThere_ ? "connected again" : "connected");
+    }
+    wasThere_ = true;
+}
+
+void Client::tellReading(bool answered) {
+    tellNews();
+    if (answered && !std::exchange(missing_, {}).empty()) {
+        complain(device_.object(), "answers");
+    } else if (!answered && session_.isAlive()) {
+        tellMissing(device_.object(), "no answer");
+    }
+}
+
+// While the bus is missing so is all that is behind it.
+void Client::tellMissing(const std::string& subject, const std::string& problem) {
+    if (goesOn(interest_) && missing_ != subject) {
+        missing_ = subject;
+        complain(subject, problem + ", waiting");
+    }
 }
 
 ExitStatus Client::read(const std::vector<std::string>& names) {
@@ -100,11 +130,17 @@ ExitStatus Client::read(const std::vector<std::string>& names) {
             return kSuccess;
         }
         if (status == kSuccess || last) {
+            if (status == kSuccess) {
+                tellReading(true);
+            }
             explain(status);
             return status;
         }
         if (status == kNoBus) {
+            tellMissing(kBus, session_.errorText());
             session_.pause(std::min(Clock::now() + kRetryPause, giveUp));
+        } else {
+            tellReading(false);
         }
     }
 }

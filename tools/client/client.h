@@ -45,6 +45,11 @@ class Client {
     // After a lost connection: says so on standard error, and connects again, for as long as
     // somebody reads the output and there is time. False when it gave up.
     bool reconnect(Deadline giveUp = Deadline::max());
+    // For what goes on: what is missing is said once on standard error, and so is its coming. The
+    // bus has come when something was heard of it; to be called when that may be so.
+    void tellNews();
+    // The same, and of the device, after a reading that it answered or not.
+    void tellReading(bool answered);
     // Connects and reads these parameters (any form of their names), over and over until that works
     // or the wait is over. Says on standard error what is missing when it gives up. kSuccess, with
     // nothing read, also once the output has gone.
@@ -68,6 +73,7 @@ class Client {
     ExitStatus tryToRead(const std::vector<std::string>& names, std::chrono::milliseconds patience);
     void describeCatalogue();
     bool isDaemon() const;
+    void tellMissing(const std::string& subject, const std::string& problem);
     void explain(ExitStatus status) const;
 
     Reach reach_;
@@ -76,6 +82,8 @@ class Client {
     BusSession session_;
     Mirror mirror_;
     Device device_;
+    std::string missing_;    // what was said to be missing; empty: nothing
+    bool wasThere_ = false;  // the bus, at least once
 };
 
 // Prints "pallctl: <subject>: <problem>" on standard error.

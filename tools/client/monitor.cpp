@@ -62,6 +62,7 @@ void Monitor::follow() {
     session.flush();
     while (!session.outputGone()) {
         if (const auto payload = session.receivePayload(Clock::now() + kTurn)) {
+            client_.tellNews();
             take({payload->data(), payload->size() - 1});
         } else if (!session.isOpen()) {
             return;

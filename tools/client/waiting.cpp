@@ -118,6 +118,7 @@ class Waiting {
             client_.device().hear(*message);
             stale_ = client_.device().takeArrival();
         }
+        client_.tellNews();
     }
 
     bool outputGone() const { return client_.session().outputGone(); }

@@ -96,16 +96,19 @@ void Watch::follow() {
         } else if (!session.isOpen()) {
             return;
         }
+        client_.tellNews();
         stale_ = device.takeArrival() || stale_;
     }
 }
 
 void Watch::catchUp() {
     stale_ = !client_.device().read(names_, patience_);
+    client_.tellReading(!stale_);
     patience_ = stale_ ? std::min(2 * patience_, kLongestPatience) : usualPatience_;
 }
 
-void Watch::show(const Parameter& parameter) const {
+void Watch::show(const Parameter& parameter) {
+    client_.tellNews();
     if (only_.empty() || only_.contains(parameter.descriptor.name)) {
         const auto now = std::chrono::system_clock::now();
         printNow(changeLine(parameter, now, style_));

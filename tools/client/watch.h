@@ -29,7 +29,7 @@ class Watch {
     void tellChanges();
     void follow();
     void catchUp();
-    void show(const Parameter& parameter) const;
+    void show(const Parameter& parameter);
 
     Client client_;
     Style style_;

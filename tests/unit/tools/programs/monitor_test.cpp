@@ -126,7 +126,7 @@ TEST_F(MonitorTest, ComesBackWithTheBus) {
     const std::string port = bus_->portText();
     bus_->process().signal(SIGKILL);
     bus_->process().wait();
-    EXPECT_EQ(monitor_->readErrorLine(), "pallctl: bus: connection lost");
+    EXPECT_EQ(monitor_->readErrorLine(), "pallctl: bus: connection lost, waiting");
     ProgramProcess bus(pallbusCommand({"--port", port}));
     bus.readLine();
     EXPECT_EQ(monitor_->readErrorLine(), "pallctl: bus: connected again");

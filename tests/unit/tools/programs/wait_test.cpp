@@ -92,7 +92,7 @@ TEST_F(WaitTest, ReadsAgainAfterTheBusWasAway) {
     start({"wait", "level=7"});
     answer("5");
     bus_.hangUp();
-    EXPECT_EQ(wait_->readErrorLine(), "pallctl: bus: connection lost");
+    EXPECT_EQ(wait_->readErrorLine(), "pallctl: bus: connection lost, waiting");
     bus_.accept();
     answer("7");
     expectEnd(0, "pallctl: bus: connected again\n");
@@ -103,7 +103,7 @@ TEST_F(WaitTest, EndsInTimeAlsoWhileTheBusIsAway) {
     answer("5");
     bus_.stopListening();
     bus_.hangUp();
-    expectEnd(9, "pallctl: bus: connection lost\npallctl: system.level: is 5.0\n");
+    expectEnd(9, "pallctl: bus: connection lost, waiting\npallctl: system.level: is 5.0\n");
 }
 
 TEST_F(WaitTest, EndsInTimeAlsoWhenTheDeviceAnswersNoMore) {

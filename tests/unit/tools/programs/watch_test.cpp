@@ -202,7 +202,8 @@ TEST_F(WatchTest, ComesBackWithTheBusAndPrintsWhatItHadMissed) {
     device_->announce("systemName", "\"back\"");
     EXPECT_THAT(watch_->readLine(), shows("system.systemName\tback"));
     watch_->signal(SIGKILL);
-    EXPECT_EQ(watch_->errors(), "pallctl: bus: connection lost\npallctl: bus: connected again\n");
+    EXPECT_EQ(watch_->errors(),
+              "pallctl: bus: connection lost, waiting\npallctl: bus: connected again\n");
 }
 
 TEST(WatchHeartbeat, LeavesABusThatAnswersNone) {
@@ -216,10 +217,30 @@ TEST(WatchHeartbeat, LeavesABusThatAnswersNone) {
         bus.writeFrame("[\"RSP\", \"system\", 8, 0, 0]\n{\"id\":\"" + id + "\"}");
     }
     readUntil(bus, "[\"SET\", \"\", ");
-    EXPECT_EQ(watch.readErrorLine(), "pallctl: bus: connection lost");
+    EXPECT_EQ(watch.readErrorLine(), "pallctl: bus: connection lost, waiting");
     bus.accept();
-    EXPECT_EQ(watch.readErrorLine(), "pallctl: bus: connected again");
     readUntil(bus, "\"paramDescriptor\"]");
+}
+
+// A bus that accepts and says nothing has not come back.
+TEST(WatchConnection, IsSaidToBeLostOnceAndBackWhenTheBusSpeaks) {
+    ListeningPeer bus;
+    ProgramProcess watch(pallctlCommand(bus.port(), {"watch", "--wait=20"}));
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        bus.accept();
+        readUntil(bus, "\"paramDescriptor\"]");
+        bus.hangUp();
+    }
+    bus.accept();
+    readUntil(bus, "\"paramDescriptor\"]");
+    bus.writeFrame(R"(["RSP", "system.connection", 0, 0, 0]{"id":"login"})");
+    EXPECT_EQ(watch.readErrorLine(), "pallctl: bus: receive: Connection reset by peer, waiting");
+    EXPECT_EQ(watch.readErrorLine(), "pallctl: bus: connected");
+    EXPECT_EQ(watch.readErrorLine(), "pallctl: system: no answer, waiting");
+    const std::string id = lastIdIn(readUntil(bus, "\"paramDescriptor\"]"));
+    bus.writeFrame("[\"RSP\", \"system\", 8, 0, 0]\n{\"id\":\"" + id + "\"}");
+    bus.stopListening();
+    watch.signal(SIGTERM);
 }
 
 TEST_F(WatchTest, EndsWhenItsPipeClosesAlsoWithoutAnyChange) {
