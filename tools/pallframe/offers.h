@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "program/completion.h"
+#include "program/offer.h"
 
 namespace pallframe {
 

@@ -1,5 +1,3 @@
-#include "program/completion.h"
-
 #include <gmock/gmock.h>
 
 #include "program/command_line.h"
