@@ -17,7 +17,7 @@ using testing::HasSubstr;
 
 namespace {
 
-constexpr const char* kHeading = "FRAME     PRODUCT      FILES\n";
+constexpr const char* kNoFrame = "FRAME  PRODUCT  STARTED  FILES  COMMAND\n";
 
 // A frame with a command that runs until it is ended.
 class Running : public Process {
@@ -163,20 +163,47 @@ TEST(Enter, TheEndOfTheFrameIsTheEndOfTheCommand) {
 }
 
 TEST(List, ShowsWhatRuns) {
-    EXPECT_EQ(list(), kHeading);
+    EXPECT_EQ(list(), kNoFrame);
     Running frame("Tessara");
-    const std::string number = numbers().at(0);
-    EXPECT_EQ(list(), kHeading + number + std::string(10 - number.size(), ' ') +
-                          "Tessara      in memory\n");
+    EXPECT_THAT(list(),
+                testing::MatchesRegex("FRAME .*\n[0-9]+ +Tessara  [0-9-]+ [0-9:]+  in memory  "
+                                      "sh -c 'true; echo ready; exec sleep 1000'\n"));
     frame.signal(SIGTERM);
     frame.waitForEnd();
-    EXPECT_EQ(list(), kHeading);
+    EXPECT_EQ(list(), kNoFrame);
+}
+
+TEST(List, TellsProgramsTheSame) {
+    EXPECT_EQ(run(pallframe({"list", "--json"})).output, "");
+    const Running one("Tessara");
+    const Running other("KELI", "echo \"$PALLFRAME\"");
+    EXPECT_THAT(run(pallframe({"list", "--json"})).output,
+                AllOf(testing::StartsWith("{\"frame\":" + numbers().at(0) + ",\"product\":\"Tes"),
+                      HasSubstr("\"}\n{\"frame\":" + numbers().at(1) + ",\"product\":\"KELI\",")));
+}
+
+TEST(Frame, KnowsItsNumber) {
+    Running frame("Quorane", "echo number $PALLFRAME");
+    EXPECT_EQ(frame.output().text(), "number " + numbers().at(0) + "\nready\n");
+    EXPECT_EQ(shell("echo $PALLFRAME").output, numbers().at(0) + "\n");
+}
+
+TEST(Frame, IsOfferedToWhoeverNamesOne) {
+    const Running one("Tessara");
+    const Running other("KELI");
+    for (const Words& begun : {Words{"enter", ""}, Words{"set", "--frame", ""}}) {
+        Words words = pallframe({"complete"});
+        words.insert(words.end(), begun.begin(), begun.end());
+        EXPECT_THAT(run(words).output,
+                    AllOf(HasSubstr("\n" + numbers().at(0) + "\tTessara, since "),
+                          HasSubstr("\n" + numbers().at(1) + "\tKELI, since ")));
+    }
 }
 
 TEST_F(Tree, IsListedWithItsDirectory) {
     Process frame(words());
     frame.output().waitFor("ready");
-    EXPECT_THAT(list(), EndsWith(" " + tree + "\n"));
+    EXPECT_THAT(list(), HasSubstr("  " + tree + "  sh -c 'echo ready; exec sleep 1000' " + mark));
 }
 
 TEST(List, ForgetsAFrameThatWasKilled) {

@@ -63,22 +63,32 @@ std::string productOf(const RunningFrame& frame) {
     return Tree("/proc/" + std::to_string(frame.pid) + "/root").read(paths::kProduct);
 }
 
-// An entry is a line with the start and one with the directory, empty for a frame in memory.
+std::chrono::system_clock::time_point writtenAt(const fs::path& file) {
+    struct stat status {};
+    check(::stat(file.c_str(), &status), file);
+    return std::chrono::system_clock::from_time_t(status.st_mtim.tv_sec);
+}
+
+// An entry is a line with the start, one with the directory (empty for a frame in memory), and the
+// command. It was written when the frame began.
 std::optional<RunningFrame> frameOf(const fs::path& file) {
+    const std::string pid = file.filename();
     std::istringstream text(readAll(file));
     std::string started;
-    std::string directory;
     std::getline(text, started);
-    std::getline(text, directory);
-    const std::string pid = file.filename();
     if (started.empty() || started != startOf(pid)) {
         return std::nullopt;
     }
-    return RunningFrame{std::stoi(pid), directory};
+    RunningFrame frame{std::stoi(pid), ""};
+    std::getline(text, frame.directory);
+    frame.command.assign(std::istreambuf_iterator<char>(text), {});
+    frame.product = productOf(frame);
+    frame.started = writtenAt(file);
+    return frame;
 }
 
 std::string nameOf(const RunningFrame& frame) {
-    return std::to_string(frame.pid) + " (" + productOf(frame) + ")";
+    return std::to_string(frame.pid) + " (" + frame.product + ")";
 }
 
 std::string namesOf(const std::vector<RunningFrame>& running) {
@@ -87,11 +97,6 @@ std::string namesOf(const std::vector<RunningFrame>& running) {
         names += (names.empty() ? "" : ", ") + nameOf(frame);
     }
     return names;
-}
-
-std::string column(std::string text, size_t width) {
-    text.resize(std::max(text.size() + 1, width), ' ');
-    return text;
 }
 
 }  // namespace
@@ -124,7 +129,7 @@ void Registry::add(const RunningFrame& frame) const {
     check(::chmod(directory_.c_str(), S_IRWXU), directory_);
     const std::string pid = std::to_string(frame.pid);
     const fs::path draft = directory_ / ("new-" + pid);
-    std::ofstream(draft) << startOf(pid) << "\n" << frame.directory << "\n";
+    std::ofstream(draft) << startOf(pid) << "\n" << frame.directory << "\n" << frame.command;
     fs::rename(draft, directory_ / pid);
 }
 
@@ -145,7 +150,7 @@ std::vector<RunningFrame> Registry::running() const {
         const auto frame = frameOf(entry.path());
         if (!frame) {
             fs::remove(entry.path());
-        } else if (findProduct(productOf(*frame)) != nullptr) {
+        } else if (findProduct(frame->product) != nullptr) {
             running.push_back(*frame);
         }
     }
@@ -182,15 +187,6 @@ RunningFrame frameIn(const std::vector<RunningFrame>& running, const std::string
         throw BadRequest("no frame of yours runs in " + directory);
     }
     return *found;
-}
-
-std::string listOf(const std::vector<RunningFrame>& running) {
-    std::string text = "FRAME     PRODUCT      FILES\n";
-    for (const RunningFrame& frame : running) {
-        text += column(std::to_string(frame.pid), 10) + column(productOf(frame), 13) +
-                (frame.directory.empty() ? "in memory" : frame.directory) + "\n";
-    }
-    return text;
 }
 
 }  // namespace frame

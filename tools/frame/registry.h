@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -15,6 +16,11 @@ namespace frame {
 struct RunningFrame {
     pid_t pid;              // of the frame's first process; it names the frame
     std::string directory;  // of its files; empty: they live in memory
+    std::string command{};  // that it was made for, as a shell reads it
+
+    // Known of those that a registry has found.
+    std::string product{};
+    std::chrono::system_clock::time_point started{};
 
     // The frame's files, also those in memory. What has this number by now and is no frame is a
     // BadRequest, so that nothing is ever changed there.
@@ -49,8 +55,5 @@ RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_v
 
 // The one whose files are in that directory. Throws BadRequest when none of them runs there.
 RunningFrame frameIn(const std::vector<RunningFrame>& running, const std::string& directory);
-
-// One line for each, under a heading; only the heading when there are none.
-std::string listOf(const std::vector<RunningFrame>& running);
 
 }  // namespace frame

@@ -37,12 +37,13 @@ void join(const RunningFrame& frame) {
           "cannot enter frame " + pid);
 }
 
-// Both shells take the prompt from here, as there is no file in the frame that sets another; so
-// does one that a command of the caller's starts.
-void setPrompt(const RunningFrame& frame) {
+// What tells those inside which frame this is. Both shells take the prompt from here, as there is
+// no file in the frame that sets another; so does one that a command of the caller's starts.
+void setNames(const RunningFrame& frame) {
     const std::string product(productOf(frame::Tree("/")).name);
     const std::string prompt = "[" + product + " frame " + std::to_string(frame.pid) + "] ${PWD}# ";
     ::setenv("PS1", prompt.c_str(), 1);
+    ::setenv(kNumberVariable, std::to_string(frame.pid).c_str(), 1);
 }
 
 // A process space whose first process goes takes in no new ones, and the others of it go before the
@@ -72,7 +73,7 @@ int beJoiner(const RunningFrame& frame, const std::vector<std::string>& command,
     if (::chdir(workingDirectory.c_str()) != 0) {
         check(::chdir("/"), "/");
     }
-    setPrompt(frame);
+    setNames(frame);
     const pid_t child = startProcess([&] {
         dieWith(self, SIGKILL);
         return becomeCommand(command.empty() ? shell() : command, supervisor);

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "client/time_text.h"
 #include "frame/product.h"
 #include "frame/programs.h"
 #include "frame/registry.h"
@@ -33,7 +34,8 @@ std::vector<Offer> programs() {
 std::vector<Offer> runningFrames() try {
     std::vector<Offer> found;
     for (const frame::RunningFrame& each : frame::Registry::ofUser().running()) {
-        found.push_back({std::to_string(each.pid), each.directory});
+        found.push_back({std::to_string(each.pid),
+                         each.product + ", since " + pallctl::clockTime(each.started)});
     }
     return found;
 } catch (const std::exception&) {

@@ -15,6 +15,9 @@ namespace pallframe {
 // The frame could not be made or entered; told apart from every status of an ordinary command.
 inline constexpr int kNoFrame = 125;
 
+// Tells a command in a frame the frame's number, as the host has it.
+inline constexpr const char* kNumberVariable = "PALLFRAME";
+
 // A child whose whole life is `work`, its result the exit status; errors become a line and
 // kNoFrame. Throws std::system_error when there can be none.
 pid_t startProcess(const std::function<int()>& work);
@@ -31,8 +34,9 @@ void dieWith(const frame::Descriptor& parent, int signal);
 // this one: what was built with it is at hand in the frame. While the root is still the host's.
 void searchAsInFrame();
 
-// Makes this process, a child of the supervisor's, the command, with no open file but the standard ones. Comes back only when that fails: with the
-// status of a shell, after a line on standard error.
+// Makes this process, a child of the supervisor's, the command, with no open file but the standard
+// ones. Comes back only when that fails: with the status of a shell, after a line on standard
+// error.
 int becomeCommand(const std::vector<std::string>& command, const Supervisor& supervisor);
 
 }  // namespace pallframe

@@ -20,8 +20,8 @@ struct RootPlan {
 // that place. Throws std::system_error.
 void enterRoot(const RootPlan& plan);
 
-// Inside a frame that a person enters: makes /proc show the processes of a long session. A new frame
-// shows the first hundreds, which is what a test needs, and is made the faster for it. Throws
+// Inside a frame that a person enters: makes /proc show the processes of a long session. A new
+// frame shows the first hundreds, which is what a test needs, and is made the faster for it. Throws
 // std::system_error.
 void showManyProcesses();
 

@@ -3,10 +3,12 @@
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <optional>
 
 #include "frame/paths.h"
+#include "frame/programs.h"
 #include "frame/registry.h"
 #include "host.h"
 #include "process.h"
@@ -41,9 +43,15 @@ void startScenario(const RunRequest& request) {
     }
 }
 
+// While the host's processes are still to be seen: by its own number this one is 1.
+void tellNumber() {
+    ::setenv(kNumberVariable, std::filesystem::read_symlink("/proc/self").c_str(), 1);
+}
+
 // Process 1 of the frame.
 int beFirst(const RunRequest& request, Supervisor& supervisor, const Descriptor& keeper) {
     dieWith(keeper, SIGKILL);
+    tellNumber();
     leaveHostMounts();
     bringLoopbackUp();
     enterRoot({request.product, request.directory});
@@ -77,7 +85,7 @@ int beKeeper(const RunRequest& request, Supervisor& supervisor, const Descriptor
     leaveHost();
     const Descriptor self = watchSelf();
     const pid_t first = startProcess([&] { return beFirst(request, supervisor, self); });
-    makeKnown(registry, {first, request.directory});
+    makeKnown(registry, {first, request.directory, frame::commandLine(request.command)});
     const int status = supervisor.waitFor(first);
     registry.remove(first);
     takeAway(request);

@@ -8,6 +8,7 @@
 #include "frame/devices.h"
 #include "frame/product.h"
 #include "frame/registry.h"
+#include "inspection/frames.h"
 #include "program/standard_output.h"
 #include "run.h"
 #include "verbs.h"
@@ -99,8 +100,13 @@ void addEnter(Verb program, Call& call) {
 }
 
 void addList(Verb program, Call&) {
+    const auto json = std::make_shared<bool>(false);
     Verb verb = program.addVerb("list", "The frames that run");
-    verb.action([] { print(listOf(Registry::ofUser().running())); });
+    verb.addFlag("--json", *json, "One JSON object a line instead of a table");
+    verb.action([json] {
+        const auto running = Registry::ofUser().running();
+        print(*json ? inspection::jsonOf(running) : inspection::tableOf(running));
+    });
 }
 
 }  // namespace pallframe
