@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include "harness/terminal.h"
 #include "on_pallbus.h"
 
 using harness::Result;
@@ -67,6 +68,17 @@ TEST_F(PallctlSet, ComparesWithWhatTheSetBeforeMadeOfIt) {
     EXPECT_EQ(result.output,
               "system_sshEnabled='set'\nsystem_sshEnabled='unchanged'\nsystem_sshEnabled='set'\n");
     EXPECT_THAT(commands(), ElementsAre(kStopSSH, kStartSSH));
+}
+
+TEST_F(PallctlSet, NamesTheWayBackThatASetOfTheNetworkHasNot) {
+    harness::Terminal terminal(program("pallctl", {"set", "gateway=10.0.0.7", "systemName=B"}));
+    EXPECT_EQ(terminal.waitForEnd(), 0);
+    terminal.screen().waitFor("has a way back\r\n");
+    EXPECT_EQ(terminal.screen().text(),
+              "pallctl: system.gateway: stays also when it cuts you off; pallctl network --gateway "
+              "has a way back\r\n");
+    EXPECT_EQ(valueOf("gateway"), "10.0.0.7\n");
+    EXPECT_EQ(pallctl({"set", "gateway=10.0.0.1"}).error, "") << "a script is told nothing";
 }
 
 TEST_F(PallctlSet, DoesNotTakeACommandForSetThatTheDaemonHasTakenBack) {

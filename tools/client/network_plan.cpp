@@ -71,6 +71,13 @@ constexpr Objection kObjections[] = {
 
 }  // namespace
 
+const NetworkMember* networkMember(const std::string& leaf) {
+    const auto* const member =
+        std::find_if(kNetworkMembers.begin(), kNetworkMembers.end(),
+                     [&](const NetworkMember& each) { return leaf == each.leaf; });
+    return member == kNetworkMembers.end() ? nullptr : member;
+}
+
 std::optional<uint32_t> addressOf(const std::string& text) {
     in_addr address{};
     if (inet_pton(AF_INET, text.c_str(), &address) != 1 || text.find('\0') != std::string::npos) {

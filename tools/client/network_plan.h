@@ -29,6 +29,9 @@ inline constexpr std::array<NetworkMember, 3> kNetworkMembers{{
     {"--address", "The frame's own address", "ipAddress", &NetworkSettings::ip},
 }};
 
+// The one whose parameter is called so below its device; null when there is none.
+const NetworkMember* networkMember(const std::string& leaf);
+
 // The number that the dotted text stands for; nothing for any other text, and for the two that the
 // daemon takes for none, 0.0.0.0 and 255.255.255.255.
 std::optional<uint32_t> addressOf(const std::string& text);

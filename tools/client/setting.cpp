@@ -1,10 +1,13 @@
 #include "client/setting.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <utility>
 
 #include "bus/message_types.h"
 #include "client/assignment.h"
+#include "client/network_plan.h"
 #include "client/wire_form.h"
 #include "program/standard_output.h"
 
@@ -172,10 +175,20 @@ class Setting {
         if (!options_.always && parameter && cJSON_IsObject(change.value.get())) {
             dropSameMembers(parameter->value.get(), change.value.get());
         }
+        tellOfTheWayBack(change.name);
         const auto code = client_.device().set(change.name, std::move(change.value));
         change.outcome = outcomeOf(code);
         change.code = code.value_or(0);
         change.problem = problemOf(change.outcome, change.code);
+    }
+
+    // A script knows what it does, and a device behind a prefix cannot be asked for the old ones.
+    void tellOfTheWayBack(const std::string& name) const {
+        const NetworkMember* const member = networkMember(client_.device().leafOf(name));
+        if (member && !client_.device().isThroughPrefix() && ::isatty(STDERR_FILENO) == 1) {
+            complain(name, std::string("stays also when it cuts you off; pallctl network ") +
+                               member->option + " has a way back");
+        }
     }
 
     Client& client_;

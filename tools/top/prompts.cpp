@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "client/human_form.h"
+#include "client/network_plan.h"
 #include "top/lines.h"
 
 namespace top {
@@ -147,6 +148,11 @@ Foot confirmFoot(const Scene& scene) {
     foot.notice = {
         {" Set " + showable(change.leaf) + " from " + change.from + " to " + change.to + "? y/n",
          Style::prompt}};
+    if (const auto* member = pallctl::networkMember(change.leaf)) {
+        foot.keys = {{std::string(" Stays also when it cuts you off; pallctl network ") +
+                          member->option + " has a way back",
+                      Style::bad}};
+    }
     return foot;
 }
 

@@ -111,7 +111,17 @@ TEST_F(PromptsTest, TheQuestionNamesBothValues) {
     type(view, "x");
     press(view, KeyCode::enter);
     EXPECT_EQ(notice(), " Set systemName from Studio to Studiox? y/n");
+    EXPECT_EQ(keys(), "");
     EXPECT_FALSE(footOf(scene(), 80).cursor);
+}
+
+TEST_F(PromptsTest, TheQuestionAboutTheNetworkNamesTheWayBack) {
+    edit("ipAddress");
+    press(view, KeyCode::backspace);
+    type(view, "7");
+    press(view, KeyCode::enter);
+    EXPECT_EQ(notice(), " Set ipAddress from 10.0.0.5 to 10.0.0.7? y/n");
+    EXPECT_EQ(keys(), " Stays also when it cuts you off; pallctl network --address has a way back");
 }
 
 TEST_F(PromptsTest, ASetThatTakesLongIsShown) {
