@@ -28,6 +28,7 @@ constexpr Line kLines[] = {
     {"pallbus do sto\tr\tany\t", "<do><stop><reading><anyone>"},
     {"pallbus do at 2s ref\t", "<do><at><2s><refuse>"},
     {"pallbus do sh\t", "<do><show>"},
+    {"pallbus do --scr\tREAD\t", "<do><--script><README.md>"},
     {"pallbus -t 'drop fr\t", "<-t><drop from>"},
     {"pallbus -t \"close mid\t", "<-t><close mid-frame>"},
     // names, of the device that answers

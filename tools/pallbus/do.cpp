@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "model/files.h"
+#include "orders.h"
 #include "program/standard_output.h"
 #include "switchboard/control.h"
 #include "trouble/plan.h"
@@ -34,11 +36,27 @@ std::string joined(const std::vector<std::string>& words) {
     return line;
 }
 
-int tellBus(uint16_t port, const std::string& line) {
-    if (line != "show") {
-        parseLine(line);  // what is wrong with it is wrong without a bus, too
+struct Options {
+    std::vector<std::string> words;
+    std::string script;  // a file; empty: none
+};
+
+// What is wrong with it is wrong without a bus, too.
+std::string orderOf(const Options& options) {
+    if (!options.script.empty()) {
+        const std::string text = readFile(options.script, true);
+        parsePlan(text, options.script);
+        return scriptOrder(text);
     }
-    const auto reply = tell(port, line);
+    const std::string line = joined(options.words);
+    if (line != "show") {
+        parseLine(line);
+    }
+    return line;
+}
+
+int tellBus(uint16_t port, const Options& options) {
+    const auto reply = tell(port, orderOf(options));
     if (!reply) {
         throw std::runtime_error("no bus on port " + std::to_string(port));
     }
@@ -53,11 +71,19 @@ int tellBus(uint16_t port, const std::string& line) {
 
 void addDo(Verb program, Call& call) {
     Verb verb = program.addVerb("do", "Trouble on a running bus: drop, delay, ...");
-    const auto words = std::make_shared<std::vector<std::string>>();
-    verb.add("LINE", *words, "What is to happen").required();
+    const auto options = std::make_shared<Options>();
+    verb.add("LINE", options->words, "What is to happen");
+    verb.add("-s,--script", options->script, "Lines with their times, which begin now")
+        .kind("FILE")
+        .check(existingFile())
+        .excludes("LINE");
+    verb.excludes({"--record", "--script", "--seed", "--trouble", "--verbose"});
     verb.notes(kForms);
-    verb.action([words, &call] {
-        call.toBeDone = [words, &call] { return tellBus(call.port, joined(*words)); };
+    verb.action([options, &call] {
+        if (options->words.empty() && options->script.empty()) {
+            throw BadUsage("LINE or --script is required");
+        }
+        call.toBeDone = [options, &call] { return tellBus(call.port, *options); };
     });
 }
 

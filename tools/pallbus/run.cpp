@@ -16,12 +16,12 @@
 
 #include "bus/misframed.h"
 #include "model/log.h"
+#include "orders.h"
 #include "program/checks.h"
 #include "program/standard_output.h"
 #include "recording/recording.h"
 #include "switchboard/bus_server.h"
 #include "switchboard/control.h"
-#include "trouble_orders.h"
 #include "verbs.h"
 
 namespace pallbus {

@@ -7,6 +7,8 @@
 #include <asio/read.hpp>
 #include <asio/write.hpp>
 
+#include "program/timed_script.h"
+
 namespace pallbus {
 
 namespace {
@@ -14,7 +16,7 @@ namespace {
 using asio::local::stream_protocol;
 
 constexpr std::chrono::seconds kPatience{2};
-constexpr size_t kLongestText = 65536;
+constexpr size_t kLongestText = script::kMostText + 4096;
 constexpr std::string_view kDone = "ok\n";
 constexpr std::string_view kNotDone = "no\n";
 

@@ -35,6 +35,21 @@ void order(const BusProcess& bus, const std::string& line) {
     EXPECT_EQ(outcome.errors, "");
 }
 
+class ScriptFile {
+  public:
+    explicit ScriptFile(const std::string& text)
+        : path_(testing::TempDir() + "trouble-" + std::to_string(::getpid())) {
+        std::ofstream(path_) << text;
+    }
+    ~ScriptFile() { std::remove(path_.c_str()); }
+    ScriptFile(const ScriptFile&) = delete;
+    ScriptFile& operator=(const ScriptFile&) = delete;
+    const std::string& path() const { return path_; }
+
+  private:
+    const std::string path_;
+};
+
 // A module that serves "system" under connection id 8, and a client with id 20.
 class PallbusTrouble : public testing::Test {
   protected:
@@ -240,7 +255,13 @@ TEST(PallbusDo, SaysInOneLineWhatIsBad) {
         EXPECT_THAT(outcome.errors, StartsWith("pallbus: "));
         EXPECT_EQ(outcome.errors.find('\n'), outcome.errors.size() - 1) << outcome.errors;
     }
-    EXPECT_EQ(runProgram(pallbusCommand({"do"})).status, 2);
+    for (const auto& words : std::vector<std::vector<std::string>>{{"do"},
+                                                                   {"do", "-s", "/etc/passwd", "x"},
+                                                                   {"do", "calm", "--seed=3"},
+                                                                   {"do", "calm", "-v"},
+                                                                   {"-t", "drop", "do", "calm"}}) {
+        EXPECT_EQ(runProgram(pallbusCommand(words)).status, 2) << testing::PrintToString(words);
+    }
 }
 
 TEST(PallbusDo, SaysWhereThereIsNoBus) {
@@ -275,21 +296,6 @@ TEST_F(TroubledFromTheStart, SaysItsSeed) {
     EXPECT_EQ(bus_.process().readLine(), "pallbus: seed 7");
 }
 
-class ScriptFile {
-  public:
-    explicit ScriptFile(const std::string& text)
-        : path_(testing::TempDir() + "trouble-" + std::to_string(::getpid())) {
-        std::ofstream(path_) << text;
-    }
-    ~ScriptFile() { std::remove(path_.c_str()); }
-    ScriptFile(const ScriptFile&) = delete;
-    ScriptFile& operator=(const ScriptFile&) = delete;
-    const std::string& path() const { return path_; }
-
-  private:
-    const std::string path_;
-};
-
 TEST(PallbusScript, HappensByTheClock) {
     const ScriptFile script(
         "drop from client 20 object system  # at once\n"
@@ -307,6 +313,37 @@ TEST(PallbusScript, HappensByTheClock) {
     client.send(numbered(1));
     EXPECT_EQ(module.receive(), numbered(1));
     EXPECT_THAT(tellBus(bus, "show").output, HasSubstr("ms close daemon\n"));
+}
+
+TEST_F(PallbusTrouble, ComesByTheClockFromAFileToo) {
+    const ScriptFile script("drop from client 20\nat 60m split\n");
+    const Outcome told =
+        runProgram(pallbusCommand({"do", "--script", script.path(), "-p", bus_.portText()}));
+    EXPECT_EQ(told.status, 0) << told.errors;
+    EXPECT_EQ(told.output + told.errors, "");
+    EXPECT_THAT(shown(), StartsWith("drop from client 20"));
+    EXPECT_THAT(shown(), EndsWith("ms split\n"));
+}
+
+TEST_F(PallbusTrouble, FromAFileIsAllOrNothing) {
+    const ScriptFile script("drop\nat 1s delay\n");
+    const Outcome told =
+        runProgram(pallbusCommand({"do", "-s", script.path(), "-p", bus_.portText()}));
+    EXPECT_EQ(told.status, 2);
+    EXPECT_EQ(told.errors,
+              "pallbus: " + script.path() + ":2: something is missing: delay TIME[-TIME]\n");
+    EXPECT_EQ(shown(), "calm\n");
+}
+
+TEST_F(PallbusTrouble, FromAFileMayBeAsLongAsAScript) {
+    std::string text = "drop\n";
+    while (text.size() < 500'000) {
+        text += "# " + std::string(60, '-') + "\n";
+    }
+    const ScriptFile script(text + "at 60m split\n");
+    EXPECT_EQ(runProgram(pallbusCommand({"do", "-s", script.path(), "-p", bus_.portText()})).errors,
+              "");
+    EXPECT_THAT(shown(), EndsWith("ms split\n"));
 }
 
 TEST(PallbusScript, IsReadBeforeThereIsABus) {

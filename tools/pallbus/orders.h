@@ -14,7 +14,10 @@ namespace pallbus {
 std::vector<std::vector<Step>> plansOf(const std::vector<std::string>& lines,
                                        const std::string& script);
 
-// What somebody told the running bus: a line of trouble, "calm" or "show".
-Reply carryOut(const std::string& line, Disturber& disturber);
+// How a running bus is told to play a script, the text of a file.
+std::string scriptOrder(const std::string& script);
+
+// What somebody told the running bus: a line of trouble, "calm", "show" or a scriptOrder.
+Reply carryOut(const std::string& order, Disturber& disturber);
 
 }  // namespace pallbus

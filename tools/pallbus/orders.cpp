@@ -1,10 +1,14 @@
-#include "trouble_orders.h"
+#include "orders.h"
 
 #include "model/files.h"
+#include "program/timed_script.h"
 
 namespace pallbus {
 
 namespace {
+
+// The line before a script.
+constexpr std::string_view kScript = "script\n";
 
 std::string shown(const Disturber& disturber) {
     std::string text;
@@ -32,17 +36,23 @@ std::vector<std::vector<Step>> plansOf(const std::vector<std::string>& lines,
     return plans;
 }
 
-Reply carryOut(const std::string& line, Disturber& disturber) try {
-    if (line == "show") {
+std::string scriptOrder(const std::string& script) {
+    return std::string(kScript) + script;
+}
+
+Reply carryOut(const std::string& order, Disturber& disturber) try {
+    if (order == "show") {
         return {true, shown(disturber)};
     }
-    if (const std::vector<Step> plan = parseLine(line); isCalm(plan)) {
+    if (order.starts_with(kScript)) {
+        disturber.play(parsePlan(order.substr(kScript.size()), "script"));
+    } else if (const std::vector<Step> plan = parseLine(order); isCalm(plan)) {
         disturber.stop();
     } else {
         disturber.play(plan);
     }
     return {true, ""};
-} catch (const BadTrouble& problem) {
+} catch (const std::runtime_error& problem) {  // BadTrouble, script::Error
     return {false, problem.what()};
 }
 
