@@ -1,69 +1,22 @@
 #include "client/checks.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
 #include <cstring>
 
 #include "client/human_form.h"
 #include "client/safe_text.h"
+#include "client/value_type.h"
 
 namespace pallctl {
 
 namespace {
 
-// Numbers of that size with and without a sign: addresses use all bits.
-constexpr double kLeast16 = INT16_MIN;
-constexpr double kMost16 = UINT16_MAX;
-constexpr double kLeast32 = INT32_MIN;
-constexpr double kMost32 = UINT32_MAX;
-
-bool isWholeBetween(const cJSON* value, double least, double most) {
-    return cJSON_IsNumber(value) && std::trunc(value->valuedouble) == value->valuedouble &&
-           value->valuedouble >= least && value->valuedouble <= most;
-}
-
-bool isInt16(const cJSON* value) {
-    return isWholeBetween(value, kLeast16, kMost16);
-}
-
-bool isInt32(const cJSON* value) {
-    return isWholeBetween(value, kLeast32, kMost32);
-}
-
-bool isFloat(const cJSON* value) {
-    return cJSON_IsNumber(value) && std::isfinite(value->valuedouble);
-}
-
-bool isText(const cJSON* value) {
-    return jsonText(value) != nullptr;
-}
-
-bool isStructure(const cJSON* value) {
-    return cJSON_IsObject(value);
-}
-
-struct TypeRow {
-    const char* type;
-    bool (*fits)(const cJSON* value);
-    const char* need;
-};
-
-constexpr TypeRow kTypes[] = {
-    {"INT16", isInt16, "a whole number of 16 bits"},
-    {"INT32", isInt32, "a whole number of 32 bits"},
-    {"FLOAT", isFloat, "a number"},
-    {"STRING", isText, "a text"},
-    {"STRUCT", isStructure, "an object of its members"},
-};
-
 std::string typeObjection(const Descriptor& descriptor, const cJSON* value) {
-    for (const TypeRow& row : kTypes) {
-        if (descriptor.type == row.type) {
-            return row.fits(value) ? "" : std::string("needs ") + row.need;
-        }
+    const ValueType* const type = valueType(descriptor.type);
+    if (!type) {
+        return "is of a type that cannot be set: " + printable(descriptor.type);
     }
-    return "is of a type that cannot be set: " + printable(descriptor.type);
+    return type->fits(value) ? "" : std::string("needs ") + type->need;
 }
 
 bool isChoice(const Descriptor& descriptor, const cJSON* value) {

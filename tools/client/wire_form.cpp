@@ -3,31 +3,17 @@
 #include <arpa/inet.h>
 #include <strings.h>
 
-#include <algorithm>
-#include <charconv>
-#include <cmath>
 #include <cstdint>
-#include <optional>
 
 #include "client/checks.h"
 #include "client/human_form.h"
 #include "client/safe_text.h"
 #include "client/structure_form.h"
+#include "client/value_type.h"
 
 namespace pallctl {
 
 namespace {
-
-template <typename Number>
-std::optional<Number> wholeNumber(const std::string& text) {
-    Number number{};
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number);
-    if (result.ec != std::errc{} || result.ptr != end) {
-        return std::nullopt;
-    }
-    return number;
-}
 
 WireForm problem(std::string text) {
     return {nullptr, std::move(text)};
@@ -38,18 +24,12 @@ WireForm checked(const Descriptor& descriptor, UniqueJSON value) {
     return problem.empty() ? WireForm{std::move(value), ""} : WireForm{nullptr, std::move(problem)};
 }
 
-// A number as it was typed, a text when it is none.
-UniqueJSON typedNumber(const std::string& text) {
-    const auto number = wholeNumber<double>(text);
-    return number && std::isfinite(*number) ? jsonNumber(*number) : jsonString(text);
-}
-
 WireForm addressForm(const std::string& text) {
     in_addr address{};
     if (inet_pton(AF_INET, text.c_str(), &address) == 1) {
         return {jsonNumber(ntohl(address.s_addr)), ""};
     }
-    if (const auto number = wholeNumber<uint32_t>(text)) {
+    if (const auto number = numberIn<uint32_t>(text)) {
         return {jsonNumber(*number), ""};
     }
     return problem("needs an address such as 10.1.2.3");
@@ -74,18 +54,6 @@ UniqueJSON typedChoice(const std::vector<Choice>& choices, const std::string& te
     }
     return typedNumber(text);
 }
-
-UniqueJSON typedText(const std::string& text) {
-    return jsonString(text);
-}
-
-struct TypeRow {
-    const char* type;
-    UniqueJSON (*typed)(const std::string& text);
-};
-
-constexpr TypeRow kTypes[] = {
-    {"INT16", typedNumber}, {"INT32", typedNumber}, {"FLOAT", typedNumber}, {"STRING", typedText}};
 
 const cJSON* memberValue(const cJSON* structure, const char* key) {
     return jsonMember(jsonMember(structure, key), "value");
@@ -117,12 +85,10 @@ WireForm wireForm(const Descriptor& descriptor, const std::string& text) {
         WireForm form = addressForm(text);
         return form.value ? checked(descriptor, std::move(form.value)) : std::move(form);
     }
-    for (const TypeRow& row : kTypes) {
-        if (descriptor.type == row.type) {
-            return checked(descriptor, row.typed(text));
-        }
-    }
-    return problem("cannot be set from a text: " + printable(descriptor.type));
+    const ValueType* const type = valueType(descriptor.type);
+    return type && type->typed
+               ? checked(descriptor, type->typed(text))
+               : problem("cannot be set from a text: " + printable(descriptor.type));
 }
 
 WireForm wireForm(const Parameter& parameter, const std::string& text) {
