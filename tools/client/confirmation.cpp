@@ -33,14 +33,14 @@ ExitStatus Confirmation::run() {
     }
     if (leaving_) {
         say("not waiting; the old values are being set back in the background");
-        return kRollbackFailed;
+        return kInDoubt;
     }
     const auto status = guardian_.wait();
     endPrompt();
     if (!status) {
         say("the process that would set the old values back was killed");
     }
-    return static_cast<ExitStatus>(status.value_or(kRollbackFailed));
+    return static_cast<ExitStatus>(status.value_or(kInDoubt));
 }
 
 void Confirmation::waitForNews() {

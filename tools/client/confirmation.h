@@ -19,7 +19,7 @@ class Confirmation {
     // The signals mean no; they are older than the guardian, and outlive this.
     Confirmation(Guardian& guardian, EndingSignals& signals, std::chrono::milliseconds patience);
 
-    // Until the guardian has ended: its status, or kRollbackFailed when it did not end by itself or
+    // Until the guardian has ended: its status, or kInDoubt when it did not end by itself or
     // the person did not wait for it.
     ExitStatus run();
 

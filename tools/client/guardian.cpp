@@ -39,7 +39,7 @@ void detach(int line) {
 
 [[noreturn]] void live(const std::function<int(int line)>& life, int line) {
     detach(line);
-    int status = kRollbackFailed;
+    int status = kInDoubt;
     try {
         status = life(kLine);
     } catch (const std::exception& error) {

@@ -16,9 +16,9 @@ struct NetworkRequest {
 
 // Changes the settings of the frame's network that differ from the wish, and prints which. When one
 // of them is not taken, those before it are set back; with `confirmWithin` all of them, unless
-// somebody types "yes" in time. kSuccess when the settings are as wished, kRolledBack or
-// kRollbackFailed when something was sent and is no more wanted; every other status means that
-// nothing has changed. Blocks signals, so nothing but the end of the process may follow.
+// somebody types "yes" in time. kSuccess when the settings are as wished, kOldSettings or kInDoubt
+// when they were not to stay or not taken as a whole; every other status means that nothing has
+// changed. Blocks signals, so nothing but the end of the process may follow.
 ExitStatus changeNetwork(const Reach& reach, const NetworkRequest& request);
 
 }  // namespace pallctl

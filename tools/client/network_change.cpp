@@ -67,7 +67,7 @@ ExitStatus NetworkChange::carryOut(const std::function<bool()>& goOn) {
     }
     for (const NetworkMember* member : differences(before_, wanted_)) {
         if (!goOn()) {
-            return kRolledBack;
+            return kOldSettings;
         }
         sent_.push_back(member);
         const ExitStatus status = send(client.device(), *member, wanted_);
@@ -110,10 +110,10 @@ ExitStatus NetworkChange::takeBack() {
     }
     if (status == kSuccess) {
         say_("the old values are set again");
-        return kRolledBack;
+        return kOldSettings;
     }
     say_("the old values could NOT be set again; they were " + optionsFor(before_));
-    return kRollbackFailed;
+    return kInDoubt;
 }
 
 ExitStatus NetworkChange::tryToTakeBack() {

@@ -29,15 +29,15 @@ class NetworkChange {
                   Say say);
 
     // Sends what differs, one setting after the other, for as long as `goOn` gives true. kSuccess,
-    // or why it ended before: kRolledBack when that was it, which takeBack() has yet to make true
-    // of what is begun.
+    // or why it ended before: kOldSettings when `goOn` gave false, which is so at once when nothing
+    // is begun, and otherwise after takeBack().
     ExitStatus carryOut(const std::function<bool()>& goOn);
 
     // Whether something was sent that the device has taken, or may yet take.
     bool isBegun() const { return !sent_.empty(); }
 
     // Sends the old values of all that was sent, over and over until the device shows them or
-    // kLongestWait is over. kRolledBack or kRollbackFailed.
+    // kLongestWait is over. kOldSettings or kInDoubt.
     ExitStatus takeBack();
 
   private:

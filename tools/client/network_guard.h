@@ -21,7 +21,7 @@ inline constexpr char kRevert = '-';  // it is not
 }  // namespace sign
 
 // The guardian's part, on its end of the line: ends with kSuccess when the settings were confirmed,
-// kRolledBack or kRollbackFailed when not, and with what kept it from beginning. An end of the line
+// kOldSettings or kInDoubt when not, and with what kept it from beginning. An end of the line
 // and SIGTERM, which has to be blocked, count as a no.
 ExitStatus guardNetwork(int line, NetworkChange& change, std::chrono::milliseconds patience);
 
