@@ -32,7 +32,7 @@ TEST_F(Play, TellsEachChangeAndEnds) {
     const Result result = run(play("psu 1 11\nat 100ms cable eth0 down\n"));
     EXPECT_EQ(result.error, "");
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.output, "     0.0 s  psu 1 11\n     0.1 s  cable eth0 down\n");
+    EXPECT_EQ(result.output, "    0.000 s  psu 1 11\n    0.100 s  cable eth0 down\n");
     EXPECT_THAT(status(), HasSubstr("11.00 V"));
 }
 
@@ -44,7 +44,12 @@ TEST_F(Play, WaitsForTheTimeOfAChange) {
 }
 
 TEST_F(Play, GoesFasterWhenAsked) {
-    EXPECT_EQ(run(play("after 2m psu 1 10", {"--speed", "1000"})).output, "   120.0 s  psu 1 10\n");
+    EXPECT_EQ(run(play("after 2m psu 1 10", {"--speed", "1000"})).output, "  120.000 s  psu 1 10\n");
+}
+
+TEST_F(Play, TellsTimesAsTheyWereWritten) {
+    EXPECT_EQ(run(play("at 2.25s psu 1 10\nafter 1ms psu 1 9", {"--speed", "1000"})).output,
+              "    2.250 s  psu 1 10\n    2.251 s  psu 1 9\n");
 }
 
 TEST_F(Play, DoesNothingWhenALineIsWrong) {
@@ -53,6 +58,16 @@ TEST_F(Play, DoesNothingWhenALineIsWrong) {
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, "pallframe: " + directory.path("my.scenario") +
                                 ":2: 'eleven' is not a number from 0 to 29\n");
+    EXPECT_THAT(status(), testing::Not(HasSubstr("11.00 V")));
+}
+
+TEST_F(Play, SaysAllThatIsWrongWithAFile) {
+    const Result result = run(play("psu 1 eleven\npsu 1 11\nat soon psu 1 11\ncable\n"));
+    const std::string start = "pallframe: " + directory.path("my.scenario");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.error, start + ":1: 'eleven' is not a number from 0 to 29\n" + start +
+                                ":3: 'soon' is no time: write 500ms, 2s or 3m, up to 24 hours\n" +
+                                start + ":4: cable needs PORT and STATE\n");
     EXPECT_THAT(status(), testing::Not(HasSubstr("11.00 V")));
 }
 
@@ -85,6 +100,12 @@ TEST_F(RunWithScenario, StartsWithTheCommand) {
 
 TEST_F(RunWithScenario, EndsWithTheCommand) {
     EXPECT_EQ(run(withScenario("at 10m psu 1 0", "exit 4")).status, 4);
+}
+
+TEST_F(RunWithScenario, RefusesAFileThatIsNone) {
+    const Result result = run(pallframe({"run", "--scenario", "/etc/passwd", "--", "true"}));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.error, StartsWith("pallframe: /etc/passwd:1: "));
 }
 
 TEST_F(RunWithScenario, IsReadBeforeThereIsAFrame) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstdio>
+#include <set>
 
 #include "frame/devices.h"
 #include "frame/programs.h"
@@ -70,6 +71,8 @@ class Steps {
         }
     }
 
+    bool areTooMany() const { return tooMany_; }
+
     std::vector<ScenarioStep> inOrder() && {
         std::stable_sort(
             steps_.begin(), steps_.end(),
@@ -90,25 +93,34 @@ class Steps {
 
     void add(ScenarioStep step) {
         if (steps_.size() == kMostSteps) {
+            tooMany_ = true;
             throw BadRequest("more than " + std::to_string(kMostSteps) + " changes");
         }
         steps_.push_back(std::move(step));
     }
 
     std::vector<ScenarioStep> steps_;
+    bool tooMany_ = false;
 };
 
 }  // namespace
 
 std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name) {
+    script::Problems problems(name);
+    std::set<int> wrong;  // lines, each of which a repetition may bring any number of times
     Steps steps;
-    for (const script::Line& line : script::parse(text, name)) {
+    for (const script::Line& line : script::parse(text, problems)) {
+        if (wrong.contains(line.number) || steps.areTooMany()) {
+            continue;
+        }
         try {
             steps.take(line);
         } catch (const BadRequest& bad) {
-            throw script::Error(name, line.number, bad.what());
+            problems.add(line.number, bad.what());
+            wrong.insert(line.number);
         }
     }
+    problems.throwAll();
     return std::move(steps).inOrder();
 }
 

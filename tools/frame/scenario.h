@@ -26,7 +26,7 @@ inline constexpr size_t kMostSteps = 100'000;
 //     after 2s ramp battery 3.2 to 2.3 over 30s
 //
 // which go on while the lines behind them are done. The steps come in the order of their times.
-// Nothing is done yet. Throws script::Error.
+// Nothing is done yet. Throws script::Error with all that is wrong.
 std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name);
 
 }  // namespace frame

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,14 @@ int runVerbs(int argc, char** argv) {
     return status;
 }
 
+// A line for each of those of the text, which may be several: a scenario's problems.
+void complain(const frame::BadRequest& bad) {
+    std::istringstream lines(bad.what());
+    for (std::string line; std::getline(lines, line);) {
+        std::fprintf(stderr, "pallframe: %s\n", line.c_str());
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -41,7 +50,7 @@ int main(int argc, char** argv) {
         }
         return runVerbs(argc, argv);
     } catch (const frame::BadRequest& error) {
-        std::fprintf(stderr, "pallframe: %s\n", error.what());
+        complain(error);
         return kBadUsage;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallframe: %s\n", error.what());

@@ -41,7 +41,7 @@ struct PlayWords {
 };
 
 void printStep(const frame::ScenarioStep& step) {
-    std::printf("%8.1f s  %s\n", std::chrono::duration<double>(step.at).count(), step.text.c_str());
+    std::printf("%9.3f s  %s\n", std::chrono::duration<double>(step.at).count(), step.text.c_str());
     std::fflush(stdout);
 }
 

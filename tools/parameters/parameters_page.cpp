@@ -125,6 +125,13 @@ int main() {
     printGroup("Identity", identityGroup());
     printGroup("Machine", mainCatalogue());
     std::puts(
+        "\nA port's status is 0 without a link, 1 while it carries the traffic, 2 while it has a "
+        "link "
+        "and waits, 3 for\n"
+        "anything else that the driver says. Supplies are smoothed: each second a quarter of the "
+        "way to "
+        "what was read.\n"
+        "The battery is not; below 2 V it is 0.\n"
         "\n## Serial ports\n\n"
         "Structs with the texts `name`, `dev` and `connectionPoint`; a set of `_d_connectionPoint` "
         "is kept as\n"

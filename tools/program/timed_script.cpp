@@ -124,13 +124,11 @@ size_t textOf(const Words& words) {
 
 // Adds all passes of a block that ended to the one around it.
 void writeOut(const Block& inner, Block& outer) {
-    if (inner.lines.empty()) {
-        throw Problem("nothing to repeat since line " + std::to_string(inner.number));
-    }
     const size_t left = kMostText - std::min(kMostText, outer.text);
     if (inner.count > left / inner.text) {
         throw Problem("written out, the repetitions make more than 1 MiB");
     }
+    requireInTime(outer.now + inner.now * static_cast<milliseconds::rep>(inner.count));
     outer.text += inner.count * inner.text;
     for (size_t pass = 0; pass < inner.count; ++pass) {
         for (Line line : inner.lines) {
@@ -138,71 +136,8 @@ void writeOut(const Block& inner, Block& outer) {
             outer.lines.push_back(std::move(line));
         }
         outer.now += inner.now;
-        requireInTime(outer.now);
     }
 }
-
-class Reader {
-  public:
-    void take(Words words, int number) {
-        takeTime(words);
-        if (words[0] == "repeat") {
-            open(countOf(words), number);
-        } else if (words[0] == "end") {
-            close(words);
-        } else {
-            block().text += textOf(words);
-            block().lines.push_back({block().now, std::move(words), number});
-        }
-    }
-
-    // The line of the repetition that has no end; 0 when there is none.
-    int openSince() const { return blocks_.back().number; }
-
-    std::vector<Line> lines() && { return std::move(blocks_.front().lines); }
-
-  private:
-    Block& block() { return blocks_.back(); }
-
-    // Takes "at" or "after" and the time off the words and sets the clock.
-    void takeTime(Words& words) {
-        if (words[0] != "at" && words[0] != "after") {
-            return;
-        }
-        if (words.size() < 3) {
-            throw Problem("'" + words[0] + "' needs a time and something to do");
-        }
-        const milliseconds from = words[0] == "at" ? milliseconds{} : block().now;
-        const milliseconds time = from + durationOf(words[1]);
-        if (time < block().now) {
-            throw Problem("'at " + words[1] + "' is earlier than the line before");
-        }
-        requireInTime(time);
-        block().now = time;
-        words.erase(words.begin(), words.begin() + 2);
-    }
-
-    void open(size_t count, int number) {
-        if (blocks_.size() > kDeepest) {
-            throw Problem("more than " + std::to_string(kDeepest) + " repetitions in one another");
-        }
-        blocks_.push_back({count, number});
-    }
-
-    void close(const Words& words) {
-        if (words.size() > 1) {
-            throw Problem("nothing may stand behind 'end'");
-        }
-        if (blocks_.size() == 1) {
-            throw Problem("'end' without 'repeat'");
-        }
-        const Block inner = std::move(block());
-        blocks_.pop_back();
-        writeOut(inner, block());
-    }
-
-    std::vector<Block> blocks_{Block{1, 0}};  // the script itself, then the open repetitions
-};
 
 std::string_view takeLine(std::string_view& text) {
     const size_t end = std::min(text.find('\n'), text.size());
@@ -211,15 +146,109 @@ std::string_view takeLine(std::string_view& text) {
     return line;
 }
 
-void readLine(Reader& reader, std::string_view line, int number) {
+Words wordsOf(std::string_view line) {
     if (line.find('\0') != std::string_view::npos) {
         throw Problem("a zero byte: this is no text");
     }
-    Words words = Splitter(line).words();
-    if (!words.empty()) {
-        reader.take(std::move(words), number);
-    }
+    return Splitter(line).words();
 }
+
+// Goes on behind what is wrong as if only that part of the line were not there, so that one mistake
+// is one problem.
+class Reader {
+  public:
+    explicit Reader(Problems& problems) : problems_(problems) {}
+
+    void take(std::string_view line, int number) {
+        Words words;
+        attempt(number, [&] { words = wordsOf(line); });
+        attempt(number, [&] { takeTime(words); });
+        if (!words.empty()) {
+            attempt(number, [&] { takeWords(std::move(words), number); });
+        }
+    }
+
+    std::vector<Line> lines() && {
+        while (blocks_.size() > 1) {
+            problems_.add(block().number, "'repeat' without 'end'");
+            attempt(block().number, [this] { close(); });
+        }
+        return std::move(blocks_.front().lines);
+    }
+
+  private:
+    Block& block() { return blocks_.back(); }
+
+    template <typename Work>
+    void attempt(int number, Work work) {
+        try {
+            work();
+        } catch (const Problem& problem) {
+            problems_.add(number, problem.what());
+        }
+    }
+
+    // Takes "at" or "after" and the time off the words and sets the clock.
+    void takeTime(Words& words) {
+        if (words.empty() || (words[0] != "at" && words[0] != "after")) {
+            return;
+        }
+        const Words taken(words.begin(), words.begin() + std::min<ptrdiff_t>(2, std::ssize(words)));
+        words.erase(words.begin(), words.begin() + std::ssize(taken));
+        if (words.empty()) {
+            throw Problem("'" + taken[0] + "' needs a time and something to do");
+        }
+        const milliseconds from = taken[0] == "at" ? milliseconds{} : block().now;
+        const milliseconds time = from + durationOf(taken[1]);
+        if (time < block().now) {
+            throw Problem("'at " + taken[1] + "' is earlier than the line before");
+        }
+        requireInTime(time);
+        block().now = time;
+    }
+
+    void takeWords(Words words, int number) {
+        if (words[0] == "repeat") {
+            open(words, number);
+        } else if (words[0] == "end") {
+            end(words);
+        } else {
+            block().text += textOf(words);
+            block().lines.push_back({block().now, std::move(words), number});
+        }
+    }
+
+    void open(const Words& words, int number) {
+        blocks_.push_back({1, number});
+        if (blocks_.size() > kDeepest + 1) {
+            throw Problem("more than " + std::to_string(kDeepest) + " repetitions in one another");
+        }
+        block().count = countOf(words);
+    }
+
+    void end(const Words& words) {
+        if (blocks_.size() == 1) {
+            throw Problem("'end' without 'repeat'");
+        }
+        close();
+        if (words.size() > 1) {
+            throw Problem("nothing may stand behind 'end'");
+        }
+    }
+
+    void close() {
+        const Block inner = std::move(block());
+        blocks_.pop_back();
+        if (!inner.lines.empty()) {
+            writeOut(inner, block());
+        } else if (!problems_.hasBehind(inner.number)) {
+            throw Problem("nothing to repeat since line " + std::to_string(inner.number));
+        }
+    }
+
+    Problems& problems_;
+    std::vector<Block> blocks_{Block{1, 0}};  // the script itself, then the open repetitions
+};
 
 struct Unit {
     std::string_view name;
@@ -230,29 +259,21 @@ constexpr std::array<Unit, 3> kUnits{{{"ms", 1}, {"s", 1000}, {"m", 60'000}}};
 
 }  // namespace
 
-Error::Error(std::string_view name, int number, std::string_view problem)
-    : std::runtime_error(std::string(name)
-                             .append(":")
-                             .append(std::to_string(number))
-                             .append(": ")
-                             .append(problem)) {}
-
 std::vector<Line> parse(std::string_view text, std::string_view name) {
+    Problems problems(name);
+    std::vector<Line> lines = parse(text, problems);
+    problems.throwFirst();
+    return lines;
+}
+
+std::vector<Line> parse(std::string_view text, Problems& problems) {
     if (text.size() > kMostText) {
-        throw Error(name, 1, "the script has more than 1 MiB");
+        problems.add(1, "the script has more than 1 MiB");
+        return {};
     }
-    Reader reader;
-    int number = 0;
-    while (!text.empty()) {
-        ++number;
-        try {
-            readLine(reader, takeLine(text), number);
-        } catch (const Problem& problem) {
-            throw Error(name, number, problem.what());
-        }
-    }
-    if (reader.openSince() != 0) {
-        throw Error(name, reader.openSince(), "'repeat' without 'end'");
+    Reader reader(problems);
+    for (int number = 1; !text.empty(); ++number) {
+        reader.take(takeLine(text), number);
     }
     return std::move(reader).lines();
 }

@@ -2,10 +2,11 @@
 
 #include <chrono>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "program/script_problems.h"
 
 // The language that says what happens when, as a person writes it in a file:
 //
@@ -33,20 +34,17 @@ struct Line {
     bool operator==(const Line&) const = default;
 };
 
-// What is wrong with a script, in one line: "FILE:LINE: problem".
-class Error : public std::runtime_error {
-  public:
-    Error(std::string_view name, int number, std::string_view problem);
-};
-
 // How much a script may hold.
 inline constexpr size_t kMostText = 1 << 20;  // bytes, also with its repetitions written out
 inline constexpr size_t kDeepest = 8;         // repetitions in one another
 inline constexpr std::chrono::hours kLongest{24};
 
 // Reads a script; `name` stands for it in errors. The lines come in the order of the text, which is
-// also that of their times. Throws Error.
+// also that of their times. Throws Error with the first problem.
 std::vector<Line> parse(std::string_view text, std::string_view name);
+
+// The same, adding all problems: gives the lines that can be read in spite of them.
+std::vector<Line> parse(std::string_view text, Problems& problems);
 
 // "500ms", "2s", "1.5s", "3m", no longer than kLongest; nothing for anything else.
 std::optional<std::chrono::milliseconds> parseDuration(std::string_view text);

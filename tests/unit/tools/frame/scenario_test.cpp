@@ -87,6 +87,19 @@ TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
               "x.scenario:1: '0.000' is not up or down");
 }
 
+TEST_F(ScenarioTest, AllProblemsAreTold) {
+    EXPECT_EQ(problemOf("at 2x cable eth5 down\npsu 1 12\nrepeat 3\nramp\nend\npsu 1"),
+              "x.scenario:1: '2x' is no time: write 500ms, 2s or 3m, up to 24 hours\n"
+              "x.scenario:1: a frame has no interface 'eth5'\n"
+              "x.scenario:4: a ramp is written: ramp battery 3.2 to 2.3 over 30s\n"
+              "x.scenario:6: psu needs NUMBER and VOLTS");
+}
+
+TEST_F(ScenarioTest, TooManyChangesAreToldOnce) {
+    EXPECT_EQ(problemOf("repeat 101\nramp psu 1 1 to 2 over 14m\nend\npsu 1 2\npsu 2 2"),
+              "x.scenario:2: more than 100000 changes");
+}
+
 TEST_F(ScenarioTest, RampsInRepetitionsAreBounded) {
     EXPECT_EQ(problemOf("repeat 100\nramp psu 1 1 to 2 over 14m\nend"),
               "x.scenario:2: more than 100000 changes");
