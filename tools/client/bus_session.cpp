@@ -9,11 +9,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
-
-#include <climits>
 
 #include "bus/messages.h"
 #include "bus/netstring.h"

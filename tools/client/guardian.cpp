@@ -8,10 +8,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <exception>
 #include <system_error>
-
-#include <climits>
 
 #include "client/exit_status.h"
 

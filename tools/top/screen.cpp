@@ -9,12 +9,11 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cwchar>
 #include <optional>
 #include <stdexcept>
 #include <string>
-
-#include <climits>
 
 #include "top/terminal.h"
 
