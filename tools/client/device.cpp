@@ -51,9 +51,17 @@ bool Device::read(const std::vector<std::string>& names, std::chrono::millisecon
     if (!readOnce(names, deadline)) {
         return false;
     }
-    const std::vector<std::string> open = mirror_.isDoubtful() ? names : mirror_.missing(names);
-    const bool canBeAsked = mirror_.isDoubtful() || !isThroughPrefix();
-    return open.empty() || !canBeAsked || readOnce(open, deadline);
+    const auto open = openNames(names);
+    return !open || readOnce(*open, deadline);
+}
+
+std::optional<std::vector<std::string>> Device::openNames(
+    const std::vector<std::string>& names) const {
+    if (mirror_.isDoubtful()) {
+        return names;
+    }
+    std::vector<std::string> missing = mirror_.missing(names);
+    return missing.empty() || isThroughPrefix() ? std::nullopt : std::optional(std::move(missing));
 }
 
 bool Device::readOnce(const std::vector<std::string>& names, Deadline deadline) {

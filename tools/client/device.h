@@ -62,6 +62,9 @@ class Device {
     // The same for those who cannot wait: both queue what is to be sent, and give the id that the
     // (last) answer will have.
     std::string ask(const std::vector<std::string>& names);
+    // What a reading of these names, which has ended, has to ask for once more; nothing when all is
+    // described and beyond doubt.
+    std::optional<std::vector<std::string>> openNames(const std::vector<std::string>& names) const;
     std::string askToSet(const std::string& name, UniqueJSON value);
 
     // Takes over what an announcement or an answer of the device says; other messages are passed

@@ -17,6 +17,8 @@ constexpr Moment kReconnectDelay = 1s;
 // How often the daemon has to show that it answers; how soon it is asked again when it does not.
 constexpr Moment kQuestionPeriod = 5s;
 constexpr Moment kRepeatPeriod = 1s;
+// A bus that never stops talking leaves time for keys and pictures.
+constexpr std::size_t kMostAtOnce = 256;
 
 pallctl::Patience patienceOf(const pallctl::Reach& reach) {
     const pallctl::Patience usual;
@@ -39,12 +41,13 @@ Feed::Feed(const pallctl::Reach& reach, Board& board)
       device_(session_, board.mirror(), reach.object, patience_) {}
 
 void Feed::step(Moment now) {
-    if (!session_.isOpen()) {
+    if (!session_.isOpen() && !behind_) {
         connect(now);
     }
     takeIn(now);
     giveUp(now);
     if (session_.isOpen() && !question_ && now >= nextQuestion_) {
+        isRepeated_ = false;
         ask(stale_ ? names_ : std::vector<std::string>(), now);
     }
 }
@@ -63,10 +66,15 @@ void Feed::connect(Moment now) {
 }
 
 void Feed::takeIn(Moment now) {
-    while (const auto payload = session_.receivePayload(Clock::now())) {
-        take(payload, now);
+    behind_ = true;
+    for (std::size_t taken = 0; behind_ && taken < kMostAtOnce; ++taken) {
+        if (const auto payload = session_.receivePayload(Clock::now())) {
+            take(payload, now);
+        } else {
+            behind_ = false;
+        }
     }
-    if (!session_.isOpen() && link_ != Link::noBus) {
+    if (!session_.isOpen() && !behind_ && link_ != Link::noBus) {
         become(Link::noBus, now);
         question_.reset();
         if (std::exchange(set_, std::nullopt)) {
@@ -99,8 +107,7 @@ void Feed::takeAnswer(const TarnInternalMessage& answer, Moment now) {
     }
     if (question_ && answer.uniqueId() == question_->id) {
         question_.reset();
-        stale_ = false;
-        nextQuestion_ = now + kQuestionPeriod;
+        endReading(now);
         become(Link::connected, now);
     }
     if (set_ && answer.uniqueId() == set_->id) {
@@ -109,9 +116,24 @@ void Feed::takeAnswer(const TarnInternalMessage& answer, Moment now) {
     }
 }
 
-void Feed::ask(const std::vector<std::string>& names, Moment now) {
-    question_ = Question{device_.ask(names), now + patience_.read};
+void Feed::ask(std::vector<std::string> names, Moment now) {
+    asked_ = std::move(names);
+    board_.mirror().beginReading();
+    question_ = Question{device_.ask(asked_), now + patience_.read};
     session_.flush();
+}
+
+// An answer may be lost, or overtaken by what was announced after it: once, it is asked for again.
+void Feed::endReading(Moment now) {
+    board_.mirror().endReading();
+    const auto open = isRepeated_ ? std::nullopt : device_.openNames(asked_);
+    if (open) {
+        isRepeated_ = true;
+        ask(*open, now);
+        return;
+    }
+    stale_ = false;
+    nextQuestion_ = now + kQuestionPeriod;
 }
 
 void Feed::giveUp(Moment now) {

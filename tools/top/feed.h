@@ -25,6 +25,8 @@ class Feed {
     // Readable when there is something to take in; -1 while there is no connection.
     int descriptor() const { return session_.descriptor(); }
     void step(Moment now);
+    // Whether there is more to take in than one step does: the next one is due at once.
+    bool isBehind() const { return behind_; }
 
     Link link() const { return link_; }
     Moment linkSince() const { return linkSince_; }
@@ -55,7 +57,8 @@ class Feed {
     void takeIn(Moment now);
     void take(const pallctl::BusSession::Payload& payload, Moment now);
     void takeAnswer(const TarnInternalMessage& answer, Moment now);
-    void ask(const std::vector<std::string>& names, Moment now);
+    void ask(std::vector<std::string> names, Moment now);
+    void endReading(Moment now);
     void giveUp(Moment now);
     void become(Link link, Moment now);
 
@@ -70,6 +73,9 @@ class Feed {
     Moment nextAttempt_{0};
     Moment nextQuestion_{0};
     bool stale_ = true;  // what the board holds may be old
+    bool behind_ = false;
+    std::vector<std::string> asked_;  // by name, in the reading that goes on
+    bool isRepeated_ = false;         // that reading: for what was open in the one before
     std::optional<Question> question_;
     std::optional<Question> set_;
     std::optional<Outcome> outcome_;

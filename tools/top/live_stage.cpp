@@ -34,7 +34,9 @@ class LiveStage : public Stage {
     }
 
     int descriptor() const override { return feed_.descriptor(); }
-    std::optional<Moment> untilNext() const override { return kTick; }
+    std::optional<Moment> untilNext() const override {
+        return feed_.isBehind() ? Moment(0) : kTick;
+    }
     Moment now() const override { return now_; }
     void step(View& view, Moment elapsed) override;
     Status status() const override;

@@ -1,5 +1,7 @@
 #include "top/feed.h"
 
+#include <sys/ioctl.h>
+
 #include <gmock/gmock.h>
 
 #include "messages.h"
@@ -46,11 +48,20 @@ class FeedTest : public testing::Test {
     }
     // The device answers the question that was asked last.
     void answerQuestion() { hear(answer(idOf(asked, kWhole))); }
+    // It has no parameters, and is asked twice whether that is so.
     void greet() {
         step();
         peer.accept();
-        asked = peer.read();
-        answerQuestion();
+        for (int reading = 0; reading < 2; ++reading) {
+            asked = peer.read();
+            answerQuestion();
+        }
+    }
+    void waitUntilArrived(size_t size) {
+        int waiting = 0;
+        while (waiting < static_cast<int>(size)) {
+            ASSERT_EQ(::ioctl(feed.descriptor(), FIONREAD, &waiting), 0);
+        }
     }
     void hangUp(Moment later = 0ms) {
         peer.hangUp();
@@ -147,6 +158,57 @@ TEST_F(FeedTest, ASilentDaemonIsAskedAgainForEverything) {
     EXPECT_THAT(asked, HasSubstr(R"("ipAddress")"));
     answerQuestion();
     EXPECT_EQ(feed.link(), Link::connected);
+}
+
+TEST_F(FeedTest, WhatWasNotDescribedIsAskedForOnceMore) {
+    step();
+    peer.accept();
+    asked = peer.read();
+    hear(description({descriptor("ipAddress", "INT32", "7")}));
+    answerQuestion();
+    asked = peer.read();
+    EXPECT_THAT(asked, HasSubstr(R"("psu1Voltage")"));
+    EXPECT_THAT(asked, Not(HasSubstr(R"("ipAddress")")));
+    answerQuestion();
+    step(4s);
+    step(1s);
+    EXPECT_THAT(peer.read(), Not(HasSubstr(R"("psu1Voltage")"))) << "the device has none";
+}
+
+TEST_F(FeedTest, AnAnswerThatWasOvertakenDoesNotBringBackTheOldValue) {
+    greet();
+    hear(description({descriptor("psu1Voltage", "FLOAT", "12")}));
+    hear(announcement(R"("frameName":"Quorane")"));
+    asked = peer.read();
+    hear(announcement(R"("psu1Voltage":9)"));
+    hear(description({descriptor("psu1Voltage", "FLOAT", "12")}));
+    EXPECT_EQ(valueOf(board.find("psu1Voltage")), "9");
+    answerQuestion();
+    asked = peer.read();
+    EXPECT_THAT(asked, HasSubstr(R"("psu1Voltage")")) << "in doubt";
+    hear(description({descriptor("psu1Voltage", "FLOAT", "8")}));
+    answerQuestion();
+    EXPECT_EQ(valueOf(board.find("psu1Voltage")), "8");
+}
+
+TEST_F(FeedTest, ABusThatNeverStopsTalkingLeavesTimeForOthers) {
+    greet();
+    std::string flood;
+    for (int value = 1; value <= 1000; ++value) {
+        const std::string payload = announcement("\"psu1Voltage\":" + std::to_string(value));
+        flood += std::to_string(payload.size()) + ":" + payload + ";";
+    }
+    peer.write(flood);
+    waitUntilArrived(flood.size());
+    step();
+    EXPECT_TRUE(feed.isBehind());
+    EXPECT_LT(board.find("psu1Voltage")->value->valuedouble, 1000);
+    peer.hangUp();
+    while (feed.isBehind()) {
+        step(2s);
+    }
+    EXPECT_EQ(valueOf(board.find("psu1Voltage")), "1000") << "all of it, in spite of the end";
+    EXPECT_EQ(feed.link(), Link::noBus);
 }
 
 TEST_F(FeedTest, ASetIsAnsweredByItsOwnAnswer) {

@@ -2,6 +2,7 @@
 
 #include "messages.h"
 #include "support/temporary_directory.h"
+#include "tools/listening_peer.h"
 #include "top/stage.h"
 
 namespace top {
@@ -23,6 +24,27 @@ TEST(LiveStageTest, SaysWhereItLooksAndWhatItFinds) {
     EXPECT_EQ(stage->status().linkSince, Moment(0));
     EXPECT_EQ(stage->descriptor(), -1);
     EXPECT_FALSE(stage->status().playing);
+}
+
+TEST(LiveStageTest, IsDueAgainAtOnceWhileThereIsMoreToTakeIn) {
+    ListeningPeer peer;
+    const auto stage = makeLiveStage({peer.port(), {}, {}, "system"}, "");
+    View view(stage->board(), Source::device);
+    stage->step(view, 0s);
+    peer.accept();
+    peer.writeFrame(description({descriptor("psu1Voltage", "FLOAT", "0")}));
+    for (int value = 1; value <= 1000; ++value) {
+        peer.writeFrame(announcement("\"psu1Voltage\":" + std::to_string(value)));
+    }
+    // It has come in time or is about to, and each step takes in a part.
+    int hurried = 0;
+    while (valueOf(stage->board().find("psu1Voltage")) != "1000") {
+        stage->step(view, 0s);
+        hurried += stage->untilNext() == Moment(0) ? 1 : 0;
+    }
+    EXPECT_GT(hurried, 0);
+    stage->step(view, 0s);
+    EXPECT_EQ(stage->untilNext(), Moment(1s));
 }
 
 TEST(LiveStageTest, AGoodRecordingNeedsNoWord) {
