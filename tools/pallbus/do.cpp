@@ -1,6 +1,12 @@
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "model/files.h"
@@ -39,6 +45,8 @@ std::string joined(const std::vector<std::string>& words) {
 struct Options {
     std::vector<std::string> words;
     std::string script;  // a file; empty: none
+    std::string record;  // a file; empty: none
+    bool endRecording = false;
 };
 
 // What is wrong with it is wrong without a bus, too.
@@ -55,15 +63,40 @@ std::string orderOf(const Options& options) {
     return line;
 }
 
-int tellBus(uint16_t port, const Options& options) {
-    const auto reply = tell(port, orderOf(options));
+Reply answerOf(uint16_t port, const std::string& order, const UniqueFile& file = {}) {
+    const auto reply = tell(port, order, file);
     if (!reply) {
         throw std::runtime_error("no bus on port " + std::to_string(port));
     }
-    if (!reply->done) {
-        throw BadTrouble(reply->text);
+    return *reply;
+}
+
+int makeTrouble(uint16_t port, const Options& options) {
+    const Reply reply = answerOf(port, orderOf(options));
+    if (!reply.done) {
+        throw BadTrouble(reply.text);
     }
-    print(reply->text);
+    print(reply.text);
+    return 0;
+}
+
+// A file that is there is emptied by the bus, when it takes it.
+UniqueFile openToRecord(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    if (descriptor < 0) {
+        throw std::runtime_error(path + ": " + std::generic_category().message(errno));
+    }
+    return UniqueFile(::fdopen(descriptor, "w"));
+}
+
+int beginOrEndRecording(uint16_t port, const Options& options) {
+    const Reply reply = options.endRecording
+                            ? answerOf(port, kEndRecording)
+                            : answerOf(port, recordOrder(std::filesystem::absolute(options.record)),
+                                       openToRecord(options.record));
+    if (!reply.done) {
+        throw std::runtime_error(reply.text);
+    }
     return 0;
 }
 
@@ -77,13 +110,25 @@ void addDo(Verb program, Call& call) {
         .kind("FILE")
         .check(existingFile())
         .excludes("LINE");
+    verb.add("--record", options->record, "Keep from now on what goes over the bus in a file")
+        .kind("FILE")
+        .excludes("LINE")
+        .excludes("--script");
+    verb.addFlag("--end-recording", options->endRecording, "End that")
+        .excludes("LINE")
+        .excludes("--script")
+        .excludes("--record");
     verb.excludes({"--record", "--script", "--seed", "--trouble", "--verbose"});
     verb.notes(kForms);
     verb.action([options, &call] {
-        if (options->words.empty() && options->script.empty()) {
-            throw BadUsage("LINE or --script is required");
+        const bool isTrouble = !options->words.empty() || !options->script.empty();
+        if (!isTrouble && options->record.empty() && !options->endRecording) {
+            throw BadUsage("something to do is required");
         }
-        call.toBeDone = [options, &call] { return tellBus(call.port, *options); };
+        call.toBeDone = [options, isTrouble, &call] {
+            return isTrouble ? makeTrouble(call.port, *options)
+                             : beginOrEndRecording(call.port, *options);
+        };
     });
 }
 

@@ -1,25 +1,65 @@
 #include "orders.h"
 
+#include <memory>
+#include <optional>
+#include <utility>
+
 #include "model/files.h"
+#include "program/command_line.h"
 #include "program/timed_script.h"
 
 namespace pallbus {
 
 namespace {
 
-// The line before a script.
+// What stands before a script, and before the name of a file.
 constexpr std::string_view kScript = "script\n";
+constexpr std::string_view kRecord = "record\n";
 
-std::string shown(const Disturber& disturber) {
+std::string shown(const Disturber& disturber, const Recorder& recorder) {
     std::string text;
     for (const std::string& line : disturber.show()) {
         text += line + "\n";
     }
-    return text.empty() ? "calm\n" : text;
+    text = text.empty() ? "calm\n" : text;
+    return recorder.isRecording() ? text + "# recording to " + recorder.path() + "\n" : text;
 }
 
 bool isCalm(const std::vector<Step>& plan) {
     return plan.size() == 1 && plan[0] == Step{{}, Calm{}};
+}
+
+void makeTrouble(const std::string& order, Disturber& disturber) {
+    if (order.starts_with(kScript)) {
+        disturber.play(parsePlan(order.substr(kScript.size()), "script"));
+    } else if (const std::vector<Step> plan = parseLine(order); isCalm(plan)) {
+        disturber.stop();
+    } else {
+        disturber.play(plan);
+    }
+}
+
+Reply beginRecording(Instruction instruction, Recorder& recorder) {
+    if (recorder.isRecording()) {
+        return {false, "recording to " + recorder.path() + " already"};
+    }
+    if (!instruction.file) {
+        return {false, "no file to record to came with it"};
+    }
+    const std::string path = onOneLine(instruction.text.substr(kRecord.size()));
+    recorder.begin(
+        std::make_unique<recording::Writer>(std::move(instruction.file), path, "pallbus"), path);
+    return {true, ""};
+}
+
+void endRecording(Recorder& recorder, const ControlSocket::Answer& answer) {
+    if (!recorder.isRecording()) {
+        answer({false, "nothing is being recorded"});
+        return;
+    }
+    recorder.end([answer](const std::optional<std::string>& failure) {
+        answer({!failure, failure.value_or("")});
+    });
 }
 
 }  // namespace
@@ -40,20 +80,25 @@ std::string scriptOrder(const std::string& script) {
     return std::string(kScript) + script;
 }
 
-Reply carryOut(const std::string& order, Disturber& disturber) try {
-    if (order == "show") {
-        return {true, shown(disturber)};
-    }
-    if (order.starts_with(kScript)) {
-        disturber.play(parsePlan(order.substr(kScript.size()), "script"));
-    } else if (const std::vector<Step> plan = parseLine(order); isCalm(plan)) {
-        disturber.stop();
+std::string recordOrder(const std::string& path) {
+    return std::string(kRecord) + path;
+}
+
+void carryOut(Instruction instruction, Disturber& disturber, Recorder& recorder,
+              const ControlSocket::Answer& answer) try {
+    const std::string& order = instruction.text;
+    if (order == kEndRecording) {
+        endRecording(recorder, answer);
+    } else if (order.starts_with(kRecord)) {
+        answer(beginRecording(std::move(instruction), recorder));
+    } else if (order == "show") {
+        answer({true, shown(disturber, recorder)});
     } else {
-        disturber.play(plan);
+        makeTrouble(order, disturber);
+        answer({true, ""});
     }
-    return {true, ""};
 } catch (const std::runtime_error& problem) {  // BadTrouble, script::Error
-    return {false, problem.what()};
+    answer({false, problem.what()});
 }
 
 }  // namespace pallbus

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "recorder.h"
 #include "switchboard/control.h"
 #include "switchboard/disturber.h"
 #include "trouble/plan.h"
@@ -17,7 +18,13 @@ std::vector<std::vector<Step>> plansOf(const std::vector<std::string>& lines,
 // How a running bus is told to play a script, the text of a file.
 std::string scriptOrder(const std::string& script);
 
-// What somebody told the running bus: a line of trouble, "calm", "show" or a scriptOrder.
-Reply carryOut(const std::string& order, Disturber& disturber);
+// How a running bus is told to record to the file that goes with it, of that name, and to end that.
+std::string recordOrder(const std::string& path);
+inline constexpr const char* kEndRecording = "end recording";
+
+// What somebody told the running bus: one of these, a line of trouble, "calm" or "show". Answers at
+// once, but for the end of a recording: when all of it is in the file.
+void carryOut(Instruction instruction, Disturber& disturber, Recorder& recorder,
+              const ControlSocket::Answer& answer);
 
 }  // namespace pallbus

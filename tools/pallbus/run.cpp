@@ -19,7 +19,7 @@
 #include "orders.h"
 #include "program/checks.h"
 #include "program/standard_output.h"
-#include "recording/recording.h"
+#include "recorder.h"
 #include "switchboard/bus_server.h"
 #include "switchboard/control.h"
 #include "verbs.h"
@@ -39,36 +39,6 @@ struct Options {
 void complain(const std::string& line) {
     std::fprintf(stderr, "pallbus: %s\n", line.c_str());
 }
-
-// Keeps what goes over the bus in a file, for as long as that takes it.
-class Recorder {
-  public:
-    explicit Recorder(const std::string& path) : writer_(std::in_place, path, "pallbus") {}
-    ~Recorder() {
-        if (writer_) {
-            mind(writer_->finish());
-        }
-    }
-    Recorder(const Recorder&) = delete;
-    Recorder& operator=(const Recorder&) = delete;
-
-    void see(int32_t from, std::string_view payload) {
-        if (writer_) {
-            writer_->record(from, payload);
-            mind(writer_->failure());
-        }
-    }
-
-  private:
-    void mind(const std::optional<std::string>& failure) {
-        if (failure) {
-            complain(*failure + "; going on without recording");
-            writer_.reset();
-        }
-    }
-
-    std::optional<recording::Writer> writer_;
-};
 
 // As many clients as the machine allows, not as many as a shell allows its programs.
 void raiseDescriptorLimit() {
@@ -100,15 +70,17 @@ void serve(uint16_t port, const Options& options) {
     const uint64_t seed = seedOf(options);
     asio::io_context io;
     BusServer server(io, port, seed, report);
-    const ControlSocket control(io, server.port(), [&server](const std::string& line) {
-        return carryOut(line, server.disturber());
-    });
-    std::optional<Recorder> recorder;
+    Recorder recorder(io, complain);
+    server.setWitness(
+        [&recorder](int32_t from, std::string_view payload) { recorder.see(from, payload); });
     if (!options.record.empty()) {
-        recorder.emplace(options.record);
-        server.setWitness(
-            [&recorder](int32_t from, std::string_view payload) { recorder->see(from, payload); });
+        recorder.begin(std::make_unique<recording::Writer>(options.record, "pallbus"),
+                       options.record);
     }
+    const ControlSocket control(
+        io, server.port(), [&](Instruction instruction, const ControlSocket::Answer& answer) {
+            carryOut(std::move(instruction), server.disturber(), recorder, answer);
+        });
     // Who is told that the bus listens may end it at once.
     asio::signal_set stop(io, SIGINT, SIGTERM);
     stop.async_wait([&io](const asio::error_code&, int) { io.stop(); });

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -47,6 +48,9 @@ class Writer {
     // Makes the file, or empties the one that is there, and begins it with the first line, which
     // says now. `by` is the recording program's name. Throws std::runtime_error, "PATH: reason".
     Writer(const std::string& path, std::string by);
+    // The same with an open file, which `path` is only the name of, and which is emptied. Does not
+    // wait for the disk, and so does not throw: failure() tells.
+    Writer(UniqueFile file, std::string path, std::string by);
     // Like finish(), for those who do not want to know.
     ~Writer();
     Writer(const Writer&) = delete;
@@ -61,6 +65,9 @@ class Writer {
     // enough to be asked after each message.
     std::optional<std::string> failure() const;
 
+    // The same as finish() for those who cannot wait: calls `ended` on another thread when finish()
+    // has nothing to wait for any more. At most once, and not after finish().
+    void end(std::function<void()> ended);
     // Brings all that was recorded to the file, which takes no more from then on. Gives failure().
     std::optional<std::string> finish();
 
@@ -79,6 +86,7 @@ class Writer {
     std::string waiting_;
     std::optional<std::string> failure_;
     bool finishing_ = false;
+    std::function<void()> ended_;
 
     std::thread thread_;
 };

@@ -1,3 +1,4 @@
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -24,22 +25,54 @@ UniqueFile opened(const std::string& path) {
     if (!file) {
         throw std::runtime_error(path + ": " + systemText(errno));
     }
-    // Lines are collected here, not twice.
-    std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return file;
+}
+
+std::string firstLine(std::string by) {
+    const auto start =
+        std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
+    return lineOf(Header{start, std::move(by)}) + "\n";
+}
+
+// Lines are collected here, not twice.
+void keepNothingBack(FILE* file) {
+    std::setvbuf(file, nullptr, _IONBF, 0);
+}
+
+// What cannot be written is an error of the call, and no reason to die of a signal.
+void blockSignalsOfWriting() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    sigaddset(&signals, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
 }  // namespace
 
 Writer::Writer(const std::string& path, std::string by)
     : path_(path), start_(std::chrono::steady_clock::now()), file_(opened(path)) {
-    const auto start =
-        std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
-    writeBatch(lineOf(Header{start, std::move(by)}) + "\n");
+    keepNothingBack(file_.get());
+    writeBatch(firstLine(std::move(by)));
     if (failure_) {
         throw std::runtime_error(*failure_);
     }
     thread_ = std::thread([this] { writeOut(); });
+}
+
+Writer::Writer(UniqueFile file, std::string path, std::string by)
+    : path_(std::move(path)),
+      start_(std::chrono::steady_clock::now()),
+      file_(std::move(file)),
+      waiting_(firstLine(std::move(by))) {
+    keepNothingBack(file_.get());
+    thread_ = std::thread([this] {
+        // What cannot be emptied, such as a pipe, holds nothing.
+        if (ftruncate(fileno(file_.get()), 0) != 0 && errno != EINVAL) {
+            fail(systemText(errno));
+        }
+        writeOut();
+    });
 }
 
 Writer::~Writer() {
@@ -78,6 +111,15 @@ std::optional<std::string> Writer::failure() const {
     return failure_;
 }
 
+void Writer::end(std::function<void()> ended) {
+    {
+        const std::lock_guard lock(mutex_);
+        finishing_ = true;
+        ended_ = std::move(ended);
+    }
+    changed_.notify_one();
+}
+
 std::optional<std::string> Writer::finish() {
     {
         const std::lock_guard lock(mutex_);
@@ -91,6 +133,7 @@ std::optional<std::string> Writer::finish() {
 }
 
 void Writer::writeOut() {
+    blockSignalsOfWriting();
     bool finishing = false;
     while (!finishing) {
         std::string batch;
@@ -102,6 +145,9 @@ void Writer::writeOut() {
             finishing = finishing_;
         }
         writeBatch(batch);
+    }
+    if (ended_) {  // set with finishing_, which was the last to be set
+        ended_();
     }
 }
 

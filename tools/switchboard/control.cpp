@@ -1,5 +1,7 @@
 #include "switchboard/control.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <utility>
 
@@ -8,6 +10,7 @@
 #include <asio/write.hpp>
 
 #include "program/timed_script.h"
+#include "switchboard/passed_file.h"
 
 namespace pallbus {
 
@@ -40,6 +43,7 @@ void ControlSocket::accept() {
         }
         endLater();
         if (!error) {
+            instruction_ = {};
             read();
         }
     });
@@ -48,14 +52,15 @@ void ControlSocket::accept() {
 // Also after a failed attempt, so that one for want of descriptors is not made again at once.
 void ControlSocket::endLater() {
     patience_.expires_after(kPatience);
-    patience_.async_wait([this](const asio::error_code& error) {
-        if (!error) {
+    patience_.async_wait([this, call = call_](const asio::error_code& error) {
+        if (!error && call == call_) {
             next();
         }
     });
 }
 
 void ControlSocket::next() {
+    ++call_;
     asio::error_code ignored;
     caller_.close(ignored);
     patience_.cancel();
@@ -63,35 +68,65 @@ void ControlSocket::next() {
 }
 
 void ControlSocket::read() {
-    text_.clear();
-    asio::async_read(caller_, asio::dynamic_buffer(text_, kLongestText),
-                     [this](const asio::error_code& error, size_t) {
-                         if (error == asio::error::eof) {
-                             answer();
-                         } else if (error != asio::error::operation_aborted) {
-                             next();  // too long, or the caller has gone
-                         }
-                     });
+    caller_.async_wait(stream_protocol::socket::wait_read,
+                       [this, call = call_](const asio::error_code& error) {
+                           if (!error && call == call_) {
+                               readOn();
+                           }
+                       });
 }
 
-void ControlSocket::answer() {
-    const Reply reply = handle_(text_);
+void ControlSocket::readOn() {
+    const ssize_t size =
+        receiveWithFile(caller_.native_handle(), instruction_.text, instruction_.file);
+    if (size == 0) {
+        patience_.cancel();  // from here on it is the bus that takes its time
+        handle_(std::move(instruction_), [this, call = call_](const Reply& reply) {
+            if (call == call_) {
+                answer(reply);
+            }
+        });
+    } else if (instruction_.text.size() <= kLongestText && (size > 0 || errno == EAGAIN)) {
+        read();
+    } else {
+        next();
+    }
+}
+
+void ControlSocket::answer(const Reply& reply) {
+    endLater();
     reply_ = std::string(reply.done ? kDone : kNotDone) + reply.text;
-    asio::async_write(caller_, asio::buffer(reply_), [this](const asio::error_code& error, size_t) {
-        if (error != asio::error::operation_aborted) {
-            next();
-        }
-    });
+    asio::async_write(caller_, asio::buffer(reply_),
+                      [this, call = call_](const asio::error_code&, size_t) {
+                          if (call == call_) {
+                              next();
+                          }
+                      });
 }
 
-std::optional<Reply> tell(uint16_t port, const std::string& text) {
+namespace {
+
+// All of the text, and the file with the first of it.
+void send(stream_protocol::socket& socket, const std::string& text, const UniqueFile& file) {
+    size_t sent = 0;
+    if (file) {
+        const ssize_t size = sendWithFile(socket.native_handle(), text, file);
+        sent = static_cast<size_t>(std::max<ssize_t>(size, 0));
+    }
+    asio::error_code error;
+    asio::write(socket, asio::buffer(text) + sent, error);
+    socket.shutdown(stream_protocol::socket::shutdown_send, error);
+}
+
+}  // namespace
+
+std::optional<Reply> tell(uint16_t port, const std::string& text, const UniqueFile& file) {
     asio::io_context io;
     stream_protocol::socket socket(io);
     asio::error_code error;
     socket.connect(nameOf(port), error);
     if (!error) {
-        asio::write(socket, asio::buffer(text), error);
-        socket.shutdown(stream_protocol::socket::shutdown_send, error);
+        send(socket, text, file);
     }
     std::string answer;
     asio::read(socket, asio::dynamic_buffer(answer), error);

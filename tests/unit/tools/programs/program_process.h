@@ -26,6 +26,7 @@ class ProgramProcess {
     std::string readLine() { return output_.readLine(); }
     // Whether something more has come, or comes within that time.
     bool hasOutput(std::chrono::milliseconds time) const { return output_.hasMore(time); }
+    bool hasErrors(std::chrono::milliseconds time) const { return errors_.hasMore(time); }
     std::string readErrorLine() { return errors_.readLine(); }
     // Everything else until the stream ends.
     std::string restOfOutput() { return output_.readAll(); }

@@ -1,6 +1,11 @@
 // pallbus --record from outside: what the file holds after things went over the bus.
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
 
 #include <gmock/gmock.h>
 
@@ -11,6 +16,7 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 using recording::Entry;
 using recording::Reader;
 using testing::HasSubstr;
@@ -93,9 +99,10 @@ TEST_F(RecordTest, SaysOnceThatTheDiskIsFullAndGoesOnWithout) {
     client.send(kRequest + large);
     EXPECT_TRUE(client.isQuiet());
     // The file is written each second, and the next message finds out.
-    while (directory_.read("bus.rec").size() < 512) {
-        EXPECT_TRUE(client.isQuiet());
+    while (!bus.hasErrors(0ms)) {
+        ASSERT_TRUE(client.isQuiet());
     }
+    EXPECT_EQ(directory_.read("bus.rec").size(), 512u);
     EXPECT_TRUE(client.isQuiet());
     EXPECT_TRUE(client.isQuiet());
     end(bus);
@@ -106,6 +113,106 @@ TEST_F(RecordTest, SaysWhyItCannotBegin) {
     ProgramProcess bus(pallbusCommand({"--port=0", "--record=/nowhere/bus.rec"}));
     EXPECT_EQ(bus.wait(), 1);
     EXPECT_EQ(bus.errors(), "pallbus: /nowhere/bus.rec: No such file or directory\n");
+}
+
+// A bus that runs, and is told to record.
+class RecordLaterTest : public RecordTest {
+  protected:
+    Outcome order(const std::vector<std::string>& words) {
+        std::vector<std::string> all{"do", "--port", bus_.portText()};
+        all.insert(all.end(), words.begin(), words.end());
+        return runProgram(pallbusCommand(all));
+    }
+
+    void expectDone(const std::vector<std::string>& words) {
+        const Outcome outcome = order(words);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.output + outcome.errors, "");
+    }
+
+    void expectRefused(const std::vector<std::string>& words, const std::string& why) {
+        const Outcome outcome = order(words);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.errors, "pallbus: " + why + "\n");
+    }
+
+    BusProcess bus_;
+    BusPeer client_{bus_.port(), 20};
+};
+
+TEST_F(RecordLaterTest, IsToldWhenToBeginAndWhenToEnd) {
+    client_.send("before");
+    EXPECT_TRUE(client_.isQuiet());
+    expectDone({"--record", path_});
+    EXPECT_EQ(order({"show"}).output, "calm\n# recording to " + path_ + "\n");
+    client_.send(kRequest);
+    EXPECT_TRUE(client_.isQuiet());
+    expectDone({"--end-recording"});
+    const std::vector<Entry> entries = entriesOf(path_);
+    ASSERT_EQ(entries.size(), 3U) << "the request, a heartbeat and its answer";
+    EXPECT_EQ(entries[0].payload, kRequest);
+    client_.send("after");
+    EXPECT_TRUE(client_.isQuiet());
+    EXPECT_EQ(entriesOf(path_).size(), 3U);
+    EXPECT_EQ(order({"show"}).output, "calm\n");
+}
+
+TEST_F(RecordLaterTest, BeginsTheFileOfWhoAskedAnew) {
+    directory_.write("bus.rec", std::string(100'000, 'x'));
+    const std::string command = pallbusCommand({}).front() + " do --record bus.rec -p ";
+    const Outcome outcome = runProgram({"/bin/sh", "-c", "cd \"$0\" && exec " + command + "\"$1\"",
+                                        directory_.path(""), bus_.portText()});
+    EXPECT_EQ(outcome.errors, "");
+    expectDone({"--end-recording"});
+    EXPECT_THAT(entriesOf(path_), testing::IsEmpty());
+}
+
+TEST_F(RecordLaterTest, IsOneAtATime) {
+    expectRefused({"--end-recording"}, "nothing is being recorded");
+    expectDone({"--record", path_});
+    directory_.write("other.rec", "mine");
+    expectRefused({"--record", directory_.path("other.rec")}, "recording to " + path_ + " already");
+    EXPECT_EQ(directory_.read("other.rec"), "mine");
+    expectDone({"--end-recording"});
+    expectDone({"--record", directory_.path("other.rec")});
+    expectDone({"--end-recording"});
+    EXPECT_THAT(entriesOf(directory_.path("other.rec")), testing::IsEmpty());
+}
+
+TEST_F(RecordLaterTest, IsRefusedAFileThatWhoAsksCannotWrite) {
+    expectRefused({"--record", "/nowhere/bus.rec"}, "/nowhere/bus.rec: No such file or directory");
+    EXPECT_EQ(runProgram(pallbusCommand({"do", "--port=1", "--record", path_})).errors,
+              "pallbus: no bus on port 1\n");
+    for (const auto& words : std::vector<std::vector<std::string>>{
+             {"--record", path_, "drop"}, {"--end-recording", "--record", path_}}) {
+        EXPECT_EQ(order(words).status, 2);
+    }
+}
+
+TEST_F(RecordLaterTest, CostsNobodyAMessageWhenTheDiskIsFull) {
+    expectDone({"--record", "/dev/full"});
+    while (!bus_.process().hasErrors(0ms)) {
+        ASSERT_TRUE(client_.isQuiet());
+    }
+    EXPECT_EQ(bus_.process().readErrorLine(),
+              "pallbus: /dev/full: No space left on device; going on without recording");
+    EXPECT_TRUE(client_.isQuiet());
+    expectRefused({"--end-recording"}, "nothing is being recorded");
+}
+
+TEST_F(RecordLaterTest, CostsNobodyAMessageWhenTheDiskHangs) {
+    ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
+    const int unread = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
+    expectDone({"--record", path_});
+    const std::string large(10'000'000, ' ');
+    for (int number = 0; number < 8; ++number) {
+        ASSERT_TRUE(client_.send(kRequest + large));
+    }
+    EXPECT_TRUE(client_.isQuiet());
+    EXPECT_EQ(bus_.process().readErrorLine(),
+              "pallbus: " + path_ + ": the disk is too slow; going on without recording");
+    EXPECT_TRUE(client_.isQuiet());
+    ::close(unread);
 }
 
 }  // namespace

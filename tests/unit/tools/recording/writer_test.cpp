@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdio>
+#include <future>
 #include <string_view>
 #include <thread>
 
@@ -83,6 +85,40 @@ TEST_F(WriterTest, BringsLinesToTheFileWithoutBeingAsked) {
         std::this_thread::yield();
     }
     EXPECT_EQ(entriesOf(path_).size(), 1U);
+}
+
+TEST_F(WriterTest, EmptiesAFileThatIsOpenAlready) {
+    directory_.write("a.rec", std::string(1000, 'x'));
+    UniqueFile file(fopen(path_.c_str(), "r+"));
+    Writer writer(std::move(file), path_, "a test");
+    writer.record(8, "one");
+    EXPECT_EQ(writer.finish(), std::nullopt);
+    EXPECT_EQ(entriesOf(path_).size(), 1U);
+}
+
+TEST_F(WriterTest, TellsOfAnOpenFileThatCannotBeWritten) {
+    Writer writer(UniqueFile(fopen("/dev/full", "r+")), "some.rec", "a test");
+    EXPECT_EQ(writer.finish(), "some.rec: No space left on device");
+}
+
+TEST_F(WriterTest, CallsBackWhenAllIsInTheFile) {
+    Writer writer(path_, "a test");
+    writer.record(8, "one");
+    std::promise<size_t> entries;
+    writer.end([&] { entries.set_value(entriesOf(path_).size()); });
+    EXPECT_EQ(entries.get_future().get(), 1U);
+    writer.record(8, "too late");
+    EXPECT_EQ(writer.finish(), std::nullopt);
+    EXPECT_EQ(entriesOf(path_).size(), 1U);
+}
+
+TEST_F(WriterTest, OutlivesTheReaderOfAPipe) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    Writer writer(UniqueFile(fdopen(ends[1], "w")), "a pipe", "a test");
+    close(ends[0]);
+    writer.record(8, "one");
+    EXPECT_EQ(writer.finish(), "a pipe: Broken pipe");
 }
 
 TEST_F(WriterTest, SaysWhyItCannotBegin) {
