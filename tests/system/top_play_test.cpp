@@ -68,6 +68,18 @@ TEST_F(TopPlay, PlaysWhatTheBusRecorded) {
     terminal->waitFor("  quoraneUsersEnabled      Enabled");
 }
 
+// Nobody asked for descriptions while the bus recorded.
+TEST_F(TopPlay, LabelsWhatWasOnlyAnnounced) {
+    frame.write("/run/made.rec",
+                R"({"recording":1,"start":"2026-11-21T15:30:00.000000Z","by":"test"})"
+                "\n"
+                R"({"at":0.000000,"from":8,"payload":"[\"NOT\", \"system\", 8, 0, 0]\n)"
+                R"({\"param\":{\"sshEnabled\":0}}"})"
+                "\n");
+    open({"--play", "/run/made.rec"}, {.columns = 100});
+    terminal->waitFor("*sshEnabled               SSH Server             Disabled");
+}
+
 TEST_F(TopPlay, PausesSeeksAndChangesItsSpeed) {
     frame.write("/run/made.rec",
                 R"({"recording":1,"start":"2026-11-21T15:30:00.000000Z","by":"test"})"
@@ -88,7 +100,7 @@ TEST_F(TopPlay, PausesSeeksAndChangesItsSpeed) {
     terminal->waitFor("1:0");
     terminal->waitFor(" One");
     terminal->type(" ++++++++++");
-    terminal->waitFor("2:00/2:00 x64");
+    terminal->waitFor("2:00/2:00 end");
     terminal->waitFor(" Two");
     terminal->type(" ");
     terminal->press({"Left"});

@@ -34,7 +34,8 @@ TEST_F(TopOnBrio, ShowsThePanelsAndTheFirstGroups) {
             "  quoraneUsersEnabled      Enabled", " Network", "  ipAddress                10.0.0.5",
             "  netmask                  255.255.255.0", "  gateway                  10.0.0.1",
             "  restartNetwork           Cancel", " Ethernet ports", "  ethPort1Status           0",
-            "", " q quit  ? help  / search  n N next  f filter  Enter set  r record"));
+            std::string(71, ' ') + "25 below",
+            " q quit  ? help  / search  n N next  f filter  Enter set  r record"));
 }
 
 TEST_F(TopOnBrio, ScrollsToTheEnd) {

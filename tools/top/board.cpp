@@ -1,11 +1,32 @@
 #include "top/board.h"
 
+#include <utility>
+
+#include "client/catalogue_descriptors.h"
 #include "client/human_form.h"
 #include "top/text.h"
 
 namespace top {
 
 using pallctl::Parameter;
+
+namespace {
+
+// By the last part of the name.
+const std::map<std::string, pallctl::Descriptor>& catalogue() {
+    static const auto rows = [] {
+        const pallctl::DeviceObject object(pallctl::kDaemonObject);
+        std::map<std::string, pallctl::Descriptor> all;
+        for (pallctl::Descriptor& descriptor : pallctl::catalogueDescriptors()) {
+            const std::string leaf = object.leafOf(descriptor.name);
+            all.emplace(leaf, std::move(descriptor));
+        }
+        return all;
+    }();
+    return rows;
+}
+
+}  // namespace
 
 Board::Board(const std::string& object) : object_(object) {
     listen();
@@ -20,8 +41,25 @@ bool Board::take(const TarnInternalMessage& message, Moment at) {
     now_ = at;
     const bool arrived = object_.hear(message, mirror_);
     object_.takeDescriptors(message, mirror_);
+    describeFromCatalogue();
     sample(at);
     return arrived;
+}
+
+// What was only announced: nobody need have asked while a recording was made, and through a prefix
+// nobody can.
+void Board::describeFromCatalogue() {
+    if (object_.home() != pallctl::kDaemonObject) {
+        return;
+    }
+    for (const Parameter* heard : mirror_.all()) {
+        const auto known = catalogue().find(leafOf(*heard));
+        if (heard->descriptor.type.empty() && known != catalogue().end()) {
+            pallctl::Descriptor descriptor = known->second;
+            descriptor.name = heard->descriptor.name;
+            mirror_.describe({std::move(descriptor), copyJSON(heard->value.get())});
+        }
+    }
 }
 
 void Board::lose(Moment at) {

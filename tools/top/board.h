@@ -31,8 +31,9 @@ class Board {
     Board(const Board&) = delete;
     Board& operator=(const Board&) = delete;
 
-    // Takes over what the message says of the device; times do not go back. True when it says that
-    // the daemon is new on the bus, so that what is known here may be old.
+    // Takes over what the message says of the device; times do not go back. What is announced
+    // without ever having been described is what the daemon's catalogue says. True when it says
+    // that the daemon is new on the bus, so that what is known here may be old.
     bool take(const TarnInternalMessage& message, Moment at);
     // Nothing is heard from now on: values stay as they were last known, the graphs break off.
     void lose(Moment at);
@@ -54,6 +55,7 @@ class Board {
 
   private:
     void listen();
+    void describeFromCatalogue();
     void sample(Moment at);
     static void sample(History& history, double volts, Moment at);
 

@@ -71,7 +71,15 @@ std::vector<Line> panelsOf(const Scene& scene, const Size& size, const Plan& pla
 // A row of the table: a heading, or a parameter.
 struct Row {
     Line line;
+    bool isParameter = false;
     bool isSelected = false;
+};
+
+// As much of it as there is room for, and how many parameters there was none for.
+struct Table {
+    std::vector<Line> lines;
+    std::ptrdiff_t above = 0;
+    std::ptrdiff_t below = 0;
 };
 
 Line parameterLine(const Scene& scene, const Parameter& parameter, const Size& size) {
@@ -100,7 +108,7 @@ std::vector<Row> rowsOf(const Scene& scene, const Size& size) {
     for (const Section& section : scene.view.sections()) {
         rows.push_back({{{" " + showable(section.title), Style::heading}}});
         for (const Parameter* parameter : section.parameters) {
-            rows.push_back({parameterLine(scene, *parameter, size), parameter == selected});
+            rows.push_back({parameterLine(scene, *parameter, size), true, parameter == selected});
         }
     }
     return rows;
@@ -116,19 +124,38 @@ Line selectedLine(const Line& line, std::size_t columns) {
 
 // The rows around the selected one, which stays in the middle as long as there are rows to fill
 // the table on either side.
-std::vector<Line> tableOf(const Scene& scene, const Size& size, std::size_t room) {
+Table tableOf(const Scene& scene, const Size& size, std::size_t room) {
     const std::vector<Row> rows = rowsOf(scene, size);
     const auto selected =
         std::find_if(rows.begin(), rows.end(), [](const Row& row) { return row.isSelected; });
     const auto at = static_cast<std::size_t>(selected - rows.begin());
     const std::size_t last = rows.size() > room ? rows.size() - room : 0;
     const std::size_t first = std::min(at > room / 2 ? at - room / 2 : 0, last);
-    std::vector<Line> lines;
-    for (std::size_t row = first; row < std::min(rows.size(), first + room); ++row) {
-        lines.push_back(rows[row].isSelected ? selectedLine(rows[row].line, size.columns)
-                                             : rows[row].line);
+    const auto begin = rows.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto end = begin + static_cast<std::ptrdiff_t>(std::min(room, rows.size() - first));
+    const auto isParameter = [](const Row& row) { return row.isParameter; };
+    Table table;
+    table.above = std::count_if(rows.begin(), begin, isParameter);
+    table.below = std::count_if(end, rows.end(), isParameter);
+    std::transform(begin, end, std::back_inserter(table.lines), [&](const Row& row) {
+        return row.isSelected ? selectedLine(row.line, size.columns) : row.line;
+    });
+    return table;
+}
+
+// Where there is more, at the end of the line for notices; what that says comes first.
+Line withHidden(const Line& notice, const Table& table, std::size_t columns) {
+    std::string text;
+    if (table.above > 0) {
+        text = std::to_string(table.above) + " above";
     }
-    return lines;
+    if (table.below > 0) {
+        text += (text.empty() ? "" : ", ") + std::to_string(table.below) + " below";
+    }
+    const Line hidden{{text + " ", Style::dim}};
+    return !text.empty() && columnsOf(notice) + columnsOf(hidden) < columns
+               ? justified(notice, hidden, columns)
+               : notice;
 }
 
 void addLines(Picture& picture, std::vector<Line> lines, std::size_t count) {
@@ -137,8 +164,7 @@ void addLines(Picture& picture, std::vector<Line> lines, std::size_t count) {
                          std::make_move_iterator(lines.end()));
 }
 
-void addFoot(Picture& picture, const Scene& scene, const Size& size, const Plan& plan) {
-    Foot foot = footOf(scene, size.columns);
+void addFoot(Picture& picture, const Foot& foot, const Plan& plan) {
     const bool asks = foot.cursor.has_value();
     if (plan.footRows == 2) {
         picture.lines.push_back(foot.notice);
@@ -161,15 +187,18 @@ Picture layOut(const Scene& scene, const Size& size) {
     const Plan plan = planOf(size);
     Picture picture;
     picture.lines.push_back(barOf(scene, size.columns));
+    Foot foot = footOf(scene, size.columns);
     if (scene.view.mode() == Mode::help) {
         addLines(picture, helpLines(scene), plan.panelRows + plan.tableRows);
     } else {
         if (plan.panelRows > 0) {
             addLines(picture, panelsOf(scene, size, plan), plan.panelRows);
         }
-        addLines(picture, tableOf(scene, size, plan.tableRows), plan.tableRows);
+        Table table = tableOf(scene, size, plan.tableRows);
+        foot.notice = withHidden(foot.notice, table, size.columns);
+        addLines(picture, std::move(table.lines), plan.tableRows);
     }
-    addFoot(picture, scene, size, plan);
+    addFoot(picture, foot, plan);
     picture.lines.resize(size.rows);
     for (Line& line : picture.lines) {
         line = fittedLine(line, size.columns);

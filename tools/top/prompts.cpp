@@ -42,14 +42,20 @@ std::string linkText(const Status& status, Moment now) {
     return missing + (" for " + ageText(now - status.linkSince));
 }
 
+std::string paceText(const Playing& playing) {
+    if (playing.at >= playing.length) {
+        return "end";
+    }
+    return playing.paused ? "paused" : speedText(playing.speed);
+}
+
 std::string stateText(const Scene& scene) {
     const Status& status = scene.status;
     if (!status.playing) {
         return linkText(status, scene.now);
     }
     const Playing& playing = *status.playing;
-    return clockText(playing.at) + "/" + clockText(playing.length) + " " +
-           (playing.paused ? "paused" : speedText(playing.speed));
+    return clockText(playing.at) + "/" + clockText(playing.length) + " " + paceText(playing);
 }
 
 std::string rangeText(const Descriptor& descriptor) {
@@ -136,8 +142,10 @@ Line noticeOf(const Scene& scene) {
                  Style::prompt}};
     }
     if (!view.filter().empty()) {
-        return {
-            {" only what matches " + showable(view.filter()) + " (Esc shows all)", Style::prompt}};
+        const bool isEmpty = !view.selected();
+        return {{(isEmpty ? " nothing matches " : " only what matches ") + showable(view.filter()) +
+                     " (Esc shows all)",
+                 isEmpty ? Style::bad : Style::prompt}};
     }
     return {};
 }
@@ -176,6 +184,7 @@ Foot footOf(const Scene& scene, std::size_t columns) {
             break;
         case Mode::filter:
             foot = typed(scene, "filter: ", columns);
+            foot.notice = noticeOf(scene);
             break;
         case Mode::edit:
             foot = typed(scene, "new value: ", columns);

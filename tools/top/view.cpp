@@ -96,6 +96,7 @@ Request View::pressBrowse(const Key& key) {
 void View::pressSearch(const Key& key) {
     if (key.code == KeyCode::enter) {
         mode_ = Mode::browse;
+        find(0, 1);  // says again when that is nowhere
     } else if (key.code == KeyCode::escape) {
         mode_ = Mode::browse;
         selected_ = beforehand_;
@@ -182,6 +183,14 @@ void View::find(std::ptrdiff_t start, std::ptrdiff_t step) {
         }
     }
     say({"nothing matches " + showable(search_), Style::bad});
+}
+
+void View::findOnward(std::ptrdiff_t step) {
+    if (search_.empty()) {
+        say({"nothing to search for yet: type / and a text", Style::bad});
+    } else {
+        find(step, step);
+    }
 }
 
 }  // namespace top

@@ -104,8 +104,8 @@ class View {
     void startFilter();
     void startEdit();
     void help() { mode_ = Mode::help; }
-    void nextMatch() { find(1, 1); }
-    void previousMatch() { find(-1, -1); }
+    void nextMatch() { findOnward(1); }
+    void previousMatch() { findOnward(-1); }
     void clearFilter() { filter_.clear(); }
 
     std::vector<const pallctl::Parameter*> visible() const;
@@ -113,6 +113,7 @@ class View {
     void select(std::size_t position);
     void move(std::ptrdiff_t rows);
     void find(std::ptrdiff_t start, std::ptrdiff_t step);
+    void findOnward(std::ptrdiff_t step);
     void nextChoice(std::ptrdiff_t step);
     void propose();
 

@@ -26,6 +26,21 @@ TEST_F(BoardTest, KnowsWhatWasDescribedAndAnnounced) {
     EXPECT_EQ(shown("nothing"), "-");
 }
 
+TEST_F(BoardTest, WhatNobodyDescribedIsAsTheCatalogueHasIt) {
+    announce(R"("sshEnabled":0,"gateway":167772161,"strange":1)");
+    EXPECT_EQ(shown("sshEnabled"), "Disabled");
+    EXPECT_EQ(board.find("sshEnabled")->descriptor.label, "SSH Server");
+    EXPECT_EQ(shown("gateway"), "10.0.0.1");
+    EXPECT_EQ(board.find("strange")->descriptor.type, "");
+    describe({descriptor("sshEnabled", "INT32", "0")});
+    EXPECT_EQ(board.find("sshEnabled")->descriptor.label, "sshEnabled label")
+        << "the device knows better";
+
+    Board other("mixer");
+    other.take(received("[\"NOT\", \"mixer\", 8, 0, 0]\n{\"param\":{\"sshEnabled\":1}}"), now);
+    EXPECT_EQ(other.find("sshEnabled")->descriptor.label, "") << "no daemon's device";
+}
+
 TEST_F(BoardTest, ReadingIsNoChangeUntilSomethingElseIsRead) {
     describe({descriptor("a", "INT32", "1")});
     EXPECT_EQ(board.changedAt("system.a"), std::nullopt);

@@ -207,7 +207,8 @@ TEST_F(FeedTest, ABusThatNeverStopsTalkingLeavesTimeForOthers) {
     while (feed.isBehind()) {
         step(2s);
     }
-    EXPECT_EQ(valueOf(board.find("psu1Voltage")), "1000") << "all of it, in spite of the end";
+    EXPECT_EQ(board.find("psu1Voltage")->value->valuedouble, 1000)
+        << "all of it, in spite of the end";
     EXPECT_EQ(feed.link(), Link::noBus);
 }
 

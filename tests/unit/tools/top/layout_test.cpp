@@ -114,6 +114,19 @@ TEST_F(LayoutTest, TheSelectedRowStaysInSight) {
     EXPECT_THAT(table({9, 60}).back(), StartsWith("  x199")) << "no empty rows at the end";
 }
 
+TEST_F(LayoutTest, TellsHowManyParametersThereIsNoRoomFor) {
+    const auto foot = [&](const Size& size) { return textOf(picture(size).lines[size.rows - 2]); };
+    EXPECT_EQ(foot({12, 60}), "") << "all are there";
+    EXPECT_EQ(foot({6, 60}), std::string(52, ' ') + "2 below");
+    press(view, KeyCode::end);
+    EXPECT_EQ(foot({6, 60}), std::string(52, ' ') + "2 above");
+    press(view, KeyCode::up);
+    EXPECT_EQ(foot({6, 60}), std::string(43, ' ') + "2 above, 1 below");
+    type(view, "/nowhere");
+    EXPECT_THAT(foot({6, 60}), StartsWith(" nothing matches nowhere "));
+    EXPECT_EQ(foot({6, 28}), " nothing matches nowhere") << "a notice comes first";
+}
+
 TEST_F(LayoutTest, FillsAScreenOfAnySizeAndNoMore) {
     announce(
         R"("systemName":"a very long name that no small screen has the room for 東京東京東京")");

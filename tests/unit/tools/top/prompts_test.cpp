@@ -69,6 +69,17 @@ TEST_F(PromptsTest, TheBarShowsWhereARecordingIs) {
     EXPECT_THAT(bar(), EndsWith(" out.rec · 1:02/10:00 x0.5"));
     status.playing->paused = true;
     EXPECT_THAT(bar(), EndsWith(" out.rec · 1:02/10:00 paused"));
+    status.playing->at = status.playing->length;
+    EXPECT_THAT(bar(), EndsWith(" out.rec · 10:00/10:00 end"));
+}
+
+TEST_F(PromptsTest, AFilterThatLetsNothingThroughSaysSo) {
+    type(view, "fssh");
+    EXPECT_EQ(notice(), " only what matches ssh (Esc shows all)");
+    type(view, "x");
+    EXPECT_EQ(notice(), " nothing matches sshx (Esc shows all)");
+    press(view, KeyCode::enter);
+    EXPECT_EQ(notice(), " nothing matches sshx (Esc shows all)");
 }
 
 TEST_F(PromptsTest, EditingSaysWhatFits) {

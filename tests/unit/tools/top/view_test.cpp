@@ -104,6 +104,14 @@ TEST_F(ViewTest, SaysWhenNothingMatches) {
     press(view, KeyCode::backspace);
     EXPECT_EQ(view.notice().text, "");
     EXPECT_EQ(selected(), "sshEnabled");
+    type(view, "y");
+    press(view, KeyCode::enter);
+    EXPECT_THAT(view.notice().text, HasSubstr("nothing matches sshy")) << "not only while typing";
+}
+
+TEST_F(ViewTest, SaysThatThereIsNothingToSearchForYet) {
+    type(view, "n");
+    EXPECT_THAT(view.notice().text, HasSubstr("type / and a text"));
 }
 
 TEST_F(ViewTest, AFilterHidesWhatDoesNotMatch) {
