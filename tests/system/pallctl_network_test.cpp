@@ -133,9 +133,9 @@ TEST_F(PallctlNetwork, SaysWhatCannotBeSetAndWhatItHasNoFormFor) {
 }
 
 TEST_F(PallctlNetwork, BeginsALineOfItsOwnBehindItsQuestion) {
-    const Result result = pallctl(network(kAll, {"--confirm-within=2m"}));
-    EXPECT_EQ(result.status, 7) << "there was no input";
-    EXPECT_THAT(result.error, HasSubstr(" s, or no: \npallctl: network: setting the old"));
+    Terminal terminal(program("pallctl", network(kAll, {"--confirm-within=50ms"})));
+    EXPECT_EQ(terminal.waitForEnd(), 7);
+    terminal.screen().waitFor(" s, or no: \r\npallctl: network: setting the old");
 }
 
 TEST_F(PallctlNetwork, TakesTheTypedYes) {
@@ -155,6 +155,17 @@ TEST_F(PallctlNetwork, TakesTheYesOfAScript) {
         {"sh", "-c", "echo yes | " + command + " network --gateway 10.0.0.2 --confirm-within 2m"});
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_EQ(file(), kNewGateway);
+}
+
+TEST_F(PallctlNetwork, TellsAScriptWhatToWriteAndWhatItsEndMeans) {
+    const Result ended = pallctl(network({"--gateway=10.0.0.2", "--confirm-within=2m"}));
+    EXPECT_EQ(ended.status, 7);
+    EXPECT_EQ(ended.error,
+              "pallctl: network: write yes to the standard input within 120 s to keep these "
+              "settings; its end sets them back\n"
+              "pallctl: network: the input ended without a yes\n"
+              "pallctl: network: setting the old values back\n"
+              "pallctl: network: the old values are set again\n");
 }
 
 TEST_F(PallctlNetwork, SetsAllBackWhenNobodyAnswersInTime) {

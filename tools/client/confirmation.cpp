@@ -99,13 +99,13 @@ void Confirmation::hearPerson() {
         typed_.erase(0, end + 1);
     }
     if (asking_ && (size <= 0 || typed_.size() > kLongestAnswer)) {
+        say(size <= 0 ? "the input ended without a yes" : "the input is no answer");
         revert();
     }
 }
 
-// A terminal shows the end of the line that was typed.
 void Confirmation::take(const std::string& answer) {
-    promptOpen_ = promptOpen_ && ::isatty(STDIN_FILENO) == 0;
+    promptOpen_ = false;  // the terminal shows the end of the line that was typed
     if (::strcasecmp(answer.c_str(), "yes") == 0) {
         asking_ = false;
         sendText(guardian_.line(), std::string(1, sign::kKeep));
@@ -118,10 +118,15 @@ void Confirmation::take(const std::string& answer) {
 
 void Confirmation::ask() {
     endPrompt();
-    promptOpen_ = true;
     const auto left = std::chrono::ceil<std::chrono::seconds>(deadline_ - Clock::now()).count();
-    std::fprintf(stderr, "Keep these settings? Type yes within %lld s, or no: ",
-                 static_cast<long long>(std::max<decltype(left)>(left, 0)));
+    const std::string time = std::to_string(std::max<decltype(left)>(left, 0)) + " s";
+    if (::isatty(STDIN_FILENO) == 0) {
+        say("write yes to the standard input within " + time +
+            " to keep these settings; its end sets them back");
+        return;
+    }
+    promptOpen_ = true;
+    std::fprintf(stderr, "Keep these settings? Type yes within %s, or no: ", time.c_str());
 }
 
 void Confirmation::endPrompt() {
