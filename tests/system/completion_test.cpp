@@ -1,8 +1,8 @@
 // Completion as a person meets it: an interactive shell on a terminal, in a frame with the real
 // daemon. What Tab makes of a line is seen by what the program is told when it is entered.
 
+#include "harness/terminal.h"
 #include "pallframe_process.h"
-#include "terminal.h"
 #include "tools/listening_peer.h"
 
 using namespace outside;
@@ -65,17 +65,35 @@ struct Shell {
 
 class Completion : public testing::TestWithParam<Shell> {
   protected:
-    Completion() : shell(withDaemon(GetParam().command)) { shell.readUntil("ready> "); }
+    Completion() : shell(withDaemon(GetParam().command), kColumns) { readUntil("ready> "); }
+
+    // Everything from the last call on up to the text.
+    std::string readUntil(const std::string& text) {
+        std::string shown;
+        harness::waitUntil(
+            [&] {
+                shown = shell.screen().text().substr(seen_);
+                return shown.find(text) != std::string::npos;
+            },
+            "'" + text + "' on the screen");
+        seen_ += shown.size();
+        return shown;
+    }
 
     // What the program is told when that line is entered.
     std::string toldBy(const std::string& typed) {
         shell.type(typed + "\r");
-        const std::string shown = shell.readUntil(">\r\n");
+        const std::string shown = readUntil(">\r\n");
         const size_t told = shown.rfind("told: ") + 6;
         return shown.substr(told, shown.find('\r', told) - told);
     }
 
-    Terminal shell;
+    harness::Terminal shell;
+
+  private:
+    static constexpr unsigned short kColumns = 200;  // no line is that long
+
+    size_t seen_ = 0;
 };
 
 INSTANTIATE_TEST_SUITE_P(
@@ -92,7 +110,7 @@ TEST_P(Completion, PutsWholeWordsOnTheLine) {
 
 TEST_P(Completion, QuotesWhatShellsTakeForTheirOwn) {
     shell.type("command pallctl set systemName='\"$5\" or `true`, it'\\''s'; echo '<set''>'\r");
-    shell.readUntil("<set>\r\n");
+    readUntil("<set>\r\n");
     for (const char* quote : {"", "'", "\""}) {
         EXPECT_EQ(toldBy("pallctl set " + std::string(quote) + "systemName=\t"),
                   "<set><systemName=\"$5\" or `true`, it's>")
@@ -102,7 +120,7 @@ TEST_P(Completion, QuotesWhatShellsTakeForTheirOwn) {
 
 TEST_P(Completion, OffersWhatThereIsToChooseFrom) {
     shell.type("pallframe run --product Tess\t\t\t");
-    EXPECT_NO_THROW(shell.readUntil("Tessara-5ru"));
+    EXPECT_NO_THROW(readUntil("Tessara-5ru"));
 }
 
 // Somebody waits at the keyboard.

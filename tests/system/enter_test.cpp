@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "harness/terminal.h"
 #include "pallframe_process.h"
-#include "terminal.h"
 
 using namespace harness;
 using namespace outside;
@@ -99,10 +99,10 @@ TEST(Enter, FindsTheProgramsOfTheFrame) {
 TEST(Enter, WithoutACommandItIsAShellThatSaysWhereItIs) {
     const Running frame("Tessara");
     Terminal terminal(pallframe({"enter"}));
-    terminal.readUntil("[Tessara frame " + numbers().at(0) + "] " + fs::current_path().string() +
-                       "# ");
+    terminal.screen().waitFor("[Tessara frame " + numbers().at(0) + "] " +
+                              fs::current_path().string() + "# ");
     terminal.type("cd /vantor\n");
-    terminal.readUntil("] /vantor# ");
+    terminal.screen().waitFor("] /vantor# ");
     terminal.type("exit 5\n");
     EXPECT_EQ(terminal.waitForEnd(), 5);
 }

@@ -1,7 +1,7 @@
 #include <signal.h>
 
+#include "harness/terminal.h"
 #include "pallframe_process.h"
-#include "terminal.h"
 
 using namespace harness;
 using namespace outside;
@@ -67,13 +67,54 @@ TEST(TerminalOfAFrame, AnInterruptReachesTheCommandOnce) {
     Terminal terminal(inFrame({"sh", "-c",
                                "trap 'echo told' INT; trap 'echo bye; exit 4' TERM; echo ready; "
                                "while :; do sleep 0.01; done"}));
-    terminal.readUntil("ready");
+    terminal.screen().waitFor("ready");
     terminal.type("\x03");
-    std::string text = terminal.readUntil("told");
-    ASSERT_EQ(::kill(terminal.pid(), SIGTERM), 0);
-    text += terminal.readUntil("bye");
+    terminal.screen().waitFor("told");
+    terminal.signal(SIGTERM);
+    terminal.screen().waitFor("bye");
+    const std::string text = terminal.screen().text();
     EXPECT_EQ(text.find("told"), text.rfind("told")) << text;
     EXPECT_EQ(terminal.waitForEnd(), 4);
+}
+
+// The three processes behind a frame come one after the other, the command is the fourth. At any
+// moment in between what the terminal sends has to reach the one that comes last.
+class TerminalOfANewFrame : public testing::TestWithParam<size_t> {
+  protected:
+    TerminalOfANewFrame() {
+        waitUntil([this] { return processesWith(mark).size() >= GetParam(); }, "so many of them");
+    }
+
+    void expectThatNothingRuns() const {
+        waitUntil([this] { return processesWith(mark).empty(); }, "the processes to go");
+    }
+
+    // A time that nobody else sleeps for. A shell would mind signals in its own way.
+    const std::string mark = "1000." + std::to_string(::getpid());
+    Terminal terminal{inFrame({"sleep", mark})};
+};
+
+INSTANTIATE_TEST_SUITE_P(Processes, TerminalOfANewFrame, testing::Values(1, 2, 3, 4));
+
+TEST_P(TerminalOfANewFrame, NothingStaysWhenItIsClosed) {
+    terminal.hangUp();
+    expectThatNothingRuns();
+}
+
+TEST_P(TerminalOfANewFrame, AnInterruptIsNotLost) {
+    terminal.type("\x03");
+    EXPECT_EQ(terminal.waitForEnd(), 128 + SIGINT);
+    expectThatNothingRuns();
+}
+
+TEST_F(Tree, OutlivesItsTerminalWhenThatIsWished) {
+    Words started = words({}, "until [ -e /tmp/go ]; do sleep 0.01; done; exit 6");
+    started.insert(started.begin(), {"env", "--ignore-signal=HUP"});
+    Terminal terminal(started);
+    terminal.screen().waitFor("ready");
+    terminal.hangUp();
+    std::ofstream(tree + "/tmp/go").flush();
+    EXPECT_EQ(terminal.waitForEnd(), 6);
 }
 
 }  // namespace

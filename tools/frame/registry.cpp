@@ -21,9 +21,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Empty also for a process that goes while it is looked at.
 std::string readAll(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return Tree("/").read(path.native());
 }
 
 // When a process started, in the kernel's ticks; empty when there is no such process. The second

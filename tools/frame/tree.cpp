@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 #include "frame/paths.h"
 
@@ -63,8 +63,10 @@ bool Tree::exists(std::string_view absolute) const {
 }
 
 std::string Tree::read(std::string_view absolute) const {
-    std::ifstream file(path(absolute), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    const std::ifstream file(path(absolute), std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();  // takes what a directory fails with for its end
+    return text.str();
 }
 
 void Tree::replace(std::string_view absolute, std::string_view text, mode_t mode) const {

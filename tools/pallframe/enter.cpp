@@ -74,7 +74,7 @@ int beJoiner(const RunningFrame& frame, const std::vector<std::string>& command,
         check(::chdir("/"), "/");
     }
     setNames(frame);
-    const pid_t child = startProcess([&] {
+    const pid_t child = startSupervised(supervisor, [&] {
         dieWith(self, SIGKILL);
         return becomeCommand(command.empty() ? shell() : command, supervisor);
     });
@@ -92,7 +92,7 @@ int enterFrame(const RunningFrame& frame, const std::vector<std::string>& comman
     Supervisor supervisor;
     const Descriptor self = watchSelf();
     return supervisor.waitFor(
-        startProcess([&] { return beJoiner(frame, command, supervisor, self); }));
+        startSupervised(supervisor, [&] { return beJoiner(frame, command, supervisor, self); }));
 }
 
 }  // namespace pallframe

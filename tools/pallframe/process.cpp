@@ -1,11 +1,13 @@
 #include "process.h"
 
+#include <fcntl.h>
 #include <linux/close_range.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -32,6 +34,22 @@ pid_t startProcess(const std::function<int()>& work) {
     }
     std::fflush(nullptr);
     ::_exit(status);
+}
+
+pid_t startSupervised(Supervisor& supervisor, const std::function<int()>& work) {
+    std::array<int, 2> ends{};
+    check(::pipe2(ends.data(), O_CLOEXEC), "pipe");
+    Descriptor gate(ends[0]);
+    Descriptor opener(ends[1]);
+    const pid_t child = startProcess([&] {
+        opener.close();
+        char none = 0;
+        [[maybe_unused]] const auto end = ::read(gate.get(), &none, sizeof(none));
+        gate.close();
+        return work();
+    });
+    supervisor.handOnEarlier(child);
+    return child;
 }
 
 namespace {

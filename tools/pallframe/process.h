@@ -22,6 +22,10 @@ inline constexpr const char* kNumberVariable = "PALLFRAME";
 // kNoFrame. Throws std::system_error when there can be none.
 pid_t startProcess(const std::function<int()>& work);
 
+// The same for the child that the supervisor then waits for. It begins when all that came for this
+// process before has been handed on to it.
+pid_t startSupervised(Supervisor& supervisor, const std::function<int()>& work);
+
 // A process, and this one, as another one can watch it. Throws std::system_error.
 frame::Descriptor watch(pid_t pid);
 frame::Descriptor watchSelf();

@@ -62,7 +62,8 @@ int beFirst(const RunRequest& request, Supervisor& supervisor, const Descriptor&
     }
     supervisor.setPatience(kPatience);
     startScenario(request);
-    const pid_t command = startProcess([&] { return becomeCommand(request.command, supervisor); });
+    const pid_t command =
+        startSupervised(supervisor, [&] { return becomeCommand(request.command, supervisor); });
     const int status = supervisor.waitFor(command);
     if (log) {
         log->takeAll();
@@ -84,7 +85,8 @@ int beKeeper(const RunRequest& request, Supervisor& supervisor, const Descriptor
     const Registry registry = Registry::ofUser();
     leaveHost();
     const Descriptor self = watchSelf();
-    const pid_t first = startProcess([&] { return beFirst(request, supervisor, self); });
+    const pid_t first =
+        startSupervised(supervisor, [&] { return beFirst(request, supervisor, self); });
     makeKnown(registry, {first, request.directory, frame::commandLine(request.command)});
     const int status = supervisor.waitFor(first);
     registry.remove(first);
@@ -102,7 +104,8 @@ int runInFrame(const RunRequest& request) {
     searchAsInFrame();
     Supervisor supervisor;
     const Descriptor self = watchSelf();
-    const pid_t keeper = startProcess([&] { return beKeeper(request, supervisor, self); });
+    const pid_t keeper =
+        startSupervised(supervisor, [&] { return beKeeper(request, supervisor, self); });
     const int status = supervisor.waitFor(keeper);
     takeAway(request);  // only when the keeper could not
     return status;

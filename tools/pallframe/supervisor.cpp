@@ -13,11 +13,20 @@ namespace {
 
 using frame::check;
 
+// Whoever started this wants it to outlive its terminal (nohup(1)).
+bool staysWithoutTerminal() {
+    struct sigaction action {};
+    return ::sigaction(SIGHUP, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 sigset_t supervisedSignals() {
     sigset_t set;
     sigemptyset(&set);
-    for (const int number : {SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGQUIT, Supervisor::kParentDied}) {
+    for (const int number : {SIGCHLD, SIGINT, SIGTERM, SIGQUIT, Supervisor::kParentDied}) {
         sigaddset(&set, number);
+    }
+    if (!staysWithoutTerminal()) {
+        sigaddset(&set, SIGHUP);
     }
     return set;
 }
@@ -85,16 +94,35 @@ void Supervisor::wait() const {
     }
 }
 
-void Supervisor::takeSignal(pid_t child) {
+std::optional<signalfd_siginfo> Supervisor::nextSignal() const {
     signalfd_siginfo info{};
-    if (::read(signals_.get(), &info, sizeof(info)) != sizeof(info)) {
+    return ::read(signals_.get(), &info, sizeof(info)) == sizeof(info) ? std::optional(info)
+                                                                       : std::nullopt;
+}
+
+void Supervisor::takeSignal(pid_t child) {
+    const auto info = nextSignal();
+    if (!info) {
         return;
     }
-    const int number = static_cast<int>(info.ssi_signo);
+    const int number = static_cast<int>(info->ssi_signo);
+    // What a terminal sends (SI_KERNEL) has reached the command itself; but that it went away is
+    // told only to the first process on it.
+    if (info->ssi_code != SI_KERNEL || number == SIGHUP) {
+        handOn(number, child);
+    }
+}
+
+void Supervisor::handOnEarlier(pid_t child) {
+    while (const auto info = nextSignal()) {
+        handOn(static_cast<int>(info->ssi_signo), child);
+    }
+}
+
+void Supervisor::handOn(int number, pid_t child) {
     if (number == kParentDied) {
         ::kill(child, SIGKILL);
-    } else if (number != SIGCHLD && info.ssi_code != SI_KERNEL) {
-        // What the terminal sent (SI_KERNEL), the command has received itself.
+    } else if (number != SIGCHLD) {
         ::kill(child, number);
         if (patience_ && !deadline_) {
             deadline_ = Clock::now() + *patience_;

@@ -36,6 +36,10 @@ class Supervisor {
     // status, 128 + signal when a signal ended it or its time ran out.
     int waitFor(pid_t child);
 
+    // Hands on what came before there was this child, which has not yet let signals through again:
+    // what a terminal has sent to both comes to it once.
+    void handOnEarlier(pid_t child);
+
     // Gives a child process back the signals as they were before; for between fork and exec.
     void release() const;
 
@@ -43,7 +47,9 @@ class Supervisor {
     using Clock = std::chrono::steady_clock;
 
     void wait() const;
+    std::optional<signalfd_siginfo> nextSignal() const;
     void takeSignal(pid_t child);
+    void handOn(int number, pid_t child);
 
     sigset_t before_{};
     frame::Descriptor signals_;

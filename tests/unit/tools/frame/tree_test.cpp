@@ -71,6 +71,11 @@ TEST_F(TreeTest, AMissingFileReadsEmpty) {
     EXPECT_NO_THROW(tree.remove("/nothing"));
 }
 
+TEST_F(TreeTest, WhatCannotBeReadReadsEmpty) {
+    tree.makeDirectory("/directory");
+    EXPECT_EQ(tree.read("/directory"), "");
+}
+
 TEST_F(TreeTest, ADanglingLinkExists) {
     fs::create_symlink("/nowhere/at/all", tree.path("/link"));
     EXPECT_TRUE(tree.exists("/link"));
