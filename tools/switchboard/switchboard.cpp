@@ -56,6 +56,9 @@ bool Switchboard::accept(ClientID sender, std::unique_ptr<std::vector<char>> pay
         const TarnInternalMessage message(std::move(payload));
         witness(table_.connectionIDOf(sender).value_or(message.source()), frame);
         if (isForTheBus(message)) {
+            if (frame.size() > kMostReadBytes) {
+                return false;
+            }
             handleConnection(sender, message);
         } else if (isAnswer(message.type())) {
             passAnswer(sender, message, frame);
@@ -127,7 +130,7 @@ void Switchboard::passRequest(ClientID sender, const TarnInternalMessage& messag
     for (const ClientID subscriber : subscribers) {
         deliver_(subscriber, frame);
     }
-    if (asksForMasterDetails(message)) {
+    if (frame.size() <= kMostQuestionBytes && asksForMasterDetails(message)) {
         ask(sender, message, !subscribers.empty(), now);
     }
 }
@@ -141,7 +144,9 @@ void Switchboard::passAnswer(ClientID sender, const TarnInternalMessage& message
         }
     }
     if (requester && requester != sender) {
-        settle(*requester, message);
+        if (frame.size() <= kMostReadBytes) {
+            settle(*requester, message);
+        }
         deliver_(*requester, frame);
     }
 }

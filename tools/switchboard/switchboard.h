@@ -34,6 +34,11 @@ class Switchboard {
     static constexpr int32_t kNobody = -1;
 
     static constexpr std::chrono::milliseconds kPatience{200};
+    // What is larger is passed on unread, or dropped when it is for the bus itself: the paths of a
+    // client are far from it, and while one message is read all clients wait.
+    static constexpr size_t kMostReadBytes = size_t{1} * 1024 * 1024;
+    // And larger questions are left to others: each that waits is kept.
+    static constexpr size_t kMostQuestionBytes = size_t{64} * 1024;
     // So many questions can wait for somebody else's answer; the oldest is answered early.
     static constexpr size_t kMostQuestions = 1000;
 
@@ -48,8 +53,8 @@ class Switchboard {
         return table_.connectionIDOf(client);
     }
 
-    // Handles one received payload, as the parser hands it out. False when it is no message; it is
-    // then dropped.
+    // Handles one received payload, as the parser hands it out. False when it is no message, or one
+    // for the bus that it does not read; it is then dropped.
     bool accept(ClientID sender, std::unique_ptr<std::vector<char>> payload, Clock::time_point now);
 
     // Answers the questions that nobody else answered in time.

@@ -219,6 +219,32 @@ TEST_F(SwitchboardTest, DropsWhatIsNoMessage) {
     EXPECT_THAT(sent_, IsEmpty());
 }
 
+TEST_F(SwitchboardTest, DropsWhatIsForTheBusAndTooLargeToRead) {
+    const std::string login = R"({"login":{"connID":40},"x":")";
+    EXPECT_FALSE(connection(2, 20, login + std::string(Switchboard::kMostReadBytes, 'x') + "\"}"));
+    EXPECT_EQ(board_.connectionIDOf(2), 20);
+    EXPECT_THAT(sent_, IsEmpty());
+    EXPECT_TRUE(
+        connection(2, 20, login + std::string(Switchboard::kMostReadBytes / 2, 'x') + "\"}"));
+    EXPECT_EQ(board_.connectionIDOf(2), 40);
+}
+
+TEST_F(SwitchboardTest, LeavesLargeQuestionsToOthers) {
+    const std::string large = std::string(Switchboard::kMostQuestionBytes, ' ');
+    EXPECT_TRUE(accept(2, detailsQuestion(20) + large));
+    EXPECT_THAT(sent_, ElementsAre(Pair(1, framed(detailsQuestion(20) + large))));
+    EXPECT_EQ(board_.nextDue(), std::nullopt);
+}
+
+TEST_F(SwitchboardTest, TakesALargeAnswerForNoAnswerToAQuestion) {
+    accept(2, detailsQuestion(20));
+    const std::string large(Switchboard::kMostReadBytes, ' ');
+    accept(1, payloadOf(detailsAnswer(20)) + large);
+    EXPECT_EQ(sent_.back(),
+              (std::pair<ClientID, std::string>(2, framed(payloadOf(detailsAnswer(20)) + large))));
+    EXPECT_NE(board_.nextDue(), std::nullopt);
+}
+
 TEST_F(SwitchboardTest, SurvivesDataThatIsNoJSON) {
     for (const char* object : {"system", "system.connection", ""}) {
         for (const char* type : {"GET", "SET", "RSP", "NOT"}) {
