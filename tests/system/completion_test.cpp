@@ -21,6 +21,8 @@ constexpr Line kLines[] = {
     {"pallctl --ver\t", "<--version>"},
     {"pallframe set c\teth0 d\t", "<set><cable><eth0><down>"},
     {"pallframe set pause S40n\t5", "<set><pause><S40network><5>"},
+    {"pallframe set file /vantor/etc/net\tm\t", "<set><file></vantor/etc/network.conf><missing>"},
+    {"pallframe set edit /etc/b\tVERSION=2", "<set><edit></etc/build.prop><VERSION=2>"},
     {"pallframe run --pro\tTessara-\t", "<run><--product><Tessara-5ru>"},
     {"pallbus --verb\t", "<--verbose>"},
     // trouble, word by word or in one

@@ -188,6 +188,23 @@ TEST(Frame, KnowsItsNumber) {
     EXPECT_EQ(shell("echo $PALLFRAME").output, numbers().at(0) + "\n");
 }
 
+TEST(Frame, ItsFilesAreOfferedAlsoThoseThatWereTakenAway) {
+    const Running one("KELI");
+    const Running other("Tessara");
+    const std::string tessara = numbers().at(1);
+    Words begun = pallframe({"complete", "set", "--frame", tessara, "file", "/"});
+    EXPECT_THAT(run(begun).output,
+                AllOf(HasSubstr("\n/tmp/tessaradetect.txt\n"), HasSubstr("\n/etc/build.prop\n")));
+    EXPECT_EQ(
+        run(pallframe({"set", "--frame", tessara, "file", "/etc/build.prop", "missing"})).status,
+        0);
+    EXPECT_THAT(run(begun).output, HasSubstr("\n/etc/build.prop\tmissing\n"));
+    begun[4] = numbers().at(0);
+    EXPECT_THAT(run(begun).output,
+                AllOf(HasSubstr("\n/etc/build.prop\n"), testing::Not(HasSubstr("tessaradetect"))));
+    EXPECT_EQ(run(pallframe({"complete", "set", "file", "/"})).error, "") << "of which of the two?";
+}
+
 TEST(Frame, IsOfferedToWhoeverNamesOne) {
     const Running one("Tessara");
     const Running other("KELI");

@@ -7,7 +7,7 @@
 namespace pallframe {
 
 // What a shell may offer and only this program knows: products, running frames, the words of
-// what can be set.
+// what can be set, and what the frame has that can be taken away.
 std::vector<Offer> offers(const BegunValue& begun);
 
 }  // namespace pallframe

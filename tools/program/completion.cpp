@@ -16,7 +16,6 @@ struct ShellsOwn {
 };
 constexpr ShellsOwn kShellsOwn[] = {
     {"FILE", "files"},
-    {"PATH", "files"},
     {"DIR", "directories"},
     {"COMMAND", "commands"},
 };
