@@ -22,7 +22,7 @@ constexpr seconds kLongestAnswer{30};
 // The daemon comes back within two seconds, a client within one; what they then ask is answered.
 constexpr seconds kAftermath{4};
 // What the bus holds for a client that is behind is its memory for as long as it runs.
-constexpr size_t kBusGrowthKiB = 8192;
+constexpr uint64_t kBusGrowthKiB = 8192;
 
 Clock::duration secondsOf(double count) {
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(count));
@@ -61,7 +61,8 @@ Report Crowd::run() {
     settle();
     reportCounts();
     reportLines();
-    reportFootprint("bus", busStart_, footprintOf(bus_.proc()), kBusGrowthKiB);
+    reportFootprint("bus", busStart_, footprintOf(bus_.proc()),
+                    std::max(kBusGrowthKiB, options_.growthKiB));
     reportFootprint("daemon", daemonStart_, footprintOf(daemon_->proc()), options_.growthKiB);
     stop();
     return report_;
@@ -259,7 +260,7 @@ void Crowd::reportLines() {
 }
 
 void Crowd::reportFootprint(const std::string& whose, const Footprint& start, const Footprint& end,
-                            size_t growthKiB) {
+                            uint64_t growthKiB) {
     const auto pair = [](size_t first, size_t last) {
         return std::to_string(first) + " / " + std::to_string(last);
     };

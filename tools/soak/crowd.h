@@ -45,7 +45,7 @@ class Crowd {
     void reportCounts();
     void reportLines();
     void reportFootprint(const std::string& whose, const Footprint& start, const Footprint& end,
-                         size_t growthKiB);
+                         uint64_t growthKiB);
 
     const Options options_;
     Random random_;

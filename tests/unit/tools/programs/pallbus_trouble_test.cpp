@@ -370,19 +370,22 @@ TEST(PallbusProgram, TakesAsManyClientsAsTheMachineAllows) {
     }
 }
 
-// What the bus keeps for a reader that has gone to sleep is bounded, whoever sends how much.
+// What the bus keeps for a reader that has gone to sleep is bounded, whoever sends how much. What a
+// sanitizer holds back of freed memory is not the bus's.
 TEST(PallbusProgram, KeepsLittleForWhoDoesNotRead) {
-    BusProcess bus;
-    BusPeer sleeper(bus.port(), 8);
+    ProgramProcess bus({"/usr/bin/env", "ASAN_OPTIONS=quarantine_size_mb=1",
+                        pallbusCommand({}).front(), "--port=0"});
+    const uint16_t port = portOf(bus.readLine());
+    BusPeer sleeper(port, 8);
     sleeper.subscribe("system");
-    BusPeer flood(bus.port(), 20);
+    BusPeer flood(port, 20);
     const std::string message = "[\"GET\", \"system\", 20, 0, 0]\n" + std::string(100'000, ' ');
     for (int number = 0; number < 2000; ++number) {  // 200 MB
         ASSERT_TRUE(flood.send(message));
     }
     EXPECT_TRUE(flood.isQuiet()) << "the one who sends is served";
     EXPECT_TRUE(sleeper.isClosed()) << "the one who does not read is not";
-    EXPECT_LT(bus.process().mostResidentKiB(), 64u * 1024);
+    EXPECT_LT(bus.mostResidentKiB(), 64u * 1024);
 }
 
 }  // namespace
