@@ -114,11 +114,46 @@ UniqueJSON wholeForm(const Parameter& parameter) {
     return object;
 }
 
+// What is not said has no member.
+void addSaid(const UniqueJSON& object, const char* key, UniqueJSON value) {
+    if (!cJSON_IsNull(value.get())) {
+        addMember(object.get(), key, std::move(value));
+    }
+}
+
+UniqueJSON wireConstraint(const Descriptor& descriptor) {
+    UniqueJSON object = jsonObject();
+    addSaid(object, "type", orNull(descriptor.constraint));
+    addSaid(object, "min", orNull(descriptor.least));
+    addSaid(object, "max", orNull(descriptor.most));
+    addSaid(object, "step", orNull(descriptor.step));
+    addSaid(object, "choices",
+            descriptor.choices.empty() ? jsonNull() : jsonForm(descriptor.choices));
+    return object->child ? std::move(object) : jsonNull();
+}
+
+// As the device says it, with the members' names and in their order there.
+UniqueJSON wireDescriptor(const Parameter& parameter) {
+    const Descriptor& descriptor = parameter.descriptor;
+    UniqueJSON object = jsonObject();
+    addMember(object.get(), "oid", jsonString(descriptor.name));
+    addMember(object.get(), "name", jsonString(descriptor.label));
+    addMember(object.get(), "type", jsonString(descriptor.type));
+    addMember(object.get(), "readonly", jsonBool(descriptor.readOnly));
+    addSaid(object, "widget", orNull(descriptor.widget));
+    addSaid(object, "precision", orNull(descriptor.precision));
+    addSaid(object, "constraint", wireConstraint(descriptor));
+    addSaid(object, "maxlength", orNull(descriptor.maxLength));
+    addSaid(object, "totallength", orNull(descriptor.totalLength));
+    addSaid(object, "value", hasValue(parameter) ? copyJSON(parameter.value.get()) : jsonNull());
+    return object;
+}
+
 }  // namespace
 
 std::string description(const std::vector<const Parameter*>& parameters, const Style& style) {
     if (style.format == Format::json) {
-        return objectOf(parameters, wholeForm);
+        return objectOf(parameters, style.raw ? wireDescriptor : wholeForm);
     }
     std::string text;
     for (const Parameter* parameter : parameters) {

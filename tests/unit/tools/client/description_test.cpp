@@ -80,6 +80,21 @@ TEST(Description, IsAnObjectThatAlwaysHasTheSameMembers) {
               "\n");
 }
 
+TEST(Description, IsTheDevicesOwnWhenRaw) {
+    for (const char* descriptor :
+         {R"({"oid":"system.a","name":"A","type":"INT32","readonly":true,)"
+          R"("constraint":{"type":"INT_CHOICE","choices":[{"value":0,"name":"Off"}]},"value":0})",
+          R"({"oid":"system.b","name":"B","type":"FLOAT","readonly":false,"widget":"W",)"
+          R"("precision":2,"constraint":{"type":"FLOAT_STEP_RANGE","min":-1,"max":7,"step":0.5},)"
+          R"("maxlength":4,"totallength":8,"value":1.5})",
+          R"({"oid":"system.c","name":"","type":"STRING","readonly":false})"}) {
+        const auto parameter = decodeParameter(json(descriptor).get());
+        ASSERT_TRUE(parameter) << descriptor;
+        EXPECT_EQ(description({&*parameter}, {Format::json, true, false}),
+                  "{\"" + parameter->descriptor.name + "\":" + descriptor + "}\n");
+    }
+}
+
 TEST(Description, IsAVariableForEachThing) {
     const Parameter second = everythingSaid();
     EXPECT_EQ(description({&second}, {Format::keyvalue, false, false}),
