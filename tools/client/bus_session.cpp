@@ -57,13 +57,6 @@ int pollTime(Deadline deadline) {
     return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
 }
 
-void UniqueDescriptor::reset(int descriptor) {
-    const int old = std::exchange(descriptor_, descriptor);
-    if (old >= 0) {
-        ::close(old);
-    }
-}
-
 BusSession::BusSession(uint16_t port, int32_t connectionID, int output, Heartbeat heartbeat)
     : port_(port), connectionID_(connectionID), output_(output), heartbeat_(heartbeat) {
     parser_.setOnMessage([this](Payload payload) { inbox_.push_back(std::move(payload)); });
@@ -82,7 +75,7 @@ bool BusSession::open(Deadline deadline) {
 }
 
 void BusSession::close() {
-    socket_.reset();
+    socket_.close();
     isAlive_ = false;
     parser_.reset();
     inbox_.clear();
@@ -95,7 +88,7 @@ void BusSession::subscribe(const std::string& path, bool receiveAll) {
 }
 
 bool BusSession::connect(Deadline deadline) {
-    socket_.reset(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    socket_ = FileDescriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int on = 1;
     ::setsockopt(socket_.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     sockaddr_in address{};
@@ -247,7 +240,7 @@ void BusSession::readChunk() {
 bool BusSession::fail(const char* what, int error) {
     errorText_ = std::string(what) + ": " + std::strerror(error);
     // What has arrived is still worth reading.
-    socket_.reset();
+    socket_.close();
     return false;
 }
 

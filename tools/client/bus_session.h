@@ -10,6 +10,7 @@
 
 #include "bus/netstring_stream_parser.h"
 #include "bus/tarn_internal_message.h"
+#include "program/file_descriptor.h"
 
 namespace pallctl {
 
@@ -18,21 +19,6 @@ using Deadline = Clock::time_point;
 
 // Milliseconds for poll(2), rounded up so that it does not wake just before the deadline.
 int pollTime(Deadline deadline);
-
-// A descriptor that closes itself; -1 is none.
-class UniqueDescriptor {
-  public:
-    explicit UniqueDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
-    ~UniqueDescriptor() { reset(); }
-    UniqueDescriptor(const UniqueDescriptor&) = delete;
-    UniqueDescriptor& operator=(const UniqueDescriptor&) = delete;
-
-    int get() const { return descriptor_; }
-    void reset(int descriptor = -1);
-
-  private:
-    int descriptor_;
-};
 
 // How a session finds out that the bus has gone without a word.
 struct Heartbeat {
@@ -108,7 +94,7 @@ class BusSession {
     int end_ = -1;
     bool outputGone_ = false;
     bool isAlive_ = false;
-    UniqueDescriptor socket_;
+    FileDescriptor socket_;
     std::string errorText_;
     Heartbeat heartbeat_;
     Deadline nextHeartbeat_;

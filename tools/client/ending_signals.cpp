@@ -13,7 +13,7 @@ EndingSignals::EndingSignals() {
         sigaddset(&set, number);
     }
     ::sigprocmask(SIG_BLOCK, &set, nullptr);
-    descriptor_.reset(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
+    descriptor_ = FileDescriptor(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 int EndingSignals::take() {

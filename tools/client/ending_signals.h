@@ -16,7 +16,7 @@ class EndingSignals {
     int take();
 
   private:
-    UniqueDescriptor descriptor_;
+    FileDescriptor descriptor_;
 };
 
 }  // namespace pallctl

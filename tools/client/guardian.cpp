@@ -54,8 +54,8 @@ Guardian::Guardian(const std::function<int(int line)>& life) {
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         fail("socketpair");
     }
-    line_.reset(ends[0]);
-    const UniqueDescriptor other(ends[1]);
+    line_ = FileDescriptor(ends[0]);
+    const FileDescriptor other(ends[1]);
     process_ = ::fork();
     if (process_ < 0) {
         fail("fork");

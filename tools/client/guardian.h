@@ -28,7 +28,7 @@ class Guardian {
     std::optional<int> wait();
 
   private:
-    UniqueDescriptor line_;
+    FileDescriptor line_;
     pid_t process_ = -1;
 };
 

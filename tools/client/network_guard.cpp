@@ -12,11 +12,11 @@ namespace pallctl {
 
 namespace {
 
-UniqueDescriptor terminationSignals() {
+FileDescriptor terminationSignals() {
     sigset_t set;
     sigemptyset(&set);
     sigaddset(&set, SIGTERM);
-    return UniqueDescriptor(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
+    return FileDescriptor(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 bool isReadable(int descriptor) {
@@ -25,7 +25,7 @@ bool isReadable(int descriptor) {
 }
 
 bool isConfirmed(int line, Deadline deadline) {
-    const UniqueDescriptor signals = terminationSignals();
+    const FileDescriptor signals = terminationSignals();
     std::array<pollfd, 2> watched{{{line, POLLIN, 0}, {signals.get(), POLLIN, 0}}};
     while (::poll(watched.data(), watched.size(), pollTime(deadline)) < 0) {
         // Interrupted: there is no other error.

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <string>
 #include <system_error>
-#include <utility>
+
+#include "program/file_descriptor.h"
 
 namespace frame {
 
@@ -23,27 +22,6 @@ Result check(Result result, const std::string& what) {
     return result;
 }
 
-// Owns a file descriptor; -1 is none.
-class Descriptor {
-  public:
-    Descriptor() = default;
-    explicit Descriptor(int fd) : fd_(fd) {}
-    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(fd_, other.fd_);
-        return *this;
-    }
-    ~Descriptor() { close(); }
-
-    int get() const { return fd_; }
-    void close() {
-        if (fd_ >= 0) {
-            ::close(std::exchange(fd_, -1));
-        }
-    }
-
-  private:
-    int fd_ = -1;
-};
+using Descriptor = FileDescriptor;
 
 }  // namespace frame

@@ -22,7 +22,7 @@ sigset_t signalsOfAScreen() {
 Signals::Signals() {
     const sigset_t set = signalsOfAScreen();
     ::sigprocmask(SIG_BLOCK, &set, nullptr);
-    descriptor_.reset(::signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC));
+    descriptor_ = FileDescriptor(::signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC));
 }
 
 Signals::~Signals() {

@@ -21,7 +21,7 @@ class Signals {
     std::optional<int> take();
 
   private:
-    pallctl::UniqueDescriptor descriptor_;
+    FileDescriptor descriptor_;
 };
 
 // Ends this process with the signal, as it would have ended without anybody minding it.
