@@ -103,7 +103,7 @@ std::string namesOf(const std::vector<RunningFrame>& running) {
 
 Tree RunningFrame::tree() const {
     const std::string root = "/proc/" + std::to_string(pid) + "/root";
-    const Tree tree(Descriptor(::open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)));
+    Tree tree(Descriptor(::open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)));
     if (findProduct(tree.read(paths::kProduct)) == nullptr) {
         throw BadRequest("frame " + std::to_string(pid) + " has ended");
     }

@@ -50,7 +50,7 @@ std::string processIn(const frame::Descriptor& root) {
         return "/proc/self";
     }
     for (const frame::RunningFrame& frame : frame::Registry::ofUser().running()) {
-        const std::string process = "/proc/" + std::to_string(frame.pid);
+        std::string process = "/proc/" + std::to_string(frame.pid);
         if (isSame(own, process + "/root")) {
             return process;
         }

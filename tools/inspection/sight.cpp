@@ -112,7 +112,7 @@ Sight Root::open(const std::string& path, int flags, Descriptor& opened) const {
 Sight Root::file(const std::string& path) const {
     Descriptor opened;
     // A pipe in the place of a file must not hold anybody up.
-    const Sight sight = open(path, O_RDONLY | O_NONBLOCK, opened);
+    Sight sight = open(path, O_RDONLY | O_NONBLOCK, opened);
     if (sight.state != State::well) {
         return sight;
     }
@@ -164,7 +164,7 @@ Sight Root::program(const std::string& name) const {
     Sight best{State::missing, "not in " + std::string(frame::kSearchPath)};
     std::istringstream directories(frame::kSearchPath);
     for (std::string directory; std::getline(directories, directory, ':');) {
-        const Sight sight = programAt(directory + "/" + name);
+        Sight sight = programAt(directory.append("/").append(name));
         if (sight.state == State::well) {
             return sight;
         }
@@ -177,7 +177,7 @@ Sight Root::programAt(const std::string& path) const {
     if (isSimulated(path)) {
         return {};
     }
-    const Sight sight = executable(path);
+    Sight sight = executable(path);
     const Sight content = file(path);
     if (sight.state != State::well || content.state != State::well) {
         return sight;  // what may be run need not be readable
@@ -198,7 +198,7 @@ Sight Root::programAt(const std::string& path) const {
 
 Sight Root::directory(const std::string& path) const {
     Descriptor opened;
-    const Sight sight = open(path, O_PATH | O_DIRECTORY, opened);
+    Sight sight = open(path, O_PATH | O_DIRECTORY, opened);
     if (sight.state != State::well) {
         return sight;
     }
@@ -213,7 +213,7 @@ Sight Root::unit(const std::string& name) const {
     // The simulation's own systemctl knows no units of the machine that it runs on.
     const std::span directories(kUnitDirectories.data(), isFrame() ? 1 : kUnitDirectories.size());
     for (const std::string_view directory : directories) {
-        const Sight sight = file(std::string(directory) + "/" + name);
+        Sight sight = file(std::string(directory) + "/" + name);
         if (sight.state != State::missing) {
             return {sight.state, sight.reason};
         }
@@ -239,7 +239,7 @@ Sight Root::special(const std::string& path, mode_t type, Descriptor& opened) co
     if (process_.empty()) {
         return atRest();
     }
-    const Sight sight = open(path, O_PATH, opened);
+    Sight sight = open(path, O_PATH, opened);
     if (sight.state != State::well) {
         return sight;
     }
@@ -248,7 +248,7 @@ Sight Root::special(const std::string& path, mode_t type, Descriptor& opened) co
 
 Sight Root::syslog(const std::string& path) const {
     Descriptor opened;
-    const Sight sight = special(path, S_IFSOCK, opened);
+    Sight sight = special(path, S_IFSOCK, opened);
     return sight.state == State::well ? answerOf(opened) : sight;
 }
 

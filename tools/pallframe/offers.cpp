@@ -60,6 +60,7 @@ std::vector<Offer> framePaths(const BegunValue& begun) {
         }
     }
     std::vector<Offer> found;
+    found.reserve(present.size());
     for (const std::string& path : present) {
         found.push_back({path, ""});
     }
