@@ -53,6 +53,22 @@ uint64_t seedOf(const Options& options) {
     return options.seed != 0 ? options.seed : std::random_device{}();
 }
 
+// What the bus library has to say about bad messages is not for the system log of the machine, and
+// the server reports them itself.
+void takeReportsOfLibrary(const BusServer::Report& report) {
+    replaceLogSink([](int, const std::string&) {});
+    lumo::replaceMisframedSink(
+        [report](std::string_view) { report("dropped a frame with a wrong terminator"); });
+}
+
+void connect(BusServer& server, Recorder& recorder, const std::string& path) {
+    server.setWitness(
+        [&recorder](int32_t from, std::string_view payload) { recorder.see(from, payload); });
+    if (!path.empty()) {
+        recorder.begin(std::make_unique<recording::Writer>(path, "pallbus"), path);
+    }
+}
+
 void serve(uint16_t port, const Options& options) {
     const std::vector<std::vector<Step>> plans = plansOf(options.trouble, options.script);
     const auto report = [verbose = options.verbose](const std::string& line) {
@@ -60,23 +76,14 @@ void serve(uint16_t port, const Options& options) {
             complain(line);
         }
     };
-    // What the bus library has to say about bad messages is not for the system log of the machine,
-    // and the server reports them itself.
-    replaceLogSink([](int, const std::string&) {});
-    lumo::replaceMisframedSink(
-        [report](std::string_view) { report("dropped a frame with a wrong terminator"); });
+    takeReportsOfLibrary(report);
     raiseDescriptorLimit();
 
     const uint64_t seed = seedOf(options);
     asio::io_context io;
     BusServer server(io, port, seed, report);
     Recorder recorder(io, complain);
-    server.setWitness(
-        [&recorder](int32_t from, std::string_view payload) { recorder.see(from, payload); });
-    if (!options.record.empty()) {
-        recorder.begin(std::make_unique<recording::Writer>(options.record, "pallbus"),
-                       options.record);
-    }
+    connect(server, recorder, options.record);
     const ControlSocket control(
         io, server.port(), [&](Instruction instruction, const ControlSocket::Answer& answer) {
             carryOut(std::move(instruction), server.disturber(), recorder, answer);
@@ -89,7 +96,6 @@ void serve(uint16_t port, const Options& options) {
     for (const std::vector<Step>& plan : plans) {
         server.disturber().play(plan);
     }
-
     io.run();
 }
 
