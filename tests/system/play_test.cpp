@@ -44,7 +44,8 @@ TEST_F(Play, WaitsForTheTimeOfAChange) {
 }
 
 TEST_F(Play, GoesFasterWhenAsked) {
-    EXPECT_EQ(run(play("after 2m psu 1 10", {"--speed", "1000"})).output, "  120.000 s  psu 1 10\n");
+    EXPECT_EQ(run(play("after 2m psu 1 10", {"--speed", "1000"})).output,
+              "  120.000 s  psu 1 10\n");
 }
 
 TEST_F(Play, TellsTimesAsTheyWereWritten) {
