@@ -14,11 +14,13 @@
 #include "support/temporary_directory.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-// As without a sanitizer: no memory is a null pointer, and there is less than a gigabyte of it.
-extern "C" const char* __asan_default_options() {
+// As without a sanitizer: no memory is a null pointer, and there is less than a gigabyte of it. The
+// sanitizer asks before it can watch anything, the functions that it asks included.
+#define PALLWATCH_UNWATCHED __attribute__((no_sanitize("address", "thread")))
+extern "C" PALLWATCH_UNWATCHED const char* __asan_default_options() {
     return "allocator_may_return_null=1:max_allocation_size_mb=1000";
 }
-extern "C" const char* __tsan_default_options() {
+extern "C" PALLWATCH_UNWATCHED const char* __tsan_default_options() {
     return __asan_default_options();
 }
 #endif
