@@ -105,6 +105,10 @@ void View::propose() {
         mode_ = Mode::browse;
         say({showable(board_.leafOf(*parameter)) + " is " + valueOf(parameter) + " already"});
     } else {
+        // The line holds all members, whichever the person changed.
+        if (cJSON_IsObject(form.value.get())) {
+            pallctl::dropSameMembers(parameter->value.get(), form.value.get());
+        }
         mode_ = Mode::confirm;
         change_ = {board_.leafOf(*parameter), valueOf(parameter),
                    showable(pallctl::humanForm(parameter->descriptor, form.value.get())),

@@ -87,6 +87,22 @@ TEST_F(EditTest, TheValueThatItHasIsNotSetAgain) {
     EXPECT_EQ(view.notice().text, "ipAddress is 10.0.0.5 already");
 }
 
+TEST_F(EditTest, OfAStructureOnlyTheMembersThatDifferAreSet) {
+    describe({descriptor("serial0", "STRUCT",
+                         R"({"_d_name":{"name":"Name","type":"STRING","value":"COM1"},)"
+                         R"("_d_place":{"name":"Place","type":"STRING","value":"Node 1"}})")});
+    edit("serial0");
+    EXPECT_EQ(view.line().text(), "name=COM1, place=Node 1");
+    press(view, KeyCode::backspace);
+    type(view, "7");
+    press(view, KeyCode::enter);
+    EXPECT_EQ(view.change().from, "name=COM1, place=Node 1");
+    EXPECT_EQ(view.change().to, "place=Node 7");
+    type(view, "y");
+    EXPECT_EQ(renderJSON(view.takeChange().value.get(), false),
+              R"({"_d_place":{"type":"STRING","value":"Node 7"}})");
+}
+
 TEST_F(EditTest, ChoicesAreGoneThrough) {
     edit("sshEnabled");
     EXPECT_EQ(view.line().text(), "Enabled");
