@@ -36,7 +36,7 @@ class Value {
 
     // What it takes, such as "PORT": help shows it, and completion goes by it.
     Value& kind(const std::string& word);
-    // It is one of a few words.
+    // It is one of a few words, in which no comma and no brace may stand.
     Value& choices(const std::vector<std::string>& words);
     Value& check(Check check);
     Value& required();
