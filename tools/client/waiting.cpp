@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 #include "client/assignment.h"
@@ -43,7 +44,8 @@ class Waiting {
     Waiting(const Reach& reach, const Style& style)
         : client_(forEachAnswer(reach), Interest::announcements),
           style_(style),
-          giveUp_(reach.timeout ? Clock::now() + reach.wait + *reach.timeout : Deadline::max()) {}
+          timeout_(reach.timeout),
+          latestBegin_(Clock::now() + reach.wait) {}
 
     ExitStatus run(const Assignment& wanted) {
         ExitStatus status = begin(wanted);
@@ -72,7 +74,15 @@ class Waiting {
             return kUsage;
         }
         wanted_ = std::move(form.value);
+        startClock();
         return kSuccess;
+    }
+
+    // The time for the value does not begin before bus and daemon are there.
+    void startClock() {
+        if (timeout_) {
+            giveUp_ = std::min(Clock::now(), latestBegin_) + *timeout_;
+        }
     }
 
     ExitStatus follow() {
@@ -125,7 +135,9 @@ class Waiting {
 
     Client client_;
     Style style_;
-    Deadline giveUp_;
+    std::optional<milliseconds> timeout_;
+    Deadline latestBegin_;  // bus and daemon are there by then, or never
+    Deadline giveUp_ = Deadline::max();
     const Parameter* parameter_ = nullptr;  // of the mirror, which keeps it where it is
     UniqueJSON wanted_;
     bool stale_ = false;  // it may have changed unheard

@@ -37,10 +37,6 @@ class WaitTest : public testing::Test {
         EXPECT_EQ(wait_->errors(), errors);
     }
 
-    ListeningPeer bus_;
-    std::optional<ProgramProcess> wait_;
-
-  private:
     // The last request of a reading is for the whole device.
     std::string idOfReading() {
         std::string bytes;
@@ -56,6 +52,9 @@ class WaitTest : public testing::Test {
         const size_t begin = bytes.rfind(mark) + mark.size();
         return bytes.substr(begin, bytes.find('"', begin) - begin);
     }
+
+    ListeningPeer bus_;
+    std::optional<ProgramProcess> wait_;
 };
 
 TEST_F(WaitTest, EndsWhenTheValueIsSo) {
@@ -111,6 +110,22 @@ TEST_F(WaitTest, EndsInTimeAlsoWhenTheDeviceAnswersNoMore) {
     answer("5");
     announce("frameName", "\"Rack 4\"");
     expectEnd(9, "pallctl: system.level: is 5.0\n");
+}
+
+TEST_F(WaitTest, EndsInTimeHoweverLongTheBusMayTakeToAppear) {
+    start({"wait", "level=7", "--timeout=1", "--wait=3600"});
+    answer("5");
+    expectEnd(9, "pallctl: system.level: is 5.0\n");
+}
+
+TEST_F(WaitTest, ItsTimeBeginsWhenTheDaemonAnswers) {
+    start({"wait", "level=7", "--timeout=1", "--wait=3600"});
+    for (int half = 0; half < 3; ++half) {
+        idOfReading();  // it asks again each half a second
+    }
+    answer("5");
+    announce("level", "7");
+    expectEnd(0, "");
 }
 
 TEST_F(WaitTest, KnowsThatItHasNotBegun) {
