@@ -10,13 +10,26 @@ namespace {
 
 constexpr const char* kDocumentation = "usr/share/doc/pallwatch/";
 
-class Install : public testing::Test {
+class InstallTo : public testing::Test {
   protected:
+    explicit InstallTo(std::string prefix) : prefix_(std::move(prefix)) {}
+
     void SetUp() override {
         const Result result = run({"env", "DESTDIR=" + root, "cmake", "--install",
-                                   programDirectory().parent_path(), "--prefix", "/usr"});
+                                   programDirectory().parent_path(), "--prefix", prefix_});
         ASSERT_EQ(result.status, 0) << result.error;
     }
+
+    const TemporaryDirectory directory;
+    const std::string root = directory.path("root");
+
+  private:
+    const std::string prefix_;
+};
+
+class Install : public InstallTo {
+  protected:
+    Install() : InstallTo("/usr") {}
 
     // Without those of the documentation's own directory.
     std::vector<std::string> files() const {
@@ -29,9 +42,11 @@ class Install : public testing::Test {
         }
         return found;
     }
+};
 
-    const TemporaryDirectory directory;
-    const std::string root = directory.path("root");
+class InstallAsUsual : public InstallTo {
+  protected:
+    InstallAsUsual() : InstallTo("/usr/local") {}
 };
 
 TEST_F(Install, PutsProgramsPagesAndCompletionInTheirPlaces) {
@@ -58,6 +73,34 @@ TEST_F(Install, LeavesProgramsThatRun) {
     const Result usage = run({root + "/usr/sbin/pallwatch", "--help"});
     EXPECT_EQ(usage.status, 0);
     EXPECT_THAT(usage.error, HasSubstr("Pallwatch.\n"));
+}
+
+constexpr const char* kFindAll =
+    "for each in pallwatch pallctl pallbus pallframe pkill; do command -v $each; done";
+
+// A frame stands in for the machine whose /usr/local it is.
+TEST_F(InstallAsUsual, HasTheDaemonAtHandInAFrame) {
+    const std::string outer =
+        (programDirectory() / "pallframe").string() +
+        " run -- sh -c 'mount --rbind usr/local /usr/local && exec \"$@\"' - ";
+    const std::string inner =
+        "/usr/local/bin/pallframe run -- sh -c '" + std::string(kFindAll) + "; pallctl --version'";
+    const Result found = run({"sh", "-c", "cd " + root + " && exec " + outer + inner});
+    EXPECT_EQ(found.status, 0) << found.error;
+    EXPECT_EQ(found.output,
+              "/usr/local/sbin/pallwatch\n/usr/local/bin/pallctl\n/usr/local/bin/pallbus\n"
+              "/usr/local/sbin/pallframe\n/usr/local/sbin/pkill\n"
+              "pallctl " PALLWATCH_VERSION "\n");
+}
+
+// Beside the programs, where a search alone would not look.
+TEST_F(InstallAsUsual, HasTheDaemonAtHandInAFrameAlsoFromAPlaceOfItsOwn) {
+    const Result found =
+        run({root + "/usr/local/bin/pallframe", "run", "--", "sh", "-c", kFindAll});
+    EXPECT_EQ(found.output, root + "/usr/local/sbin/pallwatch\n" + root +
+                                "/usr/local/bin/pallctl\n" + root +
+                                "/usr/local/bin/pallbus\n/usr/local/sbin/pallframe\n"
+                                "/usr/local/sbin/pkill\n");
 }
 
 }  // namespace

@@ -77,9 +77,19 @@ void dieWith(const Descriptor& parent, int signal) {
     }
 }
 
-void searchAsInFrame() {
+std::vector<std::filesystem::path> programDirectories() {
     const auto beside = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    ::setenv("PATH", (std::string(frame::kSearchPath) + ":" + beside.string()).c_str(), 1);
+    const auto daemons = beside.parent_path() / "sbin";
+    return std::filesystem::is_directory(daemons) ? std::vector{beside, daemons}
+                                                  : std::vector{beside};
+}
+
+void searchAsInFrame() {
+    std::string path = frame::kSearchPath;
+    for (const auto& directory : programDirectories()) {
+        path += ":" + directory.string();
+    }
+    ::setenv("PATH", path.c_str(), 1);
 }
 
 int becomeCommand(const std::vector<std::string>& command, const Supervisor& supervisor) {

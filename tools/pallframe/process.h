@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -34,8 +35,12 @@ frame::Descriptor watchSelf();
 // throws std::runtime_error.
 void dieWith(const frame::Descriptor& parent, int signal);
 
-// Has this process and its children look for programs where a frame has its own, and then beside
-// this one: what was built with it is at hand in the frame. While the root is still the host's.
+// Where the programs lie that were built or installed with this one: beside it, and in the "sbin"
+// next to that, which is the daemon's place in an installation. While the root is still the host's.
+std::vector<std::filesystem::path> programDirectories();
+
+// Has this process and its children look for programs where a frame has its own, and then in those
+// directories. While the root is still the host's.
 void searchAsInFrame();
 
 // Makes this process, a child of the supervisor's, the command, with no open file but the standard

@@ -14,6 +14,7 @@
 #include "frame/furnish.h"
 #include "frame/paths.h"
 #include "mounts.h"
+#include "process.h"
 
 namespace pallframe {
 
@@ -60,9 +61,11 @@ struct Place {
     HostPart part;
 };
 
-std::vector<Place> projectPlaces(const fs::path& program) {
+std::vector<Place> projectPlaces() {
+    std::vector<fs::path> paths = programDirectories();
+    paths.insert(paths.begin(), fs::current_path());
     std::vector<Place> places;
-    for (const fs::path& path : {fs::current_path(), program.parent_path()}) {
+    for (const fs::path& path : paths) {
         places.push_back({path, HostPart(path)});
     }
     return places;
@@ -89,18 +92,23 @@ fs::path mountRoot(const std::string& directory) {
     return directory;
 }
 
-// All of /usr, except that the programs of a frame stand in /usr/local/sbin, where a shell looks
-// first.
-void showUsr(const fs::path& root) {
-    for (const auto& entry : fs::directory_iterator("/usr")) {
-        if (entry.path() != "/usr/local") {
+// What the host has in a directory and the frame has not.
+void showEntries(const fs::path& root, const fs::path& directory) {
+    if (!fs::is_directory(directory)) {
+        return;
+    }
+    for (const auto& entry : fs::directory_iterator(directory)) {
+        if (!fs::exists(fs::symlink_status(root / entry.path().relative_path()))) {
             showReadOnly(root, entry.path());
         }
     }
-    for (const auto& entry : fs::directory_iterator("/usr/local")) {
-        if (entry.path() != "/usr/local/sbin") {
-            showReadOnly(root, entry.path());
-        }
+}
+
+// All of /usr. The programs of a frame stand in /usr/local/sbin, where a shell looks first; beside
+// them is what the host has there, such as the daemon.
+void showUsr(const fs::path& root) {
+    for (const char* directory : {"/usr", "/usr/local", "/usr/local/sbin"}) {
+        showEntries(root, directory);
     }
 }
 
@@ -181,7 +189,7 @@ void changeRoot(const fs::path& root) {
 void enterRoot(const RootPlan& plan) {
     const fs::path workingDirectory = fs::current_path();
     const fs::path program = fs::read_symlink("/proc/self/exe");
-    const std::vector<Place> places = projectPlaces(program);
+    const std::vector<Place> places = projectPlaces();
     const HostPart hostProcesses("/proc");
     const HostPart ownProgram(program);
 
