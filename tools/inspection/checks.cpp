@@ -126,6 +126,10 @@ constexpr Check optional(const char* place, Concerns concerns, Names published,
     return {{place}, Kind::optional, concerns, published, effect};
 }
 
+constexpr Check marker(const char* place, Names published) {
+    return {{place}, Kind::marker, all, published, "the service is off"};
+}
+
 constexpr Names kPorts{{{"ethPort1Status", "0"}, {"ethPort2Status", "0"}, {"activeEthernet", ""}}};
 constexpr Names kAddresses{{{"ipAddress", "0"}, {"netmask", "0"}, {"gateway", "0"}}};
 constexpr Names kSetAddresses{{{"ipAddress", ""}, {"netmask", ""}, {"gateway", ""}}};
@@ -140,7 +144,6 @@ constexpr Names kControllers{{{"primaryIPAddress", ""}, {"secondaryIPAddress", "
 constexpr std::string_view kPortsStay = "the ports stay as they were found last";
 constexpr std::string_view kNotSwitched = "what is set is shown, and the service not switched";
 constexpr std::string_view kNotFound = "a new address is not announced, the frame is not found";
-constexpr std::string_view kStarted = "the service is off, unless a saved value says otherwise";
 constexpr std::string_view kRestarts = "a new address of the remote controller restarts modules";
 
 constexpr Places kBrioSwitches{kBrioStartSsh, kBrioStopSsh, kBrioStartFtp, kBrioStopFtp};
@@ -154,8 +157,14 @@ constexpr Check kChecks[] = {
     {{kSyslog}, Kind::syslog, all, {}, "values as usual, and nobody reads what the daemon logs"},
     {{kNoDevice}, Kind::device, all, {}, "with -d the daemon ends at once, nothing is published"},
 
-    file(kProductCommand, all, isKnownProduct, {{{"frameName", "\"Quorane\""}}},
-         "the card counts as a Quorane", kSourced),
+    {{kProductCommand},
+     Kind::file,
+     all,
+     {{{"frameName", "\"Quorane\""}}},
+     "the card counts as a Quorane",
+     isKnownProduct,
+     kSourced,
+     true},
     {{kBuildPropertiesFile},
      Kind::file,
      all,
@@ -195,9 +204,10 @@ constexpr Check kChecks[] = {
     program({kGenerateReport}, all, {{{"generateReport", ""}}},
             "there is no report, and the parameter goes back to 0"),
 
-    optional(kSshDisabledMarker, all, {{{"sshEnabled", "0"}}}, kStarted),
-    optional(kFtpDisabledMarker, all, {{{"ftpEnabled", "0"}}}, kStarted),
-    optional(kAmbrixDisabledMarker, all, {{{"ambrixEnabled", "0"}}}, kStarted),
+    marker(kSshDisabledMarker, {{{"sshEnabled", "0"}}}),
+    marker(kFtpDisabledMarker, {{{"ftpEnabled", "0"}}}),
+    optional(kAmbrixDisabledMarker, all, {{{"ambrixEnabled", "0"}}},
+             "the service is off; one that was saved as on is stopped by the first poll"),
     program({kTessaraStartSsh, kTessaraStopSsh}, tessaraEdition, kSsh, kNotSwitched),
     program({kTessaraStartFtp, kTessaraStopFtp}, tessaraEdition, kFtp, kNotSwitched),
     program(kBrioSwitches, brio, kServices, kNotSwitched),

@@ -15,6 +15,7 @@ enum class Kind {
     program,    // is there and may be run
     directory,  // is there and can be written to
     optional,   // both ways are good; what it means that it is there is told
+    marker,     // the same, of a service's switch that may also have been saved
     settings,   // the state file with its older copy
     unit,       // of systemd, is installed
     listener,   // somebody listens there

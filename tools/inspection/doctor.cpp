@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "inspection/saved_switches.h"
 #include "systemstate/catalogue.h"
 #include "systemstate/product.h"
 
@@ -26,17 +27,28 @@ Sight fileOf(const Root& root, const Check& check, const Product& product) {
     return sight;
 }
 
+// Which state file the daemon starts from: the older copy is there for one that cannot be opened,
+// and does not help when that one says nothing.
+Sight savedOf(const Root& root, const std::string& path) {
+    Sight present = root.file(path);
+    if (present.state != State::missing && present.state != State::unreadable) {
+        return present;
+    }
+    const Sight older = root.file(path + ".old");
+    return older.state == State::missing ? present : older;
+}
+
 // A frame that has never saved anything has neither file.
 Sight settingsOf(const Root& root, const Check& check, const Product& product) {
-    const Sight present = fileOf(root, check, product);
-    if (present.state == State::well || present.state == State::unseen) {
-        return {present.state, present.reason};
+    const Sight present = root.file(pathOf(check));
+    const Sight used = savedOf(root, pathOf(check));
+    if (used.state == State::unseen) {
+        return {used.state, used.reason};
     }
-    const Sight older = root.file(pathOf(check) + ".old");
-    if (older.state == State::well && check.decodes(older.text, product)) {
-        return {present.state, "its older copy is used"};
+    if (used.state == State::well && check.decodes(used.text, product)) {
+        return {present.state, present.state == State::well ? "" : "its older copy is used"};
     }
-    return present.state == State::missing && older.state == State::missing
+    return used.state == State::missing
                ? Sight{State::well, "nothing was saved yet"}
                : Sight{State::undecodable, "saved settings start with their defaults"};
 }
@@ -87,6 +99,30 @@ Finding optionalFinding(const Root& root, const Check& check) {
     return finding;
 }
 
+std::string settingsPath() {
+    const auto all = checks();
+    return pathOf(*std::find_if(all.begin(), all.end(),
+                                [](const Check& check) { return check.kind == Kind::settings; }));
+}
+
+// A switch that was saved counts, whatever the marker says.
+Finding markerFinding(const Root& root, const Check& check) {
+    Finding finding = optionalFinding(root, check);
+    if (finding.published.empty()) {
+        return finding;
+    }
+    Published& state = finding.published.front();
+    const Sight saved = savedOf(root, settingsPath());
+    if (saved.state == State::unseen) {
+        state.value = "";
+        finding.effect = "the service is off, unless a saved value says otherwise";
+    } else if (const auto held = SavedSwitches(saved.text).stateOf(state.name)) {
+        state.value = *held;
+        finding.effect = "without effect, because the switch was saved and that counts";
+    }
+    return finding;
+}
+
 uint16_t portOf(const std::string& address) {
     return static_cast<uint16_t>(std::stoi(address.substr(address.rfind(':') + 1)));
 }
@@ -110,20 +146,35 @@ Sight lookFor(const Root& root, const Check& check, const Product& product) {
             return root.device(path);
         case Kind::file:
         case Kind::optional:
+        case Kind::marker:
             break;
     }
     return fileOf(root, check, product);
+}
+
+// A name that no product has is taken as it stands: another thing than none at all, which makes a
+// Quorane.
+void tellOfName(Finding& finding, const std::string& name) {
+    finding.reason = "'" + name + "' is no known product's name, letter for letter";
+    finding.published = {{"frameName", ""}, {"activeEthernet", ""}};
+    finding.effect = "treated as a Quorane under that name, but its active port cannot be switched";
 }
 
 Finding findingOf(const Root& root, const Check& check, const Product& product) {
     if (check.kind == Kind::optional) {
         return optionalFinding(root, check);
     }
+    if (check.kind == Kind::marker) {
+        return markerFinding(root, check);
+    }
     const Sight sight = lookFor(root, check, product);
     Finding finding{pathOf(check), sight.state, sight.reason};
     if (finding.isProblem()) {
         finding.published = publishedWithout(check, sight.state);
         finding.effect = check.effect;
+    }
+    if (&check == &productCheck() && finding.isProblem() && !product.isQuorane()) {
+        tellOfName(finding, product.name());
     }
     return finding;
 }

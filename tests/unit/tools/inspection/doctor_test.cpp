@@ -24,7 +24,8 @@ class DoctorOn : public FrameToInspect, public testing::WithParamInterface<const
     std::vector<Check> needed() const {
         std::vector<Check> all;
         for (const Check& check : checks()) {
-            if (check.concerns(Product(GetParam())) && check.kind != Kind::optional) {
+            if (check.concerns(Product(GetParam())) && check.kind != Kind::optional &&
+                check.kind != Kind::marker) {
                 all.push_back(check);
             }
         }
@@ -157,6 +158,27 @@ TEST_F(Doctor, AnUnknownProductIsAProblem) {
     EXPECT_EQ(at("/tmp/eeprom").state, State::undecodable);
 }
 
+// The daemon keeps a name as it stands, and only one that is written "Quorane" has ports to switch.
+TEST_F(Doctor, ANameThatNoProductHasMakesNoQuorane) {
+    runAs("Quorane");
+    for (const std::string name : {"Quasar", "quorane"}) {
+        tree.replace("/tmp/eeprom", "PRODUCT=" + name + "\n");
+        const Finding finding = at("/tmp/eeprom");
+        EXPECT_THAT(finding.reason, testing::HasSubstr("'" + name + "'"));
+        EXPECT_THAT(finding.effect, testing::HasSubstr("active port cannot be switched"));
+        EXPECT_EQ(namesOf(finding.published),
+                  (std::vector<std::string>{"frameName", "activeEthernet"}));
+        EXPECT_EQ(finding.published.at(0).value, "") << "not that of a card without a name";
+    }
+}
+
+TEST_F(Doctor, ACardWithAnEmptyNameIsAQuorane) {
+    runAs("Quorane");
+    tree.replace("/tmp/eeprom", "PRODUCT=\n");
+    EXPECT_EQ(at("/tmp/eeprom").effect, "the card counts as a Quorane");
+    EXPECT_EQ(at("/tmp/eeprom").published.at(0).value, "\"Quorane\"");
+}
+
 TEST_F(Doctor, TellsWhatAMarkerMeansWithoutComplaining) {
     runAs("KELI");
     tree.replace("/vantor/etc/sshServerDisabled", "");
@@ -168,6 +190,49 @@ TEST_F(Doctor, TellsWhatAMarkerMeansWithoutComplaining) {
     EXPECT_TRUE(diagnosis().isWell());
 }
 
+// A state file in which one parameter of the device is saved.
+std::string savedAs(const std::string& oid, const std::string& value) {
+    return R"({"version":1,"systemState":{"devices":[{"type":"device","slot":0,"params":{"d_)" +
+           oid + R"(":{"oid":")" + oid + R"(","type":"INT32","value":)" + value + "}}}]}}";
+}
+
+struct SavedCase {
+    const char* oid;
+    const char* saved;
+    const char* published;
+    const char* effect;
+};
+
+const SavedCase kSavedCases[] = {
+    {"system.sshEnabled", "1", "1", "without effect"},
+    {"system.sshEnabled", "0", "0", "without effect"},
+    {"system.sshEnabled", "7", "", "without effect"},
+    {"frameB.system.sshEnabled", "1", "1", "without effect"},
+    {"system.ftpEnabled", "1", "0", "the service is off"},
+};
+
+TEST_F(Doctor, AMarkerDoesNotCountAgainstASavedSwitch) {
+    for (const char* file : {kSettings, "/vantor/etc/configurableSystemDetails.json.old"}) {
+        for (const SavedCase& one : kSavedCases) {
+            runAs("KELI");
+            tree.replace("/vantor/etc/sshServerDisabled", "");
+            tree.replace(file, savedAs(one.oid, one.saved));
+            const Finding finding = at("/vantor/etc/sshServerDisabled");
+            EXPECT_EQ(finding.published.at(0).value, one.published) << one.oid << one.saved << file;
+            EXPECT_THAT(finding.effect, testing::StartsWith(one.effect)) << one.oid << one.saved;
+            tree.remove(file);
+        }
+    }
+}
+
+// The daemon follows this one while it runs.
+TEST_F(Doctor, TheMarkerOfAmbrixCountsAlsoAgainstASavedSwitch) {
+    runAs("KELI");
+    tree.replace("/vantor/etc/ambrixDisabled", "");
+    tree.replace(kSettings, savedAs("system.ambrixEnabled", "1"));
+    EXPECT_EQ(at("/vantor/etc/ambrixDisabled").published.at(0).value, "0");
+}
+
 TEST_F(Doctor, ReadsTheSettingsOrTheirOlderCopy) {
     runAs("Quorane");
     EXPECT_EQ(at(kSettings).reason, "nothing was saved yet");
@@ -177,8 +242,9 @@ TEST_F(Doctor, ReadsTheSettingsOrTheirOlderCopy) {
     EXPECT_EQ(at(kSettings).reason, "saved settings start with their defaults");
     tree.replace(std::string(kSettings) + ".old", "{}");
     EXPECT_EQ(at(kSettings).state, State::undecodable);
-    EXPECT_EQ(at(kSettings).reason, "its older copy is used");
+    EXPECT_EQ(at(kSettings).reason, "saved settings start with their defaults") << "it is there";
     tree.remove(kSettings);
+    EXPECT_EQ(at(kSettings).reason, "its older copy is used");
     EXPECT_EQ(at(kSettings).state, State::missing);
     const auto names = namesOf(at(kSettings).published);
     EXPECT_THAT(names, testing::IsSupersetOf({"frameName", "systemName", "sshEnabled"}));
