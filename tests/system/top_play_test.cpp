@@ -138,12 +138,15 @@ TEST_F(TopPlay, SaysWhenARecordingEndsByItself) {
     openOnDevice({"--record", "/run/small/one.rec"});
     terminal->waitFor("the recording ended: /run/small/one.rec: No space left on device");
     EXPECT_THAT(rowsWith("REC"), SizeIs(0));
+    terminal->type("q");
+    terminal->waitFor("ended with 1");
+    EXPECT_THAT(rowsWith("pallctl: top: /run/small/one.rec: No space left on device"), SizeIs(1));
 }
 
 TEST_F(TopPlay, SaysWhenItCannotRecord) {
     open({"--record", "/no/such/place/one.rec"});
-    terminal->waitFor("pallctl: top: /no/such/place/one.rec: No such file or directory");
-    terminal->waitFor("ended with 2");
+    terminal->waitFor("pallctl: /no/such/place/one.rec: No such file or directory");
+    terminal->waitFor("ended with 1");
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
 // The verb that takes the whole screen.
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include "bus/misframed.h"
+#include "top/bad_usage.h"
 #include "top/top.h"
 #include "verbs.h"
 
@@ -24,9 +24,8 @@ ExitStatus runTop(const Common& common, const TopWords& words) {
     // The screen is taken.
     lumo::replaceMisframedSink([](std::string_view) {});
     try {
-        top::run({common.reach, words.record, words.play});
-        return kSuccess;
-    } catch (const std::runtime_error& error) {
+        return top::run({common.reach, words.record, words.play});
+    } catch (const top::BadUsage& error) {
         complain("top", error.what());
         return kUsage;
     }

@@ -41,15 +41,17 @@ class LiveStage : public Stage {
     void step(View& view, Moment elapsed) override;
     Status status() const override;
     void carryOut(Request request, View& view) override;
-    std::optional<std::string> finish() override { return feed_.stopRecording(); }
+    std::optional<std::string> finish() override;
 
   private:
     void set(View& view);
+    void noteEnd(const std::optional<std::string>& failure);
     void toggleRecording(View& view);
 
     const std::string place_;
     Feed feed_;
     Moment now_{0};
+    std::optional<std::string> recordingFailure_;  // the first one
 };
 
 void LiveStage::step(View& view, Moment elapsed) {
@@ -59,6 +61,7 @@ void LiveStage::step(View& view, Moment elapsed) {
         view.conclude(*outcome);
     }
     if (const auto failure = feed_.takeRecordingFailure()) {
+        noteEnd(failure);
         view.say({"the recording ended: " + showable(*failure), Style::bad});
     }
 }
@@ -72,6 +75,15 @@ Status LiveStage::status() const {
         status.recordingTo = showable(*feed_.recordingTo());
     }
     return status;
+}
+
+std::optional<std::string> LiveStage::finish() {
+    noteEnd(feed_.stopRecording());
+    return recordingFailure_;
+}
+
+void LiveStage::noteEnd(const std::optional<std::string>& failure) {
+    recordingFailure_ = recordingFailure_ ? recordingFailure_ : failure;
 }
 
 void LiveStage::carryOut(Request request, View& view) {
@@ -92,6 +104,7 @@ void LiveStage::set(View& view) {
 void LiveStage::toggleRecording(View& view) try {
     if (const auto path = feed_.recordingTo()) {
         const auto failure = feed_.stopRecording();
+        noteEnd(failure);
         view.say(failure ? Notice{showable(*failure), Style::bad}
                          : Notice{"recorded to " + showable(*path)});
     } else {

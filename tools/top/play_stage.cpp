@@ -1,3 +1,4 @@
+#include "top/bad_usage.h"
 #include "top/player.h"
 #include "top/stage.h"
 
@@ -50,8 +51,10 @@ void PlayStage::carryOut(Request request, View& /*view*/) {
 
 }  // namespace
 
-std::unique_ptr<Stage> makePlayStage(const std::string& path, const std::string& object) {
+std::unique_ptr<Stage> makePlayStage(const std::string& path, const std::string& object) try {
     return std::make_unique<PlayStage>(path, object);
+} catch (const std::runtime_error& error) {
+    throw BadUsage(error.what());
 }
 
 }  // namespace top

@@ -12,9 +12,9 @@
 #include <climits>
 #include <cwchar>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
+#include "top/bad_usage.h"
 #include "top/terminal.h"
 
 namespace top {
@@ -128,7 +128,7 @@ void showSpan(const Span& span) {
 struct Screen::Terminal {
     Terminal() : screen(::newterm(nullptr, stdout, stdin)) {
         if (!screen) {
-            throw std::runtime_error("the terminal cannot be drawn on");
+            throw BadUsage("the terminal cannot be drawn on");
         }
     }
     ~Terminal() {

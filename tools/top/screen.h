@@ -12,7 +12,7 @@ namespace top {
 // before. There is one at a time. Used by one thread.
 class Screen {
   public:
-    // Throws std::runtime_error with the reason when there is no terminal, or one that cannot do
+    // Throws BadUsage with the reason when there is no terminal, or one that cannot do
     // what is needed.
     Screen();
     ~Screen();

@@ -30,7 +30,8 @@ class Stage {
     virtual Status status() const = 0;
     // Does what a key asked for, and tells the view how it went.
     virtual void carryOut(Request request, View& view) = 0;
-    // Ends what goes on behind the picture. What became of it that the person has to know.
+    // Ends what goes on behind the picture. Why not all of what was to be recorded is on the disk,
+    // "PATH: reason", whenever that happened; nothing while all is well.
     virtual std::optional<std::string> finish() { return std::nullopt; }
 
   protected:
@@ -43,8 +44,8 @@ class Stage {
 // unless that is empty. Throws std::runtime_error when that file cannot be made.
 std::unique_ptr<Stage> makeLiveStage(const pallctl::Reach& reach, const std::string& recordTo);
 
-// The recording in that file, for the device of that object. Throws std::runtime_error when it
-// cannot be read, or is none.
+// The recording in that file, for the device of that object. Throws BadUsage when it cannot be
+// read, or is none.
 std::unique_ptr<Stage> makePlayStage(const std::string& path, const std::string& object);
 
 }  // namespace top

@@ -9,8 +9,9 @@
 
 #include <array>
 #include <cstdlib>
-#include <stdexcept>
 #include <string>
+
+#include "top/bad_usage.h"
 
 namespace top {
 
@@ -40,19 +41,19 @@ struct Description {
 
 void checkTerminal() {
     if (::isatty(STDIN_FILENO) == 0 || ::isatty(STDOUT_FILENO) == 0) {
-        throw std::runtime_error("needs a terminal to read from and to draw on");
+        throw BadUsage("needs a terminal to read from and to draw on");
     }
     const std::string name = terminalName();
     if (name.empty()) {
-        throw std::runtime_error("TERM does not say what terminal this is");
+        throw BadUsage("TERM does not say what terminal this is");
     }
     const Description description;
     if (!description.isKnown) {
-        throw std::runtime_error("TERM names a terminal that this machine does not know: " + name);
+        throw BadUsage("TERM names a terminal that this machine does not know: " + name);
     }
     std::array<char, 4> moveCursor{"cup"};
     if (!::tigetstr(moveCursor.data())) {
-        throw std::runtime_error("TERM names a terminal that cannot be drawn on: " + name);
+        throw BadUsage("TERM names a terminal that cannot be drawn on: " + name);
     }
 }
 

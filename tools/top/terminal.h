@@ -2,7 +2,7 @@
 
 namespace top {
 
-// Throws std::runtime_error with the reason when standard input and output are no terminal, or one
+// Throws BadUsage with the reason when standard input and output are no terminal, or one
 // that cannot be drawn on.
 void checkTerminal();
 

@@ -144,23 +144,36 @@ int runScreen(const Options& options, Stage& stage, Signals& signals) {
     return Loop(stage, source, signals, screen).run();
 }
 
-int runStage(const Options& options) {
+// What was to be recorded and is not is told when the screen is the person's again.
+pallctl::ExitStatus finish(Stage& stage) {
+    const auto failure = stage.finish();
+    if (failure) {
+        pallctl::complain("top", *failure);
+    }
+    return failure ? pallctl::kFailed : pallctl::kSuccess;
+}
+
+struct End {
+    int signal = 0;  // 0: none
+    pallctl::ExitStatus status = pallctl::kSuccess;
+};
+
+End runStage(const Options& options) {
     Signals signals;
     const auto stage = makeStage(options);
     const int signal = runScreen(options, *stage, signals);
-    if (const auto failure = stage->finish()) {
-        pallctl::complain("top", *failure);
-    }
-    return signal;
+    return {signal, finish(*stage)};
 }
 
 }  // namespace
 
-void run(const Options& options) {
+pallctl::ExitStatus run(const Options& options) {
     std::setlocale(LC_CTYPE, "");
-    if (const int signal = runStage(options)) {
-        endBy(signal);
+    const End end = runStage(options);
+    if (end.signal != 0) {
+        endBy(end.signal);
     }
+    return end.status;
 }
 
 }  // namespace top

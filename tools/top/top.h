@@ -13,8 +13,9 @@ struct Options {
 };
 
 // The full-screen view, until the person quits it or its terminal goes. A signal that ends it ends
-// the process, with the terminal left as it was. Throws std::runtime_error with the reason when
-// there is no terminal to draw on or no such file.
-void run(const Options& options);
+// the process, with the terminal left as it was. kFailed, after a complaint on standard error, when
+// a recording is not whole. Throws BadUsage when there is no terminal to draw on or no such file to
+// play, and std::runtime_error, "PATH: reason", when the one to record to cannot be made.
+pallctl::ExitStatus run(const Options& options);
 
 }  // namespace top

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "messages.h"
+#include "support/file_size_limit.h"
 #include "support/temporary_directory.h"
 #include "tools/listening_peer.h"
 #include "top/stage.h"
@@ -53,6 +54,23 @@ TEST(LiveStageTest, AGoodRecordingNeedsNoWord) {
     EXPECT_EQ(stage->status().recordingTo, directory.path("bus.rec"));
     EXPECT_EQ(stage->finish(), std::nullopt);
     EXPECT_TRUE(directory.holds("bus.rec"));
+}
+
+TEST(LiveStageTest, ARecordingThatEndedByItselfIsToldAgainInTheEnd) {
+    const TemporaryDirectory directory;
+    ListeningPeer peer;
+    const auto stage = makeLiveStage({peer.port(), {}, {}, "system"}, directory.path("bus.rec"));
+    View view(stage->board(), Source::device);
+    const FileSizeLimit limit(200);
+    stage->step(view, 0s);
+    peer.accept();
+    peer.writeFrame(announcement(R"("systemName":")" + std::string(1000, 'x') + "\""));
+    const auto patience = std::chrono::steady_clock::now() + 20s;
+    while (stage->status().recordingTo && std::chrono::steady_clock::now() < patience) {
+        stage->step(view, 0s);
+    }
+    EXPECT_THAT(view.notice().text, testing::StartsWith("the recording ended: "));
+    EXPECT_EQ(stage->finish(), directory.path("bus.rec") + ": File too large");
 }
 
 }  // namespace
