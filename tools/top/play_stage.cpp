@@ -1,3 +1,6 @@
+#include <stdexcept>
+#include <utility>
+
 #include "top/bad_usage.h"
 #include "top/player.h"
 #include "top/stage.h"
@@ -11,12 +14,15 @@ constexpr Moment kSeekStep = std::chrono::seconds(10);
 class PlayStage : public Stage {
   public:
     PlayStage(const std::string& path, const std::string& object)
-        : Stage(object), place_(showable(path)), player_(path, board_) {}
+        : Stage(object),
+          place_(showable(path)),
+          player_(path, board_),
+          untold_(player_.cutShort()) {}
 
     int descriptor() const override { return -1; }
     std::optional<Moment> untilNext() const override { return player_.untilNext(); }
     Moment now() const override { return player_.playing().at; }
-    void step(View& /*view*/, Moment elapsed) override { player_.advance(elapsed); }
+    void step(View& view, Moment elapsed) override;
     Status status() const override {
         Status status;
         status.place = place_;
@@ -28,7 +34,15 @@ class PlayStage : public Stage {
   private:
     const std::string place_;
     Player player_;
+    std::optional<std::string> untold_;  // what the person has to know of the file
 };
+
+void PlayStage::step(View& view, Moment elapsed) {
+    player_.advance(elapsed);
+    if (const auto told = std::exchange(untold_, std::nullopt)) {
+        view.say({showable(*told), Style::bad});
+    }
+}
 
 void PlayStage::carryOut(Request request, View& /*view*/) {
     switch (request) {

@@ -55,6 +55,7 @@ void Player::read(const std::string& path) {
             events_.push_back({entry->at, std::move(*message)});
         }
     }
+    cutShort_ = reader.cutShort();
 }
 
 void Player::advance(Moment elapsed) {

@@ -17,7 +17,7 @@ namespace top {
 class Player {
   public:
     // Reads all of the file. Throws std::runtime_error that names the file, and the line when it is
-    // one that does not belong into a recording; a last line that was cut short is no problem.
+    // one that does not belong into a recording.
     Player(const std::string& path, Board& board);
 
     // So much real time has passed.
@@ -32,6 +32,8 @@ class Player {
     void seek(Moment distance);
 
     Playing playing() const;
+    // "PATH:LINE: ..." for a last line that is not whole; nothing when there is none such.
+    const std::optional<std::string>& cutShort() const { return cutShort_; }
 
   private:
     struct Event {
@@ -44,6 +46,7 @@ class Player {
 
     Board& board_;
     std::vector<Event> events_;
+    std::optional<std::string> cutShort_;
     Moment length_{0};
     Moment at_{0};
     std::size_t played_ = 0;  // how many events the board has taken

@@ -49,6 +49,20 @@ TEST_F(PlayStageTest, ItsPresentIsThatOfTheRecording) {
     EXPECT_EQ(stage->now(), Moment(5s));
     EXPECT_EQ(stage->descriptor(), -1);
     EXPECT_EQ(stage->status().place, directory.path("bus.rec"));
+    EXPECT_EQ(view.notice().text, "") << "the file is whole";
+}
+
+TEST_F(PlayStageTest, ALastLineThatIsNotWholeIsToldOnce) {
+    directory.write("torn.rec", directory.read("bus.rec") + R"({"at":40.000000,"fro)");
+    const auto torn = makePlayStage(directory.path("torn.rec"), "system");
+    torn->step(view, 0s);
+    EXPECT_EQ(view.notice().text,
+              directory.path("torn.rec") + ":4: cut short; the recording ends before it");
+    EXPECT_EQ(view.notice().style, Style::bad);
+    view.say({});
+    torn->step(view, 40s);
+    EXPECT_EQ(torn->status().playing->length, Moment(30s));
+    EXPECT_EQ(view.notice().text, "");
 }
 
 }  // namespace
