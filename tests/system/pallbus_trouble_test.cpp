@@ -95,8 +95,8 @@ TEST_F(Troubled, SeveralMessagesInOneSegmentAreAllAnswered) {
     EXPECT_EQ(got.status, 0) << got.error;
 }
 
-// Which of them it understands depends on the bytes that were hit. A length that was hit may swallow
-// megabytes of what follows, so that only a new connection brings it back in step.
+// Which of them it understands depends on the bytes that were hit. A length that was hit may
+// swallow megabytes of what follows, so that only a new connection brings it back in step.
 TEST_F(Troubled, DamagedMessagesDoNotEndIt) {
     start();
     order("corrupt 3 to daemon");
