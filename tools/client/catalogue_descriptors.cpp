@@ -41,4 +41,15 @@ std::vector<Descriptor> catalogueDescriptors() {
     return descriptors;
 }
 
+void describeCatalogue(const DeviceObject& object, Mirror& mirror) {
+    for (Descriptor& descriptor : catalogueDescriptors()) {
+        descriptor.name = object.fullName(descriptor.name);
+        if (!mirror.described(descriptor.name)) {
+            const Parameter* const heard = mirror.find(descriptor.name);
+            UniqueJSON value = copyJSON(heard ? heard->value.get() : nullptr);
+            mirror.describe({std::move(descriptor), std::move(value)});
+        }
+    }
+}
+
 }  // namespace pallctl

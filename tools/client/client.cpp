@@ -181,21 +181,10 @@ ExitStatus Client::tryToRead(const std::vector<std::string>& names,
         return session_.isOpen() ? kNoAnswer : kNoBus;
     }
     if (device_.isThroughPrefix() && isDaemon()) {
-        describeCatalogue();
+        // What it could not be asked for.
+        describeCatalogue(DeviceObject(device_.object()), mirror_);
     }
     return kSuccess;
-}
-
-// What the device could not be asked for. A value that it announced stays.
-void Client::describeCatalogue() {
-    for (Descriptor& descriptor : catalogueDescriptors()) {
-        descriptor.name = device_.fullName(descriptor.name);
-        if (!mirror_.described(descriptor.name)) {
-            const Parameter* heard = mirror_.find(descriptor.name);
-            UniqueJSON value = copyJSON(heard ? heard->value.get() : nullptr);
-            mirror_.describe({std::move(descriptor), std::move(value)});
-        }
-    }
 }
 
 void Client::explain(ExitStatus status) const {

@@ -71,7 +71,6 @@ class Client {
 
   private:
     ExitStatus tryToRead(const std::vector<std::string>& names, std::chrono::milliseconds patience);
-    void describeCatalogue();
     bool isDaemon() const;
     void tellMissing(const std::string& subject, const std::string& problem);
     void explain(ExitStatus status) const;

@@ -62,6 +62,12 @@ void Board::describeFromCatalogue() {
     }
 }
 
+void Board::addCatalogue() {
+    if (object_.home() == pallctl::kDaemonObject) {
+        pallctl::describeCatalogue(object_, mirror_);
+    }
+}
+
 void Board::lose(Moment at) {
     for (History& history : histories_) {
         history.add(at, std::nullopt);

@@ -59,6 +59,9 @@ void Feed::connect(Moment now) {
     nextAttempt_ = now + kReconnectDelay;
     if (session_.open(Clock::now() + kConnectPatience)) {
         session_.subscribe(reach_.object);
+        if (device_.isThroughPrefix()) {
+            session_.subscribe(device_.home());
+        }
         become(Link::noDevice, now);
         stale_ = true;
         nextQuestion_ = now;
@@ -126,6 +129,9 @@ void Feed::ask(std::vector<std::string> names, Moment now) {
 // An answer may be lost, or overtaken by what was announced after it: once, it is asked for again.
 void Feed::endReading(Moment now) {
     board_.mirror().endReading();
+    if (device_.isThroughPrefix()) {
+        board_.addCatalogue();
+    }
     const auto open = isRepeated_ ? std::nullopt : device_.openNames(asked_);
     if (open) {
         isRepeated_ = true;

@@ -54,7 +54,7 @@ void View::startEdit() {
     } else {
         mode_ = Mode::edit;
         selected_ = board_.leafOf(*parameter);
-        line_ = LineEditor(valueOf(parameter));
+        line_ = LineEditor(pallctl::hasValue(*parameter) ? valueOf(parameter) : "");
     }
 }
 

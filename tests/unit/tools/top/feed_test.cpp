@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "client/catalogue_names.h"
 #include "messages.h"
 #include "support/captured_log.h"
 #include "support/file_size_limit.h"
@@ -35,6 +36,9 @@ std::string answer(const std::string& id, const std::string& more = R"(,"statusC
 // written before.
 class FeedTest : public testing::Test {
   protected:
+    explicit FeedTest(const std::string& object = "system")
+        : board(object), feed({peer.port(), {}, {}, object}, board) {}
+
     // A step that takes in one more message than before, as soon as the kernel has brought it.
     void hear(const std::string& payload) {
         peer.writeFrame(payload);
@@ -78,7 +82,7 @@ class FeedTest : public testing::Test {
     ListeningPeer peer;
     Board board;
     Moment now{0};
-    Feed feed{{peer.port(), {}, {}, "system"}, board};
+    Feed feed;
     std::string asked;
 };
 
@@ -109,6 +113,33 @@ TEST_F(FeedTest, ConnectsAgainAndReadsEverythingAgain) {
     EXPECT_THAT(asked, HasSubstr(R"("ipAddress")"));
     answerQuestion();
     EXPECT_EQ(feed.link(), Link::connected);
+}
+
+class PrefixedFeedTest : public FeedTest {
+  protected:
+    PrefixedFeedTest() : FeedTest("frameB.system") {
+        step();
+        peer.accept();
+        asked = peer.read();
+    }
+};
+
+TEST_F(PrefixedFeedTest, HearsThatTheDaemonIsNewWhichItSaysOfItselfAlone) {
+    EXPECT_THAT(asked, HasSubstr(R"("subscribeList":[{"path":"frameB.system")"));
+    EXPECT_THAT(asked, HasSubstr(R"("subscribeList":[{"path":"system")"));
+    answerQuestion();
+    hear(announcement(R"("frameName":"Quorane")"));
+    EXPECT_THAT(peer.read(), HasSubstr(kWhole));
+}
+
+TEST_F(PrefixedFeedTest, WhatIsNotToldHasItsRowWithoutAValue) {
+    EXPECT_THAT(asked, Not(HasSubstr(R"("ipAddress")"))) << "that would rename it";
+    hear("[\"NOT\", \"frameB.system\", 8, 0, 0]\n{\"param\":{\"netmask\":4294967040}}");
+    answerQuestion();
+    ASSERT_TRUE(board.find("ipAddress"));
+    EXPECT_EQ(valueOf(board.find("ipAddress")), "-");
+    EXPECT_EQ(valueOf(board.find("netmask")), "255.255.255.0");
+    EXPECT_EQ(board.all().size(), pallctl::catalogueNames().size());
 }
 
 TEST_F(FeedTest, WaitsASecondBetweenAttempts) {

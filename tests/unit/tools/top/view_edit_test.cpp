@@ -43,6 +43,16 @@ TEST_F(EditTest, BeginsWithThePresentValue) {
     EXPECT_EQ(view.mode(), Mode::browse);
 }
 
+TEST_F(EditTest, BeginsEmptyWhenTheValueIsNotTold) {
+    board.addCatalogue();
+    edit("netmask");
+    EXPECT_EQ(view.line().text(), "");
+    type(view, "255.0.0.0");
+    press(view, KeyCode::enter);
+    EXPECT_EQ(view.change().from, "-");
+    EXPECT_EQ(view.change().to, "255.0.0.0");
+}
+
 TEST_F(EditTest, AsksBeforeItSets) {
     propose("ipAddress", "10.0.0.6");
     EXPECT_EQ(view.mode(), Mode::confirm);
