@@ -43,6 +43,14 @@ TEST_F(Play, WaitsForTheTimeOfAChange) {
     EXPECT_THAT(status(), HasSubstr("11.00 V"));
 }
 
+TEST_F(Play, GoesOnWhenNobodyReadsOfIt) {
+    const std::string file = directory.write("my.scenario", "psu 1 11\nafter 50ms psu 1 10\n");
+    const std::string command = (programDirectory() / "pallframe").string() + " play " + file;
+    const Result result = run({"bash", "-c", command + " | true; exit ${PIPESTATUS[0]}"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(status(), HasSubstr("10.00 V"));
+}
+
 TEST_F(Play, GoesFasterWhenAsked) {
     EXPECT_EQ(run(play("after 2m psu 1 10", {"--speed", "1000"})).output,
               "  120.000 s  psu 1 10\n");

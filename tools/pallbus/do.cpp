@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -12,6 +13,7 @@
 #include "model/files.h"
 #include "orders.h"
 #include "program/standard_output.h"
+#include "program/timed_script.h"
 #include "switchboard/control.h"
 #include "trouble/plan.h"
 #include "verbs.h"
@@ -34,10 +36,14 @@ constexpr const char* kForms =
     "  show          lists it\n"
     "TIME is such as 500ms, 2s, 3m.";
 
+// One word is a whole line; several are the words of one, as the shell took them apart.
 std::string joined(const std::vector<std::string>& words) {
+    if (words.size() == 1) {
+        return words.front();
+    }
     std::string line;
     for (const std::string& word : words) {
-        line += (line.empty() ? "" : " ") + word;
+        line += (line.empty() ? "" : " ") + script::quoted(word);
     }
     return line;
 }
@@ -80,30 +86,70 @@ int makeTrouble(uint16_t port, const Options& options) {
     return 0;
 }
 
-// A file that is there is emptied by the bus, when it takes it.
-UniqueFile openToRecord(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-    if (descriptor < 0) {
-        throw std::runtime_error(path + ": " + std::generic_category().message(errno));
+// The file for the bus to write to. One that is there is emptied by the bus, when it takes it; one
+// that was made for it goes again when nobody takes it.
+class FileToRecord {
+  public:
+    explicit FileToRecord(const std::string& path) : path_(path) {
+        constexpr int kFlags = O_WRONLY | O_CREAT | O_CLOEXEC;
+        int descriptor = ::open(path.c_str(), kFlags | O_EXCL, 0666);
+        isNew_ = descriptor >= 0;
+        if (!isNew_ && errno == EEXIST) {
+            descriptor = ::open(path.c_str(), kFlags, 0666);
+        }
+        if (descriptor < 0) {
+            throw std::runtime_error(path + ": " + std::generic_category().message(errno));
+        }
+        file_.reset(::fdopen(descriptor, "w"));
     }
-    return UniqueFile(::fdopen(descriptor, "w"));
-}
+    ~FileToRecord() {
+        if (isNew_ && !isTaken_) {
+            ::unlink(path_.c_str());
+        }
+    }
+    FileToRecord(const FileToRecord&) = delete;
+    FileToRecord& operator=(const FileToRecord&) = delete;
 
-int beginOrEndRecording(uint16_t port, const Options& options) {
-    const Reply reply = options.endRecording
-                            ? answerOf(port, kEndRecording)
-                            : answerOf(port, recordOrder(std::filesystem::absolute(options.record)),
-                                       openToRecord(options.record));
+    const UniqueFile& file() const { return file_; }
+    void keep() { isTaken_ = true; }
+
+  private:
+    std::string path_;
+    UniqueFile file_;
+    bool isNew_ = false;
+    bool isTaken_ = false;
+};
+
+void requireDone(const Reply& reply) {
     if (!reply.done) {
         throw std::runtime_error(reply.text);
     }
+}
+
+int beginRecording(uint16_t port, const std::string& path) {
+    FileToRecord file(path);
+    requireDone(answerOf(port, recordOrder(std::filesystem::absolute(path)), file.file()));
+    file.keep();
     return 0;
+}
+
+int endRecording(uint16_t port) {
+    requireDone(answerOf(port, kEndRecording));
+    return 0;
+}
+
+int carryOut(uint16_t port, const Options& options) {
+    if (options.endRecording) {
+        return endRecording(port);
+    }
+    return options.record.empty() ? makeTrouble(port, options)
+                                  : beginRecording(port, options.record);
 }
 
 }  // namespace
 
 void addDo(Verb program, Call& call) {
-    Verb verb = program.addVerb("do", "Trouble on a running bus: drop, delay, ...");
+    Verb verb = program.addVerb("do", "Trouble on a running bus, or a recording");
     const auto options = std::make_shared<Options>();
     verb.add("LINE", options->words, "What is to happen");
     verb.add("-s,--script", options->script, "Lines with their times, which begin now")
@@ -121,14 +167,11 @@ void addDo(Verb program, Call& call) {
     verb.excludes({"--record", "--script", "--seed", "--trouble", "--verbose"});
     verb.notes(kForms);
     verb.action([options, &call] {
-        const bool isTrouble = !options->words.empty() || !options->script.empty();
-        if (!isTrouble && options->record.empty() && !options->endRecording) {
+        if (options->words.empty() && options->script.empty() && options->record.empty() &&
+            !options->endRecording) {
             throw BadUsage("something to do is required");
         }
-        call.toBeDone = [options, isTrouble, &call] {
-            return isTrouble ? makeTrouble(call.port, *options)
-                             : beginOrEndRecording(call.port, *options);
-        };
+        call.toBeDone = [options, &call] { return carryOut(call.port, *options); };
     });
 }
 

@@ -1,5 +1,6 @@
 // pallbus: a stand-in for the message bus of a frame.
 
+#include <csignal>
 #include <cstdio>
 
 #include "offers.h"
@@ -38,6 +39,8 @@ int run(int argc, char** argv) {
     if (const auto status = line.read(argc, argv, pallbus::offers)) {
         return *status;
     }
+    // Who reads what the bus says may go; those on the bus stay.
+    std::signal(SIGPIPE, SIG_IGN);
     const int status = call.toBeDone();
     flushOutput();
     return status;

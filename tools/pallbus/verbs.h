@@ -18,7 +18,7 @@ struct Call {
 
 // Without a verb: to be the bus.
 void addRun(Verb program, Call& call);
-// "do": to have something go wrong on a bus that runs.
+// "do": to have something go wrong on a bus that runs, or what goes over it kept in a file.
 void addDo(Verb program, Call& call);
 // "replay": to be the bus of a recording.
 void addReplay(Verb program, Call& call);

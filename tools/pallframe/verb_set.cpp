@@ -1,5 +1,6 @@
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <memory>
 
@@ -68,6 +69,8 @@ void addPlay(Verb program, Call&) {
     words->which.addTo(verb);
     verb.action([words] {
         const Scenario scenario = readScenarioFile(words->file);
+        // What has begun to happen to the frame goes on when nobody reads of it any more.
+        std::signal(SIGPIPE, SIG_IGN);
         play(words->which.tree(), scenario, words->speed, [&](const frame::ScenarioStep& step) {
             words->which.tree();  // files that are held would take changes after the frame's end
             printStep(step);

@@ -278,6 +278,15 @@ std::vector<Line> parse(std::string_view text, Problems& problems) {
     return std::move(reader).lines();
 }
 
+std::string quoted(std::string_view word) {
+    std::string text = "\"";
+    for (const char sign : word) {
+        text += sign == '"' || sign == '\\' ? "\\" : "";
+        text += sign;
+    }
+    return text + '"';
+}
+
 std::optional<milliseconds> parseDuration(std::string_view text) {
     double value = 0;
     const char* const end = text.data() + text.size();

@@ -46,6 +46,9 @@ std::vector<Line> parse(std::string_view text, std::string_view name);
 // The same, adding all problems: gives the lines that can be read in spite of them.
 std::vector<Line> parse(std::string_view text, Problems& problems);
 
+// The word in quotes: parse makes it of that again, whatever it is without a line end.
+std::string quoted(std::string_view word);
+
 // "500ms", "2s", "1.5s", "3m", no longer than kLongest; nothing for anything else.
 std::optional<std::chrono::milliseconds> parseDuration(std::string_view text);
 // As it stands on a command line: also "2" and "0.5", which are seconds.

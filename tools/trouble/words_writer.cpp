@@ -2,6 +2,7 @@
 #include <array>
 #include <charconv>
 
+#include "program/timed_script.h"
 #include "trouble/vocabulary.h"
 #include "trouble/words.h"
 
@@ -68,22 +69,11 @@ std::string whoText(const Rule& rule) {
     return way + (*rule.client == kDaemon ? " daemon" : " client " + std::to_string(*rule.client));
 }
 
-std::string objectText(const std::string& name) {
-    std::string text = " object \"";
-    for (const char sign : name) {
-        if (sign == '"' || sign == '\\') {
-            text += '\\';
-        }
-        text += sign;
-    }
-    return text + '"';
-}
-
 }  // namespace
 
 std::string textOf(const Rule& rule) {
     return std::string(wordOf(rule.kind).name) + operandText(rule) + oftenText(rule) +
-           whoText(rule) + (rule.object ? objectText(*rule.object) : "") +
+           whoText(rule) + (rule.object ? " object " + script::quoted(*rule.object) : "") +
            (rule.time ? " for " + timeText(*rule.time) : "");
 }
 

@@ -145,6 +145,14 @@ TEST(ScriptBound, OfTheTime) {
               "a.scenario:3: the script takes more than 24 hours");
 }
 
+TEST(Script, ReadsAQuotedWordAsItWas) {
+    for (const std::string word :
+         {"", "plain", "a b", "#none", "it's", "say \"so\"", "back\\slash"}) {
+        EXPECT_EQ(script::parse(script::quoted(word) + " next", "").at(0).words,
+                  (std::vector<std::string>{word, "next"}));
+    }
+}
+
 TEST(ScriptDuration, IsInSecondsOnACommandLineWithoutAUnit) {
     EXPECT_EQ(parseTimeOption("90"), 90s);
     EXPECT_EQ(parseTimeOption("0.1"), 100ms);

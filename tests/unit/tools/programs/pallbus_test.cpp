@@ -280,6 +280,19 @@ TEST(PallbusProgram, GoesOnWhenItRunsOutOfDescriptors) {
     EXPECT_EQ(first.receive(), request("GET", 20));
 }
 
+TEST(PallbusProgram, GoesOnWhenNobodyReadsWhatItSays) {
+    ProgramProcess bus(pallbusCommand({"--port=0", "--verbose"}));
+    const uint16_t port = portOf(bus.readLine());
+    bus.closeOutput();
+    bus.closeErrors();
+    BusPeer first(port, 20);
+    first.vanish();
+    BusPeer second(port, 21);
+    EXPECT_TRUE(second.isQuiet());
+    bus.signal(SIGTERM);
+    EXPECT_EQ(bus.wait(), 0);
+}
+
 TEST(PallbusProgram, ForgetsAClientThatIsGone) {
     ProgramProcess bus(pallbusCommand({"--port=0", "--verbose"}));
     const uint16_t port = portOf(bus.readLine());

@@ -346,6 +346,13 @@ TEST_F(PallbusTrouble, FromAFileMayBeAsLongAsAScript) {
     EXPECT_THAT(shown(), EndsWith("ms split\n"));
 }
 
+TEST_F(PallbusTrouble, InSeveralWordsIsOfTheShellsWords) {
+    EXPECT_EQ(
+        runProgram(pallbusCommand({"do", "-p", bus_.portText(), "drop", "object", "a #b"})).errors,
+        "");
+    EXPECT_THAT(shown(), StartsWith("drop object \"a #b\" "));
+}
+
 TEST(PallbusScript, IsReadBeforeThereIsABus) {
     const ScriptFile script("split\nat 1s delay\n");
     const Outcome bad = runProgram(pallbusCommand({"--port=0", "--script", script.path()}));

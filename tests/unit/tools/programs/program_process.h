@@ -33,6 +33,7 @@ class ProgramProcess {
     std::string errors() { return errors_.readAll(); }
     // Goes away as the reader of a pipe does.
     void closeOutput() { output_.close(); }
+    void closeErrors() { errors_.close(); }
 
     // Exit status, minus the number of the signal that ended it, or 1000 when it goes on.
     int wait();

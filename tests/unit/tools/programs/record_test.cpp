@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
 
 #include <gmock/gmock.h>
 
@@ -173,6 +174,9 @@ TEST_F(RecordLaterTest, IsOneAtATime) {
     directory_.write("other.rec", "mine");
     expectRefused({"--record", directory_.path("other.rec")}, "recording to " + path_ + " already");
     EXPECT_EQ(directory_.read("other.rec"), "mine");
+    const std::string absent = directory_.path("absent.rec");
+    expectRefused({"--record", absent}, "recording to " + path_ + " already");
+    EXPECT_FALSE(std::filesystem::exists(absent));
     expectDone({"--end-recording"});
     expectDone({"--record", directory_.path("other.rec")});
     expectDone({"--end-recording"});
@@ -183,6 +187,7 @@ TEST_F(RecordLaterTest, IsRefusedAFileThatWhoAsksCannotWrite) {
     expectRefused({"--record", "/nowhere/bus.rec"}, "/nowhere/bus.rec: No such file or directory");
     EXPECT_EQ(runProgram(pallbusCommand({"do", "--port=1", "--record", path_})).errors,
               "pallbus: no bus on port 1\n");
+    EXPECT_FALSE(std::filesystem::exists(path_));
     for (const auto& words : std::vector<std::vector<std::string>>{
              {"--record", path_, "drop"}, {"--end-recording", "--record", path_}}) {
         EXPECT_EQ(order(words).status, 2);
