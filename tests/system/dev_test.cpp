@@ -47,6 +47,28 @@ TEST_F(Dev, ManShowsWhyTheBuildFails) {
     EXPECT_EQ(result.error, "broken\n");
 }
 
+TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
+    standIn("cmake", "echo built >&2");
+    const std::vector<std::pair<Words, std::string>> misuses{
+        {{"run", "--product"}, "run --product needs a name"},
+        {{"run", "--twice"}, "run knows --once and --product NAME, not '--twice'"},
+        {{"man"}, "man needs the name of a program"},
+        {{"man", "pallctl", "pallbus"}, "man takes one name, not also 'pallbus'"},
+        {{"fuzz", "--seconds"}, "fuzz --seconds needs a number"},
+        {{"fuzz", "--seconds", "long"}, "fuzz --seconds needs a number"},
+        {{"fuzz", "requests"}, "fuzz knows --seconds N, not 'requests'"},
+        {{"fuzz", "--seconds", "5", "requests"}, "fuzz knows --seconds N, not 'requests'"},
+        {{"bench", "fast"}, "bench takes nothing, not 'fast'"},
+        {{"lint", "src"}, "lint takes nothing, not 'src'"},
+    };
+    for (const auto& [words, complaint] : misuses) {
+        const Result result = dev(words);
+        EXPECT_EQ(result.status, 2) << complaint;
+        EXPECT_EQ(result.output, "") << complaint;
+        EXPECT_EQ(result.error, "dev: " + complaint + "\n");
+    }
+}
+
 TEST_F(Dev, ABuildThatFailsIsTheEnd) {
     standIn("cmake", "echo broken; exit 3");
     const Result result = dev({"run"});
