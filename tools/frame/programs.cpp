@@ -199,6 +199,24 @@ bool isPlain(const std::string& word) {
     return !word.empty() && word.find_first_of(kSpecial) == std::string::npos;
 }
 
+// What ends a quoted part, or the line, stands outside of it in a form of its own.
+std::string quoted(const std::string& word) {
+    std::string text = "'";
+    for (const char sign : word) {
+        switch (sign) {
+            case '\'':
+                text += "'\\''";
+                break;
+            case '\n':
+                text += "'$'\\n''";
+                break;
+            default:
+                text += sign;
+        }
+    }
+    return text + "'";
+}
+
 }  // namespace
 
 std::vector<std::string> programPaths() {
@@ -250,7 +268,7 @@ std::string commandLine(const Words& words) {
     std::string line;
     for (const std::string& word : words) {
         line += line.empty() ? "" : " ";
-        line += isPlain(word) ? word : "'" + word + "'";
+        line += isPlain(word) ? word : quoted(word);
     }
     return line;
 }

@@ -45,7 +45,8 @@ struct ProgramSetting {
 // Those that are not as usual.
 std::vector<ProgramSetting> programSettings(const Tree& tree);
 
-// Words as a shell reads them, quoted where a shell needs it: "pkill -f '/bin/sh x'".
+// Words on one line as bash reads them, quoted where it needs that: "pkill -f '/bin/sh x'". A line
+// end in a word is $'\n'.
 std::string commandLine(const std::vector<std::string>& words);
 
 }  // namespace frame

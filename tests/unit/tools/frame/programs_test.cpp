@@ -1,5 +1,6 @@
 #include "frame/programs.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "frame/devices.h"
@@ -43,6 +44,15 @@ TEST_F(Programs, WriteDownWhatTheyWereToldInOrder) {
 
 TEST_F(Programs, QuoteWhatAShellWouldTakeApart) {
     EXPECT_EQ(commandLine({"a", "", "b c", "$d", "--e=f"}), "a '' 'b c' '$d' --e=f");
+    EXPECT_EQ(commandLine({"it's", "'"}), "'it'\\''s' ''\\'''");
+}
+
+TEST_F(Programs, WriteDownALineEndOnTheirLine) {
+    EXPECT_EQ(commandLine({"one\ntwo"}), "'one'$'\\n''two'");
+    run({"/etc/init.d/S40network", "a\nb"});
+    run({"/etc/init.d/S53slpreg"});
+    const std::string calls = tree.read(paths::kCommands);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), '\n'), 2);
 }
 
 struct ServiceCase {
