@@ -104,4 +104,29 @@ TEST(Readme, LinksToPagesThatThereAre) {
     EXPECT_GT(links, 5u);
 }
 
+std::vector<fs::path> pages() {
+    std::vector<fs::path> found{"CONTRIBUTING.md", "README.md"};
+    for (const auto& entry : fs::directory_iterator("doc")) {
+        if (entry.path().extension() == ".md") {
+            found.push_back(entry.path());
+        }
+    }
+    return found;
+}
+
+// What a page calls by its place is there.
+TEST(Pages, NamePlacesThatThereAre) {
+    const std::regex place("`((?:cmake|doc|src|tests|tools)/[^` ]*)`");
+    size_t places = 0;
+    for (const fs::path& file : pages()) {
+        const std::string page = readFile(file);
+        for (std::sregex_iterator match(page.begin(), page.end(), place), end; match != end;
+             ++match) {
+            EXPECT_TRUE(fs::exists((*match)[1].str())) << file << ": " << (*match)[1];
+            ++places;
+        }
+    }
+    EXPECT_GT(places, 20u);
+}
+
 }  // namespace
