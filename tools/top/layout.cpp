@@ -34,7 +34,7 @@ constexpr std::size_t kRoomForFoot = 4;
 
 constexpr std::size_t kNameColumns = 24;
 constexpr std::size_t kLabelColumns = 22;
-constexpr std::size_t kAgeColumns = 6;
+constexpr std::size_t kTimeColumns = 9;
 constexpr std::size_t kRoomForLabels = 90;
 
 bool holds(const Size& size, const Size& room) {
@@ -88,7 +88,7 @@ Line parameterLine(const Scene& scene, const Parameter& parameter, const Size& s
     const std::string name = showable(scene.board.leafOf(parameter));
     Line line{{fresh ? " *" : "  ", Style::changed},
               {fitted(name, kNameColumns, scene.charset) + " "}};
-    std::size_t others = 2 + kNameColumns + 1 + kAgeColumns;
+    std::size_t others = 2 + kNameColumns + 1 + kTimeColumns;
     if (size.columns >= kRoomForLabels) {
         const std::string label = showable(parameter.descriptor.label);
         line.push_back({fitted(label, kLabelColumns, scene.charset) + " ", Style::dim});
@@ -97,8 +97,9 @@ Line parameterLine(const Scene& scene, const Parameter& parameter, const Size& s
     const std::size_t room = size.columns > others ? size.columns - others : 0;
     line.push_back(
         {fitted(valueOf(&parameter), room, scene.charset), fresh ? Style::changed : Style::plain});
-    const std::string age = changedAt ? ageText(scene.now - *changedAt) : "";
-    line.push_back({rightAligned(age, kAgeColumns), Style::dim});
+    const std::string time =
+        changedAt ? timeText(scene.status.begin + *changedAt, scene.now - *changedAt) : "";
+    line.push_back({rightAligned(time, kTimeColumns), Style::dim});
     return line;
 }
 

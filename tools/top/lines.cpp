@@ -2,6 +2,9 @@
 
 #include <array>
 #include <cstdio>
+#include <cstring>
+
+#include "client/time_text.h"
 
 namespace top {
 
@@ -52,6 +55,14 @@ Line justified(const Line& left, const Line& right, std::size_t columns, Style f
 
 void append(Line& line, const Line& other) {
     line.insert(line.end(), other.begin(), other.end());
+}
+
+std::string timeText(std::chrono::system_clock::time_point moment, Moment age) {
+    constexpr std::size_t kMonth = 5;  // in "2026-11-21T15:04:05.123+01:00"
+    constexpr std::size_t kTime = 11;
+    const std::string text = pallctl::isoTime(moment);
+    return age < std::chrono::days(1) ? text.substr(kTime, std::strlen("15:04:05"))
+                                      : text.substr(kMonth, std::strlen("11-21"));
 }
 
 std::string ageText(Moment age) {

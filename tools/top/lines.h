@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
@@ -20,6 +21,9 @@ Line justified(const Line& left, const Line& right, std::size_t columns,
                Style filling = Style::plain);
 
 void append(Line& line, const Line& other);
+
+// The time of day, "15:04:05", of something that old; from one day on its month and day, "11-21".
+std::string timeText(std::chrono::system_clock::time_point moment, Moment age);
 
 // "12s", "3m", "2h", "5d".
 std::string ageText(Moment age);

@@ -9,7 +9,7 @@ namespace top {
 
 namespace {
 
-// Ages are shown in seconds, and so often the connection is looked after.
+// How long there has been no bus is shown in seconds, and so often the connection is looked after.
 constexpr Moment kTick = std::chrono::seconds(1);
 
 // A name for a recording that begins now, in the present directory.
@@ -71,6 +71,8 @@ Status LiveStage::status() const {
     status.place = place_;
     status.link = feed_.link();
     status.linkSince = feed_.linkSince();
+    // By the clock as it is now: a frame gets its time of day long after start.
+    status.begin = std::chrono::system_clock::now() - now_;
     if (feed_.recordingTo()) {
         status.recordingTo = showable(*feed_.recordingTo());
     }

@@ -27,6 +27,7 @@ class PlayStage : public Stage {
         Status status;
         status.place = place_;
         status.playing = player_.playing();
+        status.begin = player_.start();
         return status;
     }
     void carryOut(Request request, View& view) override;

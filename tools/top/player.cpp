@@ -15,7 +15,7 @@ namespace {
 constexpr std::array kSpeeds{0.25, 0.5, 1.0, 2.0, 4.0, 8.0, 16.0, 32.0, 64.0};
 constexpr std::size_t kUsualSpeed = 2;
 
-// Ages in seconds are what changes on a screen where nothing happens.
+// Its place in the recording is what changes on a screen where nothing happens.
 constexpr Moment kTick = std::chrono::seconds(1);
 // Nobody sees more pictures than these.
 constexpr Moment kShortest = std::chrono::milliseconds(50);
@@ -48,6 +48,7 @@ Player::Player(const std::string& path, Board& board) : board_(board), speed_(kU
 
 void Player::read(const std::string& path) {
     recording::Reader reader(path);
+    start_ = reader.header().start;
     while (const auto entry = reader.next()) {
         length_ = entry->at;
         auto message = decode(entry->payload);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -32,6 +33,8 @@ class Player {
     void seek(Moment distance);
 
     Playing playing() const;
+    // When the recording began, by the clock that it was made by.
+    std::chrono::system_clock::time_point start() const { return start_; }
     // "PATH:LINE: ..." for a last line that is not whole; nothing when there is none such.
     const std::optional<std::string>& cutShort() const { return cutShort_; }
 
@@ -46,6 +49,7 @@ class Player {
 
     Board& board_;
     std::vector<Event> events_;
+    std::chrono::system_clock::time_point start_;
     std::optional<std::string> cutShort_;
     Moment length_{0};
     Moment at_{0};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,8 +26,9 @@ struct Status {
     std::string place;  // where the bus is, or the file that is played; showable
     Link link = Link::noBus;
     Moment linkSince{0};
-    std::optional<std::string> recordingTo;  // the file that is written; showable
-    std::optional<Playing> playing;          // instead of the link
+    std::optional<std::string> recordingTo;       // the file that is written; showable
+    std::optional<Playing> playing;               // instead of the link
+    std::chrono::system_clock::time_point begin;  // of all moments, by the clock of the day
 };
 
 // All that a picture is made of.

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "bus/local_zone.h"
 #include "messages.h"
 #include "pictures.h"
 #include "top/lines.h"
@@ -80,16 +81,21 @@ TEST_F(LayoutTest, ASmallScreenIsForTheTable) {
 }
 
 TEST_F(LayoutTest, AChangeIsMarkedForAMomentAndDatedForGood) {
+    const LocalZone zone(kThreeHoursEast);
+    status.begin += 1795273445s;  // 2026-11-21T15:04:05Z
     now = 10s;
     announce(R"("systemName":"Truck")");
     now = 12s;
     Line line = picture({12, 60}).lines[3];
-    EXPECT_EQ(textOf(line), " *systemName               Truck                          2s");
+    EXPECT_EQ(textOf(line), " *systemName               Truck                    18:04:15");
     EXPECT_EQ(styleOf(line, "Truck"), Style::changed);
     now = 75s;
     line = picture({12, 60}).lines[3];
-    EXPECT_EQ(textOf(line), "  systemName               Truck                          1m");
+    EXPECT_EQ(textOf(line), "  systemName               Truck                    18:04:15");
     EXPECT_EQ(styleOf(line, "Truck"), Style::plain);
+    now = 24h + 10s;
+    line = picture({12, 60}).lines[3];
+    EXPECT_EQ(textOf(line), "  systemName               Truck                       11-21");
 }
 
 TEST_F(LayoutTest, TheSelectedRowIsMarkedOverItsWholeWidth) {

@@ -27,6 +27,17 @@ TEST(LiveStageTest, SaysWhereItLooksAndWhatItFinds) {
     EXPECT_FALSE(stage->status().playing);
 }
 
+// Whatever the clock does meanwhile: what was just now was just now.
+TEST(LiveStageTest, ItsPresentIsThatOfTheClock) {
+    const auto stage = makeLiveStage(kNowhere, "");
+    View view(stage->board(), Source::device);
+    stage->step(view, 5s);
+    const auto before = std::chrono::system_clock::now();
+    const auto present = stage->status().begin + stage->now();
+    EXPECT_GE(present, before);
+    EXPECT_LE(present, std::chrono::system_clock::now());
+}
+
 TEST(LiveStageTest, IsDueAgainAtOnceWhileThereIsMoreToTakeIn) {
     ListeningPeer peer;
     const auto stage = makeLiveStage({peer.port(), {}, {}, "system"}, "");

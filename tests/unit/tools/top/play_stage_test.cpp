@@ -52,6 +52,14 @@ TEST_F(PlayStageTest, ItsPresentIsThatOfTheRecording) {
     EXPECT_EQ(view.notice().text, "") << "the file is whole";
 }
 
+TEST_F(PlayStageTest, ItsTimeOfDayIsThatOfTheRecording) {
+    directory.write("made.rec",
+                    R"({"recording":1,"start":"1970-01-01T01:02:03.000004Z","by":"test"})"
+                    "\n");
+    const auto made = makePlayStage(directory.path("made.rec"), "system");
+    EXPECT_EQ(made->status().begin.time_since_epoch(), 1h + 2min + 3s + 4us);
+}
+
 TEST_F(PlayStageTest, ALastLineThatIsNotWholeIsToldOnce) {
     directory.write("torn.rec", directory.read("bus.rec") + R"({"at":40.000000,"fro)");
     const auto torn = makePlayStage(directory.path("torn.rec"), "system");
