@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "bus/message_types.h"
+#include "client/outcome.h"
 #include "model/numbers.h"
 
 namespace pallctl {
@@ -89,11 +90,11 @@ ExitStatus NetworkChange::send(Device& device, const NetworkMember& member,
         say_(name + ": no answer");
         return kNoAnswer;
     }
-    if (isTaken(*code)) {
-        return kSuccess;
+    const ExitStatus status = statusOf(*code);
+    if (status != kSuccess) {
+        say_(name + ": " + std::to_string(*code) + " " + statusText(*code));
     }
-    say_(name + ": " + std::to_string(*code) + " " + statusText(*code));
-    return *code == 404 ? kNotFound : kRefused;
+    return status;
 }
 
 ExitStatus NetworkChange::takeBack() {

@@ -8,6 +8,7 @@
 #include "bus/message_types.h"
 #include "client/assignment.h"
 #include "client/network_plan.h"
+#include "client/outcome.h"
 #include "client/wire_form.h"
 #include "program/standard_output.h"
 
@@ -15,20 +16,10 @@ namespace pallctl {
 
 namespace {
 
-struct Outcome {
-    const char* word;
-    ExitStatus status;
-};
-
 constexpr Outcome kSet{"set", kSuccess};
 constexpr Outcome kUnchanged{"unchanged", kSuccess};
-constexpr Outcome kUnfit{"unfit", kUsage};
 constexpr Outcome kRefusedByDevice{"refused", kRefused};
-constexpr Outcome kUnknown{"notFound", kNotFound};
-constexpr Outcome kUnanswered{"noAnswer", kNoAnswer};
 constexpr Outcome kNotSent{"notSent", kNoAnswer};
-
-constexpr int kNotFoundCode = 404;
 
 // One parameter to set, and what came of it.
 struct Change {
@@ -43,10 +34,11 @@ Outcome outcomeOf(std::optional<int> code) {
     if (!code) {
         return kUnanswered;
     }
-    if (isTaken(*code)) {
+    const ExitStatus status = statusOf(*code);
+    if (status == kSuccess) {
         return kSet;
     }
-    return *code == kNotFoundCode ? kUnknown : kRefusedByDevice;
+    return status == kNotFound ? kUnknownName : kRefusedByDevice;
 }
 
 std::string problemOf(const Outcome& outcome, int code) {
@@ -122,11 +114,11 @@ class Setting {
         Change change{client_.device().fullName(assignment.name)};
         const Parameter* parameter = client_.mirror().described(change.name);
         if (!parameter && !options_.force) {
-            return drop(std::move(change), kUnknown, "not found");
+            return drop(std::move(change), kUnknownName, "not found");
         }
         WireForm form = formOf(parameter, assignment.value);
         if (!form.value) {
-            return drop(std::move(change), kUnfit, form.problem);
+            return drop(std::move(change), kUnfitValue, form.problem);
         }
         change.value = std::move(form.value);
         changes_.push_back(std::move(change));

@@ -9,9 +9,10 @@
 namespace pallctl {
 
 struct SetOptions {
-    bool force = false;  // send whatever speaks against it, also to names that nobody describes
-    bool always =
-        false;  // send also what is set already: a set of an equal value restarts services
+    // Send whatever speaks against it, also to names that nobody describes.
+    bool force = false;
+    // Send also what is set already: a set of an equal value restarts services.
+    bool always = false;
 };
 
 // Sets "NAME=VALUE" (with style.raw VALUE is JSON) in this order, each with a request of its own,

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "client/assignment.h"
+#include "client/outcome.h"
 #include "client/wire_form.h"
 #include "program/standard_output.h"
 
@@ -23,14 +24,9 @@ Reach forEachAnswer(Reach reach) {
     return reach;
 }
 
-struct Outcome {
-    const char* word;
-    ExitStatus status;
-};
-
 constexpr Outcome kOutcomes[] = {
-    {"reached", kSuccess},   {"unfit", kUsage}, {"notFound", kNotFound},
-    {"noAnswer", kNoAnswer}, {"noBus", kNoBus}, {"timeOver", kTimeOver},
+    {"reached", kSuccess}, kUnfitValue,       kUnknownName,
+    kUnanswered,           {"noBus", kNoBus}, {"timeOver", kTimeOver},
 };
 
 const char* wordOf(ExitStatus status) {
