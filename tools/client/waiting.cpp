@@ -45,20 +45,27 @@ class Waiting {
 
     ExitStatus run(const Assignment& wanted) {
         ExitStatus status = begin(wanted);
-        if (status == kSuccess && !outputGone()) {
+        if (status == kSuccess) {
             status = follow();
         }
-        report(client_.device().fullName(wanted.name), status);
+        if (status == kFailed) {
+            complain("standard output", "nobody reads it any more");
+        } else {
+            report(client_.device().fullName(wanted.name), status);
+        }
         return status;
     }
 
   private:
     ExitStatus begin(const Assignment& wanted) {
         const ExitStatus status = client_.read({wanted.name});
-        if (status != kSuccess || outputGone()) {
+        if (status != kSuccess) {
             return status;
         }
         parameter_ = client_.mirror().described(client_.device().fullName(wanted.name));
+        if (!parameter_ && outputGone()) {
+            return kFailed;  // it may not even have been read
+        }
         if (!parameter_) {
             complain(client_.device().fullName(wanted.name), "not found");
             return kNotFound;
@@ -84,7 +91,7 @@ class Waiting {
     ExitStatus follow() {
         while (!readsAs(*parameter_, wanted_.get())) {
             if (outputGone()) {
-                return kSuccess;
+                return kFailed;
             }
             if (Clock::now() >= giveUp_) {
                 complain(parameter_->descriptor.name, "is " + shownValue(*parameter_, style_));

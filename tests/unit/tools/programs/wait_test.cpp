@@ -128,6 +128,18 @@ TEST_F(WaitTest, ItsTimeBeginsWhenTheDaemonAnswers) {
     expectEnd(0, "");
 }
 
+// So that what goes on behind it does not go on wrongly.
+TEST_F(WaitTest, FailsWhenItsReaderGoesBeforeTheValueIsSo) {
+    start({"wait", "level=7", "-k"});
+    answer("5");
+    wait_->closeOutput();
+    expectEnd(1, "pallctl: standard output: nobody reads it any more\n");
+
+    start({"wait", "level=7"});
+    wait_->closeOutput();
+    expectEnd(1, "pallctl: standard output: nobody reads it any more\n");
+}
+
 TEST_F(WaitTest, KnowsThatItHasNotBegun) {
     start({"wait", "level=7", "--timeout=0.1"});
     expectEnd(5, "pallctl: system: no answer\n");
