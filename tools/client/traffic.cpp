@@ -83,11 +83,15 @@ UniqueJSON jsonData(const TarnInternalMessage& message, std::string_view payload
                                              : jsonString(printable(std::string(dataOf(payload))));
 }
 
+struct Member {
+    const char* name;
+    std::string text;
+};
+
 // As a recording has it, exactly.
-void addPayload(cJSON* object, std::string_view payload) {
-    const bool legible = recording::isLegible(payload);
-    addMember(object, legible ? "payload" : "base64",
-              jsonString(legible ? std::string(payload) : recording::toBase64(payload)));
+Member payloadMember(std::string_view payload) {
+    return recording::isLegible(payload) ? Member{"payload", std::string(payload)}
+                                         : Member{"base64", recording::toBase64(payload)};
 }
 
 std::string jsonTraffic(std::string_view payload, Moment moment) {
@@ -101,7 +105,8 @@ std::string jsonTraffic(std::string_view payload, Moment moment) {
         addMember(object.get(), "object", jsonString(head.object));
         addMember(object.get(), "data", jsonData(*message, payload));
     } else {
-        addPayload(object.get(), payload);
+        const Member member = payloadMember(payload);
+        addMember(object.get(), member.name, jsonString(member.text));
     }
     return jsonLine(object.get()) + '\n';
 }
@@ -114,7 +119,8 @@ std::string shellTraffic(std::string_view payload, Moment moment) {
     const std::string time = keyValueForm("time", isoTime(moment));
     const auto message = decoded(payload);
     if (!message) {
-        return time + assignment("payload", std::string(payload)) + '\n';
+        const Member member = payloadMember(payload);
+        return time + assignment(member.name, member.text) + '\n';
     }
     const TrafficHead head = headOf(*message);
     return time + assignment("type", head.type) + assignment("from", std::to_string(head.from)) +

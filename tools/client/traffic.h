@@ -24,7 +24,7 @@ TrafficHead trafficHead(std::string_view payload);
 // The message with a line end. For people: time of day, type, sender and addressee ("*" is
 // everybody), object, what it carries, id; of at most so many columns, 0 for all. As JSON and for a
 // shell whole: { "time", "type", "from", "to", "object", "data" }, and { "time", "payload" } for
-// what is no message. With raw the data as it came.
+// what is no message, "base64" instead when it is no text. With raw the data as it came.
 std::string trafficLine(std::string_view payload, std::chrono::system_clock::time_point moment,
                         const Style& style, size_t columns);
 

@@ -112,6 +112,7 @@ TEST_F(Traffic, GivesProgramsWhatIsNoMessageAsARecordingDoes) {
                             "\n");
     EXPECT_EQ(json("\x1b\xff"), R"({"time":"2026-11-21T15:04:05.250+00:00","base64":"G/8="})"
                                 "\n");
+    EXPECT_EQ(shell("\x1b\xff"), "time='2026-11-21T15:04:05.250+00:00' base64='G/8='\n");
 }
 
 TEST_F(Traffic, ShowsDataThatAreNoJson) {
