@@ -51,7 +51,11 @@ Client::Client(const Reach& reach, Interest interest)
       device_(session_, mirror_, reach.object, patience_) {}
 
 bool Client::connect() {
-    if (!session_.open(Clock::now() + kConnectPatience)) {
+    return connect(Clock::now() + kConnectPatience);
+}
+
+bool Client::connect(Deadline giveUp) {
+    if (!session_.open(giveUp)) {
         return false;
     }
     if (interest_ == Interest::traffic) {

@@ -37,8 +37,10 @@ class Client {
   public:
     Client(const Reach& reach, Interest interest);
 
-    // Connects, and subscribes what it is interested in.
+    // Connects, and subscribes what it is interested in. False when the bus does not take it in
+    // time: within two seconds when nothing else is said.
     bool connect();
+    bool connect(Deadline giveUp);
     // Connects as soon as there is a bus, or the wait is over: kNoBus, after a complaint, then.
     // kSuccess also once the output has gone (session().outputGone()): nobody is left to be told.
     ExitStatus awaitBus();

@@ -6,6 +6,7 @@
 
 #include "bus/misframed.h"
 #include "client/client.h"
+#include "client/network_plan.h"
 #include "client/offers.h"
 #include "model/log.h"
 
@@ -30,17 +31,6 @@ constexpr Kind kKinds[] = {
     {"NAME=VALUE", offerAssignments},
 };
 
-// Options that take the value of one parameter.
-struct Setting {
-    const char* option;
-    const char* name;
-};
-constexpr Setting kSettings[] = {
-    {"--address", "ipAddress"},
-    {"--netmask", "netmask"},
-    {"--gateway", "gateway"},
-};
-
 std::string given(const BegunValue& begun, const char* option, const std::string& otherwise) {
     const auto found = begun.options.find(option);
     return found == begun.options.end() ? otherwise : found->second;
@@ -52,6 +42,15 @@ Reach reachOf(const BegunValue& begun) {
     const std::string port = given(begun, "--port", "");
     std::from_chars(port.data(), port.data() + port.size(), reach.port);
     return reach;
+}
+
+bool readAll(Client& client) {
+    const Deadline giveUp = Clock::now() + kPatience;
+    if (!client.connect(giveUp)) {
+        return false;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(giveUp - Clock::now());
+    return client.device().read(client.catalogue(), left);
 }
 
 // What cannot be set is not offered to be set.
@@ -67,20 +66,20 @@ std::vector<Offer> liveValues(const BegunValue& begun) {
     const auto* kind = std::find_if(std::begin(kKinds), std::end(kKinds), [&](const Kind& each) {
         return begun.kind == each.name && begun.option.empty();
     });
-    const auto* setting =
-        std::find_if(std::begin(kSettings), std::end(kSettings),
-                     [&](const Setting& each) { return begun.option == each.option; });
-    if (kind == std::end(kKinds) && setting == std::end(kSettings)) {
+    const auto* const setting =
+        std::find_if(kNetworkMembers.begin(), kNetworkMembers.end(),
+                     [&](const NetworkMember& each) { return begun.option == each.option; });
+    if (kind == std::end(kKinds) && setting == kNetworkMembers.end()) {
         return {};
     }
     replaceLogSink([](int, const std::string&) {});
     lumo::replaceMisframedSink([](std::string_view) {});
     Client client(reachOf(begun), Interest::answers);
-    if (!client.connect() || !client.device().read(client.catalogue(), kPatience)) {
+    if (!readAll(client)) {
         return {};
     }
-    if (setting != std::end(kSettings)) {
-        return offerValues(client.mirror().find(client.device().fullName(setting->name)));
+    if (setting != kNetworkMembers.end()) {
+        return offerValues(client.mirror().find(client.device().fullName(setting->leaf)));
     }
     std::vector<const Parameter*> parameters = client.described();
     if (begun.verb == "set") {
