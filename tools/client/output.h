@@ -6,7 +6,7 @@
 #include "client/descriptor.h"
 
 // How parameters are printed, the same for every verb: for people, for programs, for shells. Pure
-// functions.
+// functions, but for takesColours().
 
 namespace pallctl {
 

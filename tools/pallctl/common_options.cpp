@@ -41,6 +41,10 @@ std::string checkWait(const std::string& text) {
     return checkTime(text, 0ms, "0s");
 }
 
+std::string secondsText(std::chrono::milliseconds time) {
+    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(time).count()) + "s";
+}
+
 }  // namespace
 
 bool takesForm(const Common& common, const char* verb) {
@@ -64,16 +68,19 @@ void CommonOptions::describeStyle(Verb program) {
 }
 
 void CommonOptions::describeReach(Verb program) {
-    program.add("-o,--object", object_, "The device's name on the bus: system")
+    program.add("-o,--object", object_, "The device's name on the bus: " + Reach().object)
         .kind("OBJECT")
         .check(checkObject);
-    program.add("-p,--port", port_, "Port of the bus on 127.0.0.1: 15000")
+    program.add("-p,--port", port_, "Port of the bus on 127.0.0.1: " + std::to_string(port_))
         .kind("PORT")
         .check(wholeNumber(1, UINT16_MAX));
-    program.add("-t,--timeout", timeout_, "Longest wait for an answer: 2s, set 60s, wait ever")
+    const std::string patience =
+        secondsText(Patience().read) + ", set " + secondsText(Patience().set);
+    program.add("-t,--timeout", timeout_, "Longest wait for an answer: " + patience + ", wait ever")
         .kind("TIME")
         .check(checkTimeout);
-    program.add("-w,--wait", wait_, "Give bus and daemon so long to appear: 0s")
+    const std::string wait = secondsText(Reach().wait);
+    program.add("-w,--wait", wait_, "Give bus and daemon so long to appear: " + wait)
         .kind("TIME")
         .check(checkWait);
 }

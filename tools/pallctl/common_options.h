@@ -7,8 +7,8 @@
 
 namespace pallctl {
 
-// The options that every verb takes, as they stand on the command line. Lives as long as the App
-// that it describes them to.
+// The options that every verb takes, as they stand on the command line. Lives as long as the
+// command line that it describes them to.
 class CommonOptions {
   public:
     explicit CommonOptions(Verb program);
