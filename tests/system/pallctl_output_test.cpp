@@ -20,16 +20,26 @@ Result withoutReader(const std::string& words) {
 
 TEST_F(OnPallbus, WhatGoesOnEndsQuietlyWhenItsReaderHasGoneBefore) {
     start();
-    for (const char* words : {"watch", "watch --table", "watch nosuch", "monitor",
-                              "wait frameName=x", "wait nosuch=1", "--json wait frameName=x"}) {
+    for (const char* words : {"watch", "watch --table", "watch nosuch", "monitor"}) {
         EXPECT_EQ(withoutReader(words).error, "0\n") << words;
     }
 }
 
-TEST_F(OnPallbus, WhatWaitsForABusEndsQuietlyWhenItsReaderHasGone) {
-    for (const char* words : {"watch", "monitor", "wait frameName=x"}) {
+TEST_F(OnPallbus, WaitFailsWhenItsReaderHasGoneBefore) {
+    start();
+    for (const char* words : {"wait frameName=x", "wait nosuch=1", "--json wait frameName=x"}) {
+        EXPECT_EQ(withoutReader(words).error,
+                  "pallctl: standard output: nobody reads it any more\n1\n")
+            << words;
+    }
+}
+
+TEST_F(OnPallbus, WhatWaitsForABusEndsWhenItsReaderHasGone) {
+    for (const char* words : {"watch", "monitor"}) {
         EXPECT_EQ(withoutReader(std::string("--wait=60 ") + words).error, "0\n") << words;
     }
+    EXPECT_THAT(withoutReader("--wait=60 wait frameName=x").error,
+                testing::EndsWith("any more\n1\n"));
 }
 
 TEST_F(OnPallbus, WhatGoesOnSaysThatItsOutputCannotBeWritten) {
