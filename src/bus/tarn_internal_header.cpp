@@ -18,7 +18,7 @@ constexpr const char* kDatePlaceholder = "datehere";
 
 // No header comes near it. The tree of one that is made of small items takes forty times its
 // length.
-constexpr std::size_t kMaxLineLength = 64 * 1024;
+constexpr std::size_t kMaxLineLength = std::size_t{64} * 1024;
 
 enum HeaderItem { kType, kObjectName, kSource, kDestination, kScheduledTime, kRequiredItems = 4 };
 

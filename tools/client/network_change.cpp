@@ -19,6 +19,7 @@ constexpr auto kRetryPause = 1s;
 
 std::vector<std::string> networkNames(const Device& device) {
     std::vector<std::string> names;
+    names.reserve(kNetworkMembers.size());
     for (const NetworkMember& member : kNetworkMembers) {
         names.push_back(device.fullName(member.leaf));
     }

@@ -62,7 +62,7 @@ std::string orderOf(const Options& options) {
         parsePlan(text, options.script);
         return scriptOrder(text);
     }
-    const std::string line = joined(options.words);
+    std::string line = joined(options.words);
     if (line != "show") {
         parseLine(line);
     }

@@ -67,6 +67,7 @@ void endRecording(Recorder& recorder, const ControlSocket::Answer& answer) {
 std::vector<std::vector<Step>> plansOf(const std::vector<std::string>& lines,
                                        const std::string& script) {
     std::vector<std::vector<Step>> plans;
+    plans.reserve(lines.size() + 1);
     for (const std::string& line : lines) {
         plans.push_back(parseLine(line));
     }

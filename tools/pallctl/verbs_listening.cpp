@@ -33,8 +33,10 @@ struct MonitorWords {
 
 // All that the wire knows.
 std::vector<std::string> typeWords() {
+    constexpr int kTypes = static_cast<int>(MessageType::none);
     std::vector<std::string> words;
-    for (int type = 0; type < static_cast<int>(MessageType::none); ++type) {
+    words.reserve(kTypes);
+    for (int type = 0; type < kTypes; ++type) {
         words.emplace_back(typeWord(static_cast<MessageType>(type)));
     }
     return words;

@@ -65,6 +65,7 @@ std::vector<Place> projectPlaces() {
     std::vector<fs::path> paths = programDirectories();
     paths.insert(paths.begin(), fs::current_path());
     std::vector<Place> places;
+    places.reserve(paths.size());
     for (const fs::path& path : paths) {
         places.push_back({path, HostPart(path)});
     }

@@ -19,7 +19,6 @@ namespace {
 
 using frame::BadRequest;
 using frame::Registry;
-using frame::RunningFrame;
 
 std::string checkProduct(const std::string& name) {
     return frame::findProduct(name) != nullptr

@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view kComplete = "complete";
 
 void explainItself(CLI::App& app) {
-    app.formatter_fn([](const CLI::App* asked, std::string name, CLI::AppFormatMode) {
+    app.formatter_fn([](const CLI::App* asked, const std::string& name, CLI::AppFormatMode) {
         return helpText(*asked, name);
     });
     app.get_help_ptr()->description("Print this and end");

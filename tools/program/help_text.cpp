@@ -118,7 +118,7 @@ std::string valueWord(const CLI::Option& option) {
     }
     // Checks add their own words to the type's, behind colons.
     const std::string type = option.get_type_name();
-    const std::string word = type.substr(0, type.find(':'));
+    std::string word = type.substr(0, type.find(':'));
     const bool isNamed = std::find(std::begin(kTypes), std::end(kTypes), word) == std::end(kTypes);
     if (isNamed && !word.empty()) {
         return word;

@@ -51,8 +51,8 @@ class Search {
     }
 
     void compareArrays(const std::string& path, const cJSON* expected, const cJSON* got) {
-        const cJSON* left = expected->child;
-        const cJSON* right = got->child;
+        const cJSON* left = cJSON_GetArrayItem(expected, 0);
+        const cJSON* right = cJSON_GetArrayItem(got, 0);
         for (size_t i = 0; left || right; ++i) {
             compare(below(path, std::to_string(i)), left, right);
             left = left ? left->next : nullptr;

@@ -27,7 +27,8 @@ std::string Report::text() const {
     std::string text =
         "| " + std::string(width, ' ') + " | |\n|" + std::string(width + 2, '-') + "|---|\n";
     for (const auto& [what, value] : rows_) {
-        text += "| " + what + std::string(width - what.size(), ' ') + " | " + value + " |\n";
+        text.append("| ").append(what).append(width - what.size(), ' ');
+        text.append(" | ").append(value).append(" |\n");
     }
     for (const std::string& failure : failures_) {
         text += "FAILED: " + failure + "\n";
