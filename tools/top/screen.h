@@ -12,8 +12,8 @@ namespace top {
 // before. There is one at a time. Used by one thread.
 class Screen {
   public:
-    // Throws BadUsage with the reason when there is no terminal, or one that cannot do
-    // what is needed.
+    // Throws BadUsage with the reason when there is no terminal, or one that cannot do what is
+    // needed.
     Screen();
     ~Screen();
     Screen(const Screen&) = delete;
