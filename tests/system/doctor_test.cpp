@@ -20,24 +20,24 @@ void PrintTo(const Lack& lack, std::ostream* out) {
     *out << lack.path << " on " << lack.product;
 }
 
+// The doctor's finding of that path; an empty document when it has none.
+UniqueJSON findingOf(const std::string& path) {
+    Process doctor({programDirectory() / "pallframe", "doctor", "--json"});
+    doctor.waitForEnd();
+    const std::string text = doctor.output().waitForEnd();
+    const UniqueJSON all = parseJSON(text.data(), text.size());
+    const cJSON* check = nullptr;
+    cJSON_ArrayForEach(check, jsonMember(all.get(), "checks")) {
+        if (jsonText(jsonMember(check, "path")) == path) {
+            return copyJSON(check);
+        }
+    }
+    return nullptr;
+}
+
 class Lacking : public OnProduct, public testing::WithParamInterface<Lack> {
   protected:
     Lacking() : OnProduct(GetParam().product) { hide(GetParam().path); }
-
-    // The doctor's finding of that path; an empty document when it has none.
-    UniqueJSON finding() const {
-        Process doctor({programDirectory() / "pallframe", "doctor", "--json"});
-        EXPECT_EQ(doctor.waitForEnd(), 1);
-        const std::string text = doctor.output().waitForEnd();
-        const UniqueJSON all = parseJSON(text.data(), text.size());
-        const cJSON* check = nullptr;
-        cJSON_ArrayForEach(check, jsonMember(all.get(), "checks")) {
-            if (jsonText(jsonMember(check, "path")) == GetParam().path) {
-                return copyJSON(check);
-            }
-        }
-        return nullptr;
-    }
 
     // The daemon has polled twice when this has come and gone.
     void waitForPolls() {
@@ -62,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(Something, Lacking,
                                          Lack{"Quorane", std::string(paths::kRegisters), 3}));
 
 TEST_P(Lacking, PublishesWhatTheDoctorSays) {
-    const UniqueJSON found = finding();
+    const UniqueJSON found = findingOf(GetParam().path);
     EXPECT_STREQ(jsonText(jsonMember(found.get(), "state")), "missing");
     startAndSettle();
     waitForPolls();
@@ -75,6 +75,46 @@ TEST_P(Lacking, PublishesWhatTheDoctorSays) {
         }
     }
     EXPECT_EQ(compared, GetParam().published);
+}
+
+// A switch that was saved, and the file that says otherwise.
+class Marked : public OnProduct {
+  protected:
+    Marked() : OnProduct("KELI") { frame.write(kSSHMarker, ""); }
+
+    // What the doctor and then the daemon say of the switch.
+    void expectBothToSay(const std::string& state) {
+        const UniqueJSON found = findingOf(kSSHMarker);
+        EXPECT_EQ(renderJSON(jsonMember(found.get(), "published"), false),
+                  R"({"sshEnabled":)" + state + "}");
+        startAndSettle();
+        EXPECT_EQ(valueOf("sshEnabled"), state);
+    }
+
+    static constexpr const char* kSaved =
+        R"({"version":1,"systemState":{"devices":[{"type":"device","slot":0,)"
+        R"("params":{"d_system.sshEnabled":)"
+        R"({"oid":"system.sshEnabled","type":"INT32","value":1}}}]}})";
+};
+
+TEST_F(Marked, IsOffWhereNothingWasSaved) {
+    expectBothToSay("0");
+}
+
+TEST_F(Marked, IsWhatWasSaved) {
+    frame.write(kStateFile, kSaved);
+    expectBothToSay("1");
+}
+
+TEST_F(Marked, IsWhatTheOlderFileHasWhenThereIsNoNewer) {
+    frame.write(kStateFile + std::string(".old"), kSaved);
+    expectBothToSay("1");
+}
+
+TEST_F(Marked, IsOffWhenTheNewerFileIsDamaged) {
+    frame.write(kStateFile, "{");
+    frame.write(kStateFile + std::string(".old"), kSaved);
+    expectBothToSay("0");
 }
 
 class DoctorOfProduct : public OnProduct, public testing::WithParamInterface<const char*> {
