@@ -51,6 +51,14 @@ TEST_F(Play, GoesOnWhenNobodyReadsOfIt) {
     EXPECT_THAT(status(), HasSubstr("10.00 V"));
 }
 
+TEST_F(Play, EndsWhereItsOutputCannotBeWritten) {
+    const std::string file = directory.write("my.scenario", "psu 1 11\nafter 10m psu 1 10\n");
+    const std::string command = (programDirectory() / "pallframe").string() + " play " + file;
+    const Result result = run({"sh", "-c", command + " >/dev/full"});
+    EXPECT_EQ(result.status, 125);
+    EXPECT_EQ(result.error, "pallframe: standard output: No space left on device\n");
+}
+
 TEST_F(Play, GoesFasterWhenAsked) {
     EXPECT_EQ(run(play("after 2m psu 1 10", {"--speed", "1000"})).output,
               "  120.000 s  psu 1 10\n");

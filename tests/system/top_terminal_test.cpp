@@ -1,5 +1,7 @@
 // `pallctl top` and its terminal: what it needs, and how it leaves it.
 
+#include <filesystem>
+
 #include "harness/process_table.h"
 #include "on_top.h"
 
@@ -99,6 +101,11 @@ TEST_F(TopTerminal, IsNeeded) {
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, "pallctl: top: needs a terminal to read from and to draw on\n");
+}
+
+TEST_F(TopTerminal, IsAskedForBeforeARecordingIsBegun) {
+    EXPECT_EQ(pallctl({"top", "--record", "/tmp/recording"}).status, 2);
+    EXPECT_FALSE(std::filesystem::exists("/tmp/recording"));
 }
 
 TEST_F(TopTerminal, HasToBeOfAKindThatIsKnown) {

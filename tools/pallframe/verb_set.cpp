@@ -43,7 +43,7 @@ struct PlayWords {
 
 void printStep(const frame::ScenarioStep& step) {
     std::printf("%9.3f s  %s\n", std::chrono::duration<double>(step.at).count(), step.text.c_str());
-    std::fflush(stdout);
+    flushOutput();
 }
 
 }  // namespace

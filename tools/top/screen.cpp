@@ -15,7 +15,6 @@
 #include <string>
 
 #include "top/bad_usage.h"
-#include "top/terminal.h"
 
 namespace top {
 
@@ -142,7 +141,6 @@ struct Screen::Terminal {
 };
 
 Screen::Screen() {
-    checkTerminal();
     terminal_ = std::make_unique<Terminal>();
     ::set_escdelay(kEscapeMilliseconds);
     ::cbreak();

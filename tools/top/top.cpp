@@ -13,6 +13,7 @@
 #include "top/screen.h"
 #include "top/signals.h"
 #include "top/stage.h"
+#include "top/terminal.h"
 
 namespace top {
 
@@ -159,6 +160,7 @@ struct End {
 };
 
 End runStage(const Options& options) {
+    checkTerminal();  // before a recording is begun
     Signals signals;
     const auto stage = makeStage(options);
     const int signal = runScreen(options, *stage, signals);
