@@ -2,6 +2,8 @@
 
 #include <csignal>
 #include <cstdio>
+#include <sstream>
+#include <string>
 
 #include "offers.h"
 #include "program/standard_descriptors.h"
@@ -46,6 +48,14 @@ int run(int argc, char** argv) {
     return status;
 }
 
+// A line for each problem of the script.
+void complain(const script::Error& problems) {
+    std::istringstream lines(problems.what());
+    for (std::string line; std::getline(lines, line);) {
+        std::fprintf(stderr, "pallbus: %s\n", line.c_str());
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -54,8 +64,8 @@ int main(int argc, char** argv) {
     } catch (const pallbus::BadTrouble& problem) {
         std::fprintf(stderr, "pallbus: %s (do --help tells more)\n", problem.what());
         return kBadUsage;
-    } catch (const script::Error& problem) {
-        std::fprintf(stderr, "pallbus: %s\n", problem.what());
+    } catch (const script::Error& problems) {
+        complain(problems);
         return kBadUsage;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallbus: %s\n", error.what());

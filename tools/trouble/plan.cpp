@@ -1,18 +1,21 @@
 #include "trouble/plan.h"
 
+#include "program/script_problems.h"
 #include "program/timed_script.h"
 
 namespace pallbus {
 
 std::vector<Step> parsePlan(std::string_view text, std::string_view name) {
+    script::Problems problems(name);
     std::vector<Step> steps;
-    for (const script::Line& line : script::parse(text, name)) {
+    for (const script::Line& line : script::parse(text, problems)) {
         try {
             steps.push_back({line.at, parseOrder(line.words)});
         } catch (const BadTrouble& problem) {
-            throw script::Error(name, line.number, problem.what());
+            problems.add(line.number, problem.what());
         }
     }
+    problems.throwAll();
     return steps;
 }
 

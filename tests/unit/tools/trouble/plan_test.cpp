@@ -24,6 +24,15 @@ std::string problemOf(std::string_view text) {
     return "none";
 }
 
+std::string problemOfLine(std::string_view line) {
+    try {
+        parseLine(line);
+    } catch (const BadTrouble& problem) {
+        return problem.what();
+    }
+    return "none";
+}
+
 TEST(Plan, SaysWhatHappensWhen) {
     EXPECT_THAT(
         parsePlan("# a bus that falls silent\n"
@@ -51,13 +60,19 @@ TEST(Plan, NamesTheLineThatIsBad) {
     EXPECT_EQ(problemOf("at 1s\n"), "bad.txt:1: 'at' needs a time and something to do");
 }
 
-std::string problemOfLine(std::string_view line) {
-    try {
-        parseLine(line);
-    } catch (const BadTrouble& problem) {
-        return problem.what();
-    }
-    return "none";
+TEST(Plan, NamesAllLinesThatAreBadInTheirOrder) {
+    EXPECT_EQ(problemOf("at 1s close 10%\nat 2s split\nat 1500ms calm\nfoo\nrepeat 9\nbar\nend"),
+              "bad.txt:1: 'close' takes no '10%'\n"
+              "bad.txt:3: 'at 1500ms' is earlier than the line before\n"
+              "bad.txt:4: " +
+                  problemOfLine("foo") +
+                  "\n"
+                  "bad.txt:6: " +
+                  problemOfLine("bar"));
+}
+
+TEST(Plan, SaysWhatIsWrongWithALine) {
+    EXPECT_EQ(problemOfLine("close 10%"), "'close' takes no '10%'");
 }
 
 TEST(Plan, ATypedLineIsOneLineAndItsProblemHasNoPlace) {
