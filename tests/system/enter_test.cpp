@@ -162,6 +162,28 @@ TEST(Enter, TheEndOfTheFrameIsTheEndOfTheCommand) {
     EXPECT_EQ(entered.error().waitForEnd(), "pallframe: frame " + number + " has ended\n");
 }
 
+// As a person has it: a shell inside that took the foreground, and a program that it became.
+TEST(Enter, TheEndOfTheFrameLeavesTheTerminalAsItWas) {
+    Running frame;
+    const TemporaryDirectory directory;
+    const std::string before = directory.path("before");
+    const std::string after = directory.path("after");
+    const std::string number = numbers().at(0);
+    Terminal terminal({"sh", "-c", "stty -g >" + before + "; \"$@\"; stty -g >" + after, "sh",
+                       programDirectory() / "pallframe", "enter"});
+    terminal.screen().waitFor("# ");
+    terminal.type("stty raw -echo; printf '\\033[?1049h'; echo un''touched; exec sleep 1000\n");
+    terminal.screen().waitFor("untouched");
+    frame.signal(SIGTERM);
+    terminal.screen().waitFor("has ended\r\n");
+    terminal.waitForEnd();
+    EXPECT_NE(readFile(before), "");
+    EXPECT_EQ(readFile(after), readFile(before));
+    EXPECT_THAT(terminal.screen().text(),
+                AllOf(HasSubstr("\x1b[?1047l"), HasSubstr("\x1b[?25h"),
+                      EndsWith("pallframe: frame " + number + " has ended\r\n")));
+}
+
 TEST(List, ShowsWhatRuns) {
     EXPECT_EQ(list(), kNoFrame);
     Running frame("Tessara");

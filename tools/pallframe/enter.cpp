@@ -12,6 +12,7 @@
 #include "frame/product.h"
 #include "process.h"
 #include "root.h"
+#include "terminal_settings.h"
 
 namespace pallframe {
 
@@ -66,6 +67,7 @@ std::vector<std::string> shell() {
 int beJoiner(const RunningFrame& frame, const std::vector<std::string>& command,
              Supervisor& supervisor, const Descriptor& caller) {
     dieWith(caller, Supervisor::kParentDied);
+    const TerminalSettings terminal;
     const fs::path workingDirectory = fs::current_path();
     const Descriptor self = watchSelf();
     join(frame);
@@ -80,6 +82,7 @@ int beJoiner(const RunningFrame& frame, const std::vector<std::string>& command,
     });
     const int status = supervisor.waitFor(child);
     if (status == 128 + SIGKILL && isEnding()) {
+        terminal.restore();  // the end of a frame gives no program the time to do it
         std::fprintf(stderr, "pallframe: frame %d has ended\n", frame.pid);
     }
     return status;
