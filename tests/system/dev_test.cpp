@@ -52,7 +52,8 @@ TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
     const std::vector<std::pair<Words, std::string>> misuses{
         {{"run", "--product"}, "run --product needs a name"},
         {{"run", "--twice"}, "run knows --once and --product NAME, not '--twice'"},
-        {{"man"}, "man needs the name of a program"},
+        {{"man"}, "man needs a name: choose from pallctl, pallframe, pallbus, pallwatch"},
+        {{"man", "nosuch"}, "no page 'nosuch': choose from pallctl, pallframe, pallbus, pallwatch"},
         {{"man", "pallctl", "pallbus"}, "man takes one name, not also 'pallbus'"},
         {{"fuzz", "--seconds"}, "fuzz --seconds needs a number"},
         {{"fuzz", "--seconds", "long"}, "fuzz --seconds needs a number"},
@@ -67,6 +68,45 @@ TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
         EXPECT_EQ(result.output, "") << complaint;
         EXPECT_EQ(result.error, "dev: " + complaint + "\n");
     }
+}
+
+// In the words of pallframe, which knows the products and is not built yet.
+TEST_F(Dev, RunRefusesAnUnknownProductBeforeTheBuild) {
+    standIn("cmake", "echo built >&2");
+    const Result result = dev({"run", "--product", "Foo"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.error, testing::StartsWith("dev: no product 'Foo': choose from "));
+    const std::string complaint = result.error.substr(5, result.error.find('\n') - 5);
+    EXPECT_EQ(run(pallframe({"run", "--product", "Foo", "--", "true"})).error,
+              "pallframe: --product: " + complaint + " (--help tells more)\n");
+}
+
+TEST_F(Dev, RunTakesAProductWhateverItsCapitals) {
+    standIn("cmake", "echo built; exit 3");
+    EXPECT_EQ(dev({"run", "--product", "keli"}).error, "built\n");
+}
+
+TEST_F(Dev, HelpOfAVerbIsWhatTheWholeHelpSaysOfIt) {
+    const std::string all = dev({"--help"}).output;
+    for (const char* verb : {"run", "shell", "man", "test", "bench", "lint", "fuzz"}) {
+        const Result result = dev({verb, "--help"});
+        EXPECT_EQ(result.status, 0) << verb;
+        EXPECT_EQ(result.error, "") << verb;
+        EXPECT_THAT(result.output, testing::StartsWith(std::string("  ./dev ") + verb + " "));
+        EXPECT_THAT(all, testing::HasSubstr(result.output));
+        EXPECT_EQ(result.output.find("\n  ./dev"), std::string::npos) << result.output;
+    }
+}
+
+TEST_F(Dev, InsideAFrameItSaysThatItBelongsOutside) {
+    ::setenv("PALLFRAME", "4711", 1);
+    standIn("dpkg-query", "exit 1");
+    const Result result = dev({"run"});
+    const Result help = dev({});
+    ::unsetenv("PALLFRAME");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.error, "dev: you are inside frame 4711; ./dev belongs outside\n");
+    EXPECT_EQ(help.status, 0);
 }
 
 TEST_F(Dev, ABuildThatFailsIsTheEnd) {
