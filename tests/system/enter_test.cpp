@@ -210,6 +210,20 @@ TEST(Frame, KnowsItsNumber) {
     EXPECT_EQ(shell("echo $PALLFRAME").output, numbers().at(0) + "\n");
 }
 
+TEST(Frame, IsMeantInsideByItsNumberToo) {
+    const Running frame;
+    const std::string number = numbers().at(0);
+    const std::string program = programDirectory() / "pallframe";
+    const std::string own = " --frame " + number;
+    const Result result = shell(program + " set" + own + " psu 1 11 && " + program + " status" +
+                                own + " && " + program + " doctor" + own + " | head -1");
+    EXPECT_EQ(result.error, "");
+    EXPECT_THAT(result.output, AllOf(HasSubstr("11.00 V"), EndsWith(" " + number + "\n")));
+    const Result other = shell(program + " status --frame 1");
+    EXPECT_EQ(other.status, 2);
+    EXPECT_EQ(other.error, "pallframe: you are inside frame " + number + ": leave --frame away\n");
+}
+
 TEST(Frame, ItsFilesAreOfferedAlsoThoseThatWereTakenAway) {
     const Running one("KELI");
     const Running other("Tessara");
