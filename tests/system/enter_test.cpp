@@ -221,7 +221,7 @@ TEST(Frame, IsMeantInsideByItsNumberToo) {
     EXPECT_THAT(result.output, AllOf(HasSubstr("11.00 V"), EndsWith(" " + number + "\n")));
     const Result other = shell(program + " status --frame 1");
     EXPECT_EQ(other.status, 2);
-    EXPECT_EQ(other.error, "pallframe: you are inside frame " + number + ": leave --frame away\n");
+    EXPECT_EQ(other.error, "pallframe: you are inside a frame: leave --frame away\n");
 }
 
 TEST(Frame, ItsFilesAreOfferedAlsoThoseThatWereTakenAway) {
