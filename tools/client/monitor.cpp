@@ -37,7 +37,6 @@ Monitor::Monitor(const Reach& reach, const Style& style, const MonitorRequest& r
     if (!request_.recording.empty()) {
         signals_ = std::make_unique<EndingSignals>();
         client_.session().endWith(signals_->descriptor());
-        writer_ = std::make_unique<recording::Writer>(request_.recording, kProgram);
     }
 }
 
@@ -46,6 +45,7 @@ ExitStatus Monitor::run() {
     if (status != kSuccess) {
         return status;
     }
+    beginRecording();
     do {
         follow();
     } while (client_.reconnect());
@@ -54,6 +54,13 @@ ExitStatus Monitor::run() {
         checkRecording();
     }
     return kSuccess;
+}
+
+// What the file held is lost by that, so there is a bus to record first.
+void Monitor::beginRecording() {
+    if (!request_.recording.empty() && client_.session().isOpen()) {
+        writer_ = std::make_unique<recording::Writer>(request_.recording, kProgram);
+    }
 }
 
 // Until the connection is lost.

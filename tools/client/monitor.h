@@ -24,14 +24,15 @@ struct MonitorRequest {
 // by one thread.
 class Monitor {
   public:
-    // Throws std::runtime_error when there can be no recording.
     Monitor(const Reach& reach, const Style& style, const MonitorRequest& request);
 
     // kSuccess, also after a signal to end while it records; kNoBus when there is none to begin
-    // with. Throws std::runtime_error when the recording or standard output cannot go on.
+    // with, and what the file for the recording holds is left alone then. Throws
+    // std::runtime_error when the recording cannot be begun, or it or standard output cannot go on.
     ExitStatus run();
 
   private:
+    void beginRecording();
     void follow();
     void take(std::string_view payload);
     bool isWanted(const std::string& type, const std::string& object) const;

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include "model/files.h"
 #include "program_process.h"
 #include "recording/recording.h"
 #include "scripted_device.h"
@@ -119,6 +120,18 @@ TEST_F(MonitorTest, SaysWhyItCannotRecord) {
     const Outcome outcome = pallctl(bus_->port(), {"monitor", "--record", "/no/such/file"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.errors, MatchesRegex("pallctl: /no/such/file: [^\n]+\n"));
+}
+
+TEST(MonitorWithoutBus, LeavesAnOlderRecordingAsItIs) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.path() + "/keep.rec";
+    saveTextFile(file, "an hour of work\n");
+    EXPECT_EQ(pallctl(1, {"monitor", "--record", file}).status, 6);
+    ProgramProcess waiting(pallctlCommand(1, {"monitor", "--wait=60", "--record", file}));
+    EXPECT_THAT(waiting.readErrorLine(), EndsWith(", waiting"));
+    waiting.signal(SIGTERM);
+    EXPECT_EQ(waiting.wait(), 0);
+    EXPECT_EQ(readFile(file, true), "an hour of work\n");
 }
 
 TEST_F(MonitorTest, ComesBackWithTheBus) {
