@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "bus/message_types.h"
@@ -57,6 +58,14 @@ UniqueJSON jsonForm(const Change& change) {
     addMember(object.get(), "problem",
               change.problem.empty() ? jsonNull() : jsonString(change.problem));
     return object;
+}
+
+// The full name that stands twice, in whatever form; null for none.
+const std::string* findRepeated(const std::vector<std::string>& names) {
+    std::set<std::string> seen;
+    const auto repeated = std::find_if(names.begin(), names.end(),
+                                       [&](const auto& name) { return !seen.insert(name).second; });
+    return repeated == names.end() ? nullptr : &*repeated;
 }
 
 // All that one command line sets.
@@ -198,8 +207,14 @@ ExitStatus set(const Reach& reach, const Style& style, const std::vector<std::st
         return kUsage;
     }
     Client client(reach, Interest::changes);
+    const auto names = client.device().fullNames(namesOf(*assignments));
+    // What is told to programs has one place for each name.
+    if (const std::string* const repeated = findRepeated(names)) {
+        complain(*repeated, "stands twice");
+        return kUsage;
+    }
     Setting setting(client, style, options);
-    ExitStatus status = client.read(namesOf(*assignments));
+    ExitStatus status = client.read(names);
     if (status != kSuccess) {
         setting.leave(*assignments);
     } else if (status = setting.plan(*assignments); status == kSuccess) {

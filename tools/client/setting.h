@@ -17,10 +17,11 @@ struct SetOptions {
 
 // Sets "NAME=VALUE" (with style.raw VALUE is JSON) in this order, each with a request of its own,
 // so that every answer is known to be about one of them. Nothing at all is sent when one of them
-// does not fit its parameter or there is no such parameter. Says on standard error what was refused
-// and, for people, what was set already; for programs an object or lines with the outcome of each
-// on standard output, however it went: "set", "unchanged", "unfit", "refused", "notFound",
-// "noAnswer", and "notSent" for what was left because of another one or had nobody to be sent to.
+// does not fit its parameter, there is no such parameter, or a name stands twice. Says on standard
+// error what was refused and, for people, what was set already; for programs an object or lines
+// with the outcome of each on standard output, however it went: "set", "unchanged", "unfit",
+// "refused", "notFound", "noAnswer", and "notSent" for what was left because of another one or had
+// nobody to be sent to.
 ExitStatus set(const Reach& reach, const Style& style, const std::vector<std::string>& assignments,
                const SetOptions& options);
 
