@@ -12,7 +12,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         std::chrono::milliseconds before{};
         for (const frame::ScenarioStep& step : steps) {
             require(step.at >= before);
-            require(step.change != nullptr && !step.text.empty());
+            require(step.change.make != nullptr && !step.text.empty());
             before = step.at;
         }
     } catch (const script::Error& error) {

@@ -88,6 +88,15 @@ TEST_F(Play, SaysAllThatIsWrongWithAFile) {
     EXPECT_THAT(status(), testing::Not(HasSubstr("11.00 V")));
 }
 
+TEST_F(Play, DoesNothingWhenTheFrameHasNoSuchFile) {
+    const Result result = run(play("psu 1 11\nafter 10m file /nosuch missing"));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error, "pallframe: " + directory.path("my.scenario") +
+                                ":2: the frame has no file '/nosuch'\n");
+    EXPECT_THAT(status(), testing::Not(HasSubstr("11.00 V")));
+}
+
 TEST_F(Play, EndsWithTheFrame) {
     Process player(play("psu 1 11\nrepeat 1000\nafter 100ms psu 1 10\nend"));
     player.output().waitFor("psu 1 11\n");
@@ -131,6 +140,16 @@ TEST_F(RunWithScenario, IsReadBeforeThereIsAFrame) {
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error,
               "pallframe: " + directory.path("my.scenario") + ":1: psu needs NUMBER and VOLTS\n");
+}
+
+TEST_F(RunWithScenario, IsHeldAgainstTheFrameBeforeTheCommand) {
+    const Result result = run(
+        withScenario("at 10m file /nosuch missing\nat 11m file /nosuch2 missing", "echo started"));
+    const std::string start = "pallframe: " + directory.path("my.scenario");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error, start + ":1: the frame has no file '/nosuch'\n" + start +
+                                ":2: the frame has no file '/nosuch2'\n");
 }
 
 }  // namespace

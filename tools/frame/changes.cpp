@@ -69,18 +69,16 @@ std::string pathOf(const std::string& word) {
     return named;
 }
 
-void takeAway(const Tree& tree, const std::string& path) {
+void requireThere(const Tree& tree, const std::string& path) {
     if (!tree.exists(tree.whereKept(path))) {
         throw BadRequest("the frame has no file '" + path + "'");
     }
-    tree.hide(path);
 }
 
-void change(const Tree& tree, const std::string& path, const std::string& line) {
+void requireFile(const Tree& tree, const std::string& path) {
     if (fs::is_directory(tree.path(path))) {
         refuse(path, "a file");
     }
-    editLine(tree, path, line);
 }
 
 std::string programOf(const std::string& word) {
@@ -95,47 +93,51 @@ Change cable(Arguments words) {
         throw BadRequest("a frame has no interface '" + words[0] + "'");
     }
     const bool up = isFirstOf(words[1], "up", "down");
-    return [port = words[0], up](const Tree& tree) { setCable(tree, port, up); };
+    return {[port = words[0], up](const Tree& tree) { setCable(tree, port, up); }};
 }
 
 Change supply(Arguments words) {
     const int number = isFirstOf(words[0], "1", "2") ? 1 : 2;
     const double volts = numberFrom0To(kMostSupply, words[1]);
-    return [number, volts](const Tree& tree) { setSupply(tree, number, volts); };
+    return {[number, volts](const Tree& tree) { setSupply(tree, number, volts); }};
 }
 
 Change battery(Arguments words) {
     const double volts = numberFrom0To(kMostBattery, words[0]);
-    return [volts](const Tree& tree) { setBattery(tree, volts); };
+    return {[volts](const Tree& tree) { setBattery(tree, volts); }};
 }
 
 Change file(Arguments words) {
     const bool present = isFirstOf(words[1], "present", "missing");
-    return [path = pathOf(words[0]), present](const Tree& tree) {
-        present ? tree.show(path) : takeAway(tree, path);
-    };
+    const std::string path = pathOf(words[0]);
+    if (present) {
+        return {[path](const Tree& tree) { tree.show(path); }, {}, path};
+    }
+    return {[path](const Tree& tree) { tree.hide(path); },
+            [path](const Tree& tree) { requireThere(tree, path); }, path};
 }
 
 Change edit(Arguments words) {
     if (words[1].find('=') == std::string::npos || words[1].find('\n') != std::string::npos) {
         refuse(words[1], "one line KEY=VALUE");
     }
-    return
-        [path = pathOf(words[0]), line = words[1]](const Tree& tree) { change(tree, path, line); };
+    const std::string path = pathOf(words[0]);
+    return {[path, line = words[1]](const Tree& tree) { editLine(tree, path, line); },
+            [path](const Tree& tree) { requireFile(tree, path); }, path};
 }
 
 Change pause(Arguments words) {
     const double seconds = numberFrom0To(kLongestPause, words[1]);
-    return [program = programOf(words[0]), seconds](const Tree& tree) {
+    return {[program = programOf(words[0]), seconds](const Tree& tree) {
         setPause(tree, program, seconds);
-    };
+    }};
 }
 
 Change exitStatus(Arguments words) {
     const int status = numberFrom0To(kHighestStatus, words[1]);
-    return [program = programOf(words[0]), status](const Tree& tree) {
+    return {[program = programOf(words[0]), status](const Tree& tree) {
         setExitStatus(tree, program, status);
-    };
+    }};
 }
 
 constexpr std::array<ChangeKind, 7> kKinds{{
@@ -161,6 +163,13 @@ std::string kindNames() {
 }
 
 }  // namespace
+
+void Change::operator()(const Tree& tree) const {
+    if (check) {
+        check(tree);
+    }
+    make(tree);
+}
 
 std::span<const ChangeKind> changeKinds() {
     return kKinds;

@@ -15,9 +15,17 @@ namespace frame {
 
 using Words = std::vector<std::string>;
 
-// A change that can be made; BadRequest when the frame does not allow it, std::system_error when
-// its files cannot be written.
-using Change = std::function<void(const Tree&)>;
+// A change that can be made.
+struct Change {
+    using Deed = std::function<void(const Tree&)>;
+
+    Deed make;           // after the check; std::system_error when the files cannot be written
+    Deed check{};        // BadRequest when the frame as it is does not allow it; null: all do
+    std::string file{};  // that it takes, puts or edits; empty: none
+
+    // Both on a frame; throws what they throw.
+    void operator()(const Tree& tree) const;
+};
 
 // One kind of change. Immutable, lives as long as the program.
 struct ChangeKind {

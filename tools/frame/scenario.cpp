@@ -103,6 +103,11 @@ class Steps {
     bool tooMany_ = false;
 };
 
+// Where the daemon writes files that it has not from the start on, such as what it saves.
+bool mayCome(std::string_view file) {
+    return file.starts_with("/vantor/etc/");
+}
+
 }  // namespace
 
 std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name) {
@@ -122,6 +127,26 @@ std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view n
     }
     problems.throwAll();
     return std::move(steps).inOrder();
+}
+
+void checkScenario(const Tree& tree, const std::vector<ScenarioStep>& steps,
+                   std::string_view name) {
+    script::Problems problems(name);
+    std::set<std::string> known;  // are there, or will be when a later step comes to them
+    for (const ScenarioStep& step : steps) {
+        const Change& change = step.change;
+        if (!change.check || known.contains(change.file) || mayCome(change.file)) {
+            known.insert(change.file);
+            continue;
+        }
+        try {
+            change.check(tree);
+            known.insert(change.file);
+        } catch (const BadRequest& bad) {
+            problems.add(step.line, bad.what());
+        }
+    }
+    problems.throwAll();
 }
 
 }  // namespace frame

@@ -29,4 +29,9 @@ inline constexpr size_t kMostSteps = 100'000;
 // Nothing is done yet. Throws script::Error with all that is wrong.
 std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name);
 
+// Holds the steps of a scenario against a frame as it is now: a file that is to go has to be there
+// unless an earlier step brings it, and what is edited has to be a file. Of those that the daemon
+// keeps, any may come while the scenario goes on. Throws script::Error with all that is wrong.
+void checkScenario(const Tree& tree, const std::vector<ScenarioStep>& steps, std::string_view name);
+
 }  // namespace frame

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdio>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,14 +30,6 @@ int runVerbs(int argc, char** argv) {
     return status;
 }
 
-// A line for each of those of the text, which may be several: a scenario's problems.
-void complain(const frame::BadRequest& bad) {
-    std::istringstream lines(bad.what());
-    for (std::string line; std::getline(lines, line);) {
-        std::fprintf(stderr, "pallframe: %s\n", line.c_str());
-    }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -50,8 +41,7 @@ int main(int argc, char** argv) {
         }
         return runVerbs(argc, argv);
     } catch (const frame::BadRequest& error) {
-        complain(error);
-        return kBadUsage;
+        return complain(error);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallframe: %s\n", error.what());
         return kNoFrame;

@@ -15,6 +15,20 @@ namespace pallframe {
 
 using frame::BadRequest;
 
+namespace {
+
+// What is wrong with a scenario is the business of whoever gave it.
+template <typename Work>
+auto asked(Work work) {
+    try {
+        return work();
+    } catch (const script::Error& error) {
+        throw BadRequest(error.what());
+    }
+}
+
+}  // namespace
+
 Scenario readScenarioFile(const std::string& file) {
     const std::ifstream stream(file, std::ios::binary);
     if (!stream.is_open() || std::filesystem::is_directory(file)) {
@@ -23,11 +37,11 @@ Scenario readScenarioFile(const std::string& file) {
     }
     std::ostringstream text;
     text << stream.rdbuf();
-    try {
-        return {file, frame::readScenario(text.str(), file)};
-    } catch (const script::Error& error) {
-        throw BadRequest(error.what());
-    }
+    return asked([&]() -> Scenario { return {file, frame::readScenario(text.str(), file)}; });
+}
+
+void checkScenario(const frame::Tree& tree, const Scenario& scenario) {
+    asked([&] { frame::checkScenario(tree, scenario.steps, scenario.file); });
 }
 
 void play(const frame::Tree& tree, const Scenario& scenario, double speed,

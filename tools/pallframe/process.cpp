@@ -12,14 +12,24 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <sstream>
 #include <stdexcept>
 
 #include "frame/programs.h"
+#include "program/command_line.h"
 
 namespace pallframe {
 
 using frame::check;
 using frame::Descriptor;
+
+int complain(const frame::BadRequest& bad) {
+    std::istringstream lines(bad.what());
+    for (std::string line; std::getline(lines, line);) {
+        std::fprintf(stderr, "pallframe: %s\n", line.c_str());
+    }
+    return kBadUsage;
+}
 
 pid_t startProcess(const std::function<int()>& work) {
     const pid_t child = check(::fork(), "fork");
@@ -29,6 +39,8 @@ pid_t startProcess(const std::function<int()>& work) {
     int status = kNoFrame;
     try {
         status = work();
+    } catch (const frame::BadRequest& bad) {
+        status = complain(bad);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallframe: %s\n", error.what());
     }

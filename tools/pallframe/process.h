@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/devices.h"
 #include "frame/system_call.h"
 #include "supervisor.h"
 
@@ -19,8 +20,12 @@ inline constexpr int kNoFrame = 125;
 // Tells a command in a frame the frame's number, as the host has it.
 inline constexpr const char* kNumberVariable = "PALLFRAME";
 
-// A child whose whole life is `work`, its result the exit status; errors become a line and
-// kNoFrame. Throws std::system_error when there can be none.
+// Tells what was asked for in vain on standard error, a line for each problem. Result: the status
+// to end with.
+int complain(const frame::BadRequest& bad);
+
+// A child whose whole life is `work`, its result the exit status; a frame::BadRequest is told, and
+// all other errors become a line and kNoFrame. Throws std::system_error when there can be none.
 pid_t startProcess(const std::function<int()>& work);
 
 // The same for the child that the supervisor then waits for. It begins when all that came for this

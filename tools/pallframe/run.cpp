@@ -33,9 +33,11 @@ void takeAway(const RunRequest& request) {
     }
 }
 
-// It ends with the frame when it has not come to its end before.
+// Before the command, so that a scenario which makes no sense here is refused before anything was
+// done. It ends with the frame when it has not come to its end before.
 void startScenario(const RunRequest& request) {
     if (!request.scenario.steps.empty()) {
+        checkScenario(frame::Tree("/"), request.scenario);
         startProcess([&] {
             play(frame::Tree("/"), request.scenario, 1, [](const frame::ScenarioStep&) {});
             return 0;

@@ -71,7 +71,9 @@ void addPlay(Verb program, Call&) {
         const Scenario scenario = readScenarioFile(words->file);
         // What has begun to happen to the frame goes on when nobody reads of it any more.
         std::signal(SIGPIPE, SIG_IGN);
-        play(words->which.tree(), scenario, words->speed, [&](const frame::ScenarioStep& step) {
+        const frame::Tree tree = words->which.tree();
+        checkScenario(tree, scenario);
+        play(tree, scenario, words->speed, [&](const frame::ScenarioStep& step) {
             words->which.tree();  // files that are held would take changes after the frame's end
             printStep(step);
         });

@@ -105,6 +105,46 @@ TEST_F(ScenarioTest, RampsInRepetitionsAreBounded) {
               "x.scenario:2: more than 100000 changes");
 }
 
+// What is wrong with a scenario on this frame.
+std::string misfitOf(const Tree& tree, const std::string& text) {
+    try {
+        checkScenario(tree, readScenario(text, "x"), "x");
+    } catch (const script::Error& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+TEST_F(ScenarioTest, FilesThatTheFrameDoesNotHaveAreFoundBeforehand) {
+    furnishAs("KELI");
+    EXPECT_EQ(misfitOf(tree,
+                       "after 5s file /nosuch missing\nfile /tmp/eeprom missing\n"
+                       "after 5s edit /tmp A=1\nfile /tmp/eeprim missing"),
+              "x:1: the frame has no file '/nosuch'\n"
+              "x:3: '/tmp' is not a file\n"
+              "x:4: the frame has no file '/tmp/eeprim'");
+    EXPECT_TRUE(tree.exists("/tmp/eeprom")) << "nothing was done yet";
+}
+
+TEST_F(ScenarioTest, AFileMayBeTakenAwayThatAnEarlierLineBrings) {
+    furnishAs("KELI");
+    tree.hide("/etc/build.prop");
+    EXPECT_EQ(misfitOf(tree,
+                       "file /new present\nafter 1s file /new missing\nedit /also A=1\n"
+                       "file /also missing\nrepeat 3\nafter 1s file /tmp/eeprom missing\n"
+                       "after 1s file /tmp/eeprom present\nend\n"
+                       "file /etc/build.prop missing"),
+              "none");
+    EXPECT_EQ(misfitOf(tree, "at 2s file /new missing\nat 3s file /new present"),
+              "x:1: the frame has no file '/new'");
+}
+
+TEST_F(ScenarioTest, WhatTheDaemonWritesMayComeLater) {
+    furnishAs("KELI");
+    EXPECT_EQ(misfitOf(tree, "after 1m file /vantor/etc/configurableSystemDetails missing"),
+              "none");
+}
+
 // Each block of the page that is marked as a scenario.
 TEST(ScenarioPage, ItsExamplesAreScenarios) {
     std::ifstream page(PALLWATCH_SOURCE "/doc/scenarios.md");
