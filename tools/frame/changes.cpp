@@ -180,7 +180,7 @@ Change readChange(const Words& words) {
     const auto* kind = std::find_if(kKinds.begin(), kKinds.end(),
                                     [&name](const ChangeKind& one) { return one.name == name; });
     if (kind == kKinds.end()) {
-        throw BadRequest("'" + name + "' is no change: choose from " + kindNames());
+        throw UnknownChange("'" + name + "' is no change: choose from " + kindNames());
     }
     if (words.size() != 1 + argumentsOf(*kind)) {
         throw BadRequest(std::string(kind->name)

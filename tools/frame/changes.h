@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "frame/devices.h"
 #include "frame/tree.h"
 
 // What can be done to a frame while it runs, in the words of a person: "cable eth0 down". The same
@@ -39,6 +40,11 @@ struct ChangeKind {
 
 // All kinds, in the order in which help lists them.
 std::span<const ChangeKind> changeKinds();
+
+// For a first word that is none of theirs: the text ends with those that are.
+struct UnknownChange : BadRequest {
+    using BadRequest::BadRequest;
+};
 
 // Understands the words, the first one the kind. Throws BadRequest with what is wrong with them.
 Change readChange(const Words& words);

@@ -44,7 +44,7 @@ Ramp readRamp(const Words& words) {
     }
     const auto time = script::parseDuration(words[size - 1]);
     if (!time) {
-        throw BadRequest("'" + words[size - 1] + "' is no time");
+        throw BadRequest(("'" + words[size - 1] + "'").append(script::kNoDuration));
     }
     const Words what(words.begin() + 1, words.end() - kBehindWhat);
     return {what, numberOf(words[size - 5]), numberOf(words[size - 3]), *time};
@@ -67,7 +67,7 @@ class Steps {
         if (line.words[0] == "ramp") {
             takeRamp(readRamp(line.words), line);
         } else {
-            add(stepOf(line.at, line.words, line.number));
+            takeChange(line);
         }
     }
 
@@ -81,6 +81,14 @@ class Steps {
     }
 
   private:
+    void takeChange(const script::Line& line) {
+        try {
+            add(stepOf(line.at, line.words, line.number));
+        } catch (const UnknownChange& unknown) {
+            throw BadRequest(std::string(unknown.what()) + ", ramp, repeat, end");
+        }
+    }
+
     void takeRamp(const Ramp& ramp, const script::Line& line) {
         const auto count = static_cast<int>(
             std::clamp<milliseconds::rep>(ramp.time / kRampStep, 1, kMostRampSteps));

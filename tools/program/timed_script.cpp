@@ -82,7 +82,7 @@ class Splitter {
 milliseconds durationOf(const std::string& word) {
     const auto duration = parseDuration(word);
     if (!duration) {
-        throw Problem("'" + word + "' is no time: write 500ms, 2s or 3m, up to 24 hours");
+        throw Problem(("'" + word + "'").append(kNoDuration));
     }
     return *duration;
 }

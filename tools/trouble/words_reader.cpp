@@ -221,7 +221,7 @@ class Reader {
     static milliseconds timeOf(const std::string& text) {
         const auto time = script::parseDuration(text);
         if (!time) {
-            throw BadTrouble(quoted(text) + " is no time: write 500ms, 2s or 3m");
+            throw BadTrouble(quoted(text).append(script::kNoDuration));
         }
         return *time;
     }

@@ -74,7 +74,14 @@ TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
               "x.scenario:2: a frame has no interface 'eth5'");
     EXPECT_EQ(problemOf("at 2x cable eth0 down"),
               "x.scenario:1: '2x' is no time: write 500ms, 2s or 3m, up to 24 hours");
-    EXPECT_EQ(problemOf("ramp battery 3 to 2 over 5"), "x.scenario:1: '5' is no time");
+    EXPECT_EQ(problemOf("ramp battery 3 to 2 over 5"),
+              "x.scenario:1: '5' is no time: write 500ms, 2s or 3m, up to 24 hours");
+    EXPECT_EQ(problemOf("foo 1"),
+              "x.scenario:1: 'foo' is no change: choose from cable, psu, "
+              "battery, file, edit, pause, exit, ramp, repeat, end");
+    EXPECT_EQ(problemOf("ramp foo 1 to 2 over 5s"),
+              "x.scenario:1: 'foo' is no change: choose from cable, psu, battery, file, edit, "
+              "pause, exit");
     EXPECT_EQ(problemOf("ramp battery x to 2 over 5s"), "x.scenario:1: 'x' is no number");
     EXPECT_EQ(problemOf("ramp battery 9 to 2 over 5s"),
               "x.scenario:1: '9.000' is not a number from 0 to 5");

@@ -125,7 +125,7 @@ TEST(TroubleWords, AProblemIsSaidInOneLine) {
         {"delay", "something is missing: delay TIME[-TIME]"},
         {"join", "something is missing: join MESSAGES"},
         {"join 1", "'1' is no number from 2 to 1000000"},
-        {"delay soon", "'soon' is no time: write 500ms, 2s or 3m"},
+        {"delay soon", "'soon' is no time: write 500ms, 2s or 3m, up to 24 hours"},
         {"delay 2s-1s", "'2s-1s' ends before it begins"},
         {"delay 1s 2s", "'delay' takes no '2s'"},
         {"drop 101%", "'101%' is no share: 0% to 100%"},
