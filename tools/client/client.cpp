@@ -109,8 +109,11 @@ void Client::tellNews() {
 
 void Client::tellReading(bool answered) {
     tellNews();
-    if (answered && !std::exchange(missing_, {}).empty()) {
-        complain(device_.object(), "answers");
+    if (answered) {
+        const bool isBack = std::exchange(hasAnswered_, true);
+        if (!std::exchange(missing_, {}).empty()) {
+            complain(device_.object(), isBack ? "answers again" : "answers");
+        }
     } else if (!answered && session_.isAlive()) {
         tellMissing(device_.object(), "no answer");
     }

@@ -83,8 +83,9 @@ class Client {
     BusSession session_;
     Mirror mirror_;
     Device device_;
-    std::string missing_;    // what was said to be missing; empty: nothing
-    bool wasThere_ = false;  // the bus, at least once
+    std::string missing_;       // what was said to be missing; empty: nothing
+    bool wasThere_ = false;     // the bus, at least once
+    bool hasAnswered_ = false;  // the device, at least once
 };
 
 // Prints "pallctl: <subject>: <problem>" on standard error.

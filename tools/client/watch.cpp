@@ -11,7 +11,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kTurn = 1h;  // nothing but messages ends it
+// How often the device has to show that it answers.
+constexpr auto kQuestionPeriod = 5s;
 // A daemon whose loop waits for a command answers all that it was asked when that has ended.
 constexpr std::chrono::milliseconds kLongestPatience = 30s;
 
@@ -85,26 +86,70 @@ void Watch::tellChanges() {
 // Until the connection is lost.
 void Watch::follow() {
     BusSession& session = client_.session();
-    Device& device = client_.device();
+    nextQuestion_ = Clock::now() + kQuestionPeriod;
     while (!session.outputGone()) {
         if (stale_) {
             catchUp();
+        } else if (!question_ && Clock::now() >= nextQuestion_) {
+            ask();
         }
-        const auto message = session.receive(Clock::now() + (stale_ ? 0h : kTurn));
-        if (message) {
-            device.hear(*message);
+        if (const auto message = session.receive(endOfTurn())) {
+            take(*message);
         } else if (!session.isOpen()) {
             return;
         }
         client_.tellNews();
-        stale_ = device.takeArrival() || stale_;
+        giveUp();
+        stale_ = client_.device().takeArrival() || stale_;
     }
 }
 
 void Watch::catchUp() {
+    question_.reset();
     stale_ = !client_.device().read(names_, patience_);
     client_.tellReading(!stale_);
     patience_ = stale_ ? std::min(2 * patience_, kLongestPatience) : usualPatience_;
+    nextQuestion_ = Clock::now() + kQuestionPeriod;
+}
+
+Deadline Watch::endOfTurn() const {
+    if (stale_) {
+        return Clock::now();
+    }
+    if (!question_) {
+        return nextQuestion_;
+    }
+    return Clock::now() < question_->deadline ? question_->deadline : Deadline::max();
+}
+
+// A reading, so that what is announced before the answer comes stands.
+void Watch::ask() {
+    client_.mirror().beginReading();
+    question_ = Question{client_.device().ask({}), Clock::now() + usualPatience_};
+    client_.session().flush();
+    nextQuestion_ = Clock::now() + kQuestionPeriod;
+}
+
+void Watch::take(const TarnInternalMessage& message) {
+    client_.device().hear(message);
+    if (!question_) {
+        return;
+    }
+    question_->busSpoke = true;
+    if (message.type() == MessageType::RSP && message.uniqueId() == question_->id) {
+        question_.reset();
+        client_.mirror().endReading();
+        stale_ = client_.mirror().isDoubtful();
+    }
+}
+
+// While the bus says nothing either, the fault may be with it.
+void Watch::giveUp() {
+    if (question_ && question_->busSpoke && Clock::now() >= question_->deadline) {
+        question_.reset();
+        client_.tellReading(false);
+        stale_ = true;
+    }
 }
 
 void Watch::show(const Parameter& parameter) {
