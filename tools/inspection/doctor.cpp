@@ -105,20 +105,27 @@ std::string settingsPath() {
                                 [](const Check& check) { return check.kind == Kind::settings; }));
 }
 
-// A switch that was saved counts, whatever the marker says.
+// A switch that was saved counts, whether there is a marker or not. One that was saved as on is as
+// usual without it.
 Finding markerFinding(const Root& root, const Check& check) {
     Finding finding = optionalFinding(root, check);
-    if (finding.published.empty()) {
+    const Sight saved = savedOf(root, settingsPath());
+    const bool isMarked = !finding.published.empty();
+    const std::string_view name = check.published.front().name;
+    if (isMarked && saved.state == State::unseen) {
+        finding.published = {{name, ""}};
+        finding.effect = "the service is off, unless a saved value says otherwise";
+    }
+    const auto held = SavedSwitches(saved.text).stateOf(name);
+    if (!held || finding.state == State::unseen) {
         return finding;
     }
-    Published& state = finding.published.front();
-    const Sight saved = savedOf(root, settingsPath());
-    if (saved.state == State::unseen) {
-        state.value = "";
-        finding.effect = "the service is off, unless a saved value says otherwise";
-    } else if (const auto held = SavedSwitches(saved.text).stateOf(state.name)) {
-        state.value = *held;
+    if (isMarked) {
+        finding.published = {{name, *held}};
         finding.effect = "without effect, because the switch was saved and that counts";
+    } else if (held != "1") {
+        finding.published = {{name, *held}};
+        finding.effect = "because the switch was saved so, which counts without this file too";
     }
     return finding;
 }

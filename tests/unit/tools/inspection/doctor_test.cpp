@@ -225,6 +225,21 @@ TEST_F(Doctor, AMarkerDoesNotCountAgainstASavedSwitch) {
     }
 }
 
+TEST_F(Doctor, ASwitchThatWasSavedAsOffIsToldWithoutAMarkerToo) {
+    runAs("KELI");
+    tree.replace(kSettings, savedAs("system.sshEnabled", "0"));
+    const Finding finding = at("/vantor/etc/sshServerDisabled");
+    EXPECT_EQ(finding.state, State::well);
+    EXPECT_EQ(finding.reason, "not there, as usual");
+    ASSERT_EQ(finding.published.size(), 1U);
+    EXPECT_EQ(finding.published[0].name, "sshEnabled");
+    EXPECT_EQ(finding.published[0].value, "0");
+    EXPECT_THAT(finding.effect, testing::StartsWith("because the switch was saved so"));
+    EXPECT_TRUE(at("/vantor/etc/ftpServerDisabled").published.empty()) << "was not saved";
+    tree.replace(kSettings, savedAs("system.sshEnabled", "1"));
+    EXPECT_TRUE(at("/vantor/etc/sshServerDisabled").published.empty()) << "is on as usual";
+}
+
 // The daemon follows this one while it runs.
 TEST_F(Doctor, TheMarkerOfAmbrixCountsAlsoAgainstASavedSwitch) {
     runAs("KELI");
