@@ -39,7 +39,7 @@ std::string allNames() {
     for (const Word& word : kWords) {
         names.append(word.name).append(", ");
     }
-    return names.append(kCalm);
+    return names.append(kCalm).append("; before it at TIME or after TIME");
 }
 
 // The whole text as a number from `least` to `most`.

@@ -119,7 +119,7 @@ TEST(TroubleWords, AProblemIsSaidInOneLine) {
     const std::pair<const char*, const char*> bad[] = {
         {"dorp",
          "'dorp' is no trouble: drop, delay, corrupt, split, join, close mid-frame, close, "
-         "refuse, silent, stop reading, calm"},
+         "refuse, silent, stop reading, calm; before it at TIME or after TIME"},
         {"stop", "something is missing: stop reading [TIME]"},
         {"calm now", "nothing may stand behind 'calm'"},
         {"delay", "something is missing: delay TIME[-TIME]"},
