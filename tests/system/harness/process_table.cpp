@@ -12,9 +12,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// What can be read: a process may end between the opening of its file and the reading.
 std::string readAll(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
 }
 
 ProcessEntry readProcess(const fs::path& proc) {
