@@ -222,7 +222,9 @@ TEST_F(PallctlWatch, PrintsThroughAPrefixWhatWasMissed) {
 
 TEST_F(PallctlWatch, ColoursItsLinesOnATerminalOnly) {
     start();
-    Terminal terminal(program("pallctl", {"watch", "--table", "systemName"}));
+    Words words = program("pallctl", {"watch", "--table", "systemName"});
+    words.insert(words.begin(), {"env", "TERM=xterm", "NO_COLOR="});
+    Terminal terminal(words);
     terminal.screen().waitFor("System");
     watch({"systemName"});
     setName("seen");
