@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "client/descriptor.h"
+#include "program/number.h"
 
 namespace pallctl {
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <charconv>
-#include <optional>
 #include <string>
 
 #include "model/json.h"
@@ -19,15 +17,6 @@ struct ValueType {
 
 // Null for a type whose values nobody can set.
 const ValueType* valueType(const std::string& word);
-
-// The number that the text is as a whole.
-template <typename Number>
-std::optional<Number> numberIn(const std::string& text) {
-    Number number{};
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number);
-    return result.ec == std::errc{} && result.ptr == end ? std::optional(number) : std::nullopt;
-}
 
 // A number as it was typed, a text when it is none.
 UniqueJSON typedNumber(const std::string& text);

@@ -10,6 +10,7 @@
 #include "client/safe_text.h"
 #include "client/structure_form.h"
 #include "client/value_type.h"
+#include "program/number.h"
 
 namespace pallctl {
 

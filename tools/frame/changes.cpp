@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <filesystem>
 
 #include "frame/devices.h"
 #include "frame/paths.h"
 #include "frame/programs.h"
+#include "program/number.h"
 
 namespace frame {
 
@@ -37,14 +37,12 @@ bool isFirstOf(const std::string& word, const char* first, const char* second) {
 
 template <typename Number>
 Number numberFrom0To(Number most, const std::string& word) {
-    Number number{};
-    const char* const end = word.data() + word.size();
-    const auto [rest, error] = std::from_chars(word.data(), end, number);
-    if (error != std::errc() || rest != end || !(number >= 0) || number > most) {
+    const auto number = numberIn(word, Number{}, most);
+    if (!number) {
         std::string bound = std::to_string(most);
         refuse(word, "a number from 0 to " + bound.substr(0, bound.find('.')));
     }
-    return number;
+    return *number;
 }
 
 // Whether the simulation itself lives there, above it or below it.

@@ -1,23 +1,14 @@
 #include "program/checks.h"
 
-#include <charconv>
 #include <filesystem>
-#include <optional>
 #include <sstream>
+
+#include "program/number.h"
 
 namespace {
 
 std::string quoted(const std::string& text) {
     return "'" + text + "'";
-}
-
-// Only if it is the whole text.
-template <typename Number>
-std::optional<Number> numberOf(const std::string& text) {
-    Number number{};
-    const char* const last = text.data() + text.size();
-    const auto [end, error] = std::from_chars(text.data(), last, number);
-    return error == std::errc() && end == last ? std::optional(number) : std::nullopt;
 }
 
 // As a person writes it, 0.001 and not 0.001000.
@@ -33,7 +24,7 @@ std::string written(double number) {
 // them.
 Check wholeNumber(uint64_t least, uint64_t most) {
     return [least, most](const std::string& text) {
-        const auto number = numberOf<uint64_t>(text);
+        const auto number = numberIn<uint64_t>(text);
         return number && *number >= least && *number <= most
                    ? ""
                    : quoted(text) + " is no whole number from " + std::to_string(least) + " to " +
@@ -48,7 +39,7 @@ Check portNumber() {
 // A text that stands for no number (nan) is between no two.
 Check numberBetween(double least, double most) {
     return [least, most](const std::string& text) {
-        const auto number = numberOf<double>(text);
+        const auto number = numberIn<double>(text);
         return number && *number >= least && *number <= most
                    ? ""
                    : quoted(text) + " is no number from " + written(least) + " to " + written(most);
@@ -57,7 +48,7 @@ Check numberBetween(double least, double most) {
 
 Check numberAboveZero() {
     return [](const std::string& text) {
-        const auto number = numberOf<double>(text);
+        const auto number = numberIn<double>(text);
         const bool isGood = number && *number > 0 && *number <= std::numeric_limits<double>::max();
         return isGood ? "" : quoted(text) + " is no number above 0";
     };

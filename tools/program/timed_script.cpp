@@ -7,6 +7,8 @@
 #include <numeric>
 #include <utility>
 
+#include "program/number.h"
+
 namespace script {
 
 namespace {
@@ -88,18 +90,11 @@ milliseconds durationOf(const std::string& word) {
 }
 
 size_t countOf(const Words& words) {
-    size_t count = 0;
-    if (words.size() == 2) {
-        const std::string& text = words[1];
-        const char* end = text.data() + text.size();
-        if (std::from_chars(text.data(), end, count).ptr != end) {
-            count = 0;
-        }
-    }
-    if (count == 0) {
+    const auto count = words.size() == 2 ? numberIn<size_t>(words[1]) : std::nullopt;
+    if (count.value_or(0) == 0) {
         throw Problem("repeat needs one number, 1 or more");
     }
-    return count;
+    return *count;
 }
 
 void requireInTime(milliseconds time) {

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
 #include <string_view>
 
+#include "program/number.h"
 #include "program/timed_script.h"
 #include "trouble/vocabulary.h"
 #include "trouble/words.h"
@@ -40,18 +40,6 @@ std::string allNames() {
         names.append(word.name).append(", ");
     }
     return names.append(kCalm).append("; before it at TIME or after TIME");
-}
-
-// The whole text as a number from `least` to `most`.
-template <typename Number>
-std::optional<Number> numberIn(std::string_view text, Number least, Number most) {
-    Number number{};
-    const char* const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end || !(number >= least && number <= most)) {
-        return std::nullopt;
-    }
-    return number;
 }
 
 // Takes the words of one rule off their front, one after the other.
