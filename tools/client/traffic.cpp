@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <optional>
-#include <stdexcept>
-#include <vector>
 
 #include "bus/tarn_internal_message.h"
+#include "client/payload.h"
 #include "client/safe_text.h"
 #include "client/table.h"
 #include "client/time_text.h"
@@ -25,16 +23,6 @@ constexpr size_t kIdWidth = 7;    // a client's own id
 constexpr size_t kLeastMiddle = 40;
 const std::string kGap = "  ";
 constexpr const char* kCut = "\u2026";
-
-std::optional<TarnInternalMessage> decoded(std::string_view payload) {
-    auto bytes = std::make_unique<std::vector<char>>(payload.begin(), payload.end());
-    bytes->push_back('\0');
-    try {
-        return TarnInternalMessage(std::move(bytes));
-    } catch (const std::runtime_error&) {
-        return std::nullopt;
-    }
-}
 
 TrafficHead headOf(const TarnInternalMessage& message) {
     return {typeWord(message.type()), message.objectName(), message.source(),
@@ -97,7 +85,7 @@ Member payloadMember(std::string_view payload) {
 std::string jsonTraffic(std::string_view payload, Moment moment) {
     const UniqueJSON object = jsonObject();
     addMember(object.get(), "time", jsonString(isoTime(moment)));
-    if (const auto message = decoded(payload)) {
+    if (const auto message = decodePayload(payload)) {
         const TrafficHead head = headOf(*message);
         addMember(object.get(), "type", jsonString(head.type));
         addMember(object.get(), "from", jsonNumber(head.from));
@@ -117,7 +105,7 @@ std::string assignment(const char* name, const std::string& value) {
 
 std::string shellTraffic(std::string_view payload, Moment moment) {
     const std::string time = keyValueForm("time", isoTime(moment));
-    const auto message = decoded(payload);
+    const auto message = decodePayload(payload);
     if (!message) {
         const Member member = payloadMember(payload);
         return time + assignment(member.name, member.text) + '\n';
@@ -142,7 +130,7 @@ std::string contentOf(const TarnInternalMessage& message, std::string_view paylo
 }
 
 Parts partsOf(std::string_view payload, Moment moment, bool raw) {
-    const auto message = decoded(payload);
+    const auto message = decodePayload(payload);
     if (!message) {
         return {clockTime(moment), padded("?", kTypeWidth), printable(std::string(payload)), ""};
     }
@@ -184,7 +172,7 @@ std::string plainTraffic(std::string_view payload, Moment moment, const Style& s
 }  // namespace
 
 TrafficHead trafficHead(std::string_view payload) {
-    const auto message = decoded(payload);
+    const auto message = decodePayload(payload);
     return message ? headOf(*message) : TrafficHead();
 }
 

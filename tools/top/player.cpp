@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
-#include <stdexcept>
 #include <utility>
 
+#include "client/payload.h"
 #include "recording/recording.h"
 
 namespace top {
@@ -24,17 +23,6 @@ Moment scaled(Moment time, double factor) {
     return std::chrono::duration_cast<Moment>(time * factor);
 }
 
-// As it would come from the bus, with a NUL behind it. Nothing for what is no message.
-std::optional<TarnInternalMessage> decode(const std::string& payload) {
-    auto bytes = std::make_unique<std::vector<char>>(payload.begin(), payload.end());
-    bytes->push_back('\0');
-    try {
-        return TarnInternalMessage(std::move(bytes));
-    } catch (const std::runtime_error&) {
-        return std::nullopt;
-    }
-}
-
 bool saysSomething(const TarnInternalMessage& message) {
     return message.type() == MessageType::NOT || message.type() == MessageType::RSP;
 }
@@ -51,7 +39,7 @@ void Player::read(const std::string& path) {
     start_ = reader.header().start;
     while (const auto entry = reader.next()) {
         length_ = entry->at;
-        auto message = decode(entry->payload);
+        auto message = pallctl::decodePayload(entry->payload);
         if (message && saysSomething(*message)) {
             events_.push_back({entry->at, std::move(*message)});
         }
