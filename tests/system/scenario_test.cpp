@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "on_bus.h"
+#include "text_parts.h"
 
 using namespace harness;
 
@@ -12,20 +13,11 @@ namespace {
 
 constexpr const char* kTranscript = "tests/system/scenario.txt";
 
-std::vector<std::string> linesOf(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 std::vector<std::string> readTranscript() {
     const std::ifstream file(kTranscript);
     std::ostringstream text;
     text << file.rdbuf();
-    return linesOf(text.str());
+    return outside::linesOf(text.str());
 }
 
 class Scenario : public OnBus {
@@ -65,7 +57,7 @@ class Scenario : public OnBus {
         }
         Process shell({"sh", "-c", command});
         EXPECT_EQ(shell.waitForEnd(), 0) << command;
-        std::vector<std::string> printed = linesOf(shell.output().waitForEnd());
+        std::vector<std::string> printed = outside::linesOf(shell.output().waitForEnd());
         for (std::string& line : printed) {
             line.insert(0, "| ");
         }

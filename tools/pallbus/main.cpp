@@ -2,8 +2,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <sstream>
-#include <string>
 
 #include "offers.h"
 #include "program/standard_descriptors.h"
@@ -48,14 +46,6 @@ int run(int argc, char** argv) {
     return status;
 }
 
-// A line for each problem of the script.
-void complain(const script::Error& problems) {
-    std::istringstream lines(problems.what());
-    for (std::string line; std::getline(lines, line);) {
-        std::fprintf(stderr, "pallbus: %s\n", line.c_str());
-    }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -65,7 +55,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "pallbus: %s (do --help tells more)\n", problem.what());
         return kBadUsage;
     } catch (const script::Error& problems) {
-        complain(problems);
+        complainOfEach("pallbus", problems.what());
         return kBadUsage;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallbus: %s\n", error.what());

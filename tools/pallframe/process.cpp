@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <sstream>
 #include <stdexcept>
 
 #include "frame/programs.h"
@@ -24,10 +23,7 @@ using frame::check;
 using frame::Descriptor;
 
 int complain(const frame::BadRequest& bad) {
-    std::istringstream lines(bad.what());
-    for (std::string line; std::getline(lines, line);) {
-        std::fprintf(stderr, "pallframe: %s\n", line.c_str());
-    }
+    complainOfEach("pallframe", bad.what());
     return kBadUsage;
 }
 

@@ -64,6 +64,13 @@ std::string onOneLine(std::string text, char instead) {
     return text;
 }
 
+void complainOfEach(const char* program, const std::string& lines) {
+    std::istringstream all(lines);
+    for (std::string line; std::getline(all, line);) {
+        std::fprintf(stderr, "%s: %s\n", program, line.c_str());
+    }
+}
+
 const char* programVersion() {
     return PALLWATCH_VERSION;
 }

@@ -15,6 +15,9 @@ inline constexpr int kBadUsage = 2;
 // Others' words in a line of one's own: control characters, line ends among them, become "?".
 std::string onOneLine(std::string text, char instead = '?');
 
+// Says on standard error, a line each with the program's name before it, what the lines tell.
+void complainOfEach(const char* program, const std::string& lines);
+
 // The version of all programs, "1.2.3".
 const char* programVersion();
 
