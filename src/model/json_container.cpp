@@ -92,6 +92,7 @@ AbstractJSONTopLevelContainer::AbstractJSONTopLevelContainer(const std::string& 
     : path_(std::string(directory) + "/" + name + ".json"), directory_(directory) {}
 
 void AbstractJSONTopLevelContainer::save(const char* path, bool keepOld) {
+    saved_ = false;
     if (const UniqueJSON root = document(path)) {
         writeFile(path, root.get(), keepOld);
     }
@@ -101,6 +102,12 @@ void AbstractJSONTopLevelContainer::saveToOwnPath(bool keepOld) {
     if (!path_.empty()) {
         save(path_.c_str(), keepOld);
     }
+}
+
+bool AbstractJSONTopLevelContainer::retrySave() {
+    const LogSilence silence;
+    saveToOwnPath(false);
+    return saved_;
 }
 
 UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const {
@@ -124,7 +131,8 @@ UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const {
 }
 
 int AbstractJSONTopLevelContainer::writeFile(const std::string& path, const cJSON* root,
-                                             bool keepOld) const {
+                                             bool keepOld) {
+    saved_ = false;
     if (directory_ != nullptr && !fileExists(directory_)) {
         mkdir(directory_, 0755);
     }
@@ -167,8 +175,7 @@ int AbstractJSONTopLevelContainer::writeNew(const std::string& path, const cJSON
     return writeSynced(std::move(file), text) ? 0 : -1;
 }
 
-int AbstractJSONTopLevelContainer::rotate(const std::string& path, bool existed,
-                                          bool keepOld) const {
+int AbstractJSONTopLevelContainer::rotate(const std::string& path, bool existed, bool keepOld) {
     const std::string oldPath = oldNameOf(path);
     int result = existed ? moveFile(path, oldPath, "prev") : 0;
     if (result == 0) {
@@ -182,6 +189,7 @@ int AbstractJSONTopLevelContainer::rotate(const std::string& path, bool existed,
                    path.c_str(), errno);
         return -1;
     }
+    saved_ = true;
     result = keepOld ? 0 : unlink(oldPath.c_str());
     if (result != 0) {
         logMessage(kCritical, "%s container could not remove \"%s\" (%d).\n", getName(),

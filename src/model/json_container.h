@@ -26,6 +26,14 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
     // The same to the container's own path, if it has one.
     virtual void saveToOwnPath(bool keepOld);
 
+    // Whether the file on the disk holds what the last save was given; true before the first one.
+    // An
+    // ".old" file that could not be removed does not count.
+    bool saved() const { return saved_; }
+
+    // saveToOwnPath(false) once more, without a log line. The result of saved().
+    bool retrySave();
+
     // For derived classes with something of their own to bring up to date; nothing here.
     virtual void update() {}
 
@@ -45,7 +53,7 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
     AbstractJSONTopLevelContainer() = default;
 
     // 0 when the new file is in place and nothing is left over; otherwise the failure was logged.
-    int writeFile(const std::string& path, const cJSON* root, bool keepOld) const;
+    int writeFile(const std::string& path, const cJSON* root, bool keepOld);
 
     // The root of the file, or null when there is no file or no JSON in it.
     UniqueJSON readJSONFile(const std::string& path) const;
@@ -54,11 +62,12 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
     UniqueJSON document(const char* path) const;
     int existence(const std::string& path) const;
     int writeNew(const std::string& path, const cJSON* root, int existence) const;
-    int rotate(const std::string& path, bool existed, bool keepOld) const;
+    int rotate(const std::string& path, bool existed, bool keepOld);
     int moveFile(const std::string& from, const std::string& to, const char* role) const;
 
     std::string path_;
     double version_ = 0;
     bool loadFromDisk_ = true;
+    bool saved_ = true;
     const char* directory_ = nullptr;
 };

@@ -27,9 +27,17 @@ __attribute__((format(printf, 1, 0))) std::string formatted(const char* format, 
     return text;
 }
 
+bool& silenced() {
+    thread_local bool silent = false;
+    return silent;
+}
+
 }  // namespace
 
 void logMessage(int priority, const char* format, ...) {
+    if (silenced()) {
+        return;
+    }
     const int errorNumber = errno;
     va_list arguments;
     va_start(arguments, format);
@@ -44,4 +52,10 @@ void logMessage(int priority, const char* format, ...) {
 
 LogSink replaceLogSink(LogSink sink) {
     return std::exchange(currentSink(), std::move(sink));
+}
+
+LogSilence::LogSilence() : before_(std::exchange(silenced(), true)) {}
+
+LogSilence::~LogSilence() {
+    silenced() = before_;
 }

@@ -19,3 +19,16 @@ void logMessage(int priority, const char* format, ...) __attribute__((format(pri
 // Puts `sink` in the place of syslog and gives the sink it replaced; an empty one means syslog.
 // Made for tests. Call it while no other thread logs; the sink runs on the thread that logs.
 LogSink replaceLogSink(LogSink sink);
+
+// While it lives, what its thread logs is dropped: for an attempt at something whose failure is
+// known already.
+class LogSilence {
+  public:
+    LogSilence();
+    ~LogSilence();
+    LogSilence(const LogSilence&) = delete;
+    LogSilence& operator=(const LogSilence&) = delete;
+
+  private:
+    bool before_;
+};

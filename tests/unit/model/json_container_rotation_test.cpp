@@ -293,4 +293,47 @@ TEST_F(Rotation, DirectoryInThePlaceOfTheFileBecomesTheOldOneAndCannotBeRemoved)
     EXPECT_EQ(found(), "after");
 }
 
+TEST_F(Rotation, IsSavedBeforeTheFirstSaveAndAfterOneThatWorked) {
+    EXPECT_TRUE(container_.saved());
+    container_.saveText("after", false);
+    EXPECT_TRUE(container_.saved());
+}
+
+TEST_F(Rotation, IsNotSavedAsLongAsTheNewFileIsNotInPlace) {
+    begin();
+    {
+        const FileCallWatch watch(failing({"sync", new_, ""}, {-1, EIO}));
+        container_.saveText("after", false);
+        EXPECT_FALSE(container_.saved());
+    }
+    container_.saveText("after", false);
+    EXPECT_TRUE(container_.saved());
+}
+
+TEST_F(Rotation, IsNotSavedBeforeTheDirectoryIsSynced) {
+    begin();
+    const FileCallWatch watch(failing({"sync", directory_.path(), ""}, {-1, EIO}));
+    container_.saveText("after", false);
+    EXPECT_FALSE(container_.saved());
+}
+
+TEST_F(Rotation, IsSavedWithAnOldFileThatStays) {
+    begin();
+    const FileCallWatch watch(failing({"unlink", old_, ""}, {-1, EACCES}));
+    container_.saveText("after", false);
+    EXPECT_TRUE(container_.saved());
+}
+
+TEST_F(Rotation, RetriedSaveIsSilentAndTellsWhetherItWorked) {
+    begin();
+    container_.text = "after";
+    {
+        const FileCallWatch watch(failing({"sync", new_, ""}, {-1, EIO}));
+        EXPECT_FALSE(container_.retrySave());
+    }
+    EXPECT_TRUE(container_.retrySave());
+    EXPECT_EQ(found(), "after");
+    EXPECT_TRUE(log_.lines().empty());
+}
+
 }  // namespace

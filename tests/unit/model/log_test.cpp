@@ -1,6 +1,7 @@
 #include "model/log.h"
 
 #include <cerrno>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -68,6 +69,25 @@ TEST(ReplaceLogSink, GivesThePreviousSinkBack) {
     }
     logMessage(LOG_INFO, "outer");
     EXPECT_EQ(outer.lines(), (Lines{{LOG_INFO, "outer"}}));
+}
+
+TEST(LogSilence, DropsWhatItsOwnThreadLogs) {
+    CapturedLog log;
+    {
+        const LogSilence silence;
+        logMessage(LOG_INFO, "own");
+        std::thread([] { logMessage(LOG_INFO, "another's"); }).join();
+    }
+    logMessage(LOG_INFO, "later");
+    EXPECT_EQ(log.lines(), (Lines{{LOG_INFO, "another's"}, {LOG_INFO, "later"}}));
+}
+
+TEST(LogSilence, EndsWithTheOuterOne) {
+    CapturedLog log;
+    const LogSilence outer;
+    { const LogSilence inner; }
+    logMessage(LOG_INFO, "text");
+    EXPECT_TRUE(log.lines().empty());
 }
 
 }  // namespace
