@@ -88,8 +88,7 @@ void AsyncTarnInternalClient::connectToTarnInternal() {
     transport_.setHeartbeat(heartbeatPeriod_, [this] { send(SETMessage("", nullptr)); });
     transport_.setOnData([this](const char* data, std::size_t size,
                                 const TCPClientImplAsio::IpDetails&) { parser_.feed(data, size); });
-    parser_.setOnMessage(
-        [this](std::unique_ptr<std::vector<char>> payload) { handlePayload(std::move(payload)); });
+    parser_.setOnMessage([this](Payload payload) { handlePayload(std::move(payload)); });
     transport_.start();
 }
 
@@ -157,10 +156,30 @@ void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) 
     transport_.send(parts);
 }
 
+void AsyncTarnInternalClient::pause() {
+    paused_ = true;
+    transport_.pauseReading();
+}
+
+void AsyncTarnInternalClient::resume() {
+    paused_ = false;
+    const Batch batch = gather();
+    while (!paused_ && !kept_.empty()) {
+        Payload payload = std::move(kept_.front());
+        kept_.pop_front();
+        handlePayload(std::move(payload));
+    }
+    if (!paused_) {
+        transport_.resumeReading();
+    }
+}
+
 // A message that is too large to be handled is dropped, wherever the memory runs out.
-void AsyncTarnInternalClient::handlePayload(std::unique_ptr<std::vector<char>> payload) {
+void AsyncTarnInternalClient::handlePayload(Payload payload) {
     try {
-        if (std::optional<TarnInternalMessage> message = decode(std::move(payload))) {
+        if (paused_) {
+            kept_.push_back(std::move(payload));
+        } else if (std::optional<TarnInternalMessage> message = decode(std::move(payload))) {
             handleMessage(std::move(*message));
         }
     } catch (const std::bad_alloc&) {

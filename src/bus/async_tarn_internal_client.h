@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -70,6 +72,15 @@ class AsyncTarnInternalClient {
     Batch gather() { return transport_.gather(); }
     // Starts writing what was gathered, as before an external command.
     void flush() { transport_.flush(); }
+    // How many bytes this thread has gathered so far.
+    std::size_t gathered() const { return transport_.gathered(); }
+
+    // From here on no message is handed on and nothing more is read; heartbeats, writes and
+    // reconnects go on. Messages that came in the same chunk are kept in their order, also when
+    // their connection is lost. The loop's thread, also from a callback.
+    void pause();
+    // Hands on what was kept, as one batch, until somebody pauses again; then reading goes on.
+    void resume();
 
     bool standby() const { return standby_; }
     ConnectionState connectionState() const { return connectionState_; }
@@ -77,8 +88,10 @@ class AsyncTarnInternalClient {
     TCPClientImplAsio& transport() { return transport_; }
 
   private:
+    using Payload = std::unique_ptr<std::vector<char>>;
+
     void handleConnect();
-    void handlePayload(std::unique_ptr<std::vector<char>> payload);
+    void handlePayload(Payload payload);
     void handleMessage(TarnInternalMessage&& message);
     void handleSystemMessage(const TarnInternalMessage& message);
     void handleModuleReadyQuery(const TarnInternalMessage& request);
@@ -94,6 +107,8 @@ class AsyncTarnInternalClient {
     TCPClientImplAsio transport_;
     ConnectionState connectionState_ = ConnectionState::disconnected;
     NetStringStreamParser parser_;
+    bool paused_ = false;
+    std::deque<Payload> kept_;  // received while paused: no more than one chunk completes
     std::chrono::milliseconds heartbeatPeriod_{5000};
     bool moduleReady_ = false;
     bool standby_ = true;

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <thread>
+#include <utility>
 
 #include <asio/error.hpp>
 #include <asio/ip/tcp.hpp>
@@ -144,16 +145,41 @@ void TCPClientImplAsio::scheduleReconnect() {
     }
 }
 
-void TCPClientImplAsio::startReading(const Link& link) {
-    if (stopped_) {
+void TCPClientImplAsio::pauseReading() {
+    paused_ = true;
+    idle_.cancel();
+}
+
+void TCPClientImplAsio::resumeReading() {
+    if (!std::exchange(paused_, false) || stopped_) {
         return;
     }
+    const Link link = std::exchange(heldBack_, nullptr);
+    if (link && link->live()) {
+        startReading(link);
+    } else if (sender_.isOpen()) {
+        awaitBytes();  // a read is under way
+    }
+}
+
+void TCPClientImplAsio::awaitBytes() {
     lastReceive_ = monotonicNanoseconds();
     // Under way, the idle timer notices the new read start by itself when it expires: no chunk
     // costs a timer call.
     if (!idle_.armed()) {
         startIdleTimer();
     }
+}
+
+void TCPClientImplAsio::startReading(const Link& link) {
+    if (stopped_) {
+        return;
+    }
+    if (paused_) {
+        heldBack_ = link;
+        return;
+    }
+    awaitBytes();
     sender_.withSocket([this, &link](TcpLink::Socket& socket) {
         socket.async_read_some(asio::buffer(received_),
                                [this, link](const std::error_code& error, std::size_t count) {

@@ -85,6 +85,14 @@ class TCPClientImplAsio {
     void flush() { sender_.flush(); }
     // What this thread sends until the result is destroyed is written together.
     Batch gather() { return Batch(sender_); }
+    // See TcpSender::gathered().
+    std::size_t gathered() const { return sender_.gathered(); }
+
+    // Starts no further read; one under way still delivers. Nothing else stops, and nobody is
+    // blamed for silence meanwhile. The loop's thread, also from a callback.
+    void pauseReading();
+    // Reads on, on the connection that there is by now. Both are harmless when they change nothing.
+    void resumeReading();
 
     // Arms the heartbeat timer, when a heartbeat is set.
     void doHeartbeat();
@@ -110,6 +118,7 @@ class TCPClientImplAsio {
     void halt();
     void startReading(const Link& link);
     void readDone(const Link& link, const std::error_code& error, std::size_t count);
+    void awaitBytes();
     void checkIdle();
 
     asio::io_service& io_;
@@ -125,6 +134,8 @@ class TCPClientImplAsio {
     bool stopped_ = false;
     std::string name_;
     std::int64_t lastReceive_ = 0;  // monotonic nanoseconds of the last read start
+    bool paused_ = false;
+    Link heldBack_;  // its next read begins when reading is resumed
     bool noDelay_ = false;
     std::array<char, 8192> received_{};
     OnConnecting onConnecting_;

@@ -1,5 +1,6 @@
 #include "bus/tcp_sender.h"
 
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -20,27 +21,48 @@ TcpSender::Batch::Batch(TcpSender& sender) : sender_(sender), outer_(innermost) 
 }
 
 TcpSender::Batch::~Batch() {
-    innermost = outer_;
-    if (sender_.batching()) {
-        return;
-    }
     try {
-        sender_.flush();
+        if (sender_.batch() == this) {
+            sender_.flush();
+        }
     } catch (const std::bad_alloc&) {
         // What is queued goes out with the next write.
-        return;
+    }
+    innermost = outer_;
+}
+
+void TcpSender::Batch::keep(std::span<std::string> parts, std::uint64_t connection) {
+    if (connection != connection_) {
+        messages_.clear();
+        bytes_ = 0;
+        connection_ = connection;
+    }
+    messages_.emplace_back(std::make_move_iterator(parts.begin()),
+                           std::make_move_iterator(parts.end()));
+    for (const std::string& part : messages_.back()) {
+        bytes_ += part.size();
     }
 }
 
 TcpSender::TcpSender(asio::io_service& io, WriteFailed failed)
     : io_(io), failed_(std::move(failed)) {}
 
-bool TcpSender::batching() const {
-    const Batch* batch = innermost;
-    while (batch != nullptr && &batch->sender_ != this) {
-        batch = batch->outer_;
+// The outermost of this thread, null when there is none.
+TcpSender::Batch* TcpSender::batch() const {
+    Batch* found = nullptr;
+    for (Batch* batch = innermost; batch != nullptr; batch = batch->outer_) {
+        found = &batch->sender_ == this ? batch : found;
     }
-    return batch != nullptr;
+    return found;
+}
+
+std::size_t TcpSender::gathered() const {
+    const Batch* const mine = batch();
+    return mine != nullptr ? mine->bytes_ : 0;
+}
+
+bool TcpSender::greeting() const {
+    return phase_ == Phase::greeting && greeter_ == std::this_thread::get_id();
 }
 
 std::error_code TcpSender::send(std::span<std::string> parts) {
@@ -48,30 +70,66 @@ std::error_code TcpSender::send(std::span<std::string> parts) {
     if (phase_ == Phase::none) {
         return make_error_code(std::errc::not_connected);
     }
-    if (const std::error_code refused = queue(parts)) {
-        return refused;
+    Batch* const mine = greeting() ? nullptr : batch();
+    if (mine != nullptr) {
+        mine->keep(parts, connection_);
+        if (mine->bytes_ > Batch::kMostBytes) {
+            handOver(*mine);
+            startWriting();
+        }
+        return {};
     }
-    if (!batching()) {
+    const std::error_code refused = queue(parts);
+    if (!refused) {
         startWriting();
     }
-    return {};
+    return refused;
 }
 
 std::error_code TcpSender::queue(std::span<std::string> parts) {
     // The greeting has a measure of its own: what others keep aside must not cost the login.
-    const bool greeting = phase_ == Phase::greeting && greeter_ == std::this_thread::get_id();
-    if (!greeting && queue_.full()) {
+    if (greeting()) {
+        if (queue_.greetingFull()) {
+            return make_error_code(std::errc::no_buffer_space);
+        }
+        queue_.appendToGreeting(parts);
+        return {};
+    }
+    if (queue_.full()) {
         startWriting();  // the limit is for a write that is stuck, not for a long batch
     }
-    if (greeting ? queue_.greetingFull() : queue_.full()) {
+    if (queue_.full()) {
         return make_error_code(std::errc::no_buffer_space);
     }
-    greeting ? queue_.appendToGreeting(parts) : queue_.append(parts);
+    queue_.append(parts);
     return {};
+}
+
+void TcpSender::handOver(Batch& batch) {
+    std::vector<std::vector<std::string>> messages = std::exchange(batch.messages_, {});
+    batch.bytes_ = 0;
+    if (phase_ == Phase::none || batch.connection_ != connection_) {
+        return;
+    }
+    for (std::vector<std::string>& parts : messages) {
+        offer(parts);
+    }
+}
+
+// Nobody waits for the outcome any more: a message that finds no room or no memory is dropped.
+void TcpSender::offer(std::span<std::string> parts) {
+    try {
+        static_cast<void>(queue(parts));
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 void TcpSender::flush() {
     const std::lock_guard lock(mutex_);
+    if (Batch* const mine = batch()) {
+        handOver(*mine);
+    }
     startWriting();
 }
 
@@ -85,6 +143,7 @@ void TcpSender::attach(std::shared_ptr<TcpLink> link) {
     const std::lock_guard lock(mutex_);
     link_ = std::move(link);
     phase_ = Phase::connecting;
+    ++connection_;
 }
 
 void TcpSender::beginGreeting() {

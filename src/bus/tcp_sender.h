@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -7,6 +9,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 #include "bus/tcp_link.h"
 #include "bus/write_queue.h"
@@ -24,11 +27,15 @@ class TcpSender {
   public:
     using WriteFailed = std::function<void()>;
 
-    // While it lives, what its own thread sends is only queued; its end writes that together, for
-    // with Nagle's algorithm on a second small write would wait for the peer to acknowledge the
-    // first. Batches of one thread nest: the outermost writes.
+    // While it lives, what its own thread sends is kept in it, out of reach of every other thread;
+    // its end queues and writes that together, for with Nagle's algorithm on a second small write
+    // would wait for the peer to acknowledge the first. Batches of one thread nest: the outermost
+    // keeps and writes. What was sent to a connection that is gone by then is dropped.
     class [[nodiscard]] Batch {
       public:
+        // More bytes than these are flushed at once.
+        static constexpr std::size_t kMostBytes = std::size_t{4} * 1024 * 1024;
+
         explicit Batch(TcpSender& sender);
         ~Batch();
         Batch(const Batch&) = delete;
@@ -36,8 +43,13 @@ class TcpSender {
 
       private:
         friend class TcpSender;
+        void keep(std::span<std::string> parts, std::uint64_t connection);
+
         TcpSender& sender_;
         Batch* outer_;
+        std::vector<std::vector<std::string>> messages_;  // the strings of each send
+        std::size_t bytes_ = 0;
+        std::uint64_t connection_ = 0;  // that they were sent to
     };
 
     // `failed` is called from the loop when a write to the current socket failed.
@@ -49,10 +61,13 @@ class TcpSender {
 
     // Queues the strings, to be written back to back, and moves from them. On an error (generic
     // category) they stay the caller's: 107 without a socket, 105 when more than 1000 strings wait
-    // behind a write in flight or for the connection.
+    // behind a write in flight or for the connection. What a batch keeps meets that limit at its
+    // flush or end: each send then goes out or is dropped as a whole.
     std::error_code send(std::span<std::string> parts);
-    // Starts writing what is queued, also inside a batch.
+    // Starts writing what is queued, with what the batch of this thread has kept so far.
     void flush();
+    // How many bytes the batch of this thread keeps.
+    std::size_t gathered() const;
 
     // Retires the socket and drops everything queued for it.
     void reset();
@@ -86,7 +101,10 @@ class TcpSender {
         open,        // What is sent is written.
     };
 
-    bool batching() const;
+    Batch* batch() const;
+    bool greeting() const;
+    void handOver(Batch& batch);
+    void offer(std::span<std::string> parts);
     std::error_code queue(std::span<std::string> parts);
     void startWriting();
     void writeDone(const std::error_code& error);
@@ -98,6 +116,7 @@ class TcpSender {
     // Guarded by the mutex.
     std::shared_ptr<TcpLink> link_;
     Phase phase_ = Phase::none;
+    std::uint64_t connection_ = 0;  // counts the attempts
     std::thread::id greeter_;
     WriteQueue queue_;
 };

@@ -73,9 +73,38 @@ TEST_F(TCPClientGather, FlushWritesInTheMiddleOfABatch) {
 TEST_F(TCPClientGather, OtherThreadsAreNotPartOfTheBatch) {
     const Batch batch = client_->gather();
     send({"mine "});
-    std::thread([this] { send({"other"}); }).join();
+    std::thread([this] {
+        send({"other"});
+        client_->flush();
+    }).join();
     EXPECT_EQ(sends(), 1);
-    EXPECT_EQ(peer_.last().takeNow(), "mine other");
+    EXPECT_EQ(peer_.last().takeNow(), "other");
+}
+
+TEST_F(TCPClientGather, BatchKnowsHowMuchItKeeps) {
+    EXPECT_EQ(client_->gathered(), 0u);
+    const Batch batch = client_->gather();
+    send({"2:", "ab", ";"});
+    {
+        const Batch inner = client_->gather();
+        send({"c"});
+        EXPECT_EQ(client_->gathered(), 6u);
+    }
+    std::thread([this] { EXPECT_EQ(client_->gathered(), 0u); }).join();
+    client_->flush();
+    EXPECT_EQ(client_->gathered(), 0u);
+}
+
+TEST_F(TCPClientGather, BatchOfMoreThanFourMebibytesIsFlushed) {
+    const std::string mebibyte(1024 * 1024, 'm');
+    const Batch batch = client_->gather();
+    for (int i = 0; i < 4; ++i) {
+        send({mebibyte});
+    }
+    EXPECT_EQ(sends(), 0);
+    send({"!"});
+    EXPECT_EQ(client_->gathered(), 0u);
+    EXPECT_TRUE(peerHas(mebibyte + mebibyte + mebibyte + mebibyte + "!"));
 }
 
 TEST_F(TCPClientGather, EachThreadHasItsOwnBatch) {
@@ -137,6 +166,17 @@ TEST_F(TCPClientGather, BatchThatOutlivesTheConnectionWritesNothing) {
     EXPECT_EQ(sends(), 0);
     ASSERT_TRUE(connected(2));
     send({"new"});
+    EXPECT_TRUE(peerHas("new"));
+}
+
+TEST_F(TCPClientGather, BatchForAnEarlierConnectionDoesNotReachTheNext) {
+    {
+        const Batch batch = client_->gather();
+        send({"lost"});
+        client_->close("test");
+        ASSERT_TRUE(connected(2));
+        send({"new"});
+    }
     EXPECT_TRUE(peerHas("new"));
 }
 

@@ -259,3 +259,22 @@ TEST_F(TCPClientStuck, StuckWriteOfAReplacedSocketIsIgnored) {
     EXPECT_TRUE(peerHas(big_));
     EXPECT_THAT(reasons, ElementsAre("replaced"));
 }
+
+// What does not fit is dropped message by message, never in the middle of one.
+TEST_F(TCPClientStuck, BatchBehindAStuckWriteIsTakenByWholeMessages) {
+    ASSERT_TRUE(startAndGetStuck());
+    {
+        const auto batch = client_->gather();
+        for (int i = 0; i < 1000; ++i) {
+            ASSERT_EQ(send({"a", "b", "c"}), std::error_code());
+        }
+    }
+    std::string expected = big_;
+    for (int i = 0; i < 334; ++i) {  // 1002 strings: the next one finds more than 1000
+        expected += "abc";
+    }
+    peer_.last().resumeReading();
+    EXPECT_TRUE(peerHas(expected));
+    send({"!"});
+    EXPECT_TRUE(peerHas(expected + "!"));
+}
