@@ -1,12 +1,12 @@
 #include "bus/netstring_stream_parser.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <utility>
 
 #include "bus/misframed.h"
+#include "model/trace.h"
 
 namespace lumo {
 
@@ -30,7 +30,7 @@ void showMisframed(const std::vector<char>& payload) {
     if (const MisframedSink& sink = currentSink()) {
         sink({payload.data(), payload.size()});
     } else {
-        std::fprintf(stderr, "%.*s\n", printable(payload.size()), payload.data());
+        traceError("%.*s\n", printable(payload.size()), payload.data());
     }
 }
 
@@ -46,9 +46,8 @@ std::unique_ptr<std::vector<char>> newBuffer(size_t capacity) try {
 // A frame begins while another one is open: no input leads here, so the memory of this process
 // cannot be trusted any more.
 [[noreturn]] void stopOnOpenBuffer(const char* data, size_t size, const std::vector<char>& buffer) {
-    std::printf("recv_buffer not empty. WHY?\nheader=%.*s\n", printable(size), data);
-    std::printf("recv_buffer = \n%.*s\n", printable(buffer.size()), buffer.data());
-    std::fflush(stdout);
+    trace("recv_buffer not empty. WHY?\nheader=%.*s\n", printable(size), data);
+    trace("recv_buffer = \n%.*s\n", printable(buffer.size()), buffer.data());
     std::abort();
 }
 

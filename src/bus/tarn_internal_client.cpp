@@ -11,6 +11,7 @@
 
 #include "model/files.h"
 #include "model/log.h"
+#include "model/trace.h"
 
 namespace {
 
@@ -50,7 +51,7 @@ std::string readHostId(const std::string& addressFile, pid_t processId) try {
     }
     return std::to_string(processId) + "." + addressText(addressFile, file.get());
 } catch (const std::bad_alloc&) {
-    std::fputs("TarnInternalClient::primeHostID Memory error", stderr);
+    traceError("TarnInternalClient::primeHostID Memory error");
     std::abort();
 }
 

@@ -1,11 +1,11 @@
 #include "bus/tarn_internal_message.h"
 
-#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 
 #include "model/log.h"
 #include "model/numbers.h"
+#include "model/trace.h"
 
 namespace {
 
@@ -14,8 +14,7 @@ std::unique_ptr<std::vector<char>> terminated(std::unique_ptr<std::vector<char>>
         payload = std::make_unique<std::vector<char>>();
     }
     if (payload->empty() || payload->back() != '\0') {
-        std::fputs("** TarnInternalMessage Error: Input vector must be null terminated **\n",
-                   stderr);
+        traceError("** TarnInternalMessage Error: Input vector must be null terminated **\n");
         payload->push_back('\0');
     }
     return payload;

@@ -10,6 +10,7 @@
 #include <asio/post.hpp>
 
 #include "bus/monotonic_time.h"
+#include "model/trace.h"
 
 namespace lumo {
 
@@ -124,8 +125,8 @@ void TCPClientImplAsio::connectDone(const Link& link, const std::error_code& err
 void TCPClientImplAsio::greet(const std::error_code& error) {
     const std::error_code verdict = onConnect_ ? onConnect_(error) : std::error_code();
     if (verdict) {
-        std::fprintf(stderr, "%s - connectHandler Error: %s to %s:%d\n", name_.c_str(),
-                     verdict.message().c_str(), endpoint().host.c_str(), endpoint().port);
+        traceError("%s - connectHandler Error: %s to %s:%d\n", name_.c_str(),
+                   verdict.message().c_str(), endpoint().host.c_str(), endpoint().port);
     }
 }
 
@@ -212,7 +213,7 @@ void TCPClientImplAsio::checkIdle() {
     }
     const nanoseconds elapsed(monotonicNanoseconds() - lastReceive_);
     if (elapsed >= 2 * idlePeriod_) {
-        std::fprintf(stderr, "%s - TCP Client: socket no response. Closing.\n", name_.c_str());
+        traceError("%s - TCP Client: socket no response. Closing.\n", name_.c_str());
         close("no resp timeout");
         return;
     }

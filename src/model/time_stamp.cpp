@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "model/trace.h"
+
 namespace {
 
 timeval timeOfDay() {
@@ -15,11 +17,11 @@ timeval timeOfDay() {
 }  // namespace
 
 void printTimeStamp() {
-    std::printf("%s", timeStamp(timeOfDay()).c_str());
+    trace("%s", timeStamp(timeOfDay()).c_str());
 }
 
 void printSecondsStamp() {
-    std::printf("%s", secondsStamp(timeOfDay()).c_str());
+    trace("%s", secondsStamp(timeOfDay()).c_str());
 }
 
 std::string timeStamp(const timeval& moment) {

@@ -3,10 +3,10 @@
 #include <syslog.h>
 
 #include <algorithm>
-#include <cstdio>
 
 #include "model/log.h"
 #include "model/numbers.h"
+#include "model/trace.h"
 
 namespace {
 
@@ -125,8 +125,7 @@ int ToskParam::setValueFromJSON(const cJSON* item) {
     }
     ToskValue* value = valueOnDemand();
     if (!value) {
-        std::printf("ToskParam::setValueFromJSON invalid value: %s\n",
-                    renderJSON(item, true).c_str());
+        trace("ToskParam::setValueFromJSON invalid value: %s\n", renderJSON(item, true).c_str());
         return -1;
     }
     if (const int failure = value->fromJSON(item)) {

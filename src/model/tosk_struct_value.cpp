@@ -1,7 +1,8 @@
 #include "model/tosk_struct_value.h"
 
-#include <cstdio>
 #include <string_view>
+
+#include "model/trace.h"
 
 namespace {
 
@@ -89,7 +90,7 @@ bool ToskStructValue::updateFrom(const ToskParam&, const ToskValue* other) {
     std::vector<ToskParam> members = source->params_;
     params_.swap(members);
     for (const ToskParam& param : params_) {
-        std::printf("update, sub_param oid=%s\n", param.oid().leaf().c_str());
+        trace("update, sub_param oid=%s\n", param.oid().leaf().c_str());
     }
     return true;
 }

@@ -8,6 +8,7 @@
 #include "model/numbers.h"
 #include "model/tosk_param.h"
 #include "model/tosk_struct_value.h"
+#include "model/trace.h"
 
 namespace {
 
@@ -161,7 +162,7 @@ std::unique_ptr<ToskValue> createValue(int32_t typeCode) {
         case kTypeStruct:
             return std::make_unique<ToskStructValue>();
         default:
-            std::printf("InvalidToskParamType: %d\n", typeCode);
+            trace("InvalidToskParamType: %d\n", typeCode);
             return nullptr;
     }
 }

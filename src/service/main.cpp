@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <exception>
 
+#include "model/trace.h"
 #include "service/device_name.h"
 #include "service/options.h"
 #include "service/pallwatch_service.h"
@@ -54,14 +55,12 @@ int main(int argc, char* argv[]) {
     if (parsed.exitStatus) {
         return *parsed.exitStatus;
     }
-    // Traces reach a pipe or a file as they happen, not when the buffer is full.
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     openLog();
     surviveBrokenPipes();
     try {
         runService(parsed.options);
     } catch (const std::exception& error) {
-        std::fputs(error.what(), stderr);
+        traceError("%s", error.what());
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;

@@ -3,7 +3,6 @@
 #include <signal.h>
 #include <syslog.h>
 
-#include <cstdio>
 #include <exception>
 #include <string_view>
 #include <utility>
@@ -13,6 +12,7 @@
 #include "bus/messages.h"
 #include "model/log.h"
 #include "model/tosk_param.h"
+#include "model/trace.h"
 #include "systemstate/machine.h"
 #include "systemstate/system_state.h"
 
@@ -76,13 +76,12 @@ void PallwatchService::subscribeAll() {
     if (!prefix_.empty()) {
         const std::string path = prefix_ + "." + kSystemObject;
         client_->subscribe(path);
-        std::printf("%s added subscription to: %s\n", "run", path.c_str());
+        trace("%s added subscription to: %s\n", "run", path.c_str());
     }
 }
 
 void PallwatchService::handleSignal(const std::error_code& error, int number) {
-    std::printf("Pallwatch caught signal:%d (ec: %s) - Stopping.\n", number,
-                error.message().c_str());
+    trace("Pallwatch caught signal:%d (ec: %s) - Stopping.\n", number, error.message().c_str());
     io_.stop();
 }
 

@@ -1,10 +1,10 @@
 #include "systemstate/adc_reader.h"
 
-#include <cstdio>
 #include <optional>
 #include <string>
 
 #include "model/log.h"
+#include "model/trace.h"
 #include "systemstate/machine.h"
 #include "systemstate/places.h"
 
@@ -13,11 +13,11 @@ AdcReader::AdcReader(const Machine& machine) : machine_(machine) {}
 void AdcReader::read(BatterySource source) {
     const std::optional<std::string> dump = machine_.readFile(kXadcFile);
     if (!dump) {
-        std::perror("open xadc");
+        traceError("open xadc: %m\n");
         return;
     }
     if (dump->size() < kXadcDumpSize) {
-        std::fputs("xadc read too small\n", stderr);
+        traceError("xadc read too small\n");
         return;
     }
     const std::optional<XadcReadings> readings = decodeXadcDump(*dump, source);

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <string_view>
 
+#include "model/trace.h"
+
 namespace {
 
 constexpr std::size_t kLongestLine = 127;
@@ -27,7 +29,7 @@ std::string firstLineFrom(int descriptor) {
     while (filled < buffer.size()) {
         const ssize_t count = readAgain(descriptor, buffer.data() + filled, buffer.size() - filled);
         if (count < 0) {
-            std::printf("fread error %d\n", static_cast<int>(count));
+            trace("fread error %d\n", static_cast<int>(count));
         }
         if (count <= 0) {
             break;

@@ -2,10 +2,10 @@
 
 #include <strings.h>
 
-#include <cstdio>
 #include <string_view>
 #include <utility>
 
+#include "model/trace.h"
 #include "systemstate/machine.h"
 #include "systemstate/places.h"
 
@@ -46,7 +46,7 @@ bool Product::is(const char* name) const {
 Product readProduct(Machine& machine) {
     std::string name = machine.firstLine(kProductCommand).value_or("");
     if (name.empty()) {
-        std::printf("ERROR reading product string");
+        trace("ERROR reading product string");
         name = kDefaultProduct;
     }
     return Product(std::move(name));

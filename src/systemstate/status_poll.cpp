@@ -2,12 +2,12 @@
 
 #include <array>
 #include <chrono>
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "model/log.h"
+#include "model/trace.h"
 #include "systemstate/bonding_status.h"
 #include "systemstate/frame_detection.h"
 #include "systemstate/machine.h"
@@ -209,7 +209,7 @@ void StatusPoll::refreshVoltages() {
 void StatusPoll::switchBatteryLoad(const char* command) {
     const int result = machine_.run(command);
     if (result < 0) {
-        std::printf("system returned %d\n", result);
+        trace("system returned %d\n", result);
     }
 }
 
@@ -220,7 +220,7 @@ void StatusPoll::publishBattery() {
     if (adc_.hasSamples()) {
         const double volts = batteryVolts(sample, wiringOf(state_.product()));
         state_.setFloat(kBattVoltageKey, volts);
-        std::printf("BATT %f\n", volts);
+        trace("BATT %f\n", volts);
     }
 }
 

@@ -1,10 +1,10 @@
 // The builders of the device: what the state file brought is kept, what it did not is made.
 
-#include <cstdio>
 #include <string_view>
 #include <utility>
 
 #include "model/log.h"
+#include "model/trace.h"
 #include "systemstate/build_properties.h"
 #include "systemstate/catalogue.h"
 #include "systemstate/param_keys.h"
@@ -123,7 +123,7 @@ bool correctFrameName(SystemState& state, const std::string& label,
 
 void buildSerialParams(SystemState& state) {
     for (const SerialPort& port : state.serialPorts()) {
-        std::printf("%s oid=%s\n", "addSerialStatusParams", port.oid.c_str());
+        trace("%s oid=%s\n", "addSerialStatusParams", port.oid.c_str());
         state.device()->addParam(makeSerialParam(port));
     }
 }

@@ -1,9 +1,8 @@
 // The frame's address settings: their file, and the services that live on them.
 
-#include <cstdio>
-
 #include "model/log.h"
 #include "model/time_stamp.h"
+#include "model/trace.h"
 #include "systemstate/network_settings.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
@@ -40,7 +39,7 @@ std::string dottedTextOf(const SystemState& state, const char* key) {
     const auto address = static_cast<uint32_t>(*held);
     if (!isValidAddress(address)) {
         printTimeStamp();
-        std::printf("IP Address Error: %s=%x\n", key, address);
+        trace("IP Address Error: %s=%x\n", key, address);
         return {};
     }
     return dottedText(address);
@@ -48,7 +47,7 @@ std::string dottedTextOf(const SystemState& state, const char* key) {
 
 void logWriteFailure(WriteFailure step) {
     if (step == WriteFailure::open) {
-        std::printf("Error opening %s for writing", kNetworkFile);
+        trace("Error opening %s for writing", kNetworkFile);
         logMessage(LOG_ERR, "Error opening %s for writing \n", kNetworkFile);
     }
     for (const FailureText& failure : kFailureTexts) {
@@ -103,7 +102,7 @@ std::optional<NetworkSettings> shownSettings(const SystemState& state) {
 void runAll(Machine& machine, std::initializer_list<const char*> commands) {
     for (const char* const command : commands) {
         if (const int result = machine.run(command); result < 0) {
-            std::printf("system returned %d\n", result);
+            trace("system returned %d\n", result);
         }
     }
 }

@@ -1,10 +1,9 @@
 // What a set of each parameter does to the machine. Everything here runs on the thread that changed
 // the parameter, inside the operation that set it.
 
-#include <cstdio>
-
 #include "model/log.h"
 #include "model/time_stamp.h"
+#include "model/trace.h"
 #include "systemstate/network_settings.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
@@ -84,8 +83,8 @@ void SystemState::applyNetworkSettings(ToskParam& /*param*/) {
         return;
     }
     printTimeStamp();
-    std::printf("IP Error: ip=%x, netmask=%x, gateway=%x\n", settings.ip, settings.netmask,
-                settings.gateway);
+    trace("IP Error: ip=%x, netmask=%x, gateway=%x\n", settings.ip, settings.netmask,
+          settings.gateway);
 }
 
 template <void (SystemState::*apply)(bool)>
@@ -113,7 +112,7 @@ void SystemState::switchAmbrix(bool enable) {
 
 void SystemState::restartNetwork(ToskParam& param) {
     const int64_t value = integerOf(&param).value_or(0);
-    std::printf("%s changed, value:%lld\n", kRestartNetworkKey, static_cast<long long>(value));
+    trace("%s changed, value:%lld\n", kRestartNetworkKey, static_cast<long long>(value));
     if (value == 0) {
         return;
     }
@@ -125,7 +124,7 @@ void SystemState::restartNetwork(ToskParam& param) {
 
 void SystemState::generateReport(ToskParam& param) {
     const int64_t value = integerOf(&param).value_or(0);
-    std::printf("%s changed, value:%lld\n", kGenerateReportKey, static_cast<long long>(value));
+    trace("%s changed, value:%lld\n", kGenerateReportKey, static_cast<long long>(value));
     if (value == 0) {
         return;
     }
@@ -139,7 +138,7 @@ void SystemState::takeConnection(ToskParam& param) {
     const std::string oid = param.oid().toString();
     for (SerialPort& port : serialPorts_) {
         if (port.oid == oid) {
-            std::printf("%s == %s\n", port.oid.c_str(), oid.c_str());
+            trace("%s == %s\n", port.oid.c_str(), oid.c_str());
             takeConnectionPoint(port, param);
         }
     }
