@@ -29,6 +29,7 @@ struct PortNames {
 inline constexpr std::array kPortNames{PortNames{"eth0", "Port 1"}, PortNames{"eth1", "Port 2"}};
 
 using EthernetPorts = std::array<EthernetInterfaceStatus, kPortNames.size()>;
+using PortStatuses = std::array<PortStatus, kPortNames.size()>;
 
 // The text that a choice list shows for the port: the label, or else the kernel's name.
 constexpr const char* portTitle(const PortNames& names) {

@@ -23,8 +23,6 @@ constexpr std::chrono::milliseconds kBatterySettleTime{25};
 constexpr std::size_t kPsu1Channel = 0;
 constexpr std::size_t kPsu2Channel = 8;
 
-using PortStatuses = std::array<PortStatus, kPortNames.size()>;
-
 // A failure that lasts would otherwise be told every second.
 void reportUnread(const char* file, std::vector<UnreadInteger> unread,
                   std::vector<UnreadInteger>& reported) {
@@ -44,6 +42,12 @@ PortStatuses statusesOf(const EthernetPorts& ports) {
         statuses[i] = ports[i].status.get();
     }
     return statuses;
+}
+
+void setStatuses(EthernetPorts& ports, const PortStatuses& statuses) {
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        ports[i].status.set(statuses[i]);
+    }
 }
 
 // What becomes of the statuses so far; a port that is no slave of the bond keeps its own.
@@ -122,11 +126,18 @@ void StatusPoll::refreshPorts(const BondingStatus& bond) {
     const PortStatuses before = statusesOf(ports);
     const PortStatuses now = nextStatuses(ports, before, bond);
     // All of them first: whoever hears of one change sees the others as they are.
-    for (std::size_t i = 0; i < ports.size(); ++i) {
-        ports[i].status.set(now[i]);
+    setStatuses(ports, now);
+    try {
+        publishPorts(before, now);
+    } catch (...) {
+        setStatuses(ports, before);  // so that the next poll finds the changes again
+        throw;
     }
+}
+
+void StatusPoll::publishPorts(const PortStatuses& before, const PortStatuses& now) {
     std::optional<std::int32_t> becameActive;
-    for (std::size_t i = 0; i < ports.size(); ++i) {
+    for (std::size_t i = 0; i < now.size(); ++i) {
         if (now[i] != before[i]) {
             publishPort(i, before[i], now[i]);
             if (now[i] == PortStatus::active) {
@@ -184,8 +195,8 @@ void StatusPoll::refreshFrameType() {
     }
     reportUnread(kFrameDetectionFile, std::move(frame->unread), unreadOfFrame_);
     if (frame->frameType >= 0) {
-        frameTypeKnown_ = true;
         state_.setInteger(kFrameTypeKey, frame->frameType);
+        frameTypeKnown_ = true;
     }
 }
 

@@ -36,6 +36,7 @@ class StatusPoll {
     void followAmbrixShutOff();
     void refreshBond();
     void refreshPorts(const BondingStatus& bond);
+    void publishPorts(const PortStatuses& before, const PortStatuses& now);
     void publishPort(std::size_t position, PortStatus before, PortStatus now);
     void refreshNetworkSettings();
     void publishAddress(const char* key, std::uint32_t address, Relaxed<std::uint32_t>& published);

@@ -1,5 +1,7 @@
 // The bonded ports.
 
+#include <new>
+
 #include <gmock/gmock.h>
 
 #include "poll_fixture.h"
@@ -224,6 +226,17 @@ TEST_F(BondTest, LongTextsReachTheLogShortened) {
     EXPECT_THAT(pollDiary(),
                 Contains("3 /proc/net/bonding/bond0: Up Delay (ms) is no integer: \"%n" +
                          std::string(62, 'x') + "\"\n"));
+}
+
+TEST_F(BondTest, ChangeThatATickDidNotComeToIsFoundByTheNextOne) {
+    start("Quorane");
+    root_.write(kBondingFile, bondingFile("eth0", "up", "up"));
+    state_->setParamChanged_cb([](const ToskParam&) { throw std::bad_alloc(); });
+    EXPECT_THROW(state_->poll(), std::bad_alloc);
+    state_->setParamChanged_cb(nullptr);
+    poll();
+    EXPECT_EQ(value(kPort1), "1");
+    EXPECT_EQ(value(kPort2), "2");
 }
 
 }  // namespace
