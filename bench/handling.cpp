@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include <asio/io_service.hpp>
 #include <benchmark/benchmark.h>
 
 #include "bus/tarn_internal_message.h"
@@ -17,6 +18,7 @@
 #include "frame/tree.h"
 #include "model/log.h"
 #include "service/redundant_controllers.h"
+#include "service/state_saver.h"
 #include "service/system_object.h"
 #include "systemstate/machine.h"
 #include "systemstate/system_state.h"
@@ -59,7 +61,10 @@ class Device {
     Device& operator=(const Device&) = delete;
 
     void get(const std::string& data) const { object_.handleGet(received("GET", data)); }
-    void set(const std::string& data) const { object_.handleSet(received("SET", data)); }
+    void set(const std::string& data) {
+        object_.beginSet(received("SET", data));
+        object_.workOnSet([] { return false; });
+    }
     void poll() { state_.poll(); }
 
   private:
@@ -77,7 +82,9 @@ class Device {
         benchmark::DoNotOptimize(message.encode());
     };
     const pallwatch::RedundantControllers controllers_{state_, machine_, prefix_, send_};
-    const pallwatch::SystemObject object_{state_, prefix_, controllers_, send_};
+    asio::io_service io_;
+    pallwatch::StateSaver saver_{io_, state_};
+    pallwatch::SystemObject object_{state_, prefix_, controllers_, saver_, send_};
 };
 
 std::string member(const std::string& name, int64_t value) {
@@ -94,7 +101,7 @@ BENCHMARK(handleGet);
 
 // Sets a parameter to 0 and 1 in turn.
 void setInTurn(benchmark::State& state, const char* name) {
-    const Device device;
+    Device device;
     int64_t value = 0;
     for (auto _ : state) {
         device.set(member(name, value = 1 - value));
@@ -114,7 +121,7 @@ BENCHMARK(handleSavedSet)->UseRealTime();
 
 // With network.conf read and written, and all restarts.
 void handleAddressSet(benchmark::State& state) {
-    const Device device;
+    Device device;
     int64_t address = 0x0A000006;
     for (auto _ : state) {
         device.set(member("ipAddress", address ^= 1));

@@ -7,11 +7,15 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include <asio/io_service.hpp>
 
 #include "bus/tarn_internal_message.h"
 #include "fuzz_target.h"
 #include "service/redundant_controllers.h"
+#include "service/state_saver.h"
 #include "service/system_object.h"
 #include "systemstate/system_state.h"
 #include "whole_device.h"
@@ -59,22 +63,22 @@ class Device {
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
-    void take(TarnInternalMessage& message) {
+    void take(TarnInternalMessage message) {
         sent_.clear();
         message.header().splitObjectName();
+        const Asker asker{message.uniqueId(), message.source()};
         switch (message.type()) {
             case MessageType::GET:
                 object_.handleGet(message);
                 break;
             case MessageType::SET:
-                object_.handleSet(message);
-                require(answersTo(message) == answersDue(message));
+                takeSet(std::move(message), asker);
                 break;
             default:
                 controllers_.handleSystemRsp(message);
                 break;
         }
-        requireMessages(message);
+        requireMessages(asker);
     }
 
     void requireReadable() {
@@ -84,23 +88,37 @@ class Device {
     }
 
   private:
-    size_t answersTo(const TarnInternalMessage& request) const {
+    struct Asker {
+        std::string id;
+        int32_t source;
+    };
+
+    // In turns of one member each.
+    void takeSet(TarnInternalMessage message, const Asker& asker) {
+        const size_t due = answersDue(message);
+        object_.beginSet(std::move(message));
+        while (!object_.workOnSet([] { return true; })) {
+        }
+        require(answersTo(asker) == due);
+    }
+
+    size_t answersTo(const Asker& asker) const {
         size_t count = 0;
         for (const TarnInternalMessage& message : sent_) {
             const bool answers =
-                message.type() == MessageType::RSP && message.uniqueId() == request.uniqueId();
+                message.type() == MessageType::RSP && message.uniqueId() == asker.id;
             count += answers ? 1U : 0U;
         }
         return count;
     }
 
-    void requireMessages(const TarnInternalMessage& request) const {
+    void requireMessages(const Asker& asker) const {
         for (const TarnInternalMessage& message : sent_) {
             const std::string text = message.encode();
             require(text.find('\n') != std::string::npos);
             if (message.type() == MessageType::RSP) {
-                require(message.uniqueId() == request.uniqueId());
-                require(message.header().destination == request.source());
+                require(message.uniqueId() == asker.id);
+                require(message.header().destination == asker.source);
             }
         }
     }
@@ -113,7 +131,9 @@ class Device {
         sent_.push_back(std::move(message));
     };
     const pallwatch::RedundantControllers controllers_{state_, machine_, prefix_, send_};
-    const pallwatch::SystemObject object_{state_, prefix_, controllers_, send_};
+    asio::io_service io_;
+    pallwatch::StateSaver saver_{io_, state_};
+    pallwatch::SystemObject object_{state_, prefix_, controllers_, saver_, send_};
 };
 
 void serve(const std::string& root, const std::string& prefix, const std::string& input) {
@@ -124,7 +144,7 @@ void serve(const std::string& root, const std::string& prefix, const std::string
     Device device(root, prefix);
     for (const std::string& payload : payloadsOf(input)) {
         if (std::optional<TarnInternalMessage> message = decode(payload)) {
-            device.take(*message);
+            device.take(std::move(*message));
         }
     }
     device.requireReadable();

@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include <exception>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -25,6 +26,10 @@ constexpr int32_t kBusPort = 15000;
 constexpr const char* kModuleName = "Pallwatch";
 constexpr int32_t kConnectionId = 8;
 constexpr const char* kSystemObject = "system";
+// A large SET gives way to signals, timers and writes at least this often.
+constexpr std::chrono::milliseconds kTurn{200};
+// And before its answers come near what a connection may keep waiting.
+constexpr std::size_t kMaxGatheredBytes = std::size_t{1} << 20;
 
 }  // namespace
 
@@ -34,8 +39,9 @@ PallwatchService::PallwatchService(SystemState* systemState, Machine& machine, s
       machine_(machine),
       prefix_(std::move(prefix)),
       send_([this](TarnInternalMessage message) { send(std::move(message)); }),
+      saver_(io_, *systemState),
       controllers_(*systemState, machine, prefix_, send_),
-      systemObject_(*systemState, prefix_, controllers_, send_) {}
+      systemObject_(*systemState, prefix_, controllers_, saver_, send_) {}
 
 PallwatchService::~PallwatchService() {
     machine_.setBeforeCommand(nullptr);
@@ -59,6 +65,7 @@ void PallwatchService::run() {
         &tasks_, [](lumo::AsyncTaskService* tasks) { tasks->stop(); });
     tasks_.setPeriodicTask(pollPeriod_, [this] { pollOnce(); });
     tasks_.start();
+    saver_.followUp();
     io_.run();
 }
 
@@ -104,6 +111,8 @@ void PallwatchService::pollOnce() {
     const auto batch = client_->gather();
     try {
         systemState_->poll();
+    } catch (const std::bad_alloc&) {
+        logMessage(LOG_CRIT, "Memory error polling, tick skipped\n");
     } catch (...) {
         // Ends the process in order, as on the main thread.
         asio::post(io_, [error = std::current_exception()] { std::rethrow_exception(error); });
@@ -137,11 +146,42 @@ void PallwatchService::handleMessage(TarnInternalMessage message) {
             systemObject_.handleGet(message);
             break;
         case MessageType::SET:
-            systemObject_.handleSet(message);
+            handleSet(std::move(message));
             break;
         default:
             break;
     }
+}
+
+void PallwatchService::handleSet(TarnInternalMessage message) {
+    systemObject_.beginSet(std::move(message));
+    workOnSet();
+}
+
+// What else came from the bus waits for the end of the SET; the loop does not.
+void PallwatchService::workOnSet() {
+    const auto batch = client_->gather();
+    const auto start = std::chrono::steady_clock::now();
+    if (systemObject_.workOnSet([this, start] { return isTurnOver(start); })) {
+        client_->resume();
+        return;
+    }
+    client_->pause();
+    asio::post(io_, [this] { goOnWithSet(); });
+}
+
+void PallwatchService::goOnWithSet() {
+    try {
+        workOnSet();
+    } catch (const std::bad_alloc&) {
+        logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
+        client_->resume();
+    }
+}
+
+bool PallwatchService::isTurnOver(std::chrono::steady_clock::time_point start) const {
+    return std::chrono::steady_clock::now() - start >= kTurn ||
+           client_->gathered() > kMaxGatheredBytes;
 }
 
 }  // namespace pallwatch

@@ -12,6 +12,7 @@
 #include "bus/async_tarn_internal_client.h"
 #include "bus/async_task_service.h"
 #include "service/redundant_controllers.h"
+#include "service/state_saver.h"
 #include "service/system_object.h"
 
 class Machine;
@@ -56,8 +57,11 @@ class PallwatchService {
     void subscribeAll();
     void handleConnectionState(lumo::ConnectionState state);
     void handleSignal(const std::error_code& error, int number);
-    void startPolling();
     void pollOnce();
+    void handleSet(TarnInternalMessage message);
+    void workOnSet();
+    void goOnWithSet();
+    bool isTurnOver(std::chrono::steady_clock::time_point start) const;
     void send(TarnInternalMessage message);
     bool isForUs(const TarnInternalMessage& message) const;
 
@@ -72,6 +76,7 @@ class PallwatchService {
     bool hardwareScans_ = true;
     std::function<void(lumo::ConnectionState)> onConnectionState_;
     SendMessage send_;
+    StateSaver saver_;
     RedundantControllers controllers_;
     SystemObject systemObject_;
 };

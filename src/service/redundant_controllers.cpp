@@ -32,8 +32,7 @@ void RedundantControllers::requestDetails() const {
 }
 
 void RedundantControllers::handleSystemRsp(const TarnInternalMessage& message) const {
-    const UniqueJSON data = message.parseData();
-    const cJSON* const param = jsonMember(data.get(), "param");
+    const cJSON* const param = jsonMember(message.data(), "param");
     if (!param) {
         return;
     }

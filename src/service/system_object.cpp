@@ -3,12 +3,15 @@
 #include <syslog.h>
 
 #include <mutex>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "bus/messages.h"
 #include "model/log.h"
 #include "model/tosk_device.h"
 #include "model/tosk_param.h"
+#include "service/state_saver.h"
 #include "systemstate/system_state.h"
 
 namespace pallwatch {
@@ -38,11 +41,30 @@ const cJSON* requestedNames(const TarnInternalMessage& request, const char* kind
     return cJSON_IsArray(names) ? names : nullptr;
 }
 
+// Calls `use` with each text of the array, once. A frame has room for more names than the memory
+// has for their answers.
+template <typename Use>
+void forEachName(const cJSON* names, Use use) {
+    std::unordered_set<std::string_view> seen;
+    const cJSON* item = nullptr;
+    cJSON_ArrayForEach(item, names) {
+        const char* const name = jsonText(item);
+        if (name && seen.insert(name).second) {
+            use(name);
+        }
+    }
+}
+
 }  // namespace
 
 SystemObject::SystemObject(SystemState& systemState, const std::string& prefix,
-                           const RedundantControllers& controllers, const SendMessage& send)
-    : systemState_(systemState), prefix_(prefix), controllers_(controllers), send_(send) {}
+                           const RedundantControllers& controllers, StateSaver& saver,
+                           const SendMessage& send)
+    : systemState_(systemState),
+      prefix_(prefix),
+      controllers_(controllers),
+      saver_(saver),
+      send_(send) {}
 
 bool SystemObject::handleGet(const TarnInternalMessage& request) const {
     bool found = false;
@@ -57,12 +79,7 @@ bool SystemObject::handleGet(const TarnInternalMessage& request) const {
 
 bool SystemObject::sendValues(const TarnInternalMessage& request, const cJSON* names) const {
     bool foundDescriptor = false;
-    const cJSON* item = nullptr;
-    cJSON_ArrayForEach(item, names) {
-        const char* const name = jsonText(item);
-        if (!name) {
-            continue;
-        }
+    forEachName(names, [&](const char* name) {
         if (std::string_view(name) == kWholeDevice) {
             send_(RSPMessage(request, std::nullopt,
                              singleMember(kWholeDevice, systemState_.device()->toJSON())));
@@ -72,19 +89,16 @@ bool SystemObject::sendValues(const TarnInternalMessage& request, const cJSON* n
             send_(RSPMessage(request, std::nullopt,
                              singleMember(param->oid().leaf().c_str(), param->valueToJSON())));
         }
-    }
+    });
     return foundDescriptor;
 }
 
 bool SystemObject::sendDescriptors(const TarnInternalMessage& request, const cJSON* names,
                                    bool found) const {
     UniqueJSON result = jsonObject();
-    const cJSON* item = nullptr;
-    cJSON_ArrayForEach(item, names) {
-        if (const char* const name = jsonText(item)) {
-            found = addDescriptor(result.get(), request, name) || found;
-        }
-    }
+    forEachName(names, [&](const char* name) {
+        found = addDescriptor(result.get(), request, name) || found;
+    });
     if (found) {
         send_(RSPMessage(request, std::nullopt, std::move(result), kAsDescriptor));
     }
@@ -103,56 +117,84 @@ bool SystemObject::addDescriptor(cJSON* result, const TarnInternalMessage& reque
     return true;
 }
 
-void SystemObject::handleSet(const TarnInternalMessage& request) const {
-    const UniqueJSON data = request.parseData();
-    const cJSON* const param = jsonMember(data.get(), "param");
+void SystemObject::beginSet(TarnInternalMessage request) {
+    const cJSON* const param = jsonMember(request.data(), "param");
     if (!cJSON_IsObject(param)) {
         return;
     }
     controllers_.handleSet(param);
-    const cJSON* member = nullptr;
-    cJSON_ArrayForEach(member, param) {
-        if (member->string) {
-            setMember(request, member);
-        }
-    }
-    setActive(request, param);
+    std::string localName = localObjectName(request.objectName());
+    set_.emplace(SetUnderWay{std::move(request), std::move(localName), param, param->child});
 }
 
-void SystemObject::setMember(const TarnInternalMessage& request, const cJSON* member) const {
-    ToskParam* const param =
-        systemState_.findParam(keyOf(localObjectName(request.objectName()), member->string));
-    if (!param) {
-        send_(RSPMessage(request, kNotFound));
-        return;
+bool SystemObject::workOnSet(const std::function<bool()>& isTurnOver) try {
+    if (set_ && setMembers(*set_, isTurnOver)) {
+        setActive(*set_);
+        set_.reset();
     }
-    {
-        // Until the reaction is through, the poll leaves the network settings alone: an edit of the
-        // file in the same moment must not replace what is asked for here.
-        const std::unique_lock<std::mutex> turn = systemState_.takeSettingsTurnFor(*param);
-        if (param->setValueFromJSON(member) != 0) {
-            send_(RSPMessage(request, kBadRequest));
-            return;
+    saver_.save();
+    return !set_;
+} catch (...) {
+    // The value that was being set may be there without its answer.
+    set_.reset();
+    saver_.noteChange();
+    saver_.save();
+    throw;
+}
+
+bool SystemObject::setMembers(SetUnderWay& set, const std::function<bool()>& isTurnOver) {
+    while (set.next != nullptr) {
+        const cJSON* const member = std::exchange(set.next, set.next->next);
+        if (member->string != nullptr) {
+            setMember(set, member);
+        }
+        if (set.next != nullptr && isTurnOver()) {
+            return false;
         }
     }
-    if (param->published()) {
-        systemState_.saveToOwnPath(false);
+    return true;
+}
+
+void SystemObject::setMember(const SetUnderWay& set, const cJSON* member) {
+    const std::string key = keyOf(set.localName, member->string);
+    ToskParam* const param = systemState_.findParam(key);
+    if (!param) {
+        send_(RSPMessage(set.request, kNotFound));
+        return;
     }
-    logMessage(LOG_INFO, "System param Set: %s = %s\n", param->oid().toString().c_str(),
+    // A command sends what was answered so far on its way.
+    if (systemState_.runsCommands(*param)) {
+        saver_.save();
+    }
+    if (setValue(*param, member) != 0) {
+        send_(RSPMessage(set.request, kBadRequest));
+        return;
+    }
+    if (param->published()) {
+        saver_.noteChange();
+    }
+    logMessage(LOG_INFO, "System param Set: %s = %s\n", key.c_str(),
                param->valueToString().c_str());
-    send_(RSPMessage(request, kOk));
+    send_(RSPMessage(set.request, kOk));
+}
+
+// Until the reaction is through, the poll leaves the network settings alone: an edit of the file in
+// the same moment must not replace what is asked for here.
+int SystemObject::setValue(ToskParam& param, const cJSON* value) {
+    const std::unique_lock<std::mutex> turn = systemState_.takeSettingsTurnFor(param);
+    return param.setValueFromJSON(value);
 }
 
 // The value is not looked at: a false also activates.
-void SystemObject::setActive(const TarnInternalMessage& request, const cJSON* param) const {
-    if (!cJSON_IsBool(jsonMember(jsonMember(param, "systemState"), "active"))) {
+void SystemObject::setActive(const SetUnderWay& set) {
+    if (!cJSON_IsBool(jsonMember(jsonMember(set.param, "systemState"), "active"))) {
         return;
     }
     if (!systemState_.active()) {
         systemState_.setActive(true);
-        systemState_.saveToOwnPath(false);
+        saver_.noteChange();
     }
-    send_(RSPMessage(request, kOk));
+    send_(RSPMessage(set.request, kOk));
 }
 
 void SystemObject::announceChange(const ToskParam& param) const {

@@ -1,15 +1,19 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 
+#include "bus/tarn_internal_message.h"
 #include "model/json.h"
 #include "service/redundant_controllers.h"
 
 class SystemState;
-class TarnInternalMessage;
 class ToskParam;
 
 namespace pallwatch {
+
+class StateSaver;
 
 // The bus object "system": answers GET and SET for the device's parameters and announces their
 // changes. With a tunnelling prefix it is also served as "<prefix>.system", the name under which
@@ -19,33 +23,53 @@ class SystemObject {
   public:
     // Keeps references to all of them.
     SystemObject(SystemState& systemState, const std::string& prefix,
-                 const RedundantControllers& controllers, const SendMessage& send);
+                 const RedundantControllers& controllers, StateSaver& saver,
+                 const SendMessage& send);
 
     // Answers a GET: one response for each known name under "param", and one for all known names
-    // under "paramDescriptor". Unknown names get no answer. Gives whether any descriptor was found.
+    // under "paramDescriptor", each name once however often it is listed. Unknown names get no
+    // answer. Gives whether any descriptor was found.
     // Asking for descriptors under the tunnelled name renames the parameters in the device, so that
     // a tunnelled descriptor carries the tunnelled name.
     bool handleGet(const TarnInternalMessage& request) const;
 
-    // Carries out a SET member by member and answers each: 200, 400 (the value does not fit) or 404
-    // (no such parameter). Saves the state file after a published parameter was set.
-    void handleSet(const TarnInternalMessage& request) const;
+    // Takes a SET over; workOnSet() carries it out. Only while none is under way.
+    void beginSet(TarnInternalMessage request);
+
+    // Carries out the SET member by member and answers each: 200, 400 (the value does not fit) or
+    // 404 (no such parameter). Returns true when all is done, false when `isTurnOver`, asked after
+    // each member, wants a pause. The state file is saved once before it returns, and before a
+    // command that would send earlier answers on their way. Whatever leaves it by exception also
+    // ends the SET.
+    bool workOnSet(const std::function<bool()>& isTurnOver);
 
     // Tells every subscriber, also under the tunnelled name, that a parameter has a new value.
     void announceChange(const ToskParam& param) const;
 
   private:
+    // A SET under way. `next` is the member to be set next, in the data of `request`.
+    struct SetUnderWay {
+        TarnInternalMessage request;
+        std::string localName;
+        const cJSON* param;
+        const cJSON* next;
+    };
+
     bool sendValues(const TarnInternalMessage& request, const cJSON* names) const;
     bool sendDescriptors(const TarnInternalMessage& request, const cJSON* names, bool found) const;
     bool addDescriptor(cJSON* result, const TarnInternalMessage& request, const char* name) const;
-    void setMember(const TarnInternalMessage& request, const cJSON* member) const;
-    void setActive(const TarnInternalMessage& request, const cJSON* param) const;
+    bool setMembers(SetUnderWay& set, const std::function<bool()>& isTurnOver);
+    void setMember(const SetUnderWay& set, const cJSON* member);
+    int setValue(ToskParam& param, const cJSON* value);
+    void setActive(const SetUnderWay& set);
     std::string localObjectName(const std::string& objectName) const;
 
     SystemState& systemState_;
     const std::string& prefix_;
     const RedundantControllers& controllers_;
+    StateSaver& saver_;
     const SendMessage& send_;
+    std::optional<SetUnderWay> set_;
 };
 
 }  // namespace pallwatch

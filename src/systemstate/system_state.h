@@ -76,6 +76,9 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     // the poll found in their file are announced only: they are true already.
     void valueChanged(ToskParam* param) override;
 
+    // Whether a set of the parameter runs commands, which may take a minute.
+    bool runsCommands(const ToskParam& param) const;
+
     // Stores what the bus says of the controller pair and sets its nine parameters. Main thread.
     void updateRedundancy(const ControllerDetails& primary, const ControllerDetails& secondary);
     // The stored pair. Main thread.

@@ -1,6 +1,8 @@
 // What a set of each parameter does to the machine. Everything here runs on the thread that changed
 // the parameter, inside the operation that set it.
 
+#include <algorithm>
+
 #include "model/log.h"
 #include "model/time_stamp.h"
 #include "model/trace.h"
@@ -14,6 +16,7 @@
 struct SystemState::Reaction {
     const char* oid;
     void (SystemState::*carryOut)(ToskParam& param);
+    bool runsCommands = true;
 };
 
 std::span<const SystemState::Reaction> SystemState::reactions() {
@@ -27,9 +30,9 @@ std::span<const SystemState::Reaction> SystemState::reactions() {
         {kAmbrixEnabledKey, &SystemState::switchService<&SystemState::switchAmbrix>},
         {kRestartNetworkKey, &SystemState::restartNetwork},
         {kGenerateReportKey, &SystemState::generateReport},
-        {"system.serial0", &SystemState::takeConnection},
-        {"system.serial1", &SystemState::takeConnection},
-        {"system.serial2", &SystemState::takeConnection},
+        {"system.serial0", &SystemState::takeConnection, false},
+        {"system.serial1", &SystemState::takeConnection, false},
+        {"system.serial2", &SystemState::takeConnection, false},
     };
     return kReactions;
 }
@@ -44,6 +47,13 @@ void SystemState::valueChanged(ToskParam* param) {
             (this->*reaction.carryOut)(*param);
         }
     }
+}
+
+bool SystemState::runsCommands(const ToskParam& param) const {
+    const std::string oid = param.oid().toString();
+    return std::ranges::any_of(reactions(), [&oid](const Reaction& reaction) {
+        return reaction.runsCommands && oid == reaction.oid;
+    });
 }
 
 void SystemState::announce(const ToskParam& param) {

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include <asio/io_service.hpp>
 #include <gtest/gtest.h>
 
 #include "bus/tarn_internal_message.h"
 #include "service/redundant_controllers.h"
+#include "service/state_saver.h"
 #include "service/system_object.h"
 #include "support/captured_log.h"
 #include "systemstate/frame_root.h"
@@ -42,7 +44,9 @@ class ServiceFixture : public testing::Test {
             [this](const ToskParam& param) { object().announceChange(param); });
         controllers_ =
             std::make_unique<pallwatch::RedundantControllers>(*state_, machine_, prefix_, send_);
-        object_ = std::make_unique<pallwatch::SystemObject>(*state_, prefix_, *controllers_, send_);
+        saver_ = std::make_unique<pallwatch::StateSaver>(io_, *state_);
+        object_ = std::make_unique<pallwatch::SystemObject>(*state_, prefix_, *controllers_,
+                                                            *saver_, send_);
         machine_.take();
         log_.take();
     }
@@ -53,7 +57,7 @@ class ServiceFixture : public testing::Test {
         }
     }
 
-    const pallwatch::SystemObject& object() const { return *object_; }
+    pallwatch::SystemObject& object() const { return *object_; }
     const pallwatch::RedundantControllers& controllers() const { return *controllers_; }
     SystemState& state() { return *state_; }
 
@@ -61,7 +65,11 @@ class ServiceFixture : public testing::Test {
         object().handleGet(received("GET", objectName, data));
     }
     void set(const std::string& objectName, const std::string& param) {
-        object().handleSet(received("SET", objectName, R"({"id":"7@x","param":)" + param + "}"));
+        handleSet(received("SET", objectName, R"({"id":"7@x","param":)" + param + "}"));
+    }
+    void handleSet(TarnInternalMessage request) {
+        object().beginSet(std::move(request));
+        EXPECT_TRUE(object().workOnSet([] { return false; }));
     }
 
     // What was sent since the last call: header line and data, the ids of this process's own
@@ -99,5 +107,7 @@ class ServiceFixture : public testing::Test {
     };
     std::unique_ptr<SystemState> state_;
     std::unique_ptr<pallwatch::RedundantControllers> controllers_;
+    asio::io_service io_;
+    std::unique_ptr<pallwatch::StateSaver> saver_;
     std::unique_ptr<pallwatch::SystemObject> object_;
 };

@@ -1,8 +1,12 @@
 #include "service/system_object.h"
 
+#include <sys/stat.h>
 #include <syslog.h>
 
+#include <new>
+#include <set>
 #include <string>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,6 +16,7 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -70,6 +75,14 @@ TEST_F(SystemObjectGet, ListThatIsNoArrayGivesNothing) {
     get("system", R"({"id":"7@x"})");
     get("system", "no data at all");
     EXPECT_THAT(takeSent(), IsEmpty());
+}
+
+TEST_F(SystemObjectGet, EachNameIsAnsweredOnceHoweverOftenItIsListed) {
+    get("system", R"({"id":"7@x","param":{"objectName":["netmask","systemName","netmask"]}})");
+    EXPECT_THAT(takeSent(), ElementsAre(HasSubstr("netmask"), HasSubstr("systemName")));
+    get("system", R"({"id":"7@x","paramDescriptor":{"objectName":["netmask","netmask"]}})");
+    EXPECT_THAT(takeSent(), ElementsAre(AllOf(HasSubstr(R"({"d_system.netmask":)"),
+                                              Not(HasSubstr(R"(,"d_system.netmask":)")))));
 }
 
 TEST_F(SystemObjectGet, NameParamDescriptorGivesTheWholeDevice) {
@@ -154,6 +167,13 @@ TEST_F(SystemObjectTunnelled, SetReachesTheLocalParameterAndAnswersOnTheTunnelle
                                         setResponse(200, "OK", "frameB.system")));
 }
 
+TEST_F(SystemObjectTunnelled, SetIsLoggedUnderTheNameThatWasLookedUp) {
+    get("frameB.system", R"({"id":"7@x","paramDescriptor":{"objectName":["systemName"]}})");
+    set("frameB.system", R"({"systemName":"Tunnel"})");
+    EXPECT_THAT(logged(LOG_INFO),
+                Contains(Line{LOG_INFO, "System param Set: system.systemName = Tunnel\n"}));
+}
+
 TEST_F(SystemObjectTunnelled, OnlyAWholeLeadingElementIsThePrefix) {
     set("frameBsystem", R"({"systemName":"x"})");
     set("frameB", R"({"systemName":"x"})");
@@ -223,11 +243,82 @@ TEST_F(SystemObjectSet, PublishedParameterIsSavedAndAnUnpublishedOneIsNot) {
     EXPECT_THAT(root_.read("/vantor/etc/state.json"), HasSubstr("\"Saved\""));
 }
 
+// How often the file was replaced: each save gives it a new inode.
+class StateFileVersions {
+  public:
+    explicit StateFileVersions(std::string path) : path_(std::move(path)) {}
+
+    // Looks, and gives how many different files were seen so far.
+    std::size_t look() {
+        struct stat status {};
+        const bool there = stat(path_.c_str(), &status) == 0;
+        const auto seen =
+            std::tuple(there, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
+        seen_.insert(seen);
+        return seen_.size();
+    }
+
+  private:
+    const std::string path_;
+    std::set<std::tuple<bool, ino_t, time_t, long>> seen_;
+};
+
+TEST_F(SystemObjectSet, RequestOfManySavedMembersIsSavedOnceBeforeItEnds) {
+    root_.remove("/vantor/etc/state.json");
+    StateFileVersions versions(root_.path() + "/vantor/etc/state.json");
+    std::vector<std::size_t> seen;
+    object().beginSet(received("SET", "system",
+                               R"({"id":"7@x","param":{"systemName":"a","frameName":"b",)"
+                               R"("systemName":"c","active":2}})"));
+    EXPECT_TRUE(object().workOnSet([&] {
+        seen.push_back(versions.look());
+        return false;
+    }));
+    EXPECT_THAT(seen, ElementsAre(1u, 1u, 1u)) << "not before the last member";
+    EXPECT_EQ(versions.look(), 2u);
+    EXPECT_THAT(root_.read("/vantor/etc/state.json"),
+                AllOf(HasSubstr("\"c\""), HasSubstr("\"b\"")));
+}
+
+TEST_F(SystemObjectSet, WhatWasSetIsSavedBeforeACommandSendsItsAnswer) {
+    std::string saved;
+    machine_.setOnCommand([&](const std::string& command) {
+        if (command == "/etc/init.d/S50dropbear stop") {
+            saved = root_.read("/vantor/etc/state.json");
+        }
+    });
+    set("system", R"({"systemName":"Studio","sshEnabled":0})");
+    EXPECT_THAT(saved, HasSubstr("\"Studio\""));
+}
+
+TEST_F(SystemObjectSet, TurnThatIsOverLeavesTheRestAndSavesWhatWasSet) {
+    object().beginSet(
+        received("SET", "system", R"({"id":"7@x","param":{"systemName":"a","frameName":"b"}})"));
+    EXPECT_FALSE(object().workOnSet([] { return true; }));
+    EXPECT_THAT(takeSent(), ElementsAre(notification("system", R"({"systemName":"a"})"),
+                                        setResponse(200, "OK")));
+    EXPECT_THAT(root_.read("/vantor/etc/state.json"), HasSubstr("\"a\""));
+    EXPECT_TRUE(object().workOnSet([] { return true; }));
+    EXPECT_THAT(takeSent(), ElementsAre(notification("system", R"({"frameName":"b"})"),
+                                        setResponse(200, "OK")));
+    EXPECT_THAT(root_.read("/vantor/etc/state.json"), HasSubstr("\"b\""));
+}
+
+TEST_F(SystemObjectSet, SetThatRanOutOfMemoryEndsAndIsSavedAsFarAsItCame) {
+    state().setParamChanged_cb([](const ToskParam&) { throw std::bad_alloc(); });
+    object().beginSet(
+        received("SET", "system", R"({"id":"7@x","param":{"systemName":"a","frameName":"b"}})"));
+    EXPECT_THROW(object().workOnSet([] { return false; }), std::bad_alloc);
+    EXPECT_THAT(root_.read("/vantor/etc/state.json"), HasSubstr("\"a\""));
+    EXPECT_TRUE(object().workOnSet([] { return false; })) << "nothing is left of it";
+    EXPECT_EQ(state().findParam("system.frameName")->valueToString(), "Quorane");
+}
+
 TEST_F(SystemObjectSet, DataWithoutAParamObjectIsLeftAlone) {
-    object().handleSet(received("SET", "system", R"({"id":"7@x"})"));
-    object().handleSet(received("SET", "system", R"({"id":"7@x","param":[1]})"));
-    object().handleSet(received("SET", "system", R"({"id":"7@x","param":"text"})"));
-    object().handleSet(received("SET", "system", "garbage"));
+    handleSet(received("SET", "system", R"({"id":"7@x"})"));
+    handleSet(received("SET", "system", R"({"id":"7@x","param":[1]})"));
+    handleSet(received("SET", "system", R"({"id":"7@x","param":"text"})"));
+    handleSet(received("SET", "system", "garbage"));
     EXPECT_THAT(takeSent(), IsEmpty());
 }
 

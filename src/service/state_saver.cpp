@@ -1,0 +1,50 @@
+#include "service/state_saver.h"
+
+#include <syslog.h>
+
+#include <chrono>
+#include <utility>
+
+#include "model/log.h"
+#include "systemstate/system_state.h"
+
+namespace pallwatch {
+
+namespace {
+
+constexpr std::chrono::seconds kRetryDelay{1};
+
+}  // namespace
+
+StateSaver::StateSaver(asio::io_service& io, SystemState& systemState)
+    : systemState_(systemState), retryAlarm_(io, [this] { retry(); }) {}
+
+void StateSaver::save() {
+    if (std::exchange(changed_, false)) {
+        systemState_.saveToOwnPath(false);
+        followUp();
+    }
+}
+
+void StateSaver::followUp() {
+    const bool failed = !systemState_.saved();
+    if (failed && !failing_) {
+        logMessage(LOG_ERR, "%s cannot be saved, trying again every second\n",
+                   systemState_.path().c_str());
+    } else if (!failed && failing_) {
+        logMessage(LOG_INFO, "%s is saved again\n", systemState_.path().c_str());
+    }
+    failing_ = failed;
+    if (!failed) {
+        retryAlarm_.cancel();
+    } else if (!retryAlarm_.armed()) {
+        retryAlarm_.arm(kRetryDelay);
+    }
+}
+
+void StateSaver::retry() {
+    systemState_.retrySave();
+    followUp();
+}
+
+}  // namespace pallwatch
