@@ -48,13 +48,18 @@ int32_t parseMilliseconds(const char* rest) {
     return milliseconds;
 }
 
-// Without a daylight flag every local time means one moment, also in the hours that a change of
-// the clocks skips or repeats. Nothing for a moment that the machine cannot count; mktime says so
-// with the last second before the epoch, which is long past anyway.
+// Nothing for a moment that the machine cannot count; mktime says so with the last second before
+// the epoch, which is long past anyway.
 std::optional<time_t> fromLocalTime(tm parts) {
-    parts.tm_isdst = 0;
     const time_t seconds = mktime(&parts);
     return seconds == -1 ? std::nullopt : std::optional(seconds);
+}
+
+// The clock on the wall of that day: in summer it is summer time.
+std::optional<time_t> onLocalCalendar(tm parts) {
+    constexpr int kWhateverHoldsThen = -1;
+    parts.tm_isdst = kWhateverHoldsThen;
+    return fromLocalTime(parts);
 }
 
 // Today's date is the one in UTC although the time of day is local: senders count on it.
@@ -79,7 +84,7 @@ std::optional<ScheduledTime> targetTime(const TimeFields& fields, const timespec
     int32_t nanoseconds = 0;
     switch (fields.form) {
         case TimeForm::absolute:
-            seconds = fromLocalTime(fields.parts);
+            seconds = onLocalCalendar(fields.parts);
             break;
         case TimeForm::timeOfDay:
             seconds = onDayOf(now.tv_sec, fields.parts);
