@@ -2,8 +2,10 @@
 
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <utility>
+
+#include "model/formatted_text.h"
+#include "model/system_log.h"
 
 namespace {
 
@@ -12,19 +14,10 @@ LogSink& currentSink() {
     return sink;
 }
 
-__attribute__((format(printf, 1, 0))) std::string formatted(const char* format, va_list arguments) {
-    va_list measured;
-    va_copy(measured, arguments);
-    const int errorNumber = errno;
-    const int length = std::vsnprintf(nullptr, 0, format, measured);
-    va_end(measured);
-    if (length <= 0) {
-        return {};
-    }
-    std::string text(static_cast<size_t>(length), '\0');
-    errno = errorNumber;
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-    return text;
+// Never destroyed: what is destroyed later may have something to say.
+SystemLog& systemLog() {
+    static SystemLog& log = *new SystemLog("/dev/log");
+    return log;
 }
 
 bool& silenced() {
@@ -32,21 +25,37 @@ bool& silenced() {
     return silent;
 }
 
+void send(int priority, const FormattedText& formatted) {
+    if (!formatted.text()) {
+        systemLog().countLost();
+    } else if (const LogSink& sink = currentSink()) {
+        sink(priority, std::string(*formatted.text()));
+    } else {
+        systemLog().write(priority, *formatted.text());
+    }
+}
+
 }  // namespace
 
+void openLog(const char* ident, int facility) {
+    systemLog().setSource(ident, facility);
+}
+
 void logMessage(int priority, const char* format, ...) {
+    const int errorNumber = errno;
+    va_list arguments;
+    va_start(arguments, format);
+    logMessageWith(priority, format, arguments);
+    va_end(arguments);
+    errno = errorNumber;
+}
+
+void logMessageWith(int priority, const char* format, va_list arguments) {
     if (silenced()) {
         return;
     }
     const int errorNumber = errno;
-    va_list arguments;
-    va_start(arguments, format);
-    if (const LogSink& sink = currentSink()) {
-        sink(priority, formatted(format, arguments));
-    } else {
-        vsyslog(priority, format, arguments);
-    }
-    va_end(arguments);
+    send(priority, FormattedText(format, arguments));
     errno = errorNumber;
 }
 

@@ -16,9 +16,9 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <memory>
-#include <new>
 #include <string_view>
+
+#include "model/formatted_text.h"
 
 namespace {
 
@@ -83,19 +83,9 @@ void writeWithoutWaiting(int descriptor, std::string_view text) {
 __attribute__((format(printf, 2, 0))) void writeFormatted(int descriptor, const char* format,
                                                           va_list arguments) {
     const int errorNumber = errno;
-    std::array<char, 1024> usual = {};
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(usual.data(), usual.size(), format, arguments);
-    const std::size_t size = length > 0 ? static_cast<std::size_t>(length) : 0;
-    if (size < usual.size()) {
-        writeWithoutWaiting(descriptor, {usual.data(), size});
-    } else if (const std::unique_ptr<char[]> whole{new (std::nothrow) char[size + 1]}) {
-        errno = errorNumber;
-        std::vsnprintf(whole.get(), size + 1, format, again);
-        writeWithoutWaiting(descriptor, {whole.get(), size});
+    if (const FormattedText formatted(format, arguments); formatted.text()) {
+        writeWithoutWaiting(descriptor, *formatted.text());
     }
-    va_end(again);
     errno = errorNumber;
 }
 

@@ -1,13 +1,13 @@
 // The process: parse, detach, open the log, build the device and the service, run, take down.
 
 #include <signal.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 
+#include "model/log.h"
 #include "model/trace.h"
 #include "service/device_name.h"
 #include "service/options.h"
@@ -17,12 +17,6 @@
 #include "systemstate/system_state.h"
 
 namespace {
-
-void openLog() {
-    constexpr int kEveryPriority = 0xff;
-    openlog("Pallwatch", 0, LOG_LOCAL2);
-    setlogmask(kEveryPriority);
-}
 
 // A reader of our output that goes away must not take the daemon with it. A handler rather than
 // SIG_IGN: it goes back to the default in the commands we run.
@@ -55,7 +49,7 @@ int main(int argc, char* argv[]) {
     if (parsed.exitStatus) {
         return *parsed.exitStatus;
     }
-    openLog();
+    openLog("Pallwatch", LOG_LOCAL2);
     surviveBrokenPipes();
     try {
         runService(parsed.options);

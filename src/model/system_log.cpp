@@ -1,0 +1,130 @@
+#include "model/system_log.h"
+
+#include <sys/socket.h>
+#include <sys/uio.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+SystemLog::SystemLog(std::string path)
+    : path_(std::move(path)),
+      ident_(program_invocation_short_name),
+      facility_(LOG_USER),
+      type_(SOCK_DGRAM) {}
+
+SystemLog::~SystemLog() {
+    disconnect();
+}
+
+void SystemLog::setSource(std::string ident, int facility) {
+    const std::lock_guard lock(mutex_);
+    ident_ = std::move(ident);
+    facility_ = facility;
+}
+
+void SystemLog::write(int priority, std::string_view text) {
+    const std::lock_guard lock(mutex_);
+    if (!tellLost() || !sendLine(priority, text)) {
+        ++lost_;
+    }
+}
+
+void SystemLog::countLost() {
+    const std::lock_guard lock(mutex_);
+    ++lost_;
+}
+
+bool SystemLog::tellLost() {
+    if (lost_ == 0) {
+        return true;
+    }
+    std::array<char, 64> text = {};
+    const int size = std::snprintf(text.data(), text.size(), "%zu log lines were lost\n", lost_);
+    if (!sendLine(LOG_WARNING, {text.data(), static_cast<std::size_t>(size)})) {
+        return false;
+    }
+    lost_ = 0;
+    return true;
+}
+
+bool SystemLog::sendLine(int priority, std::string_view text) {
+    if ((priority & LOG_FACMASK) == 0) {
+        priority |= facility_;
+    }
+    const LogLineHeader header(priority, std::time(nullptr), ident_);
+    if (socket_ >= 0 && sendRecord(header.text(), text)) {
+        return true;
+    }
+    // The log may have been started anew, with either kind of socket.
+    disconnect();
+    connect();
+    if (socket_ >= 0 && sendRecord(header.text(), text)) {
+        return true;
+    }
+    disconnect();
+    return false;
+}
+
+// A stream has a zero byte behind each line. A part of a line spoils the connection.
+bool SystemLog::sendRecord(std::string_view header, std::string_view text) const {
+    const auto part = [](std::string_view bytes) {
+        return iovec{const_cast<char*>(bytes.data()), bytes.size()};
+    };
+    constexpr std::string_view kEnd("\0", 1);
+    std::array<iovec, 3> parts = {part(header), part(text), part(kEnd)};
+    const bool ended = type_ == SOCK_STREAM;
+    msghdr message = {};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = ended ? 3 : 2;
+    const std::size_t size = header.size() + text.size() + (ended ? 1 : 0);
+    const ssize_t sent = sendmsg(socket_, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+    return sent >= 0 && static_cast<std::size_t>(sent) == size;
+}
+
+void SystemLog::connect() {
+    if (!connectAs(type_) && errno == EPROTOTYPE) {
+        type_ = type_ == SOCK_DGRAM ? SOCK_STREAM : SOCK_DGRAM;
+        connectAs(type_);
+    }
+}
+
+void SystemLog::disconnect() {
+    if (socket_ >= 0) {
+        close(socket_);
+        socket_ = -1;
+    }
+}
+
+bool SystemLog::connectAs(int type) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path_.copy(address.sun_path, sizeof address.sun_path - 1);
+    socket_ = socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (socket_ < 0) {
+        return false;
+    }
+    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+        return true;
+    }
+    const int reason = errno;
+    disconnect();
+    errno = reason;
+    return false;
+}
+
+LogLineHeader::LogLineHeader(int priority, std::time_t moment, const std::string& ident) {
+    std::array<char, sizeof "Jan  1 00:00:00 "> time = {};
+    std::tm local = {};
+    if (localtime_r(&moment, &local) != nullptr) {
+        std::strftime(time.data(), time.size(), "%h %e %T ", &local);
+    }
+    const int size = std::snprintf(bytes_.data(), bytes_.size(), "<%d>%s%s: ", priority,
+                                   time.data(), ident.c_str());
+    size_ = std::min(static_cast<std::size_t>(size), bytes_.size() - 1);
+}

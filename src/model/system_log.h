@@ -1,0 +1,59 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <ctime>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+// The socket of the system log. Any thread may write.
+//
+// Lines are those of syslog(3), byte for byte, and the connection is made and made again as syslog
+// makes it: by datagrams, by a stream when the log has no other socket, anew when a line does not
+// go. But nothing waits: a line that the log does not take at once is lost and counted, and the
+// next line that goes is preceded by one that tells how many were lost.
+class SystemLog {
+  public:
+    explicit SystemLog(std::string path);
+    ~SystemLog();  // closes
+    SystemLog(const SystemLog&) = delete;
+    SystemLog& operator=(const SystemLog&) = delete;
+
+    // Whose lines they are, and the facility (LOG_USER, ...) of a priority that names none.
+    void setSource(std::string ident, int facility);
+
+    // Sends one line. `priority` is LOG_EMERG ... LOG_DEBUG, alone or with a facility.
+    void write(int priority, std::string_view text);
+
+    // For a line that could not even be put together.
+    void countLost();
+
+  private:
+    bool sendLine(int priority, std::string_view text);
+    bool sendRecord(std::string_view header, std::string_view text) const;
+    bool tellLost();
+    void connect();
+    void disconnect();
+    bool connectAs(int type);
+
+    const std::string path_;
+    std::mutex mutex_;
+    std::string ident_;
+    int facility_;
+    int type_;  // of the socket, the one that the log was last found to have
+    int socket_ = -1;
+    std::size_t lost_ = 0;
+};
+
+// What stands before the text of a line: "<134>Jan  1 00:00:00 Pallwatch: ", with the time in the
+// local zone; without a time when the calendar has none for that moment.
+class LogLineHeader {
+  public:
+    LogLineHeader(int priority, std::time_t moment, const std::string& ident);
+    std::string_view text() const { return {bytes_.data(), size_}; }
+
+  private:
+    std::array<char, 128> bytes_;
+    std::size_t size_;
+};
