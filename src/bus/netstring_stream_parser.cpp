@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "bus/misframed.h"
+#include "model/line_limit.h"
+#include "model/text.h"
 #include "model/trace.h"
 
 namespace lumo {
@@ -30,7 +32,8 @@ void showMisframed(const std::vector<char>& payload) {
     if (const MisframedSink& sink = currentSink()) {
         sink({payload.data(), payload.size()});
     } else {
-        traceError("%.*s\n", printable(payload.size()), payload.data());
+        traceErrorLimited("misframed payloads", "%s\n",
+                          shownPayload({payload.data(), payload.size()}, LineFeeds::kept).c_str());
     }
 }
 

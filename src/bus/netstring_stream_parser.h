@@ -11,8 +11,8 @@ namespace lumo {
 
 // Cuts the byte stream of the bus back into payloads, whatever the chunks it arrives in. A frame
 // with an unusable length is skipped without a word, one with a wrong terminator is dropped and
-// shown on standard error, and one that there is no memory for is passed over. Owned by the bus
-// client and used on its thread only.
+// shown on standard error (its first KiB, as model/text.h shows a payload), and one that there is
+// no memory for is passed over. Owned by the bus client and used on its thread only.
 //
 // Two states take turns: the length of a frame is read up to its ":", then its payload up to and
 // including the terminator. The payload is collected in one buffer of its final size, which is

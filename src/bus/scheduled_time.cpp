@@ -5,7 +5,9 @@
 #include <optional>
 
 #include "bus/whole_integer.h"
+#include "model/line_limit.h"
 #include "model/log.h"
+#include "model/text.h"
 
 namespace {
 
@@ -35,7 +37,8 @@ std::optional<TimeFields> parseFields(const char* text) {
     }
     std::optional<TimeFields> delay = parseAs(TimeForm::relative, text + 1);
     if (!delay) {
-        logMessage(LOG_WARNING, "Error parsing message time: %s\n", text);
+        logLimited("Error parsing message time", LOG_WARNING, "Error parsing message time: %s\n",
+                   shownPayload(text).c_str());
     }
     return delay;
 }
@@ -43,7 +46,7 @@ std::optional<TimeFields> parseFields(const char* text) {
 int32_t parseMilliseconds(const char* rest) {
     int32_t milliseconds = 0;
     if (*rest == '.' && !parseWholeInteger(rest + 1, milliseconds)) {
-        logMessage(LOG_INFO, "error decoding ms value.\n");
+        logLimited("error decoding ms value", LOG_INFO, "error decoding ms value.\n");
     }
     return milliseconds;
 }

@@ -3,8 +3,10 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "model/line_limit.h"
 #include "model/log.h"
 #include "model/numbers.h"
+#include "model/text.h"
 #include "model/trace.h"
 
 namespace {
@@ -86,13 +88,15 @@ TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other)
 bool TarnInternalMessage::decode(char* payload) {
     char* const lineEnd = std::strchr(payload, '\n');
     if (!lineEnd) {
-        logMessage(LOG_INFO, "TarnInternalMessage Header not found:%s\n", payload);
+        logLimited("TarnInternalMessage Header not found", LOG_INFO,
+                   "TarnInternalMessage Header not found:%s\n", shownPayload(payload).c_str());
         return false;
     }
     *lineEnd = '\0';
     std::optional<TarnInternalHeader> header = decodeHeader(payload, currentTime());
     if (!header) {
-        logMessage(LOG_INFO, "TarnInternalMessage header decode error:%s\n", payload);
+        logLimited("TarnInternalMessage header decode error", LOG_INFO,
+                   "TarnInternalMessage header decode error:%s\n", shownPayload(payload).c_str());
         return false;
     }
     header_ = std::move(*header);
@@ -128,7 +132,8 @@ UniqueJSON TarnInternalMessage::parseData() const {
 UniqueJSON TarnInternalMessage::parseDataText() const {
     UniqueJSON data = parseJSON(dataText_, std::strlen(dataText_));
     if (!data) {
-        logMessage(LOG_INFO, "TarnInternalMessage data decode error:%s\n", dataText_);
+        logLimited("TarnInternalMessage data decode error", LOG_INFO,
+                   "TarnInternalMessage data decode error:%s\n", shownPayload(dataText_).c_str());
         data = jsonNull();
     }
     return data;
@@ -142,7 +147,7 @@ const std::string& TarnInternalMessage::uniqueId() const {
     if (id) {
         uniqueId_ = id;
     } else {
-        logMessage(LOG_DEBUG, "UniqueID not found.\n");
+        logLimited("UniqueID not found", LOG_DEBUG, "UniqueID not found.\n");
     }
     return uniqueId_;
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "model/formatted_text.h"
+#include "model/line_limit.h"
 #include "model/system_log.h"
 
 namespace {
@@ -60,6 +61,7 @@ void logMessageWith(int priority, const char* format, va_list arguments) {
 }
 
 LogSink replaceLogSink(LogSink sink) {
+    forgetHeldBackLines();
     return std::exchange(currentSink(), std::move(sink));
 }
 

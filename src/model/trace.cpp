@@ -101,6 +101,10 @@ void trace(const char* format, ...) {
 void traceError(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    writeFormatted(STDERR_FILENO, format, arguments);
+    traceErrorWith(format, arguments);
     va_end(arguments);
+}
+
+void traceErrorWith(const char* format, va_list arguments) {
+    writeFormatted(STDERR_FILENO, format, arguments);
 }

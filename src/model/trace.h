@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdarg>
+
 // Standard output and standard error, for whoever watches the process. Any thread may trace.
 //
 // A trace never waits: it is written at once, without a buffer, and dropped when there is no room
@@ -9,3 +11,4 @@
 // was.
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void traceError(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void traceErrorWith(const char* format, va_list arguments) __attribute__((format(printf, 1, 0)));

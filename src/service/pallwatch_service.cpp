@@ -11,6 +11,7 @@
 #include <asio/post.hpp>
 
 #include "bus/messages.h"
+#include "model/line_limit.h"
 #include "model/log.h"
 #include "model/tosk_param.h"
 #include "model/trace.h"
@@ -108,6 +109,7 @@ void PallwatchService::handleConnectionState(lumo::ConnectionState state) {
 }
 
 void PallwatchService::pollOnce() {
+    tellHeldBackLines();
     const auto batch = client_->gather();
     try {
         systemState_->poll();

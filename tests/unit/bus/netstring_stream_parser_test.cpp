@@ -121,6 +121,14 @@ TEST(NetStringStreamParser, AWrongTerminatorDropsThePayloadAndShowsIt) {
     EXPECT_THAT(receiver.payloads, ElementsAre("xyz\0"s));
 }
 
+TEST(NetStringStreamParser, AMisframedPayloadIsShownWithoutItsControlCharactersAndNotForEver) {
+    Receiver receiver;
+    ::testing::internal::CaptureStderr();
+    receiver.feed("6:a\nb\x1b[J,2000:" + std::string(2000, 'x') + ",");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "a\nb\\x1b[J\n" + std::string(1024, 'x') + "... (2000 bytes)\n");
+}
+
 TEST(NetStringStreamParser, AWrongTerminatorIsShownByWhoeverTookTheWordForIt) {
     Receiver receiver;
     std::vector<std::string> shown;
