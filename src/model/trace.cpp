@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -107,4 +108,14 @@ void traceError(const char* format, ...) {
 
 void traceErrorWith(const char* format, va_list arguments) {
     writeFormatted(STDERR_FILENO, format, arguments);
+}
+
+bool takesOutput(int descriptor) {
+    pollfd stream = {descriptor, POLLOUT, 0};
+    if (poll(&stream, 1, 0) == 0) {
+        return false;
+    }
+    const int room = fcntl(descriptor, F_GETPIPE_SZ);
+    int unread = 0;
+    return room <= 0 || ioctl(descriptor, FIONREAD, &unread) != 0 || unread < room / 2;
 }

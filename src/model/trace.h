@@ -12,3 +12,7 @@
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void traceError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void traceErrorWith(const char* format, va_list arguments) __attribute__((format(printf, 1, 0)));
+
+// Whether a command may be given this standard stream: false while a pipe is half full or more, or
+// a terminal has no room, for its reader may stand still and hold whoever writes and waits.
+bool takesOutput(int descriptor);

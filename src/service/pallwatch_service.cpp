@@ -64,6 +64,9 @@ void PallwatchService::run() {
 
     const std::unique_ptr<lumo::AsyncTaskService, void (*)(lumo::AsyncTaskService*)> joinPoll(
         &tasks_, [](lumo::AsyncTaskService* tasks) { tasks->stop(); });
+    // Ends what the poll is in the middle of, so that the thread can be joined soon.
+    const std::unique_ptr<Machine, void (*)(Machine*)> interruptPoll(
+        &machine_, [](Machine* machine) { machine->interrupt(); });
     tasks_.setPeriodicTask(pollPeriod_, [this] { pollOnce(); });
     tasks_.start();
     saver_.followUp();

@@ -7,20 +7,27 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <utility>
 
 #include "model/files.h"
 #include "model/log.h"
-#include "systemstate/command_output.h"
+#include "model/trace.h"
 
 namespace {
 
 constexpr std::size_t kMostBytes = std::size_t{1} << 20;
 
-struct PipeCloser {
-    void operator()(FILE* pipe) const { pclose(pipe); }
-};
+// A reader of our output that stands still must not hold a command as well.
+std::string withoutStuckStreams(const char* command) {
+    std::string text;
+    if (!takesOutput(STDOUT_FILENO)) {
+        text += "exec >/dev/null; ";
+    }
+    if (!takesOutput(STDERR_FILENO)) {
+        text += "exec 2>/dev/null; ";
+    }
+    return text + command;
+}
 
 }  // namespace
 
@@ -30,12 +37,12 @@ std::string Machine::path(const char* absolute) const {
     return root_ + absolute;
 }
 
-int Machine::run(const char* command) {
+int Machine::run(const char* command, TimeLimit limit) {
     if (beforeCommand_) {
         beforeCommand_();
     }
     errno = 0;
-    return runCommand(command);
+    return limit == TimeLimit::none ? runCommand(command) : runLimitedCommand(command);
 }
 
 std::optional<std::string> Machine::firstLine(const char* command) {
@@ -95,18 +102,21 @@ void Machine::setBeforeCommand(std::function<void()> hook) {
 }
 
 int Machine::runCommand(const char* command) {
-    return std::system(command);
+    return std::system(withoutStuckStreams(command).c_str());
+}
+
+int Machine::runLimitedCommand(const char* command) {
+    return limited_.run(command);
 }
 
 std::optional<std::string> Machine::readCommand(const char* command) {
-    const std::unique_ptr<FILE, PipeCloser> pipe(popen(command, "re"));
-    if (pipe == nullptr) {
+    std::optional<std::string> line = limited_.firstLine(command);
+    if (!line) {
         logMessage(LOG_ERR, "error opening %s: %m\n", command);
-        return std::nullopt;
     }
-    return firstLineFrom(fileno(pipe.get()));
+    return line;
 }
 
 void Machine::waitFor(std::chrono::milliseconds time) {
-    sleepFor(time);
+    limited_.pause(time);
 }

@@ -6,8 +6,14 @@
 #include <string>
 #include <string_view>
 
+#include "systemstate/limited_commands.h"
+
 // The step at which writing a file failed.
 enum class WriteFailure { none, open, write, sync, close };
+
+// Whether a command may take as long as it likes. What is carried out on request may; what the poll
+// runs by itself may not.
+enum class TimeLimit { none, fiveSeconds };
 
 // The one door to the machine: its files, under a root that is empty on a frame and a directory of
 // samples in tests, and its commands. Owned by main, which outlives every user. Both threads come
@@ -24,11 +30,12 @@ class Machine {
 
     // Runs a shell command and waits for it: its wait status as system(3) gives it, 0 for success,
     // negative when it could not be started. errno is as the command left it; it is cleared before,
-    // so that a mere exit code has no old error text.
-    int run(const char* command);
+    // so that a mere exit code has no old error text. With a limit see LimitedCommands.
+    int run(const char* command, TimeLimit limit = TimeLimit::none);
 
-    // Runs a shell command, waits for it, and gives the first line of its output without the line
-    // end, at most 127 bytes. Nothing, and a log line at error priority, when it was not started.
+    // Runs a shell command, waits for it for five seconds at most, and gives the first line of its
+    // output without the line end, at most 127 bytes. Nothing, and a log line at error priority,
+    // when it was not started.
     std::optional<std::string> firstLine(const char* command);
 
     // Whether the path can be reached, by access(2) with F_OK.
@@ -49,15 +56,20 @@ class Machine {
     // Lets the calling thread wait for what has no event to wait for.
     void pause(std::chrono::milliseconds time) { waitFor(time); }
 
+    // The daemon is to end: see LimitedCommands. Any thread.
+    void interrupt() { limited_.interrupt(); }
+
     // Called on the commanding thread before each command: what waits there to be sent must be on
     // its way before a command that may take a minute. Set before the second thread starts.
     void setBeforeCommand(std::function<void()> hook);
 
   private:
     virtual int runCommand(const char* command);
+    virtual int runLimitedCommand(const char* command);
     virtual std::optional<std::string> readCommand(const char* command);
     virtual void waitFor(std::chrono::milliseconds time);
 
     std::string root_;
     std::function<void()> beforeCommand_;
+    LimitedCommands limited_;
 };

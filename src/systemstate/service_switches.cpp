@@ -84,11 +84,11 @@ void carryOut(Machine& machine, const Action& action, Edition edition) {
     }
 }
 
-void carryOut(Machine& machine, const PairAction& action, Edition edition) {
+void carryOut(Machine& machine, const PairAction& action, Edition edition, TimeLimit limit) {
     const Pair& pair = action.of(edition);
     logMessage(LOG_DEBUG, "%s\n", pair.announcement);
-    machine.run(pair.server);
-    if (machine.run(pair.watch) != 0) {
+    machine.run(pair.server, limit);
+    if (machine.run(pair.watch, limit) != 0) {
         logFailure(action.failed);
     }
 }
@@ -108,9 +108,13 @@ void switchFtp(Machine& machine, Edition edition, bool enable) {
 }
 
 void stopAmbrix(Machine& machine, Edition edition) {
-    carryOut(machine, kStopAmbrix, edition);
+    carryOut(machine, kStopAmbrix, edition, TimeLimit::none);
 }
 
 void startAmbrix(Machine& machine, Edition edition) {
-    carryOut(machine, kStartAmbrix, edition);
+    carryOut(machine, kStartAmbrix, edition, TimeLimit::none);
+}
+
+void stopAmbrixInTime(Machine& machine, Edition edition) {
+    carryOut(machine, kStopAmbrix, edition, TimeLimit::fiveSeconds);
 }

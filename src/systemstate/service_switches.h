@@ -17,3 +17,6 @@ void switchFtp(Machine& machine, Edition edition, bool enable);
 // not stop what runs already.
 void stopAmbrix(Machine& machine, Edition edition);
 void startAmbrix(Machine& machine, Edition edition);
+
+// The same as stopAmbrix, with a time limit for each command: for the poll.
+void stopAmbrixInTime(Machine& machine, Edition edition);

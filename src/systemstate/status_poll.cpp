@@ -13,6 +13,7 @@
 #include "systemstate/machine.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/places.h"
+#include "systemstate/service_switches.h"
 #include "systemstate/system_state.h"
 #include "systemstate/voltages.h"
 
@@ -103,7 +104,7 @@ void StatusPoll::tick() {
 void StatusPoll::followAmbrixShutOff() {
     if (state_.ambrixStarted() && machine_.exists(kAmbrixDisabledMarker)) {
         state_.forgetAmbrixStarted();
-        state_.switchAmbrix(false);
+        stopAmbrixInTime(machine_, state_.edition());
         state_.setInteger(kAmbrixEnabledKey, 0);
     }
 }
@@ -218,7 +219,7 @@ void StatusPoll::refreshVoltages() {
 }
 
 void StatusPoll::switchBatteryLoad(const char* command) {
-    const int result = machine_.run(command);
+    const int result = machine_.run(command, TimeLimit::fiveSeconds);
     if (result < 0) {
         trace("system returned %d\n", result);
     }

@@ -115,6 +115,7 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
 
     // Put a service into a state, with the commands of this frame's edition. Ambrix is stopped in
     // any case, and started anew when it is enabled.
+    Edition edition() const { return isBrio() ? Edition::brio : Edition::tessara; }
     void switchSsh(bool enable);
     void switchFtp(bool enable);
     void switchAmbrix(bool enable);
@@ -127,7 +128,6 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     static std::span<const Reaction> reactions();
 
     bool isPolling() const { return pollThread_.load() == std::this_thread::get_id(); }
-    Edition edition() const { return isBrio() ? Edition::brio : Edition::tessara; }
     void announce(const ToskParam& param);
     void setActiveEthernet(ToskParam& param);
     void applyNetworkSettings(ToskParam& param);

@@ -223,4 +223,28 @@ TEST(Trace, AClosedStreamIsNoFailure) {
     EXPECT_EQ(pipe.drain(), "");
 }
 
+TEST(TakesOutput, WhileThePipeIsNotHalfFull) {
+    const Pipe pipe;
+    const std::string half(static_cast<size_t>(fcntl(pipe.out, F_GETPIPE_SZ)) / 2, 'x');
+    EXPECT_TRUE(takesOutput(pipe.out));
+    ASSERT_EQ(write(pipe.out, half.data(), half.size() - 1), static_cast<ssize_t>(half.size() - 1));
+    EXPECT_TRUE(takesOutput(pipe.out));
+    ASSERT_EQ(write(pipe.out, "x", 1), 1);
+    EXPECT_FALSE(takesOutput(pipe.out));
+    pipe.drain();
+    EXPECT_TRUE(takesOutput(pipe.out));
+}
+
+TYPED_TEST(TraceToAReader, TakesNoOutputOfCommandsWhileItStandsStill) {
+    EXPECT_TRUE(takesOutput(this->stream.out));
+    this->stream.fill();
+    EXPECT_FALSE(takesOutput(this->stream.out));
+}
+
+TEST(TakesOutput, AFileAlwaysDoes) {
+    const int file = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    EXPECT_TRUE(takesOutput(file));
+    close(file);
+}
+
 }  // namespace

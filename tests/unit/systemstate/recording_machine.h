@@ -61,6 +61,8 @@ class RecordingMachine : public Machine {
         return found->second.status;
     }
 
+    int runLimitedCommand(const char* command) override { return runCommand(command); }
+
     std::optional<std::string> readCommand(const char* command) override {
         record(command);
         const auto found = lines_.find(command);
