@@ -6,26 +6,50 @@
 namespace lumo {
 
 Alarm::Alarm(asio::io_service& io, std::function<void()> onExpiry)
-    : onExpiry_(std::move(onExpiry)), timer_(io) {}
+    : onExpiry_(std::move(onExpiry)), wait_(std::make_shared<Wait>(this)), timer_(io) {}
 
+Alarm::~Alarm() {
+    wait_->alarm = nullptr;
+}
+
+// The timer has one wait at a time, whose memory the alarm owns. A new deadline ends that wait,
+// which then begins again.
 void Alarm::arm(std::chrono::nanoseconds delay) {
-    const std::uint64_t mine = ++*turn_;
+    deadline_ = UnsteppedClock::now() + std::chrono::duration_cast<UnsteppedClock::duration>(delay);
+    if (waiting_) {
+        timer_.cancel();
+    } else {
+        startWaiting();
+    }
     armed_ = true;
-    timer_.expires_after(delay);
-    // The turn is held apart from the alarm, which may be gone when the loop comes to this wait.
-    timer_.async_wait([this, mine, turn = turn_](const std::error_code& error) {
-        if (error || mine != *turn) {
-            return;
-        }
-        armed_ = false;
-        onExpiry_();
-    });
 }
 
 void Alarm::cancel() {
-    ++*turn_;
     armed_ = false;
     timer_.cancel();
+}
+
+void Alarm::startWaiting() {
+    timer_.expires_at(deadline_);
+    timer_.async_wait(HandlerInMemory(wait_->memory, [wait = wait_](const std::error_code&) {
+        if (wait->alarm != nullptr) {
+            wait->alarm->waitOver();
+        }
+    }));
+    waiting_ = true;
+}
+
+void Alarm::waitOver() {
+    waiting_ = false;
+    if (!armed_) {
+        return;
+    }
+    if (UnsteppedClock::now() < deadline_) {
+        startWaiting();
+        return;
+    }
+    armed_ = false;
+    onExpiry_();
 }
 
 }  // namespace lumo

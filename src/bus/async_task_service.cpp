@@ -1,5 +1,6 @@
 #include "bus/async_task_service.h"
 
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -16,12 +17,20 @@ void AsyncTaskService::setPeriodicTask(std::chrono::milliseconds period,
 void AsyncTaskService::waitForNext() {
     deadline_ += period_;
     timer_.expires_at(deadline_);
-    timer_.async_wait([this](const std::error_code& error) {
+    timer_.async_wait(HandlerInMemory(memory_, [this](const std::error_code& error) {
         if (!error) {
-            task_();
+            runTask();
             waitForNext();
         }
-    });
+    }));
+}
+
+void AsyncTaskService::runTask() {
+    try {
+        task_();
+    } catch (const std::bad_alloc&) {
+        // What one run has missed the next one finds.
+    }
 }
 
 void AsyncTaskService::start() {

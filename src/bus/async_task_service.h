@@ -12,7 +12,8 @@ namespace lumo {
 
 // An I/O service with a thread of its own, and the task that this thread repeats.
 //
-// Made, started, stopped and destroyed by its owner's thread; the task runs on the service's. An
+// Made, started, stopped and destroyed by its owner's thread; the task runs on the service's. A run
+// that lacks memory (std::bad_alloc) is given up, the next one comes in its time; every other
 // exception that leaves the task ends the process.
 class AsyncTaskService {
   public:
@@ -36,7 +37,9 @@ class AsyncTaskService {
 
   private:
     void waitForNext();
+    void runTask();
 
+    HandlerMemory memory_;  // of the wait
     asio::io_service io_;
     std::thread thread_;
     ClockTimer timer_{io_};

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -28,15 +29,20 @@ TCPClientImplAsio::TCPClientImplAsio(asio::io_service& io, std::string host, std
     : io_(io),
       signals_(io, SIGINT, SIGTERM, SIGQUIT),
       endpoints_{IpDetails{std::move(host), port}},
-      sender_(io, [this] { close("write error"); }),
+      sender_([this] { close("write error"); }),
       idle_(io, [this] { checkIdle(); }),
-      reconnect_(io, [this] { connect(); }) {}
+      reconnect_(io, [this] { connect(); }),
+      undecided_(io, [this] { connectDone(Link(attempt_), asio::error::timed_out); }) {}
 
 TCPClientImplAsio::~TCPClientImplAsio() = default;
 
 void TCPClientImplAsio::setHeartbeat(std::chrono::milliseconds period, std::function<void()> beat) {
     heartbeat_.emplace(io_, period, [this, beat = std::move(beat)] {
-        beat();
+        try {
+            beat();
+        } catch (const std::bad_alloc&) {
+            // The next beat may find memory again.
+        }
         doHeartbeat();
     });
     if (sender_.hasSocket()) {
@@ -57,7 +63,22 @@ void TCPClientImplAsio::start() {
             self->halt();
         }
     });
+    reserveTimers();
     connect();
+}
+
+// From here on arming takes no memory: the loop keeps room for as many timers as ever waited.
+void TCPClientImplAsio::reserveTimers() {
+    std::vector<Alarm*> alarms{&idle_, &reconnect_, &undecided_};
+    if (heartbeat_) {
+        alarms.push_back(&heartbeat_->alarm);
+    }
+    for (Alarm* const alarm : alarms) {
+        alarm->arm(std::chrono::hours(1));
+    }
+    for (Alarm* const alarm : alarms) {
+        alarm->cancel();
+    }
 }
 
 void TCPClientImplAsio::stop() {
@@ -76,6 +97,7 @@ void TCPClientImplAsio::halt() {
     sender_.detach();
     idle_.cancel();
     reconnect_.cancel();
+    undecided_.cancel();
     heartbeat_.reset();
     signals_.cancel();
 }
@@ -88,10 +110,25 @@ void TCPClientImplAsio::connect() {
         scheduleReconnect();
         return;
     }
-    sender_.reset();
+    try {
+        dial();
+    } catch (const std::bad_alloc&) {
+        close("no memory");
+    } catch (const std::system_error& error) {
+        if (error.code() != std::errc::not_enough_memory) {
+            throw;
+        }
+        close("no memory");
+    }
+}
+
+void TCPClientImplAsio::dial() {
+    sender_.detach();
     TcpLink::Endpoints addresses = resolve();
     const auto link = std::make_shared<TcpLink>(io_);
     sender_.attach(link);
+    attempt_ = link;
+    undecided_.arm(connectLimit_);
     if (onConnecting_) {
         onConnecting_(endpoint());
     }
@@ -113,8 +150,14 @@ void TCPClientImplAsio::connectDone(const Link& link, const std::error_code& err
     if (stopped_) {
         return;
     }
+    undecided_.cancel();
     error ? sender_.detach() : sender_.beginGreeting();
-    greet(error);
+    try {
+        greet(error);
+    } catch (const std::bad_alloc&) {
+        close("no memory");  // half a greeting is none
+        return;
+    }
     if (error) {
         scheduleReconnect();
     } else if (link->live()) {
@@ -182,10 +225,12 @@ void TCPClientImplAsio::startReading(const Link& link) {
     }
     awaitBytes();
     sender_.withSocket([this, &link](TcpLink::Socket& socket) {
-        socket.async_read_some(asio::buffer(received_),
-                               [this, link](const std::error_code& error, std::size_t count) {
-                                   readDone(link, error, count);
-                               });
+        socket.async_read_some(
+            asio::buffer(received_),
+            HandlerInMemory(link->readMemory(),
+                            [this, link](const std::error_code& error, std::size_t count) {
+                                readDone(link, error, count);
+                            }));
     });
 }
 
@@ -235,6 +280,7 @@ void TCPClientImplAsio::close(const std::string& reason) {
     }
     sender_.detach();
     idle_.cancel();
+    undecided_.cancel();
     if (heartbeat_) {
         heartbeat_->alarm.cancel();
     }

@@ -67,6 +67,8 @@ class TCPClientImplAsio {
     // Calls `beat` every `period` after each connect, and from now on when a socket exists.
     void setHeartbeat(std::chrono::milliseconds period, std::function<void()> beat);
     void setIdlePeriod(std::chrono::milliseconds period) { idlePeriod_ = period; }
+    // An attempt that is not decided after this time has failed.
+    void setConnectLimit(std::chrono::milliseconds limit) { connectLimit_ = limit; }
     void setReconnectDelay(std::chrono::milliseconds delay) { reconnectDelay_ = delay; }
     std::chrono::milliseconds idlePeriod() const { return idlePeriod_; }
     std::chrono::milliseconds reconnectDelay() const { return reconnectDelay_; }
@@ -75,7 +77,8 @@ class TCPClientImplAsio {
     void start();
     // Has the loop end all activity for good.
     void stop();
-    // Drops the connection; the next attempt comes after the reconnect delay.
+    // Drops the connection or the attempt; the next attempt comes after the reconnect delay. Takes
+    // no memory for a reason of up to 15 characters, so it serves whoever has none left.
     void close(const std::string& reason);
     bool connected() const { return sender_.isOpen(); }
 
@@ -109,7 +112,9 @@ class TCPClientImplAsio {
     };
 
     const IpDetails& endpoint() const { return endpoints_[current_]; }
+    void reserveTimers();
     void connect();
+    void dial();
     TcpLink::Endpoints resolve() const;
     void connectDone(const Link& link, const std::error_code& error);
     void greet(const std::error_code& error);
@@ -130,6 +135,9 @@ class TCPClientImplAsio {
     std::chrono::milliseconds idlePeriod_{5000};
     std::chrono::milliseconds reconnectDelay_{1000};
     Alarm reconnect_;  // armed: a reconnect is pending
+    std::chrono::milliseconds connectLimit_{2000};
+    Alarm undecided_;  // armed: the attempt is under way
+    Link attempt_;     // the latest
     std::optional<Heartbeat> heartbeat_;
     bool stopped_ = false;
     std::string name_;

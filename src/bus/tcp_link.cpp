@@ -51,12 +51,15 @@ void TcpLink::dialNext(std::size_t index, std::error_code last) {
             continue;
         }
         socket_.async_connect(endpoints_[index],
-                              [self = shared_from_this(), index](const std::error_code& error) {
+                              HandlerInMemory(dialMemory_, [self = shared_from_this(),
+                                                            index](const std::error_code& error) {
                                   self->dialed(index, error);
-                              });
+                              }));
         return;
     }
-    asio::post(socket_.get_executor(), [self = shared_from_this(), last] { self->finish(last); });
+    asio::post(
+        socket_.get_executor(),
+        HandlerInMemory(dialMemory_, [self = shared_from_this(), last] { self->finish(last); }));
 }
 
 void TcpLink::dialed(std::size_t index, const std::error_code& error) {

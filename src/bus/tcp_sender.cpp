@@ -5,8 +5,6 @@
 #include <utility>
 
 #include <asio/error.hpp>
-#include <asio/post.hpp>
-#include <asio/write.hpp>
 
 namespace lumo {
 
@@ -43,9 +41,6 @@ void TcpSender::Batch::keep(std::span<std::string> parts, std::uint64_t connecti
         bytes_ += part.size();
     }
 }
-
-TcpSender::TcpSender(asio::io_service& io, WriteFailed failed)
-    : io_(io), failed_(std::move(failed)) {}
 
 // The outermost of this thread, null when there is none.
 TcpSender::Batch* TcpSender::batch() const {
@@ -95,10 +90,14 @@ std::error_code TcpSender::queue(std::span<std::string> parts) {
         queue_.appendToGreeting(parts);
         return {};
     }
-    if (queue_.full()) {
-        startWriting();  // the limit is for a write that is stuck, not for a long batch
+    std::size_t bytes = 0;
+    for (const std::string& part : parts) {
+        bytes += part.size();
     }
-    if (queue_.full()) {
+    if (queue_.full(bytes)) {
+        startWriting();  // the limits are for a write that is stuck, not for a long batch
+    }
+    if (queue_.full(bytes)) {
         return make_error_code(std::errc::no_buffer_space);
     }
     queue_.append(parts);
@@ -133,12 +132,6 @@ void TcpSender::flush() {
     startWriting();
 }
 
-void TcpSender::reset() {
-    detach();
-    const std::lock_guard lock(mutex_);
-    queue_.clear();
-}
-
 void TcpSender::attach(std::shared_ptr<TcpLink> link) {
     const std::lock_guard lock(mutex_);
     link_ = std::move(link);
@@ -165,6 +158,7 @@ void TcpSender::detach() {
         link_->retire();
         link_.reset();
     }
+    queue_.clear();
 }
 
 bool TcpSender::hasSocket() const {
@@ -180,35 +174,42 @@ bool TcpSender::isOpen() const {
 // The first attempt is made here and now. A socket that takes everything, as it nearly always does,
 // leaves nothing for the loop to do; only the rest is written from there.
 void TcpSender::startWriting() {
-    if (phase_ != Phase::open || queue_.writing() || !queue_.waiting()) {
-        return;
-    }
-    std::error_code error;
-    const std::size_t written = link_->socket().write_some(queue_.begin(), error);
-    queue_.took(written);
-    auto done = [this, link = link_](const std::error_code& outcome, std::size_t = 0) {
-        if (link->live()) {
-            writeDone(outcome);
-        }
-    };
-    if (error && error != asio::error::would_block) {
-        asio::post(io_, [done, error] { done(error); });
-    } else if (queue_.writing()) {
-        asio::async_write(link_->socket(), queue_.unwritten(), done);
+    if (phase_ == Phase::open && !queue_.writing()) {
+        writeOn();
     }
 }
 
-void TcpSender::writeDone(const std::error_code& error) {
-    {
-        const std::lock_guard lock(mutex_);
-        queue_.end();
-        if (!error) {
-            startWriting();
-        }
+// Only a socket that takes no more, or fails, leaves a write in flight behind.
+void TcpSender::writeOn() {
+    std::error_code error;
+    while (!error && (queue_.writing() || queue_.waiting())) {
+        const auto& bite = queue_.writing() ? queue_.unwritten() : queue_.begin();
+        queue_.took(link_->socket().write_some(bite, error));
     }
     if (error) {
-        failed_();
+        waitToWrite(error == asio::error::would_block ? std::error_code() : error);
     }
+}
+
+// A failed socket is always ready, so the loop hears of the error in the same way.
+void TcpSender::waitToWrite(const std::error_code& error) {
+    link_->socket().async_wait(
+        TcpLink::Socket::wait_write,
+        HandlerInMemory(link_->writeMemory(),
+                        [this, link = link_, error](const std::error_code& waitError) {
+                            if (link->live()) {
+                                writable(error ? error : waitError);
+                            }
+                        }));
+}
+
+void TcpSender::writable(const std::error_code& error) {
+    if (error) {
+        failed_();
+        return;
+    }
+    const std::lock_guard lock(mutex_);
+    writeOn();
 }
 
 }  // namespace lumo

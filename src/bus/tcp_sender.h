@@ -9,6 +9,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "bus/tcp_link.h"
@@ -53,7 +54,7 @@ class TcpSender {
     };
 
     // `failed` is called from the loop when a write to the current socket failed.
-    TcpSender(asio::io_service& io, WriteFailed failed);
+    explicit TcpSender(WriteFailed failed) : failed_(std::move(failed)) {}
     // Retires the socket.
     ~TcpSender() { detach(); }
     TcpSender(const TcpSender&) = delete;
@@ -61,23 +62,22 @@ class TcpSender {
 
     // Queues the strings, to be written back to back, and moves from them. On an error (generic
     // category) they stay the caller's: 107 without a socket, 105 when more than 1000 strings wait
-    // behind a write in flight or for the connection. What a batch keeps meets that limit at its
-    // flush or end: each send then goes out or is dropped as a whole.
+    // behind a write in flight or for the connection, or when these would make it more than 4 MiB.
+    // What a batch keeps meets those limits at its flush or end: each send then goes out or is
+    // dropped as a whole.
     std::error_code send(std::span<std::string> parts);
     // Starts writing what is queued, with what the batch of this thread has kept so far.
     void flush();
     // How many bytes the batch of this thread keeps.
     std::size_t gathered() const;
 
-    // Retires the socket and drops everything queued for it.
-    void reset();
     // The socket of a new attempt. What is sent from now on waits for endGreeting().
     void attach(std::shared_ptr<TcpLink> link);
     // The connection is made: what this thread sends now goes out first.
     void beginGreeting();
     // Opens the connection for everything that waits.
     void endGreeting();
-    // Retires the socket: from now on there is none.
+    // Retires the socket and drops everything queued for it: from now on there is none.
     void detach();
 
     bool hasSocket() const;
@@ -107,9 +107,10 @@ class TcpSender {
     void offer(std::span<std::string> parts);
     std::error_code queue(std::span<std::string> parts);
     void startWriting();
-    void writeDone(const std::error_code& error);
+    void writeOn();
+    void waitToWrite(const std::error_code& error);
+    void writable(const std::error_code& error);
 
-    asio::io_service& io_;
     const WriteFailed failed_;
 
     mutable std::mutex mutex_;

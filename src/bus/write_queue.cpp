@@ -1,6 +1,6 @@
 #include "bus/write_queue.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <iterator>
 #include <new>
 
@@ -8,49 +8,83 @@ namespace lumo {
 
 namespace {
 
-// A batch larger than this gives its memory back when it is written.
-constexpr std::size_t kKeptJoined = std::size_t{64} * 1024;
+// A list of more strings than these gives its memory back when it is written.
+constexpr std::size_t kKeptStrings = 2 * WriteQueue::kMostWaiting;
+
+std::size_t sizeOf(std::span<const std::string> parts) {
+    std::size_t size = 0;
+    for (const std::string& part : parts) {
+        size += part.size();
+    }
+    return size;
+}
 
 }  // namespace
 
+bool WriteQueue::full(std::size_t bytes) const {
+    const bool empty = !waiting() && !writing();
+    return collecting().size() > kMostWaiting || (!empty && bytes_ + bytes > kMostBytes);
+}
+
 void WriteQueue::append(std::span<std::string> parts) {
+    const std::size_t size = sizeOf(parts);
     collecting().insert(collecting().end(), std::make_move_iterator(parts.begin()),
                         std::make_move_iterator(parts.end()));
+    bytes_ += size;
 }
 
 void WriteQueue::appendToGreeting(std::span<std::string> parts) {
+    const std::size_t size = sizeOf(parts);
+    // Before anything moves: strings of a greeting without memory would be lost halfway.
+    collecting().reserve(collecting().size() + parts.size());
     const auto place = collecting().begin() + static_cast<std::ptrdiff_t>(greeting_);
     collecting().insert(place, std::make_move_iterator(parts.begin()),
                         std::make_move_iterator(parts.end()));
     greeting_ += parts.size();
+    bytes_ += size;
 }
 
 const WriteQueue::GatherList& WriteQueue::begin() {
-    // Before anything changes: without memory for the list there is no write, and nothing is lost.
-    gather_.reserve(collecting().size());
     active_ = 1 - active_;
     greeting_ = 0;
-    const std::vector<std::string>& parts = queues_[active_];
-    if (parts.size() > kMostGathered && join(parts)) {
-        gather_.push_back(asio::buffer(joined_));
-    } else {
-        for (const std::string& part : parts) {
-            gather_.push_back(asio::buffer(part));
-        }
-    }
+    first_ = 0;
+    nextBite();
     return gather_;
+}
+
+void WriteQueue::nextBite() {
+    const std::vector<std::string>& parts = queues_[active_];
+    const std::span<const std::string> many = joinable();
+    if (many.size() > kMostGathered && join(many)) {
+        joinedStrings_ = many.size();
+        gather_.push_back(asio::buffer(joined_));
+        return;
+    }
+    joinedStrings_ = 0;
+    const std::size_t end = std::min(parts.size(), first_ + kMostGathered);
+    for (std::size_t part = first_; part < end; ++part) {
+        gather_.push_back(asio::buffer(parts[part]));
+    }
+}
+
+// The next strings that together are short enough to be joined.
+std::span<const std::string> WriteQueue::joinable() const {
+    const std::span<const std::string> rest = std::span(queues_[active_]).subspan(first_);
+    std::size_t count = 0;
+    std::size_t size = 0;
+    while (count < rest.size() && size + rest[count].size() <= kMostJoined) {
+        size += rest[count].size();
+        ++count;
+    }
+    return rest.first(count);
 }
 
 // One system call for a burst of small answers: with Nagle's algorithm on, the second of two calls
 // would wait for the peer to acknowledge the first. False: no memory for it, so several calls it
 // is.
-bool WriteQueue::join(const std::vector<std::string>& parts) {
-    std::size_t size = 0;
-    for (const std::string& part : parts) {
-        size += part.size();
-    }
+bool WriteQueue::join(std::span<const std::string> parts) {
     try {
-        joined_.reserve(size);
+        joined_.reserve(sizeOf(parts));
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -66,27 +100,45 @@ void WriteQueue::took(std::size_t bytes) {
         bytes -= rest->size();
         ++rest;
     }
+    const auto taken = static_cast<std::size_t>(rest - gather_.begin());
+    release(joinedStrings_ > 0 ? taken * joinedStrings_ : taken);
     gather_.erase(gather_.begin(), rest);
-    if (gather_.empty()) {
-        end();
-    } else {
+    if (!gather_.empty()) {
         gather_.front() += bytes;
+        return;
+    }
+    joined_.clear();
+    if (first_ < queues_[active_].size()) {
+        nextBite();
+    } else {
+        end();
+    }
+}
+
+void WriteQueue::release(std::size_t count) {
+    for (const std::size_t end = first_ + count; first_ < end; ++first_) {
+        std::string& part = queues_[active_][first_];
+        bytes_ -= part.size();
+        std::string().swap(part);
     }
 }
 
 void WriteQueue::end() {
-    queues_[active_].clear();
-    gather_.clear();
-    joined_.clear();
-    if (joined_.capacity() > kKeptJoined) {
-        joined_.shrink_to_fit();
+    std::vector<std::string>& written = queues_[active_];
+    written.clear();
+    if (written.capacity() > kKeptStrings) {
+        std::vector<std::string>().swap(written);
     }
 }
 
 void WriteQueue::clear() {
-    end();
-    collecting().clear();
+    gather_.clear();
+    joined_.clear();
+    for (std::vector<std::string>& queue : queues_) {
+        std::vector<std::string>().swap(queue);
+    }
     greeting_ = 0;
+    bytes_ = 0;
 }
 
 }  // namespace lumo

@@ -11,19 +11,27 @@ namespace lumo {
 
 // What waits to be written to a connection, and what is being written.
 //
-// Two lists of strings take turns: one is written while callers append to the other. The gather
-// list shows the bytes of the write in flight that the socket has not taken yet; empty means that
-// no write is in flight. Has no lock: the transport's write mutex guards it.
+// Two lists of strings take turns: one is written while callers append to the other. It is written
+// bite by bite, and each string gives its memory back as soon as it is taken. The gather list shows
+// the bytes of the bite that the socket has not taken yet; empty means that no write is in flight.
+// Has no lock: the transport's write mutex guards it.
 class WriteQueue {
   public:
     using GatherList = std::vector<asio::const_buffer>;
 
     // A caller that finds more than this many strings waiting is refused.
     static constexpr std::size_t kMostWaiting = 1000;
-    // asio's composed write hands at most this many buffers to one system call.
+    // Strings that would make more bytes than these, waiting and in flight together, are refused,
+    // except by an empty queue: a message of any size can be sent.
+    static constexpr std::size_t kMostBytes = std::size_t{4} * 1024 * 1024;
+    // A bite is at most this many strings, or more of them joined up to so many bytes.
     static constexpr std::size_t kMostGathered = 16;
+    static constexpr std::size_t kMostJoined = std::size_t{64} * 1024;
 
-    bool full() const { return collecting().size() > kMostWaiting; }
+    WriteQueue() { gather_.reserve(kMostGathered); }
+
+    // Whether strings of so many bytes find no room.
+    bool full(std::size_t bytes) const;
     bool greetingFull() const { return greeting_ > kMostWaiting; }
     bool waiting() const { return !collecting().empty(); }
     bool writing() const { return !gather_.empty(); }
@@ -37,24 +45,34 @@ class WriteQueue {
 
     // Begins a write of everything that waits. Only while none is in flight and something waits.
     const GatherList& begin();
+    // The bite that is being written.
     const GatherList& unwritten() const { return gather_; }
-    // The socket took the first `bytes` of what was unwritten; with the last one the write is over.
+    // The socket took the first `bytes` of that; with its last byte the next bite begins, with the
+    // last of all the write is over.
     void took(std::size_t bytes);
-    // Ends the write in flight, whatever it still had to write.
-    void end();
+    // How many bytes are held, waiting and in flight.
+    std::size_t bytes() const { return bytes_; }
     // Drops everything; nothing queued for an old connection survives.
     void clear();
 
   private:
     std::vector<std::string>& collecting() { return queues_[1 - active_]; }
     const std::vector<std::string>& collecting() const { return queues_[1 - active_]; }
-    bool join(const std::vector<std::string>& parts);
+    void nextBite();
+    std::span<const std::string> joinable() const;
+    bool join(std::span<const std::string> parts);
+    void release(std::size_t count);
+    void end();
 
     std::vector<std::string> queues_[2];
     std::size_t active_ = 0;    // the list that is being written
     std::size_t greeting_ = 0;  // how many of the waiting strings belong to the greeting
+    std::size_t bytes_ = 0;
+    std::size_t first_ = 0;  // the first string of the active list that is not yet taken
+    std::size_t joinedStrings_ =
+        0;  // how many from there are joined; 0: they are written as they are
     GatherList gather_;
-    std::string joined_;  // the parts of a large batch, end to end
+    std::string joined_;  // the strings of a bite of many, end to end
 };
 
 }  // namespace lumo

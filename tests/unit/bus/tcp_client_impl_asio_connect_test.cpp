@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include "descriptors.h"
+#include "full_listener.h"
 #include "system_calls.h"
 #include "tcp_client_fixture.h"
 
@@ -125,6 +126,7 @@ TEST_P(TCPClientPort, OutOfRangeMakesNoAttemptAndSchedulesAReconnect) {
     const auto begin = steady_clock::now();
     WatchedSystemCalls calls;
     client_->start();
+    io_.poll();  // the waits by which the client made room for its timers
     // The reconnect timer is all that can happen on this loop.
     EXPECT_EQ(io_.run_one_for(20s), 1u);
     EXPECT_EQ(io_.run_one_for(20s), 1u);
@@ -190,6 +192,36 @@ TEST_F(TCPClientConnect, WithoutADescriptorTriesAgain) {
     ASSERT_TRUE(startAndConnect());
     ASSERT_EQ(outcomes_.size(), 2u);
     EXPECT_EQ(outcomes_[0].value(), EMFILE);
+}
+
+TEST_F(TCPClientConnect, UndecidedAttemptFailsAfterItsLimitAndIsMadeAgain) {
+    const FullListener busy;
+    client_ = makeClient(busy.port());
+    client_->setConnectLimit(50ms);
+    client_->setOnConnect([this](std::error_code error) {
+        times_.push_back(steady_clock::now());
+        return error;
+    });
+    const auto begin = steady_clock::now();
+    client_->start();
+    const std::string errors = captureErrors(io_, [this] { return times_.size() == 2; });
+    const std::string line =
+        "Pallwatch - connectHandler Error: Connection timed out to 127.0.0.1:" +
+        std::to_string(busy.port()) + "\n";
+    EXPECT_EQ(errors, line + line);
+    EXPECT_GE(times_[0] - begin, 50ms);
+    EXPECT_GE(times_[1] - times_[0], 70ms) << "the delay, then another attempt";
+}
+
+TEST_F(TCPClientConnect, LimitOfAnAttemptDoesNotOutliveIt) {
+    client_->setConnectLimit(20ms);
+    noteAttempts();
+    ASSERT_TRUE(startAndConnect());
+    runFor(io_, 50ms);
+    EXPECT_TRUE(client_->connected());
+    client_->close("test");
+    ASSERT_TRUE(connected(2));
+    EXPECT_EQ(outcomes_.size(), 2u);
 }
 
 TEST_F(TCPClientConnect, NothingIsInheritedByCommands) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <string>
@@ -42,8 +43,26 @@ class TCPClientStuck : public TCPClientSend {
     TCPClientStuck() { peer_.acceptPaused(); }
 
     bool startAndGetStuck() { return startAndConnect() && !send({big_}); }
+    // With no more than a mebibyte in flight: what the socket takes is written around the client.
+    bool startAndFill() {
+        if (!startAndConnect()) {
+            return false;
+        }
+        const int socket = descriptorOfConnectionTo(peer_.port());
+        // Some of it may still move on to the peer's end and make room again.
+        for (int refusals = 0; refusals < 3;) {
+            const ssize_t taken = ::send(socket, big_.data(), big_.size(), MSG_DONTWAIT);
+            filled_.append(static_cast<std::size_t>(std::max<ssize_t>(taken, 0)), 'b');
+            refusals = taken > 0 ? 0 : refusals + 1;
+            std::this_thread::sleep_for(10ms);
+        }
+        filled_ += mebibyte_;
+        return !send({mebibyte_});
+    }
 
+    const std::string mebibyte_ = std::string(1024 * 1024, 'm');
     const std::string big_ = std::string(32'000'000, 'b');
+    std::string filled_;  // what the peer gets when it reads
 };
 
 }  // namespace
@@ -191,20 +210,20 @@ TEST_F(TCPClientSend, WriteErrorOfAReplacedSocketIsIgnored) {
 }
 
 TEST_F(TCPClientStuck, MoreThanAThousandWaitingStringsAreNoBufferSpace) {
-    ASSERT_TRUE(startAndGetStuck());
+    ASSERT_TRUE(startAndFill());
     for (int i = 0; i < 1001; ++i) {
         ASSERT_EQ(send({"x"}), std::error_code()) << i;
     }
     EXPECT_EQ(send({"y", "z"}), std::error_code(kNoBufferSpace, std::generic_category()));
     peer_.last().resumeReading();
-    EXPECT_TRUE(peerHas(big_ + std::string(1001, 'x')));
+    EXPECT_TRUE(peerHas(filled_ + std::string(1001, 'x')));
     EXPECT_EQ(send({"free"}), std::error_code());
-    EXPECT_TRUE(peerHas(big_ + std::string(1001, 'x') + "free"));
+    EXPECT_TRUE(peerHas(filled_ + std::string(1001, 'x') + "free"));
 }
 
 // The strings of one call are counted when the next one comes.
 TEST_F(TCPClientStuck, OneCallMayGoOverTheLimit) {
-    ASSERT_TRUE(startAndGetStuck());
+    ASSERT_TRUE(startAndFill());
     EXPECT_EQ(send(std::vector<std::string>(1000, "x")), std::error_code());
     EXPECT_EQ(send(std::vector<std::string>(5000, "x")), std::error_code());
     EXPECT_EQ(send({"y"}).value(), kNoBufferSpace);
@@ -225,8 +244,8 @@ TEST_F(TCPClientStuck, FullSocketDoesNotHoldTheSender) {
 }
 
 TEST_F(TCPClientStuck, StringsBehindAStuckWriteGoOutTogetherWhenItIsDone) {
-    ASSERT_TRUE(startAndGetStuck());
-    std::string expected = big_;
+    ASSERT_TRUE(startAndFill());
+    std::string expected = filled_;
     for (int i = 0; i < 300; ++i) {
         send({std::to_string(i), " "});
         expected += std::to_string(i) + " ";
@@ -262,14 +281,14 @@ TEST_F(TCPClientStuck, StuckWriteOfAReplacedSocketIsIgnored) {
 
 // What does not fit is dropped message by message, never in the middle of one.
 TEST_F(TCPClientStuck, BatchBehindAStuckWriteIsTakenByWholeMessages) {
-    ASSERT_TRUE(startAndGetStuck());
+    ASSERT_TRUE(startAndFill());
     {
         const auto batch = client_->gather();
         for (int i = 0; i < 1000; ++i) {
             ASSERT_EQ(send({"a", "b", "c"}), std::error_code());
         }
     }
-    std::string expected = big_;
+    std::string expected = filled_;
     for (int i = 0; i < 334; ++i) {  // 1002 strings: the next one finds more than 1000
         expected += "abc";
     }
@@ -277,4 +296,15 @@ TEST_F(TCPClientStuck, BatchBehindAStuckWriteIsTakenByWholeMessages) {
     EXPECT_TRUE(peerHas(expected));
     send({"!"});
     EXPECT_TRUE(peerHas(expected + "!"));
+}
+
+TEST_F(TCPClientStuck, MoreThanFourMebibytesAreNoBufferSpace) {
+    ASSERT_TRUE(startAndFill());
+    ASSERT_EQ(send({mebibyte_}), std::error_code());
+    ASSERT_EQ(send({mebibyte_}), std::error_code());
+    EXPECT_EQ(send({mebibyte_, "!"}).value(), kNoBufferSpace) << "with what is in flight";
+    EXPECT_EQ(send({"small"}), std::error_code());
+    peer_.last().resumeReading();
+    EXPECT_TRUE(peerHas(filled_ + mebibyte_ + mebibyte_ + "small"));
+    EXPECT_EQ(send({mebibyte_, "!"}), std::error_code());
 }

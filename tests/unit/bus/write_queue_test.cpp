@@ -113,19 +113,75 @@ TEST(WriteQueue, JoinedBatchesDoNotRunIntoEachOther) {
 
 TEST(WriteQueue, WithoutMemoryToJoinTheStringsAreWrittenAsTheyAre) {
     WriteQueue queue;
-    append(queue, std::vector<std::string>(17, std::string(10'000, 'x')));
-    const RefusedAllocations refused(100'000);
-    EXPECT_EQ(queue.begin().size(), 17u);
+    append(queue, std::vector<std::string>(17, std::string(1000, 'x')));
+    const RefusedAllocations refused(10'000);
+    EXPECT_EQ(queue.begin().size(), 16u);
+    queue.took(16'000);
+    EXPECT_THAT(texts(queue.unwritten()), ElementsAre(std::string(1000, 'x')));
+}
+
+TEST(WriteQueue, JoinsNoMoreThan64KiB) {
+    WriteQueue queue;
+    append(queue, std::vector<std::string>(100, std::string(1024, 'x')));
+    EXPECT_THAT(texts(queue.begin()), ElementsAre(std::string(64 * 1024, 'x')));
+    queue.took(64 * 1024);
+    EXPECT_THAT(texts(queue.unwritten()), ElementsAre(std::string(36 * 1024, 'x')));
+    queue.took(36 * 1024);
+    EXPECT_FALSE(queue.writing());
+}
+
+TEST(WriteQueue, LargeStringAmongSmallOnesIsWrittenWhereItLies) {
+    WriteQueue queue;
+    std::vector<std::string> parts(20, "s");
+    parts[18] = std::string(100'000, 'l');
+    const char* const bytes = parts[18].data();
+    queue.append(parts);
+    EXPECT_THAT(texts(queue.begin()), ElementsAre(std::string(18, 's')));
+    queue.took(18);
+    EXPECT_EQ(queue.unwritten().size(), 2u);
+    EXPECT_EQ(queue.unwritten().front().data(), bytes);
+}
+
+TEST(WriteQueue, IsFullWithFourMebibytesWaitingAndInFlight) {
+    constexpr std::size_t kMebibyte = 1024 * 1024;
+    WriteQueue queue;
+    append(queue, std::vector<std::string>(2, std::string(kMebibyte, 'x')));
+    queue.begin();
+    append(queue, {std::string(kMebibyte, 'y')});
+    EXPECT_FALSE(queue.full(kMebibyte));
+    EXPECT_TRUE(queue.full(kMebibyte + 1));
+    queue.took(kMebibyte + 7);
+    EXPECT_EQ(queue.bytes(), 2 * kMebibyte) << "what is taken is given back at once";
+    EXPECT_FALSE(queue.full(2 * kMebibyte));
+}
+
+TEST(WriteQueue, EmptyQueueTakesAMessageOfAnySize) {
+    constexpr std::size_t kLarge = 20'000'000;
+    WriteQueue queue;
+    EXPECT_FALSE(queue.full(kLarge));
+    append(queue, {"x"});
+    EXPECT_TRUE(queue.full(kLarge));
+    queue.begin();
+    EXPECT_TRUE(queue.full(kLarge)) << "something is in flight";
+    queue.took(1);
+    EXPECT_FALSE(queue.full(kLarge));
+}
+
+TEST(WriteQueue, BeginsAWriteWithoutMemory) {
+    WriteQueue queue;
+    append(queue, std::vector<std::string>(100, "x"));
+    const RefusedAllocations refused(1);
+    EXPECT_EQ(queue.begin().size(), 16u);
 }
 
 TEST(WriteQueue, IsFullWithMoreThanAThousandWaitingStrings) {
     WriteQueue queue;
     append(queue, std::vector<std::string>(1000, "x"));
-    EXPECT_FALSE(queue.full());
+    EXPECT_FALSE(queue.full(1));
     append(queue, {"x"});
-    EXPECT_TRUE(queue.full());
+    EXPECT_TRUE(queue.full(1));
     queue.begin();
-    EXPECT_FALSE(queue.full());
+    EXPECT_FALSE(queue.full(1));
 }
 
 TEST(WriteQueue, GreetingGoesAheadOfWhatWasKeptAside) {
@@ -152,7 +208,7 @@ TEST(WriteQueue, GreetingIsOverWhenItIsWritten) {
 TEST(WriteQueue, GreetingIsMeasuredApart) {
     WriteQueue queue;
     append(queue, std::vector<std::string>(1001, "x"));
-    EXPECT_TRUE(queue.full());
+    EXPECT_TRUE(queue.full(1));
     EXPECT_FALSE(queue.greetingFull());
     greet(queue, std::vector<std::string>(1001, "y"));
     EXPECT_TRUE(queue.greetingFull());
