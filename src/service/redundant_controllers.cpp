@@ -7,6 +7,7 @@
 
 #include "bus/messages.h"
 #include "model/log.h"
+#include "model/text.h"
 #include "model/tosk_param.h"
 #include "model/tosk_value.h"
 #include "service/master_details_json.h"
@@ -43,7 +44,7 @@ void RedundantControllers::handleSystemRsp(const TarnInternalMessage& message) c
     }
     const MasterSystemDetails details = masterDetailsFromJSON(item);
     logMessage(LOG_DEBUG, "PallwatchService::handleSystemRsp - recvd kelMasterSystemDetails : %s",
-               renderJSON(masterDetailsToJSON(details).get(), false).c_str());
+               shownPayload(renderJSON(masterDetailsToJSON(details).get(), false)).c_str());
     systemState_.updateRedundancy(details.primary, details.secondary);
 }
 

@@ -9,6 +9,7 @@
 
 #include "bus/messages.h"
 #include "model/log.h"
+#include "model/text.h"
 #include "model/tosk_device.h"
 #include "model/tosk_param.h"
 #include "service/state_saver.h"
@@ -174,7 +175,7 @@ void SystemObject::setMember(const SetUnderWay& set, const cJSON* member) {
         saver_.noteChange();
     }
     logMessage(LOG_INFO, "System param Set: %s = %s\n", key.c_str(),
-               param->valueToString().c_str());
+               shownPayload(param->valueToString()).c_str());
     send_(RSPMessage(set.request, kOk));
 }
 
@@ -199,7 +200,7 @@ void SystemObject::setActive(const SetUnderWay& set) {
 
 void SystemObject::announceChange(const ToskParam& param) const {
     logMessage(LOG_DEBUG, "currentSystemState.setParamChanged_cb: param:%s, val:%s",
-               param.oid().toString().c_str(), param.valueToString().c_str());
+               param.oid().toString().c_str(), shownPayload(param.valueToString()).c_str());
     const std::string& objectName = param.oid().prefix();
     send_(NOTMessage(objectName, param.oid().leaf(), param.valueToJSON()));
     if (!prefix_.empty()) {

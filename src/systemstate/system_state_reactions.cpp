@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "model/log.h"
+#include "model/text.h"
 #include "model/time_stamp.h"
 #include "model/trace.h"
 #include "systemstate/network_settings.h"
@@ -40,7 +41,7 @@ std::span<const SystemState::Reaction> SystemState::reactions() {
 void SystemState::valueChanged(ToskParam* param) {
     const std::string oid = param->oid().toString();
     logMessage(LOG_DEBUG, "SystemState::valueChanged, oid=%s, val=%s", oid.c_str(),
-               param->valueToString().c_str());
+               shownPayload(param->valueToString()).c_str());
     announce(*param);
     for (const Reaction& reaction : reactions()) {
         if (oid == reaction.oid) {

@@ -351,6 +351,21 @@ TEST_F(SystemObjectSet, TextsOfOthersReachTheLogOnlyAsArguments) {
                 Contains(Line{LOG_INFO, "System param Set: system.systemName = %s%n%m\n"}));
 }
 
+// A line break in it would forge a line of the log, and the log takes no line of a mebibyte.
+TEST_F(SystemObjectSet, LogShowsControlCharactersOfAValueAsEscapesAndItsFirstKibibyte) {
+    set("system", R"({"systemName":"a\nb\u001b[2J"})");
+    set("system", R"({"systemName":")" + std::string(2000, 'x') + "\"}");
+    EXPECT_THAT(
+        logged(LOG_INFO),
+        ElementsAre(Line{LOG_INFO, "System param Set: system.systemName = a\\x0ab\\x1b[2J\n"},
+                    Line{LOG_INFO, "System param Set: system.systemName = " +
+                                       std::string(1024, 'x') + "... (2000 bytes)\n"}));
+    for (const Line& line : logged(LOG_DEBUG)) {
+        EXPECT_EQ(line.text.find('\x1b'), std::string::npos) << line.text;
+        EXPECT_LT(line.text.size(), 1200U);
+    }
+}
+
 TEST_F(SystemObjectSet, SettingsTurnIsFreeAgainAfterEveryMember) {
     set("system", R"({"systemName":"a","nothing":1,"version":5})");
     EXPECT_TRUE(state().trySettingsTurn().owns_lock());
