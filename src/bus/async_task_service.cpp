@@ -4,7 +4,20 @@
 #include <system_error>
 #include <utility>
 
+#include "model/log.h"
+
 namespace lumo {
+
+namespace {
+
+constexpr std::chrono::seconds kTriedFor{5};
+constexpr std::chrono::milliseconds kBetweenTries{100};
+
+bool hasNoThreadNow(const std::system_error& error) {
+    return error.code() == std::errc::resource_unavailable_try_again;
+}
+
+}  // namespace
 
 void AsyncTaskService::setPeriodicTask(std::chrono::milliseconds period,
                                        std::function<void()> task) {
@@ -33,8 +46,23 @@ void AsyncTaskService::runTask() {
     }
 }
 
+// While a frame starts, everything on it does, and what is short then is there a moment later.
 void AsyncTaskService::start() {
-    thread_ = std::thread([this] { io_.run(); });
+    const auto end = std::chrono::steady_clock::now() + kTriedFor;
+    bool told = false;
+    while (!thread_.joinable()) {
+        try {
+            thread_ = std::thread([this] { io_.run(); });
+        } catch (const std::system_error& error) {
+            if (!hasNoThreadNow(error) || std::chrono::steady_clock::now() >= end) {
+                throw;
+            }
+            if (!std::exchange(told, true)) {
+                logMessage(LOG_WARNING, "no thread to be had, trying again\n");
+            }
+            std::this_thread::sleep_for(kBetweenTries);
+        }
+    }
 }
 
 void AsyncTaskService::stop() {

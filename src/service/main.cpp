@@ -1,5 +1,6 @@
 // The process: parse, detach, open the log, build the device and the service, run, take down.
 
+#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -18,13 +19,35 @@
 
 namespace {
 
-// A reader of our output that goes away must not take the daemon with it. A handler rather than
-// SIG_IGN: it goes back to the default in the commands we run.
-void surviveBrokenPipes() {
+// Whoever started us may have closed them. The next descriptors, those of the bus and of the log,
+// would take their numbers, and traces and the output of commands would go there.
+void openStandardStreams() {
+    int descriptor = -1;
+    do {
+        descriptor = open("/dev/null", O_RDWR);
+    } while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO);
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+}
+
+// A handler rather than SIG_IGN: it goes back to the default in the commands we run.
+void survive(int signal) {
     struct sigaction action = {};
     action.sa_handler = [](int) {};
     action.sa_flags = SA_RESTART;
-    sigaction(SIGPIPE, &action, nullptr);
+    sigaction(signal, &action, nullptr);
+}
+
+// A reader of our output that goes away, and a file that has become as large as it may, must not
+// take the daemon with them: the write fails and says so. Nor must a terminal that is not ours any
+// more.
+void surviveSignals(bool detached) {
+    survive(SIGPIPE);
+    survive(SIGXFSZ);
+    if (detached) {
+        survive(SIGHUP);
+    }
 }
 
 void runService(const Options& options) {
@@ -45,12 +68,13 @@ void runService(const Options& options) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    openStandardStreams();
     const ParsedOptions parsed = parseOptions(argc, argv, stderr, ::daemon);
     if (parsed.exitStatus) {
         return *parsed.exitStatus;
     }
     openLog("Pallwatch", LOG_LOCAL2);
-    surviveBrokenPipes();
+    surviveSignals(parsed.options.detached);
     try {
         runService(parsed.options);
     } catch (const std::exception& error) {

@@ -71,6 +71,7 @@ ParsedOptions parseOptions(int argc, char* argv[], std::FILE* errors, const Deta
                 break;
             case 'd':
                 parsed.exitStatus = runDetached(detach, errors);
+                parsed.options.detached = !parsed.exitStatus;
                 break;
             case 0:
                 break;

@@ -9,6 +9,7 @@
 struct Options {
     std::string prefix;            // also serve "<prefix>.system"; empty: only "system"
     bool extendedLogging = false;  // -v; accepted and recorded, the log is always complete
+    bool detached = false;         // -d; a hang-up of the terminal is none of ours any more
     bool brio = false;             // -b; accepted and recorded, the product decides the frame kind
 };
 

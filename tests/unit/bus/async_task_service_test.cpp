@@ -2,15 +2,20 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <future>
 #include <mutex>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 #include <vector>
 
 #include <asio/post.hpp>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include "support/captured_log.h"
+#include "system_calls.h"
 
 using lumo::AsyncTaskService;
 using namespace std::chrono_literals;
@@ -177,4 +182,27 @@ TEST(AsyncTaskService, RunsWhatIsPostedToItsService) {
     asio::post(service.io(), [&] { ran.set_value(); });
     service.start();
     EXPECT_EQ(ran.get_future().wait_for(20s), std::future_status::ready);
+}
+
+TEST(AsyncTaskService, TriesAgainWhenThereIsNoThreadToBeHad) {
+    CapturedLog log;
+    WatchedSystemCalls calls;
+    calls.failNext(SystemCall::createThread, EAGAIN);
+    AsyncTaskService service;
+    Diary diary(1);
+    service.setPeriodicTask(1ms, [&] { diary.write(); });
+    service.start();
+    EXPECT_TRUE(diary.wait());
+    service.stop();
+    EXPECT_EQ(calls.count(SystemCall::createThread), 2);
+    EXPECT_THAT(log.take(), testing::ElementsAre(CapturedLog::Line{
+                                LOG_WARNING, "no thread to be had, trying again\n"}));
+}
+
+TEST(AsyncTaskService, AThreadThatIsForbiddenIsAnError) {
+    WatchedSystemCalls calls;
+    calls.failNext(SystemCall::createThread, EPERM);
+    AsyncTaskService service;
+    EXPECT_THROW(service.start(), std::system_error);
+    EXPECT_EQ(calls.count(SystemCall::createThread), 1);
 }

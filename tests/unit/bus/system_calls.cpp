@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/timerfd.h>
 
@@ -14,7 +15,7 @@
 
 namespace {
 
-constexpr std::size_t kCalls = 6;
+constexpr std::size_t kCalls = 7;
 
 std::array<std::atomic<int>, kCalls> counts;
 std::array<std::atomic<int>, kCalls> failures;
@@ -84,6 +85,12 @@ int setsockopt(int fd, int level, int name, const void* value, socklen_t size) n
         }
     }
     return real(fd, level, name, value, size);
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
+                   void* argument) noexcept {
+    static auto* const real = original<decltype(pthread_create)>("pthread_create");
+    return refused(SystemCall::createThread) ? errno : real(thread, attributes, run, argument);
 }
 
 void* aligned_alloc(size_t alignment, size_t size) noexcept {

@@ -11,8 +11,9 @@ enum class SystemCall {
     receive,   // recv, recvmsg
     setTimer,  // timerfd_settime
     socket,
-    noDelay,  // setsockopt of TCP_NODELAY
-    allocate  // aligned_alloc, where asio takes the memory of its operations from
+    noDelay,       // setsockopt of TCP_NODELAY
+    createThread,  // pthread_create
+    allocate       // aligned_alloc, where asio takes the memory of its operations from
 };
 
 // Counts from zero while it lives; one at a time.

@@ -122,6 +122,13 @@ TEST_F(OptionsTest, DaemonDetachesAtOnceKeepingTheDirectoryAndClosingTheStreams)
     EXPECT_EQ(parsed.exitStatus, 1);  // -x was still parsed, after detaching
 }
 
+TEST_F(OptionsTest, WhetherItDetachedIsRecorded) {
+    EXPECT_FALSE(parse({}).options.detached);
+    EXPECT_TRUE(parse({"-d"}).options.detached);
+    detachResult_ = -1;
+    EXPECT_FALSE(parse({"-d"}).options.detached);
+}
+
 TEST_F(OptionsTest, FailedDetachReportsTheSystemsReasonAndEndsWithOne) {
     detachResult_ = -1;
     EXPECT_EQ(parse({"--daemon", "-x"}).exitStatus, 1);
