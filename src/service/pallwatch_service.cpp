@@ -41,6 +41,7 @@ PallwatchService::PallwatchService(SystemState* systemState, Machine& machine, s
       prefix_(std::move(prefix)),
       send_([this](TarnInternalMessage message) { send(std::move(message)); }),
       saver_(io_, *systemState),
+      nextTurn_(io_, [this] { goOnWithSet(); }),
       controllers_(*systemState, machine, prefix_, send_),
       systemObject_(*systemState, prefix_, controllers_, saver_, send_) {}
 
@@ -70,7 +71,20 @@ void PallwatchService::run() {
     tasks_.setPeriodicTask(pollPeriod_, [this] { pollOnce(); });
     tasks_.start();
     saver_.followUp();
-    io_.run();
+    runLoop();
+}
+
+// A handler that lacked memory is left; the others go on. What it should have sent is missed like
+// any message that was lost, and a connection that it left without its next step falls silent and
+// is made anew.
+void PallwatchService::runLoop() {
+    while (!io_.stopped()) {
+        try {
+            io_.run();
+        } catch (const std::bad_alloc&) {
+            logMessage(LOG_CRIT, "Memory error in the event loop, step skipped\n");
+        }
+    }
 }
 
 void PallwatchService::createClient() {
@@ -172,7 +186,7 @@ void PallwatchService::workOnSet() {
         return;
     }
     client_->pause();
-    asio::post(io_, [this] { goOnWithSet(); });
+    nextTurn_.arm(std::chrono::nanoseconds(0));
 }
 
 void PallwatchService::goOnWithSet() {

@@ -119,6 +119,7 @@ bool SystemObject::addDescriptor(cJSON* result, const TarnInternalMessage& reque
 }
 
 void SystemObject::beginSet(TarnInternalMessage request) {
+    set_.reset();
     const cJSON* const param = jsonMember(request.data(), "param");
     if (!cJSON_IsObject(param)) {
         return;
