@@ -1,5 +1,6 @@
 #include "model/system_log.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
 #include <sys/un.h>
@@ -11,6 +12,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <utility>
+
+namespace {
+
+constexpr std::chrono::milliseconds kMostWaitingInASecond{100};
+
+}  // namespace
 
 SystemLog::SystemLog(std::string path)
     : path_(std::move(path)),
@@ -58,17 +65,45 @@ bool SystemLog::sendLine(int priority, std::string_view text) {
         priority |= facility_;
     }
     const LogLineHeader header(priority, std::time(nullptr), ident_);
-    if (socket_ >= 0 && sendRecord(header.text(), text)) {
+    if (sendInTime(header.text(), text)) {
         return true;
     }
     // The log may have been started anew, with either kind of socket.
     disconnect();
     connect();
-    if (socket_ >= 0 && sendRecord(header.text(), text)) {
+    if (sendInTime(header.text(), text)) {
         return true;
     }
     disconnect();
     return false;
+}
+
+bool SystemLog::sendInTime(std::string_view header, std::string_view text) {
+    if (socket_ < 0) {
+        return false;
+    }
+    bool sent = sendRecord(header, text);
+    while (!sent && errno == EAGAIN && waitForRoom()) {
+        sent = sendRecord(header, text);
+    }
+    standsStill_ = standsStill_ && !sent;
+    return sent;
+}
+
+bool SystemLog::waitForRoom() {
+    const auto begin = std::chrono::steady_clock::now();
+    if (begin - secondBegan_ >= std::chrono::seconds(1)) {
+        secondBegan_ = begin;
+        waited_ = {};
+    }
+    if (standsStill_ || waited_ >= kMostWaitingInASecond) {
+        return false;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(kMostWaitingInASecond - waited_);
+    pollfd log = {socket_, POLLOUT, 0};
+    standsStill_ = poll(&log, 1, static_cast<int>(left.count())) == 0;
+    waited_ += std::chrono::steady_clock::now() - begin;
+    return !standsStill_;
 }
 
 // A stream has a zero byte behind each line. A part of a line spoils the connection.
@@ -83,6 +118,7 @@ bool SystemLog::sendRecord(std::string_view header, std::string_view text) const
     message.msg_iov = parts.data();
     message.msg_iovlen = ended ? 3 : 2;
     const std::size_t size = header.size() + text.size() + (ended ? 1 : 0);
+    errno = 0;  // also after a part of the line
     const ssize_t sent = sendmsg(socket_, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
     return sent >= 0 && static_cast<std::size_t>(sent) == size;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <ctime>
 #include <mutex>
@@ -11,8 +12,10 @@
 //
 // Lines are those of syslog(3), byte for byte, and the connection is made and made again as syslog
 // makes it: by datagrams, by a stream when the log has no other socket, anew when a line does not
-// go. But nothing waits: a line that the log does not take at once is lost and counted, and the
-// next line that goes is preceded by one that tells how many were lost.
+// go. But nobody is held: the socket of a log holds a dozen lines, so a log that is just behind has
+// a tenth of every second, altogether, to make room; one that did not use it stands still and gets
+// no more. What it does not take is lost and counted, and the next line that goes is preceded by
+// one that tells how many were lost.
 class SystemLog {
   public:
     explicit SystemLog(std::string path);
@@ -33,6 +36,8 @@ class SystemLog {
     bool sendLine(int priority, std::string_view text);
     bool sendRecord(std::string_view header, std::string_view text) const;
     bool tellLost();
+    bool sendInTime(std::string_view header, std::string_view text);
+    bool waitForRoom();
     void connect();
     void disconnect();
     bool connectAs(int type);
@@ -44,6 +49,9 @@ class SystemLog {
     int type_;  // of the socket, the one that the log was last found to have
     int socket_ = -1;
     std::size_t lost_ = 0;
+    bool standsStill_ = false;
+    std::chrono::steady_clock::time_point secondBegan_;
+    std::chrono::nanoseconds waited_{0};  // in that second
 };
 
 // What stands before the text of a line: "<134>Jan  1 00:00:00 Pallwatch: ", with the time in the

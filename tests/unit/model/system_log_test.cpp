@@ -6,10 +6,12 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
+#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
@@ -162,6 +164,25 @@ TEST_F(SystemLogTest, ALineThatNoDatagramHoldsIsCounted) {
     log.write(LOG_INFO, "one");
     EXPECT_THAT(socket.take(),
                 ElementsAre(isLine("148", "1 log lines were lost\n"), isLine("150", "one")));
+}
+
+// The reader comes to its turn only when the writer waits.
+TEST_F(SystemLogTest, ALogThatIsJustBehindLosesNothing) {
+    constexpr size_t kLines = 300;
+    const LogSocket socket(path);
+    std::vector<std::string> taken;
+    std::thread reader([&] {
+        while (taken.size() < kLines) {
+            const std::vector<std::string> more = socket.take();
+            taken.insert(taken.end(), more.begin(), more.end());
+            std::this_thread::sleep_for(std::chrono::microseconds(more.empty() ? 100 : 0));
+        }
+    });
+    for (size_t i = 0; i < kLines; ++i) {
+        log.write(LOG_INFO, "text");
+    }
+    reader.join();
+    EXPECT_THAT(taken, testing::Each(isLine("150", "text")));
 }
 
 TEST_F(SystemLogTest, AStreamHasAZeroByteBehindEachLine) {
