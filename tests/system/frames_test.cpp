@@ -20,6 +20,14 @@ constexpr size_t kSkipped = 16;
 const std::string kRequest = busFrame(
     "[\"SET\", \"system\", 5, 0, 0]\n{\"id\":\"1@5\",\"param\":{\"systemName\":\"Studio\"}}");
 
+// A payload as a log line has it.
+std::string shown(const std::string& payload) {
+    constexpr size_t kMost = 1024;
+    return payload.size() <= kMost
+               ? payload
+               : payload.substr(0, kMost) + "... (" + std::to_string(payload.size()) + " bytes)";
+}
+
 class Frames : public OnBus {
   protected:
     void SetUp() override { start(); }
@@ -149,7 +157,7 @@ TEST_F(Frames, WithUnusableHeadersAreToldOfAndDropped) {
         bus.sendRaw(busFrame(header + "\n" + R"({"id":"1@5","param":{"systemName":"Studio"}})") +
                     kRequest);
         expectHandled();
-        const std::string text = "TarnInternalMessage header decode error:" + header + "\n";
+        const std::string text = "TarnInternalMessage header decode error:" + shown(header) + "\n";
         EXPECT_EQ(log.waitFor(text), (LogLine{LOG_INFO, LOG_LOCAL2, "Pallwatch", text}));
     }
     EXPECT_EQ(errorsUntilTheEnd(), "");
@@ -189,7 +197,7 @@ TEST_F(Frames, DeepDataIsToldOf) {
     const std::string data(5'000, '[');
     bus.get("system", data);
     EXPECT_THAT(sentUntilNow(), IsEmpty());
-    log.waitFor("TarnInternalMessage data decode error:" + data + "\n");
+    log.waitFor("TarnInternalMessage data decode error:" + shown(data) + "\n");
 }
 
 TEST_F(Frames, TextsFromTheBusAreNoFormats) {

@@ -146,7 +146,7 @@ TEST_F(StopOfAPoll, WaitsForThePollThatRuns) {
     load.release();
     load.release();
     expectEnd(SIGTERM);
-    EXPECT_EQ(load.ended(), 2U);
+    load.waitForCalls(2);
 }
 
 TEST_F(Stop, DoesNotWaitForWhatWasStartedInTheBackground) {

@@ -1,0 +1,49 @@
+#include "log_socket.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+
+using frame::check;
+
+namespace {
+
+constexpr char kPath[] = "/dev/log";
+
+std::string received(int socket) {
+    std::array<char, 65536> buffer{};
+    const ssize_t size = ::recv(socket, buffer.data(), buffer.size(), 0);
+    return {buffer.data(), static_cast<size_t>(std::max<ssize_t>(size, 0))};
+}
+
+}  // namespace
+
+LogSocket::LogSocket(int type)
+    : socket_(check(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket")) {
+    ::unlink(kPath);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::copy(std::begin(kPath), std::end(kPath), address.sun_path);
+    check(::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+          kPath);
+    if (type == SOCK_STREAM) {
+        check(::listen(socket_.get(), 4), kPath);
+    }
+}
+
+std::vector<std::string> LogSocket::take() const {
+    std::vector<std::string> all;
+    for (std::string one = received(socket_.get()); !one.empty(); one = received(socket_.get())) {
+        all.push_back(one);
+    }
+    return all;
+}
+
+std::string LogSocket::takeStream() const {
+    const frame::Descriptor connection(
+        check(::accept4(socket_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC), kPath));
+    return received(connection.get());
+}
