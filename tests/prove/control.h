@@ -13,8 +13,11 @@ inline constexpr uint32_t kMostCalls = 1024;
 inline constexpr uint32_t kMostBytes = 1 << 20;
 inline constexpr uint32_t kLongestPath = 120;
 
-// Instead of an errno: a read or write moves half of its bytes.
+// Instead of an errno: a read or write moves half of its bytes; the daemon is killed instead of the
+// call; it is killed when a write has moved half of its bytes.
 inline constexpr int32_t kHalf = -1;
+inline constexpr int32_t kKill = -2;
+inline constexpr int32_t kKillTorn = -3;
 
 // One call of the daemon to the kernel.
 struct Call {
@@ -35,7 +38,7 @@ struct Control {
     std::atomic<bool> countsAllocations;
     uint32_t failCall;        // which one of the watched calls fails, from 1; 0 for none
     uint32_t failAllocation;  // the same of the main thread's allocations
-    int32_t error;            // how the call fails: an errno or kHalf
+    int32_t error;            // how the call fails: an errno or one of the above
     std::atomic<uint32_t> calls;
     std::atomic<uint32_t> allocations;
     std::atomic<uint32_t> given;          // how many failed

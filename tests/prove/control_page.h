@@ -10,7 +10,7 @@ namespace prove {
 // Which call or allocation of the daemon fails, and how. Neither: they are counted only.
 struct Fault {
     uint32_t call = 0;  // from 1
-    int failure = 0;    // an errno or kHalf
+    int failure = 0;    // an errno or one of control.h
     uint32_t allocation = 0;
 };
 

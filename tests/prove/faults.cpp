@@ -1,6 +1,7 @@
 #include "faults.h"
 
 #include <signal.h>
+#include <sys/syscall.h>
 
 #include <stdexcept>
 #include <thread>
@@ -50,6 +51,7 @@ class Deeds {
         const std::vector<Call> calls = callsWithoutFault();
         const uint32_t allocations = allocations_;
         proveCalls(calls);
+        proveKills(calls);
         proveAllocations(allocations);
     }
 
@@ -95,6 +97,19 @@ class Deeds {
         }
     }
 
+    void proveKills(const std::vector<Call>& calls) {
+        const std::string kind = std::string(deed_.name) + ": killed at each call";
+        for (uint32_t i = 0; i < calls.size(); ++i) {
+            for (const int failure : {kKill, kKillTorn}) {
+                const bool applies = failure == kKill || calls[i].number == SYS_write;
+                if (applies && share_.has(position_++)) {
+                    prove(kind, {i + 1, failure, 0},
+                          "call " + std::to_string(i + 1) + ", " + nameOfCall(calls[i].number));
+                }
+            }
+        }
+    }
+
     void proveAllocations(uint32_t allocations) {
         const std::string kind = std::string(deed_.name) + ": each allocation";
         for (uint32_t i = 1; i <= allocations; ++i) {
@@ -123,7 +138,7 @@ class Deeds {
             tally_.lose(kind, what + ": the daemon goes on with other settings");
         }
         card_.kill();
-        close(kind, failed, !up, what);
+        close(kind, failed, !up && !isKill(fault), what);
     }
 
     void failSet(const std::string& kind, const Fault& fault, const std::string& what) {
@@ -137,7 +152,7 @@ class Deeds {
         }
         const bool ended = !card_.isRunning();
         card_.kill();
-        close(kind, failed, ended, what);
+        close(kind, failed, ended && !isKill(fault), what);
     }
 
     int setWith(const Fault& fault) {
@@ -213,6 +228,10 @@ class Deeds {
         const auto found = directory.find(deed_.file);
         return found != directory.end() &&
                found->second.text.find(deed_.newText) != std::string::npos;
+    }
+
+    static bool isKill(const Fault& fault) {
+        return fault.failure == kKill || fault.failure == kKillTorn;
     }
 
     static void require(bool holds, const char* otherwise) {

@@ -185,11 +185,22 @@ bool isTransfer(long number) {
            number == SYS_pwrite64;
 }
 
+void killProcess() {
+    prove_gate_call(SYS_kill, getpid(), SIGKILL, 0, 0, 0, 0);
+}
+
 long fail(Request request) {
     control->given.fetch_add(1);
-    if (control->error == prove::kHalf && isTransfer(request.number)) {
+    if (control->error == prove::kKill) {
+        killProcess();
+    }
+    if (control->error < 0 && isTransfer(request.number)) {
         request.arguments[2] = (request.arguments[2] + 1) / 2;
-        return request.pass();
+        const long moved = request.pass();
+        if (control->error == prove::kKillTorn) {
+            killProcess();
+        }
+        return moved;
     }
     if (request.number == SYS_close) {
         request.pass();  // however it fails, the descriptor is gone
