@@ -1,5 +1,7 @@
 #include "side_by_side.h"
 
+#include <stdlib.h>
+
 #include <list>
 
 #include "harness/process.h"
@@ -44,6 +46,10 @@ struct Running {
 };
 
 }  // namespace
+
+void keepOffTheList(const std::string& directory) {
+    ::setenv("XDG_RUNTIME_DIR", directory.c_str(), 1);
+}
 
 void runSideBySide(const std::vector<FrameJob>& jobs, size_t atOnce,
                    const std::function<void(const FrameJob&, const std::string&)>& take) {

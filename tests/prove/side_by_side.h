@@ -14,6 +14,9 @@ struct FrameJob {
     std::string tree = {};  // where the frame's files are kept; in memory without it
 };
 
+// Keeps the frames off the list of a person's own: they are known in this directory.
+void keepOffTheList(const std::string& directory);
+
 // Runs the jobs, so many at a time, each with its frame; gives what each printed, or its last words
 // when it failed, to `take`.
 void runSideBySide(const std::vector<FrameJob>& jobs, size_t atOnce,
