@@ -98,6 +98,19 @@ TEST_F(Dev, HelpOfAVerbIsWhatTheWholeHelpSaysOfIt) {
     }
 }
 
+TEST_F(Dev, HelpNamesTheVerbsWithAHelpOfTheirOwn) {
+    const std::string all = dev({}).output;
+    EXPECT_THAT(all, testing::HasSubstr("\n  ./dev soak "));
+    EXPECT_THAT(all, testing::HasSubstr("\n  ./dev prove "));
+}
+
+TEST_F(Dev, ProveBuildsBeforeItProves) {
+    standIn("cmake", "echo broken; exit 3");
+    const Result result = dev({"prove", "--short"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.error, "broken\n");
+}
+
 TEST_F(Dev, InsideAFrameItSaysThatItBelongsOutside) {
     ::setenv("PALLFRAME", "4711", 1);
     standIn("dpkg-query", "exit 1");
