@@ -24,6 +24,14 @@ constexpr int kLoginVersion = 1;
 constexpr int kOk = 200;
 constexpr int kBadRequest = 400;
 
+// No receiver takes a longer one.
+constexpr std::size_t kLongestPayload = 20'000'000;
+
+void logUnsendable(const TarnInternalMessage& message) {
+    logMessage(LOG_ERR, "Message %s for %.200s is longer than the bus takes, dropped\n",
+               typeWord(message.type()), message.objectName().c_str());
+}
+
 UniqueJSON objectWith(const char* key, UniqueJSON item) {
     UniqueJSON object = jsonObject();
     addMember(object.get(), key, std::move(item));
@@ -88,6 +96,8 @@ void AsyncTarnInternalClient::connectToTarnInternal() {
     transport_.setHeartbeat(heartbeatPeriod_, [this] { send(SETMessage("", nullptr)); });
     transport_.setOnData([this](const char* data, std::size_t size,
                                 const TCPClientImplAsio::IpDetails&) { parser_.feed(data, size); });
+    // Half a frame would be kept until the bus is back.
+    transport_.setOnClose([this](const std::string&) { parser_.reset(); });
     parser_.setOnMessage([this](Payload payload) { handlePayload(std::move(payload)); });
     transport_.start();
 }
@@ -152,7 +162,16 @@ void AsyncTarnInternalClient::send(TarnInternalMessage&& message) {
 }
 
 void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) {
-    std::vector<std::string> parts = netStringParts(message.encode());
+    if (message.leastDataSize() > kLongestPayload) {
+        logUnsendable(message);
+        return;
+    }
+    std::string payload = message.encode();
+    if (payload.size() > kLongestPayload) {
+        logUnsendable(message);
+        return;
+    }
+    std::vector<std::string> parts = netStringParts(std::move(payload));
     transport_.send(parts);
 }
 

@@ -27,7 +27,8 @@ enum class ConnectionState { disconnected = 0, connected = 1 };
 // Belongs to the owner and lives on the thread that runs the I/O service, where all callbacks are
 // called. send(), sendUnstamped(), gather() and flush() are for any thread; setModuleReady() and
 // subscribe() too, as long as the loop does not use what they change at that moment. Sends that
-// fail are forgotten. Exceptions are those of the transport.
+// fail are forgotten, a message of more than 20,000,000 bytes after a log line. Exceptions are
+// those of the transport.
 class AsyncTarnInternalClient {
   public:
     using Batch = TCPClientImplAsio::Batch;

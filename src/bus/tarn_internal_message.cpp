@@ -2,9 +2,13 @@
 
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
+#include "bus/item_count.h"
+#include "model/json_size.h"
 #include "model/line_limit.h"
 #include "model/log.h"
+#include "model/memory.h"
 #include "model/numbers.h"
 #include "model/text.h"
 #include "model/trace.h"
@@ -20,6 +24,16 @@ std::unique_ptr<std::vector<char>> terminated(std::unique_ptr<std::vector<char>>
         payload->push_back('\0');
     }
     return payload;
+}
+
+// The tree takes up to a hundred times the room of the text.
+constexpr std::size_t kMostItems = 50'000;
+// Every answer repeats it.
+constexpr std::size_t kLongestId = std::size_t{1} * 1024 * 1024;
+
+bool hasUsableId(const cJSON* data) {
+    const char* const id = jsonText(jsonMember(data, "id"));
+    return id == nullptr || strnlen(id, kLongestId + 1) <= kLongestId;
 }
 
 int32_t integerOf(const cJSON* item) {
@@ -66,6 +80,15 @@ TarnInternalMessage::TarnInternalMessage(MessageType type, std::string objectNam
     addData("id", jsonString(uniqueId_));
 }
 
+TarnInternalMessage::~TarnInternalMessage() {
+    const bool large = rawBuffer_ && rawBuffer_->size() > kLargeUse;
+    rawBuffer_.reset();
+    data_.reset();
+    if (large) {
+        returnFreeMemory();
+    }
+}
+
 // Copying the header may run out of memory, so neither of these can promise not to throw.
 // NOLINTNEXTLINE(performance-noexcept-move-constructor)
 TarnInternalMessage::TarnInternalMessage(TarnInternalMessage&& other) {
@@ -107,11 +130,18 @@ bool TarnInternalMessage::decode(char* payload) {
 std::string TarnInternalMessage::encode() const {
     std::string payload = header_.encode();
     if (data_) {
-        payload += renderJSON(data_.get(), false);
+        appendJSON(payload, *data_);
     } else if (dataText_) {
         payload += dataText_;
     }
     return payload;
+}
+
+std::size_t TarnInternalMessage::leastDataSize() const {
+    if (data_) {
+        return renderedSize(data_.get()).least;
+    }
+    return dataText_ != nullptr ? std::strlen(dataText_) : 0;
 }
 
 const cJSON* TarnInternalMessage::data() const {
@@ -130,8 +160,12 @@ UniqueJSON TarnInternalMessage::parseData() const {
 }
 
 UniqueJSON TarnInternalMessage::parseDataText() const {
-    UniqueJSON data = parseJSON(dataText_, std::strlen(dataText_));
-    if (!data) {
+    const std::string_view text = dataText_;
+    UniqueJSON data;
+    if (!hasMoreItems(text, kMostItems)) {
+        data = parseJSON(text.data(), text.size());
+    }
+    if (!data || !hasUsableId(data.get())) {
         logLimited("TarnInternalMessage data decode error", LOG_INFO,
                    "TarnInternalMessage data decode error:%s\n", shownPayload(dataText_).c_str());
         data = jsonNull();

@@ -31,10 +31,14 @@ class TarnInternalMessage {
   public:
     // Without type, object and data.
     TarnInternalMessage() = default;
-    virtual ~TarnInternalMessage() = default;
+    // Gives the memory of a large message back to the system.
+    virtual ~TarnInternalMessage();
 
-    // The payload text: the header line and the data without any white space.
+    // The payload text: the header line and the data without any white space. Throws std::bad_alloc
+    // when there is no memory for it.
     virtual std::string encode() const;
+    // How many bytes its data has at least, without the cost of rendering it.
+    std::size_t leastDataSize() const;
 
     // Decodes a received payload, which ends in NUL; one that does not is said on standard error
     // and gets one. Throws std::runtime_error when the payload has no valid header line.
@@ -55,7 +59,8 @@ class TarnInternalMessage {
     int32_t source() const { return header_.source; }
 
     // The data, borrowed and kept until the message goes. A JSON null when there is none or its
-    // text does not parse; never a null pointer while there is memory.
+    // text does not parse; never a null pointer while there is memory. Text of more than 50,000
+    // items, or with an "id" of more than 1 MiB, counts as one that does not parse.
     const cJSON* data() const;
     // The same as a tree of the caller's own, parsed anew from the received text.
     UniqueJSON parseData() const;

@@ -6,6 +6,8 @@
 
 #include <asio/error.hpp>
 
+#include "model/memory.h"
+
 namespace lumo {
 
 namespace {
@@ -101,6 +103,7 @@ std::error_code TcpSender::queue(std::span<std::string> parts) {
         return make_error_code(std::errc::no_buffer_space);
     }
     queue_.append(parts);
+    large_ = large_ || queue_.bytes() > kLargeUse;
     return {};
 }
 
@@ -159,6 +162,13 @@ void TcpSender::detach() {
         link_.reset();
     }
     queue_.clear();
+    returnMemory();
+}
+
+void TcpSender::returnMemory() {
+    if (std::exchange(large_, false)) {
+        returnFreeMemory();
+    }
 }
 
 bool TcpSender::hasSocket() const {
@@ -188,6 +198,8 @@ void TcpSender::writeOn() {
     }
     if (error) {
         waitToWrite(error == asio::error::would_block ? std::error_code() : error);
+    } else {
+        returnMemory();
     }
 }
 

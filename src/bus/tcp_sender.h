@@ -106,6 +106,7 @@ class TcpSender {
     void handOver(Batch& batch);
     void offer(std::span<std::string> parts);
     std::error_code queue(std::span<std::string> parts);
+    void returnMemory();
     void startWriting();
     void writeOn();
     void waitToWrite(const std::error_code& error);
@@ -120,6 +121,7 @@ class TcpSender {
     std::uint64_t connection_ = 0;  // counts the attempts
     std::thread::id greeter_;
     WriteQueue queue_;
+    bool large_ = false;  // so much was queued that its memory is given back when it is written
 };
 
 }  // namespace lumo

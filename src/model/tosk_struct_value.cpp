@@ -1,16 +1,9 @@
 #include "model/tosk_struct_value.h"
 
-#include <string_view>
-
+#include "model/struct_size.h"
 #include "model/trace.h"
 
 namespace {
-
-constexpr std::string_view kMemberPrefix = "_d_";
-
-bool isMemberKey(const char* key) {
-    return key && std::string_view(key).starts_with(kMemberPrefix);
-}
 
 // A member that comes without any identifier bears its key's name, also the empty one.
 bool readNamed(ToskParam& param, const cJSON* json, const std::string& name) {
@@ -41,6 +34,9 @@ int ToskStructValue::fromJSON(const cJSON* item) {
     for (std::size_t place = 0; place < params_.size(); ++place) {
         notePlace(places, place);
     }
+    if (!fits(places, item)) {
+        return -1;
+    }
     const cJSON* member = nullptr;
     cJSON_ArrayForEach(member, item) {
         if (isMemberKey(member->string)) {
@@ -48,6 +44,26 @@ int ToskStructValue::fromJSON(const cJSON* item) {
         }
     }
     return 0;
+}
+
+// A member that is held takes over no more than the value, and may keep the one it has.
+bool ToskStructValue::fits(const Places& places, const cJSON* item) const {
+    StructSize size = sizeOfValue(this);
+    const cJSON* member = nullptr;
+    cJSON_ArrayForEach(member, item) {
+        if (!isMemberKey(member->string)) {
+            continue;
+        }
+        const std::string name = member->string + kMemberPrefix.size();
+        const auto held = places.find(name);
+        if (held == places.end()) {
+            size += sizeOfMember(member, name);
+        } else {
+            const StructSize old = sizeOfValue(params_[held->second].value().get());
+            size += sizeOfValue(jsonMember(member, "value")).over(old);
+        }
+    }
+    return !size.tooLarge();
 }
 
 void ToskStructValue::notePlace(Places& places, std::size_t place) const {

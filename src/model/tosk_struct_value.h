@@ -20,7 +20,8 @@ class ToskStructValue : public ToskValue {
 
     // Merges the members of `item` whose keys begin with "_d_". One that is held takes over the
     // value read (its listener hears of a change), any other is added; what is not readable as a
-    // parameter is passed over. 0, or -1 for a null item.
+    // parameter is passed over. 0, or -1 for a null item and for one that would make the struct
+    // hold more than StructSize allows; nothing is merged then.
     int fromJSON(const cJSON* item) override;
 
     // An object of the members, each under "_d_" and its leaf, without its identifier.
@@ -36,6 +37,7 @@ class ToskStructValue : public ToskValue {
   private:
     // Where the first member of each name stands, for members without a prefix.
     using Places = std::unordered_map<std::string, std::size_t>;
+    bool fits(const Places& places, const cJSON* item) const;
     void notePlace(Places& places, std::size_t place) const;
     void readMember(Places& places, const cJSON* json, const std::string& memberName);
 

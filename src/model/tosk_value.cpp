@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include "model/numbers.h"
 #include "model/tosk_param.h"
@@ -127,7 +128,7 @@ void ToskFloatValue::set(double value) {
 
 int ToskStringValue::fromJSON(const cJSON* item) {
     const char* text = jsonText(item);
-    if (!text) {
+    if (!text || strnlen(text, kLongest + 1) > kLongest) {
         return -1;
     }
     if (text_ != text) {

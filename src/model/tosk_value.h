@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -96,9 +97,11 @@ class ToskFloatValue : public ToskValue {
     Relaxed<double> value_;
 };
 
-// A text. Refuses every item that is no JSON string.
+// A text. Refuses every item that is no JSON string, and one of more than 1 MiB.
 class ToskStringValue : public ToskValue {
   public:
+    static constexpr std::size_t kLongest = std::size_t{1} * 1024 * 1024;
+
     explicit ToskStringValue(std::string text = {})
         : ToskValue(kTypeString), text_(std::move(text)) {}
 

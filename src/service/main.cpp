@@ -9,6 +9,7 @@
 #include <exception>
 
 #include "model/log.h"
+#include "model/memory.h"
 #include "model/trace.h"
 #include "service/device_name.h"
 #include "service/options.h"
@@ -73,6 +74,7 @@ int main(int argc, char* argv[]) {
     if (parsed.exitStatus) {
         return *parsed.exitStatus;
     }
+    keepMemorySmall();
     openLog("Pallwatch", LOG_LOCAL2);
     surviveSignals(parsed.options.detached);
     try {

@@ -1,17 +1,26 @@
 #include "service/master_details_json.h"
 
+#include <cstring>
+#include <string>
+
+#include "model/tosk_value.h"
+
 namespace {
+
+// What is no text, or longer than a parameter takes, changes nothing.
+void readText(const cJSON* item, std::string& text) {
+    const char* const found = jsonText(item);
+    if (found && strnlen(found, ToskStringValue::kLongest + 1) <= ToskStringValue::kLongest) {
+        text = found;
+    }
+}
 
 ControllerDetails controllerFromJSON(const cJSON* item) {
     ControllerDetails details;
-    if (const char* const ipAddress = jsonText(jsonMember(item, "ipAddress"))) {
-        details.ipAddress = ipAddress;
-    }
+    readText(jsonMember(item, "ipAddress"), details.ipAddress);
     details.present = cJSON_IsTrue(jsonMember(item, "present")) != 0;
     details.active = cJSON_IsTrue(jsonMember(item, "active")) != 0;
-    if (const char* const version = jsonText(jsonMember(item, "version"))) {
-        details.version = version;
-    }
+    readText(jsonMember(item, "version"), details.version);
     return details;
 }
 

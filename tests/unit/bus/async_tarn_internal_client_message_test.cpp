@@ -214,6 +214,20 @@ TEST_F(BusClientMessage, MasterStateMessagesAreLoggedByTheirHeader) {
                                       "[\"RSP\", \"system\", 2, 8, 0]\n"}));
 }
 
+TEST_F(BusClientMessage, LongerThanTheBusTakesIsLoggedAndNotSent) {
+    ASSERT_TRUE(connectAndLogIn());
+    const auto sendText = [this](std::size_t length) {
+        client_->send(NOTMessage("system", "x", jsonString(std::string(length, 'x'))));
+    };
+    sendText(20'000'000);
+    EXPECT_THAT(log_.lines(),
+                ElementsAre(CapturedLog::Line{
+                    LOG_ERR, "Message NOT for system is longer than the bus takes, dropped\n"}));
+    sendText(10);
+    EXPECT_THAT(hear(3).at(2), testing::HasSubstr("xxxxxxxxxx"));
+    EXPECT_EQ(heard().size(), 3u);
+}
+
 TEST_F(BusClientMessage, ReadinessIsAnnouncedOnce) {
     const std::string ready = R"("param":{"moduleReady":)"
                               R"({"name":"Pallwatch","connID":8,"ready":true}}})";

@@ -168,6 +168,36 @@ TEST(MessageData, ThatIsEmptyDoesNotParse) {
                 ElementsAre(Line{LOG_INFO, "TarnInternalMessage data decode error:\n"}));
 }
 
+TEST(MessageData, OfMoreThanFiftyThousandItemsDoesNotParse) {
+    CapturedLog log;
+    const auto array = [](int items) {
+        std::string text = "[1";
+        for (int i = 1; i < items; ++i) {
+            text += ",1";
+        }
+        return text + "]";
+    };
+    EXPECT_TRUE(cJSON_IsArray(received(kLine + array(50'000)).data()));
+    EXPECT_THAT(log.lines(), IsEmpty());
+    const TarnInternalMessage message = received(kLine + array(50'001));
+    EXPECT_TRUE(cJSON_IsNull(message.data()));
+    EXPECT_TRUE(cJSON_IsNull(message.data()));
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_THAT(log.lines()[0].text,
+                testing::StartsWith("TarnInternalMessage data decode error:[1,1"));
+}
+
+TEST(MessageData, WithAnIdOfMoreThanAMebibyteDoesNotParse) {
+    CapturedLog log;
+    const auto withId = [](std::size_t length) {
+        return std::string(kLine) + R"({"id":")" + std::string(length, 'i') + "\"}";
+    };
+    EXPECT_EQ(received(withId(1024 * 1024)).uniqueId().size(), 1024u * 1024u);
+    const TarnInternalMessage message = received(withId(1024 * 1024 + 1));
+    EXPECT_TRUE(cJSON_IsNull(message.data()));
+    EXPECT_EQ(message.uniqueId(), "");
+}
+
 TEST(MessageData, OfAMessageWithoutAnyIsNullAndNotKept) {
     CapturedLog log;
     const TarnInternalMessage message;

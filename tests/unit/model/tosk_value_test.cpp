@@ -274,6 +274,14 @@ TEST(ToskStringValue, ReadsTextsOnly) {
     EXPECT_TRUE(value.changed());
 }
 
+TEST(ToskStringValue, RefusesMoreThanAMebibyte) {
+    ToskStringValue value("before");
+    EXPECT_EQ(-1, value.fromJSON(jsonString(std::string(1024 * 1024 + 1, 'x')).get()));
+    EXPECT_EQ("before", value.text());
+    EXPECT_EQ(0, value.fromJSON(jsonString(std::string(1024 * 1024, 'x')).get()));
+    EXPECT_EQ(1024u * 1024u, value.text().size());
+}
+
 TEST(ToskStringValue, ReadingTheSameTextIsNoChange) {
     ToskStringValue value("same");
     EXPECT_EQ(0, value.fromJSON(parsed("\"same\"").get()));

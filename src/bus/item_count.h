@@ -1,0 +1,9 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+// Whether the array or object that the JSON text begins with has more than `most` items, those of
+// arrays and objects inside it counted: its brackets and commas outside of texts. Linear, takes no
+// memory. A text that is no JSON is looked at as far as a parser would come.
+bool hasMoreItems(std::string_view json, std::size_t most);

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include <cjson/cJSON.h>
+
+class ToskParam;
+class ToskValue;
+
+// How much a struct holds, or would hold: whoever may write to it could make it grow for ever.
+struct StructSize {
+    static constexpr std::size_t kMostMembers = 64;
+    static constexpr std::size_t kMostTexts = std::size_t{1} * 1024 * 1024;
+
+    std::size_t members = 0;  // those of structs inside it counted
+    std::size_t texts = 0;    // bytes of names, widgets, values and choices
+
+    bool tooLarge() const { return members > kMostMembers || texts > kMostTexts; }
+    StructSize& operator+=(const StructSize& other);
+    // By how much this is more than the other, each of the two by itself.
+    StructSize over(const StructSize& other) const;
+};
+
+// What holds nothing, or is null, has the size zero. The first two measure what is held, the others
+// what is read from an item.
+StructSize sizeOfValue(const ToskValue* value);
+StructSize sizeOfMember(const ToskParam& member);
+StructSize sizeOfValue(const cJSON* item);
+StructSize sizeOfMember(const cJSON* item, std::string_view name);
+
+// What the key of a struct's JSON begins with when a member follows; the rest is its name.
+constexpr std::string_view kMemberPrefix = "_d_";
+bool isMemberKey(const char* key);
