@@ -60,6 +60,10 @@ void logMessageWith(int priority, const char* format, va_list arguments) {
     errno = errorNumber;
 }
 
+void flushLog() {
+    systemLog().flush();
+}
+
 LogSink replaceLogSink(LogSink sink) {
     forgetHeldBackLines();
     return std::exchange(currentSink(), std::move(sink));

@@ -24,6 +24,9 @@ void logMessage(int priority, const char* format, ...) __attribute__((format(pri
 void logMessageWith(int priority, const char* format, va_list arguments)
     __attribute__((format(printf, 2, 0)));
 
+// Sends what the log did not take at once, as far as it takes it now; to be called now and then.
+void flushLog();
+
 // Puts `sink` in the place of the system log and gives the sink it replaced; an empty one means the
 // system log. Made for tests. Call it while no other thread logs; the sink runs on the thread that
 // logs.

@@ -11,11 +11,25 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <new>
 #include <utility>
 
 namespace {
 
 constexpr std::chrono::milliseconds kMostWaitingInASecond{100};
+constexpr std::size_t kMostKept = std::size_t{64} << 10;
+
+// "N log lines were lost", without asking for memory.
+class LostText {
+  public:
+    explicit LostText(std::size_t lost)
+        : size_(std::snprintf(bytes_.data(), bytes_.size(), "%zu log lines were lost\n", lost)) {}
+    std::string_view text() const { return {bytes_.data(), static_cast<std::size_t>(size_)}; }
+
+  private:
+    std::array<char, 64> bytes_{};
+    int size_;
+};
 
 }  // namespace
 
@@ -37,9 +51,16 @@ void SystemLog::setSource(std::string ident, int facility) {
 
 void SystemLog::write(int priority, std::string_view text) {
     const std::lock_guard lock(mutex_);
-    if (!tellLost() || !sendLine(priority, text)) {
-        ++lost_;
+    const LogLineHeader header = headerOf(priority);
+    Outcome outcome = sendKept();
+    if (outcome == Outcome::sent) {
+        outcome = tellLost();
     }
+    if (outcome == Outcome::sent) {
+        outcome = sendLine(header.text(), text);
+    }
+    const bool kept = outcome == Outcome::later && keep(header.text(), text);
+    lost_ += outcome == Outcome::sent || kept ? 0 : 1;
 }
 
 void SystemLog::countLost() {
@@ -47,35 +68,77 @@ void SystemLog::countLost() {
     ++lost_;
 }
 
-bool SystemLog::tellLost() {
-    if (lost_ == 0) {
-        return true;
+void SystemLog::flush() {
+    const std::lock_guard lock(mutex_);
+    if (sendKept() == Outcome::sent) {
+        tellLost();
     }
-    std::array<char, 64> text = {};
-    const int size = std::snprintf(text.data(), text.size(), "%zu log lines were lost\n", lost_);
-    if (!sendLine(LOG_WARNING, {text.data(), static_cast<std::size_t>(size)})) {
-        return false;
-    }
-    lost_ = 0;
-    return true;
 }
 
-bool SystemLog::sendLine(int priority, std::string_view text) {
-    if ((priority & LOG_FACMASK) == 0) {
-        priority |= facility_;
+LogLineHeader SystemLog::headerOf(int priority) const {
+    const bool namesFacility = (priority & LOG_FACMASK) != 0;
+    return {namesFacility ? priority : priority | facility_, std::time(nullptr), ident_};
+}
+
+// A log that is gone may come back for what was kept when it was there.
+SystemLog::Outcome SystemLog::sendKept() {
+    while (!kept_.empty()) {
+        const Outcome outcome = sendLine(kept_.front(), {});
+        if (outcome == Outcome::later || (outcome == Outcome::never && errno != EMSGSIZE)) {
+            return Outcome::later;
+        }
+        lost_ += outcome == Outcome::sent ? 0 : 1;
+        keptBytes_ -= kept_.front().size();
+        kept_.pop_front();
     }
-    const LogLineHeader header(priority, std::time(nullptr), ident_);
-    if (sendInTime(header.text(), text)) {
-        return true;
+    return Outcome::sent;
+}
+
+SystemLog::Outcome SystemLog::tellLost() {
+    if (lost_ == 0) {
+        return Outcome::sent;
+    }
+    const Outcome outcome = sendLine(headerOf(LOG_WARNING).text(), LostText(lost_).text());
+    lost_ = outcome == Outcome::sent ? 0 : lost_;
+    return outcome;
+}
+
+// False when there is no room or no memory for it. Behind a line that was lost nothing is kept, so
+// that one line tells of all of them.
+bool SystemLog::keep(std::string_view header, std::string_view text) try {
+    const bool lostBehindKept = lost_ > 0 && !kept_.empty();
+    if (lostBehindKept || keptBytes_ + header.size() + text.size() > kMostKept) {
+        return false;
+    }
+    if (lost_ > 0) {
+        keepRecord(headerOf(LOG_WARNING).text(), LostText(lost_).text());
+        lost_ = 0;
+    }
+    keepRecord(header, text);
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+void SystemLog::keepRecord(std::string_view header, std::string_view text) {
+    kept_.push_back(std::string(header).append(text));
+    keptBytes_ += kept_.back().size();
+}
+
+SystemLog::Outcome SystemLog::sendLine(std::string_view header, std::string_view text) {
+    if (sendInTime(header, text)) {
+        return Outcome::sent;
     }
     // The log may have been started anew, with either kind of socket.
     disconnect();
     connect();
-    if (sendInTime(header.text(), text)) {
-        return true;
+    if (sendInTime(header, text)) {
+        return Outcome::sent;
     }
+    const int reason = errno;
     disconnect();
-    return false;
+    errno = reason;
+    return reason == EAGAIN ? Outcome::later : Outcome::never;
 }
 
 bool SystemLog::sendInTime(std::string_view header, std::string_view text) {

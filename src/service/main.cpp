@@ -77,11 +77,13 @@ int main(int argc, char* argv[]) {
     keepMemorySmall();
     openLog("Pallwatch", LOG_LOCAL2);
     surviveSignals(parsed.options.detached);
+    int status = EXIT_SUCCESS;
     try {
         runService(parsed.options);
     } catch (const std::exception& error) {
         traceError("%s", error.what());
-        return EXIT_FAILURE;
+        status = EXIT_FAILURE;
     }
-    return EXIT_SUCCESS;
+    flushLog();
+    return status;
 }

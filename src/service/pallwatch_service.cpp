@@ -127,6 +127,7 @@ void PallwatchService::handleConnectionState(lumo::ConnectionState state) {
 
 void PallwatchService::pollOnce() {
     tellHeldBackLines();
+    flushLog();
     const auto batch = client_->gather();
     try {
         systemState_->poll();
