@@ -56,3 +56,11 @@ function(pallwatch_unit_tests room)
   gtest_discover_tests(unit_${room} TEST_PREFIX ${room}/ PROPERTIES LABELS unit TIMEOUT 60
                        DISCOVERY_TIMEOUT 60)
 endfunction()
+
+# Lets the unit tests of a room see its file calls, and answer one in the system's place.
+function(pallwatch_watch_file_calls room)
+  target_sources(unit_${room} PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit/support/file_calls.cpp)
+  foreach(call stat fstat readlink open read write fchown fchmod fsync close rename unlink rmdir mkdir)
+    target_link_options(unit_${room} PRIVATE LINKER:--wrap=${call})
+  endforeach()
+endfunction()

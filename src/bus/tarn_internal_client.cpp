@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -17,18 +16,8 @@ namespace {
 
 constexpr const char* kAddressFile = "/sys/class/net/eth0/address";
 
-std::string readAll(FILE* file) {
-    std::string text;
-    std::array<char, 128> chunk = {};
-    while (const size_t size = std::fread(chunk.data(), 1, chunk.size(), file)) {
-        text.append(chunk.data(), size);
-    }
-    return text;
-}
-
 // The letters and digits of the address up to the first NUL byte.
-std::string addressText(const std::string& addressFile, FILE* file) {
-    std::string text = readAll(file);
+std::string addressText(const std::string& addressFile, std::string text) {
     if (!text.empty() && text.back() != '\0') {
         logMessage(LOG_DEBUG, "%s terminated with'%c'.\n", addressFile.c_str(), text.back());
         text.back() = '\0';
@@ -41,15 +30,18 @@ std::string addressText(const std::string& addressFile, FILE* file) {
 }  // namespace
 
 std::string readHostId(const std::string& addressFile, pid_t processId) try {
-    const UniqueFile file = openFile(addressFile, "r");
-    if (!file) {
+    FileContents contents = readContents(addressFile);
+    if (contents.outcome == Reading::noMemory) {
+        throw std::bad_alloc();
+    }
+    if (contents.outcome == Reading::missing || contents.outcome == Reading::notOpened) {
         logMessage(LOG_WARNING,
                    "TarnInternalClient::primeHostID could not open saved file: %s. Empty mac "
                    "address used.\n",
                    addressFile.c_str());
         return {};
     }
-    return std::to_string(processId) + "." + addressText(addressFile, file.get());
+    return std::to_string(processId) + "." + addressText(addressFile, std::move(contents.bytes));
 } catch (const std::bad_alloc&) {
     traceError("TarnInternalClient::primeHostID Memory error");
     std::abort();

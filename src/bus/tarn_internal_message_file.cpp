@@ -12,33 +12,43 @@
 
 namespace {
 
-void logReadingError(const std::string& path) {
-    logMessage(LOG_CRIT, "Reading error loading %s from disk: %s\n", path.c_str(),
-               std::strerror(errno));
+// Logs what kept a file from being read.
+void logFailure(const FileContents& contents, const std::string& path) {
+    if (contents.outcome == Reading::missing || contents.outcome == Reading::notOpened) {
+        logMessage(LOG_WARNING, "TarnInternalMessage could not open \"%s\". Empty set used.\n",
+                   path.c_str());
+        return;
+    }
+    logMessage(LOG_CRIT, "%s error loading %s from disk: %s\n",
+               contents.outcome == Reading::noMemory ? "Memory" : "Reading", path.c_str(),
+               std::strerror(contents.errorNumber));
 }
 
-// The rest of the file's bytes and a terminator; null after a log line.
-MallocText readText(FILE* file, const std::string& path) {
-    const long end = std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : -1;
-    if (end < 0) {
-        logReadingError(path);
-        return nullptr;
+bool isWhole(const FileContents& contents) {
+    return contents.outcome == Reading::complete && contents.bytes.size() >= contents.statedSize;
+}
+
+// The bytes and a terminator; null when memory ran out.
+MallocText terminated(const std::string& bytes) {
+    MallocText text(static_cast<char*>(std::malloc(bytes.size() + 1)));
+    if (text) {
+        std::memcpy(text.get(), bytes.c_str(), bytes.size() + 1);
     }
-    const auto size = static_cast<size_t>(end);
-    MallocText text(static_cast<char*>(std::malloc(size + 1)));
-    if (!text) {
-        logMessage(LOG_CRIT, "Memory error loading %s from disk: %s\n", path.c_str(),
-                   std::strerror(errno));
-        return nullptr;
-    }
-    std::rewind(file);
-    errno = 0;  // a file that merely ends too soon leaves it alone
-    if (std::fread(text.get(), 1, size, file) != size) {
-        logReadingError(path);
-        return nullptr;
-    }
-    text.get()[size] = '\0';
     return text;
+}
+
+// The file's bytes and a terminator; null after a log line.
+MallocText readText(const std::string& path) {
+    FileContents contents = readContents(path);
+    if (isWhole(contents)) {
+        if (MallocText text = terminated(contents.bytes)) {
+            return text;
+        }
+        contents.outcome = Reading::noMemory;
+        contents.errorNumber = ENOMEM;
+    }
+    logFailure(contents, path);
+    return nullptr;
 }
 
 }  // namespace
@@ -62,13 +72,7 @@ void TarnInternalMessage::save(const std::string& directory) {
 }
 
 bool TarnInternalMessage::load(const std::string& path) {
-    const UniqueFile file = openFile(path, "rb");
-    if (!file) {
-        logMessage(LOG_WARNING, "TarnInternalMessage could not open \"%s\". Empty set used.\n",
-                   path.c_str());
-        return false;
-    }
-    MallocText text = readText(file.get(), path);
+    MallocText text = readText(path);
     if (!text) {
         return false;
     }

@@ -1,14 +1,18 @@
 #include "model/files.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <new>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "model/log.h"
 
@@ -25,19 +29,73 @@ UniqueFile openedFile(const std::string& path, const char* mode) {
     return file;
 }
 
-// All that can be read. Whether that is everything, ferror tells.
-std::string contentsOf(FILE* file) {
-    std::string contents;
-    std::array<char, 4096> chunk;
-    size_t count = 0;
-    while ((count = std::fread(chunk.data(), 1, chunk.size(), file)) > 0) {
-        contents.append(chunk.data(), count);
+// Not waiting for whoever may be at the other end, and never becoming a terminal's process.
+constexpr int kReadFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
+FileContents stoppedBy(Reading outcome, int errorNumber) {
+    FileContents contents;
+    contents.outcome = outcome;
+    contents.errorNumber = errorNumber;
+    return contents;
+}
+
+ssize_t readSome(int descriptor, void* bytes, size_t size) {
+    ssize_t count = 0;
+    do {
+        count = ::read(descriptor, bytes, size);
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
+// Reads one byte more than the limit at most, to learn whether there is one.
+void readBytes(int descriptor, size_t limit, FileContents& contents) {
+    contents.bytes.reserve(std::min(limit, contents.statedSize));
+    std::array<char, 16384> chunk;
+    while (true) {
+        const size_t room = limit - contents.bytes.size();
+        const ssize_t count = readSome(descriptor, chunk.data(), std::min(chunk.size(), room + 1));
+        if (count <= 0) {
+            contents.outcome = count == 0 ? Reading::complete : Reading::failed;
+            contents.errorNumber = count == 0 ? 0 : errno;
+            return;
+        }
+        contents.bytes.append(chunk.data(), std::min(static_cast<size_t>(count), room));
+        if (static_cast<size_t>(count) > room) {
+            contents.outcome = Reading::tooLong;
+            contents.errorNumber = EFBIG;
+            return;
+        }
+    }
+}
+
+FileContents contentsOf(int descriptor, size_t limit) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) {
+        return stoppedBy(Reading::notOpened, errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return stoppedBy(Reading::notRegular, S_ISDIR(status.st_mode) ? EISDIR : ESPIPE);
+    }
+    FileContents contents;
+    contents.statedSize = static_cast<size_t>(std::max<off_t>(status.st_size, 0));
+    readBytes(descriptor, limit, contents);
+    return contents;
+}
+
+// For callers who tell failures by exceptions; what they get may have been cut short by one.
+FileContents openedContents(const std::string& path) {
+    FileContents contents = readContents(path);
+    if (contents.outcome == Reading::missing || contents.outcome == Reading::notOpened) {
+        throw std::runtime_error("error while opening file: " + path);
+    }
+    if (contents.outcome == Reading::noMemory) {
+        throw std::bad_alloc();
     }
     return contents;
 }
 
-void requireReadable(FILE* file, const std::string& path) {
-    if (std::ferror(file) != 0) {
+void requireReadable(const FileContents& contents, const std::string& path) {
+    if (contents.outcome == Reading::failed || contents.outcome == Reading::notRegular) {
         throw std::runtime_error("error while reading file: " + path);
     }
 }
@@ -46,6 +104,27 @@ void requireReadable(FILE* file, const std::string& path) {
 
 UniqueFile openFile(const std::string& path, const char* mode) {
     return UniqueFile(std::fopen(path.c_str(), (std::string(mode) + "e").c_str()));
+}
+
+UniqueDescriptor::~UniqueDescriptor() {
+    const int errorNumber = errno;
+    close();
+    errno = errorNumber;
+}
+
+bool UniqueDescriptor::close() {
+    const int descriptor = std::exchange(descriptor_, -1);
+    return descriptor < 0 || ::close(descriptor) == 0;
+}
+
+FileContents readContents(const std::string& path, size_t limit) try {
+    const UniqueDescriptor descriptor(::open(path.c_str(), kReadFlags));
+    if (!descriptor) {
+        return stoppedBy(errno == ENOENT ? Reading::missing : Reading::notOpened, errno);
+    }
+    return contentsOf(descriptor.get(), limit);
+} catch (const std::bad_alloc&) {
+    return stoppedBy(Reading::noMemory, ENOMEM);
 }
 
 bool fileExists(const std::string& path) {
@@ -63,24 +142,23 @@ void makeDirectory(const std::string& path) {
 }
 
 std::string readFile(const std::string& path, bool keepNewlines) {
-    const UniqueFile file = openedFile(path, "r");
-    std::string text = contentsOf(file.get());
-    requireReadable(file.get(), path);
+    FileContents contents = openedContents(path);
+    requireReadable(contents, path);
+    std::string& text = contents.bytes;
     if (!keepNewlines) {
         std::erase(text, '\n');
     } else if (!text.empty() && text.back() != '\n') {
         text += '\n';
     }
-    return text;
+    return std::move(text);
 }
 
 std::string readWholeFile(const std::string& path) {
-    const UniqueFile file = openFile(path, "r");
-    if (!file) {
-        return {};
+    FileContents contents = readContents(path);
+    if (contents.outcome == Reading::noMemory) {
+        throw std::bad_alloc();
     }
-    std::string text = contentsOf(file.get());
-    return std::ferror(file.get()) == 0 ? text : std::string();
+    return contents.outcome == Reading::failed ? std::string() : std::move(contents.bytes);
 }
 
 std::string readFirstLine(const std::string& path) {
@@ -121,12 +199,12 @@ void sleepFor(std::chrono::milliseconds time) {
 
 std::string readKeyValue(const std::string& path, const std::string& key, const Pause& pause) {
     for (int attempt = 0; attempt < kKeyAttempts; ++attempt) {
-        const UniqueFile file = openedFile(path, "r");
+        const FileContents contents = openedContents(path);
         // What was read before an error counts: the key may already be there.
-        if (std::optional<std::string> value = findKeyValue(contentsOf(file.get()), key)) {
+        if (std::optional<std::string> value = findKeyValue(contents.bytes, key)) {
             return *value;
         }
-        requireReadable(file.get(), path);
+        requireReadable(contents, path);
         pause(kKeyPause);
     }
     return {};

@@ -1,8 +1,28 @@
 #include "model/json.h"
 
+#include <cstdlib>
 #include <utility>
 
 namespace {
+
+thread_local unsigned long failedAllocations = 0;
+JSONAllocator currentAllocator = std::malloc;
+
+void* countingAllocator(size_t size) {
+    void* const memory = currentAllocator(size);
+    if (memory == nullptr) {
+        ++failedAllocations;
+    }
+    return memory;
+}
+
+// The library's own calls do not all say that memory ran out: a number that finds none is a null
+// that the next call drops.
+[[maybe_unused]] const bool hooked = [] {
+    cJSON_Hooks hooks{countingAllocator, std::free};
+    cJSON_InitHooks(&hooks);
+    return true;
+}();
 
 struct RenderingDeleter {
     void operator()(char* text) const { cJSON_free(text); }
@@ -71,6 +91,14 @@ UniqueJSON copyJSON(const cJSON* item) {
 std::string renderJSON(const cJSON* item, bool formatted) {
     const UniqueRendering text(formatted ? cJSON_Print(item) : cJSON_PrintUnformatted(item));
     return text ? std::string(text.get()) : std::string();
+}
+
+unsigned long failedJSONAllocations() {
+    return failedAllocations;
+}
+
+JSONAllocator replaceJSONAllocator(JSONAllocator allocate) {
+    return std::exchange(currentAllocator, allocate);
 }
 
 JSONDocument::JSONDocument(UniqueJSON root) : root_(root ? std::move(root) : jsonObject()) {}

@@ -45,6 +45,15 @@ UniqueJSON copyJSON(const cJSON* item);
 // Empty for a null item and when memory ran out.
 std::string renderJSON(const cJSON* item, bool formatted);
 
+// How often the JSON library has asked for memory in vain on this thread. A tree or a text that was
+// made while the number grew may lack any part of itself, whatever the calls said.
+unsigned long failedJSONAllocations();
+
+// Where the JSON library gets its memory from, malloc unless told otherwise; what it gives is freed
+// by free. Gives the one it replaced. Made for tests. Call it while no other thread uses JSON.
+using JSONAllocator = void* (*)(size_t size);
+JSONAllocator replaceJSONAllocator(JSONAllocator allocate);
+
 // Holds one JSON document from its making to its end.
 class JSONDocument {
   public:

@@ -1,3 +1,6 @@
+// A container on the disk: saved by writing a new file that takes the place of the current one, and
+// loaded from whichever of the two is whole.
+
 #include "model/json_container.h"
 
 #include <sys/stat.h>
@@ -16,73 +19,58 @@ namespace {
 constexpr int kCritical = LOG_USER | LOG_CRIT;
 constexpr int kWarning = LOG_USER | LOG_WARNING;
 
-std::string newNameOf(const std::string& path) {
-    return path + ".new";
-}
+// What is more is neither read nor written.
+constexpr size_t kMostBytes = size_t{16} << 20;
+
+constexpr int kOpenAttempts = 20;
+constexpr std::chrono::milliseconds kOpenPause{100};
 
 std::string oldNameOf(const std::string& path) {
     return path + ".old";
 }
 
-// False, with the errno of the first call that failed, unless every byte is on the disk.
-bool writeSynced(UniqueFile file, const std::string& text) {
-    const bool synced = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size() &&
-                        std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0;
-    const int errorNumber = errno;
-    const bool closed = std::fclose(file.release()) == 0;
-    if (!synced) {
-        errno = errorNumber;
-    }
-    return synced && closed;
+std::string badNameOf(const std::string& path) {
+    return path + ".bad";
 }
 
-// Makes the names in the directory of `path` last through a power cut.
-bool syncDirectoryOf(const std::string& path) {
-    const size_t slash = path.rfind('/');
-    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    const UniqueFile file = openFile(directory, "r");
-    return file && fsync(fileno(file.get())) == 0;
-}
-
-// The bytes from here to the end, or -1 when there is no telling.
-long sizeOf(FILE* file) {
-    if (std::fseek(file, 0, SEEK_END) != 0) {
-        return -1;
-    }
-    const long size = std::ftell(file);
-    std::rewind(file);
-    return size;
-}
-
-[[noreturn]] void abortAfterReadError(const std::string& path) {
+[[noreturn]] void abortAfterReadError(const std::string& path, int errorNumber) {
+    errno = errorNumber;
     logMessage(LOG_CRIT, "Reading error loading %s from disk: %m\n", path.c_str());
     std::abort();
 }
 
 [[noreturn]] void abortAfterMemoryError(const std::string& path) {
+    errno = ENOMEM;
     logMessage(LOG_CRIT, "Memory error loading %s from disk: %m\n", path.c_str());
     std::abort();
 }
 
-UniqueJSON parsedFile(FILE* file, const std::string& path) {
-    const long size = sizeOf(file);
-    if (size < 0) {
-        abortAfterReadError(path);
+UniqueJSON parsedFile(const FileContents& contents, const std::string& path) {
+    if (contents.bytes.size() < contents.statedSize) {
+        abortAfterReadError(path, 0);
     }
-    const size_t length = static_cast<size_t>(size);
-    // One more, for a parser that looks for the end of a text.
-    const std::unique_ptr<char[]> bytes(new (std::nothrow) char[length + 1]());
-    if (!bytes) {
+    const unsigned long failures = failedJSONAllocations();
+    UniqueJSON root = parseJSON(contents.bytes.data(), contents.bytes.size());
+    if (failedJSONAllocations() != failures) {
         abortAfterMemoryError(path);
     }
-    errno = 0;
-    if (std::fread(bytes.get(), 1, length, file) < length) {
-        abortAfterReadError(path);
-    }
-    return parseJSON(bytes.get(), length);
+    return root;
 }
 
 }  // namespace
+
+struct AbstractJSONTopLevelContainer::Names {
+    std::string current;
+    std::string fresh;
+    std::string old;
+    Unusable unusable;
+};
+
+struct AbstractJSONTopLevelContainer::Found {
+    bool present = false;
+    bool opened = false;
+    UniqueJSON root;
+};
 
 AbstractJSONTopLevelContainer::AbstractJSONTopLevelContainer(const std::string& name)
     : path_(name + ".json") {}
@@ -91,11 +79,13 @@ AbstractJSONTopLevelContainer::AbstractJSONTopLevelContainer(const std::string& 
                                                              const char* directory)
     : path_(std::string(directory) + "/" + name + ".json"), directory_(directory) {}
 
-void AbstractJSONTopLevelContainer::save(const char* path, bool keepOld) {
+void AbstractJSONTopLevelContainer::save(const char* path, bool keepOld) try {
     saved_ = false;
     if (const UniqueJSON root = document(path)) {
         writeFile(path, root.get(), keepOld);
     }
+} catch (const std::bad_alloc&) {
+    logSaveFailure(path);
 }
 
 void AbstractJSONTopLevelContainer::saveToOwnPath(bool keepOld) {
@@ -111,6 +101,7 @@ bool AbstractJSONTopLevelContainer::retrySave() {
 }
 
 UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const {
+    const unsigned long failures = failedJSONAllocations();
     UniqueJSON root = jsonObject();
     if (!root) {
         logMessage(kCritical,
@@ -118,32 +109,63 @@ UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const {
                    getName(), path);
         return nullptr;
     }
-    const char* name = getName();
     UniqueJSON payload = toJSON();
+    const bool complete = payload && addMember(root.get(), "version", jsonNumber(version_)) &&
+                          addMember(root.get(), getName(), std::move(payload));
     // A document without one of its members would replace a good file by a useless one.
-    if (!payload || !addMember(root.get(), "version", jsonNumber(version_)) ||
-        !addMember(root.get(), name, std::move(payload))) {
-        logMessage(kCritical, "%s container SAVE FAILED: could not alloc JSON object for \"%s\".\n",
-                   name, path);
+    if (!complete || failedJSONAllocations() != failures) {
+        logSaveFailure(path);
         return nullptr;
     }
     return root;
 }
 
+// Empty, after log lines, when memory ran out.
+std::string AbstractJSONTopLevelContainer::rendered(const cJSON* root,
+                                                    const std::string& path) const {
+    const unsigned long failures = failedJSONAllocations();
+    std::string text;
+    try {
+        text = renderJSON(root, true);
+    } catch (const std::bad_alloc&) {
+        text.clear();
+    }
+    if (text.empty() || failedJSONAllocations() != failures) {
+        logMessage(kCritical, "%s container could not alloc memory to render \"%s\".\n", getName(),
+                   path.c_str());
+        logSaveFailure(path.c_str());
+        return {};
+    }
+    return text;
+}
+
 int AbstractJSONTopLevelContainer::writeFile(const std::string& path, const cJSON* root,
                                              bool keepOld) {
     saved_ = false;
+    const std::string text = rendered(root, path);
+    if (text.empty()) {
+        return -1;
+    }
     if (directory_ != nullptr && !fileExists(directory_)) {
         mkdir(directory_, 0755);
     }
+    const Names names = namesBeside(path);
     const int found = existence(path);
-    const int outcome = writeNew(path, root, found);
+    const WriteFailure failure = writeNew(names, text, path);
+    const int begun = failure == WriteFailure::none ? 0 : -1;
+    const int outcome = failure == WriteFailure::open ? found : begun;
     if (outcome != 0) {
-        logMessage(kCritical, "%s container could not write \"%s\" (%d).\n", getName(),
-                   newNameOf(path).c_str(), errno);
+        logWriteFailure(names.fresh);
         return outcome;
     }
-    return rotate(path, found != -1, keepOld);
+    return failure == WriteFailure::open ? leaveOldOnly(names)
+                                         : rotate(names, found != -1, keepOld);
+}
+
+AbstractJSONTopLevelContainer::Names AbstractJSONTopLevelContainer::namesBeside(
+    const std::string& path) const {
+    const std::string current = endOfLinks(path);
+    return {current, current + ".new", oldNameOf(current), path == path_ ? unusable_ : Unusable{}};
 }
 
 int AbstractJSONTopLevelContainer::existence(const std::string& path) const {
@@ -156,44 +178,92 @@ int AbstractJSONTopLevelContainer::existence(const std::string& path) const {
     return result;
 }
 
-// A file that could not even be begun leaves the outcome at what the existence test gave. With a
-// file in place the rotation therefore goes on: the file is kept as ".old", and the missing ".new"
-// is what the rotation then stumbles over.
-int AbstractJSONTopLevelContainer::writeNew(const std::string& path, const cJSON* root,
-                                            int existence) const {
-    const std::string text = renderJSON(root, true);
-    if (text.empty()) {
-        logMessage(kCritical, "%s container could not alloc memory to render \"%s\".\n", getName(),
-                   path.c_str());
-        return existence;
+WriteFailure AbstractJSONTopLevelContainer::writeNew(const Names& names, const std::string& text,
+                                                     const std::string& path) const {
+    if (text.size() > kMostBytes) {
+        errno = EFBIG;
+        return WriteFailure::write;
     }
-    UniqueFile file = openFile(newNameOf(path), "wb");
-    if (!file) {
+    // After a failed save the owner and mode to keep may be those of the old file.
+    const std::string& like = fileExists(names.current) ? names.current : names.old;
+    const WriteFailure failure = writeNewFile(names.fresh, text, like);
+    if (failure == WriteFailure::open) {
+        const int errorNumber = errno;
         logMessage(LOG_ERR, "Error - couldn't open file %s for writing\n", path.c_str());
-        return existence;
+        errno = errorNumber;
     }
-    return writeSynced(std::move(file), text) ? 0 : -1;
+    return failure;
 }
 
-int AbstractJSONTopLevelContainer::rotate(const std::string& path, bool existed, bool keepOld) {
-    const std::string oldPath = oldNameOf(path);
-    int result = existed ? moveFile(path, oldPath, "prev") : 0;
-    if (result == 0) {
-        result = moveFile(newNameOf(path), path, "current");
-    }
-    if (result != 0) {
+// A file that could not even be begun: what is in place is kept as ".old", and whatever stands
+// under the new file's name stays there.
+int AbstractJSONTopLevelContainer::leaveOldOnly(const Names& names) const {
+    const bool loaded = !names.unusable.current && !names.unusable.old;
+    if (const int result = loaded ? moveFile(names.current, names.old, "prev") : 0) {
         return result;
     }
-    if (!syncDirectoryOf(path)) {
-        logMessage(kCritical, "%s container could not write \"%s\" (%d).\n", getName(),
-                   path.c_str(), errno);
+    errno = ENOENT;
+    logRenameFailure(names.fresh, names.current, "current");
+    return -1;
+}
+
+int AbstractJSONTopLevelContainer::rotate(const Names& names, bool existed, bool keepOld) {
+    if (!keepUnusable(names)) {
+        return -1;
+    }
+    if (const int result = takePlace(names, existed && !names.unusable.current)) {
+        return result;
+    }
+    if (!syncDirectoryOf(names.current)) {
+        logWriteFailure(names.current);
         return -1;
     }
     saved_ = true;
-    result = keepOld ? 0 : unlink(oldPath.c_str());
+    return keepOld ? 0 : removeOld(names);
+}
+
+int AbstractJSONTopLevelContainer::takePlace(const Names& names, bool existed) const {
+    const int result = existed ? moveFile(names.current, names.old, "prev") : 0;
+    return result != 0 ? result : moveFile(names.fresh, names.current, "current");
+}
+
+// The disk has the kept files under their new names before another takes their place.
+bool AbstractJSONTopLevelContainer::keepUnusable(const Names& names) {
+    const auto [current, old] = names.unusable;
+    if (!current && !old) {
+        return true;
+    }
+    const std::string oldKept = badNameOf(current ? names.old : names.current);
+    if ((old && !keepAs(names.old, oldKept)) ||
+        (current && !keepAs(names.current, badNameOf(names.current)))) {
+        return false;
+    }
+    if (!syncDirectoryOf(names.current)) {
+        logWriteFailure(names.current);
+        return false;
+    }
+    unusable_ = {};
+    return true;
+}
+
+// What is gone by now needs no keeping.
+bool AbstractJSONTopLevelContainer::keepAs(const std::string& from, const std::string& to) const {
+    if (std::rename(from.c_str(), to.c_str()) == 0 || errno == ENOENT) {
+        return true;
+    }
+    logRenameFailure(from, to, "prev");
+    return false;
+}
+
+// Where unusable files were kept, nothing became the old file.
+int AbstractJSONTopLevelContainer::removeOld(const Names& names) const {
+    const int result = unlink(names.old.c_str());
+    if (result != 0 && errno == ENOENT && names.unusable.current) {
+        return 0;
+    }
     if (result != 0) {
         logMessage(kCritical, "%s container could not remove \"%s\" (%d).\n", getName(),
-                   oldPath.c_str(), errno);
+                   names.old.c_str(), errno);
     }
     return result;
 }
@@ -202,45 +272,114 @@ int AbstractJSONTopLevelContainer::moveFile(const std::string& from, const std::
                                             const char* role) const {
     const int result = std::rename(from.c_str(), to.c_str());
     if (result != 0) {
-        logMessage(kCritical,
-                   "%s container could not overwrite %s: rename \"%s -> %s\" failed (%d).\n",
-                   getName(), role, from.c_str(), to.c_str(), errno);
+        logRenameFailure(from, to, role);
     }
     return result;
 }
 
-UniqueJSON AbstractJSONTopLevelContainer::readJSONFile(const std::string& path) const {
-    if (!loadFromDisk_) {
-        logMessage(kWarning, "%s - Skipping load from disk. Empty set used.\n", getName());
-        return nullptr;
-    }
-    if (const UniqueFile file = openFile(path, "rb")) {
-        return parsedFile(file.get(), path);
-    }
-    const UniqueFile old = openFile(oldNameOf(path), "rb");
-    logMessage(kCritical, "%s container could not open \"%s\". previous copy used.\n", getName(),
-               path.c_str());
-    if (!old) {
-        logMessage(kCritical, "%s container could not open \"%s\". Empty set used.\n", getName(),
-                   path.c_str());
-        return nullptr;
-    }
-    return parsedFile(old.get(), path);
+void AbstractJSONTopLevelContainer::logRenameFailure(const std::string& from, const std::string& to,
+                                                     const char* role) const {
+    logMessage(kCritical, "%s container could not overwrite %s: rename \"%s -> %s\" failed (%d).\n",
+               getName(), role, from.c_str(), to.c_str(), errno);
+}
+
+void AbstractJSONTopLevelContainer::logWriteFailure(const std::string& path) const {
+    logMessage(kCritical, "%s container could not write \"%s\" (%d).\n", getName(), path.c_str(),
+               errno);
+}
+
+void AbstractJSONTopLevelContainer::logSaveFailure(const char* path) const {
+    logMessage(kCritical, "%s container SAVE FAILED: could not alloc JSON object for \"%s\".\n",
+               getName(), path);
 }
 
 int AbstractJSONTopLevelContainer::load() {
-    const UniqueJSON root = readJSONFile(path_);
-    if (!root) {
-        logMessage(LOG_ERR, "Not a valid JSON file: %s\n", path_.c_str());
+    unusable_ = {};
+    if (!loadFromDisk_) {
+        logMessage(kWarning, "%s - Skipping load from disk. Empty set used.\n", getName());
+        return take(nullptr, path_);
+    }
+    const Found current = find(path_);
+    if (!current.opened) {
+        logMessage(kCritical, "%s container could not open \"%s\". previous copy used.\n",
+                   getName(), path_.c_str());
+    } else if (take(current.root.get(), path_) == 0) {
+        return 0;
+    }
+    unusable_.current = current.present;
+    return loadOld(current.opened);
+}
+
+int AbstractJSONTopLevelContainer::loadOld(bool currentOpened) {
+    const std::string path = oldNameOf(endOfLinks(path_));
+    const Found old = find(path);
+    if (!old.opened) {
+        unusable_.old = old.present;
+        return currentOpened ? -1 : takeNothing();
+    }
+    const int result = take(old.root.get(), currentOpened ? path : path_);
+    unusable_.old = result != 0;
+    return result;
+}
+
+int AbstractJSONTopLevelContainer::takeNothing() {
+    logMessage(kCritical, "%s container could not open \"%s\". Empty set used.\n", getName(),
+               path_.c_str());
+    return take(nullptr, path_);
+}
+
+AbstractJSONTopLevelContainer::Found AbstractJSONTopLevelContainer::find(const std::string& path) {
+    FileContents contents = readContents(path, kMostBytes);
+    for (int attempt = 0; contents.outcome == Reading::notOpened && attempt < kOpenAttempts;
+         ++attempt) {
+        waitFor(kOpenPause);
+        contents = readContents(path, kMostBytes);
+    }
+    switch (contents.outcome) {
+        case Reading::missing:
+            return {};
+        case Reading::notOpened:
+            return {true, false, nullptr};
+        case Reading::failed:
+            abortAfterReadError(path_, contents.errorNumber);
+        case Reading::noMemory:
+            abortAfterMemoryError(path_);
+        case Reading::complete:
+            return {true, true, parsedFile(contents, path_)};
+        default:
+            return {true, true, nullptr};
+    }
+}
+
+// Gives 0 when the container has what stands in the file of that root.
+int AbstractJSONTopLevelContainer::take(const cJSON* root, const std::string& path) {
+    if (root == nullptr) {
+        logMessage(LOG_ERR, "Not a valid JSON file: %s\n", path.c_str());
         return -1;
     }
-    if (const cJSON* version = jsonMember(root.get(), "version")) {
+    if (const cJSON* version = jsonMember(root, "version")) {
         version_ = version->valuedouble;
     }
-    if (const cJSON* payload = jsonMember(root.get(), getName())) {
-        return fromJSON(payload);
+    if (const cJSON* payload = jsonMember(root, getName())) {
+        return takePayload(payload);
     }
-    logMessage(LOG_ERR, "Error decoding JSON object, path:%s, objectName:%s\n", path_.c_str(),
+    logMessage(LOG_ERR, "Error decoding JSON object, path:%s, objectName:%s\n", path.c_str(),
                getName());
     return -1;
+}
+
+// What memory did not suffice for would be missing in the next file.
+int AbstractJSONTopLevelContainer::takePayload(const cJSON* payload) try {
+    const unsigned long failures = failedJSONAllocations();
+    const int result = fromJSON(payload);
+    if (failedJSONAllocations() != failures) {
+        abortAfterMemoryError(path_);
+    }
+    return result;
+} catch (const std::bad_alloc&) {
+    abortAfterMemoryError(path_);
+}
+
+void AbstractJSONTopLevelContainer::waitFor(std::chrono::milliseconds time) {
+    sleepFor(time);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "model/file_replacement.h"
 #include "model/files.h"
 #include "model/log.h"
 #include "service/paths.h"
@@ -22,15 +23,6 @@ std::string readDeviceLabel(const Machine& machine) {
     const std::string text = readWholeFile(machine.path(kDeviceLabelsFile));
     const UniqueJSON labels = parseJSON(text.data(), text.size());
     return findDeviceLabel(labels.get(), macAddress(machine));
-}
-
-bool replaceText(const std::string& path, const std::string& text) {
-    UniqueFile file = openFile(path, "w");
-    if (!file) {
-        return false;
-    }
-    const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-    return std::fclose(file.release()) == 0 && written;
 }
 
 }  // namespace
@@ -54,7 +46,7 @@ std::string synchroniseDeviceName(const Machine& machine) {
     if (label.empty() || label == held) {
         return label;
     }
-    if (replaceText(path, label)) {
+    if (replaceFile(path, label) == WriteFailure::none) {
         logMessage(LOG_INFO, "*DEBUG* Update UI Device Name: old[%s] new[%s]\n", held.c_str(),
                    label.c_str());
     } else {

@@ -1,12 +1,12 @@
 #include "systemstate/machine.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <utility>
 
 #include "model/files.h"
@@ -14,8 +14,6 @@
 #include "model/trace.h"
 
 namespace {
-
-constexpr std::size_t kMostBytes = std::size_t{1} << 20;
 
 // A reader of our output that stands still must not hold a command as well.
 std::string withoutStuckStreams(const char* command) {
@@ -62,39 +60,21 @@ bool Machine::stats(const char* absolute) const {
 }
 
 std::optional<std::string> Machine::readFile(const char* absolute) const {
-    // Not waiting: whoever put a pipe in the place of a file must not stop the daemon with it.
-    const int descriptor = open(path(absolute).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
-        return std::nullopt;
+    FileContents contents = readContents(path(absolute));
+    errno = contents.errorNumber;
+    switch (contents.outcome) {
+        case Reading::missing:
+        case Reading::notOpened:
+            return std::nullopt;
+        case Reading::noMemory:
+            throw std::bad_alloc();
+        default:
+            return std::move(contents.bytes);
     }
-    const UniqueFile file(fdopen(descriptor, "r"));
-    if (file == nullptr) {
-        close(descriptor);
-        return std::nullopt;
-    }
-    std::string text;
-    char buffer[4096];
-    std::size_t count = 0;
-    do {
-        count = std::fread(buffer, 1, sizeof buffer, file.get());
-        text.append(buffer, count);
-    } while (count == sizeof buffer && text.size() < kMostBytes);
-    return text;
 }
 
 WriteFailure Machine::writeFile(const char* absolute, std::string_view text) const {
-    UniqueFile file = openFile(path(absolute), "w");
-    if (file == nullptr) {
-        return WriteFailure::open;
-    }
-    if (std::fwrite(text.data(), 1, text.size(), file.get()) != text.size() ||
-        std::fflush(file.get()) != 0) {
-        return WriteFailure::write;
-    }
-    if (fsync(fileno(file.get())) != 0) {
-        return WriteFailure::sync;
-    }
-    return std::fclose(file.release()) == 0 ? WriteFailure::none : WriteFailure::close;
+    return replaceFile(path(absolute), text);
 }
 
 void Machine::setBeforeCommand(std::function<void()> hook) {

@@ -6,10 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "model/file_replacement.h"
 #include "systemstate/limited_commands.h"
-
-// The step at which writing a file failed.
-enum class WriteFailure { none, open, write, sync, close };
 
 // Whether a command may take as long as it likes. What is carried out on request may; what the poll
 // runs by itself may not.
@@ -46,11 +44,10 @@ class Machine {
 
     // The file's bytes, at most the first mebibyte of them (no file of a frame comes near it).
     // Nothing, with errno set, when it cannot be opened; what was read until then when reading
-    // fails.
+    // fails, which is nothing of whatever is no regular file. Throws std::bad_alloc alone.
     std::optional<std::string> readFile(const char* absolute) const;
 
-    // Truncates or creates the file, gives `text` to one write, and syncs before it closes. Stops
-    // at the first step that fails, with its errno; the descriptor is closed in every case.
+    // Puts a new file with that text in the place of the old one, as replaceFile does.
     WriteFailure writeFile(const char* absolute, std::string_view text) const;
 
     // Lets the calling thread wait for what has no event to wait for.

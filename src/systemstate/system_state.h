@@ -104,8 +104,8 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     void get_net_settings(uint32_t* ip, uint32_t* netmask, uint32_t* gateway) const;
 
     // Makes valid new settings the machine's, if its file holds valid ones and they differ: writes
-    // the file from the parameters and restarts what depends on it. 0 when something was
-    // restarted, else 1. Main thread; takes as long as the restart.
+    // the file from the parameters and restarts what depends on it, unless the file could not be
+    // written. 0 when something was restarted, else 1. Main thread; takes as long as the restart.
     int config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway);
 
     // The bonded ports; names stay, statuses are the poll's.

@@ -28,6 +28,8 @@ constexpr FailureText kFailureTexts[] = {
     {WriteFailure::write, "Error writing"},
     {WriteFailure::sync, "Error syncing"},
     {WriteFailure::close, "Error closing"},
+    {WriteFailure::replace, "Error replacing"},
+    {WriteFailure::syncDirectory, "Error syncing the directory of"},
 };
 
 // Empty when the parameter is missing or holds no address.
@@ -57,8 +59,13 @@ void logWriteFailure(WriteFailure step) {
     }
 }
 
-// False when the file is not what the parameters say.
-bool writeNetworkFile(const SystemState& state, const Machine& machine) {
+enum class FileOutcome {
+    written,
+    unwanted,  // the parameters hold no settings; the file is as it was
+    failed,    // the same, because it could not be written
+};
+
+FileOutcome writeNetworkFile(const SystemState& state, const Machine& machine) {
     logMessage(LOG_INFO, "SystemState:writing network config\n");
     const std::lock_guard lock(networkFileLock());
     const std::string ip = dottedTextOf(state, kIpAddressKey);
@@ -66,21 +73,17 @@ bool writeNetworkFile(const SystemState& state, const Machine& machine) {
     const std::string gateway = dottedTextOf(state, kGatewayKey);
     if (ip.empty() || netmask.empty() || gateway.empty()) {
         logMessage(LOG_ERR, "Error loading network params.\n");
-        return false;
+        return FileOutcome::unwanted;
     }
-    const std::optional<std::string> before = machine.readFile(kNetworkFile);
     const WriteFailure failure =
         machine.writeFile(kNetworkFile, renderNetworkConf(ip, netmask, gateway));
     if (failure == WriteFailure::none) {
         logMessage(LOG_INFO, "ok\n");
-        return true;
+        return FileOutcome::written;
     }
     logWriteFailure(failure);
-    if (failure != WriteFailure::open && before) {
-        // A disk without room for the new settings must not cost the frame its old ones.
-        machine.writeFile(kNetworkFile, *before);
-    }
-    return false;
+    // What the network is started on from here to the next power cut is in the file all the same.
+    return failure == WriteFailure::syncDirectory ? FileOutcome::written : FileOutcome::failed;
 }
 
 // The settings as the parameters show them; nothing when one shows a number that is wider than what
@@ -157,8 +160,12 @@ int SystemState::config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway) {
         return 1;
     }
     logMessage(LOG_INFO, "changed. restarting S40network and S81ambrix\n");
-    const bool written = writeNetworkFile(*this, machine_);
-    if (const std::optional<NetworkSettings> shown = shownSettings(*this); written && shown) {
+    const FileOutcome outcome = writeNetworkFile(*this, machine_);
+    if (outcome == FileOutcome::failed) {
+        return 1;
+    }
+    const std::optional<NetworkSettings> shown = shownSettings(*this);
+    if (outcome == FileOutcome::written && shown) {
         poll_->noteWritten(*shown);
     }
     restartNetworkServices(machine_, stored.ip != wanted.ip);

@@ -1,6 +1,7 @@
 // The settings that survive a restart, and the file that keeps them.
 
 #include <signal.h>
+#include <sys/mount.h>
 #include <syslog.h>
 
 #include <filesystem>
@@ -264,12 +265,13 @@ INSTANTIATE_TEST_SUITE_P(
                     Broken{"7", kNoPayload, "0"},
                     Broken{R"({"version":4,"SystemState":{"devices":[]}})", kNoPayload, "4"}));
 
-TEST_P(BrokenFile, IsToldOfAndReplaced) {
+TEST_P(BrokenFile, IsToldOfReplacedAndKept) {
     frame.write(kStateFile, GetParam().text);
     start();
     EXPECT_EQ(log.waitFor(GetParam().line),
               (LogLine{LOG_ERR, LOG_LOCAL2, "Pallwatch", GetParam().line}));
     expectFresh(GetParam().version);
+    EXPECT_EQ(frame.read(std::string(kStateFile) + ".bad"), GetParam().text);
     EXPECT_THAT(log.linesUntilNow(), Not(logs("systemState container")));
 }
 
@@ -292,30 +294,23 @@ TEST_P(OddFile, DoesNotKeepTheDaemonFromServing) {
     EXPECT_EQ(valueOf("systemName"), "\"Studio\"");
 }
 
-// A directory opens like a file and reads like none.
-TEST_F(State, AFileThatOpensButCannotBeReadEndsTheProcess) {
-    std::filesystem::create_directory(kStateFile);
-    daemon.emplace();
-    EXPECT_EQ(daemon->waitForEnd(), 128 + SIGABRT);
-    const LogLine line = log.waitFor(std::string("error loading ") + kStateFile + " from disk: ");
-    EXPECT_EQ(line.priority, LOG_CRIT);
-    EXPECT_EQ(line.facility, LOG_LOCAL2);
-}
-
+// What stands under the new file's name cannot be taken away.
 TEST_F(State, AFileThatCannotBeWrittenIsToldOfAndTheSettingStands) {
-    std::filesystem::create_directory(kNewFile);
+    frame.write(kNewFile, "");
+    ASSERT_EQ(::mount(kNewFile.c_str(), kNewFile.c_str(), nullptr, MS_BIND, nullptr), 0);
     start();
     EXPECT_EQ(log.waitFor("couldn't open"), (LogLine{LOG_ERR, LOG_LOCAL2, "Pallwatch",
                                                      std::string("Error - couldn't open file ") +
                                                          kStateFile + " for writing\n"}));
     EXPECT_EQ(log.waitFor("could not write"),
               (LogLine{LOG_CRIT, LOG_USER, "Pallwatch",
-                       "systemState container could not write \"" + kNewFile + "\" (21).\n"}));
+                       "systemState container could not write \"" + kNewFile + "\" (17).\n"}));
     set(R"({"systemName":"Studio"})");
     EXPECT_THAT(sentUntilNow(),
                 ElementsAre(announced(R"({"systemName":"Studio"})"), answered(200, "OK")));
     EXPECT_EQ(valueOf("systemName"), "\"Studio\"");
     EXPECT_FALSE(frame.exists(kStateFile));
+    EXPECT_EQ(::umount(kNewFile.c_str()), 0);
 }
 
 }  // namespace

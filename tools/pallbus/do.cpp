@@ -58,7 +58,7 @@ struct Options {
 // What is wrong with it is wrong without a bus, too.
 std::string orderOf(const Options& options) {
     if (!options.script.empty()) {
-        const std::string text = readFile(options.script, true);
+        const std::string text = readScript(options.script);
         parsePlan(text, options.script);
         return scriptOrder(text);
     }

@@ -1,7 +1,10 @@
 #include "orders.h"
 
+#include <array>
+#include <cstdio>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 
 #include "model/files.h"
@@ -64,6 +67,22 @@ void endRecording(Recorder& recorder, const ControlSocket::Answer& answer) {
 
 }  // namespace
 
+std::string readScript(const std::string& path) {
+    const UniqueFile file = openFile(path, "r");
+    if (!file) {
+        throw std::runtime_error("error while opening file: " + path);
+    }
+    std::string text;
+    std::array<char, 4096> chunk;
+    while (const size_t count = std::fread(chunk.data(), 1, chunk.size(), file.get())) {
+        text.append(chunk.data(), count);
+    }
+    if (std::ferror(file.get()) != 0) {
+        throw std::runtime_error("error while reading file: " + path);
+    }
+    return text.empty() || text.back() == '\n' ? text : text + '\n';
+}
+
 std::vector<std::vector<Step>> plansOf(const std::vector<std::string>& lines,
                                        const std::string& script) {
     std::vector<std::vector<Step>> plans;
@@ -72,7 +91,7 @@ std::vector<std::vector<Step>> plansOf(const std::vector<std::string>& lines,
         plans.push_back(parseLine(line));
     }
     if (!script.empty()) {
-        plans.push_back(parsePlan(readFile(script, true), script));
+        plans.push_back(parsePlan(readScript(script), script));
     }
     return plans;
 }

@@ -10,6 +10,10 @@
 
 namespace pallbus {
 
+// The lines of a script, from a file or from whatever else can be read to an end, such as a pipe.
+// Throws std::runtime_error.
+std::string readScript(const std::string& path);
+
 // One plan for each line of the command line and one for the script file, if it is not "". Throws
 // BadTrouble, script::Error, and std::runtime_error when the file cannot be read.
 std::vector<std::vector<Step>> plansOf(const std::vector<std::string>& lines,

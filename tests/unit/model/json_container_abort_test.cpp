@@ -1,24 +1,28 @@
-// A file that can be opened but not read ends the process.
+// A file that can be opened but not read, or does not fit into memory, ends the process.
 
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 
 #include <gtest/gtest.h>
 
 #include "model/log.h"
 #include "sample_container.h"
+#include "support/exhausted_memory.h"
+#include "support/file_calls.h"
 #include "support/temporary_directory.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-// As without a sanitizer: no memory is a null pointer, and there is less than a gigabyte of it. The
-// sanitizer asks before it can watch anything, the functions that it asks included.
+// As without a sanitizer: no memory is a null pointer, and there are less than 10 MB of it in a
+// piece. The sanitizer asks before it can watch anything, the functions that it asks included.
 #define PALLWATCH_UNWATCHED __attribute__((no_sanitize("address", "thread")))
 extern "C" PALLWATCH_UNWATCHED const char* __asan_default_options() {
-    return "allocator_may_return_null=1:max_allocation_size_mb=1000";
+    return "allocator_may_return_null=1:max_allocation_size_mb=10";
 }
 extern "C" PALLWATCH_UNWATCHED const char* __tsan_default_options() {
     return __asan_default_options();
@@ -34,11 +38,22 @@ void logToStandardError() {
     });
 }
 
+// The sanitizer cannot do with a limit; it refuses by the size of a piece.
 void limitMemory() {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    const rlimit gigabyte{1U << 30U, 1U << 30U};
-    setrlimit(RLIMIT_AS, &gigabyte);
+    std::ifstream status("/proc/self/statm");
+    rlim_t pages = 0;
+    status >> pages;
+    const rlim_t bytes = pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + 5'000'000;
+    const rlimit limited{bytes, bytes};
+    setrlimit(RLIMIT_AS, &limited);
 #endif
+}
+
+FileCallWatch::Before failing(const std::string& verb, int errorNumber) {
+    return [=](const FileCall& call) -> std::optional<FileAnswer> {
+        return call.verb == verb ? std::optional<FileAnswer>({-1, errorNumber}) : std::nullopt;
+    };
 }
 
 class UnreadableFileDeathTest : public testing::Test {
@@ -78,24 +93,19 @@ TEST_F(UnreadableFileDeathTest, ShortReadOfTheOldFileEndsTheProcessToo) {
     EXPECT_EXIT(load(), testing::KilledBySignal(SIGABRT), expectedText("Reading", "Success\n"));
 }
 
-// A terminal, a pipe or the like has no size.
-TEST_F(UnreadableFileDeathTest, FileWithoutSizeEndsTheProcess) {
-    std::filesystem::create_symlink("/proc/self/fd/0", container_.path());
+TEST_F(UnreadableFileDeathTest, ReadThatFailsEndsTheProcess) {
+    directory_.write("file.json", sampleFile("text"));
     const auto load = [&] {
-        int ends[2];
-        if (pipe(ends) != 0 || dup2(ends[0], 0) != 0) {
-            return;
-        }
         logToStandardError();
+        const FileCallWatch watch(failing("read", EIO));
         container_.load();
     };
     EXPECT_EXIT(load(), testing::KilledBySignal(SIGABRT),
-                expectedText("Reading", "Illegal seek\n"));
+                expectedText("Reading", "Input/output error\n"));
 }
 
 TEST_F(UnreadableFileDeathTest, FileThatDoesNotFitIntoMemoryEndsTheProcess) {
-    directory_.write("file.json", "");
-    std::filesystem::resize_file(container_.path(), 3'000'000'000);
+    directory_.write("file.json", std::string(15'000'000, ' '));
     const auto load = [&] {
         logToStandardError();
         limitMemory();
@@ -103,6 +113,52 @@ TEST_F(UnreadableFileDeathTest, FileThatDoesNotFitIntoMemoryEndsTheProcess) {
     };
     EXPECT_EXIT(load(), testing::KilledBySignal(SIGABRT),
                 expectedText("Memory", "Cannot allocate memory\n"));
+}
+
+// The text is short; what it stands for takes more.
+TEST_F(UnreadableFileDeathTest, JSONThatDoesNotFitIntoMemoryEndsTheProcess) {
+    directory_.write("file.json", sampleFile(std::string(5000, 'x')));
+    const auto load = [&] {
+        logToStandardError();
+        const ExhaustedMemory small(5000);
+        container_.load();
+    };
+    EXPECT_EXIT(load(), testing::KilledBySignal(SIGABRT),
+                expectedText("Memory", "Cannot allocate memory\n"));
+}
+
+TEST_F(UnreadableFileDeathTest, EveryAllocationThatFailsWhileParsingEndsTheProcess) {
+    directory_.write("file.json", sampleFile("text"));
+    const auto load = [&](unsigned long before) {
+        logToStandardError();
+        const OneFailedAllocation failure(before);
+        container_.load();
+    };
+    // The root, the two members with their names, the text's object, its member and its text.
+    for (unsigned long before = 0; before < 8; ++before) {
+        EXPECT_EXIT(load(before), testing::KilledBySignal(SIGABRT), "Memory error loading ");
+    }
+}
+
+// A container that finds no memory for what it reads.
+class ForgetfulContainer : public SampleContainer {
+  public:
+    using SampleContainer::SampleContainer;
+    int fromJSON(const cJSON*) override {
+        const ExhaustedMemory none(0);
+        jsonNull();
+        return 0;
+    }
+};
+
+TEST_F(UnreadableFileDeathTest, PayloadThatDoesNotFitIntoMemoryEndsTheProcess) {
+    directory_.write("file.json", sampleFile("text"));
+    ForgetfulContainer container(directory_.path("file"));
+    const auto load = [&] {
+        logToStandardError();
+        container.load();
+    };
+    EXPECT_EXIT(load(), testing::KilledBySignal(SIGABRT), "Memory error loading ");
 }
 
 }  // namespace

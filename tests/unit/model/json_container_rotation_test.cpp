@@ -5,13 +5,15 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <map>
 
 #include <gtest/gtest.h>
 
-#include "file_calls.h"
 #include "sample_container.h"
 #include "support/captured_log.h"
 #include "support/exhausted_memory.h"
+#include "support/file_calls.h"
+#include "support/file_size_limit.h"
 #include "support/no_free_descriptors.h"
 #include "support/temporary_directory.h"
 
@@ -19,6 +21,7 @@ namespace {
 
 using Line = CapturedLog::Line;
 using Lines = std::vector<Line>;
+using Files = std::map<std::string, std::string>;
 
 constexpr int kUserCritical = 8 + 2;
 constexpr int kError = 3;
@@ -39,6 +42,12 @@ class Rotation : public testing::Test {
         SampleContainer reader(directory_.path("file"));
         const CapturedLog ignored;
         return reader.load() == 0 ? reader.text : "nothing";
+    }
+
+    void furnish(const Files& files) const {
+        for (const auto& [name, bytes] : files) {
+            directory_.write(name, bytes);
+        }
     }
 
     // A save before this one left a file behind.
@@ -94,18 +103,16 @@ TEST_F(Rotation, TakesItsStepsInOrder) {
         const FileCallWatch watch({}, [&](const FileCall& call) { calls.push_back(call); });
         EXPECT_EQ(written("after"), 0);
     }
-    const std::string directory = directory_.path();
-    EXPECT_EQ(calls, (std::vector<FileCall>{{"stat", path_, ""},
+    std::erase_if(calls, [](const FileCall& call) { return !changesTheDisk(call); });
+    EXPECT_EQ(calls, (std::vector<FileCall>{{"unlink", new_, ""},
                                             {"create", new_, ""},
+                                            {"owner", new_, ""},
+                                            {"mode", new_, ""},
                                             {"write", new_, ""},
-                                            {"flush", new_, ""},
                                             {"sync", new_, ""},
-                                            {"close", new_, ""},
                                             {"rename", path_, old_},
                                             {"rename", new_, path_},
-                                            {"open", directory + "/", ""},
-                                            {"sync", directory, ""},
-                                            {"close", directory, ""},
+                                            {"sync", directory_.path(), ""},
                                             {"unlink", old_, ""}}));
 }
 
@@ -119,48 +126,43 @@ TEST_F(Rotation, OddStatResultIsReportedAndCountsAsExisting) {
 }
 
 TEST_F(Rotation, OddStatResultIsTheOutcomeWhenTheNewFileCannotBeOpened) {
-    std::filesystem::create_directory(new_);
-    const FileCallWatch watch(failing({"stat", path_, ""}, {7, EIO}));
+    const FileCallWatch watch([this](const FileCall& call) -> std::optional<FileAnswer> {
+        if (call == FileCall{"stat", path_, ""}) {
+            return FileAnswer{7, EIO};
+        }
+        return call.verb == "create" ? std::optional<FileAnswer>({-1, EMFILE}) : std::nullopt;
+    });
     EXPECT_EQ(written("after"), 7);
     EXPECT_EQ(log_.lines(), (Lines{failure("stat  \"" + path_ + "\"", EIO), openFailure(),
-                                   writeFailure(new_, EISDIR)}));
+                                   writeFailure(new_, EMFILE)}));
 }
 
-TEST_F(Rotation, FirstSaveWithoutMemoryForTheTextEndsThere) {
-    container_.text = "after";
-    const UniqueJSON root = container_.toJSON();
-    {
-        const ExhaustedMemory small(256);
-        EXPECT_EQ(container_.writeFile(path_, root.get(), false), -1);
+TEST_F(Rotation, SaveWithoutMemoryForTheTextTouchesNothing) {
+    for (const Files& before : {Files{}, Files{{"file.json", sampleFile("before")}}}) {
+        furnish(before);
+        const UniqueJSON root = container_.toJSON();
+        {
+            const ExhaustedMemory small(256);
+            const FileCallWatch watch([](const FileCall& call) -> std::optional<FileAnswer> {
+                ADD_FAILURE() << call.verb << " " << call.path;
+                return std::nullopt;
+            });
+            EXPECT_EQ(container_.writeFile(path_, root.get(), false), -1);
+        }
+        EXPECT_FALSE(container_.saved());
+        EXPECT_EQ(log_.take(),
+                  (Lines{{kUserCritical,
+                          "sample container could not alloc memory to render \"" + path_ + "\".\n"},
+                         {kUserCritical,
+                          "sample container SAVE FAILED: could not alloc JSON object for \"" +
+                              path_ + "\".\n"}}));
     }
-    const Lines lines = log_.lines();
-    ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(lines[0],
-              (Line{kUserCritical,
-                    "sample container could not alloc memory to render \"" + path_ + "\".\n"}));
-    EXPECT_EQ(lines[1].text.find("sample container could not write \"" + new_ + "\" ("), 0U);
-    EXPECT_TRUE(std::filesystem::is_empty(directory_.path()));
-}
-
-TEST_F(Rotation, LaterSaveWithoutMemoryForTheTextLeavesTheOldFileOnly) {
-    begin();
-    const UniqueJSON root = container_.toJSON();
-    {
-        const ExhaustedMemory small(256);
-        EXPECT_EQ(container_.writeFile(path_, root.get(), false), -1);
-    }
-    EXPECT_EQ(log_.lines(),
-              (Lines{{kUserCritical,
-                      "sample container could not alloc memory to render \"" + path_ + "\".\n"},
-                     renameFailure("current", new_, path_, ENOENT)}));
-    EXPECT_FALSE(directory_.holds("file.json"));
-    EXPECT_EQ(found(), "before");
 }
 
 TEST_F(Rotation, FirstSaveThatCannotOpenTheNewFileEndsThere) {
-    std::filesystem::create_directory(new_);
+    const FileCallWatch watch(failing({"create", new_, ""}, {-1, ENFILE}));
     EXPECT_EQ(written("after"), -1);
-    EXPECT_EQ(log_.lines(), (Lines{openFailure(), writeFailure(new_, EISDIR)}));
+    EXPECT_EQ(log_.lines(), (Lines{openFailure(), writeFailure(new_, ENFILE)}));
     EXPECT_EQ(found(), "nothing");
 }
 
@@ -191,41 +193,45 @@ TEST_F(Rotation, SaveAfterThatBringsTheFileBack) {
 
 TEST_F(Rotation, FullDiskLeavesTheFileAsItWas) {
     begin();
-    std::filesystem::create_symlink("/dev/full", new_);
+    const FileCallWatch watch(failing({"write", new_, ""}, {-1, ENOSPC}));
     EXPECT_EQ(written("after"), -1);
     EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, ENOSPC)}));
-    EXPECT_EQ(directory_.read("file.json"), sampleFile("before"));
-    EXPECT_FALSE(directory_.holds("file.json.old"));
+    EXPECT_EQ(directory_.files(), (Files{{"file.json", sampleFile("before")}}));
 }
 
-TEST_F(Rotation, FullDiskIsNoticedWithATextOfManyBlocksToo) {
+TEST_F(Rotation, DiskThatFillsUpWithinTheTextLeavesTheFileAsItWas) {
     begin();
-    std::filesystem::create_symlink("/dev/full", new_);
+    const FileSizeLimit room(50'000);
     EXPECT_EQ(written(std::string(100'000, 'x')), -1);
-    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, ENOSPC)}));
-    EXPECT_EQ(found(), "before");
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, EFBIG)}));
+    EXPECT_EQ(directory_.files(), (Files{{"file.json", sampleFile("before")}}));
 }
 
 TEST_F(Rotation, FullDiskAtTheFirstSaveLeavesNothing) {
-    std::filesystem::create_symlink("/dev/full", new_);
+    const FileCallWatch watch(failing({"write", new_, ""}, {-1, ENOSPC}));
     EXPECT_EQ(written("after"), -1);
     EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, ENOSPC)}));
-    EXPECT_EQ(found(), "nothing");
+    EXPECT_EQ(directory_.files(), Files{});
 }
 
-// A device takes the bytes, but has nothing to sync.
+TEST_F(Rotation, TextThatNoLoadWouldReadIsNotWritten) {
+    begin();
+    EXPECT_EQ(written(std::string(size_t{16} << 20U, 'x')), -1);
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, EFBIG)}));
+    EXPECT_EQ(directory_.files(), (Files{{"file.json", sampleFile("before")}}));
+}
+
 TEST_F(Rotation, NewFileThatCannotBeSyncedLeavesTheFileAsItWas) {
     begin();
-    std::filesystem::create_symlink("/dev/null", new_);
+    const FileCallWatch watch(failing({"sync", new_, ""}, {-1, EIO}));
     EXPECT_EQ(written("after"), -1);
-    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, EINVAL)}));
-    EXPECT_EQ(directory_.read("file.json"), sampleFile("before"));
-    EXPECT_FALSE(directory_.holds("file.json.old"));
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, EIO)}));
+    EXPECT_EQ(directory_.files(), (Files{{"file.json", sampleFile("before")}}));
 }
 
 TEST_F(Rotation, NewFileThatCannotBeClosedLeavesTheFileAsItWas) {
     begin();
-    const FileCallWatch watch(failing({"close", new_, ""}, {EOF, EIO}));
+    const FileCallWatch watch(failing({"close", new_, ""}, {-1, EIO}));
     EXPECT_EQ(written("after"), -1);
     EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, EIO)}));
     EXPECT_EQ(found(), "before");

@@ -14,9 +14,9 @@
 
 #include <gtest/gtest.h>
 
-#include "file_calls.h"
 #include "sample_container.h"
 #include "support/captured_log.h"
+#include "support/file_calls.h"
 #include "support/temporary_directory.h"
 
 namespace {

@@ -9,7 +9,6 @@
 class SampleContainer : public AbstractJSONTopLevelContainer {
   public:
     using AbstractJSONTopLevelContainer::AbstractJSONTopLevelContainer;
-    using AbstractJSONTopLevelContainer::readJSONFile;
     using AbstractJSONTopLevelContainer::writeFile;
     SampleContainer() = default;
 

@@ -2,17 +2,15 @@
 
 #include <cstdlib>
 
-#include <cjson/cJSON.h>
+#include "model/json.h"
 
 // cJSON finds no memory for pieces of `size` bytes and more while this lives.
 class ExhaustedMemory {
   public:
-    explicit ExhaustedMemory(size_t size) {
+    explicit ExhaustedMemory(size_t size) : previous_(replaceJSONAllocator(&allocate)) {
         limit() = size;
-        cJSON_Hooks hooks{&ExhaustedMemory::allocate, std::free};
-        cJSON_InitHooks(&hooks);
     }
-    ~ExhaustedMemory() { cJSON_InitHooks(nullptr); }
+    ~ExhaustedMemory() { replaceJSONAllocator(previous_); }
     ExhaustedMemory(const ExhaustedMemory&) = delete;
     ExhaustedMemory& operator=(const ExhaustedMemory&) = delete;
 
@@ -22,4 +20,36 @@ class ExhaustedMemory {
         return bytes;
     }
     static void* allocate(size_t size) { return size < limit() ? std::malloc(size) : nullptr; }
+
+    JSONAllocator previous_;
+};
+
+// cJSON finds memory for `count` more pieces while this lives, not for the next one, and then
+// again: a shortage that passes.
+class OneFailedAllocation {
+  public:
+    explicit OneFailedAllocation(unsigned long count) : previous_(replaceJSONAllocator(&allocate)) {
+        left() = count;
+    }
+    ~OneFailedAllocation() { replaceJSONAllocator(previous_); }
+    OneFailedAllocation(const OneFailedAllocation&) = delete;
+    OneFailedAllocation& operator=(const OneFailedAllocation&) = delete;
+
+    // Whether it came to that piece.
+    static bool happened() { return left() == kPast; }
+
+  private:
+    static constexpr unsigned long kPast = ~0UL;
+    static unsigned long& left() {
+        static unsigned long pieces = 0;
+        return pieces;
+    }
+    static void* allocate(size_t size) {
+        if (happened() || left()-- > 0) {
+            return std::malloc(size);
+        }
+        return nullptr;
+    }
+
+    JSONAllocator previous_;
 };

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -42,6 +43,16 @@ class TemporaryDirectory {
 
     bool holds(const std::string& name) const {
         return std::filesystem::exists(std::filesystem::symlink_status(path(name)));
+    }
+
+    // All files in it, by their names.
+    std::map<std::string, std::string> files() const {
+        std::map<std::string, std::string> all;
+        for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+            const std::string name = entry.path().filename();
+            all[name] = read(name);
+        }
+        return all;
     }
 
   private:

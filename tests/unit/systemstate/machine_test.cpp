@@ -12,6 +12,8 @@
 
 #include "frame_root.h"
 #include "support/captured_log.h"
+#include "support/file_calls.h"
+#include "support/file_size_limit.h"
 #include "support/no_free_descriptors.h"
 
 namespace {
@@ -167,10 +169,29 @@ TEST(MachineReadFile, PipeWithoutWriterHoldsNobody) {
     EXPECT_EQ(Machine(root.path()).readFile("/tmp/bond0"), "");
 }
 
-TEST(MachineReadFile, EndlessFileIsCut) {
-    const std::optional<std::string> text = Machine().readFile("/dev/zero");
+TEST(MachineReadFile, DeviceIsEmpty) {
+    EXPECT_EQ(Machine().readFile("/dev/zero"), "");
+}
+
+TEST(MachineReadFile, GivesTheFirstMebibyteOfALongerFile) {
+    const FrameRoot root;
+    root.write("/tmp/bond0", std::string(1'500'000, 'x'));
+    EXPECT_EQ(Machine(root.path()).readFile("/tmp/bond0"), std::string(1'048'576, 'x'));
+}
+
+TEST(MachineReadFile, FailureGivesWhatCameBeforeIt) {
+    const FrameRoot root;
+    root.write("/tmp/bond0", std::string(100'000, 'x'));
+    int reads = 0;
+    const FileCallWatch watch([&](const FileCall& call) -> std::optional<FileAnswer> {
+        const bool fails = call.verb == "read" && ++reads == 3;
+        return fails ? std::optional<FileAnswer>({-1, EIO}) : std::nullopt;
+    });
+    const std::optional<std::string> text = Machine(root.path()).readFile("/tmp/bond0");
+    EXPECT_EQ(errno, EIO);
     ASSERT_TRUE(text);
-    EXPECT_EQ(text->size(), std::size_t{1} << 20);
+    EXPECT_FALSE(text->empty());
+    EXPECT_LT(text->size(), 100'000U);
 }
 
 TEST(MachineWriteFile, ReplacesTheWholeText) {
@@ -181,17 +202,17 @@ TEST(MachineWriteFile, ReplacesTheWholeText) {
     EXPECT_EQ(root.read("/vantor/etc/network.conf"), "new\n");
 }
 
-TEST(MachineWriteFile, SaysWhichStepFailedAndWhy) {
+TEST(MachineWriteFile, SaysThatItFailedAndWhy) {
     const FrameRoot root;
-    root.link("/vantor/full", "/dev/full");
-    root.link("/vantor/unsynced", "/dev/null");
+    root.write("/vantor/etc/other", "");
     const Machine machine(root.path());
-    EXPECT_EQ(machine.writeFile("/vantor/full", "new\n"), WriteFailure::write);
-    EXPECT_EQ(errno, ENOSPC);
-    EXPECT_EQ(machine.writeFile("/vantor/unsynced", "new\n"), WriteFailure::sync);
-    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(machine.writeFile("/vantor/etc", "new\n"), WriteFailure::open);
+    EXPECT_EQ(errno, EISDIR);
     EXPECT_EQ(machine.writeFile("/nowhere/network.conf", "new\n"), WriteFailure::open);
     EXPECT_EQ(errno, ENOENT);
+    const FileSizeLimit room(2);
+    EXPECT_EQ(machine.writeFile("/vantor/etc/new", "new\n"), WriteFailure::write);
+    EXPECT_EQ(errno, EFBIG);
 }
 
 std::size_t openDescriptors() {
@@ -201,12 +222,14 @@ std::size_t openDescriptors() {
 
 TEST(MachineFiles, LeaveNoDescriptorOpen) {
     const FrameRoot root;
-    root.link("/vantor/full", "/dev/full");
+    root.write("/vantor/old", "old\n");
     const Machine machine(root.path());
     const std::size_t before = openDescriptors();
     machine.readFile("/vantor");
+    machine.readFile("/vantor/old");
     machine.writeFile("/vantor/new", "new\n");
-    machine.writeFile("/vantor/full", "new\n");
+    const FileSizeLimit room(2);
+    machine.writeFile("/vantor/old", "new\n");
     EXPECT_EQ(openDescriptors(), before);
 }
 

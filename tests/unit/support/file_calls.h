@@ -10,12 +10,19 @@
 // which tests prepare and read files, are not among them). One watch at a time, one thread.
 
 struct FileCall {
-    std::string
-        verb;  // "stat", "create", "open", "write", "flush", "sync", "close", "rename", "unlink"
+    // "stat", "status" (of a descriptor), "link", "create", "open", "read", "write", "owner",
+    // "mode", "sync", "close", "rename", "unlink", "rmdir", "mkdir"
+    std::string verb;
     std::string path;
     std::string target;  // of a rename, otherwise empty
     bool operator==(const FileCall&) const = default;
 };
+
+// Whether the disk is another after the call.
+inline bool changesTheDisk(const FileCall& call) {
+    return call.verb != "stat" && call.verb != "status" && call.verb != "link" &&
+           call.verb != "open" && call.verb != "read" && call.verb != "close";
+}
 
 struct FileAnswer {
     int result;
