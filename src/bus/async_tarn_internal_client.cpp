@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "bus/made_json.h"
 #include "bus/messages.h"
 #include "bus/netstring.h"
 #include "model/json.h"
@@ -33,21 +34,21 @@ void logUnsendable(const TarnInternalMessage& message) {
 }
 
 UniqueJSON objectWith(const char* key, UniqueJSON item) {
-    UniqueJSON object = jsonObject();
-    addMember(object.get(), key, std::move(item));
+    UniqueJSON object = made(jsonObject());
+    addMade(object.get(), key, std::move(item));
     return object;
 }
 
 UniqueJSON identity(const std::string& name, std::int32_t connID) {
     UniqueJSON object = objectWith("name", jsonString(name));
-    addMember(object.get(), "connID", jsonNumber(connID));
+    addMade(object.get(), "connID", jsonNumber(connID));
     return object;
 }
 
 UniqueJSON subscription(const std::string& path, bool receiveAll) {
     UniqueJSON entry = objectWith("path", jsonString(path));
     if (receiveAll) {
-        addMember(entry.get(), "receiveAll", jsonBool(true));
+        addMade(entry.get(), "receiveAll", jsonBool(true));
     }
     return entry;
 }
@@ -110,7 +111,7 @@ void AsyncTarnInternalClient::disconnect() {
 void AsyncTarnInternalClient::handleConnect() {
     parser_.reset();
     UniqueJSON login = identity(name_, connID_);
-    addMember(login.get(), "version", jsonNumber(kLoginVersion));
+    addMade(login.get(), "version", jsonNumber(kLoginVersion));
     send(SETMessage(kConnectionObject, objectWith("login", std::move(login))));
     sendSubscriptions(subscriptions_);
     setConnectionState(ConnectionState::connected, "connect OK");
@@ -138,7 +139,9 @@ void AsyncTarnInternalClient::unsubscribe(const std::string& path) {
 void AsyncTarnInternalClient::sendSubscriptions(const std::vector<std::string>& paths) {
     UniqueJSON list = jsonArray();
     for (const std::string& path : paths) {
-        addElement(list.get(), subscription(path, receiveAll_));
+        if (!addElement(list.get(), subscription(path, receiveAll_))) {
+            throw std::bad_alloc();
+        }
     }
     send(SETMessage(kConnectionObject, objectWith("subscribeList", std::move(list))));
 }
@@ -152,7 +155,7 @@ void AsyncTarnInternalClient::setModuleReady() {
 
 UniqueJSON AsyncTarnInternalClient::readiness() const {
     UniqueJSON state = identity(name_, connID_);
-    addMember(state.get(), "ready", jsonBool(moduleReady_));
+    addMade(state.get(), "ready", jsonBool(moduleReady_));
     return state;
 }
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "bus/made_json.h"
 #include "bus/tarn_internal_client.h"
 
 namespace {
@@ -17,8 +18,8 @@ const char* paramKey(int descriptorFlag) {
 }
 
 UniqueJSON singleMember(const char* key, UniqueJSON item) {
-    UniqueJSON object = jsonObject();
-    addMember(object.get(), key, std::move(item));
+    UniqueJSON object = made(jsonObject());
+    addMade(object.get(), key, std::move(item));
     return object;
 }
 
@@ -113,16 +114,16 @@ RSPMessage::RSPMessage(const TarnInternalMessage& request, int code)
 }
 
 void RSPMessage::addCommand(MessageType command) {
-    addData("requestCommand", jsonString(typeWord(command)));
+    addData("requestCommand", made(jsonString(typeWord(command))));
 }
 
 void RSPMessage::addStatus(int code) {
-    addData("statusCode", jsonNumber(code));
-    addData("statusMsg", jsonString(statusText(code)));
+    addData("statusCode", made(jsonNumber(code)));
+    addData("statusMsg", made(jsonString(statusText(code))));
 }
 
 void RSPMessage::addText(const char* key, const std::optional<std::string>& text) {
     if (text) {
-        addData(key, jsonString(*text));
+        addData(key, made(jsonString(*text)));
     }
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "bus/item_count.h"
+#include "bus/made_json.h"
 #include "model/json_size.h"
 #include "model/line_limit.h"
 #include "model/log.h"
@@ -73,11 +74,11 @@ TarnInternalMessage::TarnInternalMessage(MallocText payload) : text_(std::move(p
 
 TarnInternalMessage::TarnInternalMessage(MessageType type, std::string objectName,
                                          std::string uniqueId, int32_t destination)
-    : data_(jsonObject()), uniqueId_(std::move(uniqueId)) {
+    : data_(made(jsonObject())), uniqueId_(std::move(uniqueId)) {
     header_.type = type;
     header_.destination = destination;
     header_.objectName = std::move(objectName);
-    addData("id", jsonString(uniqueId_));
+    addData("id", made(jsonString(uniqueId_)));
 }
 
 TarnInternalMessage::~TarnInternalMessage() {
@@ -218,5 +219,7 @@ ResponseStatus TarnInternalMessage::responseStatus() const {
 }
 
 void TarnInternalMessage::addData(const char* key, UniqueJSON item) {
-    addMember(data_.get(), key, std::move(item));
+    if (item) {
+        addMade(data_.get(), key, std::move(item));
+    }
 }

@@ -132,7 +132,7 @@ int ToskStringValue::fromJSON(const cJSON* item) {
         return -1;
     }
     if (text_ != text) {
-        text_ = text;
+        std::string(text).swap(text_);  // a long one before it gives its memory back
         markChanged();
     }
     return 0;
@@ -147,7 +147,7 @@ bool ToskStringValue::updateFrom(const ToskParam&, const ToskValue* other) {
     if (!source || source->text_ == text_) {
         return false;
     }
-    text_ = source->text_;
+    std::string(source->text_).swap(text_);
     return true;
 }
 

@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "bus/full_listener.h"
 #include "frame/devices.h"
 #include "on_bus.h"
 
@@ -74,6 +75,20 @@ TEST_F(Connection, WithoutAnAddressIdsEndAtTheirAt) {
     daemon.emplace();
     EXPECT_EQ(greeted()[0].id(), "1@");
     EXPECT_EQ(greeted()[0].id(), "5@") << "and go on in the next connection";
+}
+
+// A bus that hangs takes as many connections as its backlog holds; the next attempt hangs with it.
+TEST_F(Connection, IsBackAtOnceWhenABusThatHungIsRestarted) {
+    bus.stopListening();
+    std::optional<FullListener> hung(std::in_place, 15000);
+    daemon.emplace();
+    const std::string timedOut =
+        "Pallwatch - connectHandler Error: Connection timed out to 127.0.0.1:15000\n";
+    daemon->error().waitFor(timedOut);
+    daemon->error().waitFor(timedOut + timedOut);
+    hung.reset();
+    bus.listen();
+    EXPECT_EQ(greeting().at(0), kLogin);
 }
 
 TEST_F(Connection, SubscribesThroughThePrefixToo) {

@@ -9,6 +9,8 @@ namespace {
 
 thread_local size_t newCount = 0;
 thread_local size_t refusedFrom = SIZE_MAX;
+thread_local size_t refusedIn = 0;  // so many pieces from now; 0: it has been, or there is none
+thread_local bool watching = false;
 
 }  // namespace
 
@@ -18,7 +20,7 @@ void* __real_malloc(size_t size);
 void* __wrap_malloc(size_t size);
 
 void* __wrap_malloc(size_t size) {
-    if (size >= refusedFrom) {
+    if (isAllocationRefused(size)) {
         errno = ENOMEM;
         return nullptr;
     }
@@ -44,6 +46,30 @@ void operator delete(void* memory, size_t) noexcept {
 
 size_t allocationCount() {
     return newCount;
+}
+
+bool isAllocationRefused(size_t size) {
+    if (watching && refusedIn > 0 && --refusedIn == 0) {
+        return true;
+    }
+    return size >= refusedFrom;
+}
+
+RefusedAllocation::RefusedAllocation(size_t number) {
+    refusedIn = number;
+}
+
+RefusedAllocation::~RefusedAllocation() {
+    watching = false;
+    refusedIn = 0;
+}
+
+void RefusedAllocation::watch(bool on) {
+    watching = on;
+}
+
+bool RefusedAllocation::happened() const {
+    return refusedIn == 0;
 }
 
 RefusedAllocations::RefusedAllocations(size_t fromSize) {

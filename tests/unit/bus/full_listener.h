@@ -8,12 +8,17 @@
 #include <cstdint>
 #include <vector>
 
-// A listener on a free port of the loopback that accepts nobody and whose backlog is full: further
+// A listener on the loopback that accepts nobody and whose backlog is full: further
 // connection attempts are left undecided.
 class FullListener {
   public:
-    FullListener() : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    // Port 0 stands for a free one.
+    explicit FullListener(std::uint16_t port = 0)
+        : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        const int on = 1;
+        ::setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
         address_.sin_family = AF_INET;
+        address_.sin_port = htons(port);
         address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t size = sizeof address_;
         ::bind(listener_, generic(), size);

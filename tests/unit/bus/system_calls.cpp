@@ -13,6 +13,8 @@
 #include <cstdlib>
 #include <mutex>
 
+#include "allocations.h"
+
 namespace {
 
 constexpr std::size_t kCalls = 7;
@@ -95,7 +97,8 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
 
 void* aligned_alloc(size_t alignment, size_t size) noexcept {
     static auto* const real = original<decltype(aligned_alloc)>("aligned_alloc");
-    return refused(SystemCall::allocate) ? nullptr : real(alignment, size);
+    return refused(SystemCall::allocate) || isAllocationRefused(size) ? nullptr
+                                                                      : real(alignment, size);
 }
 
 }  // extern "C"
