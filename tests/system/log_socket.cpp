@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 
+#include "harness/syslog_receiver.h"
+
 using frame::check;
 
 namespace {
@@ -19,10 +21,16 @@ std::string received(int socket) {
     return {buffer.data(), static_cast<size_t>(std::max<ssize_t>(size, 0))};
 }
 
+frame::Descriptor openAsUsual(int type) {
+    constexpr int kUsualLines = 10;
+    harness::setLogQueue(kUsualLines);
+    return frame::Descriptor(
+        check(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"));
+}
+
 }  // namespace
 
-LogSocket::LogSocket(int type)
-    : socket_(check(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket")) {
+LogSocket::LogSocket(int type) : socket_(openAsUsual(type)) {
     ::unlink(kPath);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;

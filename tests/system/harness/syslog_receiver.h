@@ -29,6 +29,10 @@ void PrintTo(const LogLine& line, std::ostream* out);
 // its default.
 LogLine parseLogLine(std::string_view datagram);
 
+// How many datagrams the sockets that are opened from now on hold, where this frame may say so. The
+// kernel's own number is 10.
+void setLogQueue(int lines);
+
 // The system log of this frame: owns /dev/log from construction on, as syslogd would. Receives in a
 // thread of its own, so that no program waits on a full log; the calls are for the test's thread.
 class SyslogReceiver {
