@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "support/captured_log.h"
+#include "support/file_calls.h"
 #include "support/temporary_directory.h"
 
 namespace {
@@ -243,6 +244,82 @@ TEST(SleepFor, TakesThatLong) {
     const auto start = std::chrono::steady_clock::now();
     sleepFor(milliseconds(2));
     EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(2));
+}
+
+TEST_F(Files, ReadContentsGivesTheWholeFile) {
+    const std::string text("a\n\0b", 4);
+    const FileContents contents = readContents(directory_.write("file", text));
+    EXPECT_EQ(contents.outcome, Reading::complete);
+    EXPECT_EQ(contents.bytes, text);
+    EXPECT_EQ(contents.statedSize, 4U);
+}
+
+TEST_F(Files, ReadContentsReadsAFileOfTheKernelThatStatesNoSize) {
+    const FileContents contents = readContents("/proc/self/status");
+    EXPECT_EQ(contents.outcome, Reading::complete);
+    EXPECT_EQ(contents.statedSize, 0U);
+    EXPECT_THAT(contents.bytes, testing::StartsWith("Name:"));
+}
+
+TEST_F(Files, ReadContentsStopsAtItsLimit) {
+    const std::string path = directory_.write("file", std::string(50'000, 'x'));
+    EXPECT_EQ(readContents(path, 50'000).outcome, Reading::complete);
+    for (const size_t limit : {0U, 1U, 16'384U, 49'999U}) {
+        const FileContents contents = readContents(path, limit);
+        EXPECT_EQ(contents.outcome, Reading::tooLong);
+        EXPECT_EQ(contents.bytes, std::string(limit, 'x'));
+    }
+}
+
+TEST_F(Files, ReadContentsReadsAMebibyteUnlessToldOtherwise) {
+    const FileContents contents =
+        readContents(directory_.write("file", std::string(1'048'577, 'x')));
+    EXPECT_EQ(contents.outcome, Reading::tooLong);
+    EXPECT_EQ(contents.bytes.size(), 1'048'576U);
+}
+
+TEST_F(Files, ReadContentsReadsNothingOfWhatIsNoFile) {
+    const std::string pipe = directory_.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path : {pipe, directory_.path(), std::string("/dev/zero")}) {
+        const FileContents contents = readContents(path);
+        EXPECT_EQ(contents.outcome, Reading::notRegular) << path;
+        EXPECT_EQ(contents.bytes, "");
+    }
+}
+
+TEST_F(Files, ReadContentsTellsMissingFromUnreadable) {
+    EXPECT_EQ(readContents(directory_.path("absent")).outcome, Reading::missing);
+    EXPECT_EQ(readContents("").outcome, Reading::missing);
+    ASSERT_EQ(symlink("link", directory_.path("link").c_str()), 0);
+    const FileContents circle = readContents(directory_.path("link"));
+    EXPECT_EQ(circle.outcome, Reading::notOpened);
+    EXPECT_EQ(circle.errorNumber, ELOOP);
+    directory_.write("file", "");
+    EXPECT_EQ(readContents(directory_.path("file/below")).outcome, Reading::notOpened);
+}
+
+TEST_F(Files, ReadContentsGoesOnAfterAnInterruptedRead) {
+    const std::string path = directory_.write("file", "text");
+    int reads = 0;
+    const FileCallWatch watch([&](const FileCall& call) -> std::optional<FileAnswer> {
+        const bool interrupted = call.verb == "read" && ++reads == 1;
+        return interrupted ? std::optional<FileAnswer>({-1, EINTR}) : std::nullopt;
+    });
+    EXPECT_EQ(readContents(path).bytes, "text");
+}
+
+TEST_F(Files, ReadContentsGivesWhatCameBeforeAFailure) {
+    const std::string path = directory_.write("file", std::string(20'000, 'x'));
+    int reads = 0;
+    const FileCallWatch watch([&](const FileCall& call) -> std::optional<FileAnswer> {
+        const bool fails = call.verb == "read" && ++reads == 2;
+        return fails ? std::optional<FileAnswer>({-1, EIO}) : std::nullopt;
+    });
+    const FileContents contents = readContents(path);
+    EXPECT_EQ(contents.outcome, Reading::failed);
+    EXPECT_EQ(contents.errorNumber, EIO);
+    EXPECT_EQ(contents.bytes, std::string(16'384, 'x'));
 }
 
 }  // namespace

@@ -1,6 +1,10 @@
 #include "model/json.h"
 
+#include <thread>
+
 #include <gtest/gtest.h>
+
+#include "support/exhausted_memory.h"
 
 namespace {
 
@@ -110,6 +114,35 @@ TEST(JSONDocument, HoldsAnEmptyObjectInPlaceOfATextThatDoesNotParse) {
     const JSONDocument document(std::string("{\"a\":"));
     EXPECT_EQ(renderJSON(document.root(), false), "{}");
     EXPECT_EQ(renderJSON(JSONDocument(std::string()).root(), false), "{}");
+}
+
+TEST(FailedJSONAllocations, AreCountedWhereTheLibraryKeepsThemToItself) {
+    const UniqueJSON object = jsonObject();
+    const unsigned long before = failedJSONAllocations();
+    addMember(object.get(), "a", jsonNumber(1));
+    EXPECT_EQ(failedJSONAllocations(), before);
+    {
+        const OneFailedAllocation failure(0);
+        addMember(object.get(), "b", jsonNumber(1));
+    }
+    EXPECT_EQ(failedJSONAllocations(), before + 1);
+    EXPECT_EQ(renderJSON(object.get(), false), R"({"a":1})");
+}
+
+TEST(FailedJSONAllocations, TellShortMemoryFromATextThatIsNoJSON) {
+    const unsigned long before = failedJSONAllocations();
+    EXPECT_EQ(parsed("{\"a\""), nullptr);
+    EXPECT_EQ(failedJSONAllocations(), before);
+    const OneFailedAllocation failure(1);
+    EXPECT_EQ(parsed("{\"a\": 1}"), nullptr);
+    EXPECT_EQ(failedJSONAllocations(), before + 1);
+}
+
+TEST(FailedJSONAllocations, AreThoseOfTheCallingThread) {
+    const unsigned long before = failedJSONAllocations();
+    const OneFailedAllocation failure(0);
+    std::thread([] { EXPECT_EQ(jsonNull(), nullptr); }).join();
+    EXPECT_EQ(failedJSONAllocations(), before);
 }
 
 }  // namespace

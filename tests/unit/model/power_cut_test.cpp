@@ -5,6 +5,7 @@
 // only after that file was synced, names only after their directory was. Every directory that can
 // be left so is built and loaded from.
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <set>
@@ -14,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include "model/file_replacement.h"
 #include "sample_container.h"
 #include "support/captured_log.h"
 #include "support/file_calls.h"
@@ -55,7 +57,9 @@ std::string found(const Files& files) {
     return container.load() == 0 ? container.text : "nothing";
 }
 
-Changes changesOfSave(const Files& start, const std::string& text, bool keepOld) {
+// What an action in such a directory asks of the disk.
+Changes changesOf(const Files& start,
+                  const std::function<void(const TemporaryDirectory&)>& action) {
     const CapturedLog ignored;
     const TemporaryDirectory directory;
     furnish(directory, start);
@@ -66,10 +70,16 @@ Changes changesOfSave(const Files& start, const std::string& text, bool keepOld)
         changes.push_back({call.verb, name, nameOf(call.target, directory),
                            fileSync ? directory.read(name) : std::string()});
     };
-    SampleContainer container(directory.path("file"));
     const FileCallWatch watch({}, record);
-    container.saveText(text, keepOld);
+    action(directory);
     return changes;
+}
+
+Changes changesOfSave(const Files& start, const std::string& text, bool keepOld) {
+    return changesOf(start, [&](const TemporaryDirectory& directory) {
+        SampleContainer container(directory.path("file"));
+        container.saveText(text, keepOld);
+    });
 }
 
 // A directory whose names and bytes reach the disk by and by.
@@ -259,6 +269,66 @@ TEST(PowerCutReplay, WouldLoseBothStatesIfTheDirectoryWereNotSynced) {
     const Files saved{{"file.json", sampleFile("old")}};
     const Changes changes = withoutSyncs(changesOfSave(saved, "new", false), true);
     EXPECT_TRUE(foundIn(leftoversOfSave(saved, changes)).count("nothing"));
+}
+
+// A start that finds a file of no use and saves: what it found stays on the disk under some name.
+TEST(PowerCutReplay, NeverCostsAFileThatWasOfNoUse) {
+    const Files torn{{"file.json", "torn"}};
+    const Changes changes = changesOf(torn, [](const TemporaryDirectory& directory) {
+        SampleContainer container(directory.path("file"));
+        container.load();
+        container.saveText("new", false);
+    });
+    for (const Files& files : leftoversOfSave(torn, changes)) {
+        const bool kept = std::any_of(files.begin(), files.end(),
+                                      [](const auto& file) { return file.second == "torn"; });
+        EXPECT_TRUE(kept);
+    }
+    EXPECT_EQ(foundIn(leftoversAfterSave(torn, changes)), (Texts{"new"}));
+}
+
+// A file without a rotation, such as network.conf.
+class PowerCutOfAReplacedFile : public testing::Test {
+  protected:
+    static Changes changesOfReplacement(const Files& start, const std::string& text) {
+        return changesOf(start, [&](const TemporaryDirectory& directory) {
+            replaceFile(directory.path("network.conf"), text);
+        });
+    }
+
+    static Texts textsIn(const std::set<Files>& leftovers) {
+        Texts texts;
+        for (const Files& files : leftovers) {
+            const auto found = files.find("network.conf");
+            texts.insert(found == files.end() ? "nothing" : found->second);
+        }
+        return texts;
+    }
+
+    const Files old_{{"network.conf", "old"}};
+};
+
+TEST_F(PowerCutOfAReplacedFile, LeavesTheOldOrTheNewText) {
+    for (const Files& start :
+         {old_, Files{{"network.conf", "old"}, {"network.conf.new", "torn"}}}) {
+        const Changes changes = changesOfReplacement(start, "new");
+        EXPECT_EQ(textsIn(leftoversOfSave(start, changes)), (Texts{"old", "new"}));
+        EXPECT_EQ(textsIn(leftoversAfterSave(start, changes)), (Texts{"new"}));
+    }
+}
+
+TEST_F(PowerCutOfAReplacedFile, DuringTheReplacementAfterAPowerCutLeavesWhatWasThereOrTheNewText) {
+    const Changes first = changesOfReplacement(old_, "new");
+    for (const Files& start : leftoversOfSave(old_, first)) {
+        const Changes second = changesOfReplacement(start, "newer");
+        EXPECT_EQ(textsIn(leftoversOfSave(start, second)),
+                  (Texts{start.at("network.conf"), "newer"}));
+    }
+}
+
+TEST_F(PowerCutOfAReplacedFile, WouldLoseTheTextIfTheNewFileWereNotSynced) {
+    const Changes changes = withoutSyncs(changesOfReplacement(old_, "new"), false);
+    EXPECT_TRUE(textsIn(leftoversOfSave(old_, changes)).count(""));
 }
 
 }  // namespace
