@@ -102,7 +102,6 @@ Damage Ground::assess() {
     if (!stopped_) {
         std::this_thread::sleep_for(5s);
         damage_.later = std::max(0.0, megabytes("VmRSS") - base_);
-        checkLife();
         stopNow();
     }
     damage_.blocked = std::max(wire_.longestSilence().count(), least_);
@@ -112,6 +111,7 @@ Damage Ground::assess() {
 
 void Ground::stopNow() {
     stopped_ = true;
+    checkLife();
     const auto from = Clock::now();
     ::kill(pid_, SIGTERM);
     while (megabytes("VmRSS") > 0 && secondsSince(from) < 10) {
@@ -128,7 +128,7 @@ void Ground::checkLife() {
         lose("the process");
         return;
     }
-    if (!wire_.isAnswered(20s)) {
+    if (!wire_.isAnswered(10s)) {
         lose("answers");
         return;
     }

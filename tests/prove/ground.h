@@ -54,13 +54,13 @@ class Ground {
     void lose(const std::string& what) { damage_.lost.push_back(what); }
     void limitFiles(rlim_t bytes) const;  // of the running daemon
 
-    // Ends the daemon with SIGTERM now, which it has to follow within 2 s.
+    // Looks whether everything is still there and ends the daemon with SIGTERM, which it has to
+    // follow within 2 s: for attacks that go on until then.
     void stopNow();
 
     void notBelow(double blocked);  // at least so many seconds without the daemon
 
-    // What the attack led to: waits 5 s, looks whether everything is still there, and ends the
-    // daemon, unless it was stopped.
+    // What the attack led to, 5 s later, and the daemon's end, unless that was before.
     Damage assess();
 
   private:
