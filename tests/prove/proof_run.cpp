@@ -34,7 +34,7 @@ constexpr Section kSections[] = {
          proveFaults(program, share, tally);
      }},
     {"kills", 4, 1, true, proveKills},
-    {"power-cuts", 2, 5, false,
+    {"power-cuts", 1, 5, false,
      [](const std::string& program, size_t, const Share& share, Tally& tally) {
          provePowerCuts(program, share, tally);
      }},

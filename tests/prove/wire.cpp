@@ -142,7 +142,7 @@ int Wire::takeConnection() {
         const timeval most{kLongestSend.count(), 0};
         ::setsockopt(connection_.get(), SOL_SOCKET, SO_SNDTIMEO, &most, sizeof most);
         incoming_ = Incoming();
-        ++logins_;
+        isLoggedIn_ = false;
     }
     return connection_.get();
 }
@@ -188,11 +188,17 @@ void Wire::takePayloadPart(std::string_view& bytes) {
 }
 
 void Wire::takeFrame() {
+    if (!isLoggedIn_) {  // the first message of a connection is the login
+        isLoggedIn_ = true;
+        ++logins_;
+    }
     if (!incoming_.head.starts_with("[\"RSP\"")) {
         return;
     }
     const std::string id = quotedBehind(incoming_.head, "{\"id\":\"").substr(0, 32);
     const std::lock_guard lock(state_);
+    longest_ = std::max(longest_, silence());
+    lastAnswer_ = Clock::now();
     if (id.starts_with(kAsk)) {
         takeAnswer(static_cast<unsigned>(std::stoul(id.substr(kAsk.size()))));
     } else {
@@ -201,13 +207,12 @@ void Wire::takeFrame() {
     }
 }
 
-// Answers come in the order of the questions: what was asked before is lost, and was silence.
+// Answers come in the order of the questions: what was asked before is lost.
 void Wire::takeAnswer(unsigned number) {
     const auto asked = asked_.find(number);
     if (asked == asked_.end()) {
         return;
     }
-    longest_ = std::max(longest_, Clock::now() - asked_.begin()->second);
     lastAnswered_ = asked->second;
     asked_.erase(asked_.begin(), std::next(asked));
 }
@@ -261,10 +266,15 @@ bool Wire::waitForLogin(size_t count, std::chrono::milliseconds patience) const 
     return holdsWithin(patience, [&] { return logins_ >= count; });
 }
 
+// Since the last answer of any kind, or since the first question that waits.
+Wire::Clock::duration Wire::silence() const {
+    return asked_.empty() ? Clock::duration{}
+                          : Clock::now() - std::max(asked_.begin()->second, lastAnswer_);
+}
+
 std::chrono::duration<double> Wire::longestSilence() const {
     const std::lock_guard lock(state_);
-    const Clock::duration longest = longest_;
-    return asked_.empty() ? longest : std::max(longest, Clock::now() - asked_.begin()->second);
+    return std::max(longest_, silence());
 }
 
 // Only an answer to what was asked after this call counts.

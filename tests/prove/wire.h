@@ -24,7 +24,7 @@ class Wire {
     Wire(const Wire&) = delete;
     Wire& operator=(const Wire&) = delete;
 
-    // How often the daemon has connected.
+    // How often the daemon has connected and said so.
     size_t logins() const { return logins_; }
     // False when it did not in that time.
     bool waitForLogin(size_t count, std::chrono::milliseconds patience) const;
@@ -37,7 +37,8 @@ class Wire {
     // Whether what comes is read; nothing is asked meanwhile.
     void setReading(bool reading);
 
-    // The longest time that a question had to wait so far, also of those that wait still.
+    // The longest time without any answer while a question waited, also of the one that waits
+    // still.
     std::chrono::duration<double> longestSilence() const;
     // Whether what is asked now is answered in that time.
     bool isAnswered(std::chrono::milliseconds patience) const;
@@ -68,6 +69,7 @@ class Wire {
     void takePayloadPart(std::string_view& bytes);
     void takeFrame();
     void takeAnswer(unsigned number);
+    Clock::duration silence() const;
     void ask();
     int takeConnection();
     void dropConnection();
@@ -78,11 +80,13 @@ class Wire {
     mutable std::mutex state_;
     std::mutex sending_;
     Incoming incoming_;
+    bool isLoggedIn_ = false;
     std::map<unsigned, Clock::time_point> asked_;  // by number
     unsigned questions_ = 0;
     std::map<std::string, size_t> answers_;
     std::map<std::string, std::string> lastAnswers_;
     Clock::duration longest_{};
+    Clock::time_point lastAnswer_;
     Clock::time_point lastAnswered_;  // when that was asked
     std::atomic<size_t> logins_ = 0;
     std::atomic<size_t> longestFrame_ = 0;
