@@ -33,6 +33,14 @@ void logUnsendable(const TarnInternalMessage& message) {
                typeWord(message.type()), message.objectName().c_str());
 }
 
+// Whether the JSON library lacked memory on this thread since the last question: what was made
+// meanwhile may lack any part of itself.
+bool lackedMemory() {
+    thread_local unsigned long known = 0;
+    const unsigned long failed = failedJSONAllocations();
+    return std::exchange(known, failed) != failed;
+}
+
 UniqueJSON objectWith(const char* key, UniqueJSON item) {
     UniqueJSON object = made(jsonObject());
     addMade(object.get(), key, std::move(item));
@@ -165,6 +173,9 @@ void AsyncTarnInternalClient::send(TarnInternalMessage&& message) {
 }
 
 void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) {
+    if (lackedMemory()) {
+        throw std::bad_alloc();
+    }
     if (message.leastDataSize() > kLongestPayload) {
         logUnsendable(message);
         return;
@@ -185,14 +196,23 @@ void AsyncTarnInternalClient::pause() {
 
 void AsyncTarnInternalClient::resume() {
     paused_ = false;
+    if (handingOn_) {
+        return;  // whoever hands on goes on with it: no message is handled inside another one
+    }
+    handOnKept();
+    if (!paused_) {
+        transport_.resumeReading();
+    }
+}
+
+void AsyncTarnInternalClient::handOnKept() {
     const Batch batch = gather();
+    handingOn_ = true;
+    const std::unique_ptr<bool, void (*)(bool*)> over(&handingOn_, [](bool* on) { *on = false; });
     while (!paused_ && !kept_.empty()) {
         Payload payload = std::move(kept_.front());
         kept_.pop_front();
         handlePayload(std::move(payload));
-    }
-    if (!paused_) {
-        transport_.resumeReading();
     }
 }
 
@@ -205,6 +225,7 @@ void AsyncTarnInternalClient::handlePayload(Payload payload) {
             handleMessage(std::move(*message));
         }
     } catch (const std::bad_alloc&) {
+        static_cast<void>(lackedMemory());  // told with this message, not with the next
         logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
     }
 }

@@ -65,7 +65,8 @@ class AsyncTarnInternalClient {
     // Announces, the first time that it is called, that the module is ready.
     void setModuleReady();
 
-    // Sends the message as one from this module.
+    // Sends the message as one from this module. Throws std::bad_alloc when there is no memory for
+    // it, or was none for a part of it.
     void send(TarnInternalMessage&& message);
     // Sends the message as it is.
     void sendUnstamped(const TarnInternalMessage& message);
@@ -92,6 +93,7 @@ class AsyncTarnInternalClient {
     using Payload = std::unique_ptr<std::vector<char>>;
 
     void handleConnect();
+    void handOnKept();
     void handlePayload(Payload payload);
     void handleMessage(TarnInternalMessage&& message);
     void handleSystemMessage(const TarnInternalMessage& message);
@@ -109,6 +111,7 @@ class AsyncTarnInternalClient {
     ConnectionState connectionState_ = ConnectionState::disconnected;
     NetStringStreamParser parser_;
     bool paused_ = false;
+    bool handingOn_ = false;
     std::deque<Payload> kept_;  // received while paused: no more than one chunk completes
     std::chrono::milliseconds heartbeatPeriod_{5000};
     bool moduleReady_ = false;

@@ -19,7 +19,9 @@ const char* paramKey(int descriptorFlag) {
 
 UniqueJSON singleMember(const char* key, UniqueJSON item) {
     UniqueJSON object = made(jsonObject());
-    addMade(object.get(), key, std::move(item));
+    if (item) {
+        addMade(object.get(), key, std::move(item));
+    }
     return object;
 }
 

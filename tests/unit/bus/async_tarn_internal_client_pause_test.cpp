@@ -101,6 +101,24 @@ TEST_F(BusClientPause, ResumeInTheSameChunkChangesNothing) {
     EXPECT_THAT(received_, ElementsAre("a", "b", "c"));
 }
 
+TEST_F(BusClientPause, KeptMessageThatResumesIsDoneBeforeTheNext) {
+    std::vector<std::string> diary;
+    client_->setOnMessage([&](const TarnInternalMessage& message) {
+        diary.push_back(message.objectName());
+        if (message.objectName() == "stop") {
+            client_->pause();
+            return;
+        }
+        client_->resume();
+        diary.push_back("end of " + message.objectName());
+    });
+    ASSERT_TRUE(connectAndLogIn());
+    peer_.last().send(notification("stop") + notification("a") + notification("b"));
+    ASSERT_TRUE(until([&] { return !diary.empty(); }));
+    client_->resume();
+    EXPECT_THAT(diary, ElementsAre("stop", "a", "end of a", "b", "end of b"));
+}
+
 TEST_F(BusClientPause, AnswersToKeptMessagesLeaveTogether) {
     client_->setOnMessage([this](const TarnInternalMessage& message) {
         client_->send(RSPMessage(message, 200));
