@@ -6,6 +6,7 @@
 #include <fstream>
 #include <functional>
 
+#include "frame/devices.h"
 #include "on_bus.h"
 
 using namespace harness;
@@ -128,6 +129,8 @@ const Attack kAttacks[] = {
 
 class MemoryOf : public OnBus {
   protected:
+    using OnBus::OnBus;
+
     // In bytes, of /proc/<pid>/status.
     long statusOf(const std::string& key) const {
         std::ifstream status(daemon->proc() / "status");
@@ -224,6 +227,24 @@ TEST_P(MemoryUnder, IsEnoughWhenTheAddressSpaceIsShort) {
 
 INSTANTIATE_TEST_SUITE_P(All, MemoryUnder, testing::ValuesIn(kAttacks),
                          [](const auto& tested) { return tested.param.name; });
+
+class ShortMemory : public MemoryOf {
+  protected:
+    ShortMemory() : MemoryOf("Quorane") {}
+};
+
+// Meanwhile the poll goes on, and what it says has no room either.
+TEST_F(ShortMemory, WithADeafBusEndsNeitherThePollNorTheDaemon) {
+    bus.setReceiveBuffer(4096);
+    startWithAName();
+    limitAddressSpace(64 * kMebibyte);
+    bus.sendRaw(longNames(60) + message("SET", listOfOnes()) + longMembers());
+    bus.waitUntilRead();
+    log.waitFor("Battery Sample = OFF");
+    expectAnswersAndState();
+    frame::setCable(frame.tree(), "eth0", false);
+    bus.waitFor("NOT", "system");
+}
 
 TEST_F(MemoryOf, HalfAFrameGoesWithItsConnection) {
     startWithAName();
