@@ -82,6 +82,11 @@ FileContents contentsOf(int descriptor, size_t limit) {
     return contents;
 }
 
+// What is taken for missing is replaced, so one call that says so is not enough.
+bool isMissing(const std::string& path, int errorOfOpen) {
+    return errorOfOpen == ENOENT && !fileExists(path) && errno == ENOENT;
+}
+
 // For callers who tell failures by exceptions; what they get may have been cut short by one.
 FileContents openedContents(const std::string& path) {
     FileContents contents = readContents(path);
@@ -120,7 +125,9 @@ bool UniqueDescriptor::close() {
 FileContents readContents(const std::string& path, size_t limit) try {
     const UniqueDescriptor descriptor(::open(path.c_str(), kReadFlags));
     if (!descriptor) {
-        return stoppedBy(errno == ENOENT ? Reading::missing : Reading::notOpened, errno);
+        const int errorNumber = errno;
+        return stoppedBy(isMissing(path, errorNumber) ? Reading::missing : Reading::notOpened,
+                         errorNumber);
     }
     return contentsOf(descriptor.get(), limit);
 } catch (const std::bad_alloc&) {

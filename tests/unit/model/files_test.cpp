@@ -288,6 +288,16 @@ TEST_F(Files, ReadContentsReadsNothingOfWhatIsNoFile) {
     }
 }
 
+TEST_F(Files, ReadContentsTakesNoFileThatIsThereForMissing) {
+    const std::string path = directory_.write("file", "text");
+    const FileCallWatch watch([](const FileCall& call) {
+        return call.verb == "open" ? std::optional<FileAnswer>({-1, ENOENT}) : std::nullopt;
+    });
+    const FileContents contents = readContents(path);
+    EXPECT_EQ(contents.outcome, Reading::notOpened);
+    EXPECT_EQ(contents.errorNumber, ENOENT);
+}
+
 TEST_F(Files, ReadContentsTellsMissingFromUnreadable) {
     EXPECT_EQ(readContents(directory_.path("absent")).outcome, Reading::missing);
     EXPECT_EQ(readContents("").outcome, Reading::missing);
