@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 
 #include "card.h"
@@ -62,7 +63,7 @@ class Deeds {
         require(card_.set(kBefore) == 200, "the settings from before were refused");
         card_.kill();
         before_ = card_.directory();
-        if (deed_.file != nullptr && std::string(deed_.file) == kLabelName) {
+        if (writesLabel()) {
             before_[kLabelName] = plainFile("Label before");
         }
         old_ = card_.found(before_);
@@ -134,8 +135,8 @@ class Deeds {
         const bool up = card_.start(fault);
         card_.page().disarm();
         const bool failed = card_.page().hasFailed();
-        if (up && !isSavedPartOld(card_.settings())) {
-            tally_.lose(kind, what + ": the daemon goes on with other settings");
+        if (up) {
+            checkRunning(kind, what);
         }
         card_.kill();
         close(kind, failed, !up && !isKill(fault), what);
@@ -210,10 +211,22 @@ class Deeds {
         return settings == old_ || settings == new_;
     }
 
-    // Without the addresses: the poll brings those up to date, on cards that have one.
-    bool isSavedPartOld(const std::string& settings) const {
-        const std::string saved = old_.substr(0, old_.find("ipAddress="));
-        return settings.starts_with(saved);
+    // Without the addresses: the poll brings those up to date, on cards that have one. Without the
+    // frame's name where it comes from a label: that stays as it is when the label cannot be read.
+    std::string savedPart(const std::string& settings) const {
+        std::string saved = settings.substr(0, settings.find(" ipAddress="));
+        if (writesLabel()) {
+            const size_t name = saved.find("frameName=");
+            saved.erase(name, saved.find(" quora", name) - name);
+        }
+        return saved;
+    }
+
+    void checkRunning(const std::string& kind, const std::string& what) {
+        const std::string settings = card_.settings();
+        if (savedPart(settings) != savedPart(old_)) {
+            tally_.lose(kind, what + ": the daemon goes on with " + settings);
+        }
     }
 
     bool labelIsOldOrNew(const Directory& left) const {
@@ -228,6 +241,10 @@ class Deeds {
         const auto found = directory.find(deed_.file);
         return found != directory.end() &&
                found->second.text.find(deed_.newText) != std::string::npos;
+    }
+
+    bool writesLabel() const {
+        return deed_.file != nullptr && std::string_view(deed_.file) == kLabelName;
     }
 
     static bool isKill(const Fault& fault) {
