@@ -50,14 +50,18 @@ bool leadsToSomethingElse(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
-// Whether a new file may take the place of what is at `path`; errno when not.
+// Whether a new file may take the place of what is at `path`; errno when not. A file that nobody
+// may write to is not replaced by another either.
 bool isReplaceable(const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {
         return errno == ENOENT;
     }
-    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    return S_ISREG(status.st_mode);
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return false;
+    }
+    return access(path.c_str(), W_OK) == 0;
 }
 
 // What cannot be removed shows when the name is used.

@@ -32,5 +32,6 @@ bool syncDirectoryOf(const std::string& path);
 WriteFailure writeNewFile(const std::string& path, std::string_view text, const std::string& like);
 
 // Puts a new file with these bytes in the place of the one at the end of the links of `path`, which
-// is none yet or a regular file; owner and mode stay. errno tells why it failed.
+// is none yet or a regular file that may be written to; owner and mode stay. errno tells why it
+// failed.
 WriteFailure replaceFile(const std::string& path, std::string_view text);
