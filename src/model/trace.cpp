@@ -111,11 +111,13 @@ void traceErrorWith(const char* format, va_list arguments) {
 }
 
 bool takesOutput(int descriptor) {
+    const int errorNumber = errno;
     pollfd stream = {descriptor, POLLOUT, 0};
-    if (poll(&stream, 1, 0) == 0) {
-        return false;
+    bool takes = poll(&stream, 1, 0) != 0;
+    if (const int room = takes ? fcntl(descriptor, F_GETPIPE_SZ) : 0; room > 0) {
+        int unread = 0;
+        takes = ioctl(descriptor, FIONREAD, &unread) != 0 || unread < room / 2;
     }
-    const int room = fcntl(descriptor, F_GETPIPE_SZ);
-    int unread = 0;
-    return room <= 0 || ioctl(descriptor, FIONREAD, &unread) != 0 || unread < room / 2;
+    errno = errorNumber;
+    return takes;
 }

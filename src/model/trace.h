@@ -14,5 +14,6 @@ void traceError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void traceErrorWith(const char* format, va_list arguments) __attribute__((format(printf, 1, 0)));
 
 // Whether a command may be given this standard stream: false while a pipe is half full or more, or
-// a terminal has no room, for its reader may stand still and hold whoever writes and waits.
+// a terminal has no room, for its reader may stand still and hold whoever writes and waits. errno
+// is left as it was.
 bool takesOutput(int descriptor);

@@ -243,7 +243,9 @@ TYPED_TEST(TraceToAReader, TakesNoOutputOfCommandsWhileItStandsStill) {
 
 TEST(TakesOutput, AFileAlwaysDoes) {
     const int file = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    errno = ENOENT;
     EXPECT_TRUE(takesOutput(file));
+    EXPECT_EQ(errno, ENOENT);
     close(file);
 }
 
