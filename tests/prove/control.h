@@ -37,6 +37,7 @@ struct Control {
     volatile char selector;
     std::atomic<bool> countsAllocations;
     uint32_t failCall;        // which one of the watched calls fails, from 1; 0 for none
+    bool failsOnwards;        // and all that follow, until the page is disarmed
     uint32_t failAllocation;  // the same of the main thread's allocations
     int32_t error;            // how the call fails: an errno or one of the above
     std::atomic<uint32_t> calls;

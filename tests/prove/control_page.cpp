@@ -32,6 +32,7 @@ ControlPage::~ControlPage() {
 void ControlPage::arm(const Fault& fault) {
     control_->failCall = fault.call;
     control_->error = fault.failure;
+    control_->failsOnwards = fault.onwards;
     control_->failAllocation = fault.allocation;
     control_->calls = 0;
     control_->allocations = 0;

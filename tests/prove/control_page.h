@@ -12,6 +12,7 @@ struct Fault {
     uint32_t call = 0;  // from 1
     int failure = 0;    // an errno or one of control.h
     uint32_t allocation = 0;
+    bool onwards = false;  // the calls behind it fail as well
 };
 
 // The proof's end of the control page.

@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <sys/syscall.h>
 
+#include <cerrno>
 #include <stdexcept>
 #include <string_view>
 #include <thread>
@@ -53,6 +54,7 @@ class Deeds {
         const uint32_t allocations = allocations_;
         proveCalls(calls);
         proveKills(calls);
+        proveOutages(calls);
         proveAllocations(allocations);
     }
 
@@ -98,6 +100,21 @@ class Deeds {
         }
     }
 
+    // A disk that is full or broken for a while, descriptors that others hold. What the daemon
+    // shows meanwhile is its own affair; the files are not.
+    void proveOutages(const std::vector<Call>& calls) {
+        const std::string kind = std::string(deed_.name) + ": each call and all after it";
+        for (uint32_t i = 0; i < calls.size(); ++i) {
+            for (const int failure : {EIO, ENOSPC, EMFILE}) {
+                if (share_.has(position_++)) {
+                    prove(kind, {i + 1, failure, 0, true},
+                          "from call " + std::to_string(i + 1) + ", " +
+                              nameOfCall(calls[i].number) + ", " + nameOfFailure(failure));
+                }
+            }
+        }
+    }
+
     void proveKills(const std::vector<Call>& calls) {
         const std::string kind = std::string(deed_.name) + ": killed at each call";
         for (uint32_t i = 0; i < calls.size(); ++i) {
@@ -133,9 +150,9 @@ class Deeds {
     // What the daemon shows after the fault counts as well as what the next start finds.
     void failStart(const std::string& kind, const Fault& fault, const std::string& what) {
         const bool up = card_.start(fault);
-        card_.page().disarm();
         const bool failed = card_.page().hasFailed();
-        if (up) {
+        if (up && !fault.onwards) {
+            card_.page().disarm();
             checkRunning(kind, what);
         }
         card_.kill();

@@ -235,7 +235,9 @@ long answer(const Request& request) {
         return request.pass();
     }
     const uint32_t number = control->calls.fetch_add(1) + 1;
-    call.result = number == control->failCall ? fail(request) : request.pass();
+    const bool fails =
+        number == control->failCall || (control->failsOnwards && number > control->failCall);
+    call.result = fails ? fail(request) : request.pass();
     note(request, call);
     if (number <= prove::kMostCalls) {
         control->log[number - 1] = call;
