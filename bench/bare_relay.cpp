@@ -1,6 +1,6 @@
 // What passing a message on costs when nothing is done with it: listens on a free port, which it
 // prints, takes two connections and writes what comes from either to the other, with epoll and
-// nothing else. The measure that the stand-in bus is put beside.
+// nothing else. The measure that the simulated bus is put beside.
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>

@@ -1,4 +1,4 @@
-// What the stand-in bus costs: requests of one client to a module and its answers, both of them
+// What the simulated bus costs: requests of one client to a module and its answers, both of them
 // this program, beside a bare relay that passes the same bytes on the same loopback.
 
 #include <fcntl.h>
@@ -213,7 +213,7 @@ int main(int argc, char* argv[]) {
     }
     runOn(0);
     std::printf(
-        "\nrequest and answer through the stand-in bus, beside a bare relay\n"
+        "\nrequest and answer through the simulated bus, beside a bare relay\n"
         "%-12s %8s %8s %9s %9s %6s %11s %11s %6s %7s %7s\n",
         "", "p50 us", "p99 us", "relay p50", "relay p99", "ratio", "messages/s", "relay msg/s",
         "ratio", "cpu us", "relay");

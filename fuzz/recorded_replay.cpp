@@ -1,5 +1,5 @@
-// A recording becomes a plan, or nobody speaks in it; and a device that says again what it said
-// then does nothing otherwise, whatever ids it gives.
+// A recording becomes a plan, or its participant is not found; and a device that repeats what it
+// said then shows no difference, whatever ids it generates.
 
 #include <cstdio>
 #include <optional>
@@ -8,16 +8,16 @@
 #include <vector>
 
 #include "fuzz_target.h"
+#include "pallbus/replay/comparison.h"
+#include "pallbus/replay/replay_plan.h"
 #include "recording/recording.h"
-#include "replay/comparison.h"
-#include "replay/plan.h"
 
 namespace {
 
+using pallbus::replay::Comparison;
+using pallbus::replay::Participant;
+using pallbus::replay::Step;
 using recording::Entry;
-using replay::Against;
-using replay::Comparison;
-using replay::Step;
 
 std::vector<Entry> entriesOf(std::string& text) {
     std::vector<Entry> entries;
@@ -32,9 +32,9 @@ std::vector<Entry> entriesOf(std::string& text) {
     return entries;
 }
 
-std::vector<Step> planOf(const std::vector<Entry>& entries, const Against& against) try {
-    return replay::makePlan(entries, against);
-} catch (const replay::NobodySpeaks&) {
+std::vector<Step> planOf(const std::vector<Entry>& entries, const Participant& participant) try {
+    return pallbus::replay::planReplay(entries, participant);
+} catch (const pallbus::replay::ParticipantNotFound&) {
     return {};
 }
 
@@ -42,10 +42,10 @@ void playBack(const std::vector<Step>& steps) {
     Comparison comparison(steps, {"volts"});
     for (size_t index = 0; index < steps.size(); ++index) {
         if (steps[index].kind == Step::Kind::expect) {
-            comparison.take(steps[index].at, steps[index].payload);
-            require(!comparison.isAwaited(index));
+            comparison.addMessage(steps[index].at, steps[index].payload);
+            require(!comparison.isExpected(index));
         } else if (steps[index].kind == Step::Kind::send) {
-            comparison.forToday(steps[index].payload);
+            comparison.rewriteIDs(steps[index].payload);
         }
     }
     require(comparison.report().deviations.empty());
@@ -60,8 +60,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     const std::vector<Entry> entries = entriesOf(text);
-    for (const Against& against : {Against("system"), Against(8)}) {
-        const std::vector<Step> steps = planOf(entries, against);
+    for (const Participant& participant : {Participant("system"), Participant(8)}) {
+        const std::vector<Step> steps = planOf(entries, participant);
         require(steps.empty() || steps.front().kind == Step::Kind::connect);
         playBack(steps);
     }

@@ -26,7 +26,7 @@ UniqueFile fileOf(std::string& text) {
 std::optional<Reader> opened(std::string& text) try {
     return std::optional<Reader>(std::in_place, fileOf(text), kName);
 } catch (const std::runtime_error& problem) {
-    require(std::string(problem.what()).rfind("input:1: no recording: ", 0) == 0);
+    require(std::string(problem.what()).rfind("input:1: not a recording: ", 0) == 0);
     return std::nullopt;
 }
 

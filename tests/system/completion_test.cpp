@@ -25,14 +25,15 @@ constexpr Line kLines[] = {
     {"pallframe set edit /etc/b\tVERSION=2", "<set><edit></etc/build.prop><VERSION=2>"},
     {"pallframe run --pro\tTessara-\t", "<run><--product><Tessara-5ru>"},
     {"pallbus --verb\t", "<--verbose>"},
-    // trouble, word by word or in one
-    {"pallbus do dr\tfr\tdae\tevery 3 fo\t1s", "<do><drop><from><daemon><every><3><for><1s>"},
-    {"pallbus do sto\tr\tany\t", "<do><stop><reading><anyone>"},
-    {"pallbus do at 2s ref\t", "<do><at><2s><refuse>"},
-    {"pallbus do sh\t", "<do><show>"},
-    {"pallbus do --scr\tREAD\t", "<do><--script><README.md>"},
-    {"pallbus -t 'drop fr\t", "<-t><drop from>"},
-    {"pallbus -t \"close mid\t", "<-t><close mid-frame>"},
+    // faults, word by word or in one
+    {"pallbus inj\tdr\tfr\tdae\tevery 3 fo\t1s", "<inject><drop><from><daemon><every><3><for><1s>"},
+    {"pallbus inject sta\tan\t", "<inject><stall><any>"},
+    {"pallbus inject at 2s ref\t", "<inject><at><2s><refuse>"},
+    {"pallbus sta\t", "<status>"},
+    {"pallbus inject --scr\tREAD\t", "<inject><--script><README.md>"},
+    {"pallbus rec\tREAD\t", "<record><README.md>"},
+    {"pallbus -f 'drop fr\t", "<-f><drop from>"},
+    {"pallbus -f \"delay 1s ev\t", "<-f><delay 1s every>"},
     // names, of the device that answers
     {"pallctl get ipA\tnetm\t", "<get><ipAddress><netmask>"},
     {"pallctl get system.ipA\t", "<get><system.ipAddress>"},

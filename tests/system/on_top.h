@@ -9,7 +9,7 @@
 #include "harness/tmux.h"
 #include "on_pallbus.h"
 
-// `pallctl top` on a terminal, beside the stand-in bus and the daemon of a frame.
+// `pallctl top` on a terminal, beside the simulated bus and the daemon of a frame.
 class OnTop : public OnPallbus {
   protected:
     explicit OnTop(std::string_view product = "Quorane") : OnPallbus(product) {}

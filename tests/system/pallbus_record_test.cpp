@@ -1,4 +1,4 @@
-// A session with the real daemon, recorded by the stand-in bus and played to another daemon.
+// A session with the real daemon, recorded by the simulated bus and played to another daemon.
 
 #include <signal.h>
 
@@ -69,7 +69,7 @@ class Recorded : public OnPallbus {
         while (std::optional<Entry> entry = reader.next()) {
             found.push_back(std::move(*entry));
         }
-        EXPECT_EQ(reader.cutShort(), std::nullopt);
+        EXPECT_EQ(reader.truncation(), std::nullopt);
         return found;
     }
 
@@ -116,7 +116,7 @@ TEST_F(RecordedQuorane, SessionIsTheSameButForWhatIsMeasured) {
 TEST_F(Recorded, SessionIsTheSameThroughATunnel) {
     recordSession({"-p", "frameB"});
     renew("QuoraneBrio");
-    const Result result = replay({"--against=system"}, {"-p", "frameB"});
+    const Result result = replay({"--as=system"}, {"-p", "frameB"});
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_THAT(result.output, HasSubstr(" compared: 0 different, 0 missing, 0 extra\n"));
 }
@@ -148,7 +148,7 @@ TEST_F(Recorded, SessionOnATornFileIsPlayedAsFarAsItGoes) {
     renew("QuoraneBrio");
     const Result result = replay();
     EXPECT_EQ(result.status, 0) << result.output;
-    EXPECT_THAT(result.error, AllOf(isOneComplaint("pallbus"), HasSubstr("cut short")));
+    EXPECT_THAT(result.error, AllOf(isOneComplaint("pallbus"), HasSubstr("incomplete last line")));
 }
 
 TEST_F(Recorded, SessionIsNotTakenForOneWhenItIsNone) {
@@ -156,7 +156,8 @@ TEST_F(Recorded, SessionIsNotTakenForOneWhenItIsNone) {
     const Result result = harness::run(program("pallbus", {"replay", path_}));
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.output, "");
-    EXPECT_EQ(result.error, "pallbus: " + path_ + ":1: no recording: no JSON object\n");
+    EXPECT_EQ(result.error,
+              "pallbus: " + path_ + ":1: not a recording: the line is not a JSON object\n");
 }
 
 }  // namespace

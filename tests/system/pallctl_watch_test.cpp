@@ -57,8 +57,8 @@ class PallctlWatch : public OnPallbus {
         ASSERT_EQ(result.status, 0) << result.error;
     }
 
-    void trouble(const Words& words) {
-        const Result result = run(program("pallbus", joined({"do"}, words)));
+    void pallbus(const Words& words) {
+        const Result result = run(program("pallbus", words));
         ASSERT_EQ(result.status, 0) << result.error;
     }
 
@@ -105,10 +105,10 @@ TEST_F(PallctlWatch, PrintsWhatChangedWhileTheDaemonWasAway) {
 
 TEST_F(PallctlWatch, PrintsWhatChangedWhileTheDaemonHadNoBus) {
     startAndWatchThePort();
-    trouble({"refuse"});
-    trouble({"close", "daemon"});
+    pallbus({"inject", "refuse"});
+    pallbus({"inject", "close", "daemon"});
     pullCableUnheard();
-    trouble({"calm"});
+    pallbus({"clear"});
     expectOnceAndInOrder(kPulled);
     EXPECT_THAT(watch_->error().text(), Not(HasSubstr("bus")));
 }
@@ -116,7 +116,7 @@ TEST_F(PallctlWatch, PrintsWhatChangedWhileTheDaemonHadNoBus) {
 // Both connections stand, and nothing comes over them any more.
 TEST_F(PallctlWatch, LeavesABusThatFellSilentAndPrintsWhatItMissed) {
     startAndWatchThePort();
-    trouble({"silent", "anyone"});
+    pallbus({"inject", "blackhole", "any"});
     pullCableUnheard();
     watch_->error().waitFor(
         "pallctl: bus: connection lost, waiting\npallctl: bus: connected again\n");
@@ -126,9 +126,9 @@ TEST_F(PallctlWatch, LeavesABusThatFellSilentAndPrintsWhatItMissed) {
 // Those to its login, its subscription and its two questions.
 TEST_F(PallctlWatch, AsksAgainWhenTheAnswersAreLost) {
     startAndWatchThePort();
-    trouble({"drop", "next", "4", "to", "client", watchID()});
-    trouble({"refuse", "3s"});
-    trouble({"close", "client", watchID()});
+    pallbus({"inject", "drop", "next", "4", "to", "client", watchID()});
+    pallbus({"inject", "refuse", "3s"});
+    pallbus({"inject", "close", "client", watchID()});
     pullCableUnheard();
     watch_->error().waitFor("pallctl: bus: connected again\n");
     expectOnceAndInOrder(kPulled);
@@ -140,7 +140,7 @@ TEST_F(PallctlWatch, PrintsAnnouncementsWhileTheDaemonAnswersNobody) {
     const HeldProgram script(frame, "/vantor/bin/restartNetworking.sh");
     Process setter(program("pallctl", {"set", "restartNetwork=Apply"}));
     script.waitForCalls(1);
-    trouble({"close", "client", watchID()});
+    pallbus({"inject", "close", "client", watchID()});
     watch_->error().waitFor("pallctl: bus: connected again\n");
     pullCable();
     watch_->output().waitFor(kPulled);
@@ -194,10 +194,10 @@ TEST_F(PallctlWatch, GivesUpWhenTheWaitIsOver) {
 
 TEST_F(PallctlWatch, SaysWhenABusThatRefusedForATimeTakesItBack) {
     startAndWatchThePort();
-    trouble({"refuse"});
-    trouble({"close", "client", watchID()});
+    pallbus({"inject", "refuse"});
+    pallbus({"inject", "close", "client", watchID()});
     watch_->error().waitFor("pallctl: bus: connection lost, waiting\n");
-    trouble({"calm"});
+    pallbus({"clear"});
     watch_->error().waitFor("pallctl: bus: connected again\n");
     EXPECT_EQ(watch_->error().text(),
               "pallctl: bus: connection lost, waiting\npallctl: bus: connected again\n");

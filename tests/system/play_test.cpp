@@ -82,9 +82,10 @@ TEST_F(Play, SaysAllThatIsWrongWithAFile) {
     const Result result = run(play("psu 1 eleven\npsu 1 11\nat soon psu 1 11\ncable\n"));
     const std::string start = "pallframe: " + directory.path("my.scenario");
     EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.error, start + ":1: 'eleven' is not a number from 0 to 29\n" + start +
-                                ":3: 'soon' is no time: write 500ms, 2s or 3m, up to 24 hours\n" +
-                                start + ":4: cable needs PORT and STATE\n");
+    EXPECT_EQ(result.error,
+              start + ":1: 'eleven' is not a number from 0 to 29\n" + start +
+                  ":3: invalid duration 'soon'; use 500ms, 2s or 3m, up to 24 hours\n" + start +
+                  ":4: cable needs PORT and STATE\n");
     EXPECT_THAT(status(), testing::Not(HasSubstr("11.00 V")));
 }
 

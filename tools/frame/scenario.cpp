@@ -44,7 +44,7 @@ Ramp readRamp(const Words& words) {
     }
     const auto time = script::parseDuration(words[size - 1]);
     if (!time) {
-        throw BadRequest(("'" + words[size - 1] + "'").append(script::kNoDuration));
+        throw BadRequest(script::invalidDuration(words[size - 1]));
     }
     const Words what(words.begin() + 1, words.end() - kBehindWhat);
     return {what, numberOf(words[size - 5]), numberOf(words[size - 3]), *time};

@@ -1,47 +1,48 @@
-// pallbus: a stand-in for the message bus of a frame.
+// pallbus: simulates the message bus of a frame.
 
 #include <csignal>
 #include <cstdio>
 
-#include "offers.h"
+#include "pallbus/commands/commands.h"
+#include "pallbus/completion.h"
+#include "pallbus/faults/fault_parser.h"
 #include "program/standard_descriptors.h"
 #include "program/standard_output.h"
 #include "program/timed_script.h"
-#include "trouble/words.h"
-#include "verbs.h"
 
 namespace {
 
-constexpr const char* kAbout =
-    "A stand-in for the message bus of a frame, on 127.0.0.1. Ends with a signal.\n";
+using namespace pallbus;
 
-// Each adds its own words. Where none of the verbs is given, the program is the bus.
-constexpr void (*kParts[])(Verb, pallbus::Call&) = {
-    pallbus::addRun,
-    pallbus::addDo,
-    pallbus::addReplay,
+constexpr const char* kAbout =
+    "Simulates the message bus of a frame on 127.0.0.1.\n"
+    "Runs until it receives a signal.\n";
+
+// In the order in which the help lists them.
+constexpr void (*kCommands[])(Verb, Invocation&) = {
+    addServe, addInject, addClear, addStatus, addRecord, addReplay,
 };
 
 int run(int argc, char** argv) {
     holdStandardDescriptors();
-    pallbus::Call call;
+    Invocation invocation;
     CommandLine line("pallbus", kAbout);
     Verb program = line.program();
     program.takesOneVerb();
     program.optionsGoAnywhere();
-    program.add("-p,--port", call.port, "Port of the bus; 0 listens on a free one")
+    program.add("-p,--port", invocation.port, "Port of the bus; 0 listens on a free one")
         .kind("PORT")
         .check(portNumber())
         .showsDefault();
-    for (const auto add : kParts) {
-        add(program, call);
+    for (const auto add : kCommands) {
+        add(program, invocation);
     }
-    if (const auto status = line.read(argc, argv, pallbus::offers)) {
+    if (const auto status = line.read(argc, argv, completeFault)) {
         return *status;
     }
-    // Who reads what the bus says may go; those on the bus stay.
+    // The bus goes on when the reader of its output has gone.
     std::signal(SIGPIPE, SIG_IGN);
-    const int status = call.toBeDone();
+    const int status = invocation.run();
     flushOutput();
     return status;
 }
@@ -51,11 +52,11 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         return run(argc, argv);
-    } catch (const pallbus::BadTrouble& problem) {
-        std::fprintf(stderr, "pallbus: %s (do --help tells more)\n", problem.what());
+    } catch (const faults::FaultSyntaxError& error) {
+        std::fprintf(stderr, "pallbus: %s (inject --help tells more)\n", error.what());
         return kBadUsage;
-    } catch (const script::Error& problems) {
-        complainOfEach("pallbus", problems.what());
+    } catch (const script::Error& errors) {
+        complainOfEach("pallbus", errors.what());
         return kBadUsage;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallbus: %s\n", error.what());

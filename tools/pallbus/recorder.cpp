@@ -1,4 +1,4 @@
-#include "recorder.h"
+#include "pallbus/recorder.h"
 
 #include <utility>
 
@@ -6,38 +6,37 @@
 
 namespace pallbus {
 
-Recorder::Recorder(asio::io_context& io, Complain complain)
-    : io_(io), complain_(std::move(complain)) {}
+Recorder::Recorder(asio::io_context& io, Report report) : io_(io), report_(std::move(report)) {}
 
 Recorder::~Recorder() {
     if (const auto failure = writer_ ? writer_->finish() : std::nullopt) {
-        complain_(*failure);
+        report_(*failure);
     }
 }
 
-void Recorder::begin(std::unique_ptr<recording::Writer> writer, const std::string& path) {
+void Recorder::start(std::unique_ptr<recording::Writer> writer, const std::string& path) {
     writer_ = std::move(writer);
     path_ = path;
 }
 
-void Recorder::end(Ended ended) {
-    const auto ending = ending_.insert(ending_.end(), std::move(writer_));
-    const auto release = [this, ending, ended = std::move(ended)] {
-        const std::optional<std::string> failure = (*ending)->finish();
-        ending_.erase(ending);
-        ended(failure);
+void Recorder::stop(Stopped stopped) {
+    const auto stopping = stopping_.insert(stopping_.end(), std::move(writer_));
+    const auto release = [this, stopping, stopped = std::move(stopped)] {
+        const std::optional<std::string> failure = (*stopping)->finish();
+        stopping_.erase(stopping);
+        stopped(failure);
     };
-    (*ending)->end([this, release] { asio::post(io_, release); });
+    (*stopping)->end([this, release] { asio::post(io_, release); });
 }
 
-void Recorder::see(int32_t from, std::string_view payload) {
+void Recorder::record(int32_t from, std::string_view payload) {
     if (!writer_) {
         return;
     }
     writer_->record(from, payload);
     if (const auto failure = writer_->failure()) {
-        complain_(*failure + "; going on without recording");
-        end([](const auto&) {});
+        report_(*failure + "; going on without recording");
+        stop([](const auto&) {});
     }
 }
 

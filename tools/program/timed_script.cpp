@@ -84,7 +84,7 @@ class Splitter {
 milliseconds durationOf(const std::string& word) {
     const auto duration = parseDuration(word);
     if (!duration) {
-        throw Problem(("'" + word + "'").append(kNoDuration));
+        throw Problem(invalidDuration(word));
     }
     return *duration;
 }
@@ -295,6 +295,12 @@ std::optional<milliseconds> parseDuration(std::string_view text) {
         return std::nullopt;
     }
     return milliseconds(std::llround(value * unit->milliseconds));
+}
+
+std::string invalidDuration(std::string_view text) {
+    return std::string("invalid duration '")
+        .append(text)
+        .append("'; use 500ms, 2s or 3m, up to 24 hours");
 }
 
 std::optional<milliseconds> parseTimeOption(std::string_view text) {

@@ -51,9 +51,8 @@ std::string quoted(std::string_view word);
 
 // "500ms", "2s", "1.5s", "3m", no longer than kLongest; nothing for anything else.
 std::optional<std::chrono::milliseconds> parseDuration(std::string_view text);
-// What is wrong with any other text, to be put behind it.
-inline constexpr std::string_view kNoDuration =
-    " is no time: write 500ms, 2s or 3m, up to 24 hours";
+// The complaint about any other text.
+std::string invalidDuration(std::string_view text);
 // As it stands on a command line: also "2" and "0.5", which are seconds.
 std::optional<std::chrono::milliseconds> parseTimeOption(std::string_view text);
 

@@ -58,7 +58,7 @@ system_clock::time_point wallClock(const std::string& text) {
             return time;
         }
     }
-    throw std::runtime_error("\"start\" is no time such as 2026-11-21T15:30:00.000000Z");
+    throw std::runtime_error("\"start\" is not a time such as 2026-11-21T15:30:00.000000Z");
 }
 
 // An escaped NUL would end the text early without anybody noticing.

@@ -17,7 +17,7 @@ inline constexpr size_t kMostLineBytes = 2 * kMostPayloadBytes + 1000;
 // The line is no whole JSON object: not ours, or cut short.
 class NoObject : public std::runtime_error {
   public:
-    NoObject() : std::runtime_error("no JSON object") {}
+    NoObject() : std::runtime_error("the line is not a JSON object") {}
 };
 
 // As times stand in a recording: seconds with six decimals.

@@ -33,12 +33,12 @@ void Reader::readHeader() {
     const std::optional<Line> line = readLine();
     line_ = 1;
     if (!line) {
-        throw std::runtime_error(place("no recording: the file is empty"));
+        throw std::runtime_error(place("not a recording: the file is empty"));
     }
     try {
         header_ = readHeaderLine(line->text);
     } catch (const std::runtime_error& error) {
-        throw std::runtime_error(place("no recording: " + std::string(error.what())));
+        throw std::runtime_error(place("not a recording: " + std::string(error.what())));
     }
 }
 
@@ -66,7 +66,7 @@ std::optional<Entry> Reader::entryOf(const Line& line) {
         if (line.ended) {
             throw std::runtime_error(place(error.what()));
         }
-        cutShort_ = place("cut short; the recording ends before it");
+        truncation_ = place("incomplete last line ignored");
         return std::nullopt;
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(place(error.what()));

@@ -112,7 +112,7 @@ class Reader {
 
     // "PATH:LINE: ..." once next() came to a last line that is not whole, as a power cut leaves
     // it: the recording ends before it. Nothing when the last line is whole.
-    const std::optional<std::string>& cutShort() const { return cutShort_; }
+    const std::optional<std::string>& truncation() const { return truncation_; }
 
   private:
     // One line without its line feed.
@@ -132,7 +132,7 @@ class Reader {
     size_t line_ = 0;
     Header header_;
     std::chrono::microseconds last_{};
-    std::optional<std::string> cutShort_;
+    std::optional<std::string> truncation_;
 };
 
 }  // namespace recording

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "switchboard/control.h"
+#include "pallbus/broker/control_socket.h"
 
 namespace soak {
 
@@ -170,8 +170,8 @@ void Crowd::tellBus(const char* words) const {
         return;
     }
     const std::string line = withID(words, clients_[victim_].connectionID());
-    const auto reply = pallbus::tell(kBusPort, line);
-    if (!reply || !reply->done) {
+    const auto reply = pallbus::broker::sendCommand(kBusPort, line);
+    if (!reply || !reply->ok) {
         throw std::runtime_error("the bus does not do '" + line +
                                  "': " + (reply ? reply->text : "it is gone"));
     }

@@ -19,7 +19,7 @@
 
 namespace soak {
 
-// One run of the daemon and the stand-in bus, with many clients between whom nothing may get mixed
+// One run of the daemon and the simulated bus, with many clients between whom nothing may get mixed
 // up or lost but by the trouble that the bus is told to make. Inside the frame that this process is
 // in, in one thread. Throws std::system_error and harness::TimedOut when there is no going on.
 class Crowd {

@@ -34,7 +34,7 @@ void describe(Verb program, soak::Options& options) {
         .check(numberAboveZero());
     program
         .add("--clients", options.clients,
-             "Instead: so many clients on the stand-in bus, and trouble between")
+             "Instead: so many clients on the simulated bus, and trouble between")
         .check(wholeNumber(1, 900));
 }
 

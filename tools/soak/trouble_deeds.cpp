@@ -15,22 +15,22 @@ constexpr auto kEverybody = Victims::everybody;
 // Damaged bytes can swallow what follows, so whoever got some is disconnected in the end.
 constexpr std::array<TroubleDeed, 17> kDeeds{{
     {"delay", 3, kNobody, 3s, "delay 5ms-50ms for 3s"},
-    {"split to daemon", 3, kNobody, 3s, "split daemon for 3s"},
-    {"split to a client", 2, kNobody, 2s, "split client ID for 2s"},
-    {"join", 3, kNobody, 3s, "join 5 to daemon for 3s"},
-    {"daemon not read", 2, kNobody, 2s, "stop reading daemon for 2s"},
-    {"client not read", 2, kNobody, 3s, "stop reading client ID for 3s"},
+    {"fragment to daemon", 3, kNobody, 3s, "fragment daemon for 3s"},
+    {"fragment to a client", 2, kNobody, 2s, "fragment client ID for 2s"},
+    {"coalesce", 3, kNobody, 3s, "coalesce 5 to daemon for 3s"},
+    {"daemon not read", 2, kNobody, 2s, "stall daemon for 2s"},
+    {"client not read", 2, kNobody, 3s, "stall client ID for 3s"},
     {"drop of a client", 3, kOneClient, 3s, "drop 20% client ID for 3s"},
     {"damage to a client", 3, kOneClient, 2s, "corrupt 1 to client ID for 2s", "close client ID"},
     {"client closed", 3, kOneClient, 0s, "close client ID"},
-    {"client cut off", 3, kOneClient, 1s, "close mid-frame client ID"},
-    {"silence to a client", 2, kOneClient, 5s, "silent client ID for 5s"},
+    {"client cut off", 3, kOneClient, 1s, "truncate client ID"},
+    {"blackhole to a client", 2, kOneClient, 5s, "blackhole client ID for 5s"},
     {"drop from daemon", 3, kEverybody, 3s, "drop 10% from daemon for 3s"},
     {"damage to daemon", 2, kEverybody, 2s, "corrupt 1 to daemon for 2s", "close daemon"},
     {"daemon closed", 3, kEverybody, 0s, "close daemon"},
-    {"daemon cut off", 3, kEverybody, 1s, "close mid-frame daemon"},
+    {"daemon cut off", 3, kEverybody, 1s, "truncate daemon"},
     {"refused", 3, kEverybody, 3s, "refuse 3s", nullptr, "close daemon"},
-    {"silence to daemon", 1, kEverybody, 12s, "silent daemon for 12s"},
+    {"blackhole to daemon", 1, kEverybody, 12s, "blackhole daemon for 12s"},
 }};
 
 }  // namespace

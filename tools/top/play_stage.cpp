@@ -17,7 +17,7 @@ class PlayStage : public Stage {
         : Stage(object),
           place_(showable(path)),
           player_(path, board_),
-          untold_(player_.cutShort()) {}
+          untold_(player_.truncation()) {}
 
     int descriptor() const override { return -1; }
     std::optional<Moment> untilNext() const override { return player_.untilNext(); }

@@ -44,7 +44,7 @@ void Player::read(const std::string& path) {
             events_.push_back({entry->at, std::move(*message)});
         }
     }
-    cutShort_ = reader.cutShort();
+    truncation_ = reader.truncation();
 }
 
 void Player::advance(Moment elapsed) {

@@ -36,7 +36,7 @@ class Player {
     // When the recording began, by the clock that it was made by.
     std::chrono::system_clock::time_point start() const { return start_; }
     // "PATH:LINE: ..." for a last line that is not whole; nothing when there is none such.
-    const std::optional<std::string>& cutShort() const { return cutShort_; }
+    const std::optional<std::string>& truncation() const { return truncation_; }
 
   private:
     struct Event {
@@ -50,7 +50,7 @@ class Player {
     Board& board_;
     std::vector<Event> events_;
     std::chrono::system_clock::time_point start_;
-    std::optional<std::string> cutShort_;
+    std::optional<std::string> truncation_;
     Moment length_{0};
     Moment at_{0};
     std::size_t played_ = 0;  // how many events the board has taken

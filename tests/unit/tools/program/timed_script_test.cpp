@@ -80,7 +80,7 @@ TEST(Script, AWordIsOnlySpecialWhereItBelongs) {
 
 TEST(ScriptError, NamesFileAndLine) {
     EXPECT_EQ(problemOf("one\n\nat soon two"),
-              "a.scenario:3: 'soon' is no time: write 500ms, 2s or 3m, up to 24 hours");
+              "a.scenario:3: invalid duration 'soon'; use 500ms, 2s or 3m, up to 24 hours");
     EXPECT_EQ(problemOf("at 2s"), "a.scenario:1: 'at' needs a time and something to do");
     EXPECT_EQ(problemOf("after"), "a.scenario:1: 'after' needs a time and something to do");
     EXPECT_EQ(problemOf("\nsay 'so"), "a.scenario:2: the quote ' has no end");

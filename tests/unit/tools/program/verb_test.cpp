@@ -83,12 +83,12 @@ TEST_F(VerbTest, TurnsAFlagWithAMarkToFalse) {
 }
 
 TEST_F(VerbTest, TakesOneValueEachTimeAnOptionStands) {
-    std::vector<std::string> troubles;
+    std::vector<std::string> faults;
     std::string word;
-    program_.add("-t", troubles).oneEachTime();
+    program_.add("-t", faults).oneEachTime();
     program_.add("WORD", word);
     EXPECT_EQ(read({"-t", "drop", "-t", "delay 2s", "word"}), std::nullopt);
-    EXPECT_EQ(troubles, (std::vector<std::string>{"drop", "delay 2s"}));
+    EXPECT_EQ(faults, (std::vector<std::string>{"drop", "delay 2s"}));
     EXPECT_EQ(word, "word");
 }
 

@@ -113,7 +113,7 @@ TEST_F(MonitorTest, RecordsTheBytesAsTheyCame) {
     }
     EXPECT_EQ(last.payload, payload);
     EXPECT_EQ(last.from, 5);
-    EXPECT_EQ(reader.cutShort(), std::nullopt);
+    EXPECT_EQ(reader.truncation(), std::nullopt);
 }
 
 TEST_F(MonitorTest, SaysWhyItCannotRecord) {

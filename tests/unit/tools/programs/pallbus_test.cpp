@@ -1,4 +1,4 @@
-// The stand-in bus from outside: the real program, and clients that are nothing but bytes.
+// The simulated bus from outside: the real program, and clients that are nothing but bytes.
 
 #include <signal.h>
 
@@ -63,13 +63,13 @@ TEST(PallbusProgram, TakesNoSeedThatItCannotKeep) {
     }
 }
 
-TEST(PallbusProgram, WantsTroubleToBeNamed) {
+TEST(PallbusProgram, NeedsAFaultInALine) {
     for (const char* line : {"", " ", "# nothing"}) {
-        for (const auto& words : {std::vector<std::string>{"--port=0", "-t", line},
-                                  std::vector<std::string>{"--port=1", "do", line}}) {
+        for (const auto& words : {std::vector<std::string>{"--port=0", "-f", line},
+                                  std::vector<std::string>{"--port=1", "inject", line}}) {
             const Outcome outcome = runProgram(pallbusCommand(words));
             EXPECT_EQ(outcome.status, 2) << line;
-            EXPECT_EQ(outcome.errors, "pallbus: no trouble was named (do --help tells more)\n");
+            EXPECT_EQ(outcome.errors, "pallbus: missing fault (inject --help tells more)\n");
         }
     }
 }
@@ -110,7 +110,7 @@ TEST(PallbusProgram, SaysWhoComesAndGoesWhenAsked) {
     bus.signal(SIGTERM);
     EXPECT_EQ(bus.wait(), 0);
     EXPECT_THAT(bus.errors(), HasSubstr("pallbus: client 1 connected\n"
-                                        "pallbus: client 1 sent what is no message\n"));
+                                        "pallbus: client 1 sent an invalid message\n"));
 }
 
 TEST_F(PallbusTest, CarriesARequestAndItsAnswer) {
@@ -269,7 +269,7 @@ TEST(PallbusProgram, GoesOnWhenItRunsOutOfDescriptors) {
         crowd.push_back(std::make_unique<BusPeer>(port));
     }
     std::string line = bus.readErrorLine();
-    while (!line.empty() && line != "pallbus: no connection accepted: Too many open files") {
+    while (!line.empty() && line != "pallbus: cannot accept a connection: Too many open files") {
         line = bus.readErrorLine();
     }
     EXPECT_FALSE(line.empty());
@@ -301,7 +301,7 @@ TEST(PallbusProgram, ForgetsAClientThatIsGone) {
         module.subscribe("system");
     }
     EXPECT_EQ(bus.readErrorLine(), "pallbus: client 1 connected");
-    EXPECT_THAT(bus.readErrorLine(), StartsWith("pallbus: client 1 gone: "));
+    EXPECT_THAT(bus.readErrorLine(), StartsWith("pallbus: client 1 disconnected: "));
     BusPeer client(port, 20);
     // With nobody left to ask, the answer comes at once, before the one to the heartbeat.
     client.sendBytes(

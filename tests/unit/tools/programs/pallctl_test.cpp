@@ -1,4 +1,4 @@
-// The client from outside: the real program, on the real stand-in bus, with a scripted device.
+// The client from outside: the real program, on the real simulated bus, with a scripted device.
 
 #include <gmock/gmock.h>
 

@@ -120,9 +120,13 @@ TEST_F(RecordTest, SaysWhyItCannotBegin) {
 class RecordLaterTest : public RecordTest {
   protected:
     Outcome order(const std::vector<std::string>& words) {
-        std::vector<std::string> all{"do", "--port", bus_.portText()};
+        std::vector<std::string> all{"record", "--port", bus_.portText()};
         all.insert(all.end(), words.begin(), words.end());
         return runProgram(pallbusCommand(all));
+    }
+
+    std::string status() {
+        return runProgram(pallbusCommand({"status", "--port", bus_.portText()})).output;
     }
 
     void expectDone(const std::vector<std::string>& words) {
@@ -144,71 +148,71 @@ class RecordLaterTest : public RecordTest {
 TEST_F(RecordLaterTest, IsToldWhenToBeginAndWhenToEnd) {
     client_.send("before");
     EXPECT_TRUE(client_.isQuiet());
-    expectDone({"--record", path_});
-    EXPECT_EQ(order({"show"}).output, "calm\n# recording to " + path_ + "\n");
+    expectDone({path_});
+    EXPECT_EQ(status(), "no active faults\n# recording to " + path_ + "\n");
     client_.send(kRequest);
     EXPECT_TRUE(client_.isQuiet());
-    expectDone({"--end-recording"});
+    expectDone({"--stop"});
     const std::vector<Entry> entries = entriesOf(path_);
     ASSERT_EQ(entries.size(), 3U) << "the request, a heartbeat and its answer";
     EXPECT_EQ(entries[0].payload, kRequest);
     client_.send("after");
     EXPECT_TRUE(client_.isQuiet());
     EXPECT_EQ(entriesOf(path_).size(), 3U);
-    EXPECT_EQ(order({"show"}).output, "calm\n");
+    EXPECT_EQ(status(), "no active faults\n");
 }
 
 TEST_F(RecordLaterTest, BeginsTheFileOfWhoAskedAnew) {
     directory_.write("bus.rec", std::string(100'000, 'x'));
-    const std::string command = pallbusCommand({}).front() + " do --record bus.rec -p ";
+    const std::string command = pallbusCommand({}).front() + " record bus.rec -p ";
     const Outcome outcome = runProgram({"/bin/sh", "-c", "cd \"$0\" && exec " + command + "\"$1\"",
                                         directory_.path(""), bus_.portText()});
     EXPECT_EQ(outcome.errors, "");
-    expectDone({"--end-recording"});
+    expectDone({"--stop"});
     EXPECT_THAT(entriesOf(path_), testing::IsEmpty());
 }
 
 TEST_F(RecordLaterTest, IsOneAtATime) {
-    expectRefused({"--end-recording"}, "nothing is being recorded");
-    expectDone({"--record", path_});
+    expectRefused({"--stop"}, "not recording");
+    expectDone({path_});
     directory_.write("other.rec", "mine");
-    expectRefused({"--record", directory_.path("other.rec")}, "recording to " + path_ + " already");
+    expectRefused({directory_.path("other.rec")}, "already recording to " + path_);
     EXPECT_EQ(directory_.read("other.rec"), "mine");
     const std::string absent = directory_.path("absent.rec");
-    expectRefused({"--record", absent}, "recording to " + path_ + " already");
+    expectRefused({absent}, "already recording to " + path_);
     EXPECT_FALSE(std::filesystem::exists(absent));
-    expectDone({"--end-recording"});
-    expectDone({"--record", directory_.path("other.rec")});
-    expectDone({"--end-recording"});
+    expectDone({"--stop"});
+    expectDone({directory_.path("other.rec")});
+    expectDone({"--stop"});
     EXPECT_THAT(entriesOf(directory_.path("other.rec")), testing::IsEmpty());
 }
 
 TEST_F(RecordLaterTest, IsRefusedAFileThatWhoAsksCannotWrite) {
-    expectRefused({"--record", "/nowhere/bus.rec"}, "/nowhere/bus.rec: No such file or directory");
-    EXPECT_EQ(runProgram(pallbusCommand({"do", "--port=1", "--record", path_})).errors,
+    expectRefused({"/nowhere/bus.rec"}, "/nowhere/bus.rec: No such file or directory");
+    EXPECT_EQ(runProgram(pallbusCommand({"record", "--port=1", path_})).errors,
               "pallbus: no bus on port 1\n");
     EXPECT_FALSE(std::filesystem::exists(path_));
-    for (const auto& words : std::vector<std::vector<std::string>>{
-             {"--record", path_, "drop"}, {"--end-recording", "--record", path_}}) {
+    for (const auto& words :
+         std::vector<std::vector<std::string>>{{path_, "drop"}, {"--stop", path_}, {}}) {
         EXPECT_EQ(order(words).status, 2);
     }
 }
 
 TEST_F(RecordLaterTest, CostsNobodyAMessageWhenTheDiskIsFull) {
-    expectDone({"--record", "/dev/full"});
+    expectDone({"/dev/full"});
     while (!bus_.process().hasErrors(0ms)) {
         ASSERT_TRUE(client_.isQuiet());
     }
     EXPECT_EQ(bus_.process().readErrorLine(),
               "pallbus: /dev/full: No space left on device; going on without recording");
     EXPECT_TRUE(client_.isQuiet());
-    expectRefused({"--end-recording"}, "nothing is being recorded");
+    expectRefused({"--stop"}, "not recording");
 }
 
 TEST_F(RecordLaterTest, CostsNobodyAMessageWhenTheDiskHangs) {
     ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
     const int unread = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
-    expectDone({"--record", path_});
+    expectDone({path_});
     const std::string large(10'000'000, ' ');
     for (int number = 0; number < 8; ++number) {
         ASSERT_TRUE(client_.send(kRequest + large));

@@ -256,8 +256,7 @@ TEST_F(ReplayTest, PlaysARecordingCutShortUpToThereAndSaysSo) {
     greet();
     device_->send(answer("a", "1"));
     EXPECT_EQ(end(), 0);
-    EXPECT_EQ(replay_->errors(),
-              "pallbus: " + path_ + ":7: cut short; the recording ends before it\n");
+    EXPECT_EQ(replay_->errors(), "pallbus: " + path_ + ":7: incomplete last line ignored\n");
 }
 
 TEST_F(ReplayTest, EndsWithOneLineAndTwoWhereThereIsNothingToPlay) {
@@ -267,10 +266,10 @@ TEST_F(ReplayTest, EndsWithOneLineAndTwoWhereThereIsNothingToPlay) {
     const std::string wrong = directory_.write("wrong", file_ + "{}\n");
     const std::vector<std::pair<std::vector<std::string>, std::string>> attempts{
         {{"/nowhere"}, "/nowhere: No such file or directory\n"},
-        {{other}, other + ":1: no recording: no JSON object\n"},
+        {{other}, other + ":1: not a recording: the line is not a JSON object\n"},
         {{wrong}, wrong + ":7: \"at\" is missing or out of range\n"},
-        {{path_, "--against=9"}, path_ + ": nobody speaks for 9\n"},
-        {{path_, "--against=frameB.system"}, path_ + ": nobody speaks for \"frameB.system\"\n"},
+        {{path_, "--as=9"}, path_ + ": participant 9 not found\n"},
+        {{path_, "--as=frameB.system"}, path_ + ": participant \"frameB.system\" not found\n"},
         {{path_, "--speed=0"}, "--speed: '0' is no number above 0 (--help tells more)\n"},
         {{path_, "--record=b"}, "replay excludes --record (--help tells more)\n"},
         {{path_, "--speed=2", "--fast"}, "--speed excludes --fast (--help tells more)\n"}};

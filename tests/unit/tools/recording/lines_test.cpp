@@ -40,10 +40,10 @@ TEST(HeaderLineTest, SaysFormatStartAndProgram) {
 
 TEST(HeaderLineTest, RefusesWhatIsNoRecordingOrAnotherFormat) {
     const std::vector<std::pair<std::string, std::string>> wrong{
-        {"", "no JSON object"},
-        {"PNG", "no JSON object"},
-        {"[1]", "no JSON object"},
-        {R"({"recording":1)", "no JSON object"},
+        {"", "the line is not a JSON object"},
+        {"PNG", "the line is not a JSON object"},
+        {"[1]", "the line is not a JSON object"},
+        {R"({"recording":1)", "the line is not a JSON object"},
         {"{}", "\"recording\" is missing"},
         {R"({"recording":"1"})", "\"recording\" is missing"},
         {R"({"recording":2,"start":"2026-11-21T15:30:00.000000Z"})",
@@ -60,7 +60,7 @@ TEST(HeaderLineTest, RefusesAStartThatIsNoTime) {
                               "2026-11-21T15:30:00.000000", "2026-11-21T15:30:00.000000Z "}) {
         const std::string line = R"({"recording":1,"start":")" + std::string(start) + "\"}";
         EXPECT_EQ(problemOf(readHeaderLine, line),
-                  "\"start\" is no time such as 2026-11-21T15:30:00.000000Z")
+                  "\"start\" is not a time such as 2026-11-21T15:30:00.000000Z")
             << start;
     }
 }
@@ -82,8 +82,8 @@ TEST(EntryLineTest, IsReadWhateverTheOrderAndTheSpaces) {
 
 TEST(EntryLineTest, NamesWhatIsWrong) {
     const std::vector<std::pair<std::string, std::string>> wrong{
-        {"hello", "no JSON object"},
-        {R"({"at":1,"from":8,"payload":"x"} {})", "no JSON object"},
+        {"hello", "the line is not a JSON object"},
+        {R"({"at":1,"from":8,"payload":"x"} {})", "the line is not a JSON object"},
         {R"({"from":8,"payload":"x"})", "\"at\" is missing or out of range"},
         {R"({"at":"1","from":8,"payload":"x"})", "\"at\" is missing or out of range"},
         {R"({"at":-1,"from":8,"payload":"x"})", "\"at\" is missing or out of range"},

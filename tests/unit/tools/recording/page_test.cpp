@@ -40,7 +40,7 @@ TEST(RecordingPageTest, ShowsARecordingThatCanBeRead) {
     EXPECT_EQ(answer->from, 8);
     EXPECT_EQ(reader.next(), (Entry{4s, 0, "\xff\x00\x01"s}));
     EXPECT_EQ(reader.next(), std::nullopt);
-    EXPECT_EQ(reader.cutShort(), std::nullopt);
+    EXPECT_EQ(reader.truncation(), std::nullopt);
 }
 
 }  // namespace

@@ -43,25 +43,25 @@ TEST_F(ReaderTest, GivesTheMessagesInOrderWithTheirLines) {
     EXPECT_EQ(reader.next(), (Entry{2s, 0, "two"}));
     EXPECT_EQ(reader.line(), 5U);
     EXPECT_EQ(reader.next(), std::nullopt);
-    EXPECT_EQ(reader.cutShort(), std::nullopt);
+    EXPECT_EQ(reader.truncation(), std::nullopt);
 }
 
 TEST_F(ReaderTest, TakesARecordingWithoutMessages) {
     Reader reader = this->reader(kHeader);
     EXPECT_EQ(reader.next(), std::nullopt);
-    EXPECT_EQ(reader.cutShort(), std::nullopt);
+    EXPECT_EQ(reader.truncation(), std::nullopt);
 }
 
 TEST_F(ReaderTest, SaysWhatIsNoRecording) {
-    EXPECT_EQ(problemOf([&] { reader(""); }), place(":1: no recording: the file is empty"));
+    EXPECT_EQ(problemOf([&] { reader(""); }), place(":1: not a recording: the file is empty"));
     EXPECT_EQ(problemOf([&] {
                   reader(
                       "\x7f"
                       "ELF\0\1\2"s);
               }),
-              place(":1: no recording: no JSON object"));
+              place(":1: not a recording: the line is not a JSON object"));
     EXPECT_EQ(problemOf([&] { reader(kFirst); }),
-              place(":1: no recording: \"recording\" is missing"));
+              place(":1: not a recording: \"recording\" is missing"));
     EXPECT_EQ(problemOf([] { Reader("/nowhere/a.rec"); }),
               "/nowhere/a.rec: No such file or directory");
     EXPECT_EQ(problemOf([] { Reader("/"); }), "/: Is a directory");
@@ -71,7 +71,7 @@ TEST_F(ReaderTest, NamesTheLineItDoesNotUnderstandAndGoesOnBehindIt) {
     Reader reader = this->reader(kHeader + kFirst + "{\"at\":1.5}\n" + "nonsense\n" + kSecond);
     reader.next();
     EXPECT_EQ(problemOf([&] { reader.next(); }), place(":3: \"from\" is missing or out of range"));
-    EXPECT_EQ(problemOf([&] { reader.next(); }), place(":4: no JSON object"));
+    EXPECT_EQ(problemOf([&] { reader.next(); }), place(":4: the line is not a JSON object"));
     EXPECT_EQ(reader.next(), (Entry{2s, 0, "two"}));
 }
 
@@ -95,9 +95,9 @@ TEST_F(ReaderTest, EndsARecordingCutAnywhereWithoutLosingAWholeLine) {
         const bool cut = (size > kHeader.size() && size < firstEnd) ||
                          (size > firstEnd + 1 && size < whole.size() - 1);
         const std::string line = size < firstEnd ? ":2" : ":3";
-        EXPECT_EQ(reader.cutShort(),
-                  cut ? std::optional(place(line + ": cut short; the recording ends before it"))
-                      : std::nullopt)
+        EXPECT_EQ(
+            reader.truncation(),
+            cut ? std::optional(place(line + ": incomplete last line ignored")) : std::nullopt)
             << size;
     }
 }
@@ -106,7 +106,7 @@ TEST_F(ReaderTest, TakesTheZeroesOfAFileSystemThatLostPowerForACut) {
     Reader reader = this->reader(kHeader + kFirst + std::string(4096, '\0'));
     EXPECT_EQ(reader.next(), (Entry{1s, 8, "one"}));
     EXPECT_EQ(reader.next(), std::nullopt);
-    EXPECT_NE(reader.cutShort(), std::nullopt);
+    EXPECT_NE(reader.truncation(), std::nullopt);
 }
 
 TEST_F(ReaderTest, BoundsWhatItKeepsOfALine) {

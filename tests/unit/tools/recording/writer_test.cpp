@@ -151,7 +151,7 @@ TEST_F(WriterTest, EndsTheRecordingWhereTheDiskIsFullAndTells) {
         expected += 1s;
     }
     EXPECT_GT(expected, 5s);
-    EXPECT_THAT(reader.cutShort().value_or("whole"), HasSubstr("cut short"));
+    EXPECT_THAT(reader.truncation().value_or("whole"), HasSubstr("incomplete last line"));
 }
 
 // A pipe that nobody reads from until told to.

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "trouble/plan.h"
+#include "pallbus/faults/fault_script.h"
 
 namespace soak {
 namespace {
@@ -13,7 +13,7 @@ TEST(TroubleDeeds, AreAllInTheWordsOfTheBus) {
         ASSERT_NE(deed.begin, nullptr) << deed.name;
         for (const char* const words : {deed.begin, deed.also, deed.end}) {
             if (words != nullptr) {
-                EXPECT_NO_THROW(pallbus::parseLine(withID(words, 117))) << words;
+                EXPECT_NO_THROW(pallbus::faults::parseFaultLine(withID(words, 117))) << words;
             }
         }
     }
@@ -22,10 +22,11 @@ TEST(TroubleDeeds, AreAllInTheWordsOfTheBus) {
 // Or the next deed would meet the one before.
 TEST(TroubleDeeds, AreOverByThemselves) {
     for (const TroubleDeed& deed : troubleDeeds()) {
-        const auto plan = pallbus::parseLine(withID(deed.begin, 117));
-        const auto& rule = std::get<pallbus::Rule>(plan.at(0).order);
-        EXPECT_TRUE(rule.kind == pallbus::Kind::close || rule.often == pallbus::Often::next ||
-                    rule.time == deed.lasts)
+        const auto plan = pallbus::faults::parseFaultLine(withID(deed.begin, 117));
+        const auto& rule = std::get<pallbus::faults::FaultRule>(plan.at(0).command);
+        EXPECT_TRUE(rule.kind == pallbus::faults::FaultKind::close ||
+                    rule.frequency == pallbus::faults::Frequency::next ||
+                    rule.duration == deed.lasts)
             << deed.name;
     }
 }

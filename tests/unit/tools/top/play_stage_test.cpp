@@ -64,8 +64,7 @@ TEST_F(PlayStageTest, ALastLineThatIsNotWholeIsToldOnce) {
     directory.write("torn.rec", directory.read("bus.rec") + R"({"at":40.000000,"fro)");
     const auto torn = makePlayStage(directory.path("torn.rec"), "system");
     torn->step(view, 0s);
-    EXPECT_EQ(view.notice().text,
-              directory.path("torn.rec") + ":4: cut short; the recording ends before it");
+    EXPECT_EQ(view.notice().text, directory.path("torn.rec") + ":4: incomplete last line ignored");
     EXPECT_EQ(view.notice().style, Style::bad);
     view.say({});
     torn->step(view, 40s);

@@ -1,0 +1,140 @@
+#include "pallbus/broker/control_socket.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <utility>
+
+#include <asio/buffer.hpp>
+#include <asio/read.hpp>
+#include <asio/write.hpp>
+
+#include "pallbus/broker/fd_passing.h"
+#include "program/timed_script.h"
+
+namespace pallbus::broker {
+
+namespace {
+
+using asio::local::stream_protocol;
+
+constexpr std::chrono::seconds kClientTimeout{2};
+constexpr size_t kMaxCommandBytes = script::kMostText + 4096;
+constexpr std::string_view kOk = "ok\n";
+constexpr std::string_view kError = "error\n";
+
+stream_protocol::endpoint socketName(uint16_t port) {
+    std::string name(1, '\0');
+    name.append("pallbus.").append(std::to_string(port));
+    return {name};
+}
+
+// Sends the whole command, and the file with its first bytes.
+void send(stream_protocol::socket& socket, const std::string& command, const UniqueFile& file) {
+    size_t sent = 0;
+    if (file) {
+        const ssize_t size = sendWithFile(socket.native_handle(), command, file);
+        sent = static_cast<size_t>(std::max<ssize_t>(size, 0));
+    }
+    asio::error_code error;
+    asio::write(socket, asio::buffer(command) + sent, error);
+    socket.shutdown(stream_protocol::socket::shutdown_send, error);
+}
+
+}  // namespace
+
+ControlSocket::ControlSocket(asio::io_context& io, uint16_t port, Handle handle)
+    : acceptor_(io, socketName(port), false),
+      client_(io),
+      timeout_(io),
+      handle_(std::move(handle)) {
+    accept();
+}
+
+void ControlSocket::accept() {
+    acceptor_.async_accept(client_, [this](const asio::error_code& error) {
+        if (error == asio::error::operation_aborted) {
+            return;
+        }
+        // After an error too: without free descriptors the next attempt would fail at once.
+        startTimeout();
+        if (!error) {
+            request_ = {};
+            read();
+        }
+    });
+}
+
+void ControlSocket::startTimeout() {
+    timeout_.expires_after(kClientTimeout);
+    timeout_.async_wait([this, number = clientNumber_](const asio::error_code& error) {
+        if (!error && number == clientNumber_) {
+            closeClient();
+        }
+    });
+}
+
+void ControlSocket::closeClient() {
+    ++clientNumber_;
+    asio::error_code ignored;
+    client_.close(ignored);
+    timeout_.cancel();
+    accept();
+}
+
+void ControlSocket::read() {
+    client_.async_wait(stream_protocol::socket::wait_read,
+                       [this, number = clientNumber_](const asio::error_code& error) {
+                           if (!error && number == clientNumber_) {
+                               receive();
+                           }
+                       });
+}
+
+void ControlSocket::receive() {
+    const ssize_t size = receiveWithFile(client_.native_handle(), request_.command, request_.file);
+    if (size == 0) {
+        timeout_.cancel();  // the timeout is for the client; the bus may take longer to answer
+        handle_(std::move(request_), [this, number = clientNumber_](const ControlReply& reply) {
+            if (number == clientNumber_) {
+                answer(reply);
+            }
+        });
+    } else if (request_.command.size() <= kMaxCommandBytes && (size > 0 || errno == EAGAIN)) {
+        read();
+    } else {
+        closeClient();
+    }
+}
+
+void ControlSocket::answer(const ControlReply& reply) {
+    startTimeout();
+    reply_ = std::string(reply.ok ? kOk : kError) + reply.text;
+    asio::async_write(client_, asio::buffer(reply_),
+                      [this, number = clientNumber_](const asio::error_code&, size_t) {
+                          if (number == clientNumber_) {
+                              closeClient();
+                          }
+                      });
+}
+
+std::optional<ControlReply> sendCommand(uint16_t port, const std::string& command,
+                                        const UniqueFile& file) {
+    asio::io_context io;
+    stream_protocol::socket socket(io);
+    asio::error_code error;
+    socket.connect(socketName(port), error);
+    if (!error) {
+        send(socket, command, file);
+    }
+    std::string answer;
+    asio::read(socket, asio::dynamic_buffer(answer), error);
+    for (const std::string_view status : {kOk, kError}) {
+        if (answer.starts_with(status)) {
+            return ControlReply{status == kOk, answer.substr(status.size())};
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace pallbus::broker

@@ -1,0 +1,86 @@
+#include "pallbus/broker/fault_scheduler.h"
+
+#include <utility>
+
+namespace pallbus::broker {
+
+namespace {
+
+using faults::FaultRule;
+using std::chrono::duration_cast;
+using std::chrono::milliseconds;
+
+std::string formatCommand(const faults::FaultCommand& command) {
+    const FaultRule* rule = std::get_if<FaultRule>(&command);
+    return rule != nullptr ? formatFault(*rule) : "clear";
+}
+
+}  // namespace
+
+FaultScheduler::FaultScheduler(asio::io_context& io, faults::FaultInjector& injector,
+                               Actions actions)
+    : injector_(injector), actions_(std::move(actions)), timer_(io) {}
+
+void FaultScheduler::run(const std::vector<faults::FaultStep>& steps) {
+    const Clock::time_point now = Clock::now();
+    for (const faults::FaultStep& step : steps) {
+        scheduled_.emplace(now + step.at, step.command);
+    }
+    executeDue();
+}
+
+void FaultScheduler::clear() {
+    scheduled_.clear();
+    run({{milliseconds{}, faults::ClearFaults{}}});
+}
+
+void FaultScheduler::execute(const faults::FaultCommand& command, Clock::time_point now) {
+    const FaultRule* rule = std::get_if<FaultRule>(&command);
+    if (rule == nullptr) {
+        injector_.clear();
+        actions_.flushDelayed();
+    } else if (rule->kind == faults::FaultKind::close) {
+        actions_.closeConnections(rule->client);
+    } else {
+        injector_.add(*rule, now);
+    }
+}
+
+// Faults expire before new ones start. Each step runs at its nominal time, however late the loop
+// calls.
+void FaultScheduler::executeDue() {
+    const Clock::time_point now = Clock::now();
+    while (!scheduled_.empty() && scheduled_.begin()->first <= now) {
+        const auto due = scheduled_.extract(scheduled_.begin());
+        injector_.expire(due.key());
+        execute(due.mapped(), due.key());
+    }
+    injector_.expire(now);
+    actions_.applyActive();
+
+    std::optional<Clock::time_point> next = injector_.nextExpiry();
+    if (!scheduled_.empty() && (!next || scheduled_.begin()->first < *next)) {
+        next = scheduled_.begin()->first;
+    }
+    if (!next) {
+        return;
+    }
+    timer_.expires_at(*next);
+    timer_.async_wait([this](const asio::error_code& error) {
+        if (!error) {
+            executeDue();
+        }
+    });
+}
+
+std::vector<std::string> FaultScheduler::describe() const {
+    const Clock::time_point now = Clock::now();
+    std::vector<std::string> lines = injector_.describeActive(now);
+    for (const auto& [due, command] : scheduled_) {
+        const auto left = duration_cast<milliseconds>(due - now).count();
+        lines.push_back("at " + std::to_string(left) + "ms " + formatCommand(command));
+    }
+    return lines;
+}
+
+}  // namespace pallbus::broker

@@ -1,0 +1,77 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "pallbus/commands/commands.h"
+#include "pallbus/control_commands.h"
+#include "pallbus/faults/fault_script.h"
+#include "program/timed_script.h"
+
+namespace pallbus {
+
+namespace {
+
+constexpr const char* kNotes =
+    "LINE is a fault:\n"
+    "  drop | delay TIME[-TIME] | corrupt [BYTES] | fragment | coalesce MESSAGES |\n"
+    "  truncate | close | refuse [TIME] | blackhole [TIME] | stall [TIME]\n"
+    "followed, in any order and as far as it applies, by\n"
+    "  how often     10% | every N | next N\n"
+    "  which client  [from|to] daemon | [from|to] client ID | [from|to] any\n"
+    "  which object  object NAME\n"
+    "  how long      for TIME\n"
+    "\"at TIME\" before the fault starts it later. TIME is 500ms, 2s or 3m.";
+
+struct Options {
+    std::vector<std::string> words;
+    std::string script;  // a file; empty: none
+};
+
+// A single word is the whole line; several words were split by the shell.
+std::string joinWords(const std::vector<std::string>& words) {
+    if (words.size() == 1) {
+        return words.front();
+    }
+    std::string line;
+    for (const std::string& word : words) {
+        line += (line.empty() ? "" : " ") + script::quoted(word);
+    }
+    return line;
+}
+
+// Reports errors here, before the bus sees anything.
+std::string buildCommand(const Options& options) {
+    if (!options.script.empty()) {
+        const std::string text = readScript(options.script);
+        faults::parseFaultScript(text, options.script);
+        return scriptCommand(text);
+    }
+    std::string line = joinWords(options.words);
+    faults::parseFaultLine(line);
+    return line;
+}
+
+}  // namespace
+
+void addInject(Verb program, Invocation& invocation) {
+    Verb command = program.addVerb("inject", "Inject faults into a running bus");
+    const auto options = std::make_shared<Options>();
+    command.add("LINE", options->words, "The fault");
+    command.add("-s,--script", options->script, "Faults with their times, counted from now")
+        .kind("FILE")
+        .check(existingFile())
+        .excludes("LINE");
+    excludeServeOptions(command);
+    command.notes(kNotes);
+    command.action([options, &invocation] {
+        if (options->words.empty() && options->script.empty()) {
+            throw BadUsage("missing LINE");
+        }
+        invocation.run = [options, &invocation] {
+            sendToBus(invocation.port, buildCommand(*options));
+            return 0;
+        };
+    });
+}
+
+}  // namespace pallbus

@@ -1,0 +1,53 @@
+#include "pallbus/completion.h"
+
+#include <sstream>
+#include <string>
+
+#include "pallbus/faults/fault_parser.h"
+
+namespace pallbus {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+// In quotes the words are part of the word that is completed: everything up to its last blank.
+Words precedingWords(const BegunValue& begun, const std::string& head) {
+    Words words = begun.option.empty() ? begun.before : Words();
+    std::istringstream text(head);
+    for (std::string word; text >> word;) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+Words candidates(Words before) {
+    const bool isFirst = before.empty();
+    if (!isFirst && (before.front() == "at" || before.front() == "after")) {
+        if (before.size() == 1) {
+            return {};
+        }
+        before.erase(before.begin(), before.begin() + 2);
+    }
+    Words words = faults::nextKeywords(before);
+    if (isFirst) {
+        words.push_back("at");
+    }
+    return words;
+}
+
+}  // namespace
+
+std::vector<Offer> completeFault(const BegunValue& begun) {
+    if (begun.kind != "LINE") {
+        return {};
+    }
+    const std::string head = begun.word.substr(0, begun.word.rfind(' ') + 1);
+    std::vector<Offer> offers;
+    for (const std::string& word : candidates(precedingWords(begun, head))) {
+        offers.push_back({head + word, ""});
+    }
+    return offers;
+}
+
+}  // namespace pallbus

@@ -1,0 +1,308 @@
+// A line is a kind of fault, then its modifiers in any order. kKinds (fault_grammar.h) says which
+// operand and which modifiers a kind takes; kModifiers says which function reads each modifier.
+// Completion uses the same parser: a keyword can come next if the line with it parses, or lacks
+// only something after it (IncompleteFault).
+
+#include "pallbus/faults/fault_parser.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string_view>
+
+#include "pallbus/faults/fault_grammar.h"
+#include "program/number.h"
+#include "program/timed_script.h"
+
+namespace pallbus::faults {
+
+namespace {
+
+using namespace grammar;
+using std::chrono::milliseconds;
+
+constexpr size_t kMaxCount = 1'000'000;
+
+// More words could complete the fault.
+struct IncompleteFault : FaultSyntaxError {
+    using FaultSyntaxError::FaultSyntaxError;
+};
+
+std::string quoted(std::string_view word) {
+    return std::string("'").append(word).append("'");
+}
+
+bool isOnlyTowardsClients(const KindGrammar& kind) {
+    return (kind.modifiers & (kFrom | kTo)) == kTo;
+}
+
+std::string listKinds() {
+    std::string names;
+    for (const KindGrammar& kind : kKinds) {
+        names.append(kind.name).append(", ");
+    }
+    return names.append(kClear).append("; at TIME or after TIME may precede it");
+}
+
+milliseconds parseTime(const std::string& text) {
+    const auto time = script::parseDuration(text);
+    if (!time) {
+        throw FaultSyntaxError(script::invalidDuration(text));
+    }
+    return *time;
+}
+
+size_t parseCount(const std::string& text, size_t min) {
+    const auto count = numberIn<size_t>(text, min, kMaxCount);
+    if (!count) {
+        throw FaultSyntaxError(quoted(text) + " is not an integer from " + std::to_string(min) +
+                               " to " + std::to_string(kMaxCount));
+    }
+    return *count;
+}
+
+// Takes the words of one rule off the front, one after the other.
+class Parser {
+  public:
+    struct Modifier {
+        std::string_view name;
+        unsigned bit;
+        void (Parser::*parse)();
+    };
+    static const std::array<Modifier, 9> kModifiers;
+
+    explicit Parser(std::span<const std::string> words) : words_(words) {}
+
+    FaultRule parse() {
+        kind_ = &parseKind();
+        rule_.kind = kind_->kind;
+        rule_.direction = isOnlyTowardsClients(*kind_) ? Direction::to : Direction::both;
+        while (!words_.empty()) {
+            parseWord(take());
+        }
+        return complete();
+    }
+
+  private:
+    std::string take() {
+        std::string word = words_.front();
+        words_ = words_.subspan(1);
+        return word;
+    }
+
+    std::string takeAfter(std::string_view keyword, std::string_view what) {
+        if (words_.empty()) {
+            throw IncompleteFault(quoted(keyword).append(" needs ").append(what));
+        }
+        return take();
+    }
+
+    const KindGrammar& parseKind() {
+        const std::string name = take();
+        const auto* const kind = std::ranges::find(kKinds, name, &KindGrammar::name);
+        if (kind == kKinds.end()) {
+            throw FaultSyntaxError("unknown fault " + quoted(name) + "; choose from " +
+                                   listKinds());
+        }
+        return *kind;
+    }
+
+    void parseWord(const std::string& word) {
+        const auto* const modifier = std::ranges::find(kModifiers, word, &Modifier::name);
+        if (modifier != kModifiers.end()) {
+            expectOnce(modifier->bit, word);
+            (this->*modifier->parse)();
+        } else if (word.ends_with('%')) {
+            expectOnce(kFrequency, word);
+            parsePercent(word);
+        } else {
+            parseOperand(word);
+        }
+    }
+
+    void rejectWord(std::string_view word) const {
+        throw FaultSyntaxError(quoted(kind_->name) + " does not take " + quoted(word));
+    }
+
+    void expectOnce(unsigned modifier, std::string_view word) {
+        if ((kind_->modifiers & modifier) != modifier) {
+            rejectWord(word);
+        }
+        if ((seen_ & modifier) != 0) {
+            throw FaultSyntaxError(quoted(word) + " conflicts with an earlier word");
+        }
+        seen_ |= modifier;
+    }
+
+    void parseFrom() { parseDirection(Direction::from, "from"); }
+    void parseTo() { parseDirection(Direction::to, "to"); }
+
+    // A direction includes its client, so that "from daemon to daemon" is a conflict.
+    void parseDirection(Direction direction, std::string_view keyword) {
+        rule_.direction = direction;
+        const std::string client = takeAfter(keyword, "a client");
+        expectOnce(kClient, client);
+        if (client == "client") {
+            parseClient();
+        } else if (client == "daemon") {
+            parseDaemon();
+        } else if (client != "any") {
+            throw FaultSyntaxError("unknown client " + quoted(client) +
+                                   "; use daemon, client ID or any");
+        }
+    }
+
+    void parseAny() {}
+    void parseDaemon() { rule_.client = kDaemonID; }
+
+    void parseClient() {
+        const std::string text = takeAfter("client", "a connection ID");
+        constexpr auto kMax = std::numeric_limits<int32_t>::max();
+        rule_.client = numberIn<int32_t>(text, -kMax - 1, kMax);
+        if (!rule_.client) {
+            throw FaultSyntaxError("invalid connection ID " + quoted(text));
+        }
+    }
+
+    void parseObject() {
+        const std::string name = takeAfter("object", "a name");
+        if (std::ranges::any_of(name, [](unsigned char byte) { return byte < ' '; })) {
+            throw FaultSyntaxError("the object name contains a control character");
+        }
+        rule_.object = name;
+    }
+
+    void parseEvery() { parseNumber(Frequency::every, "every"); }
+    void parseNext() { parseNumber(Frequency::next, "next"); }
+
+    void parseNumber(Frequency frequency, std::string_view keyword) {
+        rule_.frequency = frequency;
+        rule_.number = parseCount(takeAfter(keyword, "a count"), 1);
+    }
+
+    void parseFor() { rule_.duration = parseTime(takeAfter("for", "a time")); }
+
+    void parsePercent(std::string_view text) {
+        const auto percent = numberIn<double>(text.substr(0, text.size() - 1), 0, 100);
+        if (!percent) {
+            throw FaultSyntaxError("invalid percentage " + quoted(text) + "; use 0% to 100%");
+        }
+        rule_.frequency = Frequency::percent;
+        rule_.percent = *percent;
+    }
+
+    void parseOperand(const std::string& text) {
+        if (kind_->operand == Operand::none || operandSeen_) {
+            rejectWord(text);
+        }
+        operandSeen_ = true;
+        switch (kind_->operand) {
+            case Operand::delay:
+                parseDelay(text);
+                break;
+            case Operand::duration:
+                expectOnce(kFor, text);
+                rule_.duration = parseTime(text);
+                break;
+            default:
+                rule_.count = parseCount(text, kind_->operand == Operand::messageCount ? 2 : 1);
+        }
+    }
+
+    void parseDelay(const std::string& text) {
+        const size_t dash = text.find('-');
+        rule_.delayMin = parseTime(text.substr(0, dash));
+        rule_.delayMax =
+            dash == std::string::npos ? rule_.delayMin : parseTime(text.substr(dash + 1));
+        if (rule_.delayMax < rule_.delayMin) {
+            throw FaultSyntaxError("invalid range " + quoted(text) +
+                                   "; the shorter time comes first");
+        }
+    }
+
+    FaultRule complete() {
+        if (!operandSeen_ &&
+            (kind_->operand == Operand::delay || kind_->operand == Operand::messageCount)) {
+            throw IncompleteFault("incomplete fault; expected: " + std::string(kind_->usage));
+        }
+        if (rule_.kind == FaultKind::corrupt && !operandSeen_) {
+            rule_.count = 1;
+        }
+        // A connection closes only once, unless the line says otherwise.
+        if (rule_.kind == FaultKind::truncate && rule_.frequency == Frequency::always) {
+            rule_.frequency = Frequency::next;
+            rule_.number = 1;
+        }
+        return rule_;
+    }
+
+    std::span<const std::string> words_;
+    const KindGrammar* kind_ = nullptr;
+    FaultRule rule_;
+    unsigned seen_ = 0;  // modifiers
+    bool operandSeen_ = false;
+};
+
+const std::array<Parser::Modifier, 9> Parser::kModifiers{{
+    {"from", kFrom, &Parser::parseFrom},
+    {"to", kTo, &Parser::parseTo},
+    {"daemon", kClient, &Parser::parseDaemon},
+    {"client", kClient, &Parser::parseClient},
+    {"any", kClient, &Parser::parseAny},
+    {"object", kObject, &Parser::parseObject},
+    {"every", kFrequency, &Parser::parseEvery},
+    {"next", kFrequency, &Parser::parseNext},
+    {"for", kFor, &Parser::parseFor},
+}};
+
+std::vector<std::string> allKeywords() {
+    std::vector<std::string> words;
+    for (const KindGrammar& kind : kKinds) {
+        words.emplace_back(kind.name);
+    }
+    for (const Parser::Modifier& modifier : Parser::kModifiers) {
+        words.emplace_back(modifier.name);
+    }
+    words.emplace_back(kClear);
+    return words;
+}
+
+bool canFollow(std::span<const std::string> before, const std::string& word) {
+    std::vector<std::string> words(before.begin(), before.end());
+    words.push_back(word);
+    try {
+        parseFault(words);
+    } catch (const IncompleteFault&) {
+        return true;
+    } catch (const FaultSyntaxError&) {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+FaultCommand parseFault(std::span<const std::string> words) {
+    if (words.empty()) {
+        throw FaultSyntaxError("missing fault");
+    }
+    if (words.front() != kClear) {
+        return Parser(words).parse();
+    }
+    if (words.size() > 1) {
+        throw FaultSyntaxError("'clear' stands alone");
+    }
+    return ClearFaults{};
+}
+
+std::vector<std::string> nextKeywords(std::span<const std::string> words) {
+    // Where any word is accepted, the user supplies it.
+    if (canFollow(words, "?")) {
+        return {};
+    }
+    std::vector<std::string> keywords = allKeywords();
+    std::erase_if(keywords, [words](const std::string& word) { return !canFollow(words, word); });
+    return keywords;
+}
+
+}  // namespace pallbus::faults

@@ -1,0 +1,94 @@
+#include "pallbus/replay/message.h"
+
+#include <cstring>
+
+#include "bus/tarn_internal_message.h"
+
+namespace pallbus::replay {
+
+namespace {
+
+void addTexts(const cJSON* list, std::vector<std::string>& names) {
+    const cJSON* item = nullptr;
+    cJSON_ArrayForEach(item, list) {
+        if (const char* text = jsonText(item)) {
+            names.emplace_back(text);
+        }
+    }
+}
+
+std::vector<std::string> namesIn(const cJSON* data) {
+    std::vector<std::string> names;
+    for (const char* key : {"param", "paramDescriptor"}) {
+        const cJSON* about = jsonMember(data, key);
+        if (const cJSON* asked = jsonMember(about, "objectName")) {
+            addTexts(asked, names);
+            continue;
+        }
+        const cJSON* member = nullptr;
+        cJSON_ArrayForEach(member, about) {
+            names.emplace_back(member->string != nullptr ? member->string : "");
+        }
+    }
+    return names;
+}
+
+}  // namespace
+
+Message parseMessage(std::string_view payload) {
+    Message message;
+    const std::string text(payload);
+    const TarnInternalMessage parsed(MallocText(strdup(text.c_str())));
+    message.type = parsed.type();
+    if (message.type == MessageType::none) {
+        return message;
+    }
+    message.objectName = parsed.objectName();
+    message.source = parsed.source();
+    message.destination = parsed.header().destination;
+    message.id = parsed.uniqueId();
+    message.data = parsed.parseData();
+    message.names = namesIn(message.data.get());
+    return message;
+}
+
+bool isResponse(const Message& message) {
+    return message.type == MessageType::RSP || message.type == MessageType::CMDRSP ||
+           message.type == MessageType::ACK || message.type == MessageType::NAK;
+}
+
+bool isHeartbeat(const Message& message) {
+    return message.objectName.empty() && message.type != MessageType::none;
+}
+
+bool isLogin(const Message& message) {
+    return jsonMember(jsonMember(message.data.get(), "param"), "login") != nullptr;
+}
+
+std::string describeMessage(const Message& message) {
+    if (message.type == MessageType::none) {
+        return "invalid message";
+    }
+    const std::string head = std::string(typeWord(message.type)) + " " + message.objectName;
+    return isResponse(message) ? head + " " + message.id : head;
+}
+
+std::string joinNames(const Message& message) {
+    std::string list;
+    for (const std::string& name : message.names) {
+        list += (list.empty() ? "" : ",") + name;
+    }
+    return list;
+}
+
+std::string replaceID(std::string_view payload, const std::string& id) {
+    const size_t data = payload.find('\n') + 1;
+    UniqueJSON json = parseJSON(payload.data() + data, payload.size() - data);
+    if (!jsonMember(json.get(), "id")) {
+        return std::string(payload);
+    }
+    cJSON_ReplaceItemInObjectCaseSensitive(json.get(), "id", jsonString(id).release());
+    return std::string(payload.substr(0, data)) + renderJSON(json.get(), false);
+}
+
+}  // namespace pallbus::replay
