@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "bus/item_count.h"
 #include "bus/made_json.h"
+#include "model/item_count.h"
 #include "model/json_size.h"
 #include "model/line_limit.h"
 #include "model/log.h"
@@ -27,10 +27,8 @@ std::unique_ptr<std::vector<char>> terminated(std::unique_ptr<std::vector<char>>
     return payload;
 }
 
-// The tree takes up to a hundred times the room of the text.
-constexpr std::size_t kMostItems = 50'000;
-// Every answer repeats it.
-constexpr std::size_t kLongestId = std::size_t{1} * 1024 * 1024;
+// Every answer repeats it, and a request has up to 50,000.
+constexpr std::size_t kLongestId = std::size_t{64} * 1024;
 
 bool hasUsableId(const cJSON* data) {
     const char* const id = jsonText(jsonMember(data, "id"));

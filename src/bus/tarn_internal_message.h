@@ -60,7 +60,7 @@ class TarnInternalMessage {
 
     // The data, borrowed and kept until the message goes. A JSON null when there is none or its
     // text does not parse; never a null pointer while there is memory. Text of more than 50,000
-    // items, or with an "id" of more than 1 MiB, counts as one that does not parse.
+    // items, or with an "id" of more than 64 KiB, counts as one that does not parse.
     const cJSON* data() const;
     // The same as a tree of the caller's own, parsed anew from the received text.
     UniqueJSON parseData() const;

@@ -66,9 +66,8 @@ bool isReplaceable(const std::string& path) {
 
 // What cannot be removed shows when the name is used.
 void clearName(const std::string& path) {
-    if (unlink(path.c_str()) != 0 && (errno == EISDIR || errno == EPERM) &&
-        rmdir(path.c_str()) != 0) {
-        std::rename(path.c_str(), (path + ".bad").c_str());
+    if (unlink(path.c_str()) != 0 && (errno == EISDIR || errno == EPERM)) {
+        clearDirectory(path);
     }
 }
 
@@ -135,6 +134,16 @@ std::string endOfLinks(const std::string& path) {
         end = std::move(*next);
     }
     return path;
+}
+
+void clearDirectory(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        return;
+    }
+    if (rmdir(path.c_str()) != 0 && (errno == ENOTEMPTY || errno == EEXIST)) {
+        std::rename(path.c_str(), (path + ".bad").c_str());
+    }
 }
 
 bool syncDirectoryOf(const std::string& path) {

@@ -25,6 +25,10 @@ std::string endOfLinks(const std::string& path);
 // Makes the names in the directory of `path` last through a power cut. False with errno.
 bool syncDirectoryOf(const std::string& path);
 
+// Clears a name of a directory that stands there: one with something in it moves to "<path>.bad".
+// Anything else stays.
+void clearDirectory(const std::string& path);
+
 // Makes a file of that name with these bytes, on the disk when this returns `none`. What had the
 // name goes, a directory with something in it to "<path>.bad". The file's owner and mode are those
 // of the regular file `like`, where there is none those of this process and 0644. After a failure

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "model/files.h"
+#include "model/item_count.h"
 #include "model/log.h"
 
 namespace {
@@ -48,6 +49,9 @@ std::string badNameOf(const std::string& path) {
 UniqueJSON parsedFile(const FileContents& contents, const std::string& path) {
     if (contents.bytes.size() < contents.statedSize) {
         abortAfterReadError(path, 0);
+    }
+    if (hasMoreItems(contents.bytes, kMostItems)) {
+        return nullptr;
     }
     const unsigned long failures = failedJSONAllocations();
     UniqueJSON root = parseJSON(contents.bytes.data(), contents.bytes.size());
@@ -223,6 +227,9 @@ int AbstractJSONTopLevelContainer::rotate(const Names& names, bool existed, bool
 }
 
 int AbstractJSONTopLevelContainer::takePlace(const Names& names, bool existed) const {
+    if (existed) {
+        clearDirectory(names.old);
+    }
     const int result = existed ? moveFile(names.current, names.old, "prev") : 0;
     return result != 0 ? result : moveFile(names.fresh, names.current, "current");
 }

@@ -74,15 +74,15 @@ void PallwatchService::run() {
     runLoop();
 }
 
-// A handler that lacked memory is left; the others go on. What it should have sent is missed like
-// any message that was lost, and a connection that it left without its next step falls silent and
-// is made anew.
+// A handler that lacked memory may have left the connection without its next step, so that is made
+// anew; everything else goes on.
 void PallwatchService::runLoop() {
     while (!io_.stopped()) {
         try {
             io_.run();
         } catch (const std::bad_alloc&) {
-            logMessage(LOG_CRIT, "Memory error in the event loop, step skipped\n");
+            logMessage(LOG_CRIT, "Memory error in the event loop, connecting anew\n");
+            client_->transport().close("no memory");
         }
     }
 }

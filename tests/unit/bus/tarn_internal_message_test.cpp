@@ -187,13 +187,13 @@ TEST(MessageData, OfMoreThanFiftyThousandItemsDoesNotParse) {
                 testing::StartsWith("TarnInternalMessage data decode error:[1,1"));
 }
 
-TEST(MessageData, WithAnIdOfMoreThanAMebibyteDoesNotParse) {
+TEST(MessageData, WithAnIdOfMoreThan64KibibytesDoesNotParse) {
     CapturedLog log;
     const auto withId = [](std::size_t length) {
         return std::string(kLine) + R"({"id":")" + std::string(length, 'i') + "\"}";
     };
-    EXPECT_EQ(received(withId(1024 * 1024)).uniqueId().size(), 1024u * 1024u);
-    const TarnInternalMessage message = received(withId(1024 * 1024 + 1));
+    EXPECT_EQ(received(withId(64 * 1024)).uniqueId().size(), 64u * 1024u);
+    const TarnInternalMessage message = received(withId(64 * 1024 + 1));
     EXPECT_TRUE(cJSON_IsNull(message.data()));
     EXPECT_EQ(message.uniqueId(), "");
 }

@@ -291,6 +291,19 @@ TEST_F(ContainerLoad, ReadsNoMoreThan16MiB) {
     EXPECT_EQ(log_.lines(), Lines{invalid(path_)});
 }
 
+// Parsed, it would take a hundred times its own size, at every start anew.
+TEST_F(ContainerLoad, DoesNotParseMoreItemsThanAnyContainerHas) {
+    std::string items = "1";
+    for (int i = 0; i < 50'000; ++i) {
+        items += ",1";
+    }
+    directory_.write("file.json", R"({"sample":{"text":"big","more":[)" + items + "]}}");
+    directory_.write("file.json.old", sampleFile("old"));
+    EXPECT_EQ(container_.load(), 0);
+    EXPECT_EQ(container_.text, "old");
+    EXPECT_EQ(log_.take(), Lines{invalid(path_)});
+}
+
 TEST_F(ContainerLoad, LivesBesideTheFileThatALinkLeadsTo) {
     fs::create_directory(directory_.path("elsewhere"));
     fs::create_symlink("elsewhere/target", path_);

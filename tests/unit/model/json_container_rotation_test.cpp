@@ -239,12 +239,24 @@ TEST_F(Rotation, NewFileThatCannotBeClosedLeavesTheFileAsItWas) {
 
 TEST_F(Rotation, FileThatCannotBecomeTheOldOneStays) {
     begin();
-    std::filesystem::create_directory(old_);
-    directory_.write("file.json.old/occupied", "");
+    const FileCallWatch watch(failing({"rename", path_, old_}, {-1, EISDIR}));
     EXPECT_EQ(written("after"), -1);
     EXPECT_EQ(log_.lines(), (Lines{renameFailure("prev", path_, old_, EISDIR)}));
     EXPECT_EQ(found(), "before");
     EXPECT_EQ(directory_.read("file.json.new"), sampleFile("after"));
+}
+
+TEST_F(Rotation, DirectoryInThePlaceOfTheOldFileMakesRoom) {
+    begin();
+    std::filesystem::create_directory(old_);
+    EXPECT_EQ(written("second"), 0);
+    EXPECT_EQ(found(), "second");
+    std::filesystem::create_directory(old_);
+    directory_.write("file.json.old/occupied", "by others");
+    EXPECT_EQ(written("third"), 0);
+    EXPECT_EQ(found(), "third");
+    EXPECT_EQ(directory_.read("file.json.old.bad/occupied"), "by others");
+    EXPECT_TRUE(log_.lines().empty());
 }
 
 TEST_F(Rotation, NewFileThatCannotTakeThePlaceLeavesTheOldOne) {

@@ -1,4 +1,4 @@
-#include "bus/item_count.h"
+#include "model/item_count.h"
 
 namespace {
 
