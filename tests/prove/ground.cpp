@@ -104,7 +104,7 @@ Damage Ground::assess() {
         damage_.later = std::max(0.0, megabytes("VmRSS") - base_);
         stopNow();
     }
-    damage_.blocked = std::max(wire_.longestSilence().count(), least_);
+    damage_.blocked = std::max(wire_.longestWait().count(), least_);
     damage_.peak = std::max(0.0, peak_ - base_);
     return damage_;
 }

@@ -127,7 +127,7 @@ void askDeaf(Ground& ground) {
     ground.isSet(R"({"systemName":")" + std::string(400'000, 'x') + R"("})");
     ground.isSet(R"({"frameName":")" + std::string(4'000, 'x') + R"("})");
     ground.wire().setReading(false);
-    ground.wire().sendBytes(repeated(question("systemName"), 3000));
+    ground.wire().sendBytes(repeated(question("systemName"), 600));
     ground.wire().sendBytes(repeated(question("frameName"), 3000));
     ground.wire().sendBytes(repeated(question("active"), 3000));
     ::sleep(5);
@@ -207,7 +207,7 @@ constexpr Attack kAttacks[] = {
     {"4 SETs of serial0, each a new member of 20 MB", "Quorane", longMember, 19.1},
     {"text of 10 MB, GET of 60 names", "Quorane", longTextSixtyTimes, 9.5},
     {"id of 19 MB echoed 50 times", "Quorane", longIdentifier, 18.1},
-    {"deaf bus, 9000 GETs, 3000 of 400 KB", "Quorane", deafBus},
+    {"deaf bus, 600 GETs of 400 KB, 6000 others", "Quorane", deafBus},
     {"deaf bus under 64 MB", "Quorane", deafBusShortMemory},
     {"frameName of 20 MB, then a reconnect", "Quorane", longFrameName, 19.1},
     {"one SET of 1,000 saved members", "Quorane", thousandMembers},

@@ -197,8 +197,6 @@ void Wire::takeFrame() {
     }
     const std::string id = quotedBehind(incoming_.head, "{\"id\":\"").substr(0, 32);
     const std::lock_guard lock(state_);
-    longest_ = std::max(longest_, silence());
-    lastAnswer_ = Clock::now();
     if (id.starts_with(kAsk)) {
         takeAnswer(static_cast<unsigned>(std::stoul(id.substr(kAsk.size()))));
     } else {
@@ -213,6 +211,7 @@ void Wire::takeAnswer(unsigned number) {
     if (asked == asked_.end()) {
         return;
     }
+    longest_ = std::max(longest_, wait());
     lastAnswered_ = asked->second;
     asked_.erase(asked_.begin(), std::next(asked));
 }
@@ -266,15 +265,13 @@ bool Wire::waitForLogin(size_t count, std::chrono::milliseconds patience) const 
     return holdsWithin(patience, [&] { return logins_ >= count; });
 }
 
-// Since the last answer of any kind, or since the first question that waits.
-Wire::Clock::duration Wire::silence() const {
-    return asked_.empty() ? Clock::duration{}
-                          : Clock::now() - std::max(asked_.begin()->second, lastAnswer_);
+Wire::Clock::duration Wire::wait() const {
+    return asked_.empty() ? Clock::duration{} : Clock::now() - asked_.begin()->second;
 }
 
-std::chrono::duration<double> Wire::longestSilence() const {
+std::chrono::duration<double> Wire::longestWait() const {
     const std::lock_guard lock(state_);
-    return std::max(longest_, silence());
+    return std::max(longest_, wait());
 }
 
 // Only an answer to what was asked after this call counts.

@@ -39,7 +39,7 @@ class Wire {
 
     // The longest time without any answer while a question waited, also of the one that waits
     // still.
-    std::chrono::duration<double> longestSilence() const;
+    std::chrono::duration<double> longestWait() const;
     // Whether what is asked now is answered in that time.
     bool isAnswered(std::chrono::milliseconds patience) const;
 
@@ -69,7 +69,7 @@ class Wire {
     void takePayloadPart(std::string_view& bytes);
     void takeFrame();
     void takeAnswer(unsigned number);
-    Clock::duration silence() const;
+    Clock::duration wait() const;
     void ask();
     int takeConnection();
     void dropConnection();
@@ -86,7 +86,6 @@ class Wire {
     std::map<std::string, size_t> answers_;
     std::map<std::string, std::string> lastAnswers_;
     Clock::duration longest_{};
-    Clock::time_point lastAnswer_;
     Clock::time_point lastAnswered_;  // when that was asked
     std::atomic<size_t> logins_ = 0;
     std::atomic<size_t> longestFrame_ = 0;
