@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "faults.h"
@@ -42,6 +41,7 @@ constexpr Section kSections[] = {
 };
 
 constexpr int kShortKills = 20;
+constexpr size_t kAtOnce = 12;  // most of a proof is waiting
 
 std::vector<FrameJob> jobsOf(const ProofOptions& options, const TemporaryDirectory& place) {
     const std::string self = harness::programDirectory() / "prove";
@@ -78,7 +78,7 @@ int runProofs(ProofOptions options) {
     const TemporaryDirectory place;
     keepOffTheList(place.path());
     Tally tally;
-    runSideBySide(jobsOf(options, place), 2 * std::thread::hardware_concurrency(),
+    runSideBySide(jobsOf(options, place), kAtOnce,
                   [&tally](const FrameJob& job, const std::string& printed) {
                       tally.take(job.name, printed);
                   });
