@@ -1,12 +1,14 @@
 #include "bus/tarn_internal_header.h"
 
+#include <syslog.h>
+
 #include <array>
 #include <cstdio>
 #include <cstring>
 
 #include "bus/whole_integer.h"
 #include "model/json.h"
-#include "model/log.h"
+#include "model/line_limit.h"
 #include "model/numbers.h"
 
 namespace {
@@ -42,7 +44,8 @@ ScheduledTime decodeTime(const cJSON* item, const timespec& now) {
     const char* const text = jsonText(item);
     const ScheduledTime time = text ? decodeScheduledTime(text, now) : ScheduledTime();
     if (time.isScheduled()) {
-        logMessage(LOG_INFO, "Message Scheduled at %s\n", scheduledTimeText(time).c_str());
+        logLimited("Message Scheduled", LOG_INFO, "Message Scheduled at %s\n",
+                   scheduledTimeText(time).c_str());
     }
     return time;
 }

@@ -33,6 +33,15 @@ std::error_code open(TcpLink::Socket& socket, const asio::ip::tcp& protocol) {
     return error;
 }
 
+// While nobody listens at a port of this machine, the kernel may pick that very port for the
+// caller's end, and the two ends of one socket meet (RFC 9293, 3.5, simultaneous open). The bus
+// could never listen there again.
+bool isItsOwnPeer(const TcpLink::Socket& socket) {
+    std::error_code unknown;
+    const asio::ip::tcp::endpoint local = socket.local_endpoint(unknown);
+    return !unknown && local == socket.remote_endpoint(unknown) && !unknown;
+}
+
 }  // namespace
 
 void TcpLink::dial(Endpoints endpoints, Done done) {
@@ -63,10 +72,16 @@ void TcpLink::dialNext(std::size_t index, std::error_code last) {
 }
 
 void TcpLink::dialed(std::size_t index, const std::error_code& error) {
-    if (live_ && error) {
-        dialNext(index + 1, error);
+    std::error_code outcome = error;
+    if (live_ && !error && isItsOwnPeer(socket_)) {
+        // Reset, so that the port is free at once.
+        socket_.set_option(asio::socket_base::linger(true, 0), outcome);
+        outcome = asio::error::connection_refused;
+    }
+    if (live_ && outcome) {
+        dialNext(index + 1, outcome);
     } else {
-        finish(error);
+        finish(outcome);
     }
 }
 

@@ -16,6 +16,7 @@ namespace {
 
 constexpr int kMostLinks = 40;  // what the kernel follows
 constexpr mode_t kUsualMode = 0644;
+constexpr int kMostKept = 9;
 
 // Nothing that stands in the file's way is opened, followed or waited for.
 constexpr int kNewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
@@ -43,6 +44,11 @@ std::optional<struct stat> regularFile(const std::string& path) {
         return std::nullopt;
     }
     return status;
+}
+
+bool isTaken(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 || errno != ENOENT;
 }
 
 bool leadsToSomethingElse(const std::string& path) {
@@ -136,13 +142,24 @@ std::string endOfLinks(const std::string& path) {
     return path;
 }
 
+bool moveAside(const std::string& path, const std::string& kept) {
+    std::string earlier = kept;
+    for (int number = 2; number <= kMostKept && isTaken(earlier); ++number) {
+        earlier = kept + "." + std::to_string(number);
+    }
+    if (earlier != kept) {
+        std::rename(kept.c_str(), earlier.c_str());
+    }
+    return std::rename(path.c_str(), kept.c_str()) == 0;
+}
+
 void clearDirectory(const std::string& path) {
     struct stat status {};
     if (lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
         return;
     }
     if (rmdir(path.c_str()) != 0 && (errno == ENOTEMPTY || errno == EEXIST)) {
-        std::rename(path.c_str(), (path + ".bad").c_str());
+        moveAside(path, path + ".bad");
     }
 }
 

@@ -25,12 +25,16 @@ std::string endOfLinks(const std::string& path);
 // Makes the names in the directory of `path` last through a power cut. False with errno.
 bool syncDirectoryOf(const std::string& path);
 
-// Clears a name of a directory that stands there: one with something in it moves to "<path>.bad".
-// Anything else stays.
+// Gives what stands at `path` the name `kept`. What had that goes to the first free one of
+// "<kept>.2" to "<kept>.9", or else to the last of them. False with errno.
+bool moveAside(const std::string& path, const std::string& kept);
+
+// Clears a name of a directory that stands there: one with something in it is moved aside to
+// "<path>.bad". Anything else stays.
 void clearDirectory(const std::string& path);
 
 // Makes a file of that name with these bytes, on the disk when this returns `none`. What had the
-// name goes, a directory with something in it to "<path>.bad". The file's owner and mode are those
+// name goes, a directory with something in it aside. The file's owner and mode are those
 // of the regular file `like`, where there is none those of this process and 0644. After a failure
 // errno tells why, and there is no file of that name.
 WriteFailure writeNewFile(const std::string& path, std::string_view text, const std::string& like);

@@ -255,7 +255,7 @@ bool AbstractJSONTopLevelContainer::keepUnusable(const Names& names) {
 
 // What is gone by now needs no keeping.
 bool AbstractJSONTopLevelContainer::keepAs(const std::string& from, const std::string& to) const {
-    if (std::rename(from.c_str(), to.c_str()) == 0 || errno == ENOENT) {
+    if (moveAside(from, to) || errno == ENOENT) {
         return true;
     }
     logRenameFailure(from, to, "prev");

@@ -11,9 +11,9 @@
 // text is written to "<path>.new" and synced, the current file becomes "<path>.old", the new one
 // takes its place, and the old one goes only when the directory is synced too. When the path is a
 // link, all of this happens to the file that it leads to. What a load found and could not use is
-// never written over: before the next save takes its place it becomes "<path>.bad", and an ".old"
-// of that kind beside it "<path>.old.bad". Failures are log lines and results. Used by one thread
-// at a time.
+// never written over: before the next save takes its place it becomes "<path>.bad" (an earlier
+// one of that name goes to "<path>.bad.2" ...), and an ".old" of that kind beside it
+// "<path>.old.bad". Failures are log lines and results. Used by one thread at a time.
 class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
   public:
     // The file is "<name>.json" in the working directory, or in `directory`, which is made before a

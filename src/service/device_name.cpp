@@ -7,6 +7,7 @@
 #include "model/file_replacement.h"
 #include "model/files.h"
 #include "model/log.h"
+#include "model/text.h"
 #include "service/paths.h"
 #include "systemstate/machine.h"
 
@@ -47,8 +48,8 @@ std::string synchroniseDeviceName(const Machine& machine) {
         return label;
     }
     if (replaceFile(path, label) == WriteFailure::none) {
-        logMessage(LOG_INFO, "*DEBUG* Update UI Device Name: old[%s] new[%s]\n", held.c_str(),
-                   label.c_str());
+        logMessage(LOG_INFO, "*DEBUG* Update UI Device Name: old[%s] new[%s]\n",
+                   shownPayload(held).c_str(), shownPayload(label).c_str());
     } else {
         logMessage(LOG_ERR, "Error writing %s - %m\n", path.c_str());
     }

@@ -4,9 +4,11 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <optional>
 
 #include "model/log.h"
 #include "model/memory.h"
@@ -32,6 +34,15 @@ void openStandardStreams() {
     }
 }
 
+// Whoever started us may have signals blocked or ignored, which would last: no stop signal would
+// come, and no command would have an end.
+void takeSignalsAsUsual() {
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    signal(SIGCHLD, SIG_DFL);
+}
+
 // A handler rather than SIG_IGN: it goes back to the default in the commands we run.
 void survive(int signal) {
     struct sigaction action = {};
@@ -51,13 +62,20 @@ void surviveSignals(bool detached) {
     }
 }
 
+// A service script that never ends must not keep the card from the bus. The first start of a server
+// that makes its keys takes a minute.
+constexpr std::chrono::minutes kStartLimit{2};
+
 void runService(const Options& options) {
     Machine machine;
+    machine.limitRuns(kStartLimit);
     SystemState systemState(machine.path(kStateContainer), machine);
     systemState.load();
     systemState.buildIdentityGroup(systemState.isTessaraFrame() ? synchroniseDeviceName(machine)
                                                                 : std::string());
     systemState.buildCatalogue();
+    machine.limitRuns(std::nullopt);
+    returnFreeMemory();
 
     pallwatch::PallwatchService service(&systemState, machine, options.prefix);
     if (options.brio) {
@@ -70,6 +88,7 @@ void runService(const Options& options) {
 
 int main(int argc, char* argv[]) {
     openStandardStreams();
+    takeSignalsAsUsual();
     const ParsedOptions parsed = parseOptions(argc, argv, stderr, ::daemon);
     if (parsed.exitStatus) {
         return *parsed.exitStatus;

@@ -72,6 +72,7 @@ void PallwatchService::run() {
     tasks_.start();
     saver_.followUp();
     runLoop();
+    saver_.finish();
 }
 
 // A handler that lacked memory may have left the connection without its next step, so that is made

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "bus/messages.h"
+#include "model/line_limit.h"
 #include "model/log.h"
 #include "model/text.h"
 #include "model/tosk_param.h"
@@ -37,13 +38,15 @@ void RedundantControllers::handleSystemRsp(const TarnInternalMessage& message) c
     if (!param) {
         return;
     }
-    logMessage(LOG_DEBUG, "PallwatchService::handleSystemRsp - got paramObj");
+    logLimited("PallwatchService::handleSystemRsp", LOG_DEBUG,
+               "PallwatchService::handleSystemRsp - got paramObj");
     const cJSON* const item = jsonMember(param, kDetailsKey);
     if (!cJSON_IsObject(item)) {
         return;
     }
     const MasterSystemDetails details = masterDetailsFromJSON(item);
-    logMessage(LOG_DEBUG, "PallwatchService::handleSystemRsp - recvd kelMasterSystemDetails : %s",
+    logLimited("kelMasterSystemDetails", LOG_DEBUG,
+               "PallwatchService::handleSystemRsp - recvd kelMasterSystemDetails : %s",
                shownPayload(renderJSON(masterDetailsToJSON(details).get(), false)).c_str());
     systemState_.updateRedundancy(details.primary, details.secondary);
 }

@@ -42,6 +42,13 @@ void StateSaver::followUp() {
     }
 }
 
+void StateSaver::finish() {
+    if (failing_ && !systemState_.retrySave()) {
+        logMessage(LOG_CRIT, "%s lacks settings that could not be saved\n",
+                   systemState_.path().c_str());
+    }
+}
+
 void StateSaver::retry() {
     systemState_.retrySave();
     followUp();

@@ -20,6 +20,8 @@ class StateSaver {
     void save();
     // Goes on with what the start could not write.
     void followUp();
+    // The last try for what could not be saved yet; a failure is logged.
+    void finish();
 
   private:
     void retry();

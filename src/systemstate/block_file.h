@@ -21,9 +21,10 @@ struct UnreadInteger {
     bool operator==(const UnreadInteger&) const = default;
 };
 
-// The blocks in the order of the text. A line without colon is skipped, a later key of a block
-// overwrites an earlier one, an empty block is dropped. After the colon one double quote and then
-// one blank are skipped, one double quote before the line feed is removed.
+// The first 16 blocks in the order of the text, and the first 256 keys of each. A line without
+// colon is skipped, a later key of a block overwrites an earlier one, an empty block is dropped.
+// After the colon one double quote and then one blank are skipped, one double quote before the line
+// feed is removed.
 std::vector<Block> decodeBlockFile(std::string_view text);
 
 // The text under `key`; empty when the block has no such key.

@@ -23,8 +23,11 @@ namespace {
 
 using Milliseconds = LimitedCommands::Milliseconds;
 
-constexpr Milliseconds kFirstStep{1};
-constexpr Milliseconds kLongestStep{20};
+// Between two looks whether a command has ended passes an eighth of the time that it has taken so
+// far, within these bounds.
+constexpr std::chrono::microseconds kFirstStep{100};
+constexpr std::chrono::microseconds kLongestStep{20000};
+constexpr int kLooksPerDoubling = 8;
 constexpr Milliseconds kLeftByInterruption{1000};
 constexpr Milliseconds kLeastTime{200};
 constexpr int kLooksForTheKilled = 20;
@@ -73,10 +76,16 @@ std::optional<int> statusOf(pid_t child) {
     return waitpid(child, &status, WNOHANG) == 0 ? std::nullopt : std::optional(status);
 }
 
+std::chrono::nanoseconds nextStep(std::chrono::nanoseconds elapsed) {
+    return std::clamp<std::chrono::nanoseconds>(elapsed / kLooksPerDoubling, kFirstStep,
+                                                kLongestStep);
+}
+
 // Until there is output to read, or for so long.
-void waitAt(const CommandOutput* output, Milliseconds time) {
+void waitAt(const CommandOutput* output, std::chrono::nanoseconds time) {
     pollfd pipe = {output != nullptr ? output->readEnd() : -1, POLLIN, 0};
-    poll(&pipe, pipe.fd >= 0 ? 1 : 0, static_cast<int>(time.count()));
+    const timespec most = {0, static_cast<long>(time.count())};  // less than a second
+    ppoll(&pipe, pipe.fd >= 0 ? 1 : 0, &most, nullptr);
 }
 
 }  // namespace
@@ -131,14 +140,14 @@ pid_t LimitedCommands::start(const char* command, int output) {
 LimitedCommands::End LimitedCommands::waitForEnd(const char* command, pid_t child,
                                                  CommandOutput* output) {
     const Clock::time_point start = Clock::now();
-    for (Milliseconds step = kFirstStep;; step = std::min(2 * step, kLongestStep)) {
+    while (true) {
         if (const std::optional<int> status = statusOf(child)) {
             return {*status, false};
         }
         if (Clock::now() >= deadlineOf(start)) {
             break;
         }
-        waitAt(output, step);
+        waitAt(output, nextStep(Clock::now() - start));
         if (output != nullptr) {
             output->read();
         }
@@ -158,7 +167,7 @@ int LimitedCommands::killGroup(pid_t child) {
         if (const std::optional<int> status = statusOf(child)) {
             return *status;
         }
-        waitAt(nullptr, i == 0 ? kFirstStep : kLeastTime / kLooksForTheKilled);
+        waitAt(nullptr, i == 0 ? Milliseconds(1) : kLeastTime / kLooksForTheKilled);
     }
     const std::lock_guard lock(mutex_);
     abandoned_.push_back(child);

@@ -40,7 +40,17 @@ int Machine::run(const char* command, TimeLimit limit) {
         beforeCommand_();
     }
     errno = 0;
-    return limit == TimeLimit::none ? runCommand(command) : runLimitedCommand(command);
+    if (limit == TimeLimit::none) {
+        return limitedRuns_ ? limitedRuns_->run(command) : runCommand(command);
+    }
+    return runLimitedCommand(command);
+}
+
+void Machine::limitRuns(std::optional<std::chrono::milliseconds> limit) {
+    limitedRuns_.reset();
+    if (limit) {
+        limitedRuns_.emplace(*limit);
+    }
 }
 
 std::optional<std::string> Machine::firstLine(const char* command) {

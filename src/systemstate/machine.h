@@ -31,6 +31,11 @@ class Machine {
     // so that a mere exit code has no old error text. With a limit see LimitedCommands.
     int run(const char* command, TimeLimit limit = TimeLimit::none);
 
+    // With a limit, a run that has none of its own takes no longer, and as with a limit of its own
+    // is killed with its group. For the start: nobody asked for what it runs, and until it is
+    // through nobody is served. Before the second thread starts.
+    void limitRuns(std::optional<std::chrono::milliseconds> limit);
+
     // Runs a shell command, waits for it for five seconds at most, and gives the first line of its
     // output without the line end, at most 127 bytes. Nothing, and a log line at error priority,
     // when it was not started.
@@ -69,4 +74,5 @@ class Machine {
     std::string root_;
     std::function<void()> beforeCommand_;
     LimitedCommands limited_;
+    std::optional<LimitedCommands> limitedRuns_;
 };

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "model/log.h"
+#include "model/text.h"
 #include "model/trace.h"
 #include "systemstate/bonding_status.h"
 #include "systemstate/frame_detection.h"
@@ -21,6 +22,7 @@ namespace {
 
 constexpr int kLastBatteryCycle = 150;
 constexpr std::chrono::milliseconds kBatterySettleTime{25};
+constexpr std::size_t kMostShown = 64;
 constexpr std::size_t kPsu1Channel = 0;
 constexpr std::size_t kPsu2Channel = 8;
 
@@ -31,8 +33,8 @@ void reportUnread(const char* file, std::vector<UnreadInteger> unread,
         return;
     }
     for (const UnreadInteger& value : unread) {
-        logMessage(LOG_ERR, "%s: %s is no integer: \"%.64s\"\n", file, value.key.c_str(),
-                   value.text.c_str());
+        logMessage(LOG_ERR, "%s: %s is no integer: \"%s\"\n", file, value.key.c_str(),
+                   shownPayload(value.text.substr(0, kMostShown)).c_str());
     }
     reported = std::move(unread);
 }

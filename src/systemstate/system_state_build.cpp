@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "model/log.h"
+#include "model/text.h"
 #include "model/trace.h"
 #include "systemstate/build_properties.h"
 #include "systemstate/catalogue.h"
@@ -116,8 +117,8 @@ bool correctFrameName(SystemState& state, const std::string& label,
         return false;
     }
     replaceFrameName(state, label, sources);
-    logMessage(LOG_INFO, "*DEBUG* Device Name is mismatched: device[%s] label[%s]\n", held.c_str(),
-               label.c_str());
+    logMessage(LOG_INFO, "*DEBUG* Device Name is mismatched: device[%s] label[%s]\n",
+               shownPayload(held).c_str(), shownPayload(label).c_str());
     return true;
 }
 

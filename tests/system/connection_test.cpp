@@ -3,6 +3,7 @@
 #include <signal.h>
 
 #include <chrono>
+#include <fstream>
 
 #include "bus/full_listener.h"
 #include "frame/devices.h"
@@ -52,6 +53,16 @@ class Connection : public OnBus {
 
     std::vector<std::string> greeting() { return withoutIds(greeted()); }
 };
+
+// The kernel has no other port for the daemon's end than the one that the bus is to listen at.
+TEST_F(Connection, IsNeverMadeToItself) {
+    bus.stopListening();
+    std::ofstream("/proc/sys/net/ipv4/ip_local_port_range") << "15000 15001";
+    daemon.emplace();
+    daemon->error().waitFor(repeated(kRefused, 2));
+    bus.listen();
+    EXPECT_THAT(greeted(), testing::SizeIs(4));
+}
 
 TEST_F(Connection, BeginsWithLoginSubscriptionsQuestionAndName) {
     daemon.emplace();

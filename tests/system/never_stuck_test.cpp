@@ -174,6 +174,22 @@ TEST_F(NeverStuck, ByClosedStandardStreams) {
     endWithTerm(closed);
 }
 
+// What a parent has blocked or ignored is so in its child too (execve(2)).
+TEST_F(NeverStuck, BySignalsThatItsParentHasBlockedOrIgnored) {
+    sigset_t stops;
+    sigemptyset(&stops);
+    sigaddset(&stops, SIGTERM);
+    sigset_t before;
+    ASSERT_EQ(::sigprocmask(SIG_BLOCK, &stops, &before), 0);
+    const auto usual = ::signal(SIGCHLD, SIG_IGN);
+    daemon.emplace();
+    ::signal(SIGCHLD, usual);
+    ASSERT_EQ(::sigprocmask(SIG_SETMASK, &before, nullptr), 0);
+    greeted();
+    EXPECT_EQ(log.waitFor("SSH server").text, "SSH server restarted in Tessara, rv: 0\n");
+    stop();
+}
+
 TEST_F(NeverStuck, ByAFileThatMayNotGrow) {
     start();
     const rlimit before = limitOf(*daemon, RLIMIT_FSIZE);

@@ -112,7 +112,51 @@ TEST_F(ContainerLoad, KeepsAFileThatIsNoJSONFromBeingOverwritten) {
         EXPECT_EQ(directory_.files(),
                   (Files{{"file.json", sampleFile("new")}, {"file.json.bad", contents}}));
         EXPECT_TRUE(log_.lines().empty());
+        fs::remove(path_ + ".bad");
     }
+}
+
+TEST_F(ContainerLoad, KeepsOneFindBesideAnother) {
+    for (const char* contents : {"first", "second", "third"}) {
+        directory_.write("file.json", contents);
+        container_.load();
+        container_.saveText("new", false);
+        EXPECT_TRUE(container_.saved());
+    }
+    EXPECT_EQ(directory_.files(), (Files{{"file.json", sampleFile("new")},
+                                         {"file.json.bad", "third"},
+                                         {"file.json.bad.2", "first"},
+                                         {"file.json.bad.3", "second"}}));
+}
+
+TEST_F(ContainerLoad, SavesHoweverManyFindsWereKept) {
+    for (int i = 0; i < 12; ++i) {
+        directory_.write("file.json", "damage " + std::to_string(i));
+        container_.load();
+        container_.saveText("new", false);
+        EXPECT_TRUE(container_.saved());
+    }
+    EXPECT_EQ(directory_.files().size(), 10U);
+    EXPECT_EQ(directory_.files()["file.json.bad"], "damage 11");
+    EXPECT_EQ(directory_.files()["file.json.bad.2"], "damage 0");
+    EXPECT_EQ(directory_.files()["file.json.bad.9"], "damage 10");
+}
+
+TEST_F(ContainerLoad, KeepsAFindBesideADirectoryOfThatName) {
+    fs::create_directory(path_ + ".bad");
+    directory_.write("file.json", "damage");
+    container_.load();
+    container_.saveText("new", false);
+    EXPECT_TRUE(container_.saved());
+    EXPECT_EQ(directory_.read("file.json.bad"), "damage");
+    EXPECT_TRUE(fs::is_directory(path_ + ".bad.2"));
+    fs::remove(path_);
+    fs::create_directory(path_);
+    container_.load();
+    container_.saveText("newer", false);
+    EXPECT_TRUE(container_.saved());
+    EXPECT_TRUE(fs::is_directory(path_ + ".bad"));
+    EXPECT_EQ(directory_.read("file.json.bad.3"), "damage");
 }
 
 TEST_F(ContainerLoad, KeepsAFileWithoutPayloadToo) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <limits.h>
+#include <poll.h>
 #include <pty.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -52,15 +53,24 @@ struct Ends {
         close(out);
     }
 
-    // Until whoever writes without waiting is refused.
+    // Until whoever writes without waiting is refused. A terminal makes room by itself once more,
+    // when the kernel has brought the first bytes to the reader's side.
     void fill() const {
         setNonBlocking(true);
         const std::string much(PIPE_BUF, 'x');
-        while (write(out, much.data(), much.size()) > 0) {
-        }
-        while (write(out, "x", 1) > 0) {
-        }
+        do {
+            while (write(out, much.data(), much.size()) > 0) {
+            }
+            while (write(out, "x", 1) > 0) {
+            }
+        } while (getsRoom());
         setNonBlocking(false);
+    }
+
+    bool getsRoom() const {
+        constexpr int kMilliseconds = 50;
+        pollfd stream = {out, POLLOUT, 0};
+        return poll(&stream, 1, kMilliseconds) > 0;
     }
 
     void setNonBlocking(bool on) const { fcntl(out, F_SETFL, on ? O_NONBLOCK : 0); }

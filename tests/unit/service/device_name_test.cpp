@@ -123,6 +123,16 @@ TEST_F(SynchroniseDeviceName, WithoutMacTheFirstLabelledPortIsTaken) {
     EXPECT_EQ(synchroniseDeviceName(machine_), "Anyone");
 }
 
+TEST_F(SynchroniseDeviceName, LabelCannotForgeALineOfTheLog) {
+    root_.write("/vantor/app/tarna/node/deviceLabels.json",
+                R"([{"port": "eth0-001122334455", "label": "A]\n<129>forged"}])");
+    synchroniseDeviceName(machine_);
+    EXPECT_THAT(
+        log_.lines(),
+        ElementsAre(Line{
+            LOG_INFO, "*DEBUG* Update UI Device Name: old[Old name] new[A]\\x0a<129>forged]\n"}));
+}
+
 TEST_F(SynchroniseDeviceName, LabelCannotReachTheLogAsAFormat) {
     root_.write("/vantor/app/tarna/node/deviceLabels.json",
                 R"([{"port": "001122334455", "label": "%s%n"}])");

@@ -106,6 +106,26 @@ TEST_F(StateSaverTest, NextSetThatSavesEndsTheRetries) {
     EXPECT_TRUE(io_.stopped()) << "nothing is waited for any more";
 }
 
+TEST_F(StateSaverTest, EndIsTheLastTry) {
+    makeUnwritable();
+    change("Studio");
+    saver_->save();
+    makeWritable();
+    saver_->finish();
+    EXPECT_THAT(saved(), HasSubstr("Studio"));
+}
+
+TEST_F(StateSaverTest, EndTellsOfWhatIsLost) {
+    saver_->finish();
+    EXPECT_EQ(linesOf("lacks settings"), 0u);
+    makeUnwritable();
+    change("Studio");
+    saver_->save();
+    saver_->finish();
+    EXPECT_EQ(linesOf("lacks settings that could not be saved"), 1u);
+    makeWritable();
+}
+
 TEST_F(StateSaverTest, GoesOnWithWhatTheStartCouldNotWrite) {
     makeUnwritable();
     state().saveToOwnPath(false);

@@ -136,4 +136,25 @@ TEST(BlockInteger, MissingKeyIsAnEmptyTextThatIsNoInteger) {
     EXPECT_THAT(unread, ElementsAre(UnreadInteger{"Up Delay (ms)", ""}));
 }
 
+// A mebibyte of them, each second, would be fifty.
+TEST(BlockFile, HasSixteenBlocksAtMost) {
+    std::string text;
+    for (int i = 0; i < 100; ++i) {
+        text += "Key: " + std::to_string(i) + "\n\n";
+    }
+    const std::vector<Block> blocks = decodeBlockFile(text);
+    ASSERT_EQ(blocks.size(), 16U);
+    EXPECT_EQ(blockText(blocks[15], "Key"), "15");
+}
+
+TEST(BlockFile, BlockHas256KeysAtMost) {
+    std::string text;
+    for (int i = 0; i < 300; ++i) {
+        text += std::to_string(i) + ": x\n";
+    }
+    const std::vector<Block> blocks = decodeBlockFile(text);
+    ASSERT_EQ(blocks.size(), 1U);
+    EXPECT_EQ(blocks[0].size(), 256U);
+}
+
 }  // namespace

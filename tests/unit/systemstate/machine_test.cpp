@@ -52,6 +52,19 @@ TEST(MachineRun, ExitCodeHasNoErrorTextOfTheTimeBefore) {
     EXPECT_EQ(errno, 0);
 }
 
+TEST(MachineRun, TakesNoLongerThanRunsAreLimitedTo) {
+    CapturedLog log;
+    Machine machine;
+    machine.limitRuns(std::chrono::milliseconds(50));
+    EXPECT_NE(machine.run("exec sleep 1000"), 0);
+    ASSERT_EQ(log.lines().size(), 1U);
+    EXPECT_THAT(log.lines()[0].text, testing::StartsWith("exec sleep 1000 was killed after "));
+    EXPECT_EQ(machine.run("true"), 0);
+    machine.limitRuns(std::nullopt);
+    EXPECT_EQ(machine.run("sleep 0.2"), 0);
+    EXPECT_EQ(log.lines().size(), 1U);
+}
+
 TEST(MachineFirstLine, EndsBeforeTheLineFeed) {
     EXPECT_EQ(Machine().firstLine("printf 'one\\ntwo\\n'"), "one");
     EXPECT_EQ(Machine().firstLine("printf one"), "one");

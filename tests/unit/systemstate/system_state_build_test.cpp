@@ -142,6 +142,18 @@ TEST_F(IdentityGroup, TessaraFrameTakesTheNameOnItsLabel) {
               (Line{LOG_INFO, "*DEBUG* Device Name is mismatched: device[Rack 7] label[Bay 3]\n"}));
 }
 
+// The name comes from the bus and goes into the log at the next start.
+TEST_F(IdentityGroup, HeldNameCannotForgeALineOfTheLog) {
+    construct("Tessara");
+    build();
+    state->setText("system.frameName", "A]\n<129>\x1b[2J");
+    log.take();
+    build("Bay 3");
+    EXPECT_THAT(log.take(), testing::Contains(Line{LOG_INFO,
+                                                   "*DEBUG* Device Name is mismatched: "
+                                                   "device[A]\\x0a<129>\\x1b[2J] label[Bay 3]\n"}));
+}
+
 TEST_F(IdentityGroup, NewFrameNameOfATessaraFrameIsCorrectedToo) {
     construct("tessara");
     build("Bay 3");
