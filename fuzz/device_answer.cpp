@@ -4,17 +4,18 @@
 #include <algorithm>
 
 #include "bus/messages.h"
-#include "client/checks.h"
-#include "client/description.h"
-#include "client/device_object.h"
-#include "client/human_form.h"
-#include "client/output.h"
-#include "client/safe_text.h"
-#include "client/wire_form.h"
+#include "cli/escape.h"
+#include "client/device_path.h"
+#include "client/format_value.h"
+#include "client/parse_value.h"
+#include "client/value_validation.h"
 #include "fuzz_target.h"
+#include "pallctl/values/description.h"
+#include "pallctl/values/output.h"
 
 namespace {
 
+using namespace client;
 using namespace pallctl;
 
 constexpr const char* kHeader = "[\"RSP\", \"system\", 8, 1000042, 0]\n";
@@ -58,30 +59,30 @@ void requireOneWord(const std::string& line) {
 }
 
 void requireHarmless(const Parameter& parameter) {
-    requireOneLine(shownValue(parameter, kPeople));
-    requireOneLine(shownValue(parameter, kWire));
-    requireOneWord(keyValueForm(parameter, kKeyValue));
-    const std::string line = jsonLine(jsonForm(parameter).get());
+    requireOneLine(formatOneLine(parameter, kPeople));
+    requireOneLine(formatOneLine(parameter, kWire));
+    requireOneWord(formatAssignment(parameter, kKeyValue));
+    const std::string line = jsonLine(toJSON(parameter).get());
     requireOneLine(line);
-    require(validUTF8(line) == line);
+    require(cli::validUTF8(line) == line);
     require(parseJSON(line.data(), line.size()) != nullptr);
 }
 
 bool isAsDescribed(const Parameter& parameter) {
     const Descriptor& descriptor = parameter.descriptor;
     return hasValue(parameter) && !descriptor.type.empty() && descriptor.type != kStructureType &&
-           objection(descriptor, parameter.value.get()).empty();
+           validateValue(descriptor, parameter.value.get()).empty();
 }
 
 void requireTheWayBack(const Parameter& parameter) {
     const Descriptor& descriptor = parameter.descriptor;
-    const std::string shown = humanForm(descriptor, parameter.value.get());
-    const WireForm typed = wireForm(parameter, shown);
+    const std::string shown = formatValue(descriptor, parameter.value.get());
+    const ParsedValue typed = parseValue(parameter, shown);
     require((typed.value == nullptr) != typed.problem.empty());
     if (typed.value && isAsDescribed(parameter)) {
-        require(objection(descriptor, typed.value.get()).empty());
-        require(humanForm(descriptor, typed.value.get()) == shown);
-        require(readsAs(parameter, typed.value.get()));
+        require(validateValue(descriptor, typed.value.get()).empty());
+        require(formatValue(descriptor, typed.value.get()) == shown);
+        require(hasValueAsShown(parameter, typed.value.get()));
     }
 }
 
@@ -89,14 +90,14 @@ void requireTheWayBack(const Parameter& parameter) {
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const QuietLog quiet;
-    Mirror mirror;
-    DeviceObject("system").takeDescriptors(answer(textOf(data, size)), mirror);
-    for (const Parameter* parameter : mirror.all()) {
+    ParameterCache cache;
+    DevicePath("system").handleDescriptors(answer(textOf(data, size)), cache);
+    for (const Parameter* parameter : cache.all()) {
         requireHarmless(*parameter);
         requireTheWayBack(*parameter);
     }
-    description(mirror.all(), kPeople);
-    const std::string object = listing(mirror.all(), kJSON);
+    describeParameters(cache.all(), kPeople);
+    const std::string object = formatParameters(cache.all(), kJSON);
     require(parseJSON(object.data(), object.size()) != nullptr);
     return 0;
 }

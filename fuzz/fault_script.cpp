@@ -3,8 +3,8 @@
 
 #include "pallbus/faults/fault_script.h"
 
+#include "cli/timed_script.h"
 #include "fuzz_target.h"
-#include "program/timed_script.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         for (const FaultStep& step : parseFaultScript(textOf(data, size), "name")) {
             requireRoundTrip(step.command);
         }
-    } catch (const script::Error& error) {
+    } catch (const cli::script::Error& error) {
         require(std::string(error.what()).starts_with("name:"));
     }
     return 0;

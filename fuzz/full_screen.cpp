@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "fuzz_target.h"
-#include "top/layout.h"
-#include "top/lines.h"
+#include "pallctl/top/layout.h"
+#include "pallctl/top/lines.h"
 
 namespace {
 
-using namespace top;
+using namespace pallctl::top;
 
 bool hasControl(const std::string& text) {
     for (const char character : text) {
@@ -40,25 +40,25 @@ void press(View& view, const std::string& keys) {
     }
 }
 
-void hear(Board& board, std::string payload, Moment at) {
+void handleMessage(DeviceState& state, std::string payload, Moment at) {
     payload.push_back('\0');
     try {
         auto bytes = std::make_unique<std::vector<char>>(payload.begin(), payload.end());
-        board.take(TarnInternalMessage(std::move(bytes)), at);
+        state.take(TarnInternalMessage(std::move(bytes)), at);
     } catch (const std::runtime_error&) {
         // No message.
     }
 }
 
-void check(const Picture& picture, const Size& size) {
-    require(picture.lines.size() == size.rows);
-    for (const Line& line : picture.lines) {
-        require(columnsOf(line) == size.columns);
+void check(const ScreenContent& content, const Size& size) {
+    require(content.lines.size() == size.rows);
+    for (const Line& line : content.lines) {
+        require(lineWidth(line) == size.columns);
         for (const Span& span : line) {
             require(!hasControl(span.text));
         }
     }
-    require(!picture.cursor || picture.cursor->row < size.rows);
+    require(!content.cursor || content.cursor->row < size.rows);
 }
 
 }  // namespace
@@ -71,8 +71,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const Size screen{data[0], data[1]};
     std::string text = textOf(data + 2, size - 2);
-    Board board;
-    View view(board, Source::device);
+    DeviceState state;
+    View view(state, SourceKind::device);
     Moment now{0};
     while (!text.empty()) {
         const size_t end = std::min(text.find('\0'), text.size());
@@ -82,9 +82,9 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (piece.starts_with("k")) {
             press(view, piece.substr(1));
         } else {
-            hear(board, piece, now);
+            handleMessage(state, piece, now);
         }
-        check(layOut({board, view, Status(), now, Charset::unicode}, screen), screen);
+        check(renderScreen({state, view, Status(), now, Charset::unicode}, screen), screen);
     }
     return 0;
 }

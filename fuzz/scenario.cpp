@@ -15,7 +15,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             require(step.change.make != nullptr && !step.text.empty());
             before = step.at;
         }
-    } catch (const script::Error& error) {
+    } catch (const cli::script::Error& error) {
         require(std::string(error.what()).starts_with("name:"));
     }
     return 0;

@@ -1,7 +1,7 @@
 // A script is either refused with its file and a line that it has, or is a bounded list in which
 // time never runs backwards.
 
-#include "program/timed_script.h"
+#include "cli/timed_script.h"
 
 #include <algorithm>
 
@@ -9,13 +9,13 @@
 
 namespace {
 
-void requireInOrder(const std::vector<script::Line>& lines, int lastNumber) {
-    require(lines.size() <= script::kMostText);
+void requireInOrder(const std::vector<cli::script::Line>& lines, int lastNumber) {
+    require(lines.size() <= cli::script::kMaxScriptBytes);
     std::chrono::milliseconds before{};
-    for (const script::Line& line : lines) {
+    for (const cli::script::Line& line : lines) {
         require(!line.words.empty());
         require(line.number >= 1 && line.number <= lastNumber);
-        require(line.at >= before && line.at <= script::kLongest);
+        require(line.at >= before && line.at <= cli::script::kMaxDuration);
         before = line.at;
     }
 }
@@ -32,11 +32,11 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text = textOf(data, size);
     const int lastNumber = 1 + static_cast<int>(std::count(text.begin(), text.end(), '\n'));
     try {
-        requireInOrder(script::parse(text, "name"), lastNumber);
-    } catch (const script::Error& error) {
+        requireInOrder(cli::script::parse(text, "name"), lastNumber);
+    } catch (const cli::script::Error& error) {
         requireNamesALine(error.what(), lastNumber);
     }
-    const auto duration = script::parseDuration(text);
-    require(!duration || (duration->count() >= 0 && *duration <= script::kLongest));
+    const auto duration = cli::script::parseDuration(text);
+    require(!duration || (duration->count() >= 0 && *duration <= cli::script::kMaxDuration));
     return 0;
 }

@@ -1,11 +1,12 @@
 // Whatever a payload consists of, it is shown on one line that commands no terminal, is no wider
 // than asked for, and is JSON as JSON.
 
+#include "pallctl/values/traffic_line.h"
+
 #include <algorithm>
 #include <string>
 
-#include "client/table.h"
-#include "client/traffic.h"
+#include "cli/table.h"
 #include "fuzz_target.h"
 #include "model/json.h"
 
@@ -39,10 +40,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         for (const size_t columns : {size_t{0}, size_t{40}, size_t{80}}) {
             for (const bool raw : {false, true}) {
                 const std::string line =
-                    pallctl::trafficLine(payload, kMoment, {format, raw, false}, columns);
+                    pallctl::formatMessageLine(payload, kMoment, {format, raw, false}, columns);
                 require(isPlain(line) && !hasC1(line));
                 require(columns == 0 || format != pallctl::Format::table ||
-                        pallctl::textWidth(line) <= columns + 1);
+                        cli::textWidth(line) <= columns + 1);
                 require(format != pallctl::Format::json || parseJSON(line.data(), line.size()));
             }
         }

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "attacks.h"
+#include "cli/standard_output.h"
 #include "harness/process.h"
-#include "program/standard_output.h"
 #include "side_by_side.h"
 #include "support/temporary_directory.h"
 
@@ -91,7 +91,7 @@ int runAttacks(const std::string& program, const std::string& only) {
                   [&rows](const FrameJob& job, const std::string& printed) {
                       rows.take(std::stoul(job.name), printed);
                   });
-    printNow(rows.text());
+    cli::printNow(rows.text());
     return rows.passed() ? 0 : 1;
 }
 
@@ -100,12 +100,13 @@ int runAttacker(char** words) {
     const rlim_t limit = std::stoul(words[2]);
     const Damage damage = carryOut(attack, harness::programDirectory() / words[1], limit);
     if (limit == kMuchMemory) {
-        printNow(rowOf(attack, damage) + "\n" + breachesOf(attack, damage));
+        cli::printNow(rowOf(attack, damage) + "\n" + breachesOf(attack, damage));
     } else if (damage.lives) {
-        printNow("yes\n");
+        cli::printNow("yes\n");
     } else {
         const std::string lost = listOf(damage.lost);
-        printNow("no: " + lost + "\nFAILED: " + attack.name + ": under 128 MB lost " + lost + "\n");
+        cli::printNow("no: " + lost + "\nFAILED: " + attack.name + ": under 128 MB lost " + lost +
+                      "\n");
     }
     return 0;
 }

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "attack_run.h"
-#include "program/command_line.h"
+#include "cli/command_line.h"
 #include "proof_run.h"
 
 namespace {
@@ -23,10 +23,10 @@ struct Options {
     std::string only;
 };
 
-void describe(Verb program, Options& options) {
+void describe(cli::Command program, Options& options) {
     program.addFlag("--short", options.proof.isShort, "A sample of everything, in seconds");
     program.add("--kills", options.proof.kills, "How many kills at random moments")
-        .check(numberAboveZero())
+        .check(cli::numberAboveZero())
         .showsDefault();
     program.add("--seed", options.proof.seed, "Of everything left to chance; 0 takes a new one")
         .showsDefault();
@@ -45,13 +45,13 @@ int run(int argc, char** argv) {
         return prove::runAttacker(argv + 2);
     }
     Options options;
-    CommandLine line("prove", kAbout);
+    cli::CommandLine line("prove", kAbout);
     describe(line.program(), options);
-    if (const auto status = line.read(argc, argv)) {
-        return *status;
-    }
-    return options.attacks ? prove::runAttacks(options.proof.program, options.only)
-                           : prove::runProofs(options.proof);
+    line.program().work([&options] {
+        return options.attacks ? prove::runAttacks(options.proof.program, options.only)
+                               : prove::runProofs(options.proof);
+    });
+    return line.run(argc, argv);
 }
 
 }  // namespace

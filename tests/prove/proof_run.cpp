@@ -7,11 +7,11 @@
 #include <random>
 #include <vector>
 
+#include "cli/standard_output.h"
 #include "faults.h"
 #include "harness/process.h"
 #include "kills.h"
 #include "power_cuts.h"
-#include "program/standard_output.h"
 #include "side_by_side.h"
 #include "support/temporary_directory.h"
 
@@ -82,7 +82,7 @@ int runProofs(ProofOptions options) {
                   [&tally](const FrameJob& job, const std::string& printed) {
                       tally.take(job.name, printed);
                   });
-    printNow(tally.table());
+    cli::printNow(tally.table());
     return tally.passed() ? 0 : 1;
 }
 
@@ -96,7 +96,7 @@ int runWorker(char** words) {
                           tally);
         }
     }
-    printNow(tally.sent());
+    cli::printNow(tally.sent());
     return 0;
 }
 

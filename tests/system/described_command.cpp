@@ -19,7 +19,7 @@ Command describe(const Words& words, const std::string& head) {
     std::istringstream help(run(commandLine(command, {"--help"})).output);
     bool isVerb = false;
     for (std::string line; std::getline(help, line) && !(isVerb && line.empty());) {
-        isVerb = isVerb || line.compare(0, 5, "Verbs") == 0;
+        isVerb = isVerb || line.compare(0, 8, "Commands") == 0;
         const std::string row = headOf(line);
         if (!isVerb && row.compare(0, 1, "-") == 0) {
             command.options.push_back(row);

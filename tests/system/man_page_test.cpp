@@ -76,7 +76,7 @@ TEST_P(Page, HasTheOptionsOfTheProgram) {
 }
 
 TEST_P(Page, HasTheVerbsAndTheirOptions) {
-    expectVerbs(page.entries("VERBS"), command);
+    expectVerbs(page.entries("COMMANDS"), command);
 }
 
 TEST_P(Page, SpeaksOfNoOptionThatThereIsNot) {

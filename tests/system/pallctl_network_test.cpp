@@ -57,7 +57,7 @@ class PallctlNetwork : public OnPallbus {
         throw std::runtime_error("no guardian");
     }
 
-    void waitForGuardian() { log.waitFor("network: the old values are set again"); }
+    void waitForGuardian() { log.waitFor("network: previous settings restored"); }
 };
 
 TEST_F(PallctlNetwork, SendsTheAddressLastSoThatServicesStartOnceOnTheNewNetwork) {
@@ -135,7 +135,7 @@ TEST_F(PallctlNetwork, SaysWhatCannotBeSetAndWhatItHasNoFormFor) {
 TEST_F(PallctlNetwork, BeginsALineOfItsOwnBehindItsQuestion) {
     Terminal terminal(program("pallctl", network(kAll, {"--confirm-within=50ms"})));
     EXPECT_EQ(terminal.waitForEnd(), 7);
-    terminal.screen().waitFor(" s, or no: \r\npallctl: network: setting the old");
+    terminal.screen().waitFor(" s, or no: \r\npallctl: network: restoring");
 }
 
 TEST_F(PallctlNetwork, TakesTheTypedYes) {
@@ -162,19 +162,19 @@ TEST_F(PallctlNetwork, TellsAScriptWhatToWriteAndWhatItsEndMeans) {
     EXPECT_EQ(ended.status, 7);
     EXPECT_EQ(ended.error,
               "pallctl: network: write yes to the standard input within 120 s to keep these "
-              "settings; its end sets them back\n"
+              "settings; its end restores the previous ones\n"
               "pallctl: network: the input ended without a yes\n"
-              "pallctl: network: setting the old values back\n"
-              "pallctl: network: the old values are set again\n");
+              "pallctl: network: restoring the previous settings\n"
+              "pallctl: network: previous settings restored\n");
 }
 
 TEST_F(PallctlNetwork, SetsAllBackWhenNobodyAnswersInTime) {
     Terminal terminal(program("pallctl", network(kAll, {"--confirm-within=50ms"})));
     EXPECT_EQ(terminal.waitForEnd(), 7);
     EXPECT_EQ(file(), kBefore);
-    terminal.screen().waitFor("pallctl: network: setting the old values back\r\n");
-    terminal.screen().waitFor("pallctl: network: the old values are set again\r\n");
-    EXPECT_EQ(log.waitFor("network: the old values are set again").ident, "pallctl");
+    terminal.screen().waitFor("pallctl: network: restoring the previous settings\r\n");
+    terminal.screen().waitFor("pallctl: network: previous settings restored\r\n");
+    EXPECT_EQ(log.waitFor("network: previous settings restored").ident, "pallctl");
 }
 
 TEST_F(PallctlNetwork, SetsBackOnlyWhatItHadChanged) {
@@ -249,7 +249,7 @@ TEST_F(PallctlNetwork, SetsBackAsSoonAsThereIsABusAgain) {
     terminal.screen().waitFor("or no: ");
     stopBus();
     terminal.type("no\n");
-    terminal.screen().waitFor("pallctl: network: not possible yet; trying again for up to 60 min");
+    terminal.screen().waitFor("pallctl: network: not possible yet; retrying for up to 60 min");
     EXPECT_EQ(file(), kAllNew);
     startBus();
     EXPECT_EQ(terminal.waitForEnd(), 7);

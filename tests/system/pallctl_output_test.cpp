@@ -29,7 +29,7 @@ TEST_F(OnPallbus, WaitFailsWhenItsReaderHasGoneBefore) {
     start();
     for (const char* words : {"wait frameName=x", "wait nosuch=1", "--json wait frameName=x"}) {
         EXPECT_EQ(withoutReader(words).error,
-                  "pallctl: standard output: nobody reads it any more\n1\n")
+                  "pallctl: standard output: the reader has gone\n1\n")
             << words;
     }
 }

@@ -55,10 +55,10 @@ TEST_F(PallctlPrefix, SaysWhichValuesAreNotTold) {
     EXPECT_EQ(live.status, 5);
     EXPECT_EQ(live.output, "System\n");
     EXPECT_EQ(live.error,
-              "pallctl: frameB.system.ipAddress: its value is not told through a prefix\n");
+              "pallctl: frameB.system.ipAddress: its value is not readable through a prefix\n");
     EXPECT_EQ(there({"get", "nosuch"}).status, 4);
     const Result all = there({"list"});
-    EXPECT_EQ(all.error, "pallctl: frameB.system: 25 values are not told through a prefix\n");
+    EXPECT_EQ(all.error, "pallctl: frameB.system: 25 values are not readable through a prefix\n");
     EXPECT_THAT(all.output, ContainsRegex("\nframeB.system.ipAddress +- +INT32 "));
 }
 

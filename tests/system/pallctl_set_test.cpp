@@ -56,7 +56,7 @@ TEST_F(PallctlSet, LeavesServicesAloneThatAreSetAlready) {
     const Result result = pallctl({"set", "sshEnabled=Enabled"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, "");
-    EXPECT_EQ(result.error, "pallctl: system.sshEnabled: is Enabled already, not sent\n");
+    EXPECT_EQ(result.error, "pallctl: system.sshEnabled: is Enabled already; not sent\n");
     EXPECT_THAT(commands(), IsEmpty());
 
     EXPECT_EQ(pallctl({"set", "--always", "sshEnabled=Enabled"}).error, "");
@@ -69,19 +69,19 @@ TEST_F(PallctlSet, RefusesANameThatStandsTwice) {
             pallctl({"set", form, "sshEnabled=0", "systemName=5", "system.sshEnabled=1"});
         EXPECT_EQ(result.status, 2) << form;
         EXPECT_EQ(result.output, "") << form;
-        EXPECT_EQ(result.error, "pallctl: system.sshEnabled: stands twice\n") << form;
+        EXPECT_EQ(result.error, "pallctl: system.sshEnabled: given more than once\n") << form;
     }
     EXPECT_THAT(commands(), IsEmpty());
     EXPECT_EQ(valueOf("systemName"), "System\n");
 }
 
-TEST_F(PallctlSet, NamesTheWayBackThatASetOfTheNetworkHasNot) {
+TEST_F(PallctlSet, SuggestsARollbackForASetOfTheNetwork) {
     harness::Terminal terminal(program("pallctl", {"set", "gateway=10.0.0.7", "systemName=B"}));
     EXPECT_EQ(terminal.waitForEnd(), 0);
-    terminal.screen().waitFor("has a way back\r\n");
+    terminal.screen().waitFor("rolls back unless confirmed\r\n");
     EXPECT_EQ(terminal.screen().text(),
-              "pallctl: system.gateway: stays also when it cuts you off; pallctl network --gateway "
-              "has a way back\r\n");
+              "pallctl: system.gateway: takes effect even if it disconnects you; "
+              "'pallctl network --gateway --confirm-within' rolls back unless confirmed\r\n");
     EXPECT_EQ(valueOf("gateway"), "10.0.0.7\n");
     EXPECT_EQ(pallctl({"set", "gateway=10.0.0.1"}).error, "") << "a script is told nothing";
 }
@@ -125,7 +125,7 @@ TEST_F(PallctlSet, TellsProgramsWhatKeptEachFromBeingSent) {
     const Result lines = pallctl({"-k", words[0], words[1], words[2], words[3]});
     EXPECT_EQ(lines.status, 4);
     EXPECT_EQ(lines.output,
-              "system_systemName='notSent'\nsystem_sshEnabled='unfit'\n"
+              "system_systemName='notSent'\nsystem_sshEnabled='invalid'\n"
               "system_nosuch='notFound'\n");
 
     const Result object = pallctl({"-j", words[0], words[1], words[2], words[3]});
@@ -133,7 +133,7 @@ TEST_F(PallctlSet, TellsProgramsWhatKeptEachFromBeingSent) {
     EXPECT_EQ(object.output,
               R"({"system.systemName":{"name":"system.systemName","outcome":"notSent",)"
               R"("statusCode":null,"problem":"not sent"},)"
-              R"("system.sshEnabled":{"name":"system.sshEnabled","outcome":"unfit",)"
+              R"("system.sshEnabled":{"name":"system.sshEnabled","outcome":"invalid",)"
               R"("statusCode":null,"problem":"needs one of: Disabled, Enabled"},)"
               R"("system.nosuch":{"name":"system.nosuch","outcome":"notFound",)"
               R"("statusCode":null,"problem":"not found"}})"

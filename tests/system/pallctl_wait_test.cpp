@@ -27,7 +27,7 @@ TEST_F(PallctlWait, EndsAtOnceWhenItIsSo) {
 TEST_F(PallctlWait, EndsWith9WhenTheTimeIsOver) {
     const Result result = pallctl({"wait", "sshEnabled=disabled", "--timeout=0.1"});
     EXPECT_EQ(result.status, 9);
-    EXPECT_EQ(result.error, "pallctl: system.sshEnabled: is Enabled\n");
+    EXPECT_EQ(result.error, "pallctl: system.sshEnabled: timed out; the value is Enabled\n");
     EXPECT_EQ(result.output, "");
 }
 

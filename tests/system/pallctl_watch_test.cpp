@@ -164,24 +164,24 @@ TEST_F(PallctlWatch, SaysWhatItWaitsForAndThatItHasCome) {
     watch_.emplace(program("pallctl", {"watch", "--wait=60", "systemName"}));
     watch_->error().waitFor("pallctl: bus: connect: Connection refused, waiting\n");
     startBus();
-    watch_->error().waitFor("pallctl: bus: connected\npallctl: system: no answer, waiting\n");
+    watch_->error().waitFor("pallctl: bus: connected\npallctl: system: not responding, waiting\n");
     startDaemon();
-    watch_->error().waitFor("pallctl: system: answers\n");
+    watch_->error().waitFor("pallctl: system: responding\n");
     EXPECT_EQ(watch_->error().text(),
               "pallctl: bus: connect: Connection refused, waiting\npallctl: bus: connected\n"
-              "pallctl: system: no answer, waiting\npallctl: system: answers\n");
+              "pallctl: system: not responding, waiting\npallctl: system: responding\n");
 }
 
 TEST_F(PallctlWatch, SaysOnceThatTheDaemonHasGoneAndThatItAnswersAgain) {
     startAndWatchThePort();
     stopDaemon();
-    watch_->error().waitFor("pallctl: system: no answer, waiting\n");
+    watch_->error().waitFor("pallctl: system: not responding, waiting\n");
     startDaemon();
-    watch_->error().waitFor("pallctl: system: answers again\n");
+    watch_->error().waitFor("pallctl: system: responding again\n");
     setName("back");
     watch_->output().waitFor("system.systemName\tback\n");
     EXPECT_EQ(watch_->error().text(),
-              "pallctl: system: no answer, waiting\npallctl: system: answers again\n");
+              "pallctl: system: not responding, waiting\npallctl: system: responding again\n");
 }
 
 TEST_F(PallctlWatch, GivesUpWhenTheWaitIsOver) {

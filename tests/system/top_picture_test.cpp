@@ -14,7 +14,7 @@ namespace {
 // What becomes of a screen with these lines, in which \033 begins an escape sequence.
 std::string drawn(const std::string& screen) {
     const Result result =
-        run({"sh", "-c", "printf \"$0\" | LC_ALL=C awk -f tools/top/picture/svg.awk", screen});
+        run({"sh", "-c", "printf \"$0\" | LC_ALL=C awk -f doc/picture/svg.awk", screen});
     EXPECT_EQ(result.error, "");
     return result.output;
 }
@@ -44,7 +44,7 @@ TEST(TopPicture, WhatIsSelectedHasItsBackgroundAlsoBehindBlanks) {
 
 TEST(TopPicture, ItsStoryCanBePlayed) {
     const Result result =
-        run(pallframe({"run", "--scenario", "tools/top/picture/story.scenario", "--", "true"}));
+        run(pallframe({"run", "--scenario", "doc/picture/story.scenario", "--", "true"}));
     EXPECT_EQ(result.status, 0) << result.error;
 }
 

@@ -100,7 +100,8 @@ TEST_F(TopTerminal, IsNeeded) {
     const harness::Result result = pallctl({"top"});
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.output, "");
-    EXPECT_EQ(result.error, "pallctl: top: needs a terminal to read from and to draw on\n");
+    EXPECT_EQ(result.error,
+              "pallctl: top: needs a terminal to read from and to draw on (--help tells more)\n");
 }
 
 TEST_F(TopTerminal, IsAskedForBeforeARecordingIsBegun) {

@@ -17,14 +17,14 @@
 #include "bus/messages.h"
 #include "bus/netstring.h"
 
-namespace pallctl {
+namespace client {
 
 namespace {
 
 using namespace std::chrono_literals;
 
 constexpr const char* kConnectionObject = "system.connection";
-constexpr auto kSendPatience = 5s;
+constexpr auto kSendTimeout = 5s;
 constexpr size_t kChunk = 65536;
 
 UniqueJSON loginParam(int32_t connectionID) {
@@ -59,7 +59,7 @@ int pollTime(Deadline deadline) {
 
 BusSession::BusSession(uint16_t port, int32_t connectionID, int output, Heartbeat heartbeat)
     : port_(port), connectionID_(connectionID), output_(output), heartbeat_(heartbeat) {
-    parser_.setOnMessage([this](Payload payload) { inbox_.push_back(std::move(payload)); });
+    parser_.setOnMessage([this](Payload payload) { received_.push_back(std::move(payload)); });
 }
 
 bool BusSession::open(Deadline deadline) {
@@ -78,8 +78,8 @@ void BusSession::close() {
     socket_.close();
     isAlive_ = false;
     parser_.reset();
-    inbox_.clear();
-    outbox_.clear();
+    received_.clear();
+    sendBuffer_.clear();
 }
 
 void BusSession::subscribe(const std::string& path, bool receiveAll) {
@@ -88,7 +88,7 @@ void BusSession::subscribe(const std::string& path, bool receiveAll) {
 }
 
 bool BusSession::connect(Deadline deadline) {
-    socket_ = FileDescriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    socket_ = cli::FileDescriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int on = 1;
     ::setsockopt(socket_.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     sockaddr_in address{};
@@ -114,12 +114,12 @@ bool BusSession::connect(Deadline deadline) {
 
 void BusSession::queue(TarnInternalMessage& message) {
     message.header().source = connectionID_;
-    outbox_ += lumo::encodeNetString(message.encode());
+    sendBuffer_ += lumo::encodeNetString(message.encode());
 }
 
 bool BusSession::flush() {
-    const std::string bytes = std::exchange(outbox_, {});
-    const Deadline deadline = Clock::now() + kSendPatience;
+    const std::string bytes = std::exchange(sendBuffer_, {});
+    const Deadline deadline = Clock::now() + kSendTimeout;
     for (size_t sent = 0; isOpen() && sent < bytes.size();) {
         const ssize_t size = ::send(socket_.get(), bytes.data() + sent, bytes.size() - sent,
                                     MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -150,17 +150,17 @@ BusSession::Payload BusSession::receivePayload(Deadline deadline) {
     // Once in any case: a deadline that has passed asks for what is there.
     do {
         waitForChunk(deadline);
-    } while (inbox_.empty() && isOpen() && !outputGone_ && Clock::now() < deadline);
-    if (inbox_.empty()) {
+    } while (received_.empty() && isOpen() && !outputGone_ && Clock::now() < deadline);
+    if (received_.empty()) {
         return nullptr;
     }
-    Payload payload = std::move(inbox_.front());
-    inbox_.pop_front();
+    Payload payload = std::move(received_.front());
+    received_.pop_front();
     return payload;
 }
 
 void BusSession::waitForChunk(Deadline deadline) {
-    if (!inbox_.empty() || !isOpen()) {
+    if (!received_.empty() || !isOpen()) {
         return;
     }
     const Waited waited = waitFor(POLLIN, std::min(deadline, nextHeartbeat_));
@@ -168,7 +168,7 @@ void BusSession::waitForChunk(Deadline deadline) {
         readChunk();
     } else if (waited == Waited::failed) {
         fail("receive", errorOf(waited));
-    } else if (silentSince_ && Clock::now() - *silentSince_ >= heartbeat_.patience) {
+    } else if (silentSince_ && Clock::now() - *silentSince_ >= heartbeat_.timeout) {
         // Only now: a process that did not run for a while finds the answers waiting.
         fail("receive", ETIMEDOUT);
     }
@@ -210,13 +210,13 @@ BusSession::Waited BusSession::waitForAny(int socket, short events, Deadline dea
     if (ready < 0) {
         return Waited::failed;
     }
-    return ready > 0 ? Waited::ready : Waited::timeOver;
+    return ready > 0 ? Waited::ready : Waited::timedOut;
 }
 
 // Right behind the wait, whose errno it may be.
 int BusSession::errorOf(Waited waited) {
     switch (waited) {
-        case Waited::timeOver:
+        case Waited::timedOut:
             return ETIMEDOUT;
         case Waited::outputGone:
             return EPIPE;
@@ -244,4 +244,4 @@ bool BusSession::fail(const char* what, int error) {
     return false;
 }
 
-}  // namespace pallctl
+}  // namespace client

@@ -6,11 +6,10 @@
 #include <cstdio>
 #include <utility>
 
-#include "client/catalogue_descriptors.h"
-#include "client/catalogue_names.h"
-#include "client/safe_text.h"
+#include "cli/escape.h"
+#include "client/known_parameters.h"
 
-namespace pallctl {
+namespace client {
 
 namespace {
 
@@ -18,23 +17,23 @@ using namespace std::chrono_literals;
 
 constexpr const char* kBus = "bus";
 constexpr int32_t kFirstConnectionID = 1'000'000;
-constexpr std::chrono::milliseconds kConnectPatience = 2s;
+constexpr std::chrono::milliseconds kConnectTimeout = 2s;
 constexpr std::chrono::milliseconds kRetryPause = 100ms;
 constexpr std::chrono::milliseconds kReconnectPause = 1s;
 // A request that came before the daemon did is lost; so while waiting, ask more often.
-constexpr std::chrono::milliseconds kWaitingPatience = 500ms;
+constexpr std::chrono::milliseconds kReadTimeoutWhileWaiting = 500ms;
 
-Patience patienceOf(const Reach& reach) {
-    const Patience usual;
-    return {reach.timeout.value_or(usual.read), reach.timeout.value_or(usual.set)};
+Timeouts makeTimeouts(const ConnectionOptions& connection) {
+    const Timeouts usual;
+    return {connection.timeout.value_or(usual.read), connection.timeout.value_or(usual.set)};
 }
 
-bool goesOn(Interest interest) {
-    return interest == Interest::announcements || interest == Interest::traffic;
+bool goesOn(Subscription subscription) {
+    return subscription == Subscription::announcements || subscription == Subscription::traffic;
 }
 
-int watchedOutput(Interest interest) {
-    return goesOn(interest) ? STDOUT_FILENO : -1;
+int watchedOutput(Subscription subscription) {
+    return goesOn(subscription) ? STDOUT_FILENO : -1;
 }
 
 }  // namespace
@@ -43,24 +42,24 @@ int32_t ownConnectionID() {
     return kFirstConnectionID + static_cast<int32_t>(::getpid());
 }
 
-Client::Client(const Reach& reach, Interest interest)
-    : reach_(reach),
-      patience_(patienceOf(reach)),
-      interest_(interest),
-      session_(reach.port, ownConnectionID(), watchedOutput(interest)),
-      device_(session_, mirror_, reach.object, patience_) {}
+Client::Client(const ConnectionOptions& connection, Subscription subscription)
+    : connection_(connection),
+      timeouts_(makeTimeouts(connection)),
+      subscription_(subscription),
+      session_(connection.port, ownConnectionID(), watchedOutput(subscription)),
+      device_(session_, cache_, connection.object, timeouts_) {}
 
 bool Client::connect() {
-    return connect(Clock::now() + kConnectPatience);
+    return connect(Clock::now() + kConnectTimeout);
 }
 
 bool Client::connect(Deadline giveUp) {
     if (!session_.open(giveUp)) {
         return false;
     }
-    if (interest_ == Interest::traffic) {
+    if (subscription_ == Subscription::traffic) {
         session_.subscribe("", true);
-    } else if (interest_ != Interest::answers) {
+    } else if (subscription_ != Subscription::answers) {
         session_.subscribe(device_.object());
         if (device_.isThroughPrefix()) {
             session_.subscribe(device_.home());
@@ -69,8 +68,8 @@ bool Client::connect(Deadline giveUp) {
     return true;
 }
 
-ExitStatus Client::awaitBus() {
-    const Deadline giveUp = Clock::now() + reach_.wait;
+ExitStatus Client::waitForBus() {
+    const Deadline giveUp = Clock::now() + connection_.wait;
     while (!connect()) {
         if (session_.outputGone()) {
             return kSuccess;
@@ -79,7 +78,7 @@ ExitStatus Client::awaitBus() {
             explain(kNoBus);
             return kNoBus;
         }
-        tellMissing(kBus, session_.errorText());
+        reportMissing(kBus, session_.errorText());
         session_.pause(std::min(Clock::now() + kRetryPause, giveUp));
     }
     return kSuccess;
@@ -89,14 +88,14 @@ bool Client::reconnect(Deadline giveUp) {
     if (session_.outputGone()) {
         return false;
     }
-    tellMissing(kBus, "connection lost");
+    reportMissing(kBus, "connection lost");
     do {
         session_.pause(std::min(Clock::now() + kReconnectPause, giveUp));
     } while (!session_.outputGone() && Clock::now() < giveUp && !connect());
     return session_.isOpen() && !session_.outputGone();
 }
 
-void Client::tellNews() {
+void Client::reportConnection() {
     if (!session_.isAlive()) {
         return;
     }
@@ -107,47 +106,47 @@ void Client::tellNews() {
     wasThere_ = true;
 }
 
-void Client::tellReading(bool answered) {
-    tellNews();
+void Client::reportReading(bool answered) {
+    reportConnection();
     if (answered) {
         const bool isBack = std::exchange(hasAnswered_, true);
         if (!std::exchange(missing_, {}).empty()) {
-            complain(device_.object(), isBack ? "answers again" : "answers");
+            complain(device_.object(), isBack ? "responding again" : "responding");
         }
     } else if (!answered && session_.isAlive()) {
-        tellMissing(device_.object(), "no answer");
+        reportMissing(device_.object(), "not responding");
     }
 }
 
 // While the bus is missing so is all that is behind it.
-void Client::tellMissing(const std::string& subject, const std::string& problem) {
-    if (goesOn(interest_) && missing_ != subject) {
+void Client::reportMissing(const std::string& subject, const std::string& problem) {
+    if (goesOn(subscription_) && missing_ != subject) {
         missing_ = subject;
         complain(subject, problem + ", waiting");
     }
 }
 
 ExitStatus Client::read(const std::vector<std::string>& names) {
-    const Deadline giveUp = Clock::now() + reach_.wait;
+    const Deadline giveUp = Clock::now() + connection_.wait;
     for (;;) {
         const bool last = Clock::now() >= giveUp;
-        const auto status =
-            tryToRead(names, last ? patience_.read : std::min(patience_.read, kWaitingPatience));
+        const auto status = tryToRead(
+            names, last ? timeouts_.read : std::min(timeouts_.read, kReadTimeoutWhileWaiting));
         if (session_.outputGone()) {
             return kSuccess;
         }
         if (status == kSuccess || last) {
             if (status == kSuccess) {
-                tellReading(true);
+                reportReading(true);
             }
             explain(status);
             return status;
         }
         if (status == kNoBus) {
-            tellMissing(kBus, session_.errorText());
+            reportMissing(kBus, session_.errorText());
             session_.pause(std::min(Clock::now() + kRetryPause, giveUp));
         } else {
-            tellReading(false);
+            reportReading(false);
         }
     }
 }
@@ -158,12 +157,12 @@ bool Client::isDaemon() const {
 }
 
 std::vector<std::string> Client::catalogue() const {
-    return isDaemon() ? device_.fullNames(catalogueNames()) : std::vector<std::string>();
+    return isDaemon() ? device_.fullNames(knownParameterNames()) : std::vector<std::string>();
 }
 
 std::vector<const Parameter*> Client::described(const std::set<std::string>& only) const {
     std::vector<std::string> names = catalogue();
-    for (const Parameter* parameter : mirror_.all()) {
+    for (const Parameter* parameter : cache_.all()) {
         const std::string& name = parameter->descriptor.name;
         if (std::find(names.begin(), names.end(), name) == names.end()) {
             names.push_back(name);
@@ -171,7 +170,7 @@ std::vector<const Parameter*> Client::described(const std::set<std::string>& onl
     }
     std::vector<const Parameter*> parameters;
     for (const std::string& name : names) {
-        const Parameter* parameter = mirror_.described(name);
+        const Parameter* parameter = cache_.described(name);
         if (parameter && (only.empty() || only.contains(name))) {
             parameters.push_back(parameter);
         }
@@ -189,22 +188,22 @@ ExitStatus Client::tryToRead(const std::vector<std::string>& names,
     }
     if (device_.isThroughPrefix() && isDaemon()) {
         // What it could not be asked for.
-        describeCatalogue(DeviceObject(device_.object()), mirror_);
+        describeKnownParameters(DevicePath(device_.object()), cache_);
     }
     return kSuccess;
 }
 
 void Client::explain(ExitStatus status) const {
     if (status == kNoBus) {
-        complain("no bus on 127.0.0.1:" + std::to_string(reach_.port), session_.errorText());
+        complain("no bus on 127.0.0.1:" + std::to_string(connection_.port), session_.errorText());
     } else if (status == kNoAnswer) {
         complain(device_.object(), "no answer");
     }
 }
 
 void complain(const std::string& subject, const std::string& problem) {
-    std::fprintf(stderr, "pallctl: %s: %s\n", printable(subject).c_str(),
-                 printable(problem).c_str());
+    std::fprintf(stderr, "pallctl: %s: %s\n", cli::escapeForTerminal(subject).c_str(),
+                 cli::escapeForTerminal(problem).c_str());
 }
 
-}  // namespace pallctl
+}  // namespace client

@@ -5,7 +5,7 @@
 #include "model/json_fields.h"
 #include "model/numbers.h"
 
-namespace pallctl {
+namespace client {
 
 namespace {
 
@@ -97,4 +97,4 @@ std::vector<Parameter> decodeParameters(const cJSON* object) {
     return parameters;
 }
 
-}  // namespace pallctl
+}  // namespace client

@@ -10,7 +10,7 @@
 // What a device says about one of its parameters, as far as a person needs it to read and to write
 // the value. Plain data, any thread.
 
-namespace pallctl {
+namespace client {
 
 // A number that has a name.
 struct Choice {
@@ -61,4 +61,4 @@ std::vector<Parameter> decodeMembers(const cJSON* structure);
 // that is no parameter is left out; null gives none.
 std::vector<Parameter> decodeParameters(const cJSON* object);
 
-}  // namespace pallctl
+}  // namespace client

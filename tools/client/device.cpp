@@ -4,7 +4,7 @@
 
 #include "bus/messages.h"
 
-namespace pallctl {
+namespace client {
 
 namespace {
 
@@ -14,8 +14,8 @@ bool isAnswer(const TarnInternalMessage& message, const std::string& id) {
 
 }  // namespace
 
-Device::Device(BusSession& session, Mirror& mirror, std::string object, Patience patience)
-    : session_(session), mirror_(mirror), object_(std::move(object)), patience_(patience) {}
+Device::Device(BusSession& session, ParameterCache& cache, std::string object, Timeouts patience)
+    : session_(session), cache_(cache), object_(std::move(object)), timeouts_(patience) {}
 
 std::vector<std::string> Device::fullNames(std::vector<std::string> names) const {
     std::transform(names.begin(), names.end(), names.begin(),
@@ -28,7 +28,7 @@ void Device::askByName(const std::vector<std::string>& names) {
         const size_t end = std::min(names.size(), at + kNamesPerRequest);
         std::vector<std::string> leaves;
         for (size_t name = at; name < end; ++name) {
-            leaves.push_back(leafOf(names[name]));
+            leaves.push_back(leafName(names[name]));
         }
         GETMessage request(object(), leaves, nullptr, 1);
         session_.queue(request);
@@ -57,22 +57,22 @@ bool Device::read(const std::vector<std::string>& names, std::chrono::millisecon
 
 std::optional<std::vector<std::string>> Device::openNames(
     const std::vector<std::string>& names) const {
-    if (mirror_.isDoubtful()) {
+    if (cache_.isDoubtful()) {
         return names;
     }
-    std::vector<std::string> missing = mirror_.missing(names);
+    std::vector<std::string> missing = cache_.missing(names);
     return missing.empty() || isThroughPrefix() ? std::nullopt : std::optional(std::move(missing));
 }
 
 bool Device::readOnce(const std::vector<std::string>& names, Deadline deadline) {
     std::string id = beginReading(names);
     while (const auto message = receive(deadline)) {
-        hear(*message);
+        handleMessage(*message);
         if (isAnswer(*message, id)) {
-            mirror_.endReading();
+            cache_.endReading();
             return true;
         }
-        if (takeArrival()) {
+        if (takeRestart()) {
             // It has not heard the question.
             id = beginReading(names);
         }
@@ -81,7 +81,7 @@ bool Device::readOnce(const std::vector<std::string>& names, Deadline deadline) 
 }
 
 std::string Device::beginReading(const std::vector<std::string>& names) {
-    mirror_.beginReading();
+    cache_.beginReading();
     std::string id = ask(names);
     session_.flush();
     return id;
@@ -89,27 +89,27 @@ std::string Device::beginReading(const std::vector<std::string>& names) {
 
 std::string Device::askToSet(const std::string& name, UniqueJSON value) {
     UniqueJSON param = jsonObject();
-    addMember(param.get(), leafOf(name).c_str(), std::move(value));
+    addMember(param.get(), leafName(name).c_str(), std::move(value));
     SETMessage request(object(), std::move(param));
     session_.queue(request);
     return request.uniqueId();
 }
 
 std::optional<int> Device::set(const std::string& name, UniqueJSON value) {
-    const Deadline deadline = Clock::now() + patience_.set;
+    const Deadline deadline = Clock::now() + timeouts_.set;
     const auto answer = awaitAnswer(askToSet(name, std::move(value)), deadline);
     return answer ? std::optional(answer->statusCode()) : std::nullopt;
 }
 
-void Device::hear(const TarnInternalMessage& message) {
-    arrived_ = object_.hear(message, mirror_) || arrived_;
-    object_.takeDescriptors(message, mirror_);
+void Device::handleMessage(const TarnInternalMessage& message) {
+    restarted_ = object_.handleMessage(message, cache_) || restarted_;
+    object_.handleDescriptors(message, cache_);
 }
 
 std::optional<TarnInternalMessage> Device::awaitAnswer(const std::string& id, Deadline deadline) {
     session_.flush();
     while (auto message = receive(deadline)) {
-        hear(*message);
+        handleMessage(*message);
         if (isAnswer(*message, id)) {
             return message;
         }
@@ -122,4 +122,4 @@ std::optional<TarnInternalMessage> Device::receive(Deadline deadline) {
     return Clock::now() < deadline ? session_.receive(deadline) : std::nullopt;
 }
 
-}  // namespace pallctl
+}  // namespace client

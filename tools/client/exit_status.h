@@ -1,6 +1,6 @@
 #pragma once
 
-namespace pallctl {
+namespace client {
 
 // What the program ends with. When several names end differently, the highest counts.
 enum ExitStatus : int {
@@ -13,7 +13,7 @@ enum ExitStatus : int {
     kNoBus = 6,        // there is no bus
     kOldSettings = 7,  // a change of the network did not stay: the old settings are in force
     kInDoubt = 8,      // the same, but nobody knows whether they are
-    kTimeOver = 9,     // what was waited for did not come in time
+    kTimedOut = 9,     // what was waited for did not come in time
 };
 
-}  // namespace pallctl
+}  // namespace client

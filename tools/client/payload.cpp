@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace pallctl {
+namespace client {
 
 std::optional<TarnInternalMessage> decodePayload(std::string_view payload) {
     auto bytes = std::make_unique<std::vector<char>>(payload.begin(), payload.end());
@@ -17,4 +17,4 @@ std::optional<TarnInternalMessage> decodePayload(std::string_view payload) {
     }
 }
 
-}  // namespace pallctl
+}  // namespace client

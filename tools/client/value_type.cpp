@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <iterator>
 
+#include "cli/parse_number.h"
 #include "client/descriptor.h"
-#include "program/number.h"
 
-namespace pallctl {
+namespace client {
 
 namespace {
 
@@ -65,8 +65,8 @@ const ValueType* valueType(const std::string& word) {
 }
 
 UniqueJSON typedNumber(const std::string& text) {
-    const auto number = numberIn<double>(text);
+    const auto number = cli::parseNumber<double>(text);
     return number && std::isfinite(*number) ? jsonNumber(*number) : jsonString(text);
 }
 
-}  // namespace pallctl
+}  // namespace client

@@ -6,7 +6,7 @@
 
 // The types that a parameter can be set to values of. Pure functions, any thread.
 
-namespace pallctl {
+namespace client {
 
 struct ValueType {
     const char* word;  // of a descriptor, "INT32"
@@ -21,4 +21,4 @@ const ValueType* valueType(const std::string& word);
 // A number as it was typed, a text when it is none.
 UniqueJSON typedNumber(const std::string& text);
 
-}  // namespace pallctl
+}  // namespace client

@@ -5,10 +5,10 @@
 #include <cmath>
 #include <filesystem>
 
+#include "cli/parse_number.h"
 #include "frame/devices.h"
 #include "frame/paths.h"
 #include "frame/programs.h"
-#include "program/number.h"
 
 namespace frame {
 
@@ -37,7 +37,7 @@ bool isFirstOf(const std::string& word, const char* first, const char* second) {
 
 template <typename Number>
 Number numberFrom0To(Number most, const std::string& word) {
-    const auto number = numberIn(word, Number{}, most);
+    const auto number = cli::parseNumber(word, Number{}, most);
     if (!number) {
         std::string bound = std::to_string(most);
         refuse(word, "a number from 0 to " + bound.substr(0, bound.find('.')));

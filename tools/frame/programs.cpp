@@ -173,7 +173,7 @@ std::string settingOf(const Program& program, std::string_view directory) {
 }
 
 template <typename Number>
-Number numberIn(const Tree& tree, const std::string& file) {
+Number readNumber(const Tree& tree, const std::string& file) {
     const std::string text = tree.read(file);
     Number number{};
     std::from_chars(text.data(), text.data() + text.size(), number);
@@ -181,7 +181,7 @@ Number numberIn(const Tree& tree, const std::string& file) {
 }
 
 void pause(const Tree& tree, const Program& program) {
-    const auto seconds = numberIn<double>(tree, settingOf(program, paths::kPauses));
+    const auto seconds = readNumber<double>(tree, settingOf(program, paths::kPauses));
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
@@ -237,7 +237,7 @@ int runProgram(const Tree& tree, const Words& words) {
     }
     tree.append(paths::kCommands, commandLine(words) + "\n");
     pause(tree, *program);
-    if (const int status = numberIn<int>(tree, settingOf(*program, paths::kExits)); status != 0) {
+    if (const int status = readNumber<int>(tree, settingOf(*program, paths::kExits)); status != 0) {
         return status;
     }
     return program->action(tree, *program, words);
@@ -255,8 +255,8 @@ std::vector<ProgramSetting> programSettings(const Tree& tree) {
     std::vector<ProgramSetting> settings;
     for (const Program& program : kPrograms) {
         const ProgramSetting one{std::string(baseName(program.path)),
-                                 numberIn<double>(tree, settingOf(program, paths::kPauses)),
-                                 numberIn<int>(tree, settingOf(program, paths::kExits))};
+                                 readNumber<double>(tree, settingOf(program, paths::kPauses)),
+                                 readNumber<int>(tree, settingOf(program, paths::kExits))};
         if (one.seconds != 0 || one.status != 0) {
             settings.push_back(one);
         }

@@ -42,9 +42,9 @@ Ramp readRamp(const Words& words) {
     if (size < 2 + kBehindWhat || words[size - 4] != "to" || words[size - 2] != "over") {
         throw BadRequest("a ramp is written: ramp battery 3.2 to 2.3 over 30s");
     }
-    const auto time = script::parseDuration(words[size - 1]);
+    const auto time = cli::script::parseDuration(words[size - 1]);
     if (!time) {
-        throw BadRequest(script::invalidDuration(words[size - 1]));
+        throw BadRequest(cli::script::invalidDuration(words[size - 1]));
     }
     const Words what(words.begin() + 1, words.end() - kBehindWhat);
     return {what, numberOf(words[size - 5]), numberOf(words[size - 3]), *time};
@@ -63,7 +63,7 @@ ScenarioStep stepOf(milliseconds at, const Words& words, int line) {
 // Collects the steps of all lines.
 class Steps {
   public:
-    void take(const script::Line& line) {
+    void take(const cli::script::Line& line) {
         if (line.words[0] == "ramp") {
             takeRamp(readRamp(line.words), line);
         } else {
@@ -81,7 +81,7 @@ class Steps {
     }
 
   private:
-    void takeChange(const script::Line& line) {
+    void takeChange(const cli::script::Line& line) {
         try {
             add(stepOf(line.at, line.words, line.number));
         } catch (const UnknownChange& unknown) {
@@ -89,7 +89,7 @@ class Steps {
         }
     }
 
-    void takeRamp(const Ramp& ramp, const script::Line& line) {
+    void takeRamp(const Ramp& ramp, const cli::script::Line& line) {
         const auto count = static_cast<int>(
             std::clamp<milliseconds::rep>(ramp.time / kRampStep, 1, kMostRampSteps));
         for (int i = 0; i <= count; ++i) {
@@ -119,10 +119,10 @@ bool mayCome(std::string_view file) {
 }  // namespace
 
 std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name) {
-    script::Problems problems(name);
+    cli::script::Errors problems(name);
     std::set<int> wrong;  // lines, each of which a repetition may bring any number of times
     Steps steps;
-    for (const script::Line& line : script::parse(text, problems)) {
+    for (const cli::script::Line& line : cli::script::parse(text, problems)) {
         if (wrong.contains(line.number) || steps.areTooMany()) {
             continue;
         }
@@ -139,7 +139,7 @@ std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view n
 
 void checkScenario(const Tree& tree, const std::vector<ScenarioStep>& steps,
                    std::string_view name) {
-    script::Problems problems(name);
+    cli::script::Errors problems(name);
     std::set<std::string> known;  // are there, or will be when a later step comes to them
     for (const ScenarioStep& step : steps) {
         const Change& change = step.change;

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/timed_script.h"
 #include "frame/changes.h"
-#include "program/timed_script.h"
 
 namespace frame {
 

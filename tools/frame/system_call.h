@@ -4,7 +4,7 @@
 #include <string>
 #include <system_error>
 
-#include "program/file_descriptor.h"
+#include "cli/file_descriptor.h"
 
 namespace frame {
 
@@ -22,6 +22,6 @@ Result check(Result result, const std::string& what) {
     return result;
 }
 
-using Descriptor = FileDescriptor;
+using Descriptor = cli::FileDescriptor;
 
 }  // namespace frame

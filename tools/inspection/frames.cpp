@@ -1,32 +1,32 @@
 #include "inspection/frames.h"
 
-#include "client/safe_text.h"
-#include "client/table.h"
-#include "client/time_text.h"
+#include "cli/escape.h"
+#include "cli/table.h"
+#include "cli/time_text.h"
 #include "inspection/json_text.h"
 
 namespace inspection {
 
 namespace {
 
+using cli::escapeForTerminal;
 using frame::RunningFrame;
-using pallctl::printable;
 
 // "2026-11-21 15:04:05"
 std::string startOf(const RunningFrame& frame) {
     constexpr size_t kDate = 10;
     constexpr size_t kWithSeconds = 19;
-    return pallctl::isoTime(frame.started).substr(0, kWithSeconds).replace(kDate, 1, " ");
+    return cli::isoTime(frame.started).substr(0, kWithSeconds).replace(kDate, 1, " ");
 }
 
 }  // namespace
 
 std::string tableOf(const std::vector<RunningFrame>& running) {
-    pallctl::Table table({"FRAME", "PRODUCT", "STARTED", "FILES", "COMMAND"});
+    cli::Table table({"FRAME", "PRODUCT", "STARTED", "FILES", "COMMAND"});
     for (const RunningFrame& frame : running) {
-        table.add({std::to_string(frame.pid), printable(frame.product), startOf(frame),
-                   frame.directory.empty() ? "in memory" : printable(frame.directory),
-                   printable(frame.command)});
+        table.add({std::to_string(frame.pid), cli::escapeForTerminal(frame.product), startOf(frame),
+                   frame.directory.empty() ? "in memory" : cli::escapeForTerminal(frame.directory),
+                   cli::escapeForTerminal(frame.command)});
     }
     return table.text();
 }
@@ -37,7 +37,7 @@ std::string jsonOf(const std::vector<RunningFrame>& running) {
         const UniqueJSON item = jsonObject();
         addMember(item.get(), "frame", jsonNumber(frame.pid));
         addMember(item.get(), "product", textItem(frame.product));
-        addMember(item.get(), "started", textItem(pallctl::isoTime(frame.started)));
+        addMember(item.get(), "started", textItem(cli::isoTime(frame.started)));
         addMember(item.get(), "directory",
                   frame.directory.empty() ? jsonNull() : textItem(frame.directory));
         addMember(item.get(), "command", textItem(frame.command));

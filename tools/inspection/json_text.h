@@ -3,14 +3,14 @@
 #include <string>
 #include <vector>
 
-#include "client/safe_text.h"
+#include "cli/escape.h"
 #include "model/json.h"
 
 namespace inspection {
 
 // Texts that files may hold, as JSON can: what is no UTF-8 in them is replaced.
 inline UniqueJSON textItem(const std::string& text) {
-    return jsonString(pallctl::validUTF8(text));
+    return jsonString(cli::validUTF8(text));
 }
 
 inline UniqueJSON textItems(const std::vector<std::string>& texts) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "client/safe_text.h"
+#include "cli/escape.h"
 #include "inspection/json_text.h"
 
 namespace inspection {
@@ -57,8 +57,8 @@ std::string linesOf(const Finding& finding) {
     constexpr size_t kPathColumn = 16;
     std::string line = wordOf(finding.state);
     line.resize(kPathColumn, ' ');
-    line += pallctl::printable(finding.path);
-    line += finding.reason.empty() ? "" : " (" + pallctl::printable(finding.reason) + ")";
+    line += cli::escapeForTerminal(finding.path);
+    line += finding.reason.empty() ? "" : " (" + cli::escapeForTerminal(finding.reason) + ")";
     return line + "\n" + consequences(finding);
 }
 
@@ -111,7 +111,7 @@ UniqueJSON itemOf(const Finding& finding) {
 }  // namespace
 
 std::string linesOf(const Diagnosis& diagnosis) {
-    std::string text = "product         " + pallctl::printable(diagnosis.product) + "\n";
+    std::string text = "product         " + cli::escapeForTerminal(diagnosis.product) + "\n";
     for (const Finding& finding : diagnosis.findings) {
         text += linesOf(finding);
     }

@@ -28,7 +28,7 @@ namespace {
 using frame::check;
 using frame::Descriptor;
 
-constexpr size_t kMostText = 1 << 20;
+constexpr size_t kMaxTextBytes = 1 << 20;
 
 Sight atRest() {
     return {State::atRest, "only a root that runs shows it"};
@@ -65,7 +65,7 @@ Sight textOf(const Descriptor& opened) {
     Sight sight;
     std::array<char, 65536> buffer{};
     ssize_t size = 0;
-    while (sight.text.size() < kMostText &&
+    while (sight.text.size() < kMaxTextBytes &&
            (size = ::read(opened.get(), buffer.data(), buffer.size())) > 0) {
         sight.text.append(buffer.data(), static_cast<size_t>(size));
     }

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <sstream>
 
-#include "client/safe_text.h"
-#include "client/table.h"
+#include "cli/escape.h"
+#include "cli/table.h"
 #include "frame/devices.h"
 #include "frame/paths.h"
 #include "inspection/json_text.h"
@@ -14,13 +14,13 @@ namespace inspection {
 
 namespace {
 
+using cli::escapeForTerminal;
+using cli::Table;
 using frame::Bond;
 using frame::Power;
 using frame::ProgramSetting;
 using frame::Slave;
 using frame::Tree;
-using pallctl::printable;
-using pallctl::Table;
 
 std::map<std::string, std::string> servicesOf(const Tree& tree) {
     std::map<std::string, std::string> states;
@@ -74,9 +74,9 @@ std::string stateOf(const ProgramSetting& program) {
     return state;
 }
 
-void addDevices(Table& table, const FrameStatus& status) {
+void addDevices(cli::Table& table, const FrameStatus& status) {
     for (const Slave& slave : status.bond.slaves) {
-        table.add({"port", printable(slave.interface), stateOf(slave, status.bond)});
+        table.add({"port", cli::escapeForTerminal(slave.interface), stateOf(slave, status.bond)});
     }
     table.add({"supply", "1", volts(status.power.psu1)});
     table.add({"supply", "2", volts(status.power.psu2)});
@@ -110,7 +110,7 @@ UniqueJSON powerOf(const Power& power) {
 UniqueJSON servicesOf(const std::map<std::string, std::string>& services) {
     UniqueJSON all = jsonObject();
     for (const auto& [name, state] : services) {
-        addMember(all.get(), pallctl::validUTF8(name).c_str(), textItem(state));
+        addMember(all.get(), cli::validUTF8(name).c_str(), textItem(state));
     }
     return all;
 }
@@ -140,21 +140,21 @@ FrameStatus statusOf(const Tree& tree) {
 }
 
 std::string tableOf(const FrameStatus& status) {
-    Table table({"WHAT", "NAME", "STATE"});
+    cli::Table table({"WHAT", "NAME", "STATE"});
     table.add({"product", "", status.product});
     addDevices(table, status);
     for (const auto& [name, state] : status.services) {
-        table.add({"service", printable(name), printable(state)});
+        table.add({"service", cli::escapeForTerminal(name), cli::escapeForTerminal(state)});
     }
     for (const ProgramSetting& program : status.programs) {
         table.add({"program", program.name, stateOf(program)});
     }
     for (const std::string& path : status.missing) {
-        table.add({"file", printable(path), "missing"});
+        table.add({"file", cli::escapeForTerminal(path), "missing"});
     }
     size_t calls = 0;
     for (const std::string& call : status.calls) {
-        table.add({"call", std::to_string(++calls), printable(call)});
+        table.add({"call", std::to_string(++calls), cli::escapeForTerminal(call)});
     }
     return table.text();
 }

@@ -12,8 +12,8 @@ namespace {
 using Words = std::vector<std::string>;
 
 // In quotes the words are part of the word that is completed: everything up to its last blank.
-Words precedingWords(const BegunValue& begun, const std::string& head) {
-    Words words = begun.option.empty() ? begun.before : Words();
+Words precedingWords(const cli::CompletionRequest& request, const std::string& head) {
+    Words words = request.option.empty() ? request.before : Words();
     std::istringstream text(head);
     for (std::string word; text >> word;) {
         words.push_back(word);
@@ -38,16 +38,16 @@ Words candidates(Words before) {
 
 }  // namespace
 
-std::vector<Offer> completeFault(const BegunValue& begun) {
-    if (begun.kind != "LINE") {
+std::vector<cli::Completion> completeFault(const cli::CompletionRequest& request) {
+    if (request.kind != "LINE") {
         return {};
     }
-    const std::string head = begun.word.substr(0, begun.word.rfind(' ') + 1);
-    std::vector<Offer> offers;
-    for (const std::string& word : candidates(precedingWords(begun, head))) {
-        offers.push_back({head + word, ""});
+    const std::string head = request.word.substr(0, request.word.rfind(' ') + 1);
+    std::vector<cli::Completion> completions;
+    for (const std::string& word : candidates(precedingWords(request, head))) {
+        completions.push_back({head + word, ""});
     }
-    return offers;
+    return completions;
 }
 
 }  // namespace pallbus

@@ -2,11 +2,11 @@
 
 #include <vector>
 
-#include "program/offer.h"
+#include "cli/completion_request.h"
 
 namespace pallbus {
 
 // Completes faults: word by word, or as one word in quotes.
-std::vector<Offer> completeFault(const BegunValue& begun);
+std::vector<cli::Completion> completeFault(const cli::CompletionRequest& request);
 
 }  // namespace pallbus

@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "cli/command_line.h"
 #include "model/files.h"
-#include "program/command_line.h"
 
 namespace pallbus {
 
@@ -47,7 +47,7 @@ ControlReply startRecording(ControlRequest request, Recorder& recorder) {
     if (!request.file) {
         return {false, "no file came with the command"};
     }
-    const std::string path = onOneLine(request.command.substr(kRecordPrefix.size()));
+    const std::string path = cli::onOneLine(request.command.substr(kRecordPrefix.size()));
     recorder.start(std::make_unique<recording::Writer>(std::move(request.file), path, "pallbus"),
                    path);
     return {true, ""};

@@ -3,12 +3,12 @@
 #include <csignal>
 #include <cstdio>
 
+#include "cli/standard_descriptors.h"
+#include "cli/standard_output.h"
+#include "cli/timed_script.h"
 #include "pallbus/commands/commands.h"
 #include "pallbus/completion.h"
 #include "pallbus/faults/fault_parser.h"
-#include "program/standard_descriptors.h"
-#include "program/standard_output.h"
-#include "program/timed_script.h"
 
 namespace {
 
@@ -19,31 +19,28 @@ constexpr const char* kAbout =
     "Runs until it receives a signal.\n";
 
 // In the order in which the help lists them.
-constexpr void (*kCommands[])(Verb, Invocation&) = {
+constexpr AddCommand kCommands[] = {
     addServe, addInject, addClear, addStatus, addRecord, addReplay,
 };
 
 int run(int argc, char** argv) {
-    holdStandardDescriptors();
-    Invocation invocation;
-    CommandLine line("pallbus", kAbout);
-    Verb program = line.program();
-    program.takesOneVerb();
-    program.optionsGoAnywhere();
-    program.add("-p,--port", invocation.port, "Port of the bus; 0 listens on a free one")
-        .kind("PORT")
-        .check(portNumber())
-        .showsDefault();
-    for (const auto add : kCommands) {
-        add(program, invocation);
-    }
-    if (const auto status = line.read(argc, argv, completeFault)) {
-        return *status;
-    }
+    cli::holdStandardDescriptors();
     // The bus goes on when the reader of its output has gone.
     std::signal(SIGPIPE, SIG_IGN);
-    const int status = invocation.run();
-    flushOutput();
+    uint16_t port = 15000;
+    cli::CommandLine line("pallbus", kAbout);
+    cli::Command program = line.program();
+    program.allowOneCommand();
+    program.allowOptionsAnywhere();
+    program.add("-p,--port", port, "Port of the bus; 0 listens on a free one")
+        .kind("PORT")
+        .check(cli::portNumber())
+        .showsDefault();
+    for (const auto add : kCommands) {
+        add(program, port);
+    }
+    const int status = line.run(argc, argv, completeFault);
+    cli::flushOutput();
     return status;
 }
 
@@ -54,10 +51,10 @@ int main(int argc, char** argv) {
         return run(argc, argv);
     } catch (const faults::FaultSyntaxError& error) {
         std::fprintf(stderr, "pallbus: %s (inject --help tells more)\n", error.what());
-        return kBadUsage;
-    } catch (const script::Error& errors) {
-        complainOfEach("pallbus", errors.what());
-        return kBadUsage;
+        return cli::kUsageError;
+    } catch (const cli::script::Error& errors) {
+        cli::printErrors("pallbus", errors.what());
+        return cli::kUsageError;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallbus: %s\n", error.what());
         return 1;

@@ -5,12 +5,11 @@
 #include <exception>
 
 #include "bus/misframed.h"
-#include "common_options.h"
-#include "live_values.h"
+#include "cli/standard_descriptors.h"
+#include "cli/standard_output.h"
 #include "model/log.h"
-#include "program/standard_descriptors.h"
-#include "program/standard_output.h"
-#include "verbs.h"
+#include "pallctl/commands/commands.h"
+#include "pallctl/completion.h"
 
 namespace {
 
@@ -20,7 +19,7 @@ constexpr const char* kAbout = "Reads, sets and watches the parameters of the fr
 
 // In the order in which the help lists them.
 // clang-format off
-constexpr AddVerb kVerbs[] = {
+constexpr AddCommand kCommands[] = {
     addGet,
     addSet,
     addList,
@@ -35,25 +34,22 @@ constexpr AddVerb kVerbs[] = {
 // clang-format on
 
 int run(int argc, char** argv) {
-    holdStandardDescriptors();
-    Run verb;
-    CommandLine line("pallctl", kAbout);
-    line.program().needsVerb();
-    line.program().optionsGoAnywhere();  // what all verbs take may stand behind them
-    const CommonOptions options(line.program());
-    for (const AddVerb add : kVerbs) {
-        add(line.program(), verb);
-    }
-    if (const auto status = line.read(argc, argv, liveValues)) {
-        return *status;
-    }
-    // A reader that went away is noticed where it matters, and is no reason to die of a signal.
+    cli::holdStandardDescriptors();
+    // A write to a reader that has gone fails, and does not end the process.
     std::signal(SIGPIPE, SIG_IGN);
     replaceLogSink([](int, const std::string&) {});
-    lumo::replaceMisframedSink(
-        [](std::string_view) { complain("bus", "dropped a frame with a wrong terminator"); });
-    const ExitStatus status = verb(options.common());
-    flushOutput();
+    lumo::replaceMisframedSink([](std::string_view) {
+        client::complain("bus", "dropped a frame with a wrong terminator");
+    });
+    cli::CommandLine line("pallctl", kAbout);
+    line.program().requireCommand();
+    line.program().allowOptionsAnywhere();
+    const Options options(line.program());
+    for (const AddCommand add : kCommands) {
+        add(line.program(), options);
+    }
+    const int status = line.run(argc, argv, completeFromDevice);
+    cli::flushOutput();
     return status;
 }
 

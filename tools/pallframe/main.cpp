@@ -3,12 +3,12 @@
 #include <string>
 #include <vector>
 
+#include "cli/standard_descriptors.h"
+#include "cli/standard_output.h"
 #include "frame/devices.h"
 #include "frame/programs.h"
 #include "offers.h"
 #include "process.h"
-#include "program/standard_descriptors.h"
-#include "program/standard_output.h"
 #include "verbs.h"
 
 namespace {
@@ -20,13 +20,14 @@ int runVerbs(int argc, char** argv) {
     char** const dashes = std::find(argv, end, std::string("--"));
     Call call;
     call.commandWords = static_cast<size_t>(std::max<ptrdiff_t>(end - dashes - 1, 0));
-    CommandLine line("pallframe", "Makes simulated router frames and runs commands inside them.");
-    line.program().needsVerb();
+    cli::CommandLine line("pallframe",
+                          "Makes simulated router frames and runs commands inside them.");
+    line.program().requireCommand();
     for (const auto add : {addRun, addEnter, addList, addSet, addPlay, addStatus, addDoctor}) {
         add(line.program(), call);
     }
-    const int status = line.read(argc, argv, offers).value_or(call.status);
-    flushOutput();
+    const int status = line.run(argc, argv, offers);
+    cli::flushOutput();
     return status;
 }
 
@@ -34,7 +35,7 @@ int runVerbs(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        holdStandardDescriptors();
+        cli::holdStandardDescriptors();
         const std::vector<std::string> words(argv, argv + argc);
         if (!words.empty() && frame::isProgram(words[0])) {
             return frame::runProgram(frame::Tree("/"), words);

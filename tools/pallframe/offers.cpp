@@ -7,7 +7,7 @@
 #include <set>
 #include <string_view>
 
-#include "client/time_text.h"
+#include "cli/time_text.h"
 #include "frame/product.h"
 #include "frame/programs.h"
 #include "frame/registry.h"
@@ -18,39 +18,39 @@ namespace pallframe {
 
 namespace {
 
-std::vector<Offer> products(const BegunValue&) {
-    std::vector<Offer> found;
+std::vector<cli::Completion> products(const cli::CompletionRequest&) {
+    std::vector<cli::Completion> found;
     for (const frame::Product& product : frame::products()) {
         found.push_back({std::string(product.name), ""});
     }
     return found;
 }
 
-std::vector<Offer> programs(const BegunValue&) {
-    std::vector<Offer> found;
+std::vector<cli::Completion> programs(const cli::CompletionRequest&) {
+    std::vector<cli::Completion> found;
     for (const std::string& path : frame::programPaths()) {
         found.push_back({path.substr(path.rfind('/') + 1), path});
     }
     return found;
 }
 
-std::vector<Offer> runningFrames(const BegunValue&) {
-    std::vector<Offer> found;
+std::vector<cli::Completion> runningFrames(const cli::CompletionRequest&) {
+    std::vector<cli::Completion> found;
     for (const frame::RunningFrame& each : frame::Registry::ofUser().running()) {
-        found.push_back({std::to_string(each.pid),
-                         each.product + ", since " + pallctl::clockTime(each.started)});
+        found.push_back(
+            {std::to_string(each.pid), each.product + ", since " + cli::clockTime(each.started)});
     }
     return found;
 }
 
-std::string given(const BegunValue& begun, const char* option) {
-    const auto found = begun.options.find(option);
-    return found == begun.options.end() ? "" : found->second;
+std::string given(const cli::CompletionRequest& request, const char* option) {
+    const auto found = request.options.find(option);
+    return found == request.options.end() ? "" : found->second;
 }
 
 // What the daemon depends on, as far as the frame that is meant has it, and what was taken away.
-std::vector<Offer> framePaths(const BegunValue& begun) {
-    Which which{given(begun, "--tree"), given(begun, "--frame")};
+std::vector<cli::Completion> framePaths(const cli::CompletionRequest& request) {
+    Which which{given(request, "--tree"), given(request, "--frame")};
     const frame::Tree tree = which.tree();
     std::set<std::string> present;
     for (const inspection::Check& check : inspection::checks()) {
@@ -59,7 +59,7 @@ std::vector<Offer> framePaths(const BegunValue& begun) {
             present.insert(path);
         }
     }
-    std::vector<Offer> found;
+    std::vector<cli::Completion> found;
     found.reserve(present.size());
     for (const std::string& path : present) {
         found.push_back({path, ""});
@@ -70,9 +70,9 @@ std::vector<Offer> framePaths(const BegunValue& begun) {
     return found;
 }
 
-// Words that a verb takes; for those that are the same at every time.
+// Words that a command takes; for those that are the same at every time.
 struct Choice {
-    std::string_view verb;
+    std::string_view command;
     std::string_view kind;
     std::array<const char*, 2> words;
 };
@@ -86,7 +86,7 @@ constexpr Choice kChoices[] = {
 // Where the words for a kind come from otherwise.
 struct Source {
     std::string_view kind;
-    std::vector<Offer> (*offers)(const BegunValue& begun);
+    std::vector<cli::Completion> (*offers)(const cli::CompletionRequest& request);
 };
 constexpr Source kSources[] = {
     {"PRODUCT", products},
@@ -97,16 +97,16 @@ constexpr Source kSources[] = {
 
 }  // namespace
 
-std::vector<Offer> offers(const BegunValue& begun) try {
+std::vector<cli::Completion> offers(const cli::CompletionRequest& request) try {
     for (const Choice& choice : kChoices) {
-        if (choice.verb == begun.verb && choice.kind == begun.kind) {
+        if (choice.command == request.command && choice.kind == request.kind) {
             return {{choice.words[0], ""}, {choice.words[1], ""}};
         }
     }
     const auto source =
         std::find_if(std::begin(kSources), std::end(kSources),
-                     [&begun](const Source& each) { return each.kind == begun.kind; });
-    return source == std::end(kSources) ? std::vector<Offer>() : source->offers(begun);
+                     [&request](const Source& each) { return each.kind == request.kind; });
+    return source == std::end(kSources) ? std::vector<cli::Completion>() : source->offers(request);
 } catch (const std::exception&) {
     return {};  // nobody asked for a complaint
 }

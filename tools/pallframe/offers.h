@@ -2,12 +2,12 @@
 
 #include <vector>
 
-#include "program/offer.h"
+#include "cli/completion_request.h"
 
 namespace pallframe {
 
 // What a shell may offer and only this program knows: products, running frames, the words of
 // what can be set, and what the frame has that can be taken away.
-std::vector<Offer> offers(const BegunValue& begun);
+std::vector<cli::Completion> offers(const cli::CompletionRequest& request);
 
 }  // namespace pallframe

@@ -8,8 +8,8 @@
 #include <sstream>
 #include <thread>
 
+#include "cli/timed_script.h"
 #include "frame/devices.h"
-#include "program/timed_script.h"
 
 namespace pallframe {
 
@@ -22,7 +22,7 @@ template <typename Work>
 auto asked(Work work) {
     try {
         return work();
-    } catch (const script::Error& error) {
+    } catch (const cli::script::Error& error) {
         throw BadRequest(error.what());
     }
 }
@@ -55,7 +55,7 @@ void play(const frame::Tree& tree, const Scenario& scenario, double speed,
         try {
             step.change(tree);
         } catch (const BadRequest& bad) {
-            throw BadRequest(script::Error(scenario.file, step.line, bad.what()).what());
+            throw BadRequest(cli::script::Error(scenario.file, step.line, bad.what()).what());
         }
         done(step);
     }

@@ -14,8 +14,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "cli/command_line.h"
 #include "frame/programs.h"
-#include "program/command_line.h"
 
 namespace pallframe {
 
@@ -23,8 +23,8 @@ using frame::check;
 using frame::Descriptor;
 
 int complain(const frame::BadRequest& bad) {
-    complainOfEach("pallframe", bad.what());
-    return kBadUsage;
+    cli::printErrors("pallframe", bad.what());
+    return cli::kUsageError;
 }
 
 pid_t startProcess(const std::function<int()>& work) {

@@ -24,7 +24,7 @@ using frame::check;
 using frame::Descriptor;
 using frame::Registry;
 
-constexpr std::chrono::seconds kPatience{3};
+constexpr std::chrono::seconds kTimeout{3};
 
 void takeAway(const RunRequest& request) {
     if (!request.directory.empty() && !request.keep) {
@@ -62,7 +62,7 @@ int beFirst(const RunRequest& request, Supervisor& supervisor, const Descriptor&
         log.emplace("/dev/log", std::string(frame::paths::kMessages));
         supervisor.serve(log->descriptor(), [&log] { log->takeAll(); });
     }
-    supervisor.setPatience(kPatience);
+    supervisor.setPatience(kTimeout);
     startScenario(request);
     const pid_t command =
         startSupervised(supervisor, [&] { return becomeCommand(request.command, supervisor); });

@@ -1,9 +1,9 @@
 #include <cstdio>
 #include <memory>
 
+#include "cli/standard_output.h"
 #include "frame/registry.h"
 #include "inspection/report.h"
-#include "program/standard_output.h"
 #include "verbs.h"
 
 namespace pallframe {
@@ -30,31 +30,32 @@ int examine(DoctorWords& words) {
     const frame::Tree tree = treeOf(words);
     const auto diagnosis = inspection::diagnose(inspection::Root(tree.path("/")));
     if (words.json) {
-        print(jsonOf(diagnosis));
+        cli::print(jsonOf(diagnosis));
     } else {
         const std::string& frame = words.which.frame;
         const std::string& given = words.root.empty() ? words.which.directory : words.root;
         const std::string root = given.empty() ? "/" : given;
         std::printf("%-16s%s\n", frame.empty() ? "root" : "frame",
                     (frame.empty() ? root : frame).c_str());
-        print(linesOf(diagnosis));
+        cli::print(linesOf(diagnosis));
     }
     return diagnosis.isWell() ? 0 : 1;
 }
 
 }  // namespace
 
-void addDoctor(Verb program, Call& call) {
+void addDoctor(cli::Command program, const Call&) {
     const auto words = std::make_shared<DoctorWords>();
-    Verb verb = program.addVerb("doctor", "What a frame lacks, and what comes of that");
-    words->which.addTo(verb);
-    verb.add("--root", words->root, "Another frame's root directory, or / of this machine")
+    cli::Command command =
+        program.addCommand("doctor", "What a frame lacks, and what comes of that");
+    words->which.addTo(command);
+    command.add("--root", words->root, "Another frame's root directory, or / of this machine")
         .kind("DIR")
-        .check(existingDirectory())
+        .check(cli::existingDirectory())
         .excludes("--frame")
         .excludes("--tree");
-    verb.addFlag("--json", words->json, "One JSON object instead of lines");
-    verb.action([words, &call] { call.status = examine(*words); });
+    command.addFlag("--json", words->json, "One JSON object instead of lines");
+    command.work([words] { return examine(*words); });
 }
 
 }  // namespace pallframe

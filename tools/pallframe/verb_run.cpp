@@ -4,12 +4,12 @@
 #include <utility>
 #include <vector>
 
+#include "cli/standard_output.h"
 #include "enter.h"
 #include "frame/devices.h"
 #include "frame/product.h"
 #include "frame/registry.h"
 #include "inspection/frames.h"
-#include "program/standard_output.h"
 #include "run.h"
 #include "verbs.h"
 
@@ -73,38 +73,41 @@ int enter(EnterWords words, size_t commandWords) {
 
 }  // namespace
 
-void addRun(Verb program, Call& call) {
+void addRun(cli::Command program, const Call&) {
     const auto words = std::make_shared<RunWords>();
-    Verb verb = program.addVerb("run", "Run a command in a frame of its own");
-    verb.add("--product", words->product, "One of " + frame::productNames())
+    cli::Command command = program.addCommand("run", "Run a command in a frame of its own");
+    command.add("--product", words->product, "One of " + frame::productNames())
         .kind("PRODUCT")
         .check(checkProduct)
         .showsDefault();
-    verb.add("--tree", words->tree, "Keep the frame's files in this new directory").kind("DIR");
-    verb.addFlag("--keep", words->request.keep, "Leave the directory behind");
-    verb.addFlag("!--no-syslog", words->request.syslog, "Leave /dev/log to the command");
-    verb.add("--scenario", words->scenario, "Play this file from the command's start on")
+    command.add("--tree", words->tree, "Keep the frame's files in this new directory").kind("DIR");
+    command.addFlag("--keep", words->request.keep, "Leave the directory behind");
+    command.addFlag("!--no-syslog", words->request.syslog, "Leave /dev/log to the command");
+    command.add("--scenario", words->scenario, "Play this file from the command's start on")
         .kind("FILE");
-    verb.add("COMMAND", words->request.command, "The command, after --").required();
-    verb.action([words, &call] { call.status = run(*words); });
+    command.add("COMMAND", words->request.command, "The command, after --").required();
+    command.work([words] { return run(*words); });
 }
 
-void addEnter(Verb program, Call& call) {
+void addEnter(cli::Command program, const Call& call) {
     const auto words = std::make_shared<EnterWords>();
-    Verb verb = program.addVerb("enter", "Run a shell or a command in a running frame");
-    verb.add("FRAME", words->frame, "As list shows it, unless only one runs");
-    verb.add("COMMAND", words->command, "After --; a shell when there is none");
-    verb.add("--tree", words->tree, "The frame that has its files in this directory").kind("DIR");
-    verb.action([words, &call] { call.status = enter(*words, call.commandWords); });
+    cli::Command command =
+        program.addCommand("enter", "Run a shell or a command in a running frame");
+    command.add("FRAME", words->frame, "As list shows it, unless only one runs");
+    command.add("COMMAND", words->command, "After --; a shell when there is none");
+    command.add("--tree", words->tree, "The frame that has its files in this directory")
+        .kind("DIR");
+    command.work([words, &call] { return enter(*words, call.commandWords); });
 }
 
-void addList(Verb program, Call&) {
+void addList(cli::Command program, const Call&) {
     const auto json = std::make_shared<bool>(false);
-    Verb verb = program.addVerb("list", "The frames that run");
-    verb.addFlag("--json", *json, "One JSON object a line instead of a table");
-    verb.action([json] {
+    cli::Command command = program.addCommand("list", "The frames that run");
+    command.addFlag("--json", *json, "One JSON object a line instead of a table");
+    command.work([json] {
         const auto running = Registry::ofUser().running();
-        print(*json ? inspection::jsonOf(running) : inspection::tableOf(running));
+        cli::print(*json ? inspection::jsonOf(running) : inspection::tableOf(running));
+        return 0;
     });
 }
 

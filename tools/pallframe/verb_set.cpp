@@ -4,29 +4,31 @@
 #include <cstdio>
 #include <memory>
 
+#include "cli/standard_output.h"
 #include "frame/changes.h"
 #include "inspection/status.h"
 #include "player.h"
-#include "program/standard_output.h"
 #include "verbs.h"
 
 namespace pallframe {
 
 namespace {
 
-void addChange(Verb set, const frame::ChangeKind& kind, const std::shared_ptr<Which>& which) {
+void addChange(cli::Command set, const frame::ChangeKind& kind,
+               const std::shared_ptr<Which>& which) {
     const auto words = std::make_shared<std::array<std::string, 2>>();
-    Verb verb = set.addVerb(std::string(kind.name), std::string(kind.about));
-    verb.optionsGoAnywhere();  // --tree may also stand last
+    cli::Command command = set.addCommand(std::string(kind.name), std::string(kind.about));
+    command.allowOptionsAnywhere();  // --tree may also stand last
     for (size_t i = 0; i < kind.arguments.size() && !kind.arguments[i].empty(); ++i) {
-        verb.add(std::string(kind.arguments[i]), (*words)[i]).required();
+        command.add(std::string(kind.arguments[i]), (*words)[i]).required();
     }
-    verb.action([&kind, words, which] {
+    command.work([&kind, words, which] {
         frame::Words all{std::string(kind.name), (*words)[0]};
         if (!kind.arguments[1].empty()) {
             all.push_back((*words)[1]);
         }
         frame::readChange(all)(which->tree());
+        return 0;
     });
 }
 
@@ -43,31 +45,31 @@ struct PlayWords {
 
 void printStep(const frame::ScenarioStep& step) {
     std::printf("%9.3f s  %s\n", std::chrono::duration<double>(step.at).count(), step.text.c_str());
-    flushOutput();
+    cli::flushOutput();
 }
 
 }  // namespace
 
-void addSet(Verb program, Call&) {
+void addSet(cli::Command program, const Call&) {
     const auto which = std::make_shared<Which>();
-    Verb set = program.addVerb("set", "Change a frame while it runs");
-    set.needsVerb();
+    cli::Command set = program.addCommand("set", "Change a frame while it runs");
+    set.requireCommand();
     which->addTo(set);
     for (const frame::ChangeKind& kind : frame::changeKinds()) {
         addChange(set, kind, which);
     }
 }
 
-void addPlay(Verb program, Call&) {
+void addPlay(cli::Command program, const Call&) {
     const auto words = std::make_shared<PlayWords>();
-    Verb verb = program.addVerb("play", "Play a scenario on a frame that runs");
-    verb.add("FILE", words->file, "Changes and their times").required();
-    verb.add("--speed", words->speed, "How many times as fast")
+    cli::Command command = program.addCommand("play", "Play a scenario on a frame that runs");
+    command.add("FILE", words->file, "Changes and their times").required();
+    command.add("--speed", words->speed, "How many times as fast")
         .kind("FACTOR")
-        .check(numberBetween(0.001, 1000))
+        .check(cli::numberBetween(0.001, 1000))
         .showsDefault();
-    words->which.addTo(verb);
-    verb.action([words] {
+    words->which.addTo(command);
+    command.work([words] {
         const Scenario scenario = readScenarioFile(words->file);
         // What has begun to happen to the frame goes on when nobody reads of it any more.
         std::signal(SIGPIPE, SIG_IGN);
@@ -77,17 +79,20 @@ void addPlay(Verb program, Call&) {
             words->which.tree();  // files that are held would take changes after the frame's end
             printStep(step);
         });
+        return 0;
     });
 }
 
-void addStatus(Verb program, Call&) {
+void addStatus(cli::Command program, const Call&) {
     const auto words = std::make_shared<StatusWords>();
-    Verb verb = program.addVerb("status", "Ports, voltages, services, what was called");
-    verb.addFlag("--json", words->json, "One JSON object instead of a table");
-    words->which.addTo(verb);
-    verb.action([words] {
+    cli::Command command =
+        program.addCommand("status", "Ports, voltages, services, what was called");
+    command.addFlag("--json", words->json, "One JSON object instead of a table");
+    words->which.addTo(command);
+    command.work([words] {
         const inspection::FrameStatus status = inspection::statusOf(words->which.tree());
-        print(words->json ? jsonOf(status) : tableOf(status));
+        cli::print(words->json ? jsonOf(status) : tableOf(status));
+        return 0;
     });
 }
 

@@ -2,34 +2,32 @@
 
 #include <string>
 
+#include "cli/command_line.h"
 #include "frame/tree.h"
-#include "program/command_line.h"
 
-// The verbs of the command line: each call adds one, which does its work while the line is read.
-// What a verb cannot do for the person who asked is a frame::BadRequest.
+// The commands of pallframe. A frame::BadRequest reports what a command cannot do for its user.
 namespace pallframe {
 
-// What the verbs know of the whole command line and leave to it.
+// What the commands need to know of the whole command line.
 struct Call {
-    size_t commandWords = 0;  // how many words stand behind "--"
-    int status = 0;           // to end with
+    size_t commandWords = 0;  // how many words follow "--"
 };
 
-void addRun(Verb program, Call& call);
-void addEnter(Verb program, Call& call);
-void addList(Verb program, Call& call);
-void addSet(Verb program, Call& call);
-void addPlay(Verb program, Call& call);
-void addStatus(Verb program, Call& call);
-void addDoctor(Verb program, Call& call);
+void addRun(cli::Command program, const Call& call);
+void addEnter(cli::Command program, const Call& call);
+void addList(cli::Command program, const Call& call);
+void addSet(cli::Command program, const Call& call);
+void addPlay(cli::Command program, const Call& call);
+void addStatus(cli::Command program, const Call& call);
+void addDoctor(cli::Command program, const Call& call);
 
-// The frame that a verb speaks of: a named one, the one that this program runs in, or the only one
-// that runs.
+// The frame that a command works on: a named one, the one that this program runs in, or the only
+// one that runs.
 struct Which {
     std::string directory;
     std::string frame;
 
-    void addTo(Verb verb);
+    void addTo(cli::Command command);
 
     // Its files. Asked again it is the same frame, and a frame::BadRequest once that has ended.
     frame::Tree tree();

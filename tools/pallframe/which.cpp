@@ -34,9 +34,9 @@ frame::RunningFrame choose(const std::string& name, bool isInside) {
 
 }  // namespace
 
-void Which::addTo(Verb verb) {
-    verb.add("--frame", frame, "A running frame, as list shows it").kind("FRAME");
-    verb.add("--tree", directory, "A frame's directory").kind("DIR").excludes("--frame");
+void Which::addTo(cli::Command command) {
+    command.add("--frame", frame, "A running frame, as list shows it").kind("FRAME");
+    command.add("--tree", directory, "A frame's directory").kind("DIR").excludes("--frame");
 }
 
 Tree Which::tree() {

@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <random>
 
+#include "cli/command_line.h"
+#include "cli/standard_output.h"
 #include "model/log.h"
-#include "program/command_line.h"
-#include "program/standard_output.h"
 #include "soaking/crowd.h"
 #include "soaking/soak.h"
 
@@ -17,10 +17,12 @@ constexpr const char* kAbout =
     "what is lost. Ends with a table, and with 1 when anything was lost, grew or was left "
     "behind.\n";
 
-void describe(Verb program, soak::Options& options) {
-    program.add("--minutes", options.minutes, "How long").check(numberAboveZero()).showsDefault();
+void describe(cli::Command program, soak::Options& options) {
+    program.add("--minutes", options.minutes, "How long")
+        .check(cli::numberAboveZero())
+        .showsDefault();
     program.add("--rate", options.rate, "Requests a second")
-        .check(numberAboveZero())
+        .check(cli::numberAboveZero())
         .showsDefault();
     program.add("--seed", options.seed, "Of everything left to chance; 0 takes a new one")
         .showsDefault();
@@ -31,11 +33,11 @@ void describe(Verb program, soak::Options& options) {
     program
         .add("--idle", options.idleSeconds,
              "Instead: leave it alone for so many seconds and count its processor time")
-        .check(numberAboveZero());
+        .check(cli::numberAboveZero());
     program
         .add("--clients", options.clients,
              "Instead: so many clients on the simulated bus, and trouble between")
-        .check(wholeNumber(1, 900));
+        .check(cli::wholeNumber(1, 900));
 }
 
 soak::Report reportOf(const soak::Options& options) {
@@ -59,7 +61,7 @@ int run(soak::Options options) {
     std::fflush(stdout);
     replaceLogSink([](int, const std::string&) {});
     const soak::Report report = reportOf(options);
-    printNow(report.text());
+    cli::printNow(report.text());
     return report.passed() ? 0 : 1;
 }
 
@@ -67,11 +69,11 @@ int run(soak::Options options) {
 
 int main(int argc, char** argv) {
     soak::Options options;
-    CommandLine line("soak", kAbout);
+    cli::CommandLine line("soak", kAbout);
     describe(line.program(), options);
+    line.program().work([&options] { return run(options); });
     try {
-        const auto status = line.read(argc, argv);
-        return status ? *status : run(options);
+        return line.run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "soak: %s\n", error.what());
         return 1;

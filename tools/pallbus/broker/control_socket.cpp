@@ -9,8 +9,8 @@
 #include <asio/read.hpp>
 #include <asio/write.hpp>
 
+#include "cli/timed_script.h"
 #include "pallbus/broker/fd_passing.h"
-#include "program/timed_script.h"
 
 namespace pallbus::broker {
 
@@ -19,7 +19,7 @@ namespace {
 using asio::local::stream_protocol;
 
 constexpr std::chrono::seconds kClientTimeout{2};
-constexpr size_t kMaxCommandBytes = script::kMostText + 4096;
+constexpr size_t kMaxCommandBytes = cli::script::kMaxScriptBytes + 4096;
 constexpr std::string_view kOk = "ok\n";
 constexpr std::string_view kError = "error\n";
 

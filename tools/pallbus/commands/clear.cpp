@@ -3,14 +3,12 @@
 
 namespace pallbus {
 
-void addClear(Verb program, Invocation& invocation) {
-    Verb command = program.addVerb("clear", "End all faults, active and scheduled");
+void addClear(cli::Command program, const uint16_t& port) {
+    cli::Command command = program.addCommand("clear", "End all faults, active and scheduled");
     excludeServeOptions(command);
-    command.action([&invocation] {
-        invocation.run = [&invocation] {
-            sendToBus(invocation.port, kClearCommand);
-            return 0;
-        };
+    command.work([&port] {
+        sendToBus(port, kClearCommand);
+        return 0;
     });
 }
 

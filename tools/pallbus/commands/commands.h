@@ -1,30 +1,25 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 
-#include "program/command_line.h"
+#include "cli/command_line.h"
 
-// The commands of pallbus, each in the file of its name. An add function describes the command to
-// the command line; when the user gave the command, it leaves the work in Invocation::run.
+// The commands of pallbus, each in the file of its name. An add function describes the command and
+// its work to the command line. `port` is the port of the bus, which is known when the work runs.
+// The work may throw faults::FaultSyntaxError, cli::script::Error and any std::exception.
 
 namespace pallbus {
 
-struct Invocation {
-    uint16_t port = 15000;  // of the bus, for every command
-    // Returns the exit status. May throw faults::FaultSyntaxError, script::Error and any
-    // std::exception.
-    std::function<int()> run;
-};
+using AddCommand = void (*)(cli::Command program, const uint16_t& port);
 
-void addServe(Verb program, Invocation& invocation);  // without a command: be the bus
-void addInject(Verb program, Invocation& invocation);
-void addClear(Verb program, Invocation& invocation);
-void addStatus(Verb program, Invocation& invocation);
-void addRecord(Verb program, Invocation& invocation);
-void addReplay(Verb program, Invocation& invocation);
+void addServe(cli::Command program, const uint16_t& port);  // without a command: be the bus
+void addInject(cli::Command program, const uint16_t& port);
+void addClear(cli::Command program, const uint16_t& port);
+void addStatus(cli::Command program, const uint16_t& port);
+void addRecord(cli::Command program, const uint16_t& port);
+void addReplay(cli::Command program, const uint16_t& port);
 
 // The options of the bus itself do not go together with a command.
-void excludeServeOptions(Verb command);
+void excludeServeOptions(cli::Command command);
 
 }  // namespace pallbus

@@ -2,10 +2,10 @@
 #include <string>
 #include <vector>
 
+#include "cli/timed_script.h"
 #include "pallbus/commands/commands.h"
 #include "pallbus/control_commands.h"
 #include "pallbus/faults/fault_script.h"
-#include "program/timed_script.h"
 
 namespace pallbus {
 
@@ -34,7 +34,7 @@ std::string joinWords(const std::vector<std::string>& words) {
     }
     std::string line;
     for (const std::string& word : words) {
-        line += (line.empty() ? "" : " ") + script::quoted(word);
+        line += (line.empty() ? "" : " ") + cli::script::quoted(word);
     }
     return line;
 }
@@ -53,24 +53,22 @@ std::string buildCommand(const Options& options) {
 
 }  // namespace
 
-void addInject(Verb program, Invocation& invocation) {
-    Verb command = program.addVerb("inject", "Inject faults into a running bus");
+void addInject(cli::Command program, const uint16_t& port) {
+    cli::Command command = program.addCommand("inject", "Inject faults into a running bus");
     const auto options = std::make_shared<Options>();
     command.add("LINE", options->words, "The fault");
     command.add("-s,--script", options->script, "Faults with their times, counted from now")
         .kind("FILE")
-        .check(existingFile())
+        .check(cli::existingFile())
         .excludes("LINE");
     excludeServeOptions(command);
     command.notes(kNotes);
-    command.action([options, &invocation] {
+    command.work([options, &port] {
         if (options->words.empty() && options->script.empty()) {
-            throw BadUsage("missing LINE");
+            throw cli::UsageError("missing LINE");
         }
-        invocation.run = [options, &invocation] {
-            sendToBus(invocation.port, buildCommand(*options));
-            return 0;
-        };
+        sendToBus(port, buildCommand(*options));
+        return 0;
     });
 }
 

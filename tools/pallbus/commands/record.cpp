@@ -69,18 +69,18 @@ int record(uint16_t port, const Options& options) {
 
 }  // namespace
 
-void addRecord(Verb program, Invocation& invocation) {
-    Verb command = program.addVerb("record", "Record the messages on a running bus");
+void addRecord(cli::Command program, const uint16_t& port) {
+    cli::Command command = program.addCommand("record", "Record the messages on a running bus");
     const auto options = std::make_shared<Options>();
     command.add("FILE", options->file, "Start to record to this file");
     command.addFlag("--stop", options->stop, "Stop; return when the file is complete")
         .excludes("FILE");
     excludeServeOptions(command);
-    command.action([options, &invocation] {
+    command.work([options, &port] {
         if (options->file.empty() && !options->stop) {
-            throw BadUsage("missing FILE or --stop");
+            throw cli::UsageError("missing FILE or --stop");
         }
-        invocation.run = [options, &invocation] { return record(invocation.port, *options); };
+        return record(port, *options);
     });
 }
 

@@ -12,12 +12,12 @@
 #include <asio/signal_set.hpp>
 
 #include "bus/misframed.h"
+#include "cli/standard_output.h"
 #include "model/log.h"
 #include "pallbus/commands/commands.h"
 #include "pallbus/replay/comparison.h"
 #include "pallbus/replay/replay_plan.h"
 #include "pallbus/replay/replayer.h"
-#include "program/standard_output.h"
 #include "recording/lines.h"
 #include "recording/recording.h"
 
@@ -82,7 +82,7 @@ size_t runReplay(const std::vector<replay::Step>& steps, replay::Comparison& com
         interrupted = true;
         io.stop();
     });
-    printNow("pallbus: listening on 127.0.0.1:" + std::to_string(replayer.port()) + "\n");
+    cli::printNow("pallbus: listening on 127.0.0.1:" + std::to_string(replayer.port()) + "\n");
     io.run();
     if (interrupted) {
         throw std::runtime_error("interrupted");
@@ -93,12 +93,12 @@ size_t runReplay(const std::vector<replay::Step>& steps, replay::Comparison& com
 void printReport(const replay::Report& report, size_t sent) {
     for (const replay::Deviation& each : report.deviations) {
         const std::string line = each.what + ": expected " + each.expected + ", got " + each.got;
-        print(recording::secondsText(each.at) + " " + onOneLine(line) + "\n");
+        cli::print(recording::secondsText(each.at) + " " + cli::onOneLine(line) + "\n");
     }
     std::printf("%zu sent, %zu compared: %zu different, %zu missing, %zu extra", sent,
                 report.compared, report.different, report.missing, report.extra);
     std::printf(report.disconnects > 0 ? ", connection lost\n" : "\n");
-    flushOutput();
+    cli::flushOutput();
 }
 
 int replayFile(uint16_t port, const Options& options) {
@@ -122,16 +122,16 @@ int run(uint16_t port, const Options& options) {
     } catch (const std::exception& error) {
         problem = error.what();
     }
-    std::fprintf(stderr, "pallbus: %s\n", onOneLine(problem).c_str());
+    std::fprintf(stderr, "pallbus: %s\n", cli::onOneLine(problem).c_str());
     return kFailed;
 }
 
 }  // namespace
 
-void addReplay(Verb program, Invocation& invocation) {
+void addReplay(cli::Command program, const uint16_t& port) {
     const auto options = std::make_shared<Options>();
-    Verb command =
-        program.addVerb("replay", "Replay a recording to a device and compare its messages");
+    cli::Command command =
+        program.addCommand("replay", "Replay a recording to a device and compare its messages");
     command.add("FILE", options->file, "A recording").required();
     command
         .add("--as", options->participant,
@@ -141,15 +141,13 @@ void addReplay(Verb program, Invocation& invocation) {
         .showsDefault();
     command.add("--speed", options->speed, "Factor to the recorded speed")
         .kind("FACTOR")
-        .check(numberAboveZero())
+        .check(cli::numberAboveZero())
         .showsDefault();
     command.addFlag("--fast", options->fast, "As fast as the responses come").excludes("--speed");
     command.add("--ignore", options->ignored, "Parameters whose values may differ").kind("NAME...");
     excludeServeOptions(command);
     command.notes(kStatus);
-    command.action([options, &invocation] {
-        invocation.run = [options, &invocation] { return run(invocation.port, *options); };
-    });
+    command.work([options, &port] { return run(port, *options); });
 }
 
 }  // namespace pallbus

@@ -14,6 +14,8 @@
 #include <asio/signal_set.hpp>
 
 #include "bus/misframed.h"
+#include "cli/standard_output.h"
+#include "cli/validators.h"
 #include "model/log.h"
 #include "pallbus/broker/control_socket.h"
 #include "pallbus/broker/server.h"
@@ -21,8 +23,6 @@
 #include "pallbus/control_commands.h"
 #include "pallbus/faults/fault_script.h"
 #include "pallbus/recorder.h"
-#include "program/checks.h"
-#include "program/standard_output.h"
 
 namespace pallbus {
 
@@ -106,8 +106,8 @@ void runBus(uint16_t port, const Options& options) {
     // Before the line below: whoever reads it may send a signal at once.
     asio::signal_set stop(io, SIGINT, SIGTERM);
     stop.async_wait([&io](const asio::error_code&, int) { io.stop(); });
-    printNow("pallbus: listening on 127.0.0.1:" + std::to_string(server.port()) +
-             "\npallbus: seed " + std::to_string(seed) + "\n");
+    cli::printNow("pallbus: listening on 127.0.0.1:" + std::to_string(server.port()) +
+                  "\npallbus: seed " + std::to_string(seed) + "\n");
     for (const Steps& steps : faultLists) {
         server.faultScheduler().run(steps);
     }
@@ -123,7 +123,7 @@ int serve(uint16_t port, const Options& options) try {
 
 }  // namespace
 
-void addServe(Verb program, Invocation& invocation) {
+void addServe(cli::Command program, const uint16_t& port) {
     const auto options = std::make_shared<Options>();
     program.add("-f,--fault", options->faults, "Inject a fault at the start; repeatable")
         .kind("LINE")
@@ -131,15 +131,15 @@ void addServe(Verb program, Invocation& invocation) {
     program.add("--record", options->record, "Record the messages on the bus").kind("FILE");
     program.add("-s,--script", options->script, "Inject faults at the times in a file")
         .kind("FILE")
-        .check(existingFile());
+        .check(cli::existingFile());
     program.add("--seed", options->seed, "Random seed of the faults; otherwise a new one")
         .kind("NUMBER")
-        .check(wholeNumber());
+        .check(cli::wholeNumber());
     program.addFlag("-v,--verbose", options->verbose, "Report connections on standard error");
-    invocation.run = [options, &invocation] { return serve(invocation.port, *options); };
+    program.work([options, &port] { return serve(port, *options); });
 }
 
-void excludeServeOptions(Verb command) {
+void excludeServeOptions(cli::Command command) {
     command.excludes({"--fault", "--record", "--script", "--seed", "--verbose"});
 }
 

@@ -1,18 +1,16 @@
+#include "cli/standard_output.h"
 #include "pallbus/commands/commands.h"
 #include "pallbus/control_commands.h"
-#include "program/standard_output.h"
 
 namespace pallbus {
 
-void addStatus(Verb program, Invocation& invocation) {
-    Verb command =
-        program.addVerb("status", "List faults, active and scheduled, and the recording");
+void addStatus(cli::Command program, const uint16_t& port) {
+    cli::Command command =
+        program.addCommand("status", "List faults, active and scheduled, and the recording");
     excludeServeOptions(command);
-    command.action([&invocation] {
-        invocation.run = [&invocation] {
-            print(sendToBus(invocation.port, kStatusCommand));
-            return 0;
-        };
+    command.work([&port] {
+        cli::print(sendToBus(port, kStatusCommand));
+        return 0;
     });
 }
 

@@ -2,9 +2,9 @@
 #include <array>
 #include <charconv>
 
+#include "cli/timed_script.h"
 #include "pallbus/faults/fault_grammar.h"
 #include "pallbus/faults/fault_parser.h"
-#include "program/timed_script.h"
 
 namespace pallbus::faults {
 
@@ -74,7 +74,8 @@ std::string formatClient(const FaultRule& rule) {
 
 std::string formatFault(const FaultRule& rule) {
     return std::string(findKind(rule.kind).name) + formatOperand(rule) + formatFrequency(rule) +
-           formatClient(rule) + (rule.object ? " object " + script::quoted(*rule.object) : "") +
+           formatClient(rule) +
+           (rule.object ? " object " + cli::script::quoted(*rule.object) : "") +
            (rule.duration ? " for " + formatDuration(*rule.duration) : "");
 }
 

@@ -10,9 +10,9 @@
 #include <limits>
 #include <string_view>
 
+#include "cli/parse_number.h"
+#include "cli/timed_script.h"
 #include "pallbus/faults/fault_grammar.h"
-#include "program/number.h"
-#include "program/timed_script.h"
 
 namespace pallbus::faults {
 
@@ -45,15 +45,15 @@ std::string listKinds() {
 }
 
 milliseconds parseTime(const std::string& text) {
-    const auto time = script::parseDuration(text);
+    const auto time = cli::script::parseDuration(text);
     if (!time) {
-        throw FaultSyntaxError(script::invalidDuration(text));
+        throw FaultSyntaxError(cli::script::invalidDuration(text));
     }
     return *time;
 }
 
 size_t parseCount(const std::string& text, size_t min) {
-    const auto count = numberIn<size_t>(text, min, kMaxCount);
+    const auto count = cli::parseNumber<size_t>(text, min, kMaxCount);
     if (!count) {
         throw FaultSyntaxError(quoted(text) + " is not an integer from " + std::to_string(min) +
                                " to " + std::to_string(kMaxCount));
@@ -158,7 +158,7 @@ class Parser {
     void parseClient() {
         const std::string text = takeAfter("client", "a connection ID");
         constexpr auto kMax = std::numeric_limits<int32_t>::max();
-        rule_.client = numberIn<int32_t>(text, -kMax - 1, kMax);
+        rule_.client = cli::parseNumber<int32_t>(text, -kMax - 1, kMax);
         if (!rule_.client) {
             throw FaultSyntaxError("invalid connection ID " + quoted(text));
         }
@@ -172,10 +172,10 @@ class Parser {
         rule_.object = name;
     }
 
-    void parseEvery() { parseNumber(Frequency::every, "every"); }
-    void parseNext() { parseNumber(Frequency::next, "next"); }
+    void parseEvery() { parseFrequency(Frequency::every, "every"); }
+    void parseNext() { parseFrequency(Frequency::next, "next"); }
 
-    void parseNumber(Frequency frequency, std::string_view keyword) {
+    void parseFrequency(Frequency frequency, std::string_view keyword) {
         rule_.frequency = frequency;
         rule_.number = parseCount(takeAfter(keyword, "a count"), 1);
     }
@@ -183,7 +183,7 @@ class Parser {
     void parseFor() { rule_.duration = parseTime(takeAfter("for", "a time")); }
 
     void parsePercent(std::string_view text) {
-        const auto percent = numberIn<double>(text.substr(0, text.size() - 1), 0, 100);
+        const auto percent = cli::parseNumber<double>(text.substr(0, text.size() - 1), 0, 100);
         if (!percent) {
             throw FaultSyntaxError("invalid percentage " + quoted(text) + "; use 0% to 100%");
         }

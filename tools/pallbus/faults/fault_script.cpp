@@ -1,14 +1,14 @@
 #include "pallbus/faults/fault_script.h"
 
-#include "program/script_problems.h"
-#include "program/timed_script.h"
+#include "cli/script_errors.h"
+#include "cli/timed_script.h"
 
 namespace pallbus::faults {
 
 std::vector<FaultStep> parseFaultScript(std::string_view text, std::string_view name) {
-    script::Problems problems(name);
+    cli::script::Errors problems(name);
     std::vector<FaultStep> steps;
-    for (const script::Line& line : script::parse(text, problems)) {
+    for (const cli::script::Line& line : cli::script::parse(text, problems)) {
         try {
             steps.push_back({line.at, parseFault(line.words)});
         } catch (const FaultSyntaxError& error) {
@@ -30,7 +30,7 @@ std::vector<FaultStep> parseFaultLine(std::string_view line) {
             throw FaultSyntaxError("missing fault");
         }
         return steps;
-    } catch (const script::Error& error) {
+    } catch (const cli::script::Error& error) {
         throw FaultSyntaxError(error.what() + kPlace.size());
     }
 }

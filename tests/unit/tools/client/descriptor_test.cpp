@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace pallctl {
+namespace client {
 namespace {
 
 UniqueJSON json(const std::string& text) {
@@ -106,4 +106,4 @@ TEST(Descriptor, ReadsTheMembersOfAStructureUnderTheirBareNames) {
 }
 
 }  // namespace
-}  // namespace pallctl
+}  // namespace client

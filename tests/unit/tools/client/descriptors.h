@@ -6,7 +6,7 @@
 #include "model/json.h"
 
 // Descriptors and values for the tests of the forms that values have.
-namespace pallctl {
+namespace client {
 
 inline UniqueJSON json(const std::string& text) {
     return parseJSON(text.data(), text.size());
@@ -46,4 +46,4 @@ inline Parameter serialPort() {
                                      R"("_d_connectionPoint":{"type":"STRING","value":""}})");
 }
 
-}  // namespace pallctl
+}  // namespace client

@@ -3,11 +3,11 @@
 #include <gmock/gmock.h>
 
 #include "bus/messages.h"
-#include "client/human_form.h"
+#include "client/format_value.h"
 #include "support/captured_log.h"
 #include "tools/listening_peer.h"
 
-namespace pallctl {
+namespace client {
 namespace {
 
 using namespace std::chrono_literals;
@@ -38,24 +38,24 @@ class DeviceTest : public testing::Test {
     }
 
     std::string shown(const std::string& name) const {
-        const Parameter* parameter = mirror_.find(name);
-        return parameter ? humanForm(parameter->descriptor, parameter->value.get()) : "unknown";
+        const Parameter* parameter = cache_.find(name);
+        return parameter ? formatValue(parameter->descriptor, parameter->value.get()) : "unknown";
     }
 
     CapturedLog log_;
     ListeningPeer peer_;
     BusSession session_{peer_.port(), 1000042};
-    Mirror mirror_;
-    Device device_{session_, mirror_, "system", {0ms, 0ms}};
-    Device tunnelled_{session_, mirror_, "frameB.system", {0ms, 0ms}};
+    ParameterCache cache_;
+    Device device_{session_, cache_, "system", {0ms, 0ms}};
+    Device tunnelled_{session_, cache_, "frameB.system", {0ms, 0ms}};
 };
 
 TEST_F(DeviceTest, TakesNamesWithAndWithoutTheObject) {
     EXPECT_EQ(device_.fullName("ipAddress"), "system.ipAddress");
     EXPECT_EQ(device_.fullName("system.ipAddress"), "system.ipAddress");
-    EXPECT_EQ(device_.leafOf("system.ipAddress"), "ipAddress");
-    EXPECT_EQ(device_.leafOf("ipAddress"), "ipAddress");
-    EXPECT_EQ(device_.leafOf("systemName"), "systemName");
+    EXPECT_EQ(device_.leafName("system.ipAddress"), "ipAddress");
+    EXPECT_EQ(device_.leafName("ipAddress"), "ipAddress");
+    EXPECT_EQ(device_.leafName("systemName"), "systemName");
     EXPECT_EQ(device_.fullName("net.ip"), "system.net.ip");
 }
 
@@ -104,7 +104,7 @@ TEST_F(DeviceTest, AnswersUnderAnotherObjectAreNotItsOwn) {
                      idOf(peer_.read(), "\"param\":{") +
                      R"(","paramDescriptor":{"d_x":{"oid":"x","value":1}}})");
     device_.read({});
-    EXPECT_THAT(mirror_.all(), testing::IsEmpty());
+    EXPECT_THAT(cache_.all(), testing::IsEmpty());
 }
 
 TEST_F(DeviceTest, WhoeverCannotWaitGetsTheIdOfTheLastAnswer) {
@@ -130,27 +130,27 @@ TEST_F(DeviceTest, SetsByTheLeaf) {
 }
 
 TEST_F(DeviceTest, HearsItsAnnouncementsOnly) {
-    device_.hear(NOTMessage("system", "a", jsonNumber(1)));
-    device_.hear(NOTMessage("system.x", "b", jsonNumber(1)));
-    device_.hear(NOTMessage("frameB.system", "c", jsonNumber(1)));
-    device_.hear(SETMessage("system", jsonObject()));
-    device_.hear(NOTMessage("system", DataKey{"param"}, jsonNumber(7)));
+    device_.handleMessage(NOTMessage("system", "a", jsonNumber(1)));
+    device_.handleMessage(NOTMessage("system.x", "b", jsonNumber(1)));
+    device_.handleMessage(NOTMessage("frameB.system", "c", jsonNumber(1)));
+    device_.handleMessage(SETMessage("system", jsonObject()));
+    device_.handleMessage(NOTMessage("system", DataKey{"param"}, jsonNumber(7)));
     EXPECT_EQ(shown("system.a"), "1");
-    EXPECT_EQ(mirror_.all().size(), 1u);
+    EXPECT_EQ(cache_.all().size(), 1u);
 }
 
 TEST_F(DeviceTest, TellsOnceThatTheDaemonIsNewOnTheBus) {
-    device_.hear(NOTMessage("system", "ipAddress", jsonNumber(1)));
-    EXPECT_FALSE(device_.takeArrival());
-    device_.hear(NOTMessage("system", "frameName", jsonString("Quorane")));
-    EXPECT_TRUE(device_.takeArrival());
-    EXPECT_FALSE(device_.takeArrival());
+    device_.handleMessage(NOTMessage("system", "ipAddress", jsonNumber(1)));
+    EXPECT_FALSE(device_.takeRestart());
+    device_.handleMessage(NOTMessage("system", "frameName", jsonString("Quorane")));
+    EXPECT_TRUE(device_.takeRestart());
+    EXPECT_FALSE(device_.takeRestart());
 }
 
 TEST_F(DeviceTest, TakesNamesWithAndWithoutThePrefix) {
     for (const char* name : {"ipAddress", "system.ipAddress", "frameB.system.ipAddress"}) {
         EXPECT_EQ(tunnelled_.fullName(name), "frameB.system.ipAddress");
-        EXPECT_EQ(tunnelled_.leafOf(name), "ipAddress");
+        EXPECT_EQ(tunnelled_.leafName(name), "ipAddress");
     }
 }
 
@@ -170,8 +170,8 @@ TEST_F(DeviceTest, KnowsThroughAPrefixParametersByTheirNameThere) {
                      R"({"d_system.b":{"oid":"system.b","value":2}}}}})");
     tunnelled_.read({}, 100ms);
     EXPECT_EQ(shown("frameB.system.b"), "2");
-    tunnelled_.hear(NOTMessage("frameB.system", "b", jsonNumber(3)));
-    tunnelled_.hear(NOTMessage("system", "b", jsonNumber(4)));
+    tunnelled_.handleMessage(NOTMessage("frameB.system", "b", jsonNumber(3)));
+    tunnelled_.handleMessage(NOTMessage("system", "b", jsonNumber(4)));
     EXPECT_EQ(shown("frameB.system.b"), "3");
 }
 
@@ -187,13 +187,13 @@ TEST_F(DeviceTest, PutsEveryNameThatTheDeviceSaysUnderItsObject) {
 // A daemon greets under its own name only, whatever way leads to it.
 TEST_F(DeviceTest, HearsThroughAPrefixThatTheDaemonIsNewOnTheBus) {
     EXPECT_EQ(tunnelled_.home(), "system");
-    tunnelled_.hear(NOTMessage("system", "ipAddress", jsonNumber(1)));
-    tunnelled_.hear(NOTMessage("other", "frameName", jsonString("Quorane")));
-    EXPECT_FALSE(tunnelled_.takeArrival());
-    tunnelled_.hear(NOTMessage("system", "frameName", jsonString("Quorane")));
-    EXPECT_TRUE(tunnelled_.takeArrival());
+    tunnelled_.handleMessage(NOTMessage("system", "ipAddress", jsonNumber(1)));
+    tunnelled_.handleMessage(NOTMessage("other", "frameName", jsonString("Quorane")));
+    EXPECT_FALSE(tunnelled_.takeRestart());
+    tunnelled_.handleMessage(NOTMessage("system", "frameName", jsonString("Quorane")));
+    EXPECT_TRUE(tunnelled_.takeRestart());
     EXPECT_EQ(shown("frameB.system.frameName"), "unknown");
 }
 
 }  // namespace
-}  // namespace pallctl
+}  // namespace client

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace pallctl {
+namespace client {
 
 namespace {
 
@@ -22,4 +22,4 @@ TEST(Payload, MayBeNoMessage) {
 
 }  // namespace
 
-}  // namespace pallctl
+}  // namespace client

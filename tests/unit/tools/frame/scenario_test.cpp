@@ -25,7 +25,7 @@ std::vector<std::string> courseOf(const std::string& text) {
 std::string problemOf(const std::string& text) {
     try {
         readScenario(text, "x.scenario");
-    } catch (const script::Error& error) {
+    } catch (const cli::script::Error& error) {
         return error.what();
     }
     return "none";
@@ -96,8 +96,8 @@ TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
 
 TEST_F(ScenarioTest, AllProblemsAreTold) {
     EXPECT_EQ(problemOf("at 2x cable eth5 down\npsu 1 12\nrepeat 3\nramp\nend\npsu 1"),
-              "x.scenario:1: invalid duration '2x'; use 500ms, 2s or 3m, up to 24 hours\n"
               "x.scenario:1: a frame has no interface 'eth5'\n"
+              "x.scenario:1: invalid duration '2x'; use 500ms, 2s or 3m, up to 24 hours\n"
               "x.scenario:4: a ramp is written: ramp battery 3.2 to 2.3 over 30s\n"
               "x.scenario:6: psu needs NUMBER and VOLTS");
 }
@@ -116,7 +116,7 @@ TEST_F(ScenarioTest, RampsInRepetitionsAreBounded) {
 std::string misfitOf(const Tree& tree, const std::string& text) {
     try {
         checkScenario(tree, readScenario(text, "x"), "x");
-    } catch (const script::Error& error) {
+    } catch (const cli::script::Error& error) {
         return error.what();
     }
     return "none";

@@ -54,8 +54,8 @@ TEST_F(NetworkTest, PutsBackWhatWasTakenBeforeARefusal) {
                                     "\"netmask\":4294967040"));
     EXPECT_EQ(outcome.errors,
               "pallctl: network: system.gateway: 400 Bad Request\n"
-              "pallctl: network: setting the old values back\n"
-              "pallctl: network: the old values are set again\n");
+              "pallctl: network: restoring the previous settings\n"
+              "pallctl: network: previous settings restored\n");
 }
 
 TEST_F(NetworkTest, PutsBackWhatWasTakenAlsoWithAGuardian) {
@@ -81,9 +81,9 @@ TEST_F(NetworkTest, PutsBackWhatWasNotAnswered) {
     const std::vector<std::string> all = words({"--timeout=1"});
     ProgramProcess process(pallctlCommand(bus_.port(), all));
     EXPECT_EQ(process.readErrorLine(), "pallctl: network: system.gateway: no answer");
-    EXPECT_EQ(process.readErrorLine(), "pallctl: network: setting the old values back");
+    EXPECT_EQ(process.readErrorLine(), "pallctl: network: restoring the previous settings");
     device_.answerSets("gateway", 200);
-    EXPECT_THAT(process.errors(), EndsWith("pallctl: network: the old values are set again\n"));
+    EXPECT_THAT(process.errors(), EndsWith("pallctl: network: previous settings restored\n"));
     EXPECT_EQ(process.wait(), 7);
     EXPECT_EQ(sent().back(), "\"gateway\":167772161");
 }
@@ -94,7 +94,7 @@ TEST_F(NetworkTest, SaysWhatTheOldValuesWereWhenTheyAreRefused) {
     EXPECT_EQ(process.readErrorLine(), "pallctl: network: system.gateway: no answer");
     device_.answerSets("netmask", 400);
     EXPECT_THAT(process.errors(),
-                EndsWith("could NOT be set again; they were --address 10.0.0.5 --gateway "
+                EndsWith("rollback FAILED; previous settings were --address 10.0.0.5 --gateway "
                          "10.0.0.1 --netmask 255.255.255.0\n"));
     EXPECT_EQ(process.wait(), 8);
 }

@@ -212,10 +212,10 @@ TEST_F(PallbusFaults, RefuseNewConnectionsAndKeepTheOld) {
 
 TEST_F(PallbusFaults, RefuseForADuration) {
     inject("refuse 200ms");
-    const Clock::time_point begun = Clock::now();
+    const Clock::time_point request = Clock::now();
     while (!BusPeer::canConnect(bus_.port())) {
     }
-    EXPECT_GE(Clock::now() - begun, 100ms) << "less the time that telling took";
+    EXPECT_GE(Clock::now() - request, 100ms) << "less the time that telling took";
 }
 
 TEST_F(PallbusFaults, BlackholeAConnectionAndLoseItsMessages) {

@@ -116,7 +116,7 @@ TEST_F(PallctlTest, SendsNothingMoreAfterASetThatIsNotAnswered) {
     const Outcome outcome =
         run({"--timeout=0.2", "set", "extra=7", "frameName=x", "ipAddress=10.1.2.3"});
     EXPECT_EQ(outcome.errors,
-              "pallctl: system.extra: no answer; it may still be carried out\n"
+              "pallctl: system.extra: no answer; the set may still take effect\n"
               "pallctl: system.frameName: not sent\n"
               "pallctl: system.ipAddress: not sent\n");
     EXPECT_EQ(outcome.status, 5);
@@ -126,8 +126,8 @@ TEST_F(PallctlTest, SendsNothingMoreAfterASetThatIsNotAnswered) {
 TEST_F(PallctlTest, SendsOnlyWhatDiffers) {
     const Outcome outcome = run({"set", "sshEnabled=enabled", "extra=5", "frameName=rack 4"});
     EXPECT_EQ(outcome.errors,
-              "pallctl: system.sshEnabled: is Enabled already, not sent\n"
-              "pallctl: system.extra: is 5 already, not sent\n");
+              "pallctl: system.sshEnabled: is Enabled already; not sent\n"
+              "pallctl: system.extra: is 5 already; not sent\n");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(device_.sets(), ElementsAre(testing::EndsWith(R"({"frameName":"rack 4"})")));
 }
@@ -196,7 +196,7 @@ TEST_F(PallctlTest, SendsNothingThatDoesNotFitItsParameter) {
 TEST_F(PallctlTest, WaitsForAnAnswerForALimitedTime) {
     device_.answerSets("extra", 0);
     const Outcome outcome = run({"--timeout=0.2", "set", "extra=7"});
-    EXPECT_EQ(outcome.errors, "pallctl: system.extra: no answer; it may still be carried out\n");
+    EXPECT_EQ(outcome.errors, "pallctl: system.extra: no answer; the set may still take effect\n");
     EXPECT_EQ(outcome.status, 5);
 }
 

@@ -18,11 +18,11 @@
 namespace {
 
 // Milliseconds that a test waits for what has to come.
-constexpr int kPatience = 30'000;
+constexpr int kTimeout = 30'000;
 
 bool isReadable(int descriptor) {
     pollfd ready{descriptor, POLLIN, 0};
-    return ::poll(&ready, 1, kPatience) > 0;
+    return ::poll(&ready, 1, kTimeout) > 0;
 }
 
 [[noreturn]] void become(const std::vector<std::string>& words, int output, int errors) {

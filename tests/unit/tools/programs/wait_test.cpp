@@ -102,20 +102,22 @@ TEST_F(WaitTest, EndsInTimeAlsoWhileTheBusIsAway) {
     answer("5");
     bus_.stopListening();
     bus_.hangUp();
-    expectEnd(9, "pallctl: bus: connection lost, waiting\npallctl: system.level: is 5.0\n");
+    expectEnd(9,
+              "pallctl: bus: connection lost, waiting\npallctl: system.level: timed out; the value "
+              "is 5.0\n");
 }
 
 TEST_F(WaitTest, EndsInTimeAlsoWhenTheDeviceAnswersNoMore) {
     start({"wait", "level=7", "--timeout=1"});
     answer("5");
     announce("frameName", "\"Rack 4\"");
-    expectEnd(9, "pallctl: system.level: is 5.0\n");
+    expectEnd(9, "pallctl: system.level: timed out; the value is 5.0\n");
 }
 
 TEST_F(WaitTest, EndsInTimeHoweverLongTheBusMayTakeToAppear) {
     start({"wait", "level=7", "--timeout=1", "--wait=3600"});
     answer("5");
-    expectEnd(9, "pallctl: system.level: is 5.0\n");
+    expectEnd(9, "pallctl: system.level: timed out; the value is 5.0\n");
 }
 
 TEST_F(WaitTest, ItsTimeBeginsWhenTheDaemonAnswers) {
@@ -133,11 +135,11 @@ TEST_F(WaitTest, FailsWhenItsReaderGoesBeforeTheValueIsSo) {
     start({"wait", "level=7", "-k"});
     answer("5");
     wait_->closeOutput();
-    expectEnd(1, "pallctl: standard output: nobody reads it any more\n");
+    expectEnd(1, "pallctl: standard output: the reader has gone\n");
 
     start({"wait", "level=7"});
     wait_->closeOutput();
-    expectEnd(1, "pallctl: standard output: nobody reads it any more\n");
+    expectEnd(1, "pallctl: standard output: the reader has gone\n");
 }
 
 TEST_F(WaitTest, KnowsThatItHasNotBegun) {
@@ -155,15 +157,15 @@ TEST_F(WaitTest, TellsProgramsTheParameterInTheEnd) {
 TEST_F(WaitTest, TellsProgramsThatTheTimeIsOverAndWhatTheParameterIs) {
     start({"wait", "level=7", "-k", "--timeout=1"});
     answer("5");
-    expectEnd(9, "pallctl: system.level: is 5.0\n");
-    EXPECT_EQ(wait_->restOfOutput(), "system_level='5.0'\noutcome='timeOver'\n");
+    expectEnd(9, "pallctl: system.level: timed out; the value is 5.0\n");
+    EXPECT_EQ(wait_->restOfOutput(), "system_level='5.0'\noutcome='timeout'\n");
 
     start({"wait", "level=7", "-j", "--timeout=1"});
     answer("5");
-    expectEnd(9, "pallctl: system.level: is 5.0\n");
+    expectEnd(9, "pallctl: system.level: timed out; the value is 5.0\n");
     EXPECT_EQ(wait_->restOfOutput(),
               R"({"system.level":{"name":"system.level","label":"","type":"FLOAT",)"
-              R"("readOnly":false,"value":5,"text":"5.0","outcome":"timeOver"}})"
+              R"("readOnly":false,"value":5,"text":"5.0","outcome":"timeout"}})"
               "\n");
 }
 
@@ -177,7 +179,7 @@ TEST_F(WaitTest, TellsProgramsWhatKeptItFromBeginning) {
     start({"wait", "level=high", "-k"});
     answer("5");
     EXPECT_EQ(wait_->wait(), 2);
-    EXPECT_EQ(wait_->restOfOutput(), "system_level='5.0'\noutcome='unfit'\n");
+    EXPECT_EQ(wait_->restOfOutput(), "system_level='5.0'\noutcome='invalid'\n");
 
     start({"wait", "level=7", "-j", "--timeout=0.1"});
     expectEnd(5, "pallctl: system: no answer\n");

@@ -236,7 +236,7 @@ TEST(WatchConnection, IsSaidToBeLostOnceAndBackWhenTheBusSpeaks) {
     bus.writeFrame(R"(["RSP", "system.connection", 0, 0, 0]{"id":"login"})");
     EXPECT_EQ(watch.readErrorLine(), "pallctl: bus: receive: Connection reset by peer, waiting");
     EXPECT_EQ(watch.readErrorLine(), "pallctl: bus: connected");
-    EXPECT_EQ(watch.readErrorLine(), "pallctl: system: no answer, waiting");
+    EXPECT_EQ(watch.readErrorLine(), "pallctl: system: not responding, waiting");
     const std::string id = lastIdIn(readUntil(bus, "\"paramDescriptor\"]"));
     bus.writeFrame("[\"RSP\", \"system\", 8, 0, 0]\n{\"id\":\"" + id + "\"}");
     bus.stopListening();

@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include "cli/timed_script.h"
 #include "pallbus/faults/fault_parser.h"
-#include "program/timed_script.h"
 
 namespace pallbus::faults {
 namespace {
@@ -19,7 +19,7 @@ class FaultInjectorTest : public testing::Test {
     FaultInjectorTest() { injector_.addConnection(1); }
 
     void add(const std::string& line) {
-        const auto words = script::parse(line, "line").at(0).words;
+        const auto words = cli::script::parse(line, "line").at(0).words;
         injector_.add(std::get<FaultRule>(parseFault(words)), now_);
     }
 

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "program/timed_script.h"
+#include "cli/timed_script.h"
 
 namespace pallbus::faults {
 namespace {
@@ -13,7 +13,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 std::vector<std::string> wordsOf(const std::string& text) {
-    return script::parse(text, "line").at(0).words;
+    return cli::script::parse(text, "line").at(0).words;
 }
 
 FaultRule rule(const std::string& text) {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "program/timed_script.h"
+#include "cli/timed_script.h"
 
 namespace pallbus::faults {
 namespace {
@@ -18,7 +18,7 @@ FaultCommand order(const std::vector<std::string>& words) {
 std::string problemOf(std::string_view text) {
     try {
         parseFaultScript(text, "bad.txt");
-    } catch (const script::Error& error) {
+    } catch (const cli::script::Error& error) {
         return error.what();
     }
     return "none";

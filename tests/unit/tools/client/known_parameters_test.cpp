@@ -1,0 +1,53 @@
+#include "client/known_parameters.h"
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+
+#include <gmock/gmock.h>
+
+namespace client {
+namespace {
+
+Descriptor ofCatalogue(const std::string& name) {
+    for (Descriptor& descriptor : knownDescriptors()) {
+        if (descriptor.name == name) {
+            return descriptor;
+        }
+    }
+    return {};
+}
+
+TEST(KnownParameters, AreSettingsReadingsAndSerialPortsInTheOrderOfTheCatalogue) {
+    const std::vector<std::string> names = knownParameterNames();
+    ASSERT_EQ(names.size(), 5u + 28u + 3u);
+    EXPECT_EQ(names.front(), "system.frameName");
+    EXPECT_EQ(names[5], "system.ipAddress");
+    EXPECT_EQ(names[32], "system.secondaryVersion");
+    EXPECT_EQ(names.back(), "system.serial2");
+    EXPECT_EQ(std::set(names.begin(), names.end()).size(), names.size());
+}
+
+TEST(KnownParameters, SayWhatTheDaemonWouldSay) {
+    const Descriptor ssh = ofCatalogue("system.sshEnabled");
+    EXPECT_EQ(ssh.label, "SSH Server");
+    EXPECT_EQ(ssh.type, "INT32");
+    EXPECT_FALSE(ssh.readOnly);
+    EXPECT_EQ(ssh.constraint, "INT_CHOICE");
+    ASSERT_EQ(ssh.choices.size(), 2u);
+    EXPECT_EQ(ssh.choices[1].value, 1);
+    EXPECT_EQ(ssh.choices[1].name, "Enabled");
+
+    const Descriptor voltage = ofCatalogue("system.psu1Voltage");
+    EXPECT_EQ(voltage.type, "FLOAT");
+    EXPECT_TRUE(voltage.readOnly);
+    EXPECT_EQ(voltage.precision, 2);
+    EXPECT_EQ(voltage.constraint, "");
+
+    EXPECT_TRUE(isAddress(ofCatalogue("system.ipAddress")));
+    EXPECT_EQ(ofCatalogue("system.serial0").type, "STRUCT");
+    EXPECT_EQ(ofCatalogue("system.serial0").label, "COM1");
+}
+
+}  // namespace
+}  // namespace client

@@ -1,0 +1,126 @@
+#include "cli/command_line.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/completion.h"
+#include "cli/help_text.h"
+#include "cli/standard_output.h"
+
+namespace cli {
+
+namespace {
+
+constexpr std::string_view kComplete = "complete";
+
+void setUpHelp(CLI::App& app) {
+    app.formatter_fn([](const CLI::App* asked, const std::string& name, CLI::AppFormatMode) {
+        return helpText(*asked, name);
+    });
+    app.get_help_ptr()->description("Show this help and exit");
+    for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        setUpHelp(*command);
+    }
+}
+
+// The innermost command that the parser reached before the error.
+const CLI::App& findReachedCommand(const CLI::App& app) {
+    const auto commands = app.get_subcommands();
+    return commands.empty() ? app : findReachedCommand(*commands.back());
+}
+
+// The first word that no command took; empty when there is none.
+std::string findUnexpectedWord(const CLI::App& command) {
+    for (const CLI::App* asked = &command; asked != nullptr; asked = asked->get_parent()) {
+        const auto words = asked->remaining();
+        if (!words.empty()) {
+            return words[0];
+        }
+    }
+    return "";
+}
+
+std::string describeError(const CLI::App& app, const CLI::Error& error) {
+    const CLI::App& command = findReachedCommand(app);
+    const bool needsCommand = command.get_require_subcommand_min() > 0;
+    const bool isUnexpected =
+        error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    const std::string word = findUnexpectedWord(command);
+    if (!word.empty() && (needsCommand || isUnexpected)) {
+        const char* const what = needsCommand ? "unknown command" : "unexpected argument";
+        return (word.starts_with("-") ? "unknown option" : what) + (" '" + word + "'");
+    }
+    return needsCommand && error.get_name() == "RequiredError" ? "a command is required"
+                                                               : error.what();
+}
+
+void setUpParser(CLI::App& app) {
+    app.set_version_flag("--version", app.get_name() + " " + programVersion(),
+                         "Print the version and exit");
+    app.failure_message([](const CLI::App* program, const CLI::Error& error) {
+        return program->get_name() + ": " + onOneLine(describeError(*program, error)) +
+               " (--help tells more)\n";
+    });
+    setUpHelp(app);
+}
+
+}  // namespace
+
+std::string onOneLine(std::string text, char replacement) {
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char byte) { return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f'; },
+        replacement);
+    return text;
+}
+
+void printErrors(const char* program, const std::string& lines) {
+    std::istringstream all(lines);
+    for (std::string line; std::getline(all, line);) {
+        std::fprintf(stderr, "%s: %s\n", program, line.c_str());
+    }
+}
+
+const char* programVersion() {
+    return PALLWATCH_VERSION;
+}
+
+CommandLine::CommandLine(const std::string& program, const std::string& about)
+    : app_(std::make_unique<CLI::App>(about, program)) {}
+
+CommandLine::~CommandLine() = default;
+
+Command CommandLine::program() {
+    return Command(*app_, selected_);
+}
+
+int CommandLine::run(int argc, const char* const* argv, const CompleteValue& completeValue) {
+    setUpParser(*app_);
+    if (argc > 1 && argv[1] == kComplete) {
+        const std::vector<std::string> words(argv + 2, argv + argc);
+        printNow(completion(*app_, words, completeValue));
+        return 0;
+    }
+    try {
+        app_->parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        std::ostringstream answer;  // help or version
+        const int status = app_->exit(error, answer, std::cerr);
+        printNow(answer.str());
+        return status == 0 ? 0 : kUsageError;
+    }
+    try {
+        return selected_.run ? selected_.run() : 0;
+    } catch (const UsageError& error) {
+        std::fprintf(stderr, "%s: %s: %s (--help tells more)\n", app_->get_name().c_str(),
+                     selected_.command.c_str(), onOneLine(error.what()).c_str());
+        return kUsageError;
+    }
+}
+
+}  // namespace cli

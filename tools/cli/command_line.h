@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "cli/command.h"
+#include "cli/completion_request.h"
+
+namespace cli {
+
+// The exit status of a program whose command line is invalid.
+inline constexpr int kUsageError = 2;
+
+// The text with every control character replaced, so that it fits one line.
+std::string onOneLine(std::string text, char replacement = '?');
+
+// Prints each line on standard error, with the program's name before it.
+void printErrors(const char* program, const std::string& lines);
+
+// The version of all programs, "1.2.3".
+const char* programVersion();
+
+// The command line of a program. Every program has the same form of --help, --version, and error
+// messages of one line that start with its name.
+class CommandLine {
+  public:
+    CommandLine(const std::string& program, const std::string& about);
+    ~CommandLine();
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+
+    // The program itself, to which commands and options are added.
+    Command program();
+
+    // Parses the line into the variables, then runs the work of the command that it names. Returns
+    // the exit status: that of the work, 0 after --help and --version, kUsageError after an error
+    // in the line. The hidden command "complete" prints what can stand in place of the last of its
+    // words; completeValue adds the values that the program knows. Exceptions of the work other
+    // than UsageError pass through; throws std::runtime_error when the output cannot be written.
+    int run(int argc, const char* const* argv, const CompleteValue& completeValue = {});
+
+  private:
+    std::unique_ptr<CLI::App> app_;
+    SelectedWork selected_;
+};
+
+}  // namespace cli

@@ -1,0 +1,155 @@
+#include "cli/help_text.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace cli {
+
+namespace {
+
+constexpr size_t kColumns = 80;
+constexpr size_t kTextColumn = 26;
+
+// Words that the library has for types, which tell a person nothing.
+constexpr const char* kTypes[] = {"TEXT", "INT", "UINT", "FLOAT", "BOOLEAN"};
+
+std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, separator);) {
+        parts.push_back(part);
+    }
+    return parts;
+}
+
+std::string join(const std::vector<std::string>& parts, const std::string& separator) {
+    std::string text;
+    for (const std::string& part : parts) {
+        text += (text.empty() ? "" : separator) + part;
+    }
+    return text;
+}
+
+// "  head   text", the text in a column of its own; a head that leaves it no room has its own line.
+std::string row(const std::string& head, const std::string& text) {
+    std::string line = "  " + head;
+    std::string lines;
+    if (line.size() + 2 > kTextColumn) {
+        lines = line + "\n";
+        line.clear();
+    }
+    line.resize(kTextColumn, ' ');
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        if (line.size() + 1 + word.size() > kColumns) {
+            lines += line + "\n";
+            line.assign(kTextColumn, ' ');
+        }
+        line += (line.size() == kTextColumn ? "" : " ") + word;
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    return lines + line + "\n";
+}
+
+bool repeats(const CLI::Option& option) {
+    return option.get_expected_max() >= CLI::detail::expected_max_vector_size;
+}
+
+std::string optionHead(const CLI::Option& option) {
+    std::vector<std::string> names;
+    for (const std::string& name : option.get_snames()) {
+        names.push_back("-" + name);
+    }
+    for (const std::string& name : option.get_lnames()) {
+        names.push_back("--" + name);
+    }
+    const std::string word = valueWord(option);
+    return join(names, ", ") + (word.empty() ? "" : " " + word);
+}
+
+std::string optionText(const CLI::Option& option) {
+    const std::string usual = option.get_default_str();
+    return option.get_description() + (usual.empty() ? "" : " (" + usual + ")");
+}
+
+std::vector<const CLI::Option*> optionsOf(const CLI::App& app, bool positional) {
+    return app.get_options(
+        [positional](const CLI::Option* option) { return option->get_positional() == positional; });
+}
+
+std::vector<const CLI::App*> findCommands(const CLI::App& app) {
+    return app.get_subcommands([](const CLI::App*) { return true; });
+}
+
+// "NAME [VALUE...]", what stands behind a command.
+std::string positionals(const CLI::App& app) {
+    std::vector<std::string> words;
+    for (const CLI::Option* option : optionsOf(app, true)) {
+        const std::string word = option->get_name(true) + (repeats(*option) ? "..." : "");
+        words.push_back(option->get_required() ? word : "[" + word + "]");
+    }
+    return join(words, " ");
+}
+
+std::string commandHead(const CLI::App& command) {
+    return join({command.get_name(), positionals(command)},
+                positionals(command).empty() ? "" : " ");
+}
+
+std::string usage(const CLI::App& app, const std::string& name) {
+    std::string line = "Usage: " + name + " [OPTIONS]";
+    if (!findCommands(app).empty()) {
+        line += app.get_require_subcommand_min() == 0 ? " [COMMAND]" : " COMMAND";
+    }
+    const std::string words = positionals(app);
+    return line + (words.empty() ? "" : " " + words) + "\n";
+}
+
+}  // namespace
+
+std::vector<std::string> choicesOf(const CLI::Option& option) {
+    const std::string type = option.get_type_name();
+    const size_t begin = type.find('{');
+    const size_t end = type.find('}', begin);
+    return end == std::string::npos ? std::vector<std::string>()
+                                    : split(type.substr(begin + 1, end - begin - 1), ',');
+}
+
+std::string valueWord(const CLI::Option& option) {
+    if (option.get_expected_max() == 0) {
+        return "";
+    }
+    // Checks add their own words to the type's, behind colons.
+    const std::string type = option.get_type_name();
+    std::string word = type.substr(0, type.find(':'));
+    const bool isNamed = std::find(std::begin(kTypes), std::end(kTypes), word) == std::end(kTypes);
+    if (isNamed && !word.empty()) {
+        return word;
+    }
+    const std::string choices = join(choicesOf(option), "|");
+    return choices.empty() ? "VALUE" : choices;
+}
+
+std::string helpText(const CLI::App& app, const std::string& name) {
+    std::string text = app.get_description();
+    text.erase(text.find_last_not_of('\n') + 1);
+    text += "\n" + usage(app, name);
+    for (const CLI::Option* option : optionsOf(app, true)) {
+        const std::string choices = join(choicesOf(*option), "|");
+        const std::string about = optionText(*option);
+        text += row(option->get_name(true), about.empty() ? choices : about);
+    }
+    text += "Options:\n";
+    for (const CLI::Option* option : optionsOf(app, false)) {
+        text += row(optionHead(*option), optionText(*option));
+    }
+    const auto commands = findCommands(app);
+    text += commands.empty() ? "" : "Commands (COMMAND --help tells more):\n";
+    for (const CLI::App* command : commands) {
+        text += row(commandHead(*command), command->get_description());
+    }
+    const std::string notes = app.get_footer();
+    return text + (notes.empty() ? "" : "\n" + notes + "\n");
+}
+
+}  // namespace cli

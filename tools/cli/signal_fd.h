@@ -1,0 +1,29 @@
+#pragma once
+
+#include <csignal>
+#include <initializer_list>
+
+#include "cli/file_descriptor.h"
+
+namespace cli {
+
+// The signals that ask a process to end.
+inline constexpr std::initializer_list<int> kTerminationSignals = {SIGINT, SIGTERM, SIGHUP,
+                                                                   SIGQUIT};
+
+// Signals to be read from a descriptor: from construction on they are blocked, also in threads and
+// processes that are started later. Construct it before any thread. Used by one thread.
+class SignalFD {
+  public:
+    explicit SignalFD(std::initializer_list<int> signals);
+
+    // Readable once a signal has arrived.
+    int descriptor() const { return descriptor_.get(); }
+    // The number of the next signal; 0 when there is none.
+    int take();
+
+  private:
+    FileDescriptor descriptor_;
+};
+
+}  // namespace cli

@@ -1,0 +1,54 @@
+#include "client/device_path.h"
+
+namespace client {
+
+std::string DevicePath::home() const {
+    const size_t dot = path_.rfind('.');
+    return path_.substr(dot == std::string::npos ? 0 : dot + 1);
+}
+
+std::string DevicePath::leafName(const std::string& name) const {
+    for (const std::string& prefix : {path_ + '.', home() + '.'}) {
+        if (name.starts_with(prefix)) {
+            return name.substr(prefix.size());
+        }
+    }
+    return name;
+}
+
+std::string DevicePath::fullName(const std::string& name) const {
+    return path_ + '.' + leafName(name);
+}
+
+bool DevicePath::handleMessage(const TarnInternalMessage& message, ParameterCache& cache) const {
+    if (message.type() != MessageType::NOT) {
+        return false;
+    }
+    const cJSON* param = jsonMember(message.data(), "param");
+    const cJSON* values = message.objectName() == path_ ? param : nullptr;
+    const cJSON* value = nullptr;
+    cJSON_ArrayForEach(value, values) {
+        if (value->string) {
+            cache.announce(fullName(value->string), value);
+        }
+    }
+    return (message.objectName() == path_ || message.objectName() == home()) &&
+           jsonMember(param, kFirstNotification);
+}
+
+void DevicePath::handleDescriptors(const TarnInternalMessage& message,
+                                   ParameterCache& cache) const {
+    if (message.type() != MessageType::RSP || message.objectName() != path_) {
+        return;
+    }
+    const cJSON* named = jsonMember(message.data(), "paramDescriptor");
+    const cJSON* device = jsonMember(jsonMember(message.data(), "param"), kWholeDevice);
+    for (const cJSON* parameters : {named, jsonMember(device, "params")}) {
+        for (Parameter& parameter : decodeParameters(parameters)) {
+            parameter.descriptor.name = fullName(parameter.descriptor.name);
+            cache.describe(std::move(parameter));
+        }
+    }
+}
+
+}  // namespace client

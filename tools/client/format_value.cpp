@@ -1,0 +1,100 @@
+#include "client/format_value.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+
+#include "cli/escape.h"
+#include "client/parse_struct.h"
+#include "model/numbers.h"
+
+namespace client {
+
+namespace {
+
+constexpr double kLargestAddress = 4294967295.0;
+constexpr int kMostDecimals = 17;  // a double says nothing beyond
+
+// With a precision below 0 the shortest text that reads back as the same number.
+std::string decimal(double number, int precision) {
+    std::array<char, 400> text;  // the largest double has 309 digits before the point
+    char* const end = text.data() + text.size();
+    const auto result = precision < 0
+                            ? std::to_chars(text.data(), end, number)
+                            : std::to_chars(text.data(), end, number, std::chars_format::fixed,
+                                            std::min(precision, kMostDecimals));
+    return {text.data(), result.ptr};
+}
+
+std::string dotted(double number) {
+    const in_addr address{htonl(saturatedUInt32(number))};
+    std::array<char, INET_ADDRSTRLEN> text{};
+    inet_ntop(AF_INET, &address, text.data(), text.size());
+    return text.data();
+}
+
+const Choice* choiceOf(const Descriptor& descriptor, double number) {
+    const auto& choices = descriptor.choices;
+    const auto found = std::find_if(choices.begin(), choices.end(), [number](const Choice& each) {
+        return static_cast<double>(each.value) == number;
+    });
+    return found == choices.end() ? nullptr : &*found;
+}
+
+std::string humanNumber(const Descriptor& descriptor, double number) {
+    if (const Choice* choice = choiceOf(descriptor, number)) {
+        return cli::escapeForTerminal(choice->name);
+    }
+    if (descriptor.type == "FLOAT") {
+        return decimal(number, descriptor.precision);
+    }
+    if (std::trunc(number) != number) {
+        return decimal(number, -1);
+    }
+    if (isAddress(descriptor) && number >= 0 && number <= kLargestAddress) {
+        return dotted(number);
+    }
+    return decimal(number + 0.0, 0);  // no integer is "-0"
+}
+
+std::string humanStructure(const cJSON* structure) {
+    std::string text;
+    for (const Parameter& member : decodeMembers(structure)) {
+        text += text.empty() ? "" : kMemberGap;
+        text += cli::escapeForTerminal(member.descriptor.name) + "=";
+        text += formatValue(member.descriptor, member.value.get());
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string formatValue(const Descriptor& descriptor, const cJSON* value) {
+    if (!value || cJSON_IsNull(value)) {
+        return "-";
+    }
+    if (cJSON_IsNumber(value)) {
+        return humanNumber(descriptor, value->valuedouble);
+    }
+    if (const char* text = jsonText(value)) {
+        return cli::escapeForTerminal(text);
+    }
+    if (descriptor.type == kStructureType && cJSON_IsObject(value)) {
+        return humanStructure(value);
+    }
+    return cli::escapeForTerminal(renderJSON(value, false));
+}
+
+std::string choiceNames(const Descriptor& descriptor) {
+    std::string names;
+    for (const Choice& choice : descriptor.choices) {
+        names += (names.empty() ? "" : ", ") + cli::escapeForTerminal(choice.name);
+    }
+    return names;
+}
+
+}  // namespace client

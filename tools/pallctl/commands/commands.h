@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/command_line.h"
+#include "client/client.h"
+#include "pallctl/options.h"
+
+// The commands of pallctl, each in the file of its name. An add function describes the command and
+// its work to the command line.
+
+namespace pallctl {
+
+using AddCommand = void (*)(cli::Command program, const Options& options);
+
+void addDescribe(cli::Command program, const Options& options);
+void addGet(cli::Command program, const Options& options);
+void addList(cli::Command program, const Options& options);
+void addMonitor(cli::Command program, const Options& options);
+void addNetwork(cli::Command program, const Options& options);
+void addSet(cli::Command program, const Options& options);
+void addTop(cli::Command program, const Options& options);
+void addVersion(cli::Command program, const Options& options);
+void addWait(cli::Command program, const Options& options);
+void addWatch(cli::Command program, const Options& options);
+
+// For a command with one output format: throws cli::UsageError when another one is requested.
+void requirePlainFormat(const Options& options);
+
+// The parameters of these names that the device describes; reports the others as not found, and
+// raises the status accordingly.
+std::vector<const client::Parameter*> findParameters(const client::Client& client,
+                                                     const std::vector<std::string>& names,
+                                                     ExitStatus& status);
+
+}  // namespace pallctl

@@ -1,0 +1,198 @@
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bus/message_types.h"
+#include "cli/signal_fd.h"
+#include "cli/standard_output.h"
+#include "pallctl/commands/commands.h"
+#include "pallctl/values/traffic_line.h"
+#include "recording/recording.h"
+
+namespace pallctl {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kMaxWait = 1h;  // messages and signals end it earlier
+
+constexpr const char* kNotes =
+    "A line is time, type, sender -> addressee (* is everybody), object, content, id;\n"
+    "on a terminal it is cut to its width. With -j, -k or into a file it is complete.\n"
+    "The bus decides what it shows: never logins, subscriptions and heartbeats of\n"
+    "others; responses to others only if it supports receiveAll.\n"
+    "Only the recording has exact bytes and times.";
+
+struct Filter {
+    std::vector<std::string> objects;  // with all below them; empty: all
+    std::set<std::string> types;       // words of the wire; empty: all
+};
+
+// The width of the terminal; 0 when there is none, or it is unknown.
+size_t terminalColumns() {
+    winsize size{};
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+bool isAtOrBelow(const std::string& object, const std::string& path) {
+    return object == path || object.starts_with(path + '.');
+}
+
+// Prints the messages that pass over the bus, one line each, for as long as the output has a
+// reader, and reconnects whenever the bus was away.
+class Monitor {
+  public:
+    // `recording`: the file for the messages that are shown; empty for none.
+    Monitor(const client::ConnectionOptions& connection, const Style& style, Filter filter,
+            std::string recording);
+
+    // kSuccess, also after a termination signal while recording; kNoBus when there is no bus to
+    // begin with, and the file is left alone then. Throws std::runtime_error when the recording or
+    // standard output cannot be written.
+    ExitStatus run();
+
+  private:
+    void startRecording();
+    void follow();
+    void handlePayload(std::string_view payload);
+    bool isWanted(const std::string& type, const std::string& object) const;
+    void checkRecording() const;
+
+    client::Client client_;
+    Style style_;
+    Filter filter_;
+    std::string recording_;
+    std::unique_ptr<cli::SignalFD> signals_;
+    std::unique_ptr<recording::Writer> writer_;
+};
+
+// The signals are blocked before the writer starts its thread, so that no thread receives them.
+Monitor::Monitor(const client::ConnectionOptions& connection, const Style& style, Filter filter,
+                 std::string recording)
+    : client_(connection, client::Subscription::traffic),
+      style_(style),
+      filter_(std::move(filter)),
+      recording_(std::move(recording)) {
+    if (!recording_.empty()) {
+        signals_ = std::make_unique<cli::SignalFD>(cli::kTerminationSignals);
+        client_.session().endWith(signals_->descriptor());
+    }
+}
+
+ExitStatus Monitor::run() {
+    const ExitStatus status = client_.waitForBus();
+    if (status != kSuccess) {
+        return status;
+    }
+    startRecording();
+    do {
+        follow();
+    } while (client_.reconnect());
+    if (writer_) {
+        writer_->finish();
+        checkRecording();
+    }
+    return kSuccess;
+}
+
+// Overwrites the file, so only when there is a bus to record.
+void Monitor::startRecording() {
+    if (!recording_.empty() && client_.session().isOpen()) {
+        writer_ = std::make_unique<recording::Writer>(recording_, "pallctl");
+    }
+}
+
+// Until the connection is lost.
+void Monitor::follow() {
+    client::BusSession& session = client_.session();
+    session.flush();
+    while (!session.outputGone()) {
+        if (const auto payload = session.receivePayload(client::Clock::now() + kMaxWait)) {
+            client_.reportConnection();
+            handlePayload({payload->data(), payload->size() - 1});
+        } else if (!session.isOpen()) {
+            return;
+        }
+    }
+}
+
+void Monitor::handlePayload(std::string_view payload) {
+    const MessageHead head = parseMessageHead(payload);
+    // Responses to this process belong to its own login and heartbeats.
+    if (head.to == client::ownConnectionID() || !isWanted(head.type, head.object)) {
+        return;
+    }
+    const auto now = std::chrono::system_clock::now();
+    cli::printNow(formatMessageLine(payload, now, style_, terminalColumns()));
+    if (writer_) {
+        writer_->record(head.from, payload);
+        checkRecording();
+    }
+}
+
+bool Monitor::isWanted(const std::string& type, const std::string& object) const {
+    const auto& objects = filter_.objects;
+    return (filter_.types.empty() || filter_.types.contains(type)) &&
+           (objects.empty() ||
+            std::any_of(objects.begin(), objects.end(),
+                        [&](const std::string& path) { return isAtOrBelow(object, path); }));
+}
+
+void Monitor::checkRecording() const {
+    if (const auto failure = writer_->failure()) {
+        throw std::runtime_error(*failure);
+    }
+}
+
+struct Arguments {
+    std::vector<std::string> objects;
+    std::vector<std::string> types;
+    std::string recording;
+};
+
+std::vector<std::string> allTypes() {
+    constexpr int kTypes = static_cast<int>(MessageType::none);
+    std::vector<std::string> words;
+    words.reserve(kTypes);
+    for (int type = 0; type < kTypes; ++type) {
+        words.emplace_back(typeWord(static_cast<MessageType>(type)));
+    }
+    return words;
+}
+
+// The object of --object is one more object to show.
+Filter makeFilter(const Options& options, const Arguments& arguments) {
+    Filter filter{arguments.objects, {arguments.types.begin(), arguments.types.end()}};
+    if (!options.object().empty()) {
+        filter.objects.push_back(options.object());
+    }
+    return filter;
+}
+
+}  // namespace
+
+void addMonitor(cli::Command program, const Options& options) {
+    cli::Command command = program.addCommand("monitor", "Print the messages on the bus, decoded");
+    const auto arguments = std::make_shared<Arguments>();
+    command.add("OBJECT", arguments->objects, "Only these and all below them");
+    command.add("--type", arguments->types, "Only this type; repeatable")
+        .oneEachTime()
+        .choices(allTypes());
+    command.add("--record", arguments->recording, "Record the messages to this file").kind("FILE");
+    command.notes(kNotes);
+    command.work([&options, arguments] {
+        return Monitor(options.connection(), options.style(), makeFilter(options, *arguments),
+                       arguments->recording)
+            .run();
+    });
+}
+
+}  // namespace pallctl

@@ -1,0 +1,94 @@
+#include "pallctl/completion.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+
+#include "bus/misframed.h"
+#include "client/client.h"
+#include "model/log.h"
+#include "pallctl/network/network_plan.h"
+#include "pallctl/values/candidates.h"
+
+namespace pallctl {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Somebody waits at the keyboard.
+constexpr std::chrono::milliseconds kTimeout = 500ms;
+
+using OfferWords = std::vector<cli::Completion> (*)(const std::vector<const client::Parameter*>&,
+                                                    const client::DevicePath&, const std::string&);
+
+struct Kind {
+    const char* name;
+    OfferWords offer;
+};
+constexpr Kind kKinds[] = {
+    {"NAME", completeNames},
+    {"NAME=VALUE", completeAssignments},
+};
+
+std::string given(const cli::CompletionRequest& request, const char* option,
+                  const std::string& otherwise) {
+    const auto found = request.options.find(option);
+    return found == request.options.end() ? otherwise : found->second;
+}
+
+client::ConnectionOptions reachOf(const cli::CompletionRequest& request) {
+    client::ConnectionOptions connection;
+    connection.object = given(request, "--object", connection.object);
+    const std::string port = given(request, "--port", "");
+    std::from_chars(port.data(), port.data() + port.size(), connection.port);
+    return connection;
+}
+
+bool readAll(client::Client& client) {
+    const client::Deadline giveUp = client::Clock::now() + kTimeout;
+    if (!client.connect(giveUp)) {
+        return false;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(giveUp - client::Clock::now());
+    return client.device().read(client.catalogue(), left);
+}
+
+// What cannot be set is not offered to be set.
+void keepSettable(std::vector<const client::Parameter*>& parameters) {
+    const auto readOnly = [](const client::Parameter* parameter) {
+        return parameter->descriptor.readOnly;
+    };
+    parameters.erase(std::remove_if(parameters.begin(), parameters.end(), readOnly),
+                     parameters.end());
+}
+
+}  // namespace
+
+std::vector<cli::Completion> completeFromDevice(const cli::CompletionRequest& request) {
+    const auto* kind = std::find_if(std::begin(kKinds), std::end(kKinds), [&](const Kind& each) {
+        return request.kind == each.name && request.option.empty();
+    });
+    const auto* const setting =
+        std::find_if(kNetworkMembers.begin(), kNetworkMembers.end(),
+                     [&](const NetworkMember& each) { return request.option == each.option; });
+    if (kind == std::end(kKinds) && setting == kNetworkMembers.end()) {
+        return {};
+    }
+    replaceLogSink([](int, const std::string&) {});
+    lumo::replaceMisframedSink([](std::string_view) {});
+    client::Client client(reachOf(request), client::Subscription::answers);
+    if (!readAll(client)) {
+        return {};
+    }
+    if (setting != kNetworkMembers.end()) {
+        return completeValues(client.cache().find(client.device().fullName(setting->leaf)));
+    }
+    std::vector<const client::Parameter*> parameters = client.described();
+    if (request.command == "set") {
+        keepSettable(parameters);
+    }
+    return kind->offer(parameters, client::DevicePath(client.device().object()), request.word);
+}
+
+}  // namespace pallctl

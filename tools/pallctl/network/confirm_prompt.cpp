@@ -1,0 +1,153 @@
+#include "pallctl/network/confirm_prompt.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <strings.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include "client/client.h"
+#include "pallctl/network/commit_confirmed.h"
+
+namespace pallctl {
+
+namespace {
+
+constexpr const char* kSubject = "network";
+constexpr size_t kMaxAnswerBytes = 4096;
+
+}  // namespace
+
+ConfirmPrompt::ConfirmPrompt(DetachedProcess& process, cli::SignalFD& signals,
+                             std::chrono::milliseconds patience)
+    : process_(process), patience_(patience), signals_(signals) {}
+
+ExitStatus ConfirmPrompt::run() {
+    while (!ended_ && !leaving_) {
+        waitForNews();
+    }
+    if (leaving_) {
+        say("not waiting; the previous settings are being restored in the background");
+        return kInDoubt;
+    }
+    const auto status = process_.wait();
+    endPrompt();
+    if (!status) {
+        say("the process that would restore the previous settings was killed");
+    }
+    return static_cast<ExitStatus>(status.value_or(kInDoubt));
+}
+
+void ConfirmPrompt::waitForNews() {
+    std::array<pollfd, 3> watched{{{process_.line(), POLLIN, 0},
+                                   {signals_.descriptor(), POLLIN, 0},
+                                   {asking_ ? STDIN_FILENO : -1, POLLIN, 0}}};
+    if (::poll(watched.data(), watched.size(), -1) < 0) {
+        if (errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "poll");
+        }
+        return;
+    }
+    if (watched[0].revents != 0) {
+        readProcess();
+    }
+    if (watched[1].revents != 0) {
+        readSignal();
+    }
+    if (watched[2].revents != 0) {
+        readUserInput();
+    }
+}
+
+void ConfirmPrompt::readProcess() {
+    const std::string text = receiveText(process_.line());
+    if (text.empty()) {
+        ended_ = true;
+    } else if (text.front() == sign::kReport) {
+        // It asks last: whatever it says then means that there is nothing left to answer.
+        asking_ = false;
+        say(text.substr(1));
+    } else if (!reverting_) {
+        asking_ = true;
+        deadline_ = client::Clock::now() + patience_;
+        ask();
+    }
+}
+
+void ConfirmPrompt::readSignal() {
+    const int signal = signals_.take();
+    if (signal == 0) {
+        return;
+    }
+    // A terminal that closes says so in more than one way.
+    leaving_ = reverting_ && signal != SIGHUP;
+    revert();
+}
+
+void ConfirmPrompt::readUserInput() {
+    std::array<char, kMaxAnswerBytes> chunk;
+    const ssize_t size = ::read(STDIN_FILENO, chunk.data(), chunk.size());
+    typed_.append(chunk.data(), size > 0 ? static_cast<size_t>(size) : 0);
+    for (size_t end = typed_.find('\n'); asking_ && end != std::string::npos;
+         end = typed_.find('\n')) {
+        take(typed_.substr(0, end));
+        typed_.erase(0, end + 1);
+    }
+    if (asking_ && (size <= 0 || typed_.size() > kMaxAnswerBytes)) {
+        say(size <= 0 ? "the input ended without a yes" : "invalid answer");
+        revert();
+    }
+}
+
+void ConfirmPrompt::take(const std::string& answer) {
+    promptOpen_ = false;  // the terminal shows the end of the line that was typed
+    if (::strcasecmp(answer.c_str(), "yes") == 0) {
+        asking_ = false;
+        sendText(process_.line(), std::string(1, sign::kKeep));
+    } else if (::strcasecmp(answer.c_str(), "no") == 0) {
+        revert();
+    } else {
+        ask();
+    }
+}
+
+void ConfirmPrompt::ask() {
+    endPrompt();
+    const auto left =
+        std::chrono::ceil<std::chrono::seconds>(deadline_ - client::Clock::now()).count();
+    const std::string time = std::to_string(std::max<decltype(left)>(left, 0)) + " s";
+    if (::isatty(STDIN_FILENO) == 0) {
+        say("write yes to the standard input within " + time +
+            " to keep these settings; its end restores the previous ones");
+        return;
+    }
+    promptOpen_ = true;
+    std::fprintf(stderr, "Keep these settings? Type yes within %s, or no: ", time.c_str());
+}
+
+void ConfirmPrompt::endPrompt() {
+    if (promptOpen_) {
+        std::fputc('\n', stderr);
+    }
+    promptOpen_ = false;
+}
+
+void ConfirmPrompt::say(const std::string& text) {
+    endPrompt();
+    client::complain(kSubject, text);
+}
+
+void ConfirmPrompt::revert() {
+    if (!reverting_) {
+        sendText(process_.line(), std::string(1, sign::kRevert));
+    }
+    reverting_ = true;
+    asking_ = false;
+}
+
+}  // namespace pallctl

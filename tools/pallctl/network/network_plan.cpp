@@ -1,0 +1,121 @@
+#include "pallctl/network/network_plan.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+
+namespace pallctl {
+
+namespace {
+
+// A network of so few hosts has no address of its own and none for all of them (RFC 3021).
+constexpr uint32_t kSmallestHostPart = 3;
+
+uint32_t hostPart(const NetworkSettings& settings) {
+    return ~settings.netmask;
+}
+
+bool hasHoles(const NetworkSettings& settings) {
+    return (hostPart(settings) & (hostPart(settings) + 1)) != 0;
+}
+
+bool isNoHost(uint32_t address) {
+    const uint32_t first = address >> 24;
+    return first == 0 || first == 127 || first >= 224;
+}
+
+bool isNoUnicast(const NetworkSettings& settings) {
+    return isNoHost(settings.ip);
+}
+
+bool isReserved(uint32_t address, const NetworkSettings& settings) {
+    const uint32_t host = address & hostPart(settings);
+    return hostPart(settings) >= kSmallestHostPart && (host == 0 || host == hostPart(settings));
+}
+
+bool addressIsReserved(const NetworkSettings& settings) {
+    return isReserved(settings.ip, settings);
+}
+
+bool gatewayIsOutside(const NetworkSettings& settings) {
+    return ((settings.ip ^ settings.gateway) & settings.netmask) != 0;
+}
+
+bool gatewayIsReserved(const NetworkSettings& settings) {
+    return isReserved(settings.gateway, settings);
+}
+
+bool gatewayIsItself(const NetworkSettings& settings) {
+    return settings.gateway == settings.ip;
+}
+
+struct Objection {
+    bool (*holds)(const NetworkSettings&);
+    const NetworkMember& member;
+    const char* text;
+};
+
+constexpr const NetworkMember& kNetmask = kNetworkMembers[0];
+constexpr const NetworkMember& kGateway = kNetworkMembers[1];
+constexpr const NetworkMember& kAddress = kNetworkMembers[2];
+
+// Each row takes for granted that those above do not hold.
+constexpr Objection kObjections[] = {
+    {hasHoles, kNetmask, "has zeros before ones"},
+    {isNoUnicast, kAddress, "is no address of a host"},
+    {addressIsReserved, kAddress, "stands for the whole network, or for all hosts in it"},
+    {gatewayIsOutside, kGateway, "is not in the network of the address"},
+    {gatewayIsReserved, kGateway, "stands for the whole network, or for all hosts in it"},
+    {gatewayIsItself, kGateway, "is the address of the frame itself"},
+};
+
+}  // namespace
+
+const NetworkMember* networkMember(const std::string& leaf) {
+    const auto* const member =
+        std::find_if(kNetworkMembers.begin(), kNetworkMembers.end(),
+                     [&](const NetworkMember& each) { return leaf == each.leaf; });
+    return member == kNetworkMembers.end() ? nullptr : member;
+}
+
+std::optional<uint32_t> addressOf(const std::string& text) {
+    in_addr address{};
+    if (inet_pton(AF_INET, text.c_str(), &address) != 1 || text.find('\0') != std::string::npos) {
+        return std::nullopt;
+    }
+    const uint32_t number = ntohl(address.s_addr);
+    return isValidAddress(number) ? std::optional(number) : std::nullopt;
+}
+
+NetworkSettings merged(NetworkSettings before, const NetworkSettings& wish) {
+    for (const NetworkMember& member : kNetworkMembers) {
+        if (wish.*member.value != 0) {
+            before.*member.value = wish.*member.value;
+        }
+    }
+    return before;
+}
+
+std::vector<const NetworkMember*> differences(const NetworkSettings& one,
+                                              const NetworkSettings& other) {
+    std::vector<const NetworkMember*> members;
+    for (const NetworkMember& member : kNetworkMembers) {
+        if (one.*member.value != other.*member.value) {
+            members.push_back(&member);
+        }
+    }
+    return members;
+}
+
+std::string findReachabilityProblem(const NetworkSettings& settings) {
+    const auto* row =
+        std::find_if(std::begin(kObjections), std::end(kObjections),
+                     [&](const Objection& objection) { return objection.holds(settings); });
+    if (row == std::end(kObjections)) {
+        return "";
+    }
+    return std::string(row->member.option) + " " + dottedText(settings.*row->member.value) + ": " +
+           row->text;
+}
+
+}  // namespace pallctl

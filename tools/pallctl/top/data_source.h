@@ -1,0 +1,52 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "client/client.h"
+#include "pallctl/top/device_state.h"
+#include "pallctl/top/render_input.h"
+#include "pallctl/top/view.h"
+
+namespace pallctl::top {
+
+// The source of what is shown: a device, or a recording of one. Owns the device state. Never
+// blocks. Used by one thread.
+class DataSource {
+  public:
+    virtual ~DataSource() = default;
+
+    const DeviceState& state() const { return state_; }
+
+    // Readable when step() has something to do; -1 for none.
+    virtual int descriptor() const = 0;
+    // Updates state and view, `elapsed` after the previous call.
+    virtual void step(View& view, Moment elapsed) = 0;
+    // When the next step is due if the descriptor does not become readable; empty: never.
+    virtual std::optional<Moment> untilNext() const = 0;
+    // The current time on the time axis of the state.
+    virtual Moment now() const = 0;
+    virtual Status status() const = 0;
+    // Carries out the request of a key, and tells the view the result.
+    virtual void carryOut(Request request, View& view) = 0;
+    // Ends a recording. Returns the first failure of any recording, "PATH: reason"; empty on
+    // success.
+    virtual std::optional<std::string> finish() { return std::nullopt; }
+
+  protected:
+    explicit DataSource(const std::string& object) : state_(object) {}
+
+    DeviceState state_;
+};
+
+// The device on the bus; what is heard of it goes into the file `recordTo` from the beginning
+// unless that is empty. Throws std::runtime_error when that file cannot be made.
+std::unique_ptr<DataSource> makeLiveSource(const client::ConnectionOptions& connection,
+                                           const std::string& recordTo);
+
+// The recording in that file, for the device of that object. Throws cli::UsageError when it cannot
+// be read, or is none.
+std::unique_ptr<DataSource> makeRecordingSource(const std::string& path, const std::string& object);
+
+}  // namespace pallctl::top

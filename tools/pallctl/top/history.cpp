@@ -1,0 +1,87 @@
+#include "pallctl/top/history.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace pallctl::top {
+
+namespace {
+
+constexpr double kNarrowest = 0.05;
+
+constexpr std::array<const char*, 8> kBlocks{"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
+constexpr std::array<const char*, 8> kLetters{"_", ".", ":", "-", "=", "+", "*", "#"};
+
+std::size_t levelOf(double reading, const Scale& scale) {
+    const double part =
+        scale.high > scale.low ? (reading - scale.low) / (scale.high - scale.low) : 0;
+    const double level = std::floor(part * static_cast<double>(kBlocks.size()));
+    return static_cast<std::size_t>(
+        std::clamp(level, 0.0, static_cast<double>(kBlocks.size() - 1)));
+}
+
+}  // namespace
+
+void History::add(Moment at, Reading reading) {
+    samples_.push_back({at, reading});
+    while (samples_.size() > 1 && samples_[1].at <= at - kGraphSpan) {
+        samples_.pop_front();
+    }
+}
+
+Reading History::last() const {
+    return samples_.empty() ? std::nullopt : samples_.back().reading;
+}
+
+std::vector<Reading> History::lowest(Moment now, std::size_t count) const {
+    std::vector<Reading> readings;
+    if (count == 0) {
+        return readings;
+    }
+    const Moment length = Moment(kGraphSpan) / static_cast<Moment::rep>(count);
+    const Moment end = (now / length + 1) * length;
+    for (std::size_t column = count; column > 0; --column) {
+        const Moment from = end - static_cast<Moment::rep>(column) * length;
+        readings.push_back(lowestBetween(from, std::min(from + length, now + Moment(1))));
+    }
+    return readings;
+}
+
+Reading History::lowestBetween(Moment from, Moment to) const {
+    const auto isLater = [](Moment time, const Sample& sample) { return time < sample.at; };
+    auto sample = std::upper_bound(samples_.begin(), samples_.end(), from, isLater);
+    Reading lowest = sample != samples_.begin() ? std::prev(sample)->reading : std::nullopt;
+    for (; sample != samples_.end() && sample->at < to; ++sample) {
+        if (sample->reading) {
+            lowest = std::min(lowest.value_or(*sample->reading), *sample->reading);
+        }
+    }
+    return lowest;
+}
+
+std::optional<Scale> scaleOf(const std::vector<Reading>& readings) {
+    std::optional<Scale> scale;
+    for (const Reading& reading : readings) {
+        if (reading) {
+            scale = scale.value_or(Scale{*reading, *reading});
+            scale->low = std::min(scale->low, *reading);
+            scale->high = std::max(scale->high, *reading);
+        }
+    }
+    return scale;
+}
+
+std::string sparkline(const std::vector<Reading>& readings, const Scale& scale, Charset charset) {
+    const double lacking = kNarrowest * std::abs(scale.high) - (scale.high - scale.low);
+    const double widening = std::max(0.0, lacking / 2);
+    const Scale shown{scale.low - widening, scale.high + widening};
+    const auto& marks = charset == Charset::unicode ? kBlocks : kLetters;
+    std::string graph;
+    for (const Reading& reading : readings) {
+        graph += reading ? marks[levelOf(*reading, shown)] : " ";
+    }
+    return graph;
+}
+
+}  // namespace pallctl::top

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+
+namespace pallctl::top {
+
+// What a key of the keyboard stands for.
+enum class KeyCode {
+    character,
+    up,
+    down,
+    left,
+    right,
+    pageUp,
+    pageDown,
+    home,
+    end,
+    enter,
+    escape,
+    backspace,
+    erase,      // the character under the cursor
+    clearLine,  // all that was typed
+    tab,
+    redraw,
+};
+
+struct Key {
+    KeyCode code = KeyCode::character;
+    std::string text;  // of a character: its bytes in the locale's character set
+};
+
+}  // namespace pallctl::top

@@ -1,0 +1,210 @@
+#include "pallctl/top/layout.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "pallctl/top/help.h"
+#include "pallctl/top/lines.h"
+#include "pallctl/top/panels.h"
+#include "pallctl/top/status_lines.h"
+
+namespace pallctl::top {
+
+namespace {
+
+using client::Parameter;
+
+// Which parts a screen has room for.
+struct Plan {
+    bool panels = false;  // beside each other
+    bool stacked = false;
+    std::size_t panelRows = 0;
+    std::size_t footRows = 0;  // notice or question, and the keys
+    std::size_t tableRows = 0;
+};
+
+constexpr std::size_t kHeadRows = 1;
+constexpr std::size_t kPanelRows = 7;     // three and three, and a blank line
+constexpr std::size_t kStackedRows = 11;  // three, three and four, and a blank line
+constexpr std::size_t kSideColumns = 40;
+constexpr Size kRoomForPanels{16, 80};
+constexpr Size kRoomForStack{24, 44};
+constexpr std::size_t kRoomForFoot = 4;
+
+constexpr std::size_t kNameColumns = 24;
+constexpr std::size_t kLabelColumns = 22;
+constexpr std::size_t kTimeColumns = 9;
+constexpr std::size_t kRoomForLabels = 90;
+
+bool holds(const Size& size, const Size& room) {
+    return size.rows >= room.rows && size.columns >= room.columns;
+}
+
+Plan planOf(const Size& size) {
+    Plan plan;
+    plan.panels = holds(size, kRoomForPanels);
+    plan.stacked = !plan.panels && holds(size, kRoomForStack);
+    plan.panelRows = plan.panels ? kPanelRows : plan.stacked ? kStackedRows : 0;
+    plan.footRows = size.rows >= kRoomForFoot ? 2 : size.rows > kHeadRows ? 1 : 0;
+    const std::size_t others = kHeadRows + plan.panelRows + plan.footRows;
+    plan.tableRows = size.rows > others ? size.rows - others : 0;
+    return plan;
+}
+
+std::vector<Line> panelsOf(const RenderInput& input, const Size& size, const Plan& plan) {
+    std::vector<Line> lines = portsPanel(input);
+    const std::vector<Line> pair = pairPanel(input);
+    lines.insert(lines.end(), pair.begin(), pair.end());
+    const std::size_t columns = size.columns - (plan.panels ? kSideColumns : 0);
+    const std::vector<Line> voltages = voltagesPanel(input, columns);
+    if (plan.stacked) {
+        lines.insert(lines.end(), voltages.begin(), voltages.end());
+    }
+    for (std::size_t row = 0; plan.panels && row < voltages.size(); ++row) {
+        lines[row] = fittedLine(lines[row], kSideColumns);
+        append(lines[row], voltages[row]);
+    }
+    return lines;
+}
+
+// A row of the table: a heading, or a parameter.
+struct Row {
+    Line line;
+    bool isParameter = false;
+    bool isSelected = false;
+};
+
+// As much of it as there is room for, and how many parameters there was none for.
+struct Table {
+    std::vector<Line> lines;
+    std::ptrdiff_t above = 0;
+    std::ptrdiff_t below = 0;
+};
+
+Line parameterLine(const RenderInput& input, const client::Parameter& parameter, const Size& size) {
+    const auto changedAt = input.state.changedAt(parameter.descriptor.name);
+    const bool fresh = isHighlighted(changedAt, input.now);
+    const std::string name = showable(input.state.leafName(parameter));
+    Line line{{fresh ? " *" : "  ", Style::changed},
+              {fitted(name, kNameColumns, input.charset) + " "}};
+    std::size_t others = 2 + kNameColumns + 1 + kTimeColumns;
+    if (size.columns >= kRoomForLabels) {
+        const std::string label = showable(parameter.descriptor.label);
+        line.push_back({fitted(label, kLabelColumns, input.charset) + " ", Style::dim});
+        others += kLabelColumns + 1;
+    }
+    const std::size_t room = size.columns > others ? size.columns - others : 0;
+    line.push_back(
+        {fitted(valueOf(&parameter), room, input.charset), fresh ? Style::changed : Style::plain});
+    const std::string time =
+        changedAt ? timeText(input.status.begin + *changedAt, input.now - *changedAt) : "";
+    line.push_back({rightAligned(time, kTimeColumns), Style::dim});
+    return line;
+}
+
+std::vector<Row> rowsOf(const RenderInput& input, const Size& size) {
+    std::vector<Row> rows;
+    const client::Parameter* const selected = input.view.selected();
+    for (const Section& section : input.view.sections()) {
+        rows.push_back({{{" " + showable(section.title), Style::heading}}});
+        for (const client::Parameter* parameter : section.parameters) {
+            rows.push_back({parameterLine(input, *parameter, size), true, parameter == selected});
+        }
+    }
+    return rows;
+}
+
+Line selectedLine(const Line& line, std::size_t columns) {
+    std::string text;
+    for (const Span& span : line) {
+        text += span.text;
+    }
+    return fittedLine({{text, Style::selected}}, columns, Style::selected);
+}
+
+// The rows around the selected one, which stays in the middle as long as there are rows to fill
+// the table on either side.
+Table tableOf(const RenderInput& input, const Size& size, std::size_t room) {
+    const std::vector<Row> rows = rowsOf(input, size);
+    const auto selected =
+        std::find_if(rows.begin(), rows.end(), [](const Row& row) { return row.isSelected; });
+    const auto at = static_cast<std::size_t>(selected - rows.begin());
+    const std::size_t last = rows.size() > room ? rows.size() - room : 0;
+    const std::size_t first = std::min(at > room / 2 ? at - room / 2 : 0, last);
+    const auto begin = rows.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto end = begin + static_cast<std::ptrdiff_t>(std::min(room, rows.size() - first));
+    const auto isParameter = [](const Row& row) { return row.isParameter; };
+    Table table;
+    table.above = std::count_if(rows.begin(), begin, isParameter);
+    table.below = std::count_if(end, rows.end(), isParameter);
+    std::transform(begin, end, std::back_inserter(table.lines), [&](const Row& row) {
+        return row.isSelected ? selectedLine(row.line, size.columns) : row.line;
+    });
+    return table;
+}
+
+// Where there is more, at the end of the line for notices; what that says comes first.
+Line withHidden(const Line& notice, const Table& table, std::size_t columns) {
+    std::string text;
+    if (table.above > 0) {
+        text = std::to_string(table.above) + " above";
+    }
+    if (table.below > 0) {
+        text += (text.empty() ? "" : ", ") + std::to_string(table.below) + " below";
+    }
+    const Line hidden{{text + " ", Style::dim}};
+    return !text.empty() && lineWidth(notice) + lineWidth(hidden) < columns
+               ? justified(notice, hidden, columns)
+               : notice;
+}
+
+void addLines(ScreenContent& content, std::vector<Line> lines, std::size_t count) {
+    lines.resize(count);
+    content.lines.insert(content.lines.end(), std::make_move_iterator(lines.begin()),
+                         std::make_move_iterator(lines.end()));
+}
+
+void addFoot(ScreenContent& content, const Footer& foot, const Plan& plan) {
+    const bool asks = foot.cursor.has_value();
+    if (plan.footRows == 2) {
+        content.lines.push_back(foot.notice);
+    }
+    if (plan.footRows > 0) {
+        content.lines.push_back(plan.footRows == 1 && !asks ? foot.notice : foot.keys);
+        if (asks) {
+            content.cursor = Place{content.lines.size() - 1, *foot.cursor};
+        }
+    }
+}
+
+}  // namespace
+
+std::size_t tableRows(const Size& size) {
+    return planOf(size).tableRows;
+}
+
+ScreenContent renderScreen(const RenderInput& input, const Size& size) {
+    const Plan plan = planOf(size);
+    ScreenContent content;
+    content.lines.push_back(renderTitleBar(input, size.columns));
+    Footer foot = renderFooter(input, size.columns);
+    if (input.view.mode() == Mode::help) {
+        addLines(content, helpLines(input), plan.panelRows + plan.tableRows);
+    } else {
+        if (plan.panelRows > 0) {
+            addLines(content, panelsOf(input, size, plan), plan.panelRows);
+        }
+        Table table = tableOf(input, size, plan.tableRows);
+        foot.notice = withHidden(foot.notice, table, size.columns);
+        addLines(content, std::move(table.lines), plan.tableRows);
+    }
+    addFoot(content, foot, plan);
+    content.lines.resize(size.rows);
+    for (Line& line : content.lines) {
+        line = fittedLine(line, size.columns);
+    }
+    return content;
+}
+
+}  // namespace pallctl::top

@@ -1,0 +1,145 @@
+#include "pallctl/top/panels.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "client/format_value.h"
+#include "model/numbers.h"
+#include "pallctl/top/lines.h"
+#include "systemstate/ethernet_interface_status.h"
+
+namespace pallctl::top {
+
+namespace {
+
+constexpr std::size_t kTitleColumns = 9;
+constexpr std::size_t kValueColumns = 9;
+constexpr std::size_t kRangeColumns = 14;
+constexpr std::size_t kWidestGraph = 60;
+constexpr int kDecimals = 2;
+
+std::string text(const RenderInput& input, const std::string& leaf) {
+    return valueOf(input.state.find(leaf));
+}
+
+// The number that the parameter holds, -1 when it holds none.
+double number(const RenderInput& input, const std::string& leaf) {
+    const client::Parameter* const parameter = input.state.find(leaf);
+    const bool holdsOne = parameter && cJSON_IsNumber(parameter->value.get());
+    return holdsOne ? parameter->value->valuedouble : -1;
+}
+
+bool hasChanged(const RenderInput& input, const char* leaf) {
+    const client::Parameter* const parameter = input.state.find(leaf);
+    return parameter && isHighlighted(input.state.changedAt(parameter->descriptor.name), input.now);
+}
+
+Span titleCell(const std::string& title) {
+    return {" " + fitted(title, kTitleColumns, Charset::unicode) + " "};
+}
+
+struct PortWords {
+    PortStatus status;
+    const char* text;
+    Style style;
+};
+constexpr std::array<PortWords, 4> kPortWords{
+    {{PortStatus::linkDown, "link down", Style::bad},
+     {PortStatus::active, "link up, active", Style::good},
+     {PortStatus::linkUp, "link up", Style::plain},
+     {PortStatus::other, "neither up nor down", Style::bad}}};
+
+Line portLine(const RenderInput& input, const std::string& title, const char* leaf) {
+    Line line{titleCell(title)};
+    const double status = number(input, leaf);
+    const auto* const words = std::find_if(
+        kPortWords.begin(), kPortWords.end(),
+        [&](const PortWords& each) { return static_cast<double>(each.status) == status; });
+    if (words == kPortWords.end()) {
+        line.push_back({text(input, leaf), Style::dim});
+    } else {
+        const bool changed = hasChanged(input, leaf);
+        line.push_back({words->text, changed ? Style::changed : words->style});
+    }
+    return line;
+}
+
+Line controllerLine(const RenderInput& input, const char* title, const std::string& prefix) {
+    if (number(input, prefix + "Present") != 1) {
+        return {titleCell(title), {"not present", Style::dim}};
+    }
+    const bool active = number(input, prefix + "Active") == 1;
+    return {titleCell(title),
+            {active ? "active   " : "standby  ", active ? Style::good : Style::plain},
+            {text(input, prefix + "Version") + "  " + text(input, prefix + "IPAddress")}};
+}
+
+std::string decimals(double volts, int precision) {
+    client::Descriptor descriptor;
+    descriptor.type = "FLOAT";
+    descriptor.precision = precision;
+    return client::formatValue(descriptor, jsonNumber(volts).get());
+}
+
+std::string rangeText(const Scale& scale, Charset charset) {
+    return decimals(scale.low, kDecimals) + (charset == Charset::unicode ? "…" : "..") +
+           decimals(scale.high, kDecimals);
+}
+
+// A battery that has not been measured yet reads below zero; a voltage that was only ever announced
+// has no precision of its own.
+std::string voltsText(const RenderInput& input, const Voltage& voltage) {
+    const double volts = number(input, voltage.leaf);
+    if (volts < 0) {
+        return rightAligned("-", kValueColumns) + "  ";
+    }
+    const int precision = input.state.find(voltage.leaf)->descriptor.precision;
+    return rightAligned(decimals(volts, precision < 0 ? kDecimals : precision) + " V",
+                        kValueColumns) +
+           "  ";
+}
+
+std::size_t graphColumns(std::size_t columns) {
+    const std::size_t others = kTitleColumns + 2 + kValueColumns + 2 + kRangeColumns;
+    return columns > others ? std::min(columns - others, kWidestGraph) : 0;
+}
+
+Line voltageLine(const RenderInput& input, std::size_t voltage, std::size_t columns) {
+    const Voltage& what = kVoltages[voltage];
+    const Style style = hasChanged(input, what.leaf) ? Style::changed : Style::plain;
+    Line line{titleCell(what.title), {voltsText(input, what), style}};
+    const auto readings = input.state.history(voltage).lowest(input.now, graphColumns(columns));
+    if (const auto scale = scaleOf(readings)) {
+        line.push_back({sparkline(readings, *scale, input.charset), Style::graph});
+        line.push_back({"  " + rangeText(*scale, input.charset), Style::dim});
+    }
+    return line;
+}
+
+}  // namespace
+
+std::vector<Line> portsPanel(const RenderInput& input) {
+    return {{{" Ethernet ports", Style::heading}},
+            portLine(input, "Port 1", "ethPort1Status"),
+            portLine(input, "Port 2", "ethPort2Status")};
+}
+
+std::vector<Line> pairPanel(const RenderInput& input) {
+    return {{{" Redundant pair", Style::heading}},
+            controllerLine(input, "Primary", "primary"),
+            controllerLine(input, "Secondary", "secondary")};
+}
+
+std::vector<Line> voltagesPanel(const RenderInput& input, std::size_t columns) {
+    std::vector<Line> lines{
+        {{" Voltages, the last " + std::to_string(kGraphSpan.count()) + " minutes",
+          Style::heading}}};
+    for (std::size_t voltage = 0; voltage < kVoltages.size(); ++voltage) {
+        lines.push_back(voltageLine(input, voltage, columns));
+    }
+    return lines;
+}
+
+}  // namespace pallctl::top

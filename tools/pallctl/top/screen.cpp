@@ -1,0 +1,200 @@
+#include "pallctl/top/screen.h"
+
+// Without its macros, some of which have the names of everyday functions.
+#define NCURSES_NOMACROS
+#define NCURSES_WIDECHAR 1
+#include <curses.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cwchar>
+#include <optional>
+#include <string>
+
+#include "cli/command.h"
+
+namespace pallctl::top {
+
+namespace {
+
+// Long enough for what a key sends behind its escape character, too short to notice.
+constexpr int kEscapeMilliseconds = 25;
+
+constexpr short kTerminalsOwn = -1;
+
+struct Look {
+    Style style;
+    attr_t attributes;
+    short colour;  // of the text; the background stays the terminal's own
+};
+
+constexpr std::array<Look, 10> kLooks{{
+    {Style::plain, A_NORMAL, kTerminalsOwn},
+    {Style::title, A_REVERSE | A_BOLD, kTerminalsOwn},
+    {Style::heading, A_BOLD, COLOR_CYAN},
+    {Style::dim, A_DIM, kTerminalsOwn},
+    {Style::changed, A_BOLD, COLOR_YELLOW},
+    {Style::good, A_BOLD, COLOR_GREEN},
+    {Style::bad, A_BOLD, COLOR_RED},
+    {Style::graph, A_NORMAL, COLOR_GREEN},
+    {Style::selected, A_REVERSE, kTerminalsOwn},
+    {Style::prompt, A_BOLD, kTerminalsOwn},
+}};
+
+struct KeyRow {
+    bool isCode;  // a key of the terminal, not a character
+    wint_t value;
+    KeyCode code;
+};
+
+constexpr wint_t control(char letter) {
+    return static_cast<wint_t>(letter - '@');
+}
+
+constexpr KeyRow kKeys[] = {
+    {true, KEY_UP, KeyCode::up},
+    {true, KEY_DOWN, KeyCode::down},
+    {true, KEY_LEFT, KeyCode::left},
+    {true, KEY_RIGHT, KeyCode::right},
+    {true, KEY_PPAGE, KeyCode::pageUp},
+    {false, control('B'), KeyCode::pageUp},
+    {true, KEY_NPAGE, KeyCode::pageDown},
+    {false, control('F'), KeyCode::pageDown},
+    {true, KEY_HOME, KeyCode::home},
+    {false, control('A'), KeyCode::home},
+    {true, KEY_END, KeyCode::end},
+    {false, control('E'), KeyCode::end},
+    {true, KEY_ENTER, KeyCode::enter},
+    {false, control('M'), KeyCode::enter},
+    {false, control('J'), KeyCode::enter},
+    {false, control('['), KeyCode::escape},
+    {true, KEY_BACKSPACE, KeyCode::backspace},
+    {false, control('H'), KeyCode::backspace},
+    {false, 0x7f, KeyCode::backspace},
+    {true, KEY_DC, KeyCode::erase},
+    {false, control('D'), KeyCode::erase},
+    {false, control('U'), KeyCode::clearLine},
+    {false, control('I'), KeyCode::tab},
+    {false, control('L'), KeyCode::redraw},
+};
+
+// Nothing for keys and characters that mean nothing here.
+std::optional<Key> keyOf(bool isCode, wint_t value) {
+    const auto* const row = std::find_if(
+        std::begin(kKeys), std::end(kKeys),
+        [&](const KeyRow& each) { return each.isCode == isCode && each.value == value; });
+    if (row != std::end(kKeys)) {
+        return Key{row->code, ""};
+    }
+    std::array<char, MB_LEN_MAX> bytes{};
+    std::mbstate_t state{};
+    const auto character = static_cast<wchar_t>(value);
+    const std::size_t size =
+        isCode || ::wcwidth(character) < 0 ? 0 : std::wcrtomb(bytes.data(), character, &state);
+    if (size == 0 || size > bytes.size()) {
+        return std::nullopt;
+    }
+    return Key{KeyCode::character, {bytes.data(), size}};
+}
+
+short pairOf(const Look& look) {
+    return static_cast<short>(&look - kLooks.data() + 1);
+}
+
+void prepareColours() {
+    if (!::has_colors()) {
+        return;
+    }
+    ::start_color();
+    ::use_default_colors();
+    for (const Look& look : kLooks) {
+        ::init_pair(pairOf(look), look.colour, kTerminalsOwn);
+    }
+}
+
+void showSpan(const Span& span) {
+    const auto* const look = std::find_if(
+        kLooks.begin(), kLooks.end(), [&](const Look& each) { return each.style == span.style; });
+    ::attr_set(look->attributes, ::has_colors() ? pairOf(*look) : short{0}, nullptr);
+    ::addnstr(span.text.data(), static_cast<int>(span.text.size()));
+}
+
+}  // namespace
+
+struct Screen::Terminal {
+    Terminal() : screen(::newterm(nullptr, stdout, stdin)) {
+        if (!screen) {
+            throw cli::UsageError("the terminal cannot be drawn on");
+        }
+    }
+    ~Terminal() {
+        ::endwin();
+        ::delscreen(screen);
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    SCREEN* screen;
+};
+
+Screen::Screen() {
+    terminal_ = std::make_unique<Terminal>();
+    ::set_escdelay(kEscapeMilliseconds);
+    ::cbreak();
+    ::noecho();
+    ::nonl();
+    ::keypad(stdscr, true);
+    ::nodelay(stdscr, true);
+    prepareColours();
+}
+
+Screen::~Screen() = default;
+
+Size Screen::size() const {
+    return {static_cast<std::size_t>(std::max(::getmaxy(stdscr), 0)),
+            static_cast<std::size_t>(std::max(::getmaxx(stdscr), 0))};
+}
+
+void Screen::resize() {
+    winsize size{};
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0) {
+        ::resizeterm(size.ws_row, size.ws_col);
+        forget();
+    }
+}
+
+void Screen::show(const ScreenContent& content) {
+    ::werase(stdscr);
+    for (std::size_t row = 0; row < content.lines.size(); ++row) {
+        ::wmove(stdscr, static_cast<int>(row), 0);
+        for (const Span& span : content.lines[row]) {
+            showSpan(span);
+        }
+    }
+    ::curs_set(content.cursor ? 1 : 0);
+    if (content.cursor) {
+        ::wmove(stdscr, static_cast<int>(content.cursor->row),
+                static_cast<int>(content.cursor->column));
+    }
+    ::wrefresh(stdscr);
+}
+
+void Screen::forget() {
+    ::clearok(stdscr, true);
+}
+
+std::vector<Key> Screen::keys() {
+    std::vector<Key> keys;
+    wint_t value = 0;
+    for (int kind = ::wget_wch(stdscr, &value); kind != ERR; kind = ::wget_wch(stdscr, &value)) {
+        if (const auto key = keyOf(kind == KEY_CODE_YES, value)) {
+            keys.push_back(*key);
+        }
+    }
+    return keys;
+}
+
+}  // namespace pallctl::top

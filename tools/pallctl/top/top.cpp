@@ -1,0 +1,191 @@
+#include "pallctl/top/top.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <clocale>
+
+#include "cli/signal_fd.h"
+#include "pallctl/top/data_source.h"
+#include "pallctl/top/layout.h"
+#include "pallctl/top/screen.h"
+#include "pallctl/top/terminal_check.h"
+
+namespace pallctl::top {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A bus with much to say redraws the screen no more often than a person can see.
+constexpr Moment kMinFrameInterval = std::chrono::milliseconds(50);
+
+std::unique_ptr<DataSource> makeSource(const Options& options) {
+    return options.play.empty() ? makeLiveSource(options.connection, options.record)
+                                : makeRecordingSource(options.play, options.connection.object);
+}
+
+// Keys, signals and the source, taken as they come.
+class Loop {
+  public:
+    Loop(DataSource& source, SourceKind kind, cli::SignalFD& signals, Screen& screen)
+        : source_(source), view_(source.state(), kind), signals_(signals), screen_(screen) {}
+
+    // Until it is to end; gives the signal that ended it, 0 for none.
+    int run();
+
+  private:
+    void step();
+    void draw();
+    void wait();
+    void takeSignals();
+    void end(int signal);
+    void takeKeys();
+    int millisecondsToWait() const;
+
+    DataSource& source_;
+    View view_;
+    cli::SignalFD& signals_;
+    Screen& screen_;
+    const Charset charset_ = charsetOfLocale();
+    Clock::time_point stepped_ = Clock::now();
+    Clock::time_point drawn_{};
+    bool urgent_ = true;  // the user waits for the screen
+    bool late_ = false;   // something has not been drawn yet
+    bool done_ = false;
+    int signal_ = 0;
+};
+
+int Loop::run() {
+    while (!done_) {
+        step();
+        draw();
+        wait();
+    }
+    return signal_;
+}
+
+void Loop::step() {
+    const auto now = Clock::now();
+    source_.step(view_, std::chrono::duration_cast<Moment>(now - stepped_));
+    stepped_ = now;
+}
+
+void Loop::draw() {
+    late_ = !urgent_ && Clock::now() - drawn_ < kMinFrameInterval;
+    if (late_) {
+        return;
+    }
+    urgent_ = false;
+    const Size size = screen_.size();
+    view_.setPage(tableRows(size));
+    const Status status = source_.status();
+    screen_.show(renderScreen({source_.state(), view_, status, source_.now(), charset_}, size));
+    drawn_ = Clock::now();
+}
+
+void Loop::wait() {
+    std::array<pollfd, 3> watched{{{STDIN_FILENO, POLLIN, 0},
+                                   {signals_.descriptor(), POLLIN, 0},
+                                   {source_.descriptor(), POLLIN, 0}}};
+    ::poll(watched.data(), watched.size(), millisecondsToWait());
+    takeSignals();
+    if (watched[0].revents & ~POLLIN) {
+        end(SIGHUP);  // the terminal has gone, also where nobody sends the signal for it
+    } else if (watched[0].revents != 0) {
+        takeKeys();
+    }
+}
+
+// For poll(2): -1 is forever.
+int Loop::millisecondsToWait() const {
+    auto next = source_.untilNext();
+    if (late_) {
+        next = std::min(next.value_or(kMinFrameInterval), kMinFrameInterval);
+    }
+    return next ? static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(*next).count())
+                : -1;
+}
+
+void Loop::takeSignals() {
+    while (const int signal = signals_.take()) {
+        urgent_ = true;
+        if (signal == SIGWINCH) {
+            screen_.resize();
+        } else {
+            end(signal);
+        }
+    }
+}
+
+void Loop::end(int signal) {
+    signal_ = signal;
+    done_ = true;
+}
+
+void Loop::takeKeys() {
+    urgent_ = true;
+    for (const Key& key : screen_.keys()) {
+        const Request request = view_.press(key, source_.now());
+        done_ = done_ || request == Request::quit;
+        if (request == Request::redraw) {
+            screen_.forget();
+        }
+        source_.carryOut(request, view_);
+    }
+}
+
+int runScreen(const Options& options, DataSource& source, cli::SignalFD& signals) {
+    Screen screen;
+    const SourceKind kind = options.play.empty() ? SourceKind::device : SourceKind::recording;
+    return Loop(source, kind, signals, screen).run();
+}
+
+// What was to be recorded and is not is told when the screen is the person's again.
+ExitStatus finish(DataSource& source) {
+    const auto failure = source.finish();
+    if (failure) {
+        client::complain("top", *failure);
+    }
+    return failure ? kFailed : kSuccess;
+}
+
+// Ends this process with the signal, which the terminal and the parent process then see.
+void endWith(int signal) {
+    sigset_t set;
+    ::sigemptyset(&set);
+    ::sigaddset(&set, signal);
+    ::signal(signal, SIG_DFL);
+    ::sigprocmask(SIG_UNBLOCK, &set, nullptr);
+    ::raise(signal);
+}
+
+struct End {
+    int signal = 0;  // 0: none
+    ExitStatus status = kSuccess;
+};
+
+End runSource(const Options& options) {
+    checkTerminal();  // before a recording is started
+    cli::SignalFD signals({SIGINT, SIGTERM, SIGHUP, SIGWINCH});
+    const auto source = makeSource(options);
+    const int signal = runScreen(options, *source, signals);
+    return {signal, finish(*source)};
+}
+
+}  // namespace
+
+ExitStatus run(const Options& options) {
+    std::setlocale(LC_CTYPE, "");
+    const End end = runSource(options);
+    if (end.signal != 0) {
+        endWith(end.signal);
+    }
+    return end.status;
+}
+
+}  // namespace pallctl::top

@@ -1,0 +1,134 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "model/json.h"
+#include "pallctl/top/key.h"
+#include "pallctl/top/line_editor.h"
+#include "pallctl/top/parameter_groups.h"
+#include "pallctl/top/screen_content.h"
+
+namespace pallctl::top {
+
+// Whether the state shows a device or a recording of one.
+enum class SourceKind { device, recording };
+
+// What a key asks of those who own terminal, bus and files.
+enum class Request { none, quit, set, record, pause, faster, slower, back, forward, begin, redraw };
+
+// A new value that a person typed for a parameter. It becomes a set when the question is answered
+// with yes.
+struct Change {
+    std::string leaf;
+    std::string from;  // as a person reads it, like the next
+    std::string to;
+    UniqueJSON value;
+};
+
+// How a set went.
+struct SetResult {
+    enum class Kind { answered, noAnswer, connectionLost, notConnected };
+    Kind kind = Kind::answered;
+    int statusCode = 0;  // of the answer
+};
+
+// What the keys do.
+enum class Mode { browse, search, filter, edit, confirm, help };
+
+// A line of the person's doing or for the person's eyes.
+struct Notice {
+    std::string text;  // showable
+    Style style = Style::plain;
+};
+
+// A set that has not been answered yet.
+struct Waiting {
+    std::string leaf;
+    std::string to;
+    Moment since{0};
+};
+
+// Where the person is in the table, and in the middle of what. Knows no terminal and no bus: keys
+// come in, requests go out. Keeps the state, which outlives it. Used by one thread.
+class View {
+  public:
+    View(const DeviceState& state, SourceKind kind);
+
+    // Whoever gets a set carries out takeChange() and tells showSetResult().
+    Request press(const Key& key, Moment now);
+    // The change that was agreed to.
+    Change takeChange() { return std::move(change_); }
+    void showSetResult(const SetResult& result);
+    // Shown until the next key.
+    void say(Notice notice) { notice_ = std::move(notice); }
+    // How many rows a page of the table has.
+    void setPage(std::size_t rows) { page_ = rows > 1 ? rows : 1; }
+
+    SourceKind sourceKind() const { return sourceKind_; }
+    Mode mode() const { return mode_; }
+    // The table as far as the filter lets it through.
+    std::vector<Section> sections() const { return groupParameters(state_, filter_); }
+    // The parameter that keys act on; null when the table is empty.
+    const client::Parameter* selected() const;
+    // The one whose value is being typed, in mode edit; null when it is not known any more.
+    const client::Parameter* edited() const;
+    const std::string& filter() const { return filter_; }
+    const Notice& notice() const { return notice_; }
+    const std::optional<Waiting>& waiting() const { return waiting_; }
+    // What is being typed, in the modes in which something is.
+    const LineEditor& line() const { return line_; }
+    // What is asked about, in mode confirm.
+    const Change& change() const { return change_; }
+
+  private:
+    struct Binding;
+    static const Binding kBindings[];
+
+    Request pressBrowse(const Key& key);
+    Request pressConfirm(const Key& key, Moment now);
+    void pressSearch(const Key& key);
+    void pressFilter(const Key& key);
+    void pressEdit(const Key& key);
+
+    void up() { move(-1); }
+    void down() { move(1); }
+    void pageUp() { move(-static_cast<std::ptrdiff_t>(page_)); }
+    void pageDown() { move(static_cast<std::ptrdiff_t>(page_)); }
+    void first() { select(0); }
+    void last();
+    void startSearch();
+    void startFilter();
+    void startEdit();
+    void help() { mode_ = Mode::help; }
+    void nextMatch() { findOnward(1); }
+    void previousMatch() { findOnward(-1); }
+    void clearFilter() { filter_.clear(); }
+
+    std::vector<const client::Parameter*> visible() const;
+    std::size_t position() const;
+    void select(std::size_t position);
+    void move(std::ptrdiff_t rows);
+    void find(std::ptrdiff_t start, std::ptrdiff_t step);
+    void findOnward(std::ptrdiff_t step);
+    void nextChoice(std::ptrdiff_t step);
+    void propose();
+
+    const DeviceState& state_;
+    const SourceKind sourceKind_;
+    Mode mode_ = Mode::browse;
+    std::size_t page_ = 1;
+    std::string selected_;    // by the last part of its name
+    std::string beforehand_;  // what was selected when the search began
+    std::string search_;
+    std::string filter_;
+    LineEditor line_;
+    Change change_;
+    std::optional<Waiting> waiting_;
+    Notice notice_;
+};
+
+}  // namespace pallctl::top

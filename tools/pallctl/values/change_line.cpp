@@ -1,0 +1,51 @@
+#include "pallctl/values/change_line.h"
+
+#include "cli/escape.h"
+#include "cli/table.h"
+#include "cli/time_text.h"
+
+namespace pallctl {
+
+namespace {
+
+using Moment = std::chrono::system_clock::time_point;
+
+std::string jsonChange(const client::Parameter& parameter, Moment moment) {
+    const UniqueJSON form = toJSON(parameter);
+    const UniqueJSON change = jsonObject();
+    addMember(change.get(), "time", jsonString(cli::isoTime(moment)));
+    for (const char* key : {"name", "value", "text"}) {
+        addMember(change.get(), key, copyJSON(jsonMember(form.get(), key)));
+    }
+    return jsonLine(change.get()) + '\n';
+}
+
+std::string shellChange(const client::Parameter& parameter, Moment moment, const Style& style) {
+    return "time=" + cli::shellQuoted(cli::isoTime(moment)) +
+           " name=" + cli::shellQuoted(cli::escapeForTerminal(parameter.descriptor.name)) +
+           " value=" + cli::shellQuoted(formatExact(parameter, style)) + '\n';
+}
+
+std::string plainChange(const client::Parameter& parameter, Moment moment, const Style& style) {
+    const std::string time = cli::clockTime(moment);
+    const std::string value = formatOneLine(parameter, style);
+    return (style.colour ? cli::painted(time, cli::Paint::faint) : time) + '\t' +
+           cli::escapeForTerminal(parameter.descriptor.name) + '\t' +
+           (style.colour ? cli::painted(value, cli::Paint::bold) : value) + '\n';
+}
+
+}  // namespace
+
+std::string formatChange(const client::Parameter& parameter, Moment moment, const Style& style) {
+    switch (style.format) {
+        case Format::json:
+            return jsonChange(parameter, moment);
+        case Format::keyvalue:
+            return shellChange(parameter, moment, style);
+        case Format::table:
+            break;
+    }
+    return plainChange(parameter, moment, style);
+}
+
+}  // namespace pallctl

@@ -1,0 +1,127 @@
+#include "pallctl/values/output.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "cli/escape.h"
+#include "cli/table.h"
+#include "client/format_value.h"
+
+namespace pallctl {
+
+namespace {
+
+std::string environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value ? value : "";
+}
+
+cli::Paint paintOf(const client::Parameter& parameter) {
+    if (!client::hasValue(parameter)) {
+        return cli::Paint::faint;
+    }
+    return parameter.descriptor.readOnly ? cli::Paint::none : cli::Paint::bold;
+}
+
+std::string tableOf(const std::vector<const client::Parameter*>& parameters, const Style& style) {
+    cli::Table table({"NAME", "VALUE", "TYPE", "READ-ONLY"});
+    for (const client::Parameter* parameter : parameters) {
+        const client::Descriptor& descriptor = parameter->descriptor;
+        table.add({cli::escapeForTerminal(descriptor.name),
+                   {formatOneLine(*parameter, style), paintOf(*parameter)},
+                   cli::escapeForTerminal(descriptor.type),
+                   descriptor.readOnly ? "yes" : "no"});
+    }
+    return table.text(style.colour);
+}
+
+}  // namespace
+
+bool supportsColours(int descriptor) {
+    return ::isatty(descriptor) == 1 && environment("NO_COLOR").empty() &&
+           environment("TERM") != "dumb";
+}
+
+std::string formatOneLine(const client::Parameter& parameter, const Style& style) {
+    return style.raw && client::hasValue(parameter)
+               ? cli::escapeForTerminal(renderJSON(parameter.value.get(), false))
+               : client::formatValue(parameter.descriptor, parameter.value.get());
+}
+
+std::string formatExact(const client::Parameter& parameter, const Style& style) {
+    if (!client::hasValue(parameter)) {
+        return "";
+    }
+    if (style.raw) {
+        return renderJSON(parameter.value.get(), false);
+    }
+    const char* const text = jsonText(parameter.value.get());
+    return text ? text : client::formatValue(parameter.descriptor, parameter.value.get());
+}
+
+UniqueJSON toJSON(const client::Parameter& parameter) {
+    const client::Descriptor& descriptor = parameter.descriptor;
+    UniqueJSON object = jsonObject();
+    addMember(object.get(), "name", jsonString(descriptor.name));
+    addMember(object.get(), "label", jsonString(descriptor.label));
+    addMember(object.get(), "type", jsonString(descriptor.type));
+    addMember(object.get(), "readOnly", jsonBool(descriptor.readOnly));
+    const bool known = client::hasValue(parameter);
+    addMember(object.get(), "value", known ? copyJSON(parameter.value.get()) : jsonNull());
+    addMember(object.get(), "text", known ? jsonString(formatExact(parameter, {})) : jsonNull());
+    return object;
+}
+
+std::string jsonLine(const cJSON* item) {
+    return cli::escapeJSON(cli::validUTF8(renderJSON(item, false)));
+}
+
+std::string formatJSONObject(const std::vector<const client::Parameter*>& parameters,
+                             UniqueJSON (*form)(const client::Parameter& parameter)) {
+    const UniqueJSON object = jsonObject();
+    for (const client::Parameter* parameter : parameters) {
+        const char* const name = parameter->descriptor.name.c_str();
+        if (!jsonMember(object.get(), name)) {
+            addMember(object.get(), name, form(*parameter));
+        }
+    }
+    return jsonLine(object.get()) + '\n';
+}
+
+std::string formatAssignment(const client::Parameter& parameter, const Style& style) {
+    return formatAssignment(parameter.descriptor.name, formatExact(parameter, style));
+}
+
+std::string formatAssignment(const std::string& name, const std::string& value) {
+    return cli::shellName(name) + '=' + cli::shellQuoted(value);
+}
+
+std::string formatNameValueLines(const std::vector<const client::Parameter*>& parameters,
+                                 const Style& style) {
+    cli::Table table({"NAME", "VALUE"});
+    for (const client::Parameter* parameter : parameters) {
+        table.add(
+            {cli::escapeForTerminal(parameter->descriptor.name), formatOneLine(*parameter, style)});
+    }
+    return table.text(style.colour);
+}
+
+std::string formatParameters(const std::vector<const client::Parameter*>& parameters,
+                             const Style& style) {
+    switch (style.format) {
+        case Format::json:
+            return formatJSONObject(parameters, toJSON);
+        case Format::table:
+            return tableOf(parameters, style);
+        case Format::keyvalue:
+            break;
+    }
+    std::string lines;
+    for (const client::Parameter* parameter : parameters) {
+        lines += formatAssignment(*parameter, style) + '\n';
+    }
+    return lines;
+}
+
+}  // namespace pallctl
