@@ -20,7 +20,7 @@ constexpr Line kLines[] = {
     {"pallctl wat\t--ta\t", "<watch><--table>"},
     {"pallctl --ver\t", "<--version>"},
     {"pallframe set c\teth0 d\t", "<set><cable><eth0><down>"},
-    {"pallframe set pause S40n\t5", "<set><pause><S40network><5>"},
+    {"pallframe set delay S40n\t5", "<set><delay><S40network><5>"},
     {"pallframe set file /vantor/etc/net\tm\t", "<set><file></vantor/etc/network.conf><missing>"},
     {"pallframe set edit /etc/b\tVERSION=2", "<set><edit></etc/build.prop><VERSION=2>"},
     {"pallframe run --pro\tTessara-\t", "<run><--product><Tessara-5ru>"},
@@ -57,7 +57,7 @@ constexpr Line kLines[] = {
     {"pallctl set activeEthernet=po\t2\t", "<set><activeEthernet=Port 2>"},
     {"pallctl set \"activeEthernet=po\t2\t", "<set><activeEthernet=Port 2>"},
     // files and directories
-    {"pallframe run --tree /vant\tet\tx", "<run><--tree></vantor/etc/x>"},
+    {"pallframe run --frame-dir /vant\tet\tx", "<run><--frame-dir></vantor/etc/x>"},
     {"pallframe run -- tou\t/vantor/etc/netw\t", "<run><--><touch></vantor/etc/network.conf>"},
 };
 

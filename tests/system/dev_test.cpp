@@ -52,8 +52,9 @@ TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
     const std::vector<std::pair<Words, std::string>> misuses{
         {{"run", "--product"}, "run --product needs a name"},
         {{"run", "--twice"}, "run knows --once and --product NAME, not '--twice'"},
-        {{"man"}, "man needs a name: choose from pallctl, pallframe, pallbus, pallwatch"},
-        {{"man", "nosuch"}, "no page 'nosuch': choose from pallctl, pallframe, pallbus, pallwatch"},
+        {{"man"}, "man needs a name; choose from pallctl, pallframe, pallbus, pallwatch"},
+        {{"man", "nosuch"},
+         "unknown page 'nosuch'; choose from pallctl, pallframe, pallbus, pallwatch"},
         {{"man", "pallctl", "pallbus"}, "man takes one name, not also 'pallbus'"},
         {{"fuzz", "--seconds"}, "fuzz --seconds needs a number"},
         {{"fuzz", "--seconds", "long"}, "fuzz --seconds needs a number"},
@@ -75,7 +76,7 @@ TEST_F(Dev, RunRefusesAnUnknownProductBeforeTheBuild) {
     standIn("cmake", "echo built >&2");
     const Result result = dev({"run", "--product", "Foo"});
     EXPECT_EQ(result.status, 2);
-    EXPECT_THAT(result.error, testing::StartsWith("dev: no product 'Foo': choose from "));
+    EXPECT_THAT(result.error, testing::StartsWith("dev: unknown product 'Foo'; choose from "));
     const std::string complaint = result.error.substr(5, result.error.find('\n') - 5);
     EXPECT_EQ(run(pallframe({"run", "--product", "Foo", "--", "true"})).error,
               "pallframe: --product: " + complaint + " (--help tells more)\n");

@@ -128,19 +128,19 @@ TEST_F(Tree, IsEnteredByItsDirectory) {
     Process frame(words());
     frame.output().waitFor("ready");
     const Running other;
-    const Result result = run(pallframe({"enter", "--tree", tree, "--", "sh", "-c",
+    const Result result = run(pallframe({"enter", "--frame-dir", tree, "--", "sh", "-c",
                                          "grep -c . /proc/net/bonding/bond0 >/tmp/entered"}));
     EXPECT_EQ(result.error, "");
     EXPECT_TRUE(fs::exists(tree + "/tmp/entered"));
-    EXPECT_EQ(run(pallframe({"enter", "--tree", tree + "x", "--", "true"})).error,
-              "pallframe: no frame of yours runs in " + tree + "x\n");
+    EXPECT_EQ(run(pallframe({"enter", "--frame-dir", tree + "x", "--", "true"})).error,
+              "pallframe: no frame is running in " + tree + "x\n");
 }
 
 TEST(Enter, WithoutAFrameItSaysHowToStartOne) {
     const Result result = shell("true");
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.error,
-              "pallframe: no frame of yours runs: start one with pallframe run, or ./dev run\n");
+              "pallframe: you have no running frame; start one with pallframe run, or ./dev run\n");
 }
 
 TEST(Enter, TheCommandGoesWithIt) {
@@ -221,7 +221,7 @@ TEST(Frame, IsMeantInsideByItsNumberToo) {
     EXPECT_THAT(result.output, AllOf(HasSubstr("11.00 V"), EndsWith(" " + number + "\n")));
     const Result other = shell(program + " status --frame 1");
     EXPECT_EQ(other.status, 2);
-    EXPECT_EQ(other.error, "pallframe: you are inside a frame: leave --frame away\n");
+    EXPECT_EQ(other.error, "pallframe: inside a frame, omit --frame\n");
 }
 
 TEST(Frame, ItsFilesAreOfferedAlsoThoseThatWereTakenAway) {

@@ -59,7 +59,7 @@ class OrdinaryUser : public testing::Test {
 
 TEST_F(OrdinaryUser, HasAFrameToo) {
     const Result inside =
-        run(pallframe({"run", "--tree", directory.path("tree"), "--", "sh", "-c",
+        run(pallframe({"run", "--frame-dir", directory.path("tree"), "--", "sh", "-c",
                        "id -u; sudo systemctl start ssh; tail -1 /var/log/frame-commands"}));
     EXPECT_EQ(inside.error, "");
     EXPECT_EQ(inside.status, 0);

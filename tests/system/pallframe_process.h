@@ -86,7 +86,7 @@ inline std::string uniqueWord() {
 class Tree : public testing::Test {
   protected:
     Words words(const Words& options = {}, const std::string& script = "exec sleep 1000") const {
-        Words all = pallframe({"run", "--tree", tree});
+        Words all = pallframe({"run", "--frame-dir", tree});
         all.insert(all.end(), options.begin(), options.end());
         const Words command{"--", "sh", "-c", "echo ready; " + script, mark};
         all.insert(all.end(), command.begin(), command.end());
@@ -94,7 +94,7 @@ class Tree : public testing::Test {
     }
 
     Result tell(Words arguments) const {
-        arguments.insert(arguments.begin() + 1, {"--tree", tree});
+        arguments.insert(arguments.begin() + 1, {"--frame-dir", tree});
         return run(pallframe(arguments));
     }
 

@@ -111,16 +111,16 @@ INSTANTIATE_TEST_SUITE_P(Bad, Usage,
                              {"run", "--product", "Quasar", "--", "true"},
                              {"run", "--keep", "--", "true"},
                              {"status"},
-                             {"status", "--tree", "/etc"},
+                             {"status", "--frame-dir", "/etc"},
                              {"set"},
-                             {"status", "--tree", "/", "--frame", "1"},
+                             {"status", "--frame-dir", "/", "--frame", "1"},
                              {"status", "--frame", "1"},
                              {"doctor", "--frame", "1"},
                              {"doctor", "--frame", "1", "--root", "/"},
                              {"enter"},
                              {"enter", "1", "--", "true"},
-                             {"enter", "--tree", "/etc", "--", "true"},
-                             {"enter", "1", "--tree", "/etc", "--", "true"},
+                             {"enter", "--frame-dir", "/etc", "--", "true"},
+                             {"enter", "1", "--frame-dir", "/etc", "--", "true"},
                              {"enter", "1", "true", "--", "true"},
                              {"list", "1"},
                              {"set", "cable", "eth0", "down"},
@@ -134,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(Bad, Usage,
                              {"set", "psu", "1", "much"},
                              {"set", "battery", "-1"},
                              {"set", "file", "/tmp/eeprom", "gone"},
-                             {"set", "--tree", "/etc", "pause", "S40network", "1"},
+                             {"set", "--frame-dir", "/etc", "delay", "S40network", "1"},
                          }));
 
 TEST_P(Usage, IsAnsweredWithOneLineAndStatus2) {
@@ -180,9 +180,9 @@ TEST_F(Tree, AFailingRequestIsToldInOneLine) {
     frame.output().waitFor("ready");
     const Result result = tell({"set", "cable", "eth5", "down"});
     EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.error, "pallframe: a frame has no interface 'eth5'\n");
-    EXPECT_EQ(tell({"set", "pause", "S99nothing", "1"}).error,
-              "pallframe: a frame has no program 'S99nothing'\n");
+    EXPECT_EQ(result.error, "pallframe: the frame has no interface 'eth5'\n");
+    EXPECT_EQ(tell({"set", "delay", "S99nothing", "1"}).error,
+              "pallframe: the frame has no program 'S99nothing'\n");
 }
 
 TEST_F(Tree, AChangeFromOutsideIsSeenInside) {

@@ -103,7 +103,7 @@ TEST_F(Play, EndsWithTheFrame) {
     player.output().waitFor("psu 1 11\n");
     frame.signal(SIGTERM);
     EXPECT_EQ(player.waitForEnd(), 2);
-    EXPECT_THAT(player.error().waitForEnd(), StartsWith("pallframe: no frame"));
+    EXPECT_THAT(player.error().waitForEnd(), StartsWith("pallframe: you have no running frame"));
 }
 
 class RunWithScenario : public testing::Test {

@@ -14,7 +14,7 @@ namespace {
 class Session : public Tree, public testing::WithParamInterface<const char*> {
   protected:
     Words session(const Words& verb) const {
-        Words all = pallframe({"run", "--product", GetParam(), "--tree", tree, "--",
+        Words all = pallframe({"run", "--product", GetParam(), "--frame-dir", tree, "--",
                                PALLWATCH_SESSION, programDirectory()});
         all.insert(all.end(), verb.begin(), verb.end());
         return all;

@@ -81,14 +81,14 @@ void requireFile(const Tree& tree, const std::string& path) {
 
 std::string programOf(const std::string& word) {
     if (!isProgram(word)) {
-        throw BadRequest("a frame has no program '" + word + "'");
+        throw BadRequest("the frame has no program '" + word + "'");
     }
     return word;
 }
 
 Change cable(Arguments words) {
     if (words[0] != "eth0" && words[0] != "eth1") {
-        throw BadRequest("a frame has no interface '" + words[0] + "'");
+        throw BadRequest("the frame has no interface '" + words[0] + "'");
     }
     const bool up = isFirstOf(words[1], "up", "down");
     return {[port = words[0], up](const Tree& tree) { setCable(tree, port, up); }};
@@ -124,7 +124,7 @@ Change edit(Arguments words) {
             [path](const Tree& tree) { requireFile(tree, path); }, path};
 }
 
-Change pause(Arguments words) {
+Change delay(Arguments words) {
     const double seconds = numberFrom0To(kLongestPause, words[1]);
     return {[program = programOf(words[0]), seconds](const Tree& tree) {
         setPause(tree, program, seconds);
@@ -139,13 +139,16 @@ Change exitStatus(Arguments words) {
 }
 
 constexpr std::array<ChangeKind, 7> kKinds{{
-    {"cable", {"PORT", "STATE"}, cable, "Pull the cable of eth0 or eth1 (down), plug it in (up)"},
-    {"psu", {"NUMBER", "VOLTS"}, supply, "What power supply 1 or 2 delivers"},
-    {"battery", {"VOLTS", ""}, battery, "The battery's voltage under load, 0 to take it out"},
-    {"file", {"PATH", "STATE"}, file, "Take a file away (missing) or put it back (present)"},
-    {"edit", {"PATH", "LINE"}, edit, "Give a file this line KEY=VALUE, as an editor would"},
-    {"pause", {"PROGRAM", "SECONDS"}, pause, "How long each call takes, of S40network say"},
-    {"exit", {"PROGRAM", "STATUS"}, exitStatus, "How each call fails, doing nothing; 0: it works"},
+    {"cable", {"PORT", "STATE"}, cable, "Unplug (down) or plug (up) the cable of eth0 or eth1"},
+    {"psu", {"NUMBER", "VOLTS"}, supply, "Output of power supply 1 or 2"},
+    {"battery", {"VOLTS", ""}, battery, "Voltage of the battery under load; 0: no battery"},
+    {"file", {"PATH", "STATE"}, file, "Set a file aside (missing) or restore it (present)"},
+    {"edit", {"PATH", "LINE"}, edit, "Write this line KEY=VALUE to a file, as an editor would"},
+    {"delay", {"PROGRAM", "SECONDS"}, delay, "Time that each call takes, such as of S40network"},
+    {"exit-status",
+     {"PROGRAM", "STATUS"},
+     exitStatus,
+     "Status of each call, which has no effect; 0: normal"},
 }};
 
 size_t argumentsOf(const ChangeKind& kind) {
@@ -178,7 +181,7 @@ Change readChange(const Words& words) {
     const auto* kind = std::find_if(kKinds.begin(), kKinds.end(),
                                     [&name](const ChangeKind& one) { return one.name == name; });
     if (kind == kKinds.end()) {
-        throw UnknownChange("'" + name + "' is no change: choose from " + kindNames());
+        throw UnknownChange("'" + name + "' is not a change; choose from " + kindNames());
     }
     if (words.size() != 1 + argumentsOf(*kind)) {
         throw BadRequest(std::string(kind->name)

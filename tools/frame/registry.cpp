@@ -162,17 +162,18 @@ std::vector<RunningFrame> Registry::running() const {
 
 RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_view name) {
     if (running.empty()) {
-        throw BadRequest("no frame of yours runs: start one with pallframe run, or ./dev run");
+        throw BadRequest("you have no running frame; start one with pallframe run, or ./dev run");
     }
     if (name.empty() && running.size() > 1) {
-        throw BadRequest("several frames run, name one: " + namesOf(running));
+        throw BadRequest("several frames are running; choose one: " + namesOf(running));
     }
     const auto found =
         std::find_if(running.begin(), running.end(), [name](const RunningFrame& frame) {
             return name.empty() || std::to_string(frame.pid) == name;
         });
     if (found == running.end()) {
-        throw BadRequest("no frame '" + std::string(name) + "' runs, but " + namesOf(running));
+        throw BadRequest("frame '" + std::string(name) +
+                         "' is not running; running: " + namesOf(running));
     }
     return *found;
 }
@@ -184,7 +185,7 @@ RunningFrame frameIn(const std::vector<RunningFrame>& running, const std::string
             return !frame.directory.empty() && canonical(frame.directory) == wanted;
         });
     if (found == running.end()) {
-        throw BadRequest("no frame of yours runs in " + directory);
+        throw BadRequest("no frame is running in " + directory);
     }
     return *found;
 }

@@ -90,7 +90,7 @@ Finding optionalFinding(const Root& root, const Check& check) {
         finding.state = sight.state;
         finding.reason = sight.reason;
     } else if (sight.state == State::missing) {
-        finding.reason = "not there, as usual";
+        finding.reason = "absent, as expected";
     } else {
         finding.reason = "present";
         finding.published = publishedWithout(check, State::well);

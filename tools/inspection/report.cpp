@@ -22,8 +22,8 @@ constexpr std::array<StateWord, 8> kStateWords{{
     {State::notExecutable, "not executable"},
     {State::readOnly, "read-only"},
     {State::undecodable, "undecodable"},
-    {State::unseen, "not seen"},
-    {State::atRest, "not seen"},
+    {State::unseen, "skipped"},
+    {State::atRest, "skipped"},
 }};
 
 std::string wordOf(State state) {
@@ -74,19 +74,22 @@ size_t problemsOf(const Diagnosis& diagnosis) {
                       [](const Finding& finding) { return finding.isProblem(); }));
 }
 
-std::string unseenOf(const Diagnosis& diagnosis, State state, const char* hint) {
+std::string skippedText(const Diagnosis& diagnosis, State state, const char* hint) {
     const size_t count = countOf(diagnosis, state);
-    return count == 0 ? "" : "; " + std::to_string(count) + " could not be seen: " + hint;
+    return count == 0 ? "" : "; " + std::to_string(count) + " skipped (" + hint + ")";
 }
 
 std::string summary(const Diagnosis& diagnosis) {
     const size_t problems = problemsOf(diagnosis);
     const std::string all = std::to_string(diagnosis.findings.size());
-    const std::string found = problems == 0 ? "Nothing is wrong in " + all + " places"
-                                            : std::to_string(problems) + " of " + all +
-                                                  " places are not as the daemon needs them";
-    return found + unseenOf(diagnosis, State::unseen, "ask as root") +
-           unseenOf(diagnosis, State::atRest, "ask where this root runs") + ".\n";
+    const std::string skipped = skippedText(diagnosis, State::unseen, "needs root") +
+                                skippedText(diagnosis, State::atRest, "needs a running frame");
+    const size_t passed = diagnosis.findings.size() - problems - countOf(diagnosis, State::unseen) -
+                          countOf(diagnosis, State::atRest);
+    const std::string result = problems == 0
+                                   ? std::to_string(passed) + " checks passed"
+                                   : std::to_string(problems) + " of " + all + " checks failed";
+    return result + skipped + ".\n";
 }
 
 UniqueJSON valueOf(const Published& published) {

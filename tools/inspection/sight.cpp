@@ -31,7 +31,7 @@ using frame::Descriptor;
 constexpr size_t kMaxTextBytes = 1 << 20;
 
 Sight atRest() {
-    return {State::atRest, "only a root that runs shows it"};
+    return {State::atRest, "needs a running frame"};
 }
 
 // Where units are looked for, the first one that is found counts (systemd.unit(5)).
@@ -232,7 +232,7 @@ Sight Root::listener(uint16_t port) const {
     }
     const bool isThere = hasListener(tables.text, port) ||
                          hasListener(machine.file(process_ + "/net/tcp6").text, port);
-    return isThere ? Sight{} : Sight{State::missing, "nobody listens"};
+    return isThere ? Sight{} : Sight{State::missing, "nothing is listening"};
 }
 
 Sight Root::special(const std::string& path, mode_t type, Descriptor& opened) const {

@@ -1,3 +1,5 @@
+// pallframe: simulates router frames.
+
 #include <algorithm>
 #include <cstdio>
 #include <string>
@@ -7,26 +9,31 @@
 #include "cli/standard_output.h"
 #include "frame/devices.h"
 #include "frame/programs.h"
-#include "offers.h"
-#include "process.h"
-#include "verbs.h"
+#include "pallframe/commands/commands.h"
+#include "pallframe/completion.h"
+#include "pallframe/sandbox/process.h"
 
 namespace {
 
 using namespace pallframe;
 
-int runVerbs(int argc, char** argv) {
+constexpr const char* kAbout = "Creates simulated router frames and runs commands inside them.";
+
+// In the order in which the help lists them.
+constexpr AddCommand kCommands[] = {
+    addRun, addEnter, addList, addSet, addPlay, addStatus, addDoctor,
+};
+
+int runCommand(int argc, char** argv) {
     char** const end = argv + argc;
     char** const dashes = std::find(argv, end, std::string("--"));
-    Call call;
-    call.commandWords = static_cast<size_t>(std::max<ptrdiff_t>(end - dashes - 1, 0));
-    cli::CommandLine line("pallframe",
-                          "Makes simulated router frames and runs commands inside them.");
+    const auto wordsAfterDashes = static_cast<size_t>(std::max<ptrdiff_t>(end - dashes - 1, 0));
+    cli::CommandLine line("pallframe", kAbout);
     line.program().requireCommand();
-    for (const auto add : {addRun, addEnter, addList, addSet, addPlay, addStatus, addDoctor}) {
-        add(line.program(), call);
+    for (const AddCommand add : kCommands) {
+        add(line.program(), wordsAfterDashes);
     }
-    const int status = line.run(argc, argv, offers);
+    const int status = line.run(argc, argv, completeFrameValues);
     cli::flushOutput();
     return status;
 }
@@ -37,10 +44,11 @@ int main(int argc, char** argv) {
     try {
         cli::holdStandardDescriptors();
         const std::vector<std::string> words(argv, argv + argc);
+        // The stub programs of a frame are links to this program.
         if (!words.empty() && frame::isProgram(words[0])) {
             return frame::runProgram(frame::Tree("/"), words);
         }
-        return runVerbs(argc, argv);
+        return runCommand(argc, argv);
     } catch (const frame::BadRequest& error) {
         return complain(error);
     } catch (const std::exception& error) {

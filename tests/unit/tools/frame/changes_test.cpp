@@ -75,17 +75,17 @@ TEST_F(ChangesTest, APathIsTakenInItsShortestForm) {
 }
 
 TEST_F(ChangesTest, AProgramFailsAndWorksAgain) {
-    make({"exit", "S50dropbear", "3"});
+    make({"exit-status", "S50dropbear", "3"});
     EXPECT_EQ(runProgram(tree, {"/etc/init.d/S50dropbear", "restart"}), 3);
     EXPECT_EQ(tree.read(paths::kCommands), "/etc/init.d/S50dropbear restart\n");
     EXPECT_FALSE(tree.exists(std::string(paths::kServices) + "/ssh")) << "nothing was done";
-    make({"exit", "S50dropbear", "0"});
+    make({"exit-status", "S50dropbear", "0"});
     EXPECT_EQ(runProgram(tree, {"/etc/init.d/S50dropbear", "restart"}), 0);
     EXPECT_EQ(tree.read(std::string(paths::kServices) + "/ssh"), "running");
 }
 
 TEST_F(ChangesTest, AProgramTakesItsTime) {
-    make({"pause", "/etc/init.d/S40network", "2.5"});
+    make({"delay", "/etc/init.d/S40network", "2.5"});
     EXPECT_THAT(tree.read(std::string(paths::kPauses) + "/S40network"), StartsWith("2.5"));
 }
 
@@ -115,9 +115,10 @@ class BadChange : public testing::TestWithParam<Bad> {};
 INSTANTIATE_TEST_SUITE_P(
     Words, BadChange,
     testing::Values(
-        Bad{{}, "'' is no change: choose from cable, psu, battery, file, edit, pause, exit"},
-        Bad{{"cabel", "eth0", "up"}, "'cabel' is no change: choose from cable, "},
-        Bad{{"cable", "eth5", "down"}, "a frame has no interface 'eth5'"},
+        Bad{{},
+            "'' is not a change; choose from cable, psu, battery, file, edit, delay, exit-status"},
+        Bad{{"cabel", "eth0", "up"}, "'cabel' is not a change; choose from cable, "},
+        Bad{{"cable", "eth5", "down"}, "the frame has no interface 'eth5'"},
         Bad{{"cable", "eth0", "sideways"}, "'sideways' is not up or down"},
         Bad{{"psu", "3", "12"}, "'3' is not 1 or 2"},
         Bad{{"psu", "1", "much"}, "'much' is not a number from 0 to 29"},
@@ -138,10 +139,10 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{{"file", "/tmp/eeprom", "gone"}, "'gone' is not present or missing"},
         Bad{{"edit", "/etc/build.prop", "VERSION"}, "'VERSION' is not one line KEY=VALUE"},
         Bad{{"edit", "/etc/build.prop", "A=1\nB=2"}, "'A=1\nB=2' is not one line KEY=VALUE"},
-        Bad{{"pause", "S99nothing", "1"}, "a frame has no program 'S99nothing'"},
-        Bad{{"pause", "S40network", "3601"}, "'3601' is not a number from 0 to 3600"},
-        Bad{{"exit", "S40network", "256"}, "'256' is not a number from 0 to 255"},
-        Bad{{"exit", "S40network", "1.5"}, "'1.5' is not a number from 0 to 255"}));
+        Bad{{"delay", "S99nothing", "1"}, "the frame has no program 'S99nothing'"},
+        Bad{{"delay", "S40network", "3601"}, "'3601' is not a number from 0 to 3600"},
+        Bad{{"exit-status", "S40network", "256"}, "'256' is not a number from 0 to 255"},
+        Bad{{"exit-status", "S40network", "1.5"}, "'1.5' is not a number from 0 to 255"}));
 
 TEST_P(BadChange, IsExplained) {
     try {

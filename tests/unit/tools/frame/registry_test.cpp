@@ -123,9 +123,10 @@ TEST(ChooseFrame, TheOnlyOneNeedsNoName) {
 
 TEST(ChooseFrame, SaysWhichThereAre) {
     EXPECT_EQ(problemOf({}, "7"),
-              "no frame of yours runs: start one with pallframe run, or ./dev run");
-    EXPECT_EQ(problemOf({{7, ""}, {8, ""}}, ""), "several frames run, name one: 7 (), 8 ()");
-    EXPECT_EQ(problemOf({{7, ""}}, "77"), "no frame '77' runs, but 7 ()");
+              "you have no running frame; start one with pallframe run, or ./dev run");
+    EXPECT_EQ(problemOf({{7, ""}, {8, ""}}, ""),
+              "several frames are running; choose one: 7 (), 8 ()");
+    EXPECT_EQ(problemOf({{7, ""}}, "77"), "frame '77' is not running; running: 7 ()");
 }
 
 TEST(FrameIn, IsFoundByItsDirectoryHoweverThatIsWritten) {

@@ -71,17 +71,17 @@ TEST_F(ScenarioTest, ALongRampHasABoundedNumberOfSteps) {
 
 TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
     EXPECT_EQ(problemOf("\nat 2s cable eth5 down"),
-              "x.scenario:2: a frame has no interface 'eth5'");
+              "x.scenario:2: the frame has no interface 'eth5'");
     EXPECT_EQ(problemOf("at 2x cable eth0 down"),
               "x.scenario:1: invalid duration '2x'; use 500ms, 2s or 3m, up to 24 hours");
     EXPECT_EQ(problemOf("ramp battery 3 to 2 over 5"),
               "x.scenario:1: invalid duration '5'; use 500ms, 2s or 3m, up to 24 hours");
     EXPECT_EQ(problemOf("foo 1"),
-              "x.scenario:1: 'foo' is no change: choose from cable, psu, "
-              "battery, file, edit, pause, exit, ramp, repeat, end");
+              "x.scenario:1: 'foo' is not a change; choose from cable, psu, "
+              "battery, file, edit, delay, exit-status, ramp, repeat, end");
     EXPECT_EQ(problemOf("ramp foo 1 to 2 over 5s"),
-              "x.scenario:1: 'foo' is no change: choose from cable, psu, battery, file, edit, "
-              "pause, exit");
+              "x.scenario:1: 'foo' is not a change; choose from cable, psu, battery, file, edit, "
+              "delay, exit-status");
     EXPECT_EQ(problemOf("ramp battery x to 2 over 5s"), "x.scenario:1: 'x' is no number");
     EXPECT_EQ(problemOf("ramp battery 9 to 2 over 5s"),
               "x.scenario:1: '9.000' is not a number from 0 to 5");
@@ -96,8 +96,8 @@ TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
 
 TEST_F(ScenarioTest, AllProblemsAreTold) {
     EXPECT_EQ(problemOf("at 2x cable eth5 down\npsu 1 12\nrepeat 3\nramp\nend\npsu 1"),
-              "x.scenario:1: a frame has no interface 'eth5'\n"
               "x.scenario:1: invalid duration '2x'; use 500ms, 2s or 3m, up to 24 hours\n"
+              "x.scenario:1: the frame has no interface 'eth5'\n"
               "x.scenario:4: a ramp is written: ramp battery 3.2 to 2.3 over 30s\n"
               "x.scenario:6: psu needs NUMBER and VOLTS");
 }

@@ -35,7 +35,7 @@ TEST_F(DoctorOfLife, CannotSeeItInADirectoryThatIsNobodysRoot) {
     runAs("KELI");
     for (const char* path : {"127.0.0.1:15000", "/dev/log", "/dev/null"}) {
         EXPECT_EQ(at(path).state, State::atRest) << path;
-        EXPECT_EQ(at(path).reason, "only a root that runs shows it") << path;
+        EXPECT_EQ(at(path).reason, "needs a running frame") << path;
         EXPECT_EQ(at(path).effect, "") << path;
     }
     EXPECT_TRUE(diagnosis().isWell());
@@ -67,7 +67,7 @@ TEST_F(DoctorOfLife, ADeviceIsOneOfCharacters) {
 
 TEST_F(DoctorOfLife, NobodyListensToAPortThatIsNone) {
     EXPECT_EQ(machine.listener(0).state, State::missing);
-    EXPECT_EQ(machine.listener(0).reason, "nobody listens");
+    EXPECT_EQ(machine.listener(0).reason, "nothing is listening");
 }
 
 }  // namespace

@@ -230,7 +230,7 @@ TEST_F(Doctor, ASwitchThatWasSavedAsOffIsToldWithoutAMarkerToo) {
     tree.replace(kSettings, savedAs("system.sshEnabled", "0"));
     const Finding finding = at("/vantor/etc/sshServerDisabled");
     EXPECT_EQ(finding.state, State::well);
-    EXPECT_EQ(finding.reason, "not there, as usual");
+    EXPECT_EQ(finding.reason, "absent, as expected");
     ASSERT_EQ(finding.published.size(), 1U);
     EXPECT_EQ(finding.published[0].name, "sshEnabled");
     EXPECT_EQ(finding.published[0].value, "0");

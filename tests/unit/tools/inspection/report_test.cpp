@@ -20,7 +20,7 @@ const Diagnosis kSome{
       ""},
      {"/sbin/tool", State::notExecutable, "no program that may be run", {}, "nothing is done"},
      {"/root/secret", State::unseen, "Permission denied"},
-     {"/dev/log", State::atRest, "only a root that runs shows it"}}};
+     {"/dev/log", State::atRest, "needs a running frame"}}};
 
 TEST(Report, HasALineForEachCheckAndWhatFollowsBelow) {
     EXPECT_EQ(linesOf(kSome),
@@ -32,15 +32,14 @@ TEST(Report, HasALineForEachCheckAndWhatFollowsBelow) {
               "    version \"read error\", frameName\n"
               "not executable  /sbin/tool (no program that may be run)\n"
               "    nothing is done\n"
-              "not seen        /root/secret (Permission denied)\n"
-              "not seen        /dev/log (only a root that runs shows it)\n"
-              "2 of 6 places are not as the daemon needs them; 1 could not be seen: ask as root; "
-              "1 could not be seen: ask where this root runs.\n");
+              "skipped         /root/secret (Permission denied)\n"
+              "skipped         /dev/log (needs a running frame)\n"
+              "2 of 6 checks failed; 1 skipped (needs root); 1 skipped (needs a running frame).\n");
 }
 
 TEST(Report, SaysThatNothingIsWrong) {
     EXPECT_EQ(linesOf({"KELI", {{"/etc/fine"}}}),
-              "product         KELI\nok              /etc/fine\nNothing is wrong in 1 places.\n");
+              "product         KELI\nok              /etc/fine\n1 checks passed.\n");
 }
 
 TEST(Report, IsToldToProgramsAsJSON) {

@@ -1,4 +1,4 @@
-#include "root.h"
+#include "pallframe/sandbox/rootfs.h"
 
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -13,8 +13,8 @@
 
 #include "frame/furnish.h"
 #include "frame/paths.h"
-#include "mounts.h"
-#include "process.h"
+#include "pallframe/sandbox/mounts.h"
+#include "pallframe/sandbox/process.h"
 
 namespace pallframe {
 
@@ -58,7 +58,7 @@ constexpr std::array<std::array<const char*, 2>, 4> kDeviceLinks{{
 // A directory of the project that keeps its place in the frame.
 struct Place {
     fs::path path;
-    HostPart part;
+    HostMount part;
 };
 
 std::vector<Place> projectPlaces() {
@@ -67,7 +67,7 @@ std::vector<Place> projectPlaces() {
     std::vector<Place> places;
     places.reserve(paths.size());
     for (const fs::path& path : paths) {
-        places.push_back({path, HostPart(path)});
+        places.push_back({path, HostMount(path)});
     }
     return places;
 }
@@ -124,7 +124,7 @@ void makeDevices(const fs::path& root) {
 
 // A container that hides parts of /proc may mount no second one; the host's then serves, in which
 // "self" is right and numbers are the host's.
-bool mountProcesses(const fs::path& target, const HostPart& hostProcesses) {
+bool mountProcesses(const fs::path& target, const HostMount& hostProcesses) {
     fs::create_directories(target);
     if (::mount("proc", target.c_str(), "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0) {
         return true;
@@ -158,7 +158,7 @@ bool isLinked(int number) {
 
 // The kernel's /proc cannot be given a bonding file, so the frame's is a directory of links to it
 // that has one. Numbers are linked ahead of the processes.
-void makeProcesses(const fs::path& root, const HostPart& hostProcesses) {
+void makeProcesses(const fs::path& root, const HostMount& hostProcesses) {
     const fs::path processes = root / fs::path(kProcesses).relative_path();
     const bool own = mountProcesses(processes, hostProcesses);
     linkEntries(processes, kProcesses, root / "proc");
@@ -168,7 +168,7 @@ void makeProcesses(const fs::path& root, const HostPart& hostProcesses) {
     }
 }
 
-void showOwnProgram(const fs::path& root, const HostPart& program) {
+void showOwnProgram(const fs::path& root, const HostMount& program) {
     const fs::path target = root / fs::path(frame::paths::kProgram).relative_path();
     makePlace(target, false);
     // Every program of the frame is this file: what changes one of them must not reach the host's.
@@ -191,8 +191,8 @@ void enterRoot(const RootPlan& plan) {
     const fs::path workingDirectory = fs::current_path();
     const fs::path program = fs::read_symlink("/proc/self/exe");
     const std::vector<Place> places = projectPlaces();
-    const HostPart hostProcesses("/proc");
-    const HostPart ownProgram(program);
+    const HostMount hostProcesses("/proc");
+    const HostMount ownProgram(program);
 
     const fs::path root = mountRoot(plan.directory);
     ::umask(022);

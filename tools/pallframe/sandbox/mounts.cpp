@@ -1,4 +1,4 @@
-#include "mounts.h"
+#include "pallframe/sandbox/mounts.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -10,13 +10,13 @@ namespace pallframe {
 namespace fs = std::filesystem;
 using frame::check;
 
-HostPart::HostPart(const fs::path& path)
+HostMount::HostMount(const fs::path& path)
     : path_(path),
       tree_(check(
           ::open_tree(AT_FDCWD, path.c_str(), OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC | AT_RECURSIVE),
           "cannot show " + path.string())) {}
 
-void HostPart::makeReadOnly() const {
+void HostMount::makeReadOnly() const {
     mount_attr attributes{};
     attributes.attr_set = MOUNT_ATTR_RDONLY;
     check(::mount_setattr(tree_.get(), "", AT_EMPTY_PATH | AT_RECURSIVE, &attributes,
@@ -24,7 +24,7 @@ void HostPart::makeReadOnly() const {
           "cannot protect " + path_.string());
 }
 
-void HostPart::appearAt(const fs::path& target) const {
+void HostMount::appearAt(const fs::path& target) const {
     check(::move_mount(tree_.get(), "", AT_FDCWD, target.c_str(), MOVE_MOUNT_F_EMPTY_PATH),
           "cannot show " + path_.string() + " in the frame");
 }
@@ -43,7 +43,7 @@ void showReadOnly(const fs::path& root, const fs::path& path) {
         fs::create_directories(target.parent_path());
         fs::create_symlink(fs::read_symlink(path), target);
     } else if (fs::exists(status)) {
-        const HostPart part(path);
+        const HostMount part(path);
         part.makeReadOnly();
         makePlace(target, fs::is_directory(status));
         part.appearAt(target);
@@ -53,7 +53,7 @@ void showReadOnly(const fs::path& root, const fs::path& path) {
 void showDevice(const fs::path& root, const fs::path& path) {
     const fs::path target = root / path.relative_path();
     makePlace(target, false);
-    HostPart(path).appearAt(target);
+    HostMount(path).appearAt(target);
 }
 
 }  // namespace pallframe

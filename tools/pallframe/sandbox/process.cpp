@@ -1,4 +1,4 @@
-#include "process.h"
+#include "pallframe/sandbox/process.h"
 
 #include <fcntl.h>
 #include <linux/close_range.h>

@@ -1,4 +1,4 @@
-#include "run.h"
+#include "pallframe/sandbox/run_in_frame.h"
 
 #include <sys/stat.h>
 
@@ -10,11 +10,11 @@
 #include "frame/paths.h"
 #include "frame/programs.h"
 #include "frame/registry.h"
-#include "host.h"
-#include "process.h"
-#include "root.h"
-#include "supervisor.h"
-#include "syslog_file.h"
+#include "pallframe/sandbox/namespaces.h"
+#include "pallframe/sandbox/process.h"
+#include "pallframe/sandbox/rootfs.h"
+#include "pallframe/sandbox/supervisor.h"
+#include "pallframe/sandbox/syslog_file.h"
 
 namespace pallframe {
 
@@ -26,15 +26,15 @@ using frame::Registry;
 
 constexpr std::chrono::seconds kTimeout{3};
 
-void takeAway(const RunRequest& request) {
+void removeDirectory(const RunRequest& request) {
     if (!request.directory.empty() && !request.keep) {
         std::error_code ignored;
         std::filesystem::remove_all(request.directory, ignored);
     }
 }
 
-// Before the command, so that a scenario which makes no sense here is refused before anything was
-// done. It ends with the frame when it has not come to its end before.
+// Checked before the command starts, so that an invalid scenario changes nothing. Ends with the
+// frame at the latest.
 void startScenario(const RunRequest& request) {
     if (!request.scenario.steps.empty()) {
         checkScenario(frame::Tree("/"), request.scenario);
@@ -45,24 +45,24 @@ void startScenario(const RunRequest& request) {
     }
 }
 
-// While the host's processes are still to be seen: by its own number this one is 1.
-void tellNumber() {
+// Has to run while the host's /proc is visible: inside, this process has number 1.
+void setNumberVariable() {
     ::setenv(kNumberVariable, std::filesystem::read_symlink("/proc/self").c_str(), 1);
 }
 
 // Process 1 of the frame.
-int beFirst(const RunRequest& request, Supervisor& supervisor, const Descriptor& keeper) {
-    dieWith(keeper, SIGKILL);
-    tellNumber();
-    leaveHostMounts();
-    bringLoopbackUp();
+int runInit(const RunRequest& request, Supervisor& supervisor, const Descriptor& cleanup) {
+    dieWith(cleanup, SIGKILL);
+    setNumberVariable();
+    unshareMounts();
+    enableLoopback();
     enterRoot({request.product, request.directory});
     std::optional<SyslogFile> log;
     if (request.syslog) {
         log.emplace("/dev/log", std::string(frame::paths::kMessages));
         supervisor.serve(log->descriptor(), [&log] { log->takeAll(); });
     }
-    supervisor.setPatience(kTimeout);
+    supervisor.setKillTimeout(kTimeout);
     startScenario(request);
     const pid_t command =
         startSupervised(supervisor, [&] { return becomeCommand(request.command, supervisor); });
@@ -73,8 +73,8 @@ int beFirst(const RunRequest& request, Supervisor& supervisor, const Descriptor&
     return status;
 }
 
-// Without an entry the frame is as good, except that nobody finds it.
-void makeKnown(const Registry& registry, const frame::RunningFrame& frame) {
+// Without an entry the frame works, but is not listed.
+void registerFrame(const Registry& registry, const frame::RunningFrame& frame) {
     try {
         registry.add(frame);
     } catch (const std::exception& error) {
@@ -82,17 +82,17 @@ void makeKnown(const Registry& registry, const frame::RunningFrame& frame) {
     }
 }
 
-int beKeeper(const RunRequest& request, Supervisor& supervisor, const Descriptor& caller) {
+int superviseFrame(const RunRequest& request, Supervisor& supervisor, const Descriptor& caller) {
     dieWith(caller, Supervisor::kParentDied);
     const Registry registry = Registry::ofUser();
-    leaveHost();
+    unshareNamespaces();
     const Descriptor self = watchSelf();
     const pid_t first =
-        startSupervised(supervisor, [&] { return beFirst(request, supervisor, self); });
-    makeKnown(registry, {first, request.directory, frame::commandLine(request.command)});
+        startSupervised(supervisor, [&] { return runInit(request, supervisor, self); });
+    registerFrame(registry, {first, request.directory, frame::commandLine(request.command)});
     const int status = supervisor.waitFor(first);
     registry.remove(first);
-    takeAway(request);
+    removeDirectory(request);
     return status;
 }
 
@@ -106,10 +106,10 @@ int runInFrame(const RunRequest& request) {
     searchAsInFrame();
     Supervisor supervisor;
     const Descriptor self = watchSelf();
-    const pid_t keeper =
-        startSupervised(supervisor, [&] { return beKeeper(request, supervisor, self); });
-    const int status = supervisor.waitFor(keeper);
-    takeAway(request);  // only when the keeper could not
+    const pid_t cleanup =
+        startSupervised(supervisor, [&] { return superviseFrame(request, supervisor, self); });
+    const int status = supervisor.waitFor(cleanup);
+    removeDirectory(request);  // if the cleanup process could not
     return status;
 }
 

@@ -1,4 +1,4 @@
-#include "syslog_file.h"
+#include "pallframe/sandbox/syslog_file.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>

@@ -1,4 +1,4 @@
-#include "offers.h"
+#include "pallframe/completion.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,7 @@
 #include "frame/programs.h"
 #include "frame/registry.h"
 #include "inspection/checks.h"
-#include "verbs.h"
+#include "pallframe/frame_selector.h"
 
 namespace pallframe {
 
@@ -48,10 +48,10 @@ std::string given(const cli::CompletionRequest& request, const char* option) {
     return found == request.options.end() ? "" : found->second;
 }
 
-// What the daemon depends on, as far as the frame that is meant has it, and what was taken away.
+// The files that the daemon depends on: those that the frame has, and those that were set aside.
 std::vector<cli::Completion> framePaths(const cli::CompletionRequest& request) {
-    Which which{given(request, "--tree"), given(request, "--frame")};
-    const frame::Tree tree = which.tree();
+    FrameSelector selector{given(request, "--frame-dir"), given(request, "--frame")};
+    const frame::Tree tree = selector.tree();
     std::set<std::string> present;
     for (const inspection::Check& check : inspection::checks()) {
         const std::string path = inspection::pathOf(check);
@@ -70,7 +70,7 @@ std::vector<cli::Completion> framePaths(const cli::CompletionRequest& request) {
     return found;
 }
 
-// Words that a command takes; for those that are the same at every time.
+// Arguments with fixed values.
 struct Choice {
     std::string_view command;
     std::string_view kind;
@@ -83,10 +83,10 @@ constexpr Choice kChoices[] = {
     {"file", "STATE", {"missing", "present"}},
 };
 
-// Where the words for a kind come from otherwise.
+// Arguments whose values depend on the frame.
 struct Source {
     std::string_view kind;
-    std::vector<cli::Completion> (*offers)(const cli::CompletionRequest& request);
+    std::vector<cli::Completion> (*complete)(const cli::CompletionRequest& request);
 };
 constexpr Source kSources[] = {
     {"PRODUCT", products},
@@ -97,7 +97,7 @@ constexpr Source kSources[] = {
 
 }  // namespace
 
-std::vector<cli::Completion> offers(const cli::CompletionRequest& request) try {
+std::vector<cli::Completion> completeFrameValues(const cli::CompletionRequest& request) try {
     for (const Choice& choice : kChoices) {
         if (choice.command == request.command && choice.kind == request.kind) {
             return {{choice.words[0], ""}, {choice.words[1], ""}};
@@ -106,9 +106,10 @@ std::vector<cli::Completion> offers(const cli::CompletionRequest& request) try {
     const auto source =
         std::find_if(std::begin(kSources), std::end(kSources),
                      [&request](const Source& each) { return each.kind == request.kind; });
-    return source == std::end(kSources) ? std::vector<cli::Completion>() : source->offers(request);
+    return source == std::end(kSources) ? std::vector<cli::Completion>()
+                                        : source->complete(request);
 } catch (const std::exception&) {
-    return {};  // nobody asked for a complaint
+    return {};  // completion is silent on errors
 }
 
 }  // namespace pallframe

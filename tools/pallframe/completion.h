@@ -8,6 +8,6 @@ namespace pallframe {
 
 // What a shell may offer and only this program knows: products, running frames, the words of
 // what can be set, and what the frame has that can be taken away.
-std::vector<cli::Completion> offers(const cli::CompletionRequest& request);
+std::vector<cli::Completion> completeFrameValues(const cli::CompletionRequest& request);
 
 }  // namespace pallframe

@@ -1,4 +1,4 @@
-#include "terminal_settings.h"
+#include "pallframe/sandbox/terminal_settings.h"
 
 #include <signal.h>
 #include <unistd.h>

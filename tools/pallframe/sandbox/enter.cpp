@@ -1,4 +1,4 @@
-#include "enter.h"
+#include "pallframe/sandbox/enter.h"
 
 #include <sched.h>
 #include <signal.h>
@@ -10,9 +10,9 @@
 
 #include "frame/devices.h"
 #include "frame/product.h"
-#include "process.h"
-#include "root.h"
-#include "terminal_settings.h"
+#include "pallframe/sandbox/process.h"
+#include "pallframe/sandbox/rootfs.h"
+#include "pallframe/sandbox/terminal_settings.h"
 
 namespace pallframe {
 
@@ -64,8 +64,8 @@ std::vector<std::string> shell() {
 
 // The process that joins: apart from its caller, because all that it starts from then on is in the
 // other process space, even what a sanitizer starts at the end to look back at it.
-int beJoiner(const RunningFrame& frame, const std::vector<std::string>& command,
-             Supervisor& supervisor, const Descriptor& caller) {
+int joinFrame(const RunningFrame& frame, const std::vector<std::string>& command,
+              Supervisor& supervisor, const Descriptor& caller) {
     dieWith(caller, Supervisor::kParentDied);
     const TerminalSettings terminal;
     const fs::path workingDirectory = fs::current_path();
@@ -95,7 +95,7 @@ int enterFrame(const RunningFrame& frame, const std::vector<std::string>& comman
     Supervisor supervisor;
     const Descriptor self = watchSelf();
     return supervisor.waitFor(
-        startSupervised(supervisor, [&] { return beJoiner(frame, command, supervisor, self); }));
+        startSupervised(supervisor, [&] { return joinFrame(frame, command, supervisor, self); }));
 }
 
 }  // namespace pallframe

@@ -1,4 +1,4 @@
-#include "supervisor.h"
+#include "pallframe/sandbox/supervisor.h"
 
 #include <poll.h>
 #include <sys/wait.h>
@@ -124,8 +124,8 @@ void Supervisor::handOn(int number, pid_t child) {
         ::kill(child, SIGKILL);
     } else if (number != SIGCHLD) {
         ::kill(child, number);
-        if (patience_ && !deadline_) {
-            deadline_ = Clock::now() + *patience_;
+        if (killTimeout_ && !deadline_) {
+            deadline_ = Clock::now() + *killTimeout_;
         }
     }
 }

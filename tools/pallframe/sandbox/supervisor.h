@@ -30,7 +30,7 @@ class Supervisor {
     void serve(int descriptor, std::function<void()> serve);
 
     // From the first request to end on, the child has this long.
-    void setPatience(std::chrono::milliseconds patience) { patience_ = patience; }
+    void setKillTimeout(std::chrono::milliseconds patience) { killTimeout_ = patience; }
 
     // Waits for the child's end, collecting all other children that end meanwhile. Result: its exit
     // status, 128 + signal when a signal ended it or its time ran out.
@@ -55,7 +55,7 @@ class Supervisor {
     frame::Descriptor signals_;
     int served_ = -1;
     std::function<void()> serve_;
-    std::optional<std::chrono::milliseconds> patience_;
+    std::optional<std::chrono::milliseconds> killTimeout_;
     std::optional<Clock::time_point> deadline_;
 };
 

@@ -9,7 +9,7 @@
 
 #include "frame/devices.h"
 #include "frame/system_call.h"
-#include "supervisor.h"
+#include "pallframe/sandbox/supervisor.h"
 
 // The processes that a frame is made of, and how each dies with the one before.
 namespace pallframe {

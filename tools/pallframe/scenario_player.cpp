@@ -1,4 +1,4 @@
-#include "player.h"
+#include "pallframe/scenario_player.h"
 
 #include <cerrno>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "host.h"
+#include "pallframe/sandbox/namespaces.h"
 
 #include <fcntl.h>
 #include <net/if.h>
@@ -36,7 +36,7 @@ void writeText(const char* path, const std::string& text) {
     check(::write(file.get(), text.data(), text.size()), path);
 }
 
-void becomeRootOf(uid_t user, gid_t group) {
+void mapRootTo(uid_t user, gid_t group) {
     writeText("/proc/self/setgroups", "deny");
     writeText("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
     writeText("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
@@ -44,7 +44,7 @@ void becomeRootOf(uid_t user, gid_t group) {
 
 }  // namespace
 
-void leaveHost() {
+void unshareNamespaces() {
     constexpr int kOwn = CLONE_NEWNET | CLONE_NEWPID;
     const uid_t user = ::geteuid();
     const gid_t group = ::getegid();
@@ -55,20 +55,20 @@ void leaveHost() {
         explain(errno);
     }
     try {
-        becomeRootOf(user, group);
+        mapRootTo(user, group);
     } catch (const std::system_error& refused) {
         explain(refused.code().value());
     }
 }
 
-void leaveHostMounts() {
+void unshareMounts() {
     if (::unshare(CLONE_NEWNS) != 0 ||
         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
         explain(errno);
     }
 }
 
-void bringLoopbackUp() {
+void enableLoopback() {
     const Descriptor socket(check(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket"));
     ifreq request{};
     std::strcpy(request.ifr_name, "lo");

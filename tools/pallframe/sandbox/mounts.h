@@ -8,9 +8,9 @@ namespace pallframe {
 
 // A part of the host's files as it was when this was made, not yet visible anywhere (open_tree(2)).
 // Later mounts do not change it. All calls throw std::system_error.
-class HostPart {
+class HostMount {
   public:
-    explicit HostPart(const std::filesystem::path& path);
+    explicit HostMount(const std::filesystem::path& path);
 
     void makeReadOnly() const;
     void appearAt(const std::filesystem::path& target) const;  // an existing file or directory

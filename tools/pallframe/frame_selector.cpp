@@ -1,11 +1,12 @@
+#include "pallframe/frame_selector.h"
+
 #include <cstdlib>
 
 #include "frame/devices.h"
 #include "frame/paths.h"
 #include "frame/product.h"
 #include "frame/registry.h"
-#include "process.h"
-#include "verbs.h"
+#include "pallframe/sandbox/process.h"
 
 namespace pallframe {
 
@@ -17,32 +18,32 @@ bool isFrame(const Tree& tree) {
     return frame::findProduct(tree.read(frame::paths::kProduct)) != nullptr;
 }
 
-// The number of the frame that this program runs in, as its commands are told it.
+// The number of the frame that this program runs in, from its environment.
 std::string ownNumber() {
     const char* const number = std::getenv(kNumberVariable);
     return number == nullptr ? "" : number;
 }
 
-// From inside, the frames of the host are not to be seen, only those that were made in this one.
+// Inside a frame only the frames that were made in it are visible, not those of the host.
 frame::RunningFrame choose(const std::string& name, bool isInside) {
     const auto running = frame::Registry::ofUser().running();
     if (isInside && running.empty()) {
-        throw frame::BadRequest("you are inside a frame: leave --frame away");
+        throw frame::BadRequest("inside a frame, omit --frame");
     }
     return chooseFrame(running, name);
 }
 
 }  // namespace
 
-void Which::addTo(cli::Command command) {
+void FrameSelector::addTo(cli::Command command) {
     command.add("--frame", frame, "A running frame, as list shows it").kind("FRAME");
-    command.add("--tree", directory, "A frame's directory").kind("DIR").excludes("--frame");
+    command.add("--frame-dir", directory, "A frame's directory").kind("DIR").excludes("--frame");
 }
 
-Tree Which::tree() {
+Tree FrameSelector::tree() {
     if (!directory.empty()) {
         if (!isFrame(Tree(directory))) {
-            throw frame::BadRequest(directory + " is no simulated frame");
+            throw frame::BadRequest(directory + " is not a simulated frame");
         }
         return Tree(directory);
     }

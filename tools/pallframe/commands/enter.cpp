@@ -1,0 +1,53 @@
+#include "pallframe/sandbox/enter.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "frame/devices.h"
+#include "frame/registry.h"
+#include "pallframe/commands/commands.h"
+
+namespace pallframe {
+
+namespace {
+
+struct Arguments {
+    std::string frame;
+    std::string directory;
+    std::vector<std::string> command;
+};
+
+// The parser fills positional arguments from the left, so the first word of the command may be in
+// the place of the frame's number; the number of words after "--" decides.
+int enter(Arguments arguments, size_t wordsAfterDashes) {
+    if (!arguments.frame.empty() && arguments.command.size() < wordsAfterDashes) {
+        arguments.command.insert(arguments.command.begin(), std::exchange(arguments.frame, ""));
+    }
+    if (arguments.command.size() != wordsAfterDashes) {
+        throw frame::BadRequest("the command for the frame follows --, such as: enter -- ls /");
+    }
+    if (!arguments.frame.empty() && !arguments.directory.empty()) {
+        throw frame::BadRequest("give either the number of the frame or --frame-dir");
+    }
+    const auto running = frame::Registry::ofUser().running();
+    return enterFrame(arguments.directory.empty() ? chooseFrame(running, arguments.frame)
+                                                  : frameIn(running, arguments.directory),
+                      arguments.command);
+}
+
+}  // namespace
+
+void addEnter(cli::Command program, size_t wordsAfterDashes) {
+    const auto arguments = std::make_shared<Arguments>();
+    cli::Command command =
+        program.addCommand("enter", "Run a shell or a command in a running frame");
+    command.add("FRAME", arguments->frame, "Its number in list; not needed for a single frame");
+    command.add("COMMAND", arguments->command, "After --; otherwise a shell");
+    command.add("--frame-dir", arguments->directory, "The frame with its files in this directory")
+        .kind("DIR");
+    command.work([arguments, wordsAfterDashes] { return enter(*arguments, wordsAfterDashes); });
+}
+
+}  // namespace pallframe

@@ -1,0 +1,43 @@
+#include <array>
+#include <memory>
+#include <string>
+
+#include "frame/changes.h"
+#include "pallframe/commands/commands.h"
+#include "pallframe/frame_selector.h"
+
+namespace pallframe {
+
+namespace {
+
+void addChange(cli::Command set, const frame::ChangeKind& kind,
+               const std::shared_ptr<FrameSelector>& selector) {
+    const auto arguments = std::make_shared<std::array<std::string, 2>>();
+    cli::Command command = set.addCommand(std::string(kind.name), std::string(kind.about));
+    command.allowOptionsAnywhere();  // --frame-dir may also stand last
+    for (size_t i = 0; i < kind.arguments.size() && !kind.arguments[i].empty(); ++i) {
+        command.add(std::string(kind.arguments[i]), (*arguments)[i]).required();
+    }
+    command.work([&kind, arguments, selector] {
+        frame::Words words{std::string(kind.name), (*arguments)[0]};
+        if (!kind.arguments[1].empty()) {
+            words.push_back((*arguments)[1]);
+        }
+        frame::readChange(words)(selector->tree());
+        return 0;
+    });
+}
+
+}  // namespace
+
+void addSet(cli::Command program, size_t) {
+    const auto selector = std::make_shared<FrameSelector>();
+    cli::Command set = program.addCommand("set", "Change a running frame");
+    set.requireCommand();
+    selector->addTo(set);
+    for (const frame::ChangeKind& kind : frame::changeKinds()) {
+        addChange(set, kind, selector);
+    }
+}
+
+}  // namespace pallframe

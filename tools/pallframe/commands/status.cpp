@@ -1,0 +1,32 @@
+#include "inspection/status.h"
+
+#include <memory>
+
+#include "cli/standard_output.h"
+#include "pallframe/commands/commands.h"
+#include "pallframe/frame_selector.h"
+
+namespace pallframe {
+
+namespace {
+
+struct Arguments {
+    FrameSelector selector;
+    bool json = false;
+};
+
+}  // namespace
+
+void addStatus(cli::Command program, size_t) {
+    const auto arguments = std::make_shared<Arguments>();
+    cli::Command command = program.addCommand("status", "Ports, voltages, services, program calls");
+    command.addFlag("--json", arguments->json, "One JSON object instead of a table");
+    arguments->selector.addTo(command);
+    command.work([arguments] {
+        const auto status = inspection::statusOf(arguments->selector.tree());
+        cli::print(arguments->json ? jsonOf(status) : tableOf(status));
+        return 0;
+    });
+}
+
+}  // namespace pallframe

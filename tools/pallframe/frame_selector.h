@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include "cli/command.h"
+#include "frame/tree.h"
+
+namespace pallframe {
+
+// The frame that a command works on: a named one, the one that this program runs in, or the only
+// one that is running.
+struct FrameSelector {
+    std::string directory;  // --frame-dir
+    std::string frame;      // --frame, its number
+
+    void addTo(cli::Command command);
+
+    // The files of the frame. Called again it is the same frame, and throws frame::BadRequest once
+    // that frame has ended.
+    frame::Tree tree();
+};
+
+}  // namespace pallframe
