@@ -13,10 +13,10 @@
 #include <benchmark/benchmark.h>
 
 #include "bus/tarn_internal_message.h"
-#include "frame/furnish.h"
-#include "frame/product.h"
-#include "frame/tree.h"
 #include "model/log.h"
+#include "pallframe/simulation/frame_root.h"
+#include "pallframe/simulation/populate.h"
+#include "pallframe/simulation/product.h"
 #include "service/redundant_controllers.h"
 #include "service/state_saver.h"
 #include "service/system_object.h"
@@ -47,7 +47,8 @@ class Device {
   public:
     Device() {
         replaceLogSink([](int, const std::string&) {});
-        frame::furnish(frame::Tree(root_), *frame::findProduct("Quorane"));
+        pallframe::simulation::populate(pallframe::simulation::FrameRoot(root_),
+                                        *pallframe::simulation::findProduct("Quorane"));
         state_.buildIdentityGroup("");
         state_.buildCatalogue();
         state_.setParamChanged_cb(

@@ -137,7 +137,7 @@ class Device {
 };
 
 void serve(const std::string& root, const std::string& prefix, const std::string& input) {
-    const frame::Tree tree(root);
+    const pallframe::simulation::FrameRoot tree(root);
     tree.remove("/vantor/etc/state.json");
     tree.replace("/vantor/etc/network.conf",
                  "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");

@@ -41,7 +41,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const QuietLog quiet;
     static const FuzzRoot root;
     QuietMachine machine(root.path());
-    frame::Tree(root.path()).replace(kFile, textOf(data, size));
+    pallframe::simulation::FrameRoot(root.path()).replace(kFile, textOf(data, size));
     saveAfterStart(machine);
     // A number that JSON cannot write (1e999) is another one from the first save on.
     const std::string saved = saveAfterStart(machine);

@@ -5,16 +5,19 @@
 #include <optional>
 #include <string>
 
-#include "frame/furnish.h"
-#include "frame/product.h"
-#include "frame/tree.h"
 #include "fuzz_target.h"
+#include "pallframe/simulation/frame_root.h"
+#include "pallframe/simulation/populate.h"
+#include "pallframe/simulation/product.h"
 #include "systemstate/machine.h"
 
 // A frame's files in a directory of their own, in memory where there is such a place, gone at exit.
 class FuzzRoot {
   public:
-    FuzzRoot() { frame::furnish(frame::Tree(path_), *frame::findProduct("Quorane")); }
+    FuzzRoot() {
+        pallframe::simulation::populate(pallframe::simulation::FrameRoot(path_),
+                                        *pallframe::simulation::findProduct("Quorane"));
+    }
     ~FuzzRoot() {
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "frame/programs.h"
 #include "harness/process.h"
+#include "pallframe/simulation/stub_programs.h"
 
 namespace prove {
 
@@ -25,8 +25,8 @@ constexpr std::array<const char*, 11> kSettings{
 
 constexpr int kAttempts = 3;
 
-void makeProgramsQuick(const frame::Tree& tree) {
-    for (const std::string& path : frame::programPaths()) {
+void makeProgramsQuick(const pallframe::simulation::FrameRoot& tree) {
+    for (const std::string& path : pallframe::simulation::programPaths()) {
         std::filesystem::remove(tree.path(path));
         std::filesystem::create_symlink("/bin/true", tree.path(path));
     }

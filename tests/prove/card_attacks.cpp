@@ -22,7 +22,7 @@ namespace prove {
 namespace {
 
 namespace fs = std::filesystem;
-using frame::Descriptor;
+using pallframe::simulation::Descriptor;
 using namespace std::chrono_literals;
 
 constexpr auto kPatience = 30s;
@@ -34,7 +34,7 @@ void clear(const std::string& path) {
 
 void putPipe(const std::string& path) {
     clear(path);
-    frame::check(::mkfifo(path.c_str(), 0644), path);
+    pallframe::simulation::check(::mkfifo(path.c_str(), 0644), path);
 }
 
 void putEndless(const std::string& path) {
@@ -44,8 +44,9 @@ void putEndless(const std::string& path) {
 
 void putHuge(const std::string& path) {
     clear(path);
-    const Descriptor file(frame::check(::open(path.c_str(), O_WRONLY | O_CREAT, 0644), path));
-    frame::check(::ftruncate(file.get(), off_t{1} << 30), path);
+    const Descriptor file(
+        pallframe::simulation::check(::open(path.c_str(), O_WRONLY | O_CREAT, 0644), path));
+    pallframe::simulation::check(::ftruncate(file.get(), off_t{1} << 30), path);
 }
 
 template <const char* const& path, void (*put)(const std::string&)>
@@ -71,10 +72,11 @@ void setOften(Ground& ground, int times) {
 
 // Bound and never read.
 void standingLog(Ground& ground) {
-    const Descriptor log(frame::check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket"));
+    const Descriptor log(
+        pallframe::simulation::check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket"));
     sockaddr_un address{AF_UNIX, "/dev/log"};
-    frame::check(::bind(log.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
-                 "/dev/log");
+    pallframe::simulation::check(
+        ::bind(log.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "/dev/log");
     if (ground.start()) {
         setOften(ground, 30);
     }
@@ -86,12 +88,12 @@ void standingLog(Ground& ground) {
 template <int Launch::*output>
 void standingOutput(Ground& ground) {
     std::array<int, 2> ends{};
-    frame::check(::pipe2(ends.data(), O_CLOEXEC), "pipe");
+    pallframe::simulation::check(::pipe2(ends.data(), O_CLOEXEC), "pipe");
     const Descriptor reader(ends[0]);
     const Descriptor writer(ends[1]);
     ::fcntl(writer.get(), F_SETPIPE_SZ, 4096);
     const std::string filling(4096, 'x');
-    frame::check(::write(writer.get(), filling.data(), filling.size()), "pipe");
+    pallframe::simulation::check(::write(writer.get(), filling.data(), filling.size()), "pipe");
     ground.launch().*output = writer.get();
     if (ground.start()) {
         setOften(ground, 30);

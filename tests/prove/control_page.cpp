@@ -7,20 +7,20 @@
 #include <algorithm>
 #include <chrono>
 
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace prove {
 
-using frame::check;
+using pallframe::simulation::check;
 
 ControlPage::ControlPage(const std::string& path) : path_(path) {
-    const frame::Descriptor file(
+    const pallframe::simulation::Descriptor file(
         check(::open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), path));
     check(::ftruncate(file.get(), sizeof(Control)), path);
     void* const page =
         ::mmap(nullptr, sizeof(Control), PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
     if (page == MAP_FAILED) {
-        frame::fail(path);
+        pallframe::simulation::fail(path);
     }
     control_ = static_cast<Control*>(page);
 }

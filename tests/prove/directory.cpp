@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace prove {
 
@@ -21,7 +21,7 @@ std::string bytesOf(const fs::path& path) {
 
 Entry entryOf(const fs::path& path) {
     struct stat status {};
-    frame::check(::lstat(path.c_str(), &status), path);
+    pallframe::simulation::check(::lstat(path.c_str(), &status), path);
     Entry entry{status.st_mode, {}};
     if (S_ISREG(status.st_mode)) {
         entry.text = bytesOf(path);
@@ -37,10 +37,10 @@ void put(const fs::path& path, const Entry& entry) {
     } else if (S_ISDIR(entry.mode)) {
         fs::create_directory(path);
     } else if (S_ISFIFO(entry.mode)) {
-        frame::check(::mkfifo(path.c_str(), entry.mode & 07777), path);
+        pallframe::simulation::check(::mkfifo(path.c_str(), entry.mode & 07777), path);
     } else {
         std::ofstream(path, std::ios::binary) << entry.text;
-        frame::check(::chmod(path.c_str(), entry.mode & 07777), path);
+        pallframe::simulation::check(::chmod(path.c_str(), entry.mode & 07777), path);
     }
 }
 

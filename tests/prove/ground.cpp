@@ -95,7 +95,7 @@ bool Ground::isSet(const std::string& param, int status, std::chrono::millisecon
 
 void Ground::limitFiles(rlim_t bytes) const {
     const rlimit limit{bytes, RLIM_INFINITY};
-    frame::check(::prlimit(pid_, RLIMIT_FSIZE, &limit, nullptr), "prlimit");
+    pallframe::simulation::check(::prlimit(pid_, RLIMIT_FSIZE, &limit, nullptr), "prlimit");
 }
 
 Damage Ground::assess() {

@@ -30,7 +30,7 @@ namespace {
 }
 
 pid_t start(const Launch& launch) {
-    const pid_t pid = frame::check(::fork(), "fork");
+    const pid_t pid = pallframe::simulation::check(::fork(), "fork");
     if (pid == 0) {
         become(launch);
     }

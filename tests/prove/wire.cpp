@@ -15,8 +15,8 @@ namespace prove {
 
 namespace {
 
-using frame::check;
-using frame::Descriptor;
+using pallframe::simulation::check;
+using pallframe::simulation::Descriptor;
 using namespace std::chrono_literals;
 
 constexpr size_t kHead = 400;

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <thread>
 
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace prove {
 
@@ -75,8 +75,8 @@ class Wire {
     void dropConnection();
     bool sendAll(int socket, std::string_view bytes);
 
-    frame::Descriptor listener_;
-    frame::Descriptor connection_;
+    pallframe::simulation::Descriptor listener_;
+    pallframe::simulation::Descriptor connection_;
     mutable std::mutex state_;
     std::mutex sending_;
     Incoming incoming_;

@@ -1,7 +1,7 @@
 #include "soaking/audit.h"
 
-#include "frame/paths.h"
 #include "model/json.h"
+#include "pallframe/simulation/paths.h"
 #include "systemstate/network_settings.h"
 
 namespace soak {
@@ -10,7 +10,8 @@ namespace {
 
 constexpr const char* kStateFile = "/vantor/etc/configurableSystemDetails.json";
 
-void auditState(const frame::Tree& tree, const Ledger& ledger, std::vector<std::string>& found) {
+void auditState(const pallframe::simulation::FrameRoot& tree, const Ledger& ledger,
+                std::vector<std::string>& found) {
     const std::string text = tree.read(kStateFile);
     const UniqueJSON root = parseJSON(text.data(), text.size());
     const cJSON* const devices = jsonMember(jsonMember(root.get(), "systemState"), "devices");
@@ -40,12 +41,13 @@ std::string textOf(const SettingsBook::Settings& settings) {
 
 }  // namespace
 
-std::vector<std::string> audit(const frame::Tree& tree, const Ledger& ledger,
+std::vector<std::string> audit(const pallframe::simulation::FrameRoot& tree, const Ledger& ledger,
                                const SettingsBook& book) {
     std::vector<std::string> found;
     auditState(tree, ledger, found);
-    if (tree.exists(frame::paths::kNetwork)) {
-        const NetworkConf conf = decodeNetworkConf(tree.read(frame::paths::kNetwork));
+    if (tree.exists(pallframe::simulation::paths::kNetwork)) {
+        const NetworkConf conf =
+            decodeNetworkConf(tree.read(pallframe::simulation::paths::kNetwork));
         const SettingsBook::Settings inFile{conf.ip, conf.netmask, conf.gateway};
         if (!book.agrees(inFile)) {
             found.push_back("network.conf holds" + textOf(inFile) + ", due are" +

@@ -11,8 +11,8 @@
 
 namespace soak {
 
-using frame::check;
-using frame::Descriptor;
+using pallframe::simulation::check;
+using pallframe::simulation::Descriptor;
 
 Bus::Bus(uint16_t port, std::function<void(const TarnInternalMessage&)> onMessage)
     : port_(port), onMessage_(std::move(onMessage)) {

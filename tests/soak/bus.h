@@ -7,7 +7,7 @@
 
 #include "bus/netstring_stream_parser.h"
 #include "bus/tarn_internal_message.h"
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace soak {
 
@@ -42,8 +42,8 @@ class Bus {
 
     uint16_t port_;
     std::function<void(const TarnInternalMessage&)> onMessage_;
-    frame::Descriptor listener_;
-    frame::Descriptor connection_;
+    pallframe::simulation::Descriptor listener_;
+    pallframe::simulation::Descriptor connection_;
     lumo::NetStringStreamParser parser_;
 };
 

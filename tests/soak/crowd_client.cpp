@@ -12,7 +12,7 @@
 
 namespace soak {
 
-using frame::Descriptor;
+using pallframe::simulation::Descriptor;
 using std::chrono::milliseconds;
 
 namespace {
@@ -40,7 +40,8 @@ void CrowdClient::step(uint16_t port, Clock::time_point now) {
 
 void CrowdClient::connect(uint16_t port, Clock::time_point now) {
     next_ = now + kBetweenAttempts;
-    Descriptor socket(frame::check(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"));
+    Descriptor socket(
+        pallframe::simulation::check(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);

@@ -6,7 +6,7 @@
 
 #include "bus/netstring_stream_parser.h"
 #include "bus/tarn_internal_message.h"
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 #include "soaking/ledger.h"
 #include "soaking/requests.h"
 
@@ -54,7 +54,7 @@ class CrowdClient {
     void handleMessage(const TarnInternalMessage& message);
 
     const int connectionID_;
-    frame::Descriptor socket_;
+    pallframe::simulation::Descriptor socket_;
     lumo::NetStringStreamParser parser_;
     bool ready_ = false;
     Clock::time_point next_;  // attempt to connect, or the end of patience with one

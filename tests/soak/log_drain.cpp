@@ -7,7 +7,7 @@
 
 namespace soak {
 
-using frame::check;
+using pallframe::simulation::check;
 
 LogDrain::LogDrain()
     : socket_(check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket")) {

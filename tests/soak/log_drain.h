@@ -3,7 +3,7 @@
 #include <array>
 #include <cstddef>
 
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace soak {
 
@@ -19,7 +19,7 @@ class LogDrain {
     size_t lines(int priority) const { return lines_.at(static_cast<size_t>(priority)); }
 
   private:
-    frame::Descriptor socket_;
+    pallframe::simulation::Descriptor socket_;
     std::array<size_t, 8> lines_{};
 };
 

@@ -1,13 +1,13 @@
 #include "soaking/mischief.h"
 
-#include "frame/devices.h"
-#include "frame/paths.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
 #include "systemstate/network_settings.h"
 #include "systemstate/places.h"
 
 namespace soak {
 
-namespace paths = frame::paths;
+namespace paths = pallframe::simulation::paths;
 
 struct Mischief::Deed {
     int64_t weight;
@@ -31,7 +31,7 @@ double volts(Random& random) {
 
 }  // namespace
 
-Mischief::Mischief(const frame::Tree& tree, Random& random, SettingsBook& book)
+Mischief::Mischief(const pallframe::simulation::FrameRoot& tree, Random& random, SettingsBook& book)
     : tree_(tree), random_(random), book_(book) {}
 
 void Mischief::step(Clock::time_point now, bool settling) {
@@ -41,7 +41,7 @@ void Mischief::step(Clock::time_point now, bool settling) {
     }
     if (now >= nextVoltage_) {
         // Each poll finds another one.
-        frame::setSupply(tree_, 1, volts(random_));
+        pallframe::simulation::setSupply(tree_, 1, volts(random_));
         nextVoltage_ = now + std::chrono::milliseconds(700);
     }
     if (now >= nextDeed_) {
@@ -52,19 +52,19 @@ void Mischief::step(Clock::time_point now, bool settling) {
 }
 
 void Mischief::moveCable(Clock::time_point /*now*/) {
-    frame::setCable(tree_, random_.onceIn(2) ? "eth0" : "eth1", random_.onceIn(2));
+    pallframe::simulation::setCable(tree_, random_.onceIn(2) ? "eth0" : "eth1", random_.onceIn(2));
 }
 
 void Mischief::swapPorts(Clock::time_point /*now*/) {
-    frame::swapActivePort(tree_, random_.onceIn(2) ? "eth0" : "eth1");
+    pallframe::simulation::swapActivePort(tree_, random_.onceIn(2) ? "eth0" : "eth1");
 }
 
 void Mischief::changeSupply(Clock::time_point /*now*/) {
-    frame::setSupply(tree_, 2, random_.onceIn(4) ? 0 : volts(random_));
+    pallframe::simulation::setSupply(tree_, 2, random_.onceIn(4) ? 0 : volts(random_));
 }
 
 void Mischief::changeBattery(Clock::time_point /*now*/) {
-    frame::setBattery(tree_, random_.onceIn(3) ? 0 : volts(random_) / 4);
+    pallframe::simulation::setBattery(tree_, random_.onceIn(3) ? 0 : volts(random_) / 4);
 }
 
 // Now and then while the device is writing the file itself.
@@ -97,8 +97,8 @@ void Mischief::hideFile(Clock::time_point now) {
     if (!hidden_.empty() || (path == paths::kNetwork && !isEditable(now))) {
         return;
     }
-    const frame::TreeLock lock(tree_);
-    tree_.hide(path);
+    const pallframe::simulation::FrameLock lock(tree_);
+    tree_.setAside(path);
     hidden_ = path;
     showAt_ = now + random_.milliseconds(500, 5000);
     if (path == paths::kNetwork) {
@@ -107,8 +107,8 @@ void Mischief::hideFile(Clock::time_point now) {
 }
 
 void Mischief::showFile(Clock::time_point now) {
-    const frame::TreeLock lock(tree_);
-    tree_.show(hidden_);
+    const pallframe::simulation::FrameLock lock(tree_);
+    tree_.restore(hidden_);
     if (hidden_ == paths::kNetwork) {
         calmFrom_ = now + kSeen;
     }
@@ -134,11 +134,11 @@ void Mischief::putRight(Clock::time_point now) {
         showFile(now);
     }
     tree_.remove(kAmbrixDisabledMarker);
-    frame::setCable(tree_, "eth0", true);
-    frame::setCable(tree_, "eth1", true);
-    frame::setSupply(tree_, 1, 12);
-    frame::setSupply(tree_, 2, 12);
-    frame::setBattery(tree_, 3.1);
+    pallframe::simulation::setCable(tree_, "eth0", true);
+    pallframe::simulation::setCable(tree_, "eth1", true);
+    pallframe::simulation::setSupply(tree_, 1, 12);
+    pallframe::simulation::setSupply(tree_, 2, 12);
+    pallframe::simulation::setBattery(tree_, 3.1);
 }
 
 }  // namespace soak

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "frame/tree.h"
+#include "pallframe/simulation/frame_root.h"
 #include "soaking/random.h"
 #include "soaking/settings_book.h"
 
@@ -13,7 +13,7 @@ namespace soak {
 // network.conf, files that are missing for a while or damaged, Ambrix shutting itself off.
 class Mischief {
   public:
-    Mischief(const frame::Tree& tree, Random& random, SettingsBook& book);
+    Mischief(const pallframe::simulation::FrameRoot& tree, Random& random, SettingsBook& book);
 
     // Does what is due. `settling`: a set of a network setting is under way.
     void step(Clock::time_point now, bool settling);
@@ -47,7 +47,7 @@ class Mischief {
     void showFile(Clock::time_point now);
     bool isEditable(Clock::time_point now) const { return !settling_ && now >= setsMayRunUntil_; }
 
-    const frame::Tree& tree_;
+    const pallframe::simulation::FrameRoot& tree_;
     Random& random_;
     SettingsBook& book_;
     size_t deeds_ = 0;

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "frame/paths.h"
+#include "pallframe/simulation/paths.h"
 
 namespace soak {
 
@@ -18,10 +18,12 @@ constexpr std::string_view kLoadOn = "devmem 0x8aa00014 32 0x01";
 
 }  // namespace
 
-PollClock::PollClock(const frame::Tree& tree)
-    : tree_(tree), watch_(frame::check(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify")) {
-    const auto directory = tree.path(frame::paths::kRegisters).parent_path();
-    frame::check(::inotify_add_watch(watch_.get(), directory.c_str(), IN_OPEN), directory);
+PollClock::PollClock(const pallframe::simulation::FrameRoot& tree)
+    : tree_(tree),
+      watch_(pallframe::simulation::check(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify")) {
+    const auto directory = tree.path(pallframe::simulation::paths::kRegisters).parent_path();
+    pallframe::simulation::check(::inotify_add_watch(watch_.get(), directory.c_str(), IN_OPEN),
+                                 directory);
 }
 
 void PollClock::takeEvents(Clock::time_point now) {
@@ -45,7 +47,7 @@ void PollClock::poll(Clock::time_point now) {
     last_ = now;
     ++polls_;
     // The load is switched on before the dump is read, so the command belongs to this poll.
-    std::ifstream commands(tree_.path(frame::paths::kCommands));
+    std::ifstream commands(tree_.path(pallframe::simulation::paths::kCommands));
     commands.seekg(static_cast<std::streamoff>(commandsRead_));
     for (std::string line; std::getline(commands, line) && !commands.eof();) {
         commandsRead_ += line.size() + 1;

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "frame/system_call.h"
-#include "frame/tree.h"
+#include "pallframe/simulation/frame_root.h"
+#include "pallframe/simulation/system_call.h"
 #include "soaking/random.h"
 
 namespace soak {
@@ -17,7 +17,7 @@ namespace soak {
 class PollClock {
   public:
     // Watches from now on; throws std::system_error.
-    explicit PollClock(const frame::Tree& tree);
+    explicit PollClock(const pallframe::simulation::FrameRoot& tree);
 
     int descriptor() const { return watch_.get(); }
     void takeEvents(Clock::time_point now);
@@ -31,8 +31,8 @@ class PollClock {
   private:
     void poll(Clock::time_point now);
 
-    const frame::Tree& tree_;
-    frame::Descriptor watch_;
+    const pallframe::simulation::FrameRoot& tree_;
+    pallframe::simulation::Descriptor watch_;
     size_t polls_ = 0;
     Clock::time_point last_;
     Clock::duration longestGap_{};

@@ -9,9 +9,9 @@
 #include <array>
 #include <cstdio>
 
-#include "frame/devices.h"
-#include "frame/paths.h"
-#include "frame/programs.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/stub_programs.h"
 #include "soaking/audit.h"
 #include "systemstate/network_settings.h"
 
@@ -37,7 +37,7 @@ double processorMilliseconds(pid_t process) {
     clockid_t clock = 0;
     timespec time{};
     if (::clock_getcpuclockid(process, &clock) != 0 || ::clock_gettime(clock, &time) != 0) {
-        frame::fail("processor time");
+        pallframe::simulation::fail("processor time");
     }
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
@@ -57,7 +57,7 @@ Soak::Soak(const Options& options)
     : options_(options),
       random_(options.seed),
       traffic_(random_, book_, mischief_, options.idleSeconds > 0 ? 0 : options.rate) {
-    frame::setPause(tree_, "S40network", kNetworkRestart);
+    pallframe::simulation::setPause(tree_, "S40network", kNetworkRestart);
 }
 
 // One turn of everything that does not wait.
@@ -221,8 +221,8 @@ void Soak::reportTraffic() {
     report_.expect("silences of the bus not noticed", line.stayedOnSilence, 0);
     report_.row("deeds around the daemon", mischief_.deeds());
     report_.row("audits of state file and network.conf", audits_);
-    report_.row("commands run",
-                static_cast<size_t>(std::ranges::count(tree_.read(frame::paths::kCommands), '\n')));
+    report_.row("commands run", static_cast<size_t>(std::ranges::count(
+                                    tree_.read(pallframe::simulation::paths::kCommands), '\n')));
     report_.row("log lines, critical / error / warning",
                 std::to_string(log_.lines(LOG_CRIT)) + " / " + std::to_string(log_.lines(LOG_ERR)) +
                     " / " + std::to_string(log_.lines(LOG_WARNING)));

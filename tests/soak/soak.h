@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "frame/tree.h"
 #include "harness/process.h"
+#include "pallframe/simulation/frame_root.h"
 #include "soaking/footprint.h"
 #include "soaking/log_drain.h"
 #include "soaking/mischief.h"
@@ -42,7 +42,7 @@ class Soak {
     void reportFootprints();
 
     const Options options_;
-    frame::Tree tree_{"/"};
+    pallframe::simulation::FrameRoot tree_{"/"};
     Random random_;
     SettingsBook book_;
     Mischief mischief_{tree_, random_, book_};

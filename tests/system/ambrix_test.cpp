@@ -1,16 +1,16 @@
 // Ambrix shuts itself off and marks itself as disabled; the poll finds the marker.
 
-#include "frame/devices.h"
-#include "frame/paths.h"
 #include "harness/file_version.h"
 #include "harness/held_program.h"
 #include "on_product.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::UnorderedElementsAreArray;
-namespace paths = frame::paths;
+namespace paths = pallframe::simulation::paths;
 
 namespace {
 
@@ -104,7 +104,7 @@ TEST_F(AmbrixThatNeverRan, IsLeftAlone) {
     frame.write(kAmbrixMarker, "");
     startAndSettle();
     waitForAnnouncement("ethPort2Status", "2");
-    frame::setCable(frame.tree(), "eth1", false);
+    pallframe::simulation::setCable(frame.tree(), "eth1", false);
     waitForAnnouncement("ethPort2Status", "0");
     EXPECT_THAT(newCommands(), IsEmpty());
 }
@@ -153,7 +153,7 @@ TEST_F(AmbrixOnABrio, IsAllThatThePollLooksAt) {
     frame.write(paths::kDetection, "Frame Type: 2\n");
     frame.write(paths::kRegisters, std::string(512, '7'));
     startAndSettle();
-    frame::setCable(frame.tree(), "eth0", false);
+    pallframe::simulation::setCable(frame.tree(), "eth0", false);
     frame.write(paths::kNetwork, "IPADDR=10.0.0.7\n");
     waitForAPoll();
     waitForAPoll();

@@ -6,8 +6,8 @@
 #include <fstream>
 
 #include "bus/full_listener.h"
-#include "frame/devices.h"
 #include "on_bus.h"
+#include "pallframe/simulation/devices.h"
 
 using namespace harness;
 using namespace std::chrono_literals;
@@ -163,7 +163,7 @@ class NoBus : public Connection {
     // Has the next poll find something to announce.
     void moveCable() {
         cableIsIn_ = !cableIsIn_;
-        frame::setCable(frame.tree(), "eth0", cableIsIn_);
+        pallframe::simulation::setCable(frame.tree(), "eth0", cableIsIn_);
         log.waitFor("ETHERNET STATUS CHANGED : eth0");
     }
 

@@ -78,7 +78,7 @@ TEST_F(Dev, RunRefusesAnUnknownProductBeforeTheBuild) {
     EXPECT_EQ(result.status, 2);
     EXPECT_THAT(result.error, testing::StartsWith("dev: unknown product 'Foo'; choose from "));
     const std::string complaint = result.error.substr(5, result.error.find('\n') - 5);
-    EXPECT_EQ(run(pallframe({"run", "--product", "Foo", "--", "true"})).error,
+    EXPECT_EQ(run(pallframeCommand({"run", "--product", "Foo", "--", "true"})).error,
               "pallframe: --product: " + complaint + " (--help tells more)\n");
 }
 

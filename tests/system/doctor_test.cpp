@@ -1,12 +1,12 @@
 // What the doctor says of a frame that lacks something, and what the daemon publishes on it.
 
-#include "frame/devices.h"
-#include "frame/paths.h"
 #include "model/json.h"
 #include "on_product.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
-namespace paths = frame::paths;
+namespace paths = pallframe::simulation::paths;
 
 namespace {
 
@@ -45,7 +45,7 @@ class Lacking : public OnProduct, public testing::WithParamInterface<Lack> {
             waitForAnnouncement("psu1Voltage");
         } else if (onPolled(product)) {
             waitForAnnouncement("ethPort2Status", "2");
-            frame::setCable(frame.tree(), "eth1", false);
+            pallframe::simulation::setCable(frame.tree(), "eth1", false);
             waitForAnnouncement("ethPort2Status", "0");
         }
     }

@@ -23,14 +23,14 @@ constexpr const char* kNoFrame = "FRAME  PRODUCT  STARTED  FILES  COMMAND\n";
 class Running : public Process {
   public:
     explicit Running(const char* product = "Quorane", const std::string& first = "true")
-        : Process(pallframe({"run", "--product", product, "--", "sh", "-c",
-                             first + "; echo ready; exec sleep 1000"})) {
+        : Process(pallframeCommand({"run", "--product", product, "--", "sh", "-c",
+                                    first + "; echo ready; exec sleep 1000"})) {
         output().waitFor("ready\n");
     }
 };
 
 Result enter(const Words& words) {
-    Words all = pallframe({"enter"});
+    Words all = pallframeCommand({"enter"});
     all.insert(all.end(), words.begin(), words.end());
     return run(all);
 }
@@ -40,7 +40,7 @@ Result shell(const std::string& script) {
 }
 
 std::string list() {
-    return run(pallframe({"list"})).output;
+    return run(pallframeCommand({"list"})).output;
 }
 
 // The numbers of the frames that are listed.
@@ -98,7 +98,7 @@ TEST(Enter, FindsTheProgramsOfTheFrame) {
 
 TEST(Enter, WithoutACommandItIsAShellThatSaysWhereItIs) {
     const Running frame("Tessara");
-    Terminal terminal(pallframe({"enter"}));
+    Terminal terminal(pallframeCommand({"enter"}));
     terminal.screen().waitFor("[Tessara frame " + numbers().at(0) + "] " +
                               fs::current_path().string() + "# ");
     terminal.type("cd /vantor\n");
@@ -120,19 +120,20 @@ TEST(Enter, OneOfSeveralHasToBeNamed) {
     };
     EXPECT_THAT((Words{productOf(both[0]), productOf(both[1])}),
                 testing::UnorderedElementsAre("KELI\n", "Tessara\n"));
-    EXPECT_EQ(run(pallframe({"status", "--frame", both[1]})).status, 0);
-    EXPECT_EQ(run(pallframe({"status"})).status, 2);
+    EXPECT_EQ(run(pallframeCommand({"status", "--frame", both[1]})).status, 0);
+    EXPECT_EQ(run(pallframeCommand({"status"})).status, 2);
 }
 
 TEST_F(Tree, IsEnteredByItsDirectory) {
     Process frame(words());
     frame.output().waitFor("ready");
     const Running other;
-    const Result result = run(pallframe({"enter", "--frame-dir", tree, "--", "sh", "-c",
-                                         "grep -c . /proc/net/bonding/bond0 >/tmp/entered"}));
+    const Result result =
+        run(pallframeCommand({"enter", "--frame-dir", tree, "--", "sh", "-c",
+                              "grep -c . /proc/net/bonding/bond0 >/tmp/entered"}));
     EXPECT_EQ(result.error, "");
     EXPECT_TRUE(fs::exists(tree + "/tmp/entered"));
-    EXPECT_EQ(run(pallframe({"enter", "--frame-dir", tree + "x", "--", "true"})).error,
+    EXPECT_EQ(run(pallframeCommand({"enter", "--frame-dir", tree + "x", "--", "true"})).error,
               "pallframe: no frame is running in " + tree + "x\n");
 }
 
@@ -146,7 +147,8 @@ TEST(Enter, WithoutAFrameItSaysHowToStartOne) {
 TEST(Enter, TheCommandGoesWithIt) {
     const Running frame;
     const std::string mark = uniqueWord();
-    Process entered(pallframe({"enter", "--", "sh", "-c", "echo in; exec sleep 1000", mark}));
+    Process entered(
+        pallframeCommand({"enter", "--", "sh", "-c", "echo in; exec sleep 1000", mark}));
     entered.output().waitFor("in\n");
     entered.signal(SIGKILL);
     EXPECT_EQ(entered.output().waitForEnd(), "in\n") << "closed, so nobody holds it";
@@ -154,7 +156,7 @@ TEST(Enter, TheCommandGoesWithIt) {
 
 TEST(Enter, TheEndOfTheFrameIsTheEndOfTheCommand) {
     Running frame;
-    Process entered(pallframe({"enter", "--", "sh", "-c", "echo in; exec sleep 1000"}));
+    Process entered(pallframeCommand({"enter", "--", "sh", "-c", "echo in; exec sleep 1000"}));
     entered.output().waitFor("in\n");
     const std::string number = numbers().at(0);
     frame.signal(SIGTERM);
@@ -196,10 +198,10 @@ TEST(List, ShowsWhatRuns) {
 }
 
 TEST(List, TellsProgramsTheSame) {
-    EXPECT_EQ(run(pallframe({"list", "--json"})).output, "");
+    EXPECT_EQ(run(pallframeCommand({"list", "--json"})).output, "");
     const Running one("Tessara");
     const Running other("KELI", "echo \"$PALLFRAME\"");
-    EXPECT_THAT(run(pallframe({"list", "--json"})).output,
+    EXPECT_THAT(run(pallframeCommand({"list", "--json"})).output,
                 AllOf(testing::StartsWith("{\"frame\":" + numbers().at(0) + ",\"product\":\"Tes"),
                       HasSubstr("\"}\n{\"frame\":" + numbers().at(1) + ",\"product\":\"KELI\",")));
 }
@@ -228,24 +230,26 @@ TEST(Frame, ItsFilesAreOfferedAlsoThoseThatWereTakenAway) {
     const Running one("KELI");
     const Running other("Tessara");
     const std::string tessara = numbers().at(1);
-    Words begun = pallframe({"complete", "set", "--frame", tessara, "file", "/"});
+    Words begun = pallframeCommand({"complete", "set", "--frame", tessara, "file", "/"});
     EXPECT_THAT(run(begun).output,
                 AllOf(HasSubstr("\n/tmp/tessaradetect.txt\n"), HasSubstr("\n/etc/build.prop\n")));
     EXPECT_EQ(
-        run(pallframe({"set", "--frame", tessara, "file", "/etc/build.prop", "missing"})).status,
+        run(pallframeCommand({"set", "--frame", tessara, "file", "/etc/build.prop", "missing"}))
+            .status,
         0);
     EXPECT_THAT(run(begun).output, HasSubstr("\n/etc/build.prop\tmissing\n"));
     begun[4] = numbers().at(0);
     EXPECT_THAT(run(begun).output,
                 AllOf(HasSubstr("\n/etc/build.prop\n"), testing::Not(HasSubstr("tessaradetect"))));
-    EXPECT_EQ(run(pallframe({"complete", "set", "file", "/"})).error, "") << "of which of the two?";
+    EXPECT_EQ(run(pallframeCommand({"complete", "set", "file", "/"})).error, "")
+        << "of which of the two?";
 }
 
 TEST(Frame, IsOfferedToWhoeverNamesOne) {
     const Running one("Tessara");
     const Running other("KELI");
     for (const Words& begun : {Words{"enter", ""}, Words{"set", "--frame", ""}}) {
-        Words words = pallframe({"complete"});
+        Words words = pallframeCommand({"complete"});
         words.insert(words.end(), begun.begin(), begun.end());
         EXPECT_THAT(run(words).output,
                     AllOf(HasSubstr("\n" + numbers().at(0) + "\tTessara, since "),
@@ -282,9 +286,9 @@ TEST(List, AFrameThatCannotBeListedRunsAllTheSame) {
 
 TEST(FrameInMemory, IsSeenAndChangedFromOutside) {
     const Running frame("Tessara");
-    EXPECT_EQ(run(pallframe({"set", "cable", "eth0", "down"})).status, 0);
+    EXPECT_EQ(run(pallframeCommand({"set", "cable", "eth0", "down"})).status, 0);
     EXPECT_THAT(shell("cat /tmp/bond0").output, HasSubstr("Currently Active Slave: eth1\n"));
-    EXPECT_THAT(run(pallframe({"status"})).output, HasSubstr("port     eth0        down, "));
+    EXPECT_THAT(run(pallframeCommand({"status"})).output, HasSubstr("port     eth0        down, "));
 }
 
 }  // namespace

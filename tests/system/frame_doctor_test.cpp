@@ -21,7 +21,7 @@ constexpr const char* kBusWhenAsked =
 
 Result doctor(Words options = {}) {
     options.insert(options.begin(), "doctor");
-    return run(pallframe(options));
+    return run(pallframeCommand(options));
 }
 
 void waitForWellDoctor(const Words& options = {}) {
@@ -29,24 +29,24 @@ void waitForWellDoctor(const Words& options = {}) {
 }
 
 TEST(DoctorOutside, SaysWhetherABusListensInAFrameThatRuns) {
-    Process frame(pallframe({"run", "--product", "Tessara", "--", "sh", "-c", kBusWhenAsked}));
+    Process frame(
+        pallframeCommand({"run", "--product", "Tessara", "--", "sh", "-c", kBusWhenAsked}));
     frame.output().waitFor("ready\n");
     const Result without = doctor();
     EXPECT_EQ(without.status, 1);
     EXPECT_THAT(without.output, AllOf(StartsWith("frame           "),
                                       HasSubstr("\nproduct         Tessara\n"), HasSubstr(kNoBus)));
-    EXPECT_EQ(run(pallframe({"enter", "--", "touch", "/tmp/go"})).status, 0);
+    EXPECT_EQ(run(pallframeCommand({"enter", "--", "touch", "/tmp/go"})).status, 0);
     waitForWellDoctor();
-    EXPECT_THAT(doctor().output,
-                AllOf(HasSubstr("ok              127.0.0.1:15000\n"),
-                      HasSubstr("ok              /dev/log\n"), HasSubstr(" checks passed"),
-                      Not(HasSubstr("skipped"))));
+    EXPECT_THAT(doctor().output, AllOf(HasSubstr("ok              127.0.0.1:15000\n"),
+                                       HasSubstr("ok              /dev/log\n"),
+                                       HasSubstr(" checks passed"), Not(HasSubstr("skipped"))));
 }
 
 TEST(DoctorOutside, FindsWhatIsTakenFromAFrameInMemory) {
-    Process frame(pallframe({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
+    Process frame(pallframeCommand({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
     frame.output().waitFor("ready\n");
-    EXPECT_EQ(run(pallframe({"set", "file", "/etc/build.prop", "missing"})).status, 0);
+    EXPECT_EQ(run(pallframeCommand({"set", "file", "/etc/build.prop", "missing"})).status, 0);
     const Result ill = doctor();
     EXPECT_EQ(ill.status, 1);
     EXPECT_THAT(ill.output, HasSubstr("missing         /etc/build.prop (No such file or "
@@ -55,14 +55,14 @@ TEST(DoctorOutside, FindsWhatIsTakenFromAFrameInMemory) {
 
 TEST(DoctorInside, LooksAtTheSystemLogOfItsOwnFrame) {
     const Words words{"--", "sh", "-c", "pallbus & until pallframe doctor; do sleep 0.1; done"};
-    Words with = pallframe({"run", "--product", "QuoraneBrio"});
+    Words with = pallframeCommand({"run", "--product", "QuoraneBrio"});
     with.insert(with.end(), words.begin(), words.end());
     const Result result = run(with);
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.output, AllOf(HasSubstr("ok              /dev/log\n"),
                                      HasSubstr("ok              ssh.service\n"),
                                      HasSubstr("ok              vsftpd.service\n")));
-    Words without = pallframe({"run", "--no-syslog", "--", "pallframe", "doctor"});
+    Words without = pallframeCommand({"run", "--no-syslog", "--", "pallframe", "doctor"});
     EXPECT_THAT(run(without).output,
                 HasSubstr("missing         /dev/log (No such file or directory)\n"
                           "    values as usual, and nobody reads what the daemon logs\n"));
@@ -85,11 +85,10 @@ TEST_F(DoctorOfTree, CannotSeeWhatOnlyAFrameThatRunsHas) {
     EXPECT_EQ(run(words({"--keep"}, "exit 0")).status, 0);
     const Result result = tell({"doctor"});
     EXPECT_EQ(result.status, 0) << result.output;
-    EXPECT_THAT(
-        result.output,
-        AllOf(HasSubstr("skipped         127.0.0.1:15000 (needs a running frame)\n"),
-              HasSubstr("skipped         /dev/log (needs a running frame)\n"),
-              HasSubstr(" skipped (needs a running frame).\n")));
+    EXPECT_THAT(result.output,
+                AllOf(HasSubstr("skipped         127.0.0.1:15000 (needs a running frame)\n"),
+                      HasSubstr("skipped         /dev/log (needs a running frame)\n"),
+                      HasSubstr(" skipped (needs a running frame).\n")));
     EXPECT_EQ(tell({"set", "file", "/tmp/eeprom", "missing"}).status, 0);
     EXPECT_EQ(tell({"doctor"}).status, 1);
 }

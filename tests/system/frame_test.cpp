@@ -12,12 +12,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "frame/paths.h"
 #include "harness/process.h"
 #include "harness/syslog_receiver.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
-namespace paths = frame::paths;
+namespace paths = pallframe::simulation::paths;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -48,7 +48,7 @@ TEST(Inside, IsRootOfItsOwnProcesses) {
 
 std::set<std::string> interfacesThatAreUp() {
     ifaddrs* first = nullptr;
-    frame::check(::getifaddrs(&first), "getifaddrs");
+    pallframe::simulation::check(::getifaddrs(&first), "getifaddrs");
     const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> owner(first, ::freeifaddrs);
     std::set<std::string> names;
     for (const ifaddrs* one = first; one != nullptr; one = one->ifa_next) {
@@ -113,7 +113,7 @@ TEST_P(Products, TheFilesOfTheProductAreThere) {
 }
 
 TEST(Frame, AnUnknownProductIsRefused) {
-    EXPECT_THROW(Frame("Quasar"), frame::BadRequest);
+    EXPECT_THROW(Frame("Quasar"), pallframe::simulation::FrameError);
 }
 
 TEST(Frame, IfenslaveSwapsThePort) {

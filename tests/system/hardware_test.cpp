@@ -4,15 +4,15 @@
 
 #include <cmath>
 
-#include "frame/devices.h"
-#include "frame/paths.h"
 #include "on_product.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
-namespace paths = frame::paths;
+namespace paths = pallframe::simulation::paths;
 
 namespace {
 
@@ -32,8 +32,12 @@ class Hardware : public OnProduct {
         return all;
     }
 
-    void pull(const char* interface) const { frame::setCable(frame.tree(), interface, false); }
-    void plug(const char* interface) const { frame::setCable(frame.tree(), interface, true); }
+    void pull(const char* interface) const {
+        pallframe::simulation::setCable(frame.tree(), interface, false);
+    }
+    void plug(const char* interface) const {
+        pallframe::simulation::setCable(frame.tree(), interface, true);
+    }
 };
 
 std::vector<LogLine> logOfPort(const std::string& interface, const std::string& was,
@@ -225,17 +229,17 @@ class Supplies : public Hardware {
 };
 
 TEST_F(Supplies, AreReadAsTheyAreAndThenSmoothed) {
-    frame::setSupply(frame.tree(), 2, 11.9);
+    pallframe::simulation::setSupply(frame.tree(), 2, 11.9);
     startAndSettle();
     int word = readingOfSupply(12.0);
     EXPECT_DOUBLE_EQ(voltage("psu1Voltage"), supplyVolts(word));
     EXPECT_DOUBLE_EQ(voltage("psu2Voltage"), supplyVolts(readingOfSupply(11.9)));
-    frame::setSupply(frame.tree(), 1, 0);
+    pallframe::simulation::setSupply(frame.tree(), 1, 0);
     for (int poll = 0; poll < 3; ++poll) {
         word = 3 * word / 4;
         EXPECT_DOUBLE_EQ(voltage("psu1Voltage"), supplyVolts(word));
     }
-    frame::setSupply(frame.tree(), 1, 12.0);
+    pallframe::simulation::setSupply(frame.tree(), 1, 12.0);
     EXPECT_DOUBLE_EQ(voltage("psu1Voltage"), supplyVolts((3 * word + readingOfSupply(12.0)) / 4));
 }
 
@@ -246,12 +250,12 @@ class Battery : public Hardware {
 
 // Each start samples it: while the daemon runs it takes 151 polls.
 TEST_F(Battery, ReadsZeroWhileItIsTakenOut) {
-    frame::setBattery(frame.tree(), 0);
+    pallframe::simulation::setBattery(frame.tree(), 0);
     startAndSettle();
     EXPECT_EQ(waitForAnnouncement("battVoltage"), "0");
     daemon->output().waitFor("\nBATT 0.000000\n");
     stop();
-    frame::setBattery(frame.tree(), 3.1);
+    pallframe::simulation::setBattery(frame.tree(), 3.1);
     start();
     EXPECT_NEAR(std::stod(waitForAnnouncement("battVoltage")), 3.1, 3.38 / 4096);
 }

@@ -138,8 +138,8 @@ class Client {
         address.sin_family = AF_INET;
         address.sin_port = htons(15000);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        frame::check(::connect(fd(), reinterpret_cast<sockaddr*>(&address), sizeof(address)),
-                     "connect");
+        pallframe::simulation::check(
+            ::connect(fd(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), "connect");
     }
     int fd() const { return socket_.get(); }
     void send(const std::string& text) const {
@@ -149,7 +149,7 @@ class Client {
     void close() { socket_.close(); }
 
   private:
-    frame::Descriptor socket_{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    pallframe::simulation::Descriptor socket_{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
 };
 
 constexpr const char* kLogin =

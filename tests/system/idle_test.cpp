@@ -3,9 +3,9 @@
 
 #include <chrono>
 
-#include "frame/devices.h"
-#include "frame/programs.h"
 #include "on_bus.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/stub_programs.h"
 
 using namespace harness;
 using namespace std::chrono_literals;
@@ -92,7 +92,7 @@ TEST_F(IdleWithPolls, HeartbeatsBeginAnewFiveSecondsAfterAReconnect) {
     start();
     waitForHeartbeat();
     for (const bool cableIsIn : {false, true}) {  // a second or two go by
-        frame::setCable(frame.tree(), "eth0", cableIsIn);
+        pallframe::simulation::setCable(frame.tree(), "eth0", cableIsIn);
         log.waitFor("ETHERNET STATUS CHANGED : eth0");
     }
     greeted();
@@ -102,7 +102,7 @@ TEST_F(IdleWithPolls, HeartbeatsBeginAnewFiveSecondsAfterAReconnect) {
 }
 
 TEST_F(Idle, ACommandOfTwelveSecondsCostsNothing) {
-    frame::setPause(frame.tree(), "briskel", 12);
+    pallframe::simulation::setPause(frame.tree(), "briskel", 12);
     start();
     set(R"({"generateReport":1})");
     EXPECT_EQ(withoutId(bus.receive()), announced(R"({"generateReport":1})"));

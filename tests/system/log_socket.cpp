@@ -9,7 +9,7 @@
 
 #include "harness/syslog_receiver.h"
 
-using frame::check;
+using pallframe::simulation::check;
 
 namespace {
 
@@ -21,10 +21,10 @@ std::string received(int socket) {
     return {buffer.data(), static_cast<size_t>(std::max<ssize_t>(size, 0))};
 }
 
-frame::Descriptor openAsUsual(int type) {
+pallframe::simulation::Descriptor openAsUsual(int type) {
     constexpr int kUsualLines = 10;
     harness::setLogQueue(kUsualLines);
-    return frame::Descriptor(
+    return pallframe::simulation::Descriptor(
         check(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"));
 }
 
@@ -51,7 +51,7 @@ std::vector<std::string> LogSocket::take() const {
 }
 
 std::string LogSocket::takeStream() const {
-    const frame::Descriptor connection(
+    const pallframe::simulation::Descriptor connection(
         check(::accept4(socket_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC), kPath));
     return received(connection.get());
 }

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 // The system log in the place of the one that a test has had so far, read when the test says so.
 // The test's thread.
@@ -18,5 +18,5 @@ class LogSocket {
     std::string takeStream() const;
 
   private:
-    frame::Descriptor socket_;
+    pallframe::simulation::Descriptor socket_;
 };

@@ -9,8 +9,8 @@
 #include <array>
 #include <cstring>
 
-#include "frame/system_call.h"
 #include "on_bus.h"
+#include "pallframe/simulation/system_call.h"
 
 using namespace harness;
 using testing::HasSubstr;
@@ -21,8 +21,11 @@ namespace {
 // Counts how often a file is put in the place of the state file.
 class Replacements {
   public:
-    Replacements() : watch_(frame::check(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify")) {
-        frame::check(::inotify_add_watch(watch_.get(), "/vantor/etc", IN_MOVED_TO), "/vantor/etc");
+    Replacements()
+        : watch_(
+              pallframe::simulation::check(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify")) {
+        pallframe::simulation::check(::inotify_add_watch(watch_.get(), "/vantor/etc", IN_MOVED_TO),
+                                     "/vantor/etc");
     }
 
     // Since it was made.
@@ -41,7 +44,7 @@ class Replacements {
     }
 
   private:
-    frame::Descriptor watch_;
+    pallframe::simulation::Descriptor watch_;
     int count_ = 0;
 };
 
@@ -125,9 +128,11 @@ class FailedSave : public OnBus {
     // No file can be opened beyond this many descriptors.
     void limitDescriptors(rlim_t count) const {
         rlimit limit{};
-        frame::check(::prlimit(daemon->pid(), RLIMIT_NOFILE, nullptr, &limit), "prlimit");
+        pallframe::simulation::check(::prlimit(daemon->pid(), RLIMIT_NOFILE, nullptr, &limit),
+                                     "prlimit");
         limit.rlim_cur = count;
-        frame::check(::prlimit(daemon->pid(), RLIMIT_NOFILE, &limit, nullptr), "prlimit");
+        pallframe::simulation::check(::prlimit(daemon->pid(), RLIMIT_NOFILE, &limit, nullptr),
+                                     "prlimit");
     }
 
     size_t linesWith(const std::string& text) {

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <functional>
 
-#include "frame/devices.h"
 #include "on_bus.h"
+#include "pallframe/simulation/devices.h"
 
 using namespace harness;
 
@@ -242,7 +242,7 @@ TEST_F(ShortMemory, WithADeafBusEndsNeitherThePollNorTheDaemon) {
     bus.waitUntilRead();
     log.waitFor("Battery Sample = OFF");
     expectAnswersAndState();
-    frame::setCable(frame.tree(), "eth0", false);
+    pallframe::simulation::setCable(frame.tree(), "eth0", false);
     bus.waitFor("NOT", "system");
 }
 

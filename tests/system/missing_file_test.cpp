@@ -1,15 +1,15 @@
 // Files and programs that are missing or unusable: what stays as it was, and what is said.
 
-#include "frame/devices.h"
-#include "frame/paths.h"
 #include "on_product.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::Each;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-namespace paths = frame::paths;
+namespace paths = pallframe::simulation::paths;
 
 namespace {
 
@@ -24,7 +24,7 @@ class Missing : public OnProduct {
 
     // Sees a poll come and go by a cable.
     void waitForAPoll() {
-        frame::setCable(frame.tree(), "eth1", cable_ = !cable_);
+        pallframe::simulation::setCable(frame.tree(), "eth1", cable_ = !cable_);
         waitForAnnouncement("ethPort2Status", cable_ ? "2" : "0");
     }
 
@@ -56,7 +56,7 @@ TEST_P(MissingBond, LeavesThePortsAsTheyAre) {
     show(file);
     waitForPorts();
     frame.write(file, "Currently Active Slave: eth1\n\nSlave Interface: eth0\nMII Status: down\n");
-    frame::setSupply(frame.tree(), 1, 6);
+    pallframe::simulation::setSupply(frame.tree(), 1, 6);
     waitForAnnouncement("psu1Voltage");
     waitForAnnouncement("psu1Voltage");
     EXPECT_EQ(valueOf("ethPort1Status"), "1") << "too few blocks";
@@ -107,7 +107,7 @@ TEST_F(MissingConverter, ThatIsGarbledIsToldOfOnceInTheLog) {
 
 TEST_F(Missing, DevmemLeavesTheBatteryWithoutItsLoad) {
     frame.remove("/sbin/devmem");
-    frame::setBattery(frame.tree(), 2.8);
+    pallframe::simulation::setBattery(frame.tree(), 2.8);
     startAndSettle();
     EXPECT_NEAR(std::stod(waitForAnnouncement("battVoltage")), 3.05, 3.38 / 4096);
     daemon->error().waitFor("devmem");

@@ -2,10 +2,10 @@
 
 #include <sys/mount.h>
 
-#include "frame/devices.h"
-#include "frame/paths.h"
 #include "harness/file_version.h"
 #include "on_product.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::Contains;
@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 namespace {
 
-const std::string kFile{frame::paths::kNetwork};
+const std::string kFile{pallframe::simulation::paths::kNetwork};
 
 const LogLine kMissing = critical(
     "WARNING: void SystemState::get_net_settings(unsigned int*, unsigned int*, unsigned int*): "
@@ -180,8 +180,9 @@ TEST_P(WithoutNetworkFile, NewSettingsAreNotApplied) {
 class ReadOnlyNetworkFile : public NetworkEdit {
   protected:
     ReadOnlyNetworkFile() {
-        frame::check(::mount(kFile.c_str(), kFile.c_str(), nullptr, MS_BIND, nullptr), "bind");
-        frame::check(
+        pallframe::simulation::check(
+            ::mount(kFile.c_str(), kFile.c_str(), nullptr, MS_BIND, nullptr), "bind");
+        pallframe::simulation::check(
             ::mount(nullptr, kFile.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
             "remount");
     }

@@ -7,10 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "frame/devices.h"
 #include "harness/held_program.h"
 #include "harness/process_table.h"
 #include "on_bus.h"
+#include "pallframe/simulation/devices.h"
 
 using namespace harness;
 using testing::ElementsAre;
@@ -28,27 +28,27 @@ std::string program() {
 
 rlimit limitOf(const Child& process, __rlimit_resource resource) {
     rlimit limit{};
-    frame::check(::prlimit(process.pid(), resource, nullptr, &limit), "prlimit");
+    pallframe::simulation::check(::prlimit(process.pid(), resource, nullptr, &limit), "prlimit");
     return limit;
 }
 
 void setLimit(const Child& process, __rlimit_resource resource, const rlimit& limit) {
-    frame::check(::prlimit(process.pid(), resource, &limit, nullptr), "prlimit");
+    pallframe::simulation::check(::prlimit(process.pid(), resource, &limit, nullptr), "prlimit");
 }
 
 // A pipe in the frame that is full and that nobody reads.
 class FullPipe {
   public:
     explicit FullPipe(const std::string& path) {
-        frame::check(::mkfifo(path.c_str(), 0600), path);
-        pipe_ = frame::Descriptor(
-            frame::check(::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC), path));
+        pallframe::simulation::check(::mkfifo(path.c_str(), 0600), path);
+        pipe_ = pallframe::simulation::Descriptor(pallframe::simulation::check(
+            ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC), path));
         while (::write(pipe_.get(), "x", 1) == 1) {
         }
     }
 
   private:
-    frame::Descriptor pipe_;
+    pallframe::simulation::Descriptor pipe_;
 };
 
 // On a controller, where the status poll has something to do.
@@ -62,7 +62,7 @@ class NeverStuck : public OnBus {
     }
 
     void expectToPoll() {
-        frame::setCable(frame.tree(), "eth1", false);
+        pallframe::simulation::setCable(frame.tree(), "eth1", false);
         log.waitFor("ETHERNET STATUS CHANGED : eth1, was:2, now:0");
     }
 
@@ -155,7 +155,7 @@ TEST_F(NeverStuck, ByAnIfenslaveThatHangs) {
 
 TEST_F(NeverStuck, AtTheStartByAProductThatCannotBeRead) {
     frame.remove("/tmp/eeprom");
-    frame::check(::mkfifo("/tmp/eeprom", 0600), "/tmp/eeprom");
+    pallframe::simulation::check(::mkfifo("/tmp/eeprom", 0600), "/tmp/eeprom");
     start();
     log.waitFor("echo $PRODUCT was killed");
     EXPECT_THAT(daemon->output().text(), HasSubstr("ERROR reading product string"));

@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <regex>
 
-#include "frame/paths.h"
+#include "pallframe/simulation/paths.h"
 
 using harness::BusMessage;
 using harness::LogLine;
-namespace paths = frame::paths;
+namespace paths = pallframe::simulation::paths;
 
 namespace {
 

@@ -51,8 +51,8 @@ class OnProduct : public OnBus {
     explicit OnProduct(std::string_view name) : OnBus(name), product(name) {}
 
     // Puts a file aside; the device behind it goes on, and show() brings it up to date.
-    void hide(std::string_view path) const { frame.tree().hide(path); }
-    void show(std::string_view path) const { frame.tree().show(path); }
+    void hide(std::string_view path) const { frame.tree().setAside(path); }
+    void show(std::string_view path) const { frame.tree().restore(path); }
 
     // Puts aside what the status poll reads, so that it has nothing to say. What is left of it is
     // the battery's load, and the new…() calls leave that out.

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/devices.h"
 #include "harness/tmux.h"
 #include "on_pallbus.h"
+#include "pallframe/simulation/devices.h"
 
 // `pallctl top` on a terminal, beside the simulated bus and the daemon of a frame.
 class OnTop : public OnPallbus {

@@ -1,10 +1,10 @@
 // The order of a reaction: what is logged and announced before its command runs, and that nothing
 // else is until the command has ended.
 
-#include "frame/devices.h"
-#include "frame/paths.h"
 #include "harness/held_program.h"
 #include "on_product.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::ElementsAre;
@@ -142,7 +142,7 @@ TEST_F(OrderOnABrio, TheSettingsAreInTheirFileBeforeTheNetworkRestarts) {
     const HeldProgram restart(frame, kNetworkScript);
     set(R"({"ipAddress":167772166})");
     restart.waitForCalls(1);
-    EXPECT_EQ(frame.read(frame::paths::kNetwork),
+    EXPECT_EQ(frame.read(pallframe::simulation::paths::kNetwork),
               "USE_DHCP=0\nIPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
     EXPECT_THAT(newCommands(), IsEmpty()) << "the others wait for it";
     restart.release();
@@ -185,7 +185,7 @@ class OrderBesideThePoll : public Order {
 
     // Of the poll that comes next, or the one behind it.
     void waitForAPoll() {
-        frame::setCable(frame.tree(), "eth1", cable_ = !cable_);
+        pallframe::simulation::setCable(frame.tree(), "eth1", cable_ = !cable_);
         waitForAnnouncement("ethPort2Status", cable_ ? "2" : "0");
     }
 
@@ -213,7 +213,8 @@ TEST_F(OrderBesideThePoll, AnEditOfTheFileWaitsForTheSetThatIsUnderWay) {
     mark();
     set(R"({"ipAddress":167772166})");
     restart.waitForCalls(1);
-    frame.write(frame::paths::kNetwork, "IPADDR=10.0.0.7\nNETMASK=255.255.0.0\nGATEWAY=10.0.0.1\n");
+    frame.write(pallframe::simulation::paths::kNetwork,
+                "IPADDR=10.0.0.7\nNETMASK=255.255.0.0\nGATEWAY=10.0.0.1\n");
     EXPECT_EQ(withoutId(bus.receive()), announced(R"({"ipAddress":167772166})"));
     waitForAPoll();
     EXPECT_THAT(newLog(), testing::Not(testing::Contains(logOfChange("netmask", "4294901760")[0])));
@@ -221,7 +222,7 @@ TEST_F(OrderBesideThePoll, AnEditOfTheFileWaitsForTheSetThatIsUnderWay) {
     bus.waitFor("RSP", "system");
     waitForAnnouncement("ipAddress", "167772167");
     waitForAnnouncement("netmask", "4294901760");
-    EXPECT_EQ(frame.read(frame::paths::kNetwork),
+    EXPECT_EQ(frame.read(pallframe::simulation::paths::kNetwork),
               "IPADDR=10.0.0.7\nNETMASK=255.255.0.0\nGATEWAY=10.0.0.1\n");
     EXPECT_THAT(newCommands(),
                 ElementsAre("/etc/init.d/S53slpreg", "/etc/init.d/S54openslp restart",

@@ -44,7 +44,7 @@ class OrdinaryUser : public testing::Test {
         fs::copy(programDirectory() / "pallframe", program);
     }
 
-    Words pallframe(const Words& arguments) const {
+    Words pallframeCommand(const Words& arguments) const {
         Words words = asOrdinaryUser({program});
         words.insert(words.end(), arguments.begin(), arguments.end());
         // Frames of other tests are frames of that user, too.
@@ -59,8 +59,8 @@ class OrdinaryUser : public testing::Test {
 
 TEST_F(OrdinaryUser, HasAFrameToo) {
     const Result inside =
-        run(pallframe({"run", "--frame-dir", directory.path("tree"), "--", "sh", "-c",
-                       "id -u; sudo systemctl start ssh; tail -1 /var/log/frame-commands"}));
+        run(pallframeCommand({"run", "--frame-dir", directory.path("tree"), "--", "sh", "-c",
+                              "id -u; sudo systemctl start ssh; tail -1 /var/log/frame-commands"}));
     EXPECT_EQ(inside.error, "");
     EXPECT_EQ(inside.status, 0);
     EXPECT_EQ(inside.output, "0\nsystemctl start ssh\n");
@@ -68,12 +68,13 @@ TEST_F(OrdinaryUser, HasAFrameToo) {
 }
 
 TEST_F(OrdinaryUser, EntersAndChangesIt) {
-    Process frame(pallframe({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
+    Process frame(pallframeCommand({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
     frame.output().waitFor("ready");
-    const Result changed = run(pallframe({"set", "psu", "1", "11.5"}));
+    const Result changed = run(pallframeCommand({"set", "psu", "1", "11.5"}));
     EXPECT_EQ(changed.error, "");
     EXPECT_EQ(changed.status, 0);
-    const Result inside = run(pallframe({"enter", "--", "sh", "-c", "id -u; pallframe status"}));
+    const Result inside =
+        run(pallframeCommand({"enter", "--", "sh", "-c", "id -u; pallframe status"}));
     EXPECT_EQ(inside.error, "");
     EXPECT_THAT(inside.output, StartsWith("0\n"));
     EXPECT_THAT(inside.output, HasSubstr("supply   1           11.50 V\n"));
@@ -81,29 +82,30 @@ TEST_F(OrdinaryUser, EntersAndChangesIt) {
 
 TEST_F(OrdinaryUser, ExaminesItAndPlaysOnIt) {
     fs::copy(programDirectory() / "pallbus", directory.path("pallbus"));
-    Process frame(pallframe({"run", "--", "sh", "-c", "echo ready; exec pallbus"}));
+    Process frame(pallframeCommand({"run", "--", "sh", "-c", "echo ready; exec pallbus"}));
     frame.output().waitFor("ready");
     Result well;
     waitUntil(
         [&] {
-            well = run(pallframe({"doctor"}));
+            well = run(pallframeCommand({"doctor"}));
             return well.status == 0;
         },
         "the doctor to be satisfied");
     EXPECT_THAT(well.output, HasSubstr("ok              127.0.0.1:15000\n"));
     const std::string scenario = directory.write("my.scenario", "file /etc/build.prop missing\n");
-    EXPECT_EQ(run(pallframe({"play", scenario})).error, "");
-    EXPECT_EQ(run(pallframe({"doctor"})).status, 1);
+    EXPECT_EQ(run(pallframeCommand({"play", scenario})).error, "");
+    EXPECT_EQ(run(pallframeCommand({"doctor"})).status, 1);
 }
 
 TEST_F(OrdinaryUser, SeesNoFrameOfAnother) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can be two users";
     }
-    Process frame(outside::pallframe({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
+    Process frame(
+        outside::pallframeCommand({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"}));
     frame.output().waitFor("ready");
-    EXPECT_EQ(run(outside::pallframe({"status"})).status, 0);
-    EXPECT_EQ(run(pallframe({"status"})).status, 2);
+    EXPECT_EQ(run(outside::pallframeCommand({"status"})).status, 0);
+    EXPECT_EQ(run(pallframeCommand({"status"})).status, 2);
 }
 
 TEST(OrdinaryUserWithoutNamespaces, IsToldWhatToDoWhenTheKernelForbidsIt) {

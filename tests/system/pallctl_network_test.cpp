@@ -2,11 +2,11 @@
 
 #include <signal.h>
 
-#include "frame/paths.h"
 #include "harness/held_program.h"
 #include "harness/process_table.h"
 #include "harness/terminal.h"
 #include "on_pallbus.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::ElementsAre;
@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 namespace {
 
-const std::string kFile{frame::paths::kNetwork};
+const std::string kFile{pallframe::simulation::paths::kNetwork};
 const std::string kRestart = "/etc/init.d/S40network restart";
 
 std::string conf(const std::string& ip, const std::string& netmask, const std::string& gateway) {

@@ -1,7 +1,7 @@
 // pallctl wait, with the real daemon.
 
-#include "frame/paths.h"
 #include "on_pallbus.h"
+#include "pallframe/simulation/paths.h"
 
 using harness::Process;
 using harness::Result;
@@ -49,7 +49,7 @@ TEST_F(PallctlWait, EndsWhenSomebodySetsIt) {
 TEST_F(PallctlWait, SeesWhatChangedWhileTheDaemonWasAway) {
     Process waiting(program("pallctl", {"--wait=20", "wait", "gateway=10.0.0.7"}));
     stopDaemon();
-    frame.write(frame::paths::kNetwork,
+    frame.write(pallframe::simulation::paths::kNetwork,
                 "USE_DHCP=0\nIPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.7\n");
     startDaemon();
     EXPECT_EQ(waiting.waitForEnd(), 0) << waiting.error().text();

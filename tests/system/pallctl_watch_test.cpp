@@ -2,11 +2,11 @@
 
 #include <signal.h>
 
-#include "frame/devices.h"
-#include "frame/paths.h"
 #include "harness/held_program.h"
 #include "harness/terminal.h"
 #include "on_pallbus.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::HasSubstr;
@@ -45,7 +45,7 @@ class PallctlWatch : public OnPallbus {
         watch({"ethPort1Status", "systemName"});
     }
 
-    void pullCable() { frame::setCable(frame.tree(), "eth0", false); }
+    void pullCable() { pallframe::simulation::setCable(frame.tree(), "eth0", false); }
     // The daemon has seen it, whether anybody hears of it or not.
     void pullCableUnheard() {
         pullCable();

@@ -36,14 +36,14 @@ class OwnRegistry {
 
 inline const OwnRegistry ownRegistry;
 
-inline Words pallframe(const Words& arguments) {
+inline Words pallframeCommand(const Words& arguments) {
     Words words{programDirectory() / "pallframe"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     return words;
 }
 
 inline Words inFrame(const Words& command) {
-    Words words = pallframe({"run", "--"});
+    Words words = pallframeCommand({"run", "--"});
     words.insert(words.end(), command.begin(), command.end());
     return words;
 }
@@ -86,7 +86,7 @@ inline std::string uniqueWord() {
 class Tree : public testing::Test {
   protected:
     Words words(const Words& options = {}, const std::string& script = "exec sleep 1000") const {
-        Words all = pallframe({"run", "--frame-dir", tree});
+        Words all = pallframeCommand({"run", "--frame-dir", tree});
         all.insert(all.end(), options.begin(), options.end());
         const Words command{"--", "sh", "-c", "echo ready; " + script, mark};
         all.insert(all.end(), command.begin(), command.end());
@@ -95,7 +95,7 @@ class Tree : public testing::Test {
 
     Result tell(Words arguments) const {
         arguments.insert(arguments.begin() + 1, {"--frame-dir", tree});
-        return run(pallframe(arguments));
+        return run(pallframeCommand(arguments));
     }
 
     void expectNoTrace() const {

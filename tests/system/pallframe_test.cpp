@@ -48,12 +48,13 @@ TEST(Run, ACommandThatCannotBeRunIsToldInOneLine) {
 
 TEST(Run, LooksLikeTheProductAskedFor) {
     for (const char* product : {"Quorane", "Tessara", "Tessara-5ru", "QuoraneBrio", "KELI"}) {
-        const Result result = run(pallframe(
+        const Result result = run(pallframeCommand(
             {"run", "--product", product, "--", "sh", "-c", ". /tmp/eeprom && echo $PRODUCT"}));
         EXPECT_EQ(result.output, product + std::string("\n"));
     }
     EXPECT_THAT(
-        run(pallframe({"run", "--product", "tessara-5RU", "--", "cat", "/tmp/eeprom"})).output,
+        run(pallframeCommand({"run", "--product", "tessara-5RU", "--", "cat", "/tmp/eeprom"}))
+            .output,
         StartsWith("PRODUCT=Tessara-5ru\n"));
 }
 
@@ -66,7 +67,8 @@ TEST(Run, CollectsTheSystemLog) {
 }
 
 TEST(Run, LeavesTheSystemLogToTheCommandWhenAsked) {
-    EXPECT_EQ(run(pallframe({"run", "--no-syslog", "--", "test", "-e", "/dev/log"})).status, 1);
+    EXPECT_EQ(run(pallframeCommand({"run", "--no-syslog", "--", "test", "-e", "/dev/log"})).status,
+              1);
 }
 
 TEST(Run, TheCurrentDirectoryStaysWhereItIs) {
@@ -138,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(Bad, Usage,
                          }));
 
 TEST_P(Usage, IsAnsweredWithOneLineAndStatus2) {
-    const Result result = run(pallframe(GetParam()));
+    const Result result = run(pallframeCommand(GetParam()));
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(result.error, StartsWith("pallframe: "));
@@ -148,11 +150,11 @@ TEST_P(Usage, IsAnsweredWithOneLineAndStatus2) {
 TEST(Help, FitsAScreen) {
     for (const char* verb : {"", "run", "enter", "list", "set", "play", "status", "doctor"}) {
         const Words words = *verb == 0 ? Words{"--help"} : Words{verb, "--help"};
-        const Result result = run(pallframe(words));
+        const Result result = run(pallframeCommand(words));
         EXPECT_EQ(result.status, 0);
         EXPECT_LE(std::count(result.output.begin(), result.output.end(), '\n'), 24);
     }
-    EXPECT_THAT(run(pallframe({"--version"})).output, StartsWith("pallframe "));
+    EXPECT_THAT(run(pallframeCommand({"--version"})).output, StartsWith("pallframe "));
 }
 
 TEST_F(Tree, IsSeenAndChangedFromOutside) {

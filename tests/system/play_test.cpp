@@ -17,15 +17,15 @@ class Play : public testing::Test {
     Play() { frame.output().waitFor("ready"); }
 
     Words play(const std::string& text, const Words& options = {}) const {
-        Words words = pallframe({"play", directory.write("my.scenario", text)});
+        Words words = pallframeCommand({"play", directory.write("my.scenario", text)});
         words.insert(words.end(), options.begin(), options.end());
         return words;
     }
 
-    static std::string status() { return run(pallframe({"status"})).output; }
+    static std::string status() { return run(pallframeCommand({"status"})).output; }
 
     const TemporaryDirectory directory;
-    Process frame{pallframe({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"})};
+    Process frame{pallframeCommand({"run", "--", "sh", "-c", "echo ready; exec sleep 1000"})};
 };
 
 TEST_F(Play, TellsEachChangeAndEnds) {
@@ -109,7 +109,7 @@ TEST_F(Play, EndsWithTheFrame) {
 class RunWithScenario : public testing::Test {
   protected:
     Words withScenario(const std::string& text, const std::string& script) const {
-        return pallframe(
+        return pallframeCommand(
             {"run", "--scenario", directory.write("my.scenario", text), "--", "sh", "-c", script});
     }
 
@@ -130,7 +130,7 @@ TEST_F(RunWithScenario, EndsWithTheCommand) {
 }
 
 TEST_F(RunWithScenario, RefusesAFileThatIsNone) {
-    const Result result = run(pallframe({"run", "--scenario", "/etc/passwd", "--", "true"}));
+    const Result result = run(pallframeCommand({"run", "--scenario", "/etc/passwd", "--", "true"}));
     EXPECT_EQ(result.status, 2);
     EXPECT_THAT(result.error, StartsWith("pallframe: /etc/passwd:1: "));
 }

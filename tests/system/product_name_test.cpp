@@ -1,7 +1,7 @@
 // The product's name is what decides, however the card spells it.
 
-#include "frame/paths.h"
 #include "on_product.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::Contains;
@@ -15,7 +15,7 @@ class Named : public OnProduct {
     explicit Named(std::string_view furnished = "Quorane") : OnProduct(furnished) {}
 
     void startNamed(const std::string& name) {
-        frame.write(frame::paths::kEeprom, "PRODUCT=" + name + "\n");
+        frame.write(pallframe::simulation::paths::kEeprom, "PRODUCT=" + name + "\n");
         startAndSettle();
     }
 
@@ -56,7 +56,7 @@ TEST_F(NamedBrio, IsOneInAnyCase) {
 
 class NamedTessara : public Named {
   protected:
-    NamedTessara() : Named("Tessara") { frame.remove(frame::paths::kBond); }
+    NamedTessara() : Named("Tessara") { frame.remove(pallframe::simulation::paths::kBond); }
 };
 
 TEST_F(NamedTessara, IsOneInAnyCase) {

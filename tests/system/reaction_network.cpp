@@ -1,7 +1,7 @@
 // Sets of the active port and of the network settings.
 
-#include "frame/devices.h"
 #include "on_product.h"
+#include "pallframe/simulation/devices.h"
 #include "reaction.h"
 
 namespace {
@@ -10,7 +10,7 @@ using harness::Frame;
 using harness::LogLine;
 
 void secondPortActive(const Frame& frame) {
-    frame::swapActivePort(frame.tree(), "eth1");
+    pallframe::simulation::swapActivePort(frame.tree(), "eth1");
 }
 
 std::vector<Reaction> invalidPorts() {

@@ -4,9 +4,9 @@
 
 #include <regex>
 
-#include "frame/paths.h"
 #include "harness/file_version.h"
 #include "on_product.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::ElementsAreArray;
@@ -51,7 +51,7 @@ class Reactions : public OnProduct, public testing::WithParamInterface<Case> {
     Reactions() : OnProduct(GetParam().product) {}
 
     void startPrepared() {
-        frame.write(frame::paths::kNetwork, kNetworkByHand);
+        frame.write(pallframe::simulation::paths::kNetwork, kNetworkByHand);
         reaction.prepare(frame);
         silencePoll();
         if (reaction.portsKnown) {
@@ -65,7 +65,8 @@ class Reactions : public OnProduct, public testing::WithParamInterface<Case> {
     }
 
     std::string_view bondFile() const {
-        return onTessaraFrame(product) ? frame::paths::kBondCopy : frame::paths::kBond;
+        return onTessaraFrame(product) ? pallframe::simulation::paths::kBondCopy
+                                       : pallframe::simulation::paths::kBond;
     }
 
     std::string announcedValue() const { return reaction.announced.value_or(reaction.value); }
@@ -119,7 +120,8 @@ TEST_P(Reactions, ShowAllOfThisAndNoMore) {
     expectCommands();
     EXPECT_EQ(newOutput(),
               reaction.output + "Pallwatch caught signal:15 (ec: Success) - Stopping.\n");
-    EXPECT_EQ(frame.read(frame::paths::kNetwork), reaction.network.value_or(kNetworkByHand));
+    EXPECT_EQ(frame.read(pallframe::simulation::paths::kNetwork),
+              reaction.network.value_or(kNetworkByHand));
     EXPECT_EQ(versionOf(kStateFile) != stateBefore, reaction.saved);
 }
 

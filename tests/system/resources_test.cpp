@@ -7,9 +7,9 @@
 #include <list>
 #include <map>
 
-#include "frame/devices.h"
 #include "harness/process_table.h"
 #include "on_bus.h"
+#include "pallframe/simulation/devices.h"
 
 using namespace harness;
 using testing::Each;

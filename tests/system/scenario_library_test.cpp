@@ -7,16 +7,16 @@
 #include <fstream>
 #include <set>
 
-#include "frame/paths.h"
-#include "frame/scenario.h"
 #include "on_product.h"
+#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/scenario.h"
 
 using namespace harness;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::StartsWith;
 namespace fs = std::filesystem;
-namespace paths = frame::paths;
+namespace paths = pallframe::simulation::paths;
 
 namespace {
 
@@ -174,7 +174,7 @@ TEST_F(ScenarioLibrary, SlowScript) {
     set(R"({"ipAddress":167772200})");
     EXPECT_EQ(waitForAnnouncement("ipAddress"), "167772200");
     waitForNewCommands(1);
-    frame::setCable(frame.tree(), "eth1", false);
+    pallframe::simulation::setCable(frame.tree(), "eth1", false);
     for (BusMessage message = receive(); message.at({"param", "ethPort2Status"}).empty();) {
         ASSERT_NE(message.id(), "1@5") << "answered before the script ended";
         message = receive();
@@ -249,7 +249,7 @@ TEST(ScenarioFiles, EachSaysWhatItShowsAndHasATest) {
         const std::string text(std::istreambuf_iterator<char>(file), {});
         EXPECT_EQ(entry.path().extension(), ".scenario");
         EXPECT_THAT(text, StartsWith("# "));
-        EXPECT_FALSE(frame::readScenario(text, entry.path().string()).empty());
+        EXPECT_FALSE(pallframe::simulation::readScenario(text, entry.path().string()).empty());
         names.insert(testNameOf(entry.path().stem()));
     }
     EXPECT_GE(names.size(), 5U);

@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "frame/paths.h"
 #include "on_product.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::ElementsAreArray;
@@ -118,7 +118,9 @@ class ServicesAtStart : public OnProduct, public testing::WithParamInterface<con
     }
 
     // As if the frame had been switched off and on again.
-    void forgetServices() const { std::filesystem::remove_all(frame::paths::kServices); }
+    void forgetServices() const {
+        std::filesystem::remove_all(pallframe::simulation::paths::kServices);
+    }
 
     const Edition& edition;
 };

@@ -14,8 +14,8 @@ namespace {
 class Session : public Tree, public testing::WithParamInterface<const char*> {
   protected:
     Words session(const Words& verb) const {
-        Words all = pallframe({"run", "--product", GetParam(), "--frame-dir", tree, "--",
-                               PALLWATCH_SESSION, programDirectory()});
+        Words all = pallframeCommand({"run", "--product", GetParam(), "--frame-dir", tree, "--",
+                                      PALLWATCH_SESSION, programDirectory()});
         all.insert(all.end(), verb.begin(), verb.end());
         return all;
     }
@@ -90,7 +90,7 @@ TEST_P(Session, SaysWhichFrameItIs) {
     Process shown(session({"watch", "--table"}));
     shown.error().waitFor("dev: this is frame ");
     shown.output().waitFor("system.serial2");
-    const std::string frames = run(pallframe({"list"})).output;
+    const std::string frames = run(pallframeCommand({"list"})).output;
     const std::string number = frames.substr(
         frames.find('\n') + 1, frames.find(' ', frames.find('\n')) - frames.find('\n') - 1);
     EXPECT_EQ(shown.error().text(), "dev: this is frame " + number +
@@ -101,11 +101,11 @@ TEST_P(Session, SaysWhichFrameItIs) {
 // What ./dev shell enters.
 TEST(Shell, HasEveryProgramAndItsPageAtHand) {
     Process shown(
-        pallframe({"run", "--", PALLWATCH_SESSION, programDirectory(), "watch", "--table"}));
+        pallframeCommand({"run", "--", PALLWATCH_SESSION, programDirectory(), "watch", "--table"}));
     shown.output().waitFor("system.serial2");
     const auto shell = [](const std::string& script) {
-        return run(
-            pallframe({"enter", "--", PALLWATCH_SHELL, programDirectory(), "sh", "-c", script}));
+        return run(pallframeCommand(
+            {"enter", "--", PALLWATCH_SHELL, programDirectory(), "sh", "-c", script}));
     };
     EXPECT_EQ(shell("pallframe set cable eth0 down").status, 0);
     shown.output().waitFor("system.activeEthernet\tPort 2");

@@ -9,8 +9,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "frame/paths.h"
 #include "on_product.h"
+#include "pallframe/simulation/paths.h"
 
 using namespace harness;
 using testing::Contains;
@@ -150,10 +150,10 @@ class FullDisk : public OnProduct {
   protected:
     FullDisk() : OnProduct("Quorane") {
         const std::string etc = "/vantor/etc";
-        const std::string conf = frame.read(frame::paths::kNetwork);
+        const std::string conf = frame.read(pallframe::simulation::paths::kNetwork);
         mounted_ = ::mount("none", etc.c_str(), "tmpfs", 0, "size=64k") == 0;
         EXPECT_TRUE(mounted_);
-        std::ofstream(std::string(frame::paths::kNetwork)) << conf;
+        std::ofstream(std::string(pallframe::simulation::paths::kNetwork)) << conf;
     }
     ~FullDisk() override {
         daemon.reset();
@@ -174,19 +174,20 @@ class FullDisk : public OnProduct {
 
 TEST_F(FullDisk, KeepsTheNetworkSettingsAndRestartsNothing) {
     startAndSettle();
-    const std::string before = frame.read(frame::paths::kNetwork);
+    const std::string before = frame.read(pallframe::simulation::paths::kNetwork);
     fill();
     mark();
     set(R"({"gateway":167772162})");
     EXPECT_THAT(sentUntilNow(), Contains(answered(200, "OK")));
-    EXPECT_EQ(frame.read(frame::paths::kNetwork), before);
+    EXPECT_EQ(frame.read(pallframe::simulation::paths::kNetwork), before);
     EXPECT_THAT(newCommands(), Not(Contains(HasSubstr("S40network"))));
     EXPECT_THAT(newLog(), Contains(error("Error writing /vantor/etc/network.conf: No space left on "
                                          "device\n")));
     fs::remove("/vantor/etc/filler");
     set(R"({"gateway":167772162})");
     EXPECT_THAT(waitForNewCommands(1), Contains(HasSubstr("S40network restart")));
-    EXPECT_THAT(frame.read(frame::paths::kNetwork), HasSubstr("GATEWAY=10.0.0.2\n"));
+    EXPECT_THAT(frame.read(pallframe::simulation::paths::kNetwork),
+                HasSubstr("GATEWAY=10.0.0.2\n"));
 }
 
 // What the daemon reads at its start is a pipe that nobody writes to, or has no end.

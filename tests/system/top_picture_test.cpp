@@ -44,7 +44,7 @@ TEST(TopPicture, WhatIsSelectedHasItsBackgroundAlsoBehindBlanks) {
 
 TEST(TopPicture, ItsStoryCanBePlayed) {
     const Result result =
-        run(pallframe({"run", "--scenario", "doc/picture/story.scenario", "--", "true"}));
+        run(pallframeCommand({"run", "--scenario", "doc/picture/story.scenario", "--", "true"}));
     EXPECT_EQ(result.status, 0) << result.error;
 }
 

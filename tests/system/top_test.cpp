@@ -98,19 +98,19 @@ TEST_F(TopOnQuorane, ATypewriterIsEnough) {
 TEST_F(TopOnQuorane, ShowsAPulledCable) {
     openOnDevice();
     terminal->waitFor("Port 1    link up, active");
-    frame::setCable(frame.tree(), "eth0", false);
+    pallframe::simulation::setCable(frame.tree(), "eth0", false);
     terminal->waitFor(" *ethPort1Status");
     EXPECT_THAT(terminal->colouredScreen(), HasSubstr("\x1b[33m *")) << "in yellow";
     terminal->waitFor("Port 1    link down");
     terminal->waitFor("Port 2    link up, active");
-    frame::setCable(frame.tree(), "eth0", true);
+    pallframe::simulation::setCable(frame.tree(), "eth0", true);
     terminal->waitFor("Port 1    link up");
 }
 
 TEST_F(TopOnQuorane, ShowsAFallingSupply) {
     openOnDevice();
     terminal->waitFor("PSU 1       12.00 V");
-    frame::setSupply(frame.tree(), 1, 6);
+    pallframe::simulation::setSupply(frame.tree(), 1, 6);
     terminal->waitUntilGone("PSU 1       12.00 V");
     terminal->waitFor("PSU 2       12.00 V");
 }
@@ -120,7 +120,7 @@ TEST_F(TopOnQuorane, OutlivesTheBusAndReadsEverythingAgain) {
     terminal->waitFor("Port 1    link up, active");
     stopBus();
     terminal->waitFor("no bus for");
-    frame::setCable(frame.tree(), "eth0", false);
+    pallframe::simulation::setCable(frame.tree(), "eth0", false);
     startBus();
     terminal->waitFor("connected");
     terminal->waitFor("Port 1    link down");

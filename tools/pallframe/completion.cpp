@@ -8,11 +8,11 @@
 #include <string_view>
 
 #include "cli/time_text.h"
-#include "frame/product.h"
-#include "frame/programs.h"
-#include "frame/registry.h"
-#include "inspection/checks.h"
+#include "pallframe/doctor/dependencies.h"
 #include "pallframe/frame_selector.h"
+#include "pallframe/simulation/frame_registry.h"
+#include "pallframe/simulation/product.h"
+#include "pallframe/simulation/stub_programs.h"
 
 namespace pallframe {
 
@@ -20,7 +20,7 @@ namespace {
 
 std::vector<cli::Completion> products(const cli::CompletionRequest&) {
     std::vector<cli::Completion> found;
-    for (const frame::Product& product : frame::products()) {
+    for (const simulation::Product& product : simulation::products()) {
         found.push_back({std::string(product.name), ""});
     }
     return found;
@@ -28,7 +28,7 @@ std::vector<cli::Completion> products(const cli::CompletionRequest&) {
 
 std::vector<cli::Completion> programs(const cli::CompletionRequest&) {
     std::vector<cli::Completion> found;
-    for (const std::string& path : frame::programPaths()) {
+    for (const std::string& path : simulation::programPaths()) {
         found.push_back({path.substr(path.rfind('/') + 1), path});
     }
     return found;
@@ -36,7 +36,7 @@ std::vector<cli::Completion> programs(const cli::CompletionRequest&) {
 
 std::vector<cli::Completion> runningFrames(const cli::CompletionRequest&) {
     std::vector<cli::Completion> found;
-    for (const frame::RunningFrame& each : frame::Registry::ofUser().running()) {
+    for (const simulation::RunningFrame& each : simulation::Registry::ofUser().running()) {
         found.push_back(
             {std::to_string(each.pid), each.product + ", since " + cli::clockTime(each.started)});
     }
@@ -51,10 +51,10 @@ std::string given(const cli::CompletionRequest& request, const char* option) {
 // The files that the daemon depends on: those that the frame has, and those that were set aside.
 std::vector<cli::Completion> framePaths(const cli::CompletionRequest& request) {
     FrameSelector selector{given(request, "--frame-dir"), given(request, "--frame")};
-    const frame::Tree tree = selector.tree();
+    const simulation::FrameRoot tree = selector.tree();
     std::set<std::string> present;
-    for (const inspection::Check& check : inspection::checks()) {
-        const std::string path = inspection::pathOf(check);
+    for (const doctor::Check& check : doctor::checks()) {
+        const std::string path = doctor::pathOf(check);
         if (path.starts_with("/") && tree.exists(path)) {
             present.insert(path);
         }
@@ -64,7 +64,7 @@ std::vector<cli::Completion> framePaths(const cli::CompletionRequest& request) {
     for (const std::string& path : present) {
         found.push_back({path, ""});
     }
-    for (const std::string& path : tree.hiddenFiles()) {
+    for (const std::string& path : tree.filesSetAside()) {
         found.push_back({path, "missing"});
     }
     return found;

@@ -2,20 +2,20 @@
 
 #include <cstdlib>
 
-#include "frame/devices.h"
-#include "frame/paths.h"
-#include "frame/product.h"
-#include "frame/registry.h"
 #include "pallframe/sandbox/process.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/frame_registry.h"
+#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/product.h"
 
 namespace pallframe {
 
 namespace {
 
-using frame::Tree;
+using simulation::FrameRoot;
 
-bool isFrame(const Tree& tree) {
-    return frame::findProduct(tree.read(frame::paths::kProduct)) != nullptr;
+bool isFrame(const FrameRoot& tree) {
+    return simulation::findProduct(tree.read(simulation::paths::kProduct)) != nullptr;
 }
 
 // The number of the frame that this program runs in, from its environment.
@@ -25,10 +25,10 @@ std::string ownNumber() {
 }
 
 // Inside a frame only the frames that were made in it are visible, not those of the host.
-frame::RunningFrame choose(const std::string& name, bool isInside) {
-    const auto running = frame::Registry::ofUser().running();
+simulation::RunningFrame choose(const std::string& name, bool isInside) {
+    const auto running = simulation::Registry::ofUser().running();
     if (isInside && running.empty()) {
-        throw frame::BadRequest("inside a frame, omit --frame");
+        throw simulation::FrameError("inside a frame, omit --frame");
     }
     return chooseFrame(running, name);
 }
@@ -40,18 +40,18 @@ void FrameSelector::addTo(cli::Command command) {
     command.add("--frame-dir", directory, "A frame's directory").kind("DIR").excludes("--frame");
 }
 
-Tree FrameSelector::tree() {
+FrameRoot FrameSelector::tree() {
     if (!directory.empty()) {
-        if (!isFrame(Tree(directory))) {
-            throw frame::BadRequest(directory + " is not a simulated frame");
+        if (!isFrame(FrameRoot(directory))) {
+            throw simulation::FrameError(directory + " is not a simulated frame");
         }
-        return Tree(directory);
+        return FrameRoot(directory);
     }
-    const bool isInside = isFrame(Tree("/"));
+    const bool isInside = isFrame(FrameRoot("/"));
     if (isInside && (frame.empty() || frame == ownNumber())) {
-        return Tree("/");
+        return FrameRoot("/");
     }
-    const frame::RunningFrame chosen = choose(frame, isInside);
+    const simulation::RunningFrame chosen = choose(frame, isInside);
     frame = std::to_string(chosen.pid);
     return chosen.tree();
 }

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "cli/command.h"
-#include "frame/tree.h"
+#include "pallframe/simulation/frame_root.h"
 
 namespace pallframe {
 
@@ -15,9 +15,9 @@ struct FrameSelector {
 
     void addTo(cli::Command command);
 
-    // The files of the frame. Called again it is the same frame, and throws frame::BadRequest once
-    // that frame has ended.
-    frame::Tree tree();
+    // The files of the frame. Called again it is the same frame, and throws simulation::FrameError
+    // once that frame has ended.
+    simulation::FrameRoot tree();
 };
 
 }  // namespace pallframe

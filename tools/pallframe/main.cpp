@@ -7,11 +7,11 @@
 
 #include "cli/standard_descriptors.h"
 #include "cli/standard_output.h"
-#include "frame/devices.h"
-#include "frame/programs.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/completion.h"
 #include "pallframe/sandbox/process.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/stub_programs.h"
 
 namespace {
 
@@ -45,11 +45,11 @@ int main(int argc, char** argv) {
         cli::holdStandardDescriptors();
         const std::vector<std::string> words(argv, argv + argc);
         // The stub programs of a frame are links to this program.
-        if (!words.empty() && frame::isProgram(words[0])) {
-            return frame::runProgram(frame::Tree("/"), words);
+        if (!words.empty() && pallframe::simulation::isProgram(words[0])) {
+            return pallframe::simulation::runProgram(pallframe::simulation::FrameRoot("/"), words);
         }
         return runCommand(argc, argv);
-    } catch (const frame::BadRequest& error) {
+    } catch (const pallframe::simulation::FrameError& error) {
         return complain(error);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallframe: %s\n", error.what());

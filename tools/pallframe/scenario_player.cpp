@@ -9,11 +9,11 @@
 #include <thread>
 
 #include "cli/timed_script.h"
-#include "frame/devices.h"
+#include "pallframe/simulation/devices.h"
 
 namespace pallframe {
 
-using frame::BadRequest;
+using simulation::FrameError;
 
 namespace {
 
@@ -23,7 +23,7 @@ auto asked(Work work) {
     try {
         return work();
     } catch (const cli::script::Error& error) {
-        throw BadRequest(error.what());
+        throw FrameError(error.what());
     }
 }
 
@@ -32,30 +32,30 @@ auto asked(Work work) {
 Scenario readScenarioFile(const std::string& file) {
     const std::ifstream stream(file, std::ios::binary);
     if (!stream.is_open() || std::filesystem::is_directory(file)) {
-        throw BadRequest("cannot read " + file + ": " +
+        throw FrameError("cannot read " + file + ": " +
                          (stream.is_open() ? "it is a directory" : std::strerror(errno)));
     }
     std::ostringstream text;
     text << stream.rdbuf();
-    return asked([&]() -> Scenario { return {file, frame::readScenario(text.str(), file)}; });
+    return asked([&]() -> Scenario { return {file, simulation::readScenario(text.str(), file)}; });
 }
 
-void checkScenario(const frame::Tree& tree, const Scenario& scenario) {
-    asked([&] { frame::checkScenario(tree, scenario.steps, scenario.file); });
+void checkScenario(const simulation::FrameRoot& tree, const Scenario& scenario) {
+    asked([&] { simulation::checkScenario(tree, scenario.steps, scenario.file); });
 }
 
-void play(const frame::Tree& tree, const Scenario& scenario, double speed,
-          const std::function<void(const frame::ScenarioStep&)>& done) {
+void play(const simulation::FrameRoot& tree, const Scenario& scenario, double speed,
+          const std::function<void(const simulation::ScenarioStep&)>& done) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
-    for (const frame::ScenarioStep& step : scenario.steps) {
+    for (const simulation::ScenarioStep& step : scenario.steps) {
         const std::chrono::duration<double, std::milli> after(static_cast<double>(step.at.count()) /
                                                               speed);
         std::this_thread::sleep_until(start + std::chrono::duration_cast<Clock::duration>(after));
         try {
             step.change(tree);
-        } catch (const BadRequest& bad) {
-            throw BadRequest(cli::script::Error(scenario.file, step.line, bad.what()).what());
+        } catch (const FrameError& bad) {
+            throw FrameError(cli::script::Error(scenario.file, step.line, bad.what()).what());
         }
         done(step);
     }

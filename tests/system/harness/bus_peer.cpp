@@ -16,8 +16,8 @@ namespace harness {
 
 namespace {
 
-using frame::check;
-using frame::Descriptor;
+using pallframe::simulation::check;
+using pallframe::simulation::Descriptor;
 
 constexpr int kOtherClient = 5;
 

@@ -7,7 +7,7 @@
 
 #include "bus_message.h"
 #include "deadline.h"
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace harness {
 
@@ -67,8 +67,8 @@ class BusPeer {
     uint16_t ownPort() const { return static_cast<uint16_t>(port_); }
 
     int port_;
-    frame::Descriptor listener_;
-    frame::Descriptor connection_;
+    pallframe::simulation::Descriptor listener_;
+    pallframe::simulation::Descriptor connection_;
     std::string received_;
 };
 

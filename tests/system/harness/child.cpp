@@ -14,7 +14,7 @@ namespace harness {
 
 namespace fs = std::filesystem;
 
-using frame::check;
+using pallframe::simulation::check;
 
 Child::Child(pid_t pid)
     : pid_(pid), watch_(check(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)), "pidfd_open")) {}

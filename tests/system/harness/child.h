@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "deadline.h"
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace harness {
 
@@ -33,7 +33,7 @@ class Child {
 
   private:
     pid_t pid_;
-    frame::Descriptor watch_;
+    pallframe::simulation::Descriptor watch_;
     bool ended_ = false;
     int status_ = 0;
 };

@@ -8,10 +8,10 @@
 
 namespace harness {
 
-Collector::Collector(std::string name, frame::Descriptor readEnd)
+Collector::Collector(std::string name, pallframe::simulation::Descriptor readEnd)
     : name_(std::move(name)),
       readEnd_(std::move(readEnd)),
-      stop_(frame::check(::eventfd(0, EFD_CLOEXEC), "eventfd")),
+      stop_(pallframe::simulation::check(::eventfd(0, EFD_CLOEXEC), "eventfd")),
       thread_([this] { read(); }) {}
 
 Collector::~Collector() {

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "deadline.h"
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace harness {
 
@@ -14,7 +14,7 @@ namespace harness {
 // the test. Reads in a thread of its own; the calls are for the test's thread.
 class Collector {
   public:
-    Collector(std::string name, frame::Descriptor readEnd);
+    Collector(std::string name, pallframe::simulation::Descriptor readEnd);
     ~Collector();  // does not wait for the writers
     Collector(const Collector&) = delete;
     Collector& operator=(const Collector&) = delete;
@@ -33,8 +33,8 @@ class Collector {
     void read();
 
     const std::string name_;
-    const frame::Descriptor readEnd_;
-    const frame::Descriptor stop_;
+    const pallframe::simulation::Descriptor readEnd_;
+    const pallframe::simulation::Descriptor stop_;
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::string text_;

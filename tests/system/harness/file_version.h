@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace harness {
 
@@ -19,7 +19,7 @@ struct FileVersion {
 // Throws std::system_error when there is no such file.
 inline FileVersion versionOf(const std::string& path) {
     struct stat status {};
-    frame::check(::stat(path.c_str(), &status), path);
+    pallframe::simulation::check(::stat(path.c_str(), &status), path);
     return {status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 

@@ -2,22 +2,22 @@
 
 #include <sstream>
 
-#include "frame/furnish.h"
-#include "frame/paths.h"
-#include "frame/programs.h"
+#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/populate.h"
+#include "pallframe/simulation/stub_programs.h"
 #include "process_table.h"
 
 namespace harness {
 
 Frame::Frame(std::string_view product) {
-    frame::productOf(tree_);
-    const frame::Product* chosen = frame::findProduct(product);
+    pallframe::simulation::productOf(tree_);
+    const pallframe::simulation::Product* chosen = pallframe::simulation::findProduct(product);
     if (chosen == nullptr) {
-        throw frame::BadRequest("no product " + std::string(product));
+        throw pallframe::simulation::FrameError("no product " + std::string(product));
     }
     waitUntilAlone();  // what an earlier life left running would write into this one
-    frame::furnish(tree_, *chosen);
-    frame::setPause(tree_, "S40network", 0);
+    pallframe::simulation::populate(tree_, *chosen);
+    pallframe::simulation::setPause(tree_, "S40network", 0);
 }
 
 void Frame::write(std::string_view path, std::string_view text) const {
@@ -29,7 +29,7 @@ void Frame::writeProgram(std::string_view path, std::string_view text) const {
 }
 
 std::vector<std::string> Frame::commands() const {
-    std::istringstream text(read(frame::paths::kCommands));
+    std::istringstream text(read(pallframe::simulation::paths::kCommands));
     std::vector<std::string> all;
     for (std::string line; std::getline(text, line);) {
         all.push_back(line);

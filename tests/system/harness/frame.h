@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "deadline.h"
-#include "frame/devices.h"
-#include "frame/tree.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/frame_root.h"
 
 namespace harness {
 
@@ -14,12 +14,12 @@ namespace harness {
 // files have their real paths. Programs of the frame take no time unless told to.
 class Frame {
   public:
-    // Waits for programs that an earlier one left running. Throws frame::BadRequest outside of a
-    // simulated frame, before touching anything, and TimedOut.
+    // Waits for programs that an earlier one left running. Throws pallframe::simulation::FrameError
+    // outside of a simulated frame, before touching anything, and TimedOut.
     explicit Frame(std::string_view product = "Quorane");
 
-    // For the devices: frame::setCable(frame.tree(), "eth0", false).
-    const frame::Tree& tree() const { return tree_; }
+    // For the devices: pallframe::simulation::setCable(frame.tree(), "eth0", false).
+    const pallframe::simulation::FrameRoot& tree() const { return tree_; }
 
     // Whole files, replaced at once; throw std::system_error. Reading what is not there gives "".
     void write(std::string_view path, std::string_view text) const;
@@ -36,7 +36,7 @@ class Frame {
                                              const Deadline& deadline = Deadline()) const;
 
   private:
-    frame::Tree tree_{"/"};
+    pallframe::simulation::FrameRoot tree_{"/"};
 };
 
 }  // namespace harness

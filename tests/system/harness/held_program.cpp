@@ -6,7 +6,7 @@
 
 namespace harness {
 
-using frame::check;
+using pallframe::simulation::check;
 
 // Both ends of the pipe are here, so neither side ever waits to open it. A letter a call: appending
 // one is a single write, and their number is the count.
@@ -14,7 +14,8 @@ HeldProgram::HeldProgram(const Frame& frame, std::string_view path)
     : frame_(frame), name_("/run/held-" + std::string(path.substr(path.rfind('/') + 1))) {
     const std::string gate = name_ + ".gate";
     check(::mkfifo(gate.c_str(), 0600), gate);
-    gate_ = frame::Descriptor(check(::open(gate.c_str(), O_RDWR | O_CLOEXEC), gate));
+    gate_ =
+        pallframe::simulation::Descriptor(check(::open(gate.c_str(), O_RDWR | O_CLOEXEC), gate));
     frame.writeProgram(path, "#!/bin/sh\nprintf . >>" + name_ + ".calls\nread line <" + gate +
                                  "\nprintf . >>" + name_ + ".ends\n");
 }

@@ -26,7 +26,7 @@ class HeldProgram {
   private:
     const Frame& frame_;
     std::string name_;  // of the files that speak of it, without their endings
-    frame::Descriptor gate_;
+    pallframe::simulation::Descriptor gate_;
 };
 
 }  // namespace harness

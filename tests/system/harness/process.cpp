@@ -13,8 +13,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using frame::check;
-using frame::Descriptor;
+using pallframe::simulation::check;
+using pallframe::simulation::Descriptor;
 
 [[noreturn]] void become(const std::vector<std::string>& words, int output, int error) {
     ::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);

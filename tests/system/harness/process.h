@@ -27,8 +27,8 @@ class Process : public Child {
   private:
     struct Pipe {
         Pipe();
-        frame::Descriptor readEnd;
-        frame::Descriptor writeEnd;
+        pallframe::simulation::Descriptor readEnd;
+        pallframe::simulation::Descriptor writeEnd;
     };
 
     Process(const std::vector<std::string>& words, Pipe output, Pipe error);

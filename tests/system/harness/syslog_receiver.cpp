@@ -16,8 +16,8 @@ namespace harness {
 
 namespace {
 
-using frame::check;
-using frame::Descriptor;
+using pallframe::simulation::check;
+using pallframe::simulation::Descriptor;
 
 constexpr char kSocket[] = "/dev/log";
 constexpr size_t kTimeLength = sizeof("Jan  1 00:00:00 ") - 1;

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "deadline.h"
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace harness {
 
@@ -56,8 +56,8 @@ class SyslogReceiver {
     void receive();
     void take(std::string_view datagram);
 
-    frame::Descriptor socket_;
-    frame::Descriptor stop_;
+    pallframe::simulation::Descriptor socket_;
+    pallframe::simulation::Descriptor stop_;
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<LogLine> lines_;

@@ -13,8 +13,8 @@ namespace harness {
 
 namespace {
 
-using frame::check;
-using frame::Descriptor;
+using pallframe::simulation::check;
+using pallframe::simulation::Descriptor;
 
 constexpr const char* kMaker = "/dev/ptmx";
 

@@ -29,9 +29,9 @@ class Terminal : public Child {
     void hangUp();
 
   private:
-    Terminal(const std::vector<std::string>& words, frame::Descriptor keyboard);
+    Terminal(const std::vector<std::string>& words, pallframe::simulation::Descriptor keyboard);
 
-    frame::Descriptor keyboard_;
+    pallframe::simulation::Descriptor keyboard_;
     std::optional<Collector> screen_;
 };
 

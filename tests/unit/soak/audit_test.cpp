@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "frame/paths.h"
+#include "pallframe/simulation/paths.h"
 #include "support/temporary_directory.h"
 
 namespace soak {
@@ -19,7 +19,7 @@ class Audit : public testing::Test {
         tree_.replace("/vantor/etc/configurableSystemDetails.json",
                       R"({"version":0,"systemState":{"devices":[{"params":{)"
                       R"("d_system.systemName":{"value":"Studio"}}}]}})");
-        tree_.replace(frame::paths::kNetwork,
+        tree_.replace(pallframe::simulation::paths::kNetwork,
                       "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
     }
 
@@ -38,7 +38,7 @@ class Audit : public testing::Test {
     std::vector<std::string> found() const { return audit(tree_, ledger_, book_); }
 
     const TemporaryDirectory directory_;
-    const frame::Tree tree_{directory_.path()};
+    const pallframe::simulation::FrameRoot tree_{directory_.path()};
     Ledger ledger_;
     SettingsBook book_;
 };
@@ -65,7 +65,7 @@ TEST_F(Audit, HoldsNetworkConfAgainstTheBook) {
     book_.acknowledged("gateway", 0x0A000009, book_.edition());
     EXPECT_THAT(found(), ElementsAre("network.conf holds 10.0.0.5 255.255.255.0 10.0.0.1, due are"
                                      " 10.0.0.5 255.255.255.0 10.0.0.9"));
-    tree_.hide(frame::paths::kNetwork);
+    tree_.setAside(pallframe::simulation::paths::kNetwork);
     EXPECT_THAT(found(), IsEmpty());
 }
 

@@ -4,7 +4,7 @@
 
 #include "cli/command_line.h"
 
-// The commands of pallframe, each in the file of its name. A frame::BadRequest reports what a
+// The commands of pallframe, each in the file of its name. A simulation::FrameError reports what a
 // command cannot do for its user.
 
 namespace pallframe {

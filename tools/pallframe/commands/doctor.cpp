@@ -2,10 +2,10 @@
 #include <memory>
 
 #include "cli/standard_output.h"
-#include "frame/registry.h"
-#include "inspection/report.h"
 #include "pallframe/commands/commands.h"
+#include "pallframe/doctor/report.h"
 #include "pallframe/frame_selector.h"
+#include "pallframe/simulation/frame_registry.h"
 
 namespace pallframe {
 
@@ -18,19 +18,19 @@ struct Arguments {
 };
 
 // Without a simulated frame, this machine may be a real one.
-frame::Tree selectTree(Arguments& arguments) {
+simulation::FrameRoot selectTree(Arguments& arguments) {
     const bool isSimulated = !arguments.selector.frame.empty() ||
                              !arguments.selector.directory.empty() ||
-                             !frame::Registry::ofUser().running().empty();
+                             !simulation::Registry::ofUser().running().empty();
     if (!arguments.root.empty() || !isSimulated) {
-        return frame::Tree(arguments.root.empty() ? "/" : arguments.root);
+        return simulation::FrameRoot(arguments.root.empty() ? "/" : arguments.root);
     }
     return arguments.selector.tree();
 }
 
 int examine(Arguments& arguments) {
-    const frame::Tree tree = selectTree(arguments);
-    const auto diagnosis = inspection::diagnose(inspection::Root(tree.path("/")));
+    const simulation::FrameRoot tree = selectTree(arguments);
+    const auto diagnosis = doctor::diagnose(doctor::RootProbe(tree.path("/")));
     if (arguments.json) {
         cli::print(jsonOf(diagnosis));
     } else {

@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "frame/devices.h"
-#include "frame/registry.h"
 #include "pallframe/commands/commands.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/frame_registry.h"
 
 namespace pallframe {
 
@@ -26,12 +26,13 @@ int enter(Arguments arguments, size_t wordsAfterDashes) {
         arguments.command.insert(arguments.command.begin(), std::exchange(arguments.frame, ""));
     }
     if (arguments.command.size() != wordsAfterDashes) {
-        throw frame::BadRequest("the command for the frame follows --, such as: enter -- ls /");
+        throw simulation::FrameError(
+            "the command for the frame follows --, such as: enter -- ls /");
     }
     if (!arguments.frame.empty() && !arguments.directory.empty()) {
-        throw frame::BadRequest("give either the number of the frame or --frame-dir");
+        throw simulation::FrameError("give either the number of the frame or --frame-dir");
     }
-    const auto running = frame::Registry::ofUser().running();
+    const auto running = simulation::Registry::ofUser().running();
     return enterFrame(arguments.directory.empty() ? chooseFrame(running, arguments.frame)
                                                   : frameIn(running, arguments.directory),
                       arguments.command);

@@ -1,9 +1,9 @@
 #include <memory>
 
 #include "cli/standard_output.h"
-#include "frame/registry.h"
-#include "inspection/frames.h"
 #include "pallframe/commands/commands.h"
+#include "pallframe/doctor/frame_list.h"
+#include "pallframe/simulation/frame_registry.h"
 
 namespace pallframe {
 
@@ -12,8 +12,8 @@ void addList(cli::Command program, size_t) {
     cli::Command command = program.addCommand("list", "List running frames");
     command.addFlag("--json", *json, "One JSON object per line instead of a table");
     command.work([json] {
-        const auto running = frame::Registry::ofUser().running();
-        cli::print(*json ? inspection::jsonOf(running) : inspection::tableOf(running));
+        const auto running = simulation::Registry::ofUser().running();
+        cli::print(*json ? doctor::jsonOf(running) : doctor::tableOf(running));
         return 0;
     });
 }

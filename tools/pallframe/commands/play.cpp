@@ -19,7 +19,7 @@ struct Arguments {
     double speed = 1;
 };
 
-void printStep(const frame::ScenarioStep& step) {
+void printStep(const simulation::ScenarioStep& step) {
     std::printf("%9.3f s  %s\n", std::chrono::duration<double>(step.at).count(), step.text.c_str());
     cli::flushOutput();
 }
@@ -28,9 +28,9 @@ int playFile(Arguments& arguments) {
     const Scenario scenario = readScenarioFile(arguments.file);
     // The scenario goes on when the reader of the output has gone.
     std::signal(SIGPIPE, SIG_IGN);
-    const frame::Tree tree = arguments.selector.tree();
+    const simulation::FrameRoot tree = arguments.selector.tree();
     checkScenario(tree, scenario);
-    play(tree, scenario, arguments.speed, [&](const frame::ScenarioStep& step) {
+    play(tree, scenario, arguments.speed, [&](const simulation::ScenarioStep& step) {
         arguments.selector.tree();  // throws once the frame has ended, though its files are held
         printStep(step);
     });

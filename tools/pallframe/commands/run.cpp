@@ -1,19 +1,19 @@
 #include <filesystem>
 #include <memory>
 
-#include "frame/devices.h"
-#include "frame/product.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/sandbox/run_in_frame.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/product.h"
 
 namespace pallframe {
 
 namespace {
 
 std::string checkProduct(const std::string& name) {
-    return frame::findProduct(name) != nullptr
+    return simulation::findProduct(name) != nullptr
                ? ""
-               : "unknown product '" + name + "'; choose from " + frame::productNames();
+               : "unknown product '" + name + "'; choose from " + simulation::productNames();
 }
 
 struct Arguments {
@@ -25,12 +25,13 @@ struct Arguments {
 
 int run(Arguments& arguments) {
     RunRequest& request = arguments.request;
-    request.product = frame::findProduct(arguments.product);
+    request.product = simulation::findProduct(arguments.product);
     if (!arguments.directory.empty()) {
         request.directory = std::filesystem::absolute(arguments.directory).lexically_normal();
     }
     if (request.keep && arguments.directory.empty()) {
-        throw frame::BadRequest("--keep needs --frame-dir DIR: a root in memory cannot be kept");
+        throw simulation::FrameError(
+            "--keep needs --frame-dir DIR: a root in memory cannot be kept");
     }
     if (!arguments.scenario.empty()) {
         request.scenario = readScenarioFile(arguments.scenario);
@@ -43,7 +44,7 @@ int run(Arguments& arguments) {
 void addRun(cli::Command program, size_t) {
     const auto arguments = std::make_shared<Arguments>();
     cli::Command command = program.addCommand("run", "Run a command in a new frame");
-    command.add("--product", arguments->product, "One of " + frame::productNames())
+    command.add("--product", arguments->product, "One of " + simulation::productNames())
         .kind("PRODUCT")
         .check(checkProduct)
         .showsDefault();

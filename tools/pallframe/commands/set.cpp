@@ -2,15 +2,15 @@
 #include <memory>
 #include <string>
 
-#include "frame/changes.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/frame_selector.h"
+#include "pallframe/simulation/operations.h"
 
 namespace pallframe {
 
 namespace {
 
-void addChange(cli::Command set, const frame::ChangeKind& kind,
+void addChange(cli::Command set, const simulation::OperationKind& kind,
                const std::shared_ptr<FrameSelector>& selector) {
     const auto arguments = std::make_shared<std::array<std::string, 2>>();
     cli::Command command = set.addCommand(std::string(kind.name), std::string(kind.about));
@@ -19,11 +19,11 @@ void addChange(cli::Command set, const frame::ChangeKind& kind,
         command.add(std::string(kind.arguments[i]), (*arguments)[i]).required();
     }
     command.work([&kind, arguments, selector] {
-        frame::Words words{std::string(kind.name), (*arguments)[0]};
+        simulation::Words words{std::string(kind.name), (*arguments)[0]};
         if (!kind.arguments[1].empty()) {
             words.push_back((*arguments)[1]);
         }
-        frame::readChange(words)(selector->tree());
+        simulation::parseOperation(words)(selector->tree());
         return 0;
     });
 }
@@ -35,7 +35,7 @@ void addSet(cli::Command program, size_t) {
     cli::Command set = program.addCommand("set", "Change a running frame");
     set.requireCommand();
     selector->addTo(set);
-    for (const frame::ChangeKind& kind : frame::changeKinds()) {
+    for (const simulation::OperationKind& kind : simulation::operationKinds()) {
         addChange(set, kind, selector);
     }
 }

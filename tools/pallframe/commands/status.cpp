@@ -1,9 +1,8 @@
-#include "inspection/status.h"
-
 #include <memory>
 
 #include "cli/standard_output.h"
 #include "pallframe/commands/commands.h"
+#include "pallframe/doctor/frame_status.h"
 #include "pallframe/frame_selector.h"
 
 namespace pallframe {
@@ -23,7 +22,7 @@ void addStatus(cli::Command program, size_t) {
     command.addFlag("--json", arguments->json, "One JSON object instead of a table");
     arguments->selector.addTo(command);
     command.work([arguments] {
-        const auto status = inspection::statusOf(arguments->selector.tree());
+        const auto status = doctor::statusOf(arguments->selector.tree());
         cli::print(arguments->json ? jsonOf(status) : tableOf(status));
         return 0;
     });

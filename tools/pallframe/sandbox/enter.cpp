@@ -8,20 +8,20 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "frame/devices.h"
-#include "frame/product.h"
 #include "pallframe/sandbox/process.h"
 #include "pallframe/sandbox/rootfs.h"
 #include "pallframe/sandbox/terminal_settings.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/product.h"
 
 namespace pallframe {
 
 namespace {
 
 namespace fs = std::filesystem;
-using frame::check;
-using frame::Descriptor;
-using frame::RunningFrame;
+using simulation::check;
+using simulation::Descriptor;
+using simulation::RunningFrame;
 
 fs::path userNamespace(const std::string& pid) {
     return fs::read_symlink("/proc/" + pid + "/ns/user");
@@ -41,7 +41,7 @@ void join(const RunningFrame& frame) {
 // What tells those inside which frame this is. Both shells take the prompt from here, as there is
 // no file in the frame that sets another; so does one that a command of the caller's starts.
 void setNames(const RunningFrame& frame) {
-    const std::string product(productOf(frame::Tree("/")).name);
+    const std::string product(productOf(simulation::FrameRoot("/")).name);
     const std::string prompt = "[" + product + " frame " + std::to_string(frame.pid) + "] ${PWD}# ";
     ::setenv("PS1", prompt.c_str(), 1);
     ::setenv(kNumberVariable, std::to_string(frame.pid).c_str(), 1);

@@ -8,7 +8,7 @@
 namespace pallframe {
 
 namespace fs = std::filesystem;
-using frame::check;
+using simulation::check;
 
 HostMount::HostMount(const fs::path& path)
     : path_(path),

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace pallframe {
 
@@ -17,7 +17,7 @@ class HostMount {
 
   private:
     std::filesystem::path path_;
-    frame::Descriptor tree_;
+    simulation::Descriptor tree_;
 };
 
 // Shows the host's `path` under `root` as it is there: a link as a link, a file or directory to be

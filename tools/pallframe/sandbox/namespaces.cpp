@@ -13,18 +13,18 @@
 #include <stdexcept>
 #include <string>
 
-#include "frame/refusal.h"
-#include "frame/system_call.h"
+#include "pallframe/simulation/namespace_error.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace pallframe {
 
 namespace {
 
-using frame::check;
-using frame::Descriptor;
+using simulation::check;
+using simulation::Descriptor;
 
 [[noreturn]] void explain(int error) {
-    throw std::runtime_error(frame::refusalText(error, [](const char* file) {
+    throw std::runtime_error(simulation::refusalText(error, [](const char* file) {
         std::string value;
         std::ifstream(file) >> value;
         return value;

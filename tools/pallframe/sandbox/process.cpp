@@ -15,14 +15,14 @@
 #include <stdexcept>
 
 #include "cli/command_line.h"
-#include "frame/programs.h"
+#include "pallframe/simulation/stub_programs.h"
 
 namespace pallframe {
 
-using frame::check;
-using frame::Descriptor;
+using simulation::check;
+using simulation::Descriptor;
 
-int complain(const frame::BadRequest& bad) {
+int complain(const simulation::FrameError& bad) {
     cli::printErrors("pallframe", bad.what());
     return cli::kUsageError;
 }
@@ -35,7 +35,7 @@ pid_t startProcess(const std::function<int()>& work) {
     int status = kNoFrame;
     try {
         status = work();
-    } catch (const frame::BadRequest& bad) {
+    } catch (const simulation::FrameError& bad) {
         status = complain(bad);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallframe: %s\n", error.what());
@@ -93,7 +93,7 @@ std::vector<std::filesystem::path> programDirectories() {
 }
 
 void searchAsInFrame() {
-    std::string path = frame::kSearchPath;
+    std::string path = simulation::kSearchPath;
     for (const auto& directory : programDirectories()) {
         path += ":" + directory.string();
     }

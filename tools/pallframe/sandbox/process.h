@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "frame/devices.h"
-#include "frame/system_call.h"
 #include "pallframe/sandbox/supervisor.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/system_call.h"
 
 // The processes that a frame is made of, and how each dies with the one before.
 namespace pallframe {
@@ -22,10 +22,10 @@ inline constexpr const char* kNumberVariable = "PALLFRAME";
 
 // Tells what was asked for in vain on standard error, a line for each problem. Result: the status
 // to end with.
-int complain(const frame::BadRequest& bad);
+int complain(const simulation::FrameError& bad);
 
-// A child whose whole life is `work`, its result the exit status; a frame::BadRequest is told, and
-// all other errors become a line and kNoFrame. Throws std::system_error when there can be none.
+// A child whose whole life is `work`, its result the exit status; a simulation::FrameError is told,
+// and all other errors become a line and kNoFrame. Throws std::system_error when there can be none.
 pid_t startProcess(const std::function<int()>& work);
 
 // The same for the child that the supervisor then waits for. It begins when all that came for this
@@ -33,12 +33,12 @@ pid_t startProcess(const std::function<int()>& work);
 pid_t startSupervised(Supervisor& supervisor, const std::function<int()>& work);
 
 // A process, and this one, as another one can watch it. Throws std::system_error.
-frame::Descriptor watch(pid_t pid);
-frame::Descriptor watchSelf();
+simulation::Descriptor watch(pid_t pid);
+simulation::Descriptor watchSelf();
 
 // Lets this process get the signal when its parent dies, also when that has just happened: then it
 // throws std::runtime_error.
-void dieWith(const frame::Descriptor& parent, int signal);
+void dieWith(const simulation::Descriptor& parent, int signal);
 
 // Where the programs lie that were built or installed with this one: beside it, and in the "sbin"
 // next to that, which is the daemon's place in an installation. While the root is still the host's.

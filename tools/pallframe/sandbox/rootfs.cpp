@@ -11,17 +11,17 @@
 #include <filesystem>
 #include <vector>
 
-#include "frame/furnish.h"
-#include "frame/paths.h"
 #include "pallframe/sandbox/mounts.h"
 #include "pallframe/sandbox/process.h"
+#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/populate.h"
 
 namespace pallframe {
 
 namespace {
 
 namespace fs = std::filesystem;
-using frame::check;
+using simulation::check;
 
 // Every host has it, and nothing of it is wanted inside.
 constexpr const char* kMemoryRoot = "/tmp";
@@ -169,7 +169,7 @@ void makeProcesses(const fs::path& root, const HostMount& hostProcesses) {
 }
 
 void showOwnProgram(const fs::path& root, const HostMount& program) {
-    const fs::path target = root / fs::path(frame::paths::kProgram).relative_path();
+    const fs::path target = root / fs::path(simulation::paths::kProgram).relative_path();
     makePlace(target, false);
     // Every program of the frame is this file: what changes one of them must not reach the host's.
     program.makeReadOnly();
@@ -196,7 +196,7 @@ void enterRoot(const RootPlan& plan) {
 
     const fs::path root = mountRoot(plan.directory);
     ::umask(022);
-    frame::furnish(frame::Tree(root), *plan.product);
+    simulation::populate(simulation::FrameRoot(root), *plan.product);
     fs::permissions(root / "tmp", fs::perms::all | fs::perms::sticky_bit);
     for (const char* part : kHostParts) {
         showReadOnly(root, part);

@@ -2,13 +2,13 @@
 
 #include <string>
 
-#include "frame/product.h"
+#include "pallframe/simulation/product.h"
 
 namespace pallframe {
 
 // How the root of a frame is made.
 struct RootPlan {
-    const frame::Product* product;
+    const simulation::Product* product;
     // An empty directory that becomes the root and that the host can see into; empty: the root
     // lives in memory, invisible to the host and gone with the last process of the frame.
     std::string directory;

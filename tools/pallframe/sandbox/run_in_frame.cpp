@@ -7,22 +7,22 @@
 #include <filesystem>
 #include <optional>
 
-#include "frame/paths.h"
-#include "frame/programs.h"
-#include "frame/registry.h"
 #include "pallframe/sandbox/namespaces.h"
 #include "pallframe/sandbox/process.h"
 #include "pallframe/sandbox/rootfs.h"
 #include "pallframe/sandbox/supervisor.h"
 #include "pallframe/sandbox/syslog_file.h"
+#include "pallframe/simulation/frame_registry.h"
+#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/stub_programs.h"
 
 namespace pallframe {
 
 namespace {
 
-using frame::check;
-using frame::Descriptor;
-using frame::Registry;
+using simulation::check;
+using simulation::Descriptor;
+using simulation::Registry;
 
 constexpr std::chrono::seconds kTimeout{3};
 
@@ -37,9 +37,10 @@ void removeDirectory(const RunRequest& request) {
 // frame at the latest.
 void startScenario(const RunRequest& request) {
     if (!request.scenario.steps.empty()) {
-        checkScenario(frame::Tree("/"), request.scenario);
+        checkScenario(simulation::FrameRoot("/"), request.scenario);
         startProcess([&] {
-            play(frame::Tree("/"), request.scenario, 1, [](const frame::ScenarioStep&) {});
+            play(simulation::FrameRoot("/"), request.scenario, 1,
+                 [](const simulation::ScenarioStep&) {});
             return 0;
         });
     }
@@ -59,7 +60,7 @@ int runInit(const RunRequest& request, Supervisor& supervisor, const Descriptor&
     enterRoot({request.product, request.directory});
     std::optional<SyslogFile> log;
     if (request.syslog) {
-        log.emplace("/dev/log", std::string(frame::paths::kMessages));
+        log.emplace("/dev/log", std::string(simulation::paths::kMessages));
         supervisor.serve(log->descriptor(), [&log] { log->takeAll(); });
     }
     supervisor.setKillTimeout(kTimeout);
@@ -74,7 +75,7 @@ int runInit(const RunRequest& request, Supervisor& supervisor, const Descriptor&
 }
 
 // Without an entry the frame works, but is not listed.
-void registerFrame(const Registry& registry, const frame::RunningFrame& frame) {
+void registerFrame(const Registry& registry, const simulation::RunningFrame& frame) {
     try {
         registry.add(frame);
     } catch (const std::exception& error) {
@@ -89,7 +90,7 @@ int superviseFrame(const RunRequest& request, Supervisor& supervisor, const Desc
     const Descriptor self = watchSelf();
     const pid_t first =
         startSupervised(supervisor, [&] { return runInit(request, supervisor, self); });
-    registerFrame(registry, {first, request.directory, frame::commandLine(request.command)});
+    registerFrame(registry, {first, request.directory, simulation::commandLine(request.command)});
     const int status = supervisor.waitFor(first);
     registry.remove(first);
     removeDirectory(request);

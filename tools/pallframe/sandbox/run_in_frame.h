@@ -3,14 +3,14 @@
 #include <string>
 #include <vector>
 
-#include "frame/product.h"
 #include "pallframe/scenario_player.h"
+#include "pallframe/simulation/product.h"
 
 namespace pallframe {
 
 // A command to run in a new frame.
 struct RunRequest {
-    const frame::Product* product = nullptr;
+    const simulation::Product* product = nullptr;
     std::string directory;  // for the frame's files, must not exist yet; empty: in memory
     bool keep = false;      // do not remove the directory at the end
     bool syslog = true;     // collect /dev/log in the frame's /var/log/messages

@@ -11,7 +11,7 @@ namespace pallframe {
 
 namespace {
 
-using frame::check;
+using simulation::check;
 
 // Whoever started this wants it to outlive its terminal (nohup(1)).
 bool staysWithoutTerminal() {
@@ -52,7 +52,7 @@ Supervisor::Supervisor() {
     const sigset_t set = supervisedSignals();
     check(::sigprocmask(SIG_BLOCK, &set, &before_), "sigprocmask");
     signals_ =
-        frame::Descriptor(check(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK), "signalfd"));
+        simulation::Descriptor(check(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK), "signalfd"));
 }
 
 Supervisor::~Supervisor() {

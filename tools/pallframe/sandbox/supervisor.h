@@ -8,7 +8,7 @@
 #include <functional>
 #include <optional>
 
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace pallframe {
 
@@ -52,7 +52,7 @@ class Supervisor {
     void handOn(int number, pid_t child);
 
     sigset_t before_{};
-    frame::Descriptor signals_;
+    simulation::Descriptor signals_;
     int served_ = -1;
     std::function<void()> serve_;
     std::optional<std::chrono::milliseconds> killTimeout_;

@@ -10,7 +10,7 @@
 
 namespace pallframe {
 
-using frame::check;
+using simulation::check;
 
 SyslogFile::SyslogFile(const std::string& socketPath, const std::string& filePath)
     : socket_(check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket")),

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "frame/system_call.h"
+#include "pallframe/simulation/system_call.h"
 
 namespace pallframe {
 
@@ -17,8 +17,8 @@ class SyslogFile {
     void takeAll() const;                             // writes all that wait, then returns
 
   private:
-    frame::Descriptor socket_;
-    frame::Descriptor file_;
+    simulation::Descriptor socket_;
+    simulation::Descriptor file_;
 };
 
 }  // namespace pallframe

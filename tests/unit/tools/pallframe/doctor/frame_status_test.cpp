@@ -1,0 +1,109 @@
+#include "pallframe/doctor/frame_status.h"
+
+#include <gmock/gmock.h>
+
+#include "model/json.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
+#include "temporary_frame.h"
+
+using namespace pallframe::simulation;
+using namespace pallframe::doctor;
+
+namespace {
+
+class Status : public TemporaryFrame {
+  protected:
+    std::string table() const { return tableOf(statusOf(tree)); }
+    UniqueJSON json() const {
+        const std::string text = jsonOf(statusOf(tree));
+        return parseJSON(text.data(), text.size());
+    }
+};
+
+TEST_F(Status, AFreshFrameIsWell) {
+    furnishAs("Quorane");
+    setPause(tree, "S40network", 0);
+    EXPECT_EQ(table(),
+              "WHAT     NAME  STATE\n"
+              "product        Quorane\n"
+              "port     eth0  up, active\n"
+              "port     eth1  up\n"
+              "supply   1     12.00 V\n"
+              "supply   2     12.00 V\n"
+              "battery        3.10 V\n");
+}
+
+TEST_F(Status, ShowsEverythingThatHappened) {
+    furnishAs("Tessara");
+    setCable(tree, "eth0", false);
+    setSupply(tree, 2, 11.9);
+    runProgram(tree, {"/sbin/devmem", "0x8aa00014", "32", "0x01"});
+    runProgram(tree, {"/etc/init.d/S56tcpsvd", "stop"});
+    setExitStatus(tree, "S50dropbear", 1);
+    setPause(tree, "S50dropbear", 0.25);
+    runProgram(tree, {"/etc/init.d/S50dropbear", "restart"});
+    tree.setAside(paths::kEeprom);
+    EXPECT_EQ(table(),
+              "WHAT     NAME         STATE\n"
+              "product               Tessara\n"
+              "port     eth0         down, failures: 1\n"
+              "port     eth1         up, active\n"
+              "supply   1            12.00 V\n"
+              "supply   2            11.90 V\n"
+              "battery               3.10 V, load on\n"
+              "service  ftp          stopped\n"
+              "program  S40network   takes 0.5 s\n"
+              "program  S50dropbear  takes 0.25 s, fails with 1\n"
+              "file     /tmp/eeprom  missing\n"
+              "call     1            /sbin/devmem 0x8aa00014 32 0x01\n"
+              "call     2            /etc/init.d/S56tcpsvd stop\n"
+              "call     3            /etc/init.d/S50dropbear restart\n");
+}
+
+TEST_F(Status, IsToldToProgramsAsJSON) {
+    furnishAs("KELI");
+    setCable(tree, "eth0", false);
+    setSupply(tree, 2, 11.9);
+    setPause(tree, "S40network", 0);
+    setExitStatus(tree, "pkill", 7);
+    runProgram(tree, {"/etc/init.d/S56tcpsvd", "start"});
+    tree.setAside(paths::kEeprom);
+    EXPECT_EQ(jsonOf(statusOf(tree)),
+              R"({"product":"KELI","ports":[)"
+              R"({"name":"eth0","up":false,"active":false,"failures":1,)"
+              R"("address":"00:11:22:33:44:55"},)"
+              R"({"name":"eth1","up":true,"active":true,"failures":0,)"
+              R"("address":"00:11:22:33:44:56"}],)"
+              R"("power":{"supply1":12,"supply2":11.9,"battery":3.1,"loaded":false},)"
+              R"("services":{"ftp":"running"},)"
+              R"("programs":[{"name":"pkill","seconds":0,"status":7}],)"
+              R"("missing":["/tmp/eeprom"],)"
+              R"("calls":["/etc/init.d/S56tcpsvd start"]})"
+              "\n");
+}
+
+// Whoever calls a program of the frame decides what stands in the list of calls.
+TEST_F(Status, NoTextBreaksTheTableOrTheJSON) {
+    furnishAs("Quorane");
+    const std::string nasty = "\"\\\x1b[2J\x7f\t\xff\xc3\xa9 \xc3";
+    runProgram(tree, {"/vantor/bin/briskel", nasty});
+    tree.replace(std::string(paths::kServices) + "/a\nb", nasty);
+    tree.replace("/tmp/" + nasty, "");
+    tree.setAside("/tmp/" + nasty);
+    EXPECT_EQ(table().find('\x1b'), std::string::npos);
+    EXPECT_NE(table().find("\\x1b[2J"), std::string::npos);
+    EXPECT_NE(table().find("service  a\\nb"), std::string::npos);
+    const UniqueJSON parsed = json();
+    ASSERT_NE(parsed, nullptr);
+    const std::string shown = "\"\\\x1b[2J\x7f\t\xef\xbf\xbd\xc3\xa9 \xef\xbf\xbd";
+    EXPECT_EQ(jsonText(cJSON_GetArrayItem(jsonMember(parsed.get(), "missing"), 0)),
+              "/tmp/" + shown);
+    EXPECT_EQ(jsonText(jsonMember(jsonMember(parsed.get(), "services"), "a\nb")), shown);
+}
+
+TEST_F(Status, AnotherDirectoryIsNoFrame) {
+    EXPECT_THROW(statusOf(tree), FrameError);
+}
+
+}  // namespace

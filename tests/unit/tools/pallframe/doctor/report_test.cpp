@@ -1,0 +1,62 @@
+#include "pallframe/doctor/report.h"
+
+#include <gmock/gmock.h>
+
+#include "frame_to_inspect.h"
+#include "model/json.h"
+
+using namespace pallframe::doctor;
+
+namespace {
+
+const Diagnosis kSome{
+    "KELI",
+    {{"/etc/fine"},
+     {"/etc/marker", State::ok, "present", {{"sshEnabled", "0"}}, "the service is off"},
+     {"/etc/gone",
+      State::missing,
+      "No such file or directory",
+      {{"version", "\"read error\""}, {"frameName", ""}},
+      ""},
+     {"/sbin/tool", State::notExecutable, "no program that may be run", {}, "nothing is done"},
+     {"/root/secret", State::notAccessible, "Permission denied"},
+     {"/dev/log", State::notRunning, "needs a running frame"}}};
+
+TEST(Report, HasALineForEachCheckAndWhatFollowsBelow) {
+    EXPECT_EQ(linesOf(kSome),
+              "product         KELI\n"
+              "ok              /etc/fine\n"
+              "ok              /etc/marker (present)\n"
+              "    sshEnabled 0: the service is off\n"
+              "missing         /etc/gone (No such file or directory)\n"
+              "    version \"read error\", frameName\n"
+              "not executable  /sbin/tool (no program that may be run)\n"
+              "    nothing is done\n"
+              "skipped         /root/secret (Permission denied)\n"
+              "skipped         /dev/log (needs a running frame)\n"
+              "2 of 6 checks failed; 1 skipped (needs root); 1 skipped (needs a running frame).\n");
+}
+
+TEST(Report, SaysThatNothingIsWrong) {
+    EXPECT_EQ(linesOf({"KELI", {{"/etc/fine"}}}),
+              "product         KELI\nok              /etc/fine\n1 checks passed.\n");
+}
+
+TEST(Report, IsToldToProgramsAsJSON) {
+    EXPECT_EQ(jsonOf({"KELI", {kSome.findings[2]}}),
+              R"({"product":"KELI","well":false,"checks":[{"path":"/etc/gone","state":"missing",)"
+              R"("reason":"No such file or directory",)"
+              R"("published":{"version":"read error","frameName":null},"effect":""}]})"
+              "\n");
+}
+
+TEST(Report, NoTextBreaksTheLinesOrTheJSON) {
+    const Diagnosis nasty{"a\n\x1b[2J\xff\"", {}};
+    EXPECT_EQ(linesOf(nasty).find('\x1b'), std::string::npos);
+    const std::string json = jsonOf(nasty);
+    const UniqueJSON parsed = parseJSON(json.data(), json.size());
+    ASSERT_NE(parsed, nullptr);
+    EXPECT_STREQ(jsonText(jsonMember(parsed.get(), "product")), "a\n\x1b[2J\xef\xbf\xbd\"");
+}
+
+}  // namespace

@@ -1,0 +1,284 @@
+#include "pallframe/doctor/dependencies.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+
+#include "model/json.h"
+#include "service/paths.h"
+#include "systemstate/block_file.h"
+#include "systemstate/bonding_status.h"
+#include "systemstate/build_properties.h"
+#include "systemstate/frame_detection.h"
+#include "systemstate/network_settings.h"
+#include "systemstate/places.h"
+#include "systemstate/product.h"
+#include "systemstate/xadc_dump.h"
+
+namespace pallframe::doctor {
+
+namespace {
+
+bool all(const Product&) {
+    return true;
+}
+
+bool quorane(const Product& product) {
+    return product.isQuorane();
+}
+
+bool brio(const Product& product) {
+    return product.isBrio();
+}
+
+// The software of all but the Brio, whose hardware is polled.
+bool tessaraEdition(const Product& product) {
+    return !product.isBrio();
+}
+
+bool tessaraFrame(const Product& product) {
+    return product.isTessaraFrame();
+}
+
+// Which frames have the copy of the bonding status, and which the driver's own.
+bool bondCopy(const Product& product) {
+    return !product.isBrio() && product.isNamedTessara();
+}
+
+bool driversBond(const Product& product) {
+    return !product.isBrio() && !product.isNamedTessara();
+}
+
+bool remoteControlled(const Product& product) {
+    return product.isTessaraFrame() && product.name().size() > std::string_view("Tessara").size();
+}
+
+bool isKnownProduct(const std::string& text, const Product&) {
+    const Product product(productNamed(text));
+    return product.isTessaraFrame() || product.isBrio() || product.isKeli() || product.isQuorane();
+}
+
+bool hasVersion(const std::string& text, const Product&) {
+    return versionText(decodeBuildProperties(text)) != versionText({});
+}
+
+bool hasSettings(const std::string& text, const Product&) {
+    const NetworkConf conf = decodeNetworkConf(text);
+    return areValid({conf.ip.value_or(0), conf.netmask.value_or(0), conf.gateway.value_or(0)});
+}
+
+bool hasPorts(const std::string& text, const Product& product) {
+    return decodeBonding(decodeBlockFile(text),
+                         product.isTessaraFrame() ? kTessaraHeaderBlock : kDriverHeaderBlock)
+        .has_value();
+}
+
+bool hasFrameType(const std::string& text, const Product&) {
+    const auto detection = decodeFrameDetection(decodeBlockFile(text));
+    return detection && detection->frameType >= 0;
+}
+
+bool hasReadings(const std::string& text, const Product& product) {
+    const bool dedicated = product.isTessaraFrame() || product.isKeli();
+    return text.size() >= kXadcDumpSize &&
+           decodeXadcDump(text, dedicated ? BatterySource::dedicatedInput : BatterySource::channel);
+}
+
+bool isJSON(const std::string& text, const Product&) {
+    return parseJSON(text.data(), text.size()) != nullptr;
+}
+
+bool hasLine(const std::string& text, const Product&) {
+    return !text.empty() && text[0] != '\n';
+}
+
+constexpr const char* kShell = "/bin/sh";       // of system(3) and popen(3)
+constexpr const char* kSyslog = "/dev/log";     // of syslog(3)
+constexpr const char* kNoDevice = "/dev/null";  // of daemon(3)
+constexpr const char* kBus = "127.0.0.1:15000";
+
+// Which word of a command names what has to be there.
+constexpr size_t kSourced = 1;     // . FILE
+constexpr size_t kBehindSudo = 1;  // sudo PROGRAM
+constexpr size_t kUnitOfSudo = 3;  // sudo systemctl VERB UNIT
+
+using Places = std::array<const char*, 4>;
+using Names = std::array<Published, 3>;
+using Concerns = bool (*)(const Product&);
+using Decodes = bool (*)(const std::string&, const Product&);
+
+constexpr Check file(const char* place, Concerns concerns, Decodes decodes, Names published,
+                     std::string_view effect, size_t word = 0) {
+    return {{place}, Kind::file, concerns, published, effect, decodes, word};
+}
+
+constexpr Check program(Places places, Concerns concerns, Names published, std::string_view effect,
+                        size_t word = 0) {
+    return {places, Kind::program, concerns, published, effect, nullptr, word};
+}
+
+constexpr Check unit(Places places, Names published, std::string_view effect) {
+    return {places, Kind::unit, brio, published, effect, nullptr, kUnitOfSudo};
+}
+
+constexpr Check optional(const char* place, Concerns concerns, Names published,
+                         std::string_view effect) {
+    return {{place}, Kind::optional, concerns, published, effect};
+}
+
+constexpr Check marker(const char* place, Names published) {
+    return {{place}, Kind::marker, all, published, "the service is off"};
+}
+
+constexpr Names kPorts{{{"ethPort1Status", "0"}, {"ethPort2Status", "0"}, {"activeEthernet", ""}}};
+constexpr Names kAddresses{{{"ipAddress", "0"}, {"netmask", "0"}, {"gateway", "0"}}};
+constexpr Names kSetAddresses{{{"ipAddress", ""}, {"netmask", ""}, {"gateway", ""}}};
+constexpr Names kVoltages{{{"psu1Voltage", "0"}, {"psu2Voltage", "0"}, {"battVoltage", "-1"}}};
+constexpr Names kServices{{{"sshEnabled", ""}, {"ftpEnabled", ""}}};
+constexpr Names kSsh{{{"sshEnabled", ""}}};
+constexpr Names kFtp{{{"ftpEnabled", ""}}};
+constexpr Names kAmbrix{{{"ambrixEnabled", ""}}};
+constexpr Names kAddress{{{"ipAddress", ""}}};
+constexpr Names kControllers{{{"primaryIPAddress", ""}, {"secondaryIPAddress", ""}}};
+
+constexpr std::string_view kPortsStay = "the ports stay as they were found last";
+constexpr std::string_view kNotSwitched = "what is set is shown, and the service not switched";
+constexpr std::string_view kNotFound = "a new address is not announced, the frame is not found";
+constexpr std::string_view kRestarts = "a new address of the remote controller restarts modules";
+
+constexpr Places kBrioSwitches{kBrioStartSsh, kBrioStopSsh, kBrioStartFtp, kBrioStopFtp};
+
+constexpr Check kChecks[] = {
+    {{kBus},
+     Kind::listener,
+     all,
+     {},
+     "nothing is published and nothing can be set; the bus is looked for each second"},
+    {{kSyslog}, Kind::syslog, all, {}, "values as usual, and nobody reads what the daemon logs"},
+    {{kNoDevice}, Kind::device, all, {}, "with -d the daemon ends at once, nothing is published"},
+
+    {{kProductCommand},
+     Kind::file,
+     all,
+     {{{"frameName", "\"Quorane\""}}},
+     "the card counts as a Quorane",
+     isKnownProduct,
+     kSourced,
+     true},
+    {{kBuildPropertiesFile},
+     Kind::file,
+     all,
+     {{{"version", "\"read error\""}}},
+     "",
+     hasVersion,
+     0,
+     true},
+    file(kNetworkFile, all, hasSettings, kAddresses, "settings from the bus are not applied"),
+    file(kBondingFile, driversBond, hasPorts, kPorts, kPortsStay),
+    file(kTessaraBondingFile, bondCopy, hasPorts, kPorts, kPortsStay),
+    file(kFrameDetectionFile, tessaraFrame, hasFrameType, {{{"frameType", "0"}}},
+         "looked for each second until it is there"),
+    file(kXadcFile, tessaraEdition, hasReadings, kVoltages,
+         "voltages stay as they were read last; standard error says so each second"),
+    file(kMacAddressFile, all, hasLine, {},
+         "ids of messages end at their @; a Tessara frame takes the first label for its own"),
+    file(kDeviceLabelsFile, tessaraFrame, isJSON, {{{"frameName", ""}}},
+         "the frame keeps the name that it has"),
+
+    {{kStateContainer}, Kind::settings, all, {}, "", isJSON},
+    {{kStateContainer}, Kind::directory, all, {}, "what is set from the bus is lost at the end"},
+    optional(kDeviceNameFile, tessaraFrame, {}, "the name for the user interface, kept up to date"),
+
+    program({kShell}, all, {}, "no command at all is carried out"),
+    program({kBatteryLoadOn, kBatteryLoadOff}, tessaraEdition, {{{"battVoltage", ""}}},
+            "the battery is measured without its load, and looks better than it is"),
+    program({kChangeActiveSlave}, quorane, {{{"activeEthernet", ""}}},
+            "what is set is shown, and the traffic stays on its port"),
+    program({kRestartNetworkService}, all, kSetAddresses,
+            "new settings are written, and taken up at the next boot only"),
+    program({kRegisterLocationService}, all, kAddress, kNotFound),
+    program({kRestartLocationService}, all, kAddress, kNotFound),
+    program({kRestartView}, all, kAddress, "the view goes on serving at the old address"),
+    program({kRestartNetworking}, all, {{{"restartNetwork", ""}}},
+            "nothing is restarted, and the parameter goes back to 0"),
+    program({kGenerateReport}, all, {{{"generateReport", ""}}},
+            "there is no report, and the parameter goes back to 0"),
+
+    marker(kSshDisabledMarker, {{{"sshEnabled", "0"}}}),
+    marker(kFtpDisabledMarker, {{{"ftpEnabled", "0"}}}),
+    optional(kAmbrixDisabledMarker, all, {{{"ambrixEnabled", "0"}}},
+             "the service is off; one that was saved as on is stopped by the first poll"),
+    program({kTessaraStartSsh, kTessaraStopSsh}, tessaraEdition, kSsh, kNotSwitched),
+    program({kTessaraStartFtp, kTessaraStopFtp}, tessaraEdition, kFtp, kNotSwitched),
+    program(kBrioSwitches, brio, kServices, kNotSwitched),
+    program(kBrioSwitches, brio, kServices, kNotSwitched, kBehindSudo),
+    unit({kBrioStartSsh, kBrioStopSsh}, kSsh, kNotSwitched),
+    unit({kBrioStartFtp, kBrioStopFtp}, kFtp, kNotSwitched),
+    program({kTessaraStartAmbrix, kTessaraStopAmbrix}, tessaraEdition, kAmbrix, kNotSwitched),
+    program({kTessaraStartAmbrixWatch}, tessaraEdition, kAmbrix, "Ambrix never shuts itself off"),
+    program({kTessaraStopAmbrixWatch}, tessaraEdition, kAmbrix,
+            "the watch goes on when Ambrix is switched off"),
+    program({kBrioStartAmbrix}, brio, kAmbrix, kNotSwitched),
+    program({kBrioStartAmbrixWatch}, brio, kAmbrix, "Ambrix never shuts itself off"),
+    program({kBrioStopAmbrix, kBrioStopAmbrixWatch}, brio, kAmbrix,
+            "Ambrix and its watch go on when it is switched off"),
+
+    optional(kKeliControlModeFile, remoteControlled, kControllers, kRestarts),
+    optional(kRemoteControlModeFile, remoteControlled, kControllers, kRestarts),
+    program({kKeliIpChangedScript}, remoteControlled, kControllers,
+            "modules are not told a new address of the remote controller"),
+};
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view kAround = " \t\r\"'";
+    const size_t begin = std::min(text.find_first_not_of(kAround), text.size());
+    return text.substr(begin, text.find_last_not_of(kAround) + 1 - begin);
+}
+
+}  // namespace
+
+std::span<const Check> checks() {
+    return kChecks;
+}
+
+const Check& productCheck() {
+    return *std::find_if(std::begin(kChecks), std::end(kChecks),
+                         [](const Check& check) { return check.decodes == isKnownProduct; });
+}
+
+std::string productNamed(const std::string& text) {
+    constexpr std::string_view kExport = "export ";
+    constexpr std::string_view kKey = "PRODUCT=";
+    std::istringstream lines(text);
+    std::string name;
+    for (std::string line; std::getline(lines, line);) {
+        std::string_view rest = trimmed(line);
+        if (rest.starts_with(kExport)) {
+            rest = trimmed(rest.substr(kExport.size()));
+        }
+        if (rest.starts_with(kKey)) {
+            name = trimmed(rest.substr(kKey.size()));
+        }
+    }
+    return name;
+}
+
+std::string pathOf(const Check& check) {
+    std::istringstream words(check.places[0]);
+    std::string word;
+    for (size_t i = 0; i <= check.word; ++i) {
+        words >> word;
+    }
+    switch (check.kind) {
+        case Kind::settings:
+            return word + ".json";
+        case Kind::unit:
+            return word + ".service";
+        case Kind::directory:
+            return std::filesystem::path(word).parent_path();
+        default:
+            return word;
+    }
+}
+
+}  // namespace pallframe::doctor

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <array>
+#include <span>
+#include <string>
+#include <string_view>
+
+class Product;
+
+namespace pallframe::doctor {
+
+// What a check looks for.
+enum class Kind {
+    file,       // is there and says what it has to
+    program,    // is there and may be run
+    directory,  // is there and can be written to
+    optional,   // both ways are good; what it means that it is there is told
+    marker,     // the same, of a service's switch that may also have been saved
+    settings,   // the state file with its older copy
+    unit,       // of systemd, is installed
+    listener,   // somebody listens there
+    syslog,     // a socket with somebody behind it
+    device,     // of characters
+};
+
+// A parameter and what is published for it, as JSON; empty when that is not known beforehand.
+struct Published {
+    std::string_view name{};  // without "system."
+    std::string_view value{};
+};
+
+// Something of the frame that the daemon depends on, and what becomes of it without that.
+struct Check {
+    // What the daemon has: a path, or commands that begin with the program. The first names it.
+    std::array<const char*, 4> places;
+    Kind kind;
+    bool (*concerns)(const Product& product);
+    std::array<Published, 3> published;  // by a daemon that starts without it
+    std::string_view effect;             // whatever else comes of that
+    // A file's text says what it has to; null: any text does.
+    bool (*decodes)(const std::string& text, const Product& product) = nullptr;
+    size_t word = 0;      // which word of the commands names it
+    bool isSure = false;  // the same is published without a file and with one that says nothing
+};
+
+// All of them, in the order in which a person wants to read them.
+std::span<const Check> checks();
+
+// The one that finds the product.
+const Check& productCheck();
+
+// What the card says that it is (PRODUCT in the text of that check's file, which a shell
+// reads); empty when it says nothing.
+std::string productNamed(const std::string& text);
+
+// The path, the address, or the name of a program or a unit that a check looks for.
+std::string pathOf(const Check& check);
+
+}  // namespace pallframe::doctor

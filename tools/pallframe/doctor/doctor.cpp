@@ -1,0 +1,207 @@
+#include "pallframe/doctor/doctor.h"
+
+#include <algorithm>
+
+#include "pallframe/doctor/saved_switches.h"
+#include "systemstate/catalogue.h"
+#include "systemstate/product.h"
+
+namespace pallframe::doctor {
+
+namespace {
+
+constexpr const char* kUnlabelled =
+    "Quorane";  // what the daemon takes a card for that says nothing
+
+Product productOf(const RootProbe& root) {
+    const std::string name = productNamed(root.file(pathOf(productCheck())).text);
+    return Product(name.empty() ? kUnlabelled : name);
+}
+
+ProbeResult fileOf(const RootProbe& root, const Check& check, const Product& product) {
+    ProbeResult sight = root.file(pathOf(check));
+    if (sight.state == State::ok && check.decodes != nullptr &&
+        !check.decodes(sight.text, product)) {
+        return {State::undecodable, "does not say what it has to"};
+    }
+    return sight;
+}
+
+// Which state file the daemon starts from: the older copy is there for one that cannot be opened,
+// and does not help when that one says nothing.
+ProbeResult savedOf(const RootProbe& root, const std::string& path) {
+    ProbeResult present = root.file(path);
+    if (present.state != State::missing && present.state != State::unreadable) {
+        return present;
+    }
+    const ProbeResult older = root.file(path + ".old");
+    return older.state == State::missing ? present : older;
+}
+
+// A frame that has never saved anything has neither file.
+ProbeResult settingsOf(const RootProbe& root, const Check& check, const Product& product) {
+    const ProbeResult present = root.file(pathOf(check));
+    const ProbeResult used = savedOf(root, pathOf(check));
+    if (used.state == State::notAccessible) {
+        return {used.state, used.reason};
+    }
+    if (used.state == State::ok && check.decodes(used.text, product)) {
+        return {present.state, present.state == State::ok ? "" : "its older copy is used"};
+    }
+    return used.state == State::missing
+               ? ProbeResult{State::ok, "nothing was saved yet"}
+               : ProbeResult{State::undecodable, "saved settings start with their defaults"};
+}
+
+// All that the state file could have brought.
+std::vector<Published> savedParameters() {
+    std::vector<Published> saved;
+    for (const auto& group : {identityGroup(), mainCatalogue()}) {
+        for (const CatalogueRow& row : group) {
+            if (row.storage == Storage::published) {
+                const std::string_view key(row.key);
+                saved.push_back({key.substr(key.find('.') + 1), ""});
+            }
+        }
+    }
+    return saved;
+}
+
+// What is published is known where the daemon finds nothing; where it finds half of something, only
+// which parameters that touches.
+std::vector<Published> publishedWithout(const Check& check, State state) {
+    if (check.kind == Kind::settings) {
+        return savedParameters();
+    }
+    const bool isKnown = state != State::undecodable || check.isSure;
+    std::vector<Published> all;
+    for (const Published& one : check.published) {
+        if (!one.name.empty()) {
+            all.push_back({one.name, isKnown ? one.value : ""});
+        }
+    }
+    return all;
+}
+
+Finding optionalFinding(const RootProbe& root, const Check& check) {
+    const ProbeResult sight = root.file(pathOf(check));
+    Finding finding{pathOf(check)};
+    if (sight.state == State::notAccessible) {
+        finding.state = sight.state;
+        finding.reason = sight.reason;
+    } else if (sight.state == State::missing) {
+        finding.reason = "absent, as expected";
+    } else {
+        finding.reason = "present";
+        finding.published = publishedWithout(check, State::ok);
+        finding.effect = check.effect;
+    }
+    return finding;
+}
+
+std::string settingsPath() {
+    const auto all = checks();
+    return pathOf(*std::find_if(all.begin(), all.end(),
+                                [](const Check& check) { return check.kind == Kind::settings; }));
+}
+
+// A switch that was saved counts, whether there is a marker or not. One that was saved as on is as
+// usual without it.
+Finding markerFinding(const RootProbe& root, const Check& check) {
+    Finding finding = optionalFinding(root, check);
+    const ProbeResult saved = savedOf(root, settingsPath());
+    const bool isMarked = !finding.published.empty();
+    const std::string_view name = check.published.front().name;
+    if (isMarked && saved.state == State::notAccessible) {
+        finding.published = {{name, ""}};
+        finding.effect = "the service is off, unless a saved value says otherwise";
+    }
+    const auto held = SavedSwitches(saved.text).stateOf(name);
+    if (!held || finding.state == State::notAccessible) {
+        return finding;
+    }
+    if (isMarked) {
+        finding.published = {{name, *held}};
+        finding.effect = "without effect, because the switch was saved and that counts";
+    } else if (held != "1") {
+        finding.published = {{name, *held}};
+        finding.effect = "because the switch was saved so, which counts without this file too";
+    }
+    return finding;
+}
+
+uint16_t portOf(const std::string& address) {
+    return static_cast<uint16_t>(std::stoi(address.substr(address.rfind(':') + 1)));
+}
+
+ProbeResult lookFor(const RootProbe& root, const Check& check, const Product& product) {
+    const std::string path = pathOf(check);
+    switch (check.kind) {
+        case Kind::program:
+            return root.program(path);
+        case Kind::directory:
+            return root.directory(path);
+        case Kind::settings:
+            return settingsOf(root, check, product);
+        case Kind::unit:
+            return root.unit(path);
+        case Kind::listener:
+            return root.listener(portOf(path));
+        case Kind::syslog:
+            return root.syslog(path);
+        case Kind::device:
+            return root.device(path);
+        case Kind::file:
+        case Kind::optional:
+        case Kind::marker:
+            break;
+    }
+    return fileOf(root, check, product);
+}
+
+// A name that no product has is taken as it stands: another thing than none at all, which makes a
+// Quorane.
+void tellOfName(Finding& finding, const std::string& name) {
+    finding.reason = "'" + name + "' is no known product's name, letter for letter";
+    finding.published = {{"frameName", ""}, {"activeEthernet", ""}};
+    finding.effect = "treated as a Quorane under that name, but its active port cannot be switched";
+}
+
+Finding findingOf(const RootProbe& root, const Check& check, const Product& product) {
+    if (check.kind == Kind::optional) {
+        return optionalFinding(root, check);
+    }
+    if (check.kind == Kind::marker) {
+        return markerFinding(root, check);
+    }
+    const ProbeResult sight = lookFor(root, check, product);
+    Finding finding{pathOf(check), sight.state, sight.reason};
+    if (finding.isProblem()) {
+        finding.published = publishedWithout(check, sight.state);
+        finding.effect = check.effect;
+    }
+    if (&check == &productCheck() && finding.isProblem() && !product.isQuorane()) {
+        tellOfName(finding, product.name());
+    }
+    return finding;
+}
+
+}  // namespace
+
+bool Diagnosis::isWell() const {
+    return std::none_of(findings.begin(), findings.end(),
+                        [](const Finding& finding) { return finding.isProblem(); });
+}
+
+Diagnosis diagnose(const RootProbe& root) {
+    const Product product = productOf(root);
+    Diagnosis diagnosis{product.name()};
+    for (const Check& check : checks()) {
+        if (check.concerns(product)) {
+            diagnosis.findings.push_back(findingOf(root, check, product));
+        }
+    }
+    return diagnosis;
+}
+
+}  // namespace pallframe::doctor

@@ -1,0 +1,49 @@
+#include "pallframe/doctor/frame_list.h"
+
+#include "cli/escape.h"
+#include "cli/table.h"
+#include "cli/time_text.h"
+#include "pallframe/doctor/json_text.h"
+
+namespace pallframe::doctor {
+
+namespace {
+
+using cli::escapeForTerminal;
+using simulation::RunningFrame;
+
+// "2026-11-21 15:04:05"
+std::string startOf(const RunningFrame& frame) {
+    constexpr size_t kDate = 10;
+    constexpr size_t kWithSeconds = 19;
+    return cli::isoTime(frame.started).substr(0, kWithSeconds).replace(kDate, 1, " ");
+}
+
+}  // namespace
+
+std::string tableOf(const std::vector<RunningFrame>& running) {
+    cli::Table table({"FRAME", "PRODUCT", "STARTED", "FILES", "COMMAND"});
+    for (const RunningFrame& frame : running) {
+        table.add({std::to_string(frame.pid), cli::escapeForTerminal(frame.product), startOf(frame),
+                   frame.directory.empty() ? "in memory" : cli::escapeForTerminal(frame.directory),
+                   cli::escapeForTerminal(frame.command)});
+    }
+    return table.text();
+}
+
+std::string jsonOf(const std::vector<RunningFrame>& running) {
+    std::string text;
+    for (const RunningFrame& frame : running) {
+        const UniqueJSON item = jsonObject();
+        addMember(item.get(), "frame", jsonNumber(frame.pid));
+        addMember(item.get(), "product", textItem(frame.product));
+        addMember(item.get(), "started", textItem(cli::isoTime(frame.started)));
+        addMember(item.get(), "directory",
+                  frame.directory.empty() ? jsonNull() : textItem(frame.directory));
+        addMember(item.get(), "command", textItem(frame.command));
+        text += renderJSON(item.get(), false) + "\n";
+    }
+    return text;
+}
+
+}  // namespace pallframe::doctor

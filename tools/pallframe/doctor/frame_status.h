@@ -1,0 +1,34 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "pallframe/simulation/bonding.h"
+#include "pallframe/simulation/frame_root.h"
+#include "pallframe/simulation/stub_programs.h"
+#include "pallframe/simulation/xadc.h"
+
+// The state of a simulated frame, and how it is shown.
+namespace pallframe::doctor {
+
+struct FrameStatus {
+    std::string product;
+    simulation::Bond bond;
+    simulation::Power power;
+    std::map<std::string, std::string> services;       // "running" or "stopped", as it was told
+    std::vector<std::string> missing;                  // files put aside, sorted
+    std::vector<simulation::ProgramSetting> programs;  // those that are slow or fail
+    std::vector<std::string> calls;                    // what the programs were told, oldest first
+};
+
+// Throws simulation::FrameError when the tree is no frame.
+FrameStatus statusOf(const simulation::FrameRoot& tree);
+
+// Lines for a person, in columns.
+std::string tableOf(const FrameStatus& status);
+
+// The same as one JSON object on a line, for a program; valid whatever texts the frame holds.
+std::string jsonOf(const FrameStatus& status);
+
+}  // namespace pallframe::doctor

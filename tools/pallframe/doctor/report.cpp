@@ -1,0 +1,137 @@
+#include "pallframe/doctor/report.h"
+
+#include <algorithm>
+#include <array>
+
+#include "cli/escape.h"
+#include "pallframe/doctor/json_text.h"
+
+namespace pallframe::doctor {
+
+namespace {
+
+struct StateWord {
+    State state;
+    const char* word;
+};
+
+constexpr std::array<StateWord, 8> kStateWords{{
+    {State::ok, "ok"},
+    {State::missing, "missing"},
+    {State::unreadable, "unreadable"},
+    {State::notExecutable, "not executable"},
+    {State::readOnly, "read-only"},
+    {State::undecodable, "undecodable"},
+    {State::notAccessible, "skipped"},
+    {State::notRunning, "skipped"},
+}};
+
+std::string wordOf(State state) {
+    const auto* found = std::find_if(kStateWords.begin(), kStateWords.end(),
+                                     [state](const StateWord& one) { return one.state == state; });
+    return found->word;
+}
+
+// "ipAddress 0, netmask 0", without a value where none is known.
+std::string textOf(const std::vector<Published>& published) {
+    std::string text;
+    for (const Published& one : published) {
+        text += text.empty() ? "" : ", ";
+        text += one.name;
+        text += one.value.empty() ? "" : " ";
+        text += one.value;
+    }
+    return text;
+}
+
+std::string consequences(const Finding& finding) {
+    const std::string names = textOf(finding.published);
+    std::string text(finding.effect);
+    if (!names.empty()) {
+        text = names + (text.empty() ? "" : ": ") + text;
+    }
+    return text.empty() ? "" : "    " + text + "\n";
+}
+
+std::string linesOf(const Finding& finding) {
+    constexpr size_t kPathColumn = 16;
+    std::string line = wordOf(finding.state);
+    line.resize(kPathColumn, ' ');
+    line += cli::escapeForTerminal(finding.path);
+    line += finding.reason.empty() ? "" : " (" + cli::escapeForTerminal(finding.reason) + ")";
+    return line + "\n" + consequences(finding);
+}
+
+size_t countOf(const Diagnosis& diagnosis, State state) {
+    return static_cast<size_t>(
+        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
+                      [state](const Finding& finding) { return finding.state == state; }));
+}
+
+size_t problemsOf(const Diagnosis& diagnosis) {
+    return static_cast<size_t>(
+        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
+                      [](const Finding& finding) { return finding.isProblem(); }));
+}
+
+std::string skippedText(const Diagnosis& diagnosis, State state, const char* hint) {
+    const size_t count = countOf(diagnosis, state);
+    return count == 0 ? "" : "; " + std::to_string(count) + " skipped (" + hint + ")";
+}
+
+std::string summary(const Diagnosis& diagnosis) {
+    const size_t problems = problemsOf(diagnosis);
+    const std::string all = std::to_string(diagnosis.findings.size());
+    const std::string skipped = skippedText(diagnosis, State::notAccessible, "needs root") +
+                                skippedText(diagnosis, State::notRunning, "needs a running frame");
+    const size_t passed = diagnosis.findings.size() - problems -
+                          countOf(diagnosis, State::notAccessible) -
+                          countOf(diagnosis, State::notRunning);
+    const std::string result = problems == 0
+                                   ? std::to_string(passed) + " checks passed"
+                                   : std::to_string(problems) + " of " + all + " checks failed";
+    return result + skipped + ".\n";
+}
+
+UniqueJSON valueOf(const Published& published) {
+    return published.value.empty() ? jsonNull()
+                                   : parseJSON(published.value.data(), published.value.size());
+}
+
+UniqueJSON itemOf(const Finding& finding) {
+    UniqueJSON published = jsonObject();
+    for (const Published& one : finding.published) {
+        addMember(published.get(), std::string(one.name).c_str(), valueOf(one));
+    }
+    UniqueJSON item = jsonObject();
+    addMember(item.get(), "path", textItem(finding.path));
+    addMember(item.get(), "state", jsonString(wordOf(finding.state)));
+    addMember(item.get(), "reason", textItem(finding.reason));
+    addMember(item.get(), "published", std::move(published));
+    addMember(item.get(), "effect", jsonString(std::string(finding.effect)));
+    return item;
+}
+
+}  // namespace
+
+std::string linesOf(const Diagnosis& diagnosis) {
+    std::string text = "product         " + cli::escapeForTerminal(diagnosis.product) + "\n";
+    for (const Finding& finding : diagnosis.findings) {
+        text += linesOf(finding);
+    }
+    return text + summary(diagnosis);
+}
+
+std::string jsonOf(const Diagnosis& diagnosis) {
+    UniqueJSON findings = jsonArray();
+    for (const Finding& finding : diagnosis.findings) {
+        addElement(findings.get(), itemOf(finding));
+    }
+    const UniqueJSON all = jsonObject();
+    addMember(all.get(), "product", textItem(diagnosis.product));
+    addMember(all.get(), "well", jsonBool(diagnosis.isWell()));
+    addMember(all.get(), "checks", std::move(findings));
+    return renderJSON(all.get(), false) + "\n";
+}
+
+}  // namespace pallframe::doctor

@@ -1,0 +1,81 @@
+#include "pallframe/doctor/running_root.h"
+
+#include <arpa/inet.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cstdio>
+#include <sstream>
+
+#include "pallframe/simulation/frame_registry.h"
+
+namespace pallframe::doctor {
+
+namespace {
+
+bool isSame(const struct stat& one, const std::string& path) {
+    struct stat other {};
+    return ::stat(path.c_str(), &other) == 0 && one.st_dev == other.st_dev &&
+           one.st_ino == other.st_ino;
+}
+
+// An address of 32 bits as the tables have it: the bytes of the network, read as a number.
+std::string addressText(in_addr_t address) {
+    std::array<char, 9> text{};
+    std::snprintf(text.data(), text.size(), "%08X", address);
+    return text.data();
+}
+
+std::string portText(uint16_t port) {
+    std::array<char, 5> text{};
+    std::snprintf(text.data(), text.size(), "%04X", static_cast<unsigned>(port));
+    return text.data();
+}
+
+// 127.0.0.1 itself, every address, and both as a socket of the newer protocol has them.
+bool isReached(const std::string& address) {
+    const std::string loopback = addressText(htonl(INADDR_LOOPBACK));
+    const std::string any = addressText(INADDR_ANY);
+    const std::string mapped = any + any + addressText(htonl(0xffff));
+    return address == loopback || address == any || address == mapped + loopback ||
+           address == any + any + any + any;
+}
+
+}  // namespace
+
+std::string processIn(const simulation::Descriptor& root) {
+    struct stat own {};
+    simulation::check(::fstat(root.get(), &own), "fstat");
+    if (isSame(own, "/")) {
+        return "/proc/self";
+    }
+    for (const simulation::RunningFrame& frame : simulation::Registry::ofUser().running()) {
+        std::string process = "/proc/" + std::to_string(frame.pid);
+        if (isSame(own, process + "/root")) {
+            return process;
+        }
+    }
+    return "";
+}
+
+bool hasListener(const std::string& table, uint16_t port) {
+    constexpr const char* kListening = "0A";
+    const std::string wanted = portText(port);
+    std::istringstream lines(table);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream fields(line);
+        std::string number;
+        std::string local;
+        std::string remote;
+        std::string state;
+        fields >> number >> local >> remote >> state;
+        const size_t colon = local.find(':');
+        if (state == kListening && colon != std::string::npos &&
+            local.substr(colon + 1) == wanted && isReached(local.substr(0, colon))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace pallframe::doctor

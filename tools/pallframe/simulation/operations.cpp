@@ -1,0 +1,196 @@
+#include "pallframe/simulation/operations.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <filesystem>
+
+#include "cli/parse_number.h"
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/stub_programs.h"
+
+namespace pallframe::simulation {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Arguments = OperationKind::Arguments;
+
+constexpr double kMostSupply = 29.0;  // volts; what the converter can show
+constexpr double kMostBattery = 5.0;  // volts
+constexpr double kLongestPause = 3600.0;
+constexpr int kHighestStatus = 255;
+
+[[noreturn]] void refuse(const std::string& word, const std::string& wanted) {
+    throw FrameError("'" + word + "' is not " + wanted);
+}
+
+// Which of two words it is: true for the first.
+bool isFirstOf(const std::string& word, const char* first, const char* second) {
+    if (word != first && word != second) {
+        refuse(word, std::string(first) + " or " + second);
+    }
+    return word == first;
+}
+
+template <typename Number>
+Number numberFrom0To(Number most, const std::string& word) {
+    const auto number = cli::parseNumber(word, Number{}, most);
+    if (!number) {
+        std::string bound = std::to_string(most);
+        refuse(word, "a number from 0 to " + bound.substr(0, bound.find('.')));
+    }
+    return *number;
+}
+
+// Whether the simulation itself lives there, above it or below it.
+bool isOwn(const fs::path& path) {
+    const fs::path own(paths::kOwnDirectory);
+    const auto [ownRest, pathRest] =
+        std::mismatch(own.begin(), own.end(), path.begin(), path.end());
+    return ownRest == own.end() || pathRest == path.end();
+}
+
+// Whoever writes a tree from outside is root of the host, so no path may lead out of the tree.
+std::string pathOf(const std::string& word) {
+    const fs::path path(word);
+    if (!path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end()) {
+        refuse(word, "a path from the frame's root on");
+    }
+    const fs::path shortest = path.lexically_normal();
+    const fs::path named = shortest.has_filename() ? shortest : shortest.parent_path();
+    if (isOwn(named)) {
+        refuse(word, "a file that a frame can do without");
+    }
+    return named;
+}
+
+void requireThere(const FrameRoot& tree, const std::string& path) {
+    if (!tree.exists(tree.whereKept(path))) {
+        throw FrameError("the frame has no file '" + path + "'");
+    }
+}
+
+void requireFile(const FrameRoot& tree, const std::string& path) {
+    if (fs::is_directory(tree.path(path))) {
+        refuse(path, "a file");
+    }
+}
+
+std::string programOf(const std::string& word) {
+    if (!isProgram(word)) {
+        throw FrameError("the frame has no program '" + word + "'");
+    }
+    return word;
+}
+
+Operation cable(Arguments words) {
+    if (words[0] != "eth0" && words[0] != "eth1") {
+        throw FrameError("the frame has no interface '" + words[0] + "'");
+    }
+    const bool up = isFirstOf(words[1], "up", "down");
+    return {[port = words[0], up](const FrameRoot& tree) { setCable(tree, port, up); }};
+}
+
+Operation supply(Arguments words) {
+    const int number = isFirstOf(words[0], "1", "2") ? 1 : 2;
+    const double volts = numberFrom0To(kMostSupply, words[1]);
+    return {[number, volts](const FrameRoot& tree) { setSupply(tree, number, volts); }};
+}
+
+Operation battery(Arguments words) {
+    const double volts = numberFrom0To(kMostBattery, words[0]);
+    return {[volts](const FrameRoot& tree) { setBattery(tree, volts); }};
+}
+
+Operation file(Arguments words) {
+    const bool present = isFirstOf(words[1], "present", "missing");
+    const std::string path = pathOf(words[0]);
+    if (present) {
+        return {[path](const FrameRoot& tree) { tree.restore(path); }, {}, path};
+    }
+    return {[path](const FrameRoot& tree) { tree.setAside(path); },
+            [path](const FrameRoot& tree) { requireThere(tree, path); }, path};
+}
+
+Operation edit(Arguments words) {
+    if (words[1].find('=') == std::string::npos || words[1].find('\n') != std::string::npos) {
+        refuse(words[1], "one line KEY=VALUE");
+    }
+    const std::string path = pathOf(words[0]);
+    return {[path, line = words[1]](const FrameRoot& tree) { editLine(tree, path, line); },
+            [path](const FrameRoot& tree) { requireFile(tree, path); }, path};
+}
+
+Operation delay(Arguments words) {
+    const double seconds = numberFrom0To(kLongestPause, words[1]);
+    return {[program = programOf(words[0]), seconds](const FrameRoot& tree) {
+        setPause(tree, program, seconds);
+    }};
+}
+
+Operation exitStatus(Arguments words) {
+    const int status = numberFrom0To(kHighestStatus, words[1]);
+    return {[program = programOf(words[0]), status](const FrameRoot& tree) {
+        setExitStatus(tree, program, status);
+    }};
+}
+
+constexpr std::array<OperationKind, 7> kKinds{{
+    {"cable", {"PORT", "STATE"}, cable, "Unplug (down) or plug (up) the cable of eth0 or eth1"},
+    {"psu", {"NUMBER", "VOLTS"}, supply, "Output of power supply 1 or 2"},
+    {"battery", {"VOLTS", ""}, battery, "Voltage of the battery under load; 0: no battery"},
+    {"file", {"PATH", "STATE"}, file, "Set a file aside (missing) or restore it (present)"},
+    {"edit", {"PATH", "LINE"}, edit, "Write this line KEY=VALUE to a file, as an editor would"},
+    {"delay", {"PROGRAM", "SECONDS"}, delay, "Time that each call takes, such as of S40network"},
+    {"exit-status",
+     {"PROGRAM", "STATUS"},
+     exitStatus,
+     "Status of each call, which has no effect; 0: normal"},
+}};
+
+size_t argumentsOf(const OperationKind& kind) {
+    return kind.arguments[1].empty() ? 1 : 2;
+}
+
+std::string kindNames() {
+    std::string names;
+    for (const OperationKind& kind : kKinds) {
+        names.append(names.empty() ? "" : ", ").append(kind.name);
+    }
+    return names;
+}
+
+}  // namespace
+
+void Operation::operator()(const FrameRoot& tree) const {
+    if (check) {
+        check(tree);
+    }
+    make(tree);
+}
+
+std::span<const OperationKind> operationKinds() {
+    return kKinds;
+}
+
+Operation parseOperation(const Words& words) {
+    const std::string name = words.empty() ? "" : words[0];
+    const auto* kind = std::find_if(kKinds.begin(), kKinds.end(),
+                                    [&name](const OperationKind& one) { return one.name == name; });
+    if (kind == kKinds.end()) {
+        throw UnknownOperation("'" + name + "' is not a change; choose from " + kindNames());
+    }
+    if (words.size() != 1 + argumentsOf(*kind)) {
+        throw FrameError(std::string(kind->name)
+                             .append(" needs ")
+                             .append(kind->arguments[0])
+                             .append(kind->arguments[1].empty() ? "" : " and ")
+                             .append(kind->arguments[1]));
+    }
+    return kind->read(Arguments(words).subspan(1));
+}
+
+}  // namespace pallframe::simulation

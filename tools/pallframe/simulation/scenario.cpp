@@ -1,0 +1,160 @@
+#include "pallframe/simulation/scenario.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <set>
+
+#include "pallframe/simulation/devices.h"
+#include "pallframe/simulation/stub_programs.h"
+
+namespace pallframe::simulation {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kRampStep{250};  // four for each look that the daemon takes
+constexpr int kMostRampSteps = 1000;
+
+// "WHAT... FROM to TO over TIME"
+struct Ramp {
+    Words what;
+    double from;
+    double to;
+    milliseconds time;
+};
+
+double numberOf(const std::string& word) {
+    double number = 0;
+    const char* const end = word.data() + word.size();
+    const auto [rest, error] = std::from_chars(word.data(), end, number, std::chars_format::fixed);
+    if (error != std::errc() || rest != end) {
+        throw FrameError("'" + word + "' is no number");
+    }
+    return number;
+}
+
+Ramp readRamp(const Words& words) {
+    constexpr size_t kBehindWhat = 5;
+    const size_t size = words.size();
+    if (size < 2 + kBehindWhat || words[size - 4] != "to" || words[size - 2] != "over") {
+        throw FrameError("a ramp is written: ramp battery 3.2 to 2.3 over 30s");
+    }
+    const auto time = cli::script::parseDuration(words[size - 1]);
+    if (!time) {
+        throw FrameError(cli::script::invalidDuration(words[size - 1]));
+    }
+    const Words what(words.begin() + 1, words.end() - kBehindWhat);
+    return {what, numberOf(words[size - 5]), numberOf(words[size - 3]), *time};
+}
+
+std::string valueText(double value) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%.3f", value);
+    return text.data();
+}
+
+ScenarioStep stepOf(milliseconds at, const Words& words, int line) {
+    return {at, commandLine(words), parseOperation(words), line};
+}
+
+// Collects the steps of all lines.
+class Steps {
+  public:
+    void take(const cli::script::Line& line) {
+        if (line.words[0] == "ramp") {
+            takeRamp(readRamp(line.words), line);
+        } else {
+            takeChange(line);
+        }
+    }
+
+    bool areTooMany() const { return tooMany_; }
+
+    std::vector<ScenarioStep> inOrder() && {
+        std::stable_sort(
+            steps_.begin(), steps_.end(),
+            [](const ScenarioStep& one, const ScenarioStep& other) { return one.at < other.at; });
+        return std::move(steps_);
+    }
+
+  private:
+    void takeChange(const cli::script::Line& line) {
+        try {
+            add(stepOf(line.at, line.words, line.number));
+        } catch (const UnknownOperation& unknown) {
+            throw FrameError(std::string(unknown.what()) + ", ramp, repeat, end");
+        }
+    }
+
+    void takeRamp(const Ramp& ramp, const cli::script::Line& line) {
+        const auto count = static_cast<int>(
+            std::clamp<milliseconds::rep>(ramp.time / kRampStep, 1, kMostRampSteps));
+        for (int i = 0; i <= count; ++i) {
+            Words words = ramp.what;
+            words.push_back(valueText(ramp.from + (ramp.to - ramp.from) * i / count));
+            add(stepOf(line.at + ramp.time * i / count, words, line.number));
+        }
+    }
+
+    void add(ScenarioStep step) {
+        if (steps_.size() == kMostSteps) {
+            tooMany_ = true;
+            throw FrameError("more than " + std::to_string(kMostSteps) + " changes");
+        }
+        steps_.push_back(std::move(step));
+    }
+
+    std::vector<ScenarioStep> steps_;
+    bool tooMany_ = false;
+};
+
+// Where the daemon writes files that it has not from the start on, such as what it saves.
+bool mayCome(std::string_view file) {
+    return file.starts_with("/vantor/etc/");
+}
+
+}  // namespace
+
+std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name) {
+    cli::script::Errors problems(name);
+    std::set<int> wrong;  // lines, each of which a repetition may bring any number of times
+    Steps steps;
+    for (const cli::script::Line& line : cli::script::parse(text, problems)) {
+        if (wrong.contains(line.number) || steps.areTooMany()) {
+            continue;
+        }
+        try {
+            steps.take(line);
+        } catch (const FrameError& bad) {
+            problems.add(line.number, bad.what());
+            wrong.insert(line.number);
+        }
+    }
+    problems.throwAll();
+    return std::move(steps).inOrder();
+}
+
+void checkScenario(const FrameRoot& tree, const std::vector<ScenarioStep>& steps,
+                   std::string_view name) {
+    cli::script::Errors problems(name);
+    std::set<std::string> known;  // are there, or will be when a later step comes to them
+    for (const ScenarioStep& step : steps) {
+        const Operation& change = step.change;
+        if (!change.check || known.contains(change.file) || mayCome(change.file)) {
+            known.insert(change.file);
+            continue;
+        }
+        try {
+            change.check(tree);
+            known.insert(change.file);
+        } catch (const FrameError& bad) {
+            problems.add(step.line, bad.what());
+        }
+    }
+    problems.throwAll();
+}
+
+}  // namespace pallframe::simulation

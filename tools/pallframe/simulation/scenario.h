@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/timed_script.h"
+#include "pallframe/simulation/operations.h"
+
+namespace pallframe::simulation {
+
+// One change of a scenario.
+struct ScenarioStep {
+    std::chrono::milliseconds at{};  // since the start
+    std::string text;                // the change in words
+    Operation change;
+    int line = 0;  // of the text that asks for it
+};
+
+// How many changes a scenario makes at most, its repetitions and ramps written out.
+inline constexpr size_t kMostSteps = 100'000;
+
+// Reads a scenario (timed_script.h): changes, and ramps of a change whose last word is a number,
+//
+//     after 2s ramp battery 3.2 to 2.3 over 30s
+//
+// which go on while the lines behind them are done. The steps come in the order of their times.
+// Nothing is done yet. Throws script::Error with all that is wrong.
+std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name);
+
+// Holds the steps of a scenario against a frame as it is now: a file that is to go has to be there
+// unless an earlier step brings it, and what is edited has to be a file. Of those that the daemon
+// keeps, any may come while the scenario goes on. Throws script::Error with all that is wrong.
+void checkScenario(const FrameRoot& tree, const std::vector<ScenarioStep>& steps,
+                   std::string_view name);
+
+}  // namespace pallframe::simulation
