@@ -13,6 +13,7 @@
 #include "bus/netstring.h"
 #include "model/json.h"
 #include "model/log.h"
+#include "model/memory.h"
 
 namespace lumo {
 
@@ -176,8 +177,13 @@ void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) 
     if (lackedMemory()) {
         throw std::bad_alloc();
     }
-    if (message.leastDataSize() > kLongestPayload) {
+    const std::size_t least = message.leastDataSize();
+    if (least > kLongestPayload) {
         logUnsendable(message);
+        return;
+    }
+    // Not even put together: beside the frame that asked for it, it would be one large text more.
+    if (least > kLargeUse && transport_.refuses(least)) {
         return;
     }
     std::string payload = message.encode();

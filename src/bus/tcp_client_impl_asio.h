@@ -84,6 +84,8 @@ class TCPClientImplAsio {
 
     // See TcpSender::send().
     std::error_code send(std::span<std::string> parts) { return sender_.send(parts); }
+    // See TcpSender::refuses().
+    bool refuses(std::size_t bytes) const { return sender_.refuses(bytes); }
     // See TcpSender::flush().
     void flush() { sender_.flush(); }
     // What this thread sends until the result is destroyed is written together.

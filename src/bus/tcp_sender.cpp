@@ -127,6 +127,12 @@ void TcpSender::offer(std::span<std::string> parts) {
     }
 }
 
+bool TcpSender::refuses(std::size_t bytes) const {
+    const std::lock_guard lock(mutex_);
+    const bool stuck = queue_.writing() && queue_.full(bytes);
+    return phase_ == Phase::none || (stuck && !greeting());
+}
+
 void TcpSender::flush() {
     const std::lock_guard lock(mutex_);
     if (Batch* const mine = batch()) {

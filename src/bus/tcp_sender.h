@@ -68,6 +68,8 @@ class TcpSender {
     std::error_code send(std::span<std::string> parts);
     // Starts writing what is queued, with what the batch of this thread has kept so far.
     void flush();
+    // Whether so many bytes would find no socket, or no room behind a write in flight.
+    bool refuses(std::size_t bytes) const;
     // How many bytes the batch of this thread keeps.
     std::size_t gathered() const;
 

@@ -298,6 +298,19 @@ TEST_F(TCPClientStuck, BatchBehindAStuckWriteIsTakenByWholeMessages) {
     EXPECT_TRUE(peerHas(expected + "!"));
 }
 
+// So that a large message is not put together for nothing.
+TEST_F(TCPClientStuck, SaysBeforehandWhatWillFindNoRoom) {
+    EXPECT_TRUE(client_->refuses(1)) << "without a socket";
+    ASSERT_TRUE(startAndConnect());
+    EXPECT_FALSE(client_->refuses(big_.size())) << "a single message always fits";
+    peer_.last().resumeReading();
+}
+
+TEST_F(TCPClientStuck, SaysBeforehandWhatWillFindNoRoomBehindAWrite) {
+    ASSERT_TRUE(startAndGetStuck());
+    EXPECT_TRUE(client_->refuses(1));
+}
+
 TEST_F(TCPClientStuck, MoreThanFourMebibytesAreNoBufferSpace) {
     ASSERT_TRUE(startAndFill());
     ASSERT_EQ(send({mebibyte_}), std::error_code());
