@@ -150,6 +150,9 @@ Request RequestMaker::getOfAnyKind() {
         names.emplace_back(random_.onceIn(3) ? kReadings[static_cast<size_t>(random_.between(0, 7))]
                                              : random_.pick(kParameters).name);
     }
+    // Each name is answered once, however often it is listed.
+    std::ranges::sort(names);
+    names.erase(std::ranges::unique(names).begin(), names.end());
     return get(std::move(names));
 }
 

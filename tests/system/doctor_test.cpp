@@ -111,9 +111,15 @@ TEST_F(Marked, IsWhatTheOlderFileHasWhenThereIsNoNewer) {
     expectBothToSay("1");
 }
 
-TEST_F(Marked, IsOffWhenTheNewerFileIsDamaged) {
+TEST_F(Marked, IsWhatTheOlderFileHasWhenTheNewerIsDamaged) {
     frame.write(kStateFile, "{");
     frame.write(kStateFile + std::string(".old"), kSaved);
+    expectBothToSay("1");
+}
+
+TEST_F(Marked, IsOffWhenBothFilesAreDamaged) {
+    frame.write(kStateFile, "{");
+    frame.write(kStateFile + std::string(".old"), "{}");
     expectBothToSay("0");
 }
 

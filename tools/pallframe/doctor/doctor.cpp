@@ -27,15 +27,21 @@ ProbeResult fileOf(const RootProbe& root, const Check& check, const Product& pro
     return sight;
 }
 
-// Which state file the daemon starts from: the older copy is there for one that cannot be opened,
-// and does not help when that one says nothing.
+bool isUsable(const ProbeResult& saved) {
+    return saved.state == State::ok && SavedSwitches(saved.text).isUsable();
+}
+
+// Which state file the daemon starts from: the older copy serves when the present one is missing,
+// cannot be opened or is damaged.
 ProbeResult savedOf(const RootProbe& root, const std::string& path) {
     ProbeResult present = root.file(path);
-    if (present.state != State::missing && present.state != State::unreadable) {
+    if (present.state == State::notAccessible || isUsable(present)) {
         return present;
     }
-    const ProbeResult older = root.file(path + ".old");
-    return older.state == State::missing ? present : older;
+    ProbeResult older = root.file(path + ".old");
+    const bool takesOlder =
+        present.state == State::ok ? isUsable(older) : older.state != State::missing;
+    return takesOlder ? older : present;
 }
 
 // A frame that has never saved anything has neither file.
@@ -46,7 +52,10 @@ ProbeResult settingsOf(const RootProbe& root, const Check& check, const Product&
         return {used.state, used.reason};
     }
     if (used.state == State::ok && check.decodes(used.text, product)) {
-        return {present.state, present.state == State::ok ? "" : "its older copy is used"};
+        const bool isPresent = present.state == State::ok && used.text == present.text;
+        const State state = present.state == State::ok ? State::undecodable : present.state;
+        return isPresent ? ProbeResult{State::ok, ""}
+                         : ProbeResult{state, "its older copy is used"};
     }
     return used.state == State::missing
                ? ProbeResult{State::ok, "nothing was saved yet"}

@@ -27,7 +27,7 @@ const ToskParam* findIn(const ToskDevice& device, std::string_view name) {
 
 SavedSwitches::SavedSwitches(const std::string& text) : saved_("") {
     const UniqueJSON root = parseJSON(text.data(), text.size());
-    saved_.fromJSON(jsonMember(root.get(), kDevices));
+    usable_ = saved_.fromJSON(jsonMember(root.get(), kDevices)) == 0;
 }
 
 std::optional<std::string_view> SavedSwitches::stateOf(std::string_view name) const {

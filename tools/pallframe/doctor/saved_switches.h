@@ -15,12 +15,16 @@ class SavedSwitches {
     // Of the state file's text; of any other text there is none.
     explicit SavedSwitches(const std::string& text);
 
+    // Whether the daemon starts from that text at all.
+    bool isUsable() const { return usable_; }
+
     // What stands there for a switch, such as "sshEnabled": "0" or "1", and an empty text for what
     // is neither. Nothing when it was not saved.
     std::optional<std::string_view> stateOf(std::string_view name) const;
 
   private:
     ToskPersistedStructure saved_;
+    bool usable_ = false;
 };
 
 }  // namespace pallframe::doctor

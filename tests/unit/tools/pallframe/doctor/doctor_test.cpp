@@ -258,6 +258,9 @@ TEST_F(Doctor, ReadsTheSettingsOrTheirOlderCopy) {
     tree.replace(std::string(kSettings) + ".old", "{}");
     EXPECT_EQ(at(kSettings).state, State::undecodable);
     EXPECT_EQ(at(kSettings).reason, "saved settings start with their defaults") << "it is there";
+    tree.replace(std::string(kSettings) + ".old", savedAs("system.active", "1"));
+    EXPECT_EQ(at(kSettings).state, State::undecodable);
+    EXPECT_EQ(at(kSettings).reason, "its older copy is used");
     tree.remove(kSettings);
     EXPECT_EQ(at(kSettings).reason, "its older copy is used");
     EXPECT_EQ(at(kSettings).state, State::missing);
