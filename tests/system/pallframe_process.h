@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -59,9 +60,12 @@ inline Result shellInFrame(const std::string& script) {
     return run(inFrame({"sh", "-c", script}));
 }
 
+// What can be read: a process may end between the opening of its file and the reading.
 inline std::string readFile(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
 }
 
 // Processes of this machine that were started with this word.
