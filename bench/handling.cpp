@@ -13,7 +13,6 @@
 #include <benchmark/benchmark.h>
 
 #include "bus/tarn_internal_message.h"
-#include "model/log.h"
 #include "pallframe/simulation/frame_root.h"
 #include "pallframe/simulation/populate.h"
 #include "pallframe/simulation/product.h"
@@ -22,6 +21,7 @@
 #include "service/system_object.h"
 #include "systemstate/machine.h"
 #include "systemstate/system_state.h"
+#include "util/log.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ std::string temporaryDirectory() {
 class Device {
   public:
     Device() {
-        replaceLogSink([](int, const std::string&) {});
+        util::replaceLogSink([](int, const std::string&) {});
         pallframe::simulation::populate(pallframe::simulation::FrameRoot(root_),
                                         *pallframe::simulation::findProduct("Quorane"));
         state_.buildIdentityGroup("");

@@ -63,8 +63,8 @@ BENCHMARK(decodeMessage);
 void encodeResponse(benchmark::State& state) {
     TarnInternalMessage request(received(kGet));
     for (auto _ : state) {
-        UniqueJSON param = jsonObject();
-        addMember(param.get(), "ipAddress", jsonNumber(167772165));
+        util::UniqueJSON param = util::jsonObject();
+        util::addMember(param.get(), "ipAddress", util::jsonNumber(167772165));
         const RSPMessage response(request, std::nullopt, std::move(param));
         benchmark::DoNotOptimize(response.encode());
     }

@@ -65,7 +65,7 @@ void requireHarmless(const Parameter& parameter) {
     const std::string line = jsonLine(toJSON(parameter).get());
     requireOneLine(line);
     require(cli::validUTF8(line) == line);
-    require(parseJSON(line.data(), line.size()) != nullptr);
+    require(util::parseJSON(line.data(), line.size()) != nullptr);
 }
 
 bool isAsDescribed(const Parameter& parameter) {
@@ -98,6 +98,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     describeParameters(cache.all(), kPeople);
     const std::string object = formatParameters(cache.all(), kJSON);
-    require(parseJSON(object.data(), object.size()) != nullptr);
+    require(util::parseJSON(object.data(), object.size()) != nullptr);
     return 0;
 }

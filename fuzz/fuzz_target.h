@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "model/log.h"
+#include "util/log.h"
 
 // Runs one input. It has to come back for every input there is; a promise that does not hold ends
 // the program through require().
@@ -24,6 +24,6 @@ inline std::string textOf(const uint8_t* data, size_t size) {
 // Keeps what the inputs provoke out of the system log, from its making on.
 struct QuietLog {
     QuietLog() {
-        replaceLogSink([](int, const std::string&) {});
+        util::replaceLogSink([](int, const std::string&) {});
     }
 };

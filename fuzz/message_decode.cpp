@@ -29,7 +29,8 @@ void readStatus(const TarnInternalMessage& message) try {
 void readAll(TarnInternalMessage& message) {
     message.header().splitObjectName();
     require(!message.header().objectPath.empty());
-    require(renderJSON(message.data(), false) == renderJSON(message.parseData().get(), false));
+    require(util::renderJSON(message.data(), false) ==
+            util::renderJSON(message.parseData().get(), false));
     require(message.statusCode() == 0 || isKnownStatus(message.statusCode()));
     message.sequence();
     readStatus(message);

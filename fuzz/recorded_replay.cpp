@@ -22,7 +22,8 @@ using recording::Entry;
 std::vector<Entry> entriesOf(std::string& text) {
     std::vector<Entry> entries;
     try {
-        recording::Reader reader(UniqueFile(fmemopen(text.data(), text.size(), "r")), "input");
+        recording::Reader reader(util::UniqueFile(fmemopen(text.data(), text.size(), "r")),
+                                 "input");
         while (std::optional<Entry> entry = reader.next()) {
             entries.push_back(std::move(*entry));
         }

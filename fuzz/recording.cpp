@@ -19,8 +19,8 @@ using recording::Reader;
 
 constexpr const char* kName = "input";
 
-UniqueFile fileOf(std::string& text) {
-    return UniqueFile(fmemopen(text.data(), text.size(), "r"));
+util::UniqueFile fileOf(std::string& text) {
+    return util::UniqueFile(fmemopen(text.data(), text.size(), "r"));
 }
 
 std::optional<Reader> opened(std::string& text) try {

@@ -6,18 +6,18 @@
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text = textOf(data, size);
-    const UniqueJSON item = parseJSON(text.data(), text.size());
-    const UniqueJSON written = masterDetailsToJSON(masterDetailsFromJSON(item.get()));
-    const std::string once = renderJSON(written.get(), false);
-    const UniqueJSON back = parseJSON(once.data(), once.size());
-    require(renderJSON(masterDetailsToJSON(masterDetailsFromJSON(back.get())).get(), false) ==
+    const util::UniqueJSON item = util::parseJSON(text.data(), text.size());
+    const util::UniqueJSON written = masterDetailsToJSON(masterDetailsFromJSON(item.get()));
+    const std::string once = util::renderJSON(written.get(), false);
+    const util::UniqueJSON back = util::parseJSON(once.data(), once.size());
+    require(util::renderJSON(masterDetailsToJSON(masterDetailsFromJSON(back.get())).get(), false) ==
             once);
     for (const char* const half : {"primary", "secondary"}) {
-        const cJSON* const controller = jsonMember(back.get(), half);
-        require(cJSON_IsString(jsonMember(controller, "ipAddress")) != 0);
-        require(cJSON_IsBool(jsonMember(controller, "present")) != 0);
-        require(cJSON_IsBool(jsonMember(controller, "active")) != 0);
-        require(cJSON_IsString(jsonMember(controller, "version")) != 0);
+        const cJSON* const controller = util::jsonMember(back.get(), half);
+        require(cJSON_IsString(util::jsonMember(controller, "ipAddress")) != 0);
+        require(cJSON_IsBool(util::jsonMember(controller, "present")) != 0);
+        require(cJSON_IsBool(util::jsonMember(controller, "active")) != 0);
+        require(cJSON_IsString(util::jsonMember(controller, "version")) != 0);
     }
     return 0;
 }

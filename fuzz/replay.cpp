@@ -6,14 +6,14 @@
 #include <string>
 
 #include "fuzz_target.h"
-#include "model/files.h"
+#include "util/files.h"
 
 namespace {
 
 int replayDirectory(const std::filesystem::path& directory) {
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-        const std::string input = readWholeFile(entry.path());
+        const std::string input = util::readWholeFile(entry.path());
         // Said before it is run, so that the one that does not come back is the last one named.
         std::fprintf(stderr, "%s (%zu bytes)\n", entry.path().c_str(), input.size());
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(input.data()), input.size());

@@ -41,12 +41,12 @@ std::vector<std::string> payloadsOf(const std::string& input) {
 }
 
 size_t answersDue(const TarnInternalMessage& set) {
-    const cJSON* const param = jsonMember(set.data(), "param");
+    const cJSON* const param = util::jsonMember(set.data(), "param");
     if (cJSON_IsObject(param) == 0) {
         return 0;
     }
     const bool activates =
-        cJSON_IsBool(jsonMember(jsonMember(param, "systemState"), "active")) != 0;
+        cJSON_IsBool(util::jsonMember(util::jsonMember(param, "systemState"), "active")) != 0;
     return static_cast<size_t>(cJSON_GetArraySize(param)) + (activates ? 1 : 0);
 }
 
@@ -83,8 +83,8 @@ class Device {
 
     void requireReadable() {
         state_.poll();
-        require(renderJSON(state_.device()->toJSON().get(), false).size() > 2);
-        require(renderJSON(state_.device()->valuesToJSON().get(), false).size() > 2);
+        require(util::renderJSON(state_.device()->toJSON().get(), false).size() > 2);
+        require(util::renderJSON(state_.device()->valuesToJSON().get(), false).size() > 2);
     }
 
   private:

@@ -29,7 +29,7 @@ std::string saveAfterStart(Machine& machine) {
     state.buildIdentityGroup("");
     state.buildCatalogue();
     requireComplete(state);
-    require(renderJSON(state.toJSON().get(), false).size() > 2);
+    require(util::renderJSON(state.toJSON().get(), false).size() > 2);
     state.poll();
     state.saveToOwnPath(false);
     return machine.readFile(kFile).value_or("");

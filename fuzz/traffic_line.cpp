@@ -8,7 +8,7 @@
 
 #include "cli/table.h"
 #include "fuzz_target.h"
-#include "model/json.h"
+#include "util/json.h"
 
 namespace {
 
@@ -44,7 +44,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 require(isPlain(line) && !hasC1(line));
                 require(columns == 0 || format != pallctl::Format::table ||
                         cli::textWidth(line) <= columns + 1);
-                require(format != pallctl::Format::json || parseJSON(line.data(), line.size()));
+                require(format != pallctl::Format::json ||
+                        util::parseJSON(line.data(), line.size()));
             }
         }
     }

@@ -11,9 +11,9 @@
 #include "bus/made_json.h"
 #include "bus/messages.h"
 #include "bus/netstring.h"
-#include "model/json.h"
-#include "model/log.h"
-#include "model/memory.h"
+#include "util/json.h"
+#include "util/log.h"
+#include "util/memory.h"
 
 namespace lumo {
 
@@ -30,34 +30,34 @@ constexpr int kBadRequest = 400;
 constexpr std::size_t kLongestPayload = 20'000'000;
 
 void logUnsendable(const TarnInternalMessage& message) {
-    logMessage(LOG_ERR, "Message %s for %.200s is longer than the bus takes, dropped\n",
-               typeWord(message.type()), message.objectName().c_str());
+    util::logMessage(LOG_ERR, "Message %s for %.200s is longer than the bus takes, dropped\n",
+                     typeWord(message.type()), message.objectName().c_str());
 }
 
 // Whether the JSON library lacked memory on this thread since the last question: what was made
 // meanwhile may lack any part of itself.
 bool lackedMemory() {
     thread_local unsigned long known = 0;
-    const unsigned long failed = failedJSONAllocations();
+    const unsigned long failed = util::failedJSONAllocations();
     return std::exchange(known, failed) != failed;
 }
 
-UniqueJSON objectWith(const char* key, UniqueJSON item) {
-    UniqueJSON object = made(jsonObject());
+util::UniqueJSON objectWith(const char* key, util::UniqueJSON item) {
+    util::UniqueJSON object = made(util::jsonObject());
     addMade(object.get(), key, std::move(item));
     return object;
 }
 
-UniqueJSON identity(const std::string& name, std::int32_t connID) {
-    UniqueJSON object = objectWith("name", jsonString(name));
-    addMade(object.get(), "connID", jsonNumber(connID));
+util::UniqueJSON identity(const std::string& name, std::int32_t connID) {
+    util::UniqueJSON object = objectWith("name", util::jsonString(name));
+    addMade(object.get(), "connID", util::jsonNumber(connID));
     return object;
 }
 
-UniqueJSON subscription(const std::string& path, bool receiveAll) {
-    UniqueJSON entry = objectWith("path", jsonString(path));
+util::UniqueJSON subscription(const std::string& path, bool receiveAll) {
+    util::UniqueJSON entry = objectWith("path", util::jsonString(path));
     if (receiveAll) {
-        addMade(entry.get(), "receiveAll", jsonBool(true));
+        addMade(entry.get(), "receiveAll", util::jsonBool(true));
     }
     return entry;
 }
@@ -68,7 +68,7 @@ bool hasText(const cJSON* array, const std::string& text) {
     }
     const cJSON* item = nullptr;
     cJSON_ArrayForEach(item, array) {
-        const char* const found = jsonText(item);
+        const char* const found = util::jsonText(item);
         if (found != nullptr && text == found) {
             return true;
         }
@@ -119,8 +119,8 @@ void AsyncTarnInternalClient::disconnect() {
 
 void AsyncTarnInternalClient::handleConnect() {
     parser_.reset();
-    UniqueJSON login = identity(name_, connID_);
-    addMade(login.get(), "version", jsonNumber(kLoginVersion));
+    util::UniqueJSON login = identity(name_, connID_);
+    addMade(login.get(), "version", util::jsonNumber(kLoginVersion));
     send(SETMessage(kConnectionObject, objectWith("login", std::move(login))));
     sendSubscriptions(subscriptions_);
     setConnectionState(ConnectionState::connected, "connect OK");
@@ -146,9 +146,9 @@ void AsyncTarnInternalClient::unsubscribe(const std::string& path) {
 }
 
 void AsyncTarnInternalClient::sendSubscriptions(const std::vector<std::string>& paths) {
-    UniqueJSON list = jsonArray();
+    util::UniqueJSON list = util::jsonArray();
     for (const std::string& path : paths) {
-        if (!addElement(list.get(), subscription(path, receiveAll_))) {
+        if (!util::addElement(list.get(), subscription(path, receiveAll_))) {
             throw std::bad_alloc();
         }
     }
@@ -156,15 +156,15 @@ void AsyncTarnInternalClient::sendSubscriptions(const std::vector<std::string>& 
 }
 
 void AsyncTarnInternalClient::setModuleReady() {
-    logMessage(LOG_DEBUG, "AsyncTarnInternalClient::setModuleReady");
+    util::logMessage(LOG_DEBUG, "AsyncTarnInternalClient::setModuleReady");
     if (!std::exchange(moduleReady_, true)) {
         send(NOTMessage(kSystemObject, kModuleReady, readiness()));
     }
 }
 
-UniqueJSON AsyncTarnInternalClient::readiness() const {
-    UniqueJSON state = identity(name_, connID_);
-    addMade(state.get(), "ready", jsonBool(moduleReady_));
+util::UniqueJSON AsyncTarnInternalClient::readiness() const {
+    util::UniqueJSON state = identity(name_, connID_);
+    addMade(state.get(), "ready", util::jsonBool(moduleReady_));
     return state;
 }
 
@@ -183,7 +183,7 @@ void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) 
         return;
     }
     // Not even put together: beside the frame that asked for it, it would be one large text more.
-    if (least > kLargeUse && transport_.refuses(least)) {
+    if (least > util::kLargeUse && transport_.refuses(least)) {
         return;
     }
     std::string payload = message.encode();
@@ -232,7 +232,7 @@ void AsyncTarnInternalClient::handlePayload(Payload payload) {
         }
     } catch (const std::bad_alloc&) {
         static_cast<void>(lackedMemory());  // told with this message, not with the next
-        logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
+        util::logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
     }
 }
 
@@ -254,17 +254,18 @@ void AsyncTarnInternalClient::handleSystemMessage(const TarnInternalMessage& mes
 }
 
 void AsyncTarnInternalClient::handleModuleReadyQuery(const TarnInternalMessage& request) {
-    const cJSON* const names = jsonMember(jsonMember(request.data(), "param"), "objectName");
+    const cJSON* const names =
+        util::jsonMember(util::jsonMember(request.data(), "param"), "objectName");
     if (hasText(names, kModuleReady)) {
         send(RSPMessage(request, objectWith(kModuleReady, readiness())));
     }
 }
 
 void AsyncTarnInternalClient::handleSystemKelMasterStateRspMsg(const TarnInternalMessage& message) {
-    logMessage(LOG_DEBUG, "AsyncTarnInternalClient::handleSystemKelMasterStateRspMsg: %s",
-               message.header().encode().c_str());
-    const cJSON* const param = jsonMember(message.data(), "param");
-    const char* const state = jsonText(jsonMember(param, "kelMasterState"));
+    util::logMessage(LOG_DEBUG, "AsyncTarnInternalClient::handleSystemKelMasterStateRspMsg: %s",
+                     message.header().encode().c_str());
+    const cJSON* const param = util::jsonMember(message.data(), "param");
+    const char* const state = util::jsonText(util::jsonMember(param, "kelMasterState"));
     if (state == nullptr) {
         return;
     }

@@ -101,7 +101,7 @@ class AsyncTarnInternalClient {
     void handleSystemKelMasterStateRspMsg(const TarnInternalMessage& message);
     void sendSubscriptions(const std::vector<std::string>& paths);
     void setConnectionState(ConnectionState state, const std::string& reason);
-    UniqueJSON readiness() const;
+    util::UniqueJSON readiness() const;
 
     const std::string name_;
     const std::int32_t connID_;

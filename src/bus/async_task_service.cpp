@@ -4,7 +4,7 @@
 #include <system_error>
 #include <utility>
 
-#include "model/log.h"
+#include "util/log.h"
 
 namespace lumo {
 
@@ -58,7 +58,7 @@ void AsyncTaskService::start() {
                 throw;
             }
             if (!std::exchange(told, true)) {
-                logMessage(LOG_WARNING, "no thread to be had, trying again\n");
+                util::logMessage(LOG_WARNING, "no thread to be had, trying again\n");
             }
             std::this_thread::sleep_for(kBetweenTries);
         }

@@ -3,12 +3,12 @@
 #include <new>
 #include <utility>
 
-#include "model/json.h"
+#include "util/json.h"
 
 // For messages: one that lacks a part for want of memory would say something else.
 
 // The item; throws std::bad_alloc when there is none.
-inline UniqueJSON made(UniqueJSON item) {
+inline util::UniqueJSON made(util::UniqueJSON item) {
     if (!item) {
         throw std::bad_alloc();
     }
@@ -16,8 +16,8 @@ inline UniqueJSON made(UniqueJSON item) {
 }
 
 // Appends the item, or throws std::bad_alloc.
-inline void addMade(cJSON* object, const char* key, UniqueJSON item) {
-    if (!addMember(object, key, made(std::move(item)))) {
+inline void addMade(cJSON* object, const char* key, util::UniqueJSON item) {
+    if (!util::addMember(object, key, made(std::move(item)))) {
         throw std::bad_alloc();
     }
 }

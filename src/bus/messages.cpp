@@ -17,63 +17,63 @@ const char* paramKey(int descriptorFlag) {
     return descriptorFlag == 1 ? "paramDescriptor" : "param";
 }
 
-UniqueJSON singleMember(const char* key, UniqueJSON item) {
-    UniqueJSON object = made(jsonObject());
+util::UniqueJSON singleMember(const char* key, util::UniqueJSON item) {
+    util::UniqueJSON object = made(util::jsonObject());
     if (item) {
         addMade(object.get(), key, std::move(item));
     }
     return object;
 }
 
-UniqueJSON textArray(const std::vector<std::string>& texts) {
-    UniqueJSON array = jsonArray();
+util::UniqueJSON textArray(const std::vector<std::string>& texts) {
+    util::UniqueJSON array = util::jsonArray();
     for (const std::string& text : texts) {
-        addElement(array.get(), jsonString(text));
+        util::addElement(array.get(), util::jsonString(text));
     }
     return array;
 }
 
 }  // namespace
 
-GETMessage::GETMessage(std::string objectName, UniqueJSON param)
+GETMessage::GETMessage(std::string objectName, util::UniqueJSON param)
     : TarnInternalMessage(MessageType::GET, std::move(objectName), newId()) {
     addData("param", std::move(param));
 }
 
 GETMessage::GETMessage(std::string objectName, const std::vector<std::string>& names,
-                       UniqueJSON arguments, int descriptorFlag)
+                       util::UniqueJSON arguments, int descriptorFlag)
     : TarnInternalMessage(MessageType::GET, std::move(objectName), newId()) {
-    UniqueJSON query = singleMember("objectName", textArray(names));
-    addMember(query.get(), "arguments", std::move(arguments));
+    util::UniqueJSON query = singleMember("objectName", textArray(names));
+    util::addMember(query.get(), "arguments", std::move(arguments));
     addData(paramKey(descriptorFlag), std::move(query));
 }
 
-SETMessage::SETMessage(std::string objectName, UniqueJSON param)
+SETMessage::SETMessage(std::string objectName, util::UniqueJSON param)
     : SETMessage(std::move(objectName), std::move(param), 0, 0) {}
 
-SETMessage::SETMessage(std::string objectName, UniqueJSON param, int sequence, int count)
+SETMessage::SETMessage(std::string objectName, util::UniqueJSON param, int sequence, int count)
     : TarnInternalMessage(MessageType::SET, std::move(objectName), newId()) {
     if (sequence > 0 && count >= 1) {
-        UniqueJSON pair = jsonArray();
-        addElement(pair.get(), jsonNumber(sequence));
-        addElement(pair.get(), jsonNumber(count));
+        util::UniqueJSON pair = util::jsonArray();
+        util::addElement(pair.get(), util::jsonNumber(sequence));
+        util::addElement(pair.get(), util::jsonNumber(count));
         addData("seq", std::move(pair));
     }
     addData("param", std::move(param));
 }
 
-NOTMessage::NOTMessage(std::string objectName, DataKey key, UniqueJSON value)
+NOTMessage::NOTMessage(std::string objectName, DataKey key, util::UniqueJSON value)
     : TarnInternalMessage(MessageType::NOT, std::move(objectName), newId()) {
     addData(key.text, std::move(value));
 }
 
-NOTMessage::NOTMessage(std::string objectName, const std::string& name, UniqueJSON value)
+NOTMessage::NOTMessage(std::string objectName, const std::string& name, util::UniqueJSON value)
     : NOTMessage(std::move(objectName), DataKey{"param"},
                  singleMember(name.c_str(), std::move(value))) {}
 
 RSPMessage::RSPMessage(std::string objectName, int32_t destination, std::string id,
                        MessageType command, const std::optional<std::string>& objectText, int code,
-                       UniqueJSON param, const std::optional<std::string>& details)
+                       util::UniqueJSON param, const std::optional<std::string>& details)
     : TarnInternalMessage(MessageType::RSP, std::move(objectName), std::move(id), destination) {
     addCommand(command);
     addStatus(code);
@@ -89,11 +89,11 @@ RSPMessage::RSPMessage(const TarnInternalMessage& request,
                  objectText, code, nullptr, details) {}
 
 RSPMessage::RSPMessage(const TarnInternalMessage& request,
-                       const std::optional<std::string>& objectBase, UniqueJSON param)
+                       const std::optional<std::string>& objectBase, util::UniqueJSON param)
     : RSPMessage(request, objectBase, std::move(param), 0) {}
 
 RSPMessage::RSPMessage(const TarnInternalMessage& request,
-                       const std::optional<std::string>& objectBase, UniqueJSON param,
+                       const std::optional<std::string>& objectBase, util::UniqueJSON param,
                        int descriptorFlag)
     : RSPMessage(request, kOk) {
     addText("objectBase", objectBase);
@@ -101,7 +101,7 @@ RSPMessage::RSPMessage(const TarnInternalMessage& request,
 }
 
 // Askers of these know what they asked for: the command is not repeated.
-RSPMessage::RSPMessage(const TarnInternalMessage& request, UniqueJSON param)
+RSPMessage::RSPMessage(const TarnInternalMessage& request, util::UniqueJSON param)
     : TarnInternalMessage(MessageType::RSP, request.objectName(), request.uniqueId(),
                           request.source()) {
     addStatus(kOk);
@@ -116,16 +116,16 @@ RSPMessage::RSPMessage(const TarnInternalMessage& request, int code)
 }
 
 void RSPMessage::addCommand(MessageType command) {
-    addData("requestCommand", made(jsonString(typeWord(command))));
+    addData("requestCommand", made(util::jsonString(typeWord(command))));
 }
 
 void RSPMessage::addStatus(int code) {
-    addData("statusCode", made(jsonNumber(code)));
-    addData("statusMsg", made(jsonString(statusText(code))));
+    addData("statusCode", made(util::jsonNumber(code)));
+    addData("statusMsg", made(util::jsonString(statusText(code))));
 }
 
 void RSPMessage::addText(const char* key, const std::optional<std::string>& text) {
     if (text) {
-        addData(key, made(jsonString(*text)));
+        addData(key, made(util::jsonString(*text)));
     }
 }

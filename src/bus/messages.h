@@ -13,19 +13,19 @@
 // Asks for values. Data: "param".
 class GETMessage : public TarnInternalMessage {
   public:
-    GETMessage(std::string objectName, UniqueJSON param);
+    GETMessage(std::string objectName, util::UniqueJSON param);
     // {"objectName": [names...], "arguments": arguments} under "paramDescriptor" when
     // descriptorFlag is 1, otherwise under "param".
-    GETMessage(std::string objectName, const std::vector<std::string>& names, UniqueJSON arguments,
-               int descriptorFlag);
+    GETMessage(std::string objectName, const std::vector<std::string>& names,
+               util::UniqueJSON arguments, int descriptorFlag);
 };
 
 // Asks for a change. Data: "param".
 class SETMessage : public TarnInternalMessage {
   public:
-    SETMessage(std::string objectName, UniqueJSON param);
+    SETMessage(std::string objectName, util::UniqueJSON param);
     // "seq": [sequence, count] before "param", when sequence > 0 and count >= 1.
-    SETMessage(std::string objectName, UniqueJSON param, int sequence, int count);
+    SETMessage(std::string objectName, util::UniqueJSON param, int sequence, int count);
 };
 
 // A data key of the caller's choice, told apart from the name of a parameter.
@@ -36,8 +36,8 @@ struct DataKey {
 // Announces. Data: "param": {name: value}, or any one key.
 class NOTMessage : public TarnInternalMessage {
   public:
-    NOTMessage(std::string objectName, DataKey key, UniqueJSON value);
-    NOTMessage(std::string objectName, const std::string& name, UniqueJSON value);
+    NOTMessage(std::string objectName, DataKey key, util::UniqueJSON value);
+    NOTMessage(std::string objectName, const std::string& name, util::UniqueJSON value);
 };
 
 // Answers a request: to its sender, on its object, with its id. "requestCommand" is the word of
@@ -47,19 +47,19 @@ class RSPMessage : public TarnInternalMessage {
     // "requestCommand", "statusCode", "statusMsg", "objectName", "details", "param", all from the
     // arguments.
     RSPMessage(std::string objectName, int32_t destination, std::string id, MessageType command,
-               const std::optional<std::string>& objectText, int code, UniqueJSON param,
+               const std::optional<std::string>& objectText, int code, util::UniqueJSON param,
                const std::optional<std::string>& details);
     // The same without "param".
     RSPMessage(const TarnInternalMessage& request, const std::optional<std::string>& objectText,
                int code, const std::optional<std::string>& details);
     // "requestCommand", 200, "OK", "objectBase", "param".
     RSPMessage(const TarnInternalMessage& request, const std::optional<std::string>& objectBase,
-               UniqueJSON param);
+               util::UniqueJSON param);
     // The same with the tree under "paramDescriptor" when descriptorFlag is 1.
     RSPMessage(const TarnInternalMessage& request, const std::optional<std::string>& objectBase,
-               UniqueJSON param, int descriptorFlag);
+               util::UniqueJSON param, int descriptorFlag);
     // 200, "OK", "param", without "requestCommand".
-    RSPMessage(const TarnInternalMessage& request, UniqueJSON param);
+    RSPMessage(const TarnInternalMessage& request, util::UniqueJSON param);
     // "requestCommand", "statusCode", "statusMsg".
     RSPMessage(const TarnInternalMessage& request, int code);
 

@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "bus/misframed.h"
-#include "model/line_limit.h"
-#include "model/text.h"
-#include "model/trace.h"
+#include "util/line_limit.h"
+#include "util/text.h"
+#include "util/trace.h"
 
 namespace lumo {
 
@@ -32,8 +32,9 @@ void showMisframed(const std::vector<char>& payload) {
     if (const MisframedSink& sink = currentSink()) {
         sink({payload.data(), payload.size()});
     } else {
-        traceErrorLimited("misframed payloads", "%s\n",
-                          shownPayload({payload.data(), payload.size()}, LineFeeds::kept).c_str());
+        util::traceErrorLimited(
+            "misframed payloads", "%s\n",
+            util::shownPayload({payload.data(), payload.size()}, util::LineFeeds::kept).c_str());
     }
 }
 
@@ -49,8 +50,8 @@ std::unique_ptr<std::vector<char>> newBuffer(size_t capacity) try {
 // A frame begins while another one is open: no input leads here, so the memory of this process
 // cannot be trusted any more.
 [[noreturn]] void stopOnOpenBuffer(const char* data, size_t size, const std::vector<char>& buffer) {
-    trace("recv_buffer not empty. WHY?\nheader=%.*s\n", printable(size), data);
-    trace("recv_buffer = \n%.*s\n", printable(buffer.size()), buffer.data());
+    util::trace("recv_buffer not empty. WHY?\nheader=%.*s\n", printable(size), data);
+    util::trace("recv_buffer = \n%.*s\n", printable(buffer.size()), buffer.data());
     std::abort();
 }
 

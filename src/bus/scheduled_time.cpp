@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <optional>
 
-#include "bus/whole_integer.h"
-#include "model/line_limit.h"
-#include "model/log.h"
-#include "model/text.h"
+#include "util/line_limit.h"
+#include "util/log.h"
+#include "util/parse_integer.h"
+#include "util/text.h"
 
 namespace {
 
@@ -37,16 +37,16 @@ std::optional<TimeFields> parseFields(const char* text) {
     }
     std::optional<TimeFields> delay = parseAs(TimeForm::relative, text + 1);
     if (!delay) {
-        logLimited("Error parsing message time", LOG_WARNING, "Error parsing message time: %s\n",
-                   shownPayload(text).c_str());
+        util::logLimited("Error parsing message time", LOG_WARNING,
+                         "Error parsing message time: %s\n", util::shownPayload(text).c_str());
     }
     return delay;
 }
 
 int32_t parseMilliseconds(const char* rest) {
     int32_t milliseconds = 0;
-    if (*rest == '.' && !parseWholeInteger(rest + 1, milliseconds)) {
-        logLimited("error decoding ms value", LOG_INFO, "error decoding ms value.\n");
+    if (*rest == '.' && !util::parseWholeInteger(rest + 1, milliseconds)) {
+        util::logLimited("error decoding ms value", LOG_INFO, "error decoding ms value.\n");
     }
     return milliseconds;
 }

@@ -8,9 +8,9 @@
 #include <new>
 #include <utility>
 
-#include "model/files.h"
-#include "model/log.h"
-#include "model/trace.h"
+#include "util/files.h"
+#include "util/log.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ constexpr const char* kAddressFile = "/sys/class/net/eth0/address";
 // The letters and digits of the address up to the first NUL byte.
 std::string addressText(const std::string& addressFile, std::string text) {
     if (!text.empty() && text.back() != '\0') {
-        logMessage(LOG_DEBUG, "%s terminated with'%c'.\n", addressFile.c_str(), text.back());
+        util::logMessage(LOG_DEBUG, "%s terminated with'%c'.\n", addressFile.c_str(), text.back());
         text.back() = '\0';
     }
     text.resize(std::min(text.size(), text.find('\0')));
@@ -30,20 +30,21 @@ std::string addressText(const std::string& addressFile, std::string text) {
 }  // namespace
 
 std::string readHostId(const std::string& addressFile, pid_t processId) try {
-    FileContents contents = readContents(addressFile);
-    if (contents.outcome == Reading::noMemory) {
+    util::FileContents contents = util::readContents(addressFile);
+    if (contents.outcome == util::Reading::noMemory) {
         throw std::bad_alloc();
     }
-    if (contents.outcome == Reading::missing || contents.outcome == Reading::notOpened) {
-        logMessage(LOG_WARNING,
-                   "TarnInternalClient::primeHostID could not open saved file: %s. Empty mac "
-                   "address used.\n",
-                   addressFile.c_str());
+    if (contents.outcome == util::Reading::missing ||
+        contents.outcome == util::Reading::notOpened) {
+        util::logMessage(LOG_WARNING,
+                         "TarnInternalClient::primeHostID could not open saved file: %s. Empty mac "
+                         "address used.\n",
+                         addressFile.c_str());
         return {};
     }
     return std::to_string(processId) + "." + addressText(addressFile, std::move(contents.bytes));
 } catch (const std::bad_alloc&) {
-    traceError("TarnInternalClient::primeHostID Memory error");
+    util::traceError("TarnInternalClient::primeHostID Memory error");
     std::abort();
 }
 

@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "bus/whole_integer.h"
-#include "model/json.h"
-#include "model/line_limit.h"
-#include "model/numbers.h"
+#include "util/json.h"
+#include "util/line_limit.h"
+#include "util/numbers.h"
+#include "util/parse_integer.h"
 
 namespace {
 
@@ -27,25 +27,25 @@ enum HeaderItem { kType, kObjectName, kSource, kDestination, kScheduledTime, kRe
 // One end of a message, received as N or as "N@qualifier".
 void decodeEnd(const cJSON* item, int32_t& number, std::string& qualifier) {
     if (cJSON_IsNumber(item)) {
-        number = saturatedInt32(item->valuedouble);
+        number = util::saturatedInt32(item->valuedouble);
         qualifier.clear();
         return;
     }
-    const char* const text = jsonText(item);
+    const char* const text = util::jsonText(item);
     const char* const at = text ? std::strchr(text, '@') : nullptr;
     if (!at || static_cast<size_t>(at - text) > kLongestNumber ||
-        !parseWholeInteger(std::string(text, at), number)) {
+        !util::parseWholeInteger(std::string(text, at), number)) {
         return;
     }
     qualifier = at + 1;
 }
 
 ScheduledTime decodeTime(const cJSON* item, const timespec& now) {
-    const char* const text = jsonText(item);
+    const char* const text = util::jsonText(item);
     const ScheduledTime time = text ? decodeScheduledTime(text, now) : ScheduledTime();
     if (time.isScheduled()) {
-        logLimited("Message Scheduled", LOG_INFO, "Message Scheduled at %s\n",
-                   scheduledTimeText(time).c_str());
+        util::logLimited("Message Scheduled", LOG_INFO, "Message Scheduled at %s\n",
+                         scheduledTimeText(time).c_str());
     }
     return time;
 }
@@ -79,12 +79,12 @@ std::optional<TarnInternalHeader> decodeHeader(const char* line, const timespec&
     if (length > kMaxLineLength) {
         return std::nullopt;
     }
-    const UniqueJSON items = parseJSON(line, length);
+    const util::UniqueJSON items = util::parseJSON(line, length);
     if (!cJSON_IsArray(items.get()) || cJSON_GetArraySize(items.get()) < kRequiredItems) {
         return std::nullopt;
     }
-    const char* const word = jsonText(cJSON_GetArrayItem(items.get(), kType));
-    const char* const objectName = jsonText(cJSON_GetArrayItem(items.get(), kObjectName));
+    const char* const word = util::jsonText(cJSON_GetArrayItem(items.get(), kType));
+    const char* const objectName = util::jsonText(cJSON_GetArrayItem(items.get(), kObjectName));
     TarnInternalHeader header;
     header.type = word ? typeFromWord(word) : MessageType::none;
     if (header.type == MessageType::none || !objectName) {

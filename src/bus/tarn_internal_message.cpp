@@ -5,14 +5,14 @@
 #include <string_view>
 
 #include "bus/made_json.h"
-#include "model/item_count.h"
-#include "model/json_size.h"
-#include "model/line_limit.h"
-#include "model/log.h"
-#include "model/memory.h"
-#include "model/numbers.h"
-#include "model/text.h"
-#include "model/trace.h"
+#include "util/item_count.h"
+#include "util/json_size.h"
+#include "util/line_limit.h"
+#include "util/log.h"
+#include "util/memory.h"
+#include "util/numbers.h"
+#include "util/text.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ std::unique_ptr<std::vector<char>> terminated(std::unique_ptr<std::vector<char>>
         payload = std::make_unique<std::vector<char>>();
     }
     if (payload->empty() || payload->back() != '\0') {
-        traceError("** TarnInternalMessage Error: Input vector must be null terminated **\n");
+        util::traceError("** TarnInternalMessage Error: Input vector must be null terminated **\n");
         payload->push_back('\0');
     }
     return payload;
@@ -31,16 +31,16 @@ std::unique_ptr<std::vector<char>> terminated(std::unique_ptr<std::vector<char>>
 constexpr std::size_t kLongestId = std::size_t{64} * 1024;
 
 bool hasUsableId(const cJSON* data) {
-    const char* const id = jsonText(jsonMember(data, "id"));
+    const char* const id = util::jsonText(util::jsonMember(data, "id"));
     return id == nullptr || strnlen(id, kLongestId + 1) <= kLongestId;
 }
 
 int32_t integerOf(const cJSON* item) {
-    return cJSON_IsNumber(item) ? saturatedInt32(item->valuedouble) : 0;
+    return cJSON_IsNumber(item) ? util::saturatedInt32(item->valuedouble) : 0;
 }
 
 const cJSON* requiredMember(const cJSON* data, const char* key) {
-    const cJSON* const item = jsonMember(data, key);
+    const cJSON* const item = util::jsonMember(data, key);
     if (!item) {
         throw std::runtime_error(std::string(key) + " not found");
     }
@@ -48,7 +48,7 @@ const cJSON* requiredMember(const cJSON* data, const char* key) {
 }
 
 std::string requiredText(const cJSON* data, const char* key) {
-    const char* const text = jsonText(requiredMember(data, key));
+    const char* const text = util::jsonText(requiredMember(data, key));
     if (!text) {
         throw std::runtime_error(std::string(key) + " is not string type");
     }
@@ -72,19 +72,19 @@ TarnInternalMessage::TarnInternalMessage(MallocText payload) : text_(std::move(p
 
 TarnInternalMessage::TarnInternalMessage(MessageType type, std::string objectName,
                                          std::string uniqueId, int32_t destination)
-    : data_(made(jsonObject())), uniqueId_(std::move(uniqueId)) {
+    : data_(made(util::jsonObject())), uniqueId_(std::move(uniqueId)) {
     header_.type = type;
     header_.destination = destination;
     header_.objectName = std::move(objectName);
-    addData("id", made(jsonString(uniqueId_)));
+    addData("id", made(util::jsonString(uniqueId_)));
 }
 
 TarnInternalMessage::~TarnInternalMessage() {
-    const bool large = rawBuffer_ && rawBuffer_->size() > kLargeUse;
+    const bool large = rawBuffer_ && rawBuffer_->size() > util::kLargeUse;
     rawBuffer_.reset();
     data_.reset();
     if (large) {
-        returnFreeMemory();
+        util::returnFreeMemory();
     }
 }
 
@@ -110,15 +110,17 @@ TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other)
 bool TarnInternalMessage::decode(char* payload) {
     char* const lineEnd = std::strchr(payload, '\n');
     if (!lineEnd) {
-        logLimited("TarnInternalMessage Header not found", LOG_INFO,
-                   "TarnInternalMessage Header not found:%s\n", shownPayload(payload).c_str());
+        util::logLimited("TarnInternalMessage Header not found", LOG_INFO,
+                         "TarnInternalMessage Header not found:%s\n",
+                         util::shownPayload(payload).c_str());
         return false;
     }
     *lineEnd = '\0';
     std::optional<TarnInternalHeader> header = decodeHeader(payload, currentTime());
     if (!header) {
-        logLimited("TarnInternalMessage header decode error", LOG_INFO,
-                   "TarnInternalMessage header decode error:%s\n", shownPayload(payload).c_str());
+        util::logLimited("TarnInternalMessage header decode error", LOG_INFO,
+                         "TarnInternalMessage header decode error:%s\n",
+                         util::shownPayload(payload).c_str());
         return false;
     }
     header_ = std::move(*header);
@@ -129,7 +131,7 @@ bool TarnInternalMessage::decode(char* payload) {
 std::string TarnInternalMessage::encode() const {
     std::string payload = header_.encode();
     if (data_) {
-        appendJSON(payload, *data_);
+        util::appendJSON(payload, *data_);
     } else if (dataText_) {
         payload += dataText_;
     }
@@ -138,36 +140,37 @@ std::string TarnInternalMessage::encode() const {
 
 std::size_t TarnInternalMessage::leastDataSize() const {
     if (data_) {
-        return renderedSize(data_.get()).least;
+        return util::renderedSize(data_.get()).least;
     }
     return dataText_ != nullptr ? std::strlen(dataText_) : 0;
 }
 
 const cJSON* TarnInternalMessage::data() const {
-    static const UniqueJSON kNoData = jsonNull();
+    static const util::UniqueJSON kNoData = util::jsonNull();
     if (!data_ && dataText_) {
         data_ = parseDataText();
     }
     return data_ ? data_.get() : kNoData.get();
 }
 
-UniqueJSON TarnInternalMessage::parseData() const {
+util::UniqueJSON TarnInternalMessage::parseData() const {
     if (dataText_) {
         return parseDataText();
     }
-    return data_ ? copyJSON(data_.get()) : jsonNull();
+    return data_ ? util::copyJSON(data_.get()) : util::jsonNull();
 }
 
-UniqueJSON TarnInternalMessage::parseDataText() const {
+util::UniqueJSON TarnInternalMessage::parseDataText() const {
     const std::string_view text = dataText_;
-    UniqueJSON data;
-    if (!hasMoreItems(text, kMostItems)) {
-        data = parseJSON(text.data(), text.size());
+    util::UniqueJSON data;
+    if (!util::hasMoreItems(text, util::kMostItems)) {
+        data = util::parseJSON(text.data(), text.size());
     }
     if (!data || !hasUsableId(data.get())) {
-        logLimited("TarnInternalMessage data decode error", LOG_INFO,
-                   "TarnInternalMessage data decode error:%s\n", shownPayload(dataText_).c_str());
-        data = jsonNull();
+        util::logLimited("TarnInternalMessage data decode error", LOG_INFO,
+                         "TarnInternalMessage data decode error:%s\n",
+                         util::shownPayload(dataText_).c_str());
+        data = util::jsonNull();
     }
     return data;
 }
@@ -176,22 +179,22 @@ const std::string& TarnInternalMessage::uniqueId() const {
     if (!uniqueId_.empty()) {
         return uniqueId_;
     }
-    const char* const id = jsonText(jsonMember(data(), "id"));
+    const char* const id = util::jsonText(util::jsonMember(data(), "id"));
     if (id) {
         uniqueId_ = id;
     } else {
-        logLimited("UniqueID not found", LOG_DEBUG, "UniqueID not found.\n");
+        util::logLimited("UniqueID not found", LOG_DEBUG, "UniqueID not found.\n");
     }
     return uniqueId_;
 }
 
 int TarnInternalMessage::statusCode() const {
-    const int32_t code = integerOf(jsonMember(data(), "statusCode"));
+    const int32_t code = integerOf(util::jsonMember(data(), "statusCode"));
     return isKnownStatus(code) ? code : 0;
 }
 
 std::pair<int32_t, int32_t> TarnInternalMessage::sequence() const {
-    const cJSON* const pair = jsonMember(data(), "seq");
+    const cJSON* const pair = util::jsonMember(data(), "seq");
     if (!cJSON_IsArray(pair) || cJSON_GetArraySize(pair) != 2) {
         return {0, 0};
     }
@@ -211,12 +214,12 @@ ResponseStatus TarnInternalMessage::responseStatus() const {
         throw std::runtime_error("statusCode not found");
     }
     status.statusCode = integerOf(code);
-    const char* const text = jsonText(requiredMember(fields, "statusMsg"));
+    const char* const text = util::jsonText(requiredMember(fields, "statusMsg"));
     status.statusMsg = text ? text : "";
     return status;
 }
 
-void TarnInternalMessage::addData(const char* key, UniqueJSON item) {
+void TarnInternalMessage::addData(const char* key, util::UniqueJSON item) {
     if (item) {
         addMade(data_.get(), key, std::move(item));
     }

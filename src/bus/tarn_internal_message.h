@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "bus/tarn_internal_header.h"
-#include "model/json.h"
+#include "util/json.h"
 
 struct MallocDeleter {
     void operator()(char* text) const { std::free(text); }
@@ -63,7 +63,7 @@ class TarnInternalMessage {
     // items, or with an "id" of more than 64 KiB, counts as one that does not parse.
     const cJSON* data() const;
     // The same as a tree of the caller's own, parsed anew from the received text.
-    UniqueJSON parseData() const;
+    util::UniqueJSON parseData() const;
 
     // The text of data "id", empty when it has none.
     const std::string& uniqueId() const;
@@ -90,16 +90,16 @@ class TarnInternalMessage {
     TarnInternalMessage(MessageType type, std::string objectName, std::string uniqueId,
                         int32_t destination = 0);
     // Appends to the data; a null item is left out.
-    void addData(const char* key, UniqueJSON item);
+    void addData(const char* key, util::UniqueJSON item);
 
   private:
     bool decode(char* payload);
-    UniqueJSON parseDataText() const;
+    util::UniqueJSON parseDataText() const;
 
     const char* dataText_ = nullptr;  // inside the payload
     MallocText text_;                 // the payload, one of these two
     std::unique_ptr<std::vector<char>> rawBuffer_;
-    mutable UniqueJSON data_;
+    mutable util::UniqueJSON data_;
     TarnInternalHeader header_;
     mutable std::string uniqueId_;
     std::string filePath_;

@@ -7,25 +7,28 @@
 #include <cstring>
 
 #include "bus/tarn_internal_message.h"
-#include "model/files.h"
-#include "model/log.h"
+#include "util/files.h"
+#include "util/log.h"
 
 namespace {
 
 // Logs what kept a file from being read.
-void logFailure(const FileContents& contents, const std::string& path) {
-    if (contents.outcome == Reading::missing || contents.outcome == Reading::notOpened) {
-        logMessage(LOG_WARNING, "TarnInternalMessage could not open \"%s\". Empty set used.\n",
-                   path.c_str());
+void logFailure(const util::FileContents& contents, const std::string& path) {
+    if (contents.outcome == util::Reading::missing ||
+        contents.outcome == util::Reading::notOpened) {
+        util::logMessage(LOG_WARNING,
+                         "TarnInternalMessage could not open \"%s\". Empty set used.\n",
+                         path.c_str());
         return;
     }
-    logMessage(LOG_CRIT, "%s error loading %s from disk: %s\n",
-               contents.outcome == Reading::noMemory ? "Memory" : "Reading", path.c_str(),
-               std::strerror(contents.errorNumber));
+    util::logMessage(LOG_CRIT, "%s error loading %s from disk: %s\n",
+                     contents.outcome == util::Reading::noMemory ? "Memory" : "Reading",
+                     path.c_str(), std::strerror(contents.errorNumber));
 }
 
-bool isWhole(const FileContents& contents) {
-    return contents.outcome == Reading::complete && contents.bytes.size() >= contents.statedSize;
+bool isWhole(const util::FileContents& contents) {
+    return contents.outcome == util::Reading::complete &&
+           contents.bytes.size() >= contents.statedSize;
 }
 
 // The bytes and a terminator; null when memory ran out.
@@ -39,12 +42,12 @@ MallocText terminated(const std::string& bytes) {
 
 // The file's bytes and a terminator; null after a log line.
 MallocText readText(const std::string& path) {
-    FileContents contents = readContents(path);
+    util::FileContents contents = util::readContents(path);
     if (isWhole(contents)) {
         if (MallocText text = terminated(contents.bytes)) {
             return text;
         }
-        contents.outcome = Reading::noMemory;
+        contents.outcome = util::Reading::noMemory;
         contents.errorNumber = ENOMEM;
     }
     logFailure(contents, path);
@@ -57,16 +60,16 @@ MallocText readText(const std::string& path) {
 void TarnInternalMessage::save(const std::string& directory) {
     const std::string path = directory + "/" + std::to_string(header_.scheduled.seconds) +
                              std::to_string(header_.scheduled.nanoseconds);
-    const UniqueFile file = openFile(path, "wb");
+    const util::UniqueFile file = util::openFile(path, "wb");
     if (!file) {
-        logMessage(LOG_ERR, "Error - couldn't open file %s for writing\n", path.c_str());
+        util::logMessage(LOG_ERR, "Error - couldn't open file %s for writing\n", path.c_str());
         return;
     }
     const std::string payload = encode();
     std::fwrite(payload.data(), 1, payload.size(), file.get());
     if (std::fflush(file.get()) != 0) {
-        logMessage(LOG_ERR, "Error - couldn't write file %s: %s\n", path.c_str(),
-                   std::strerror(errno));
+        util::logMessage(LOG_ERR, "Error - couldn't write file %s: %s\n", path.c_str(),
+                         std::strerror(errno));
     }
     filePath_ = path;
 }
@@ -78,7 +81,7 @@ bool TarnInternalMessage::load(const std::string& path) {
     }
     TarnInternalMessage loaded(std::move(text));
     if (loaded.type() == MessageType::none) {
-        logMessage(LOG_INFO, "Error reading msg from disk.\n");
+        util::logMessage(LOG_INFO, "Error reading msg from disk.\n");
         return false;
     }
     *this = std::move(loaded);
@@ -91,7 +94,7 @@ bool TarnInternalMessage::remove() {
         return false;
     }
     if (unlink(filePath_.c_str()) != 0) {
-        logMessage(LOG_ERR, "Error - couldn't remove file %s\n", filePath_.c_str());
+        util::logMessage(LOG_ERR, "Error - couldn't remove file %s\n", filePath_.c_str());
         return false;
     }
     return true;

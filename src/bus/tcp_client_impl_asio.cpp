@@ -11,7 +11,7 @@
 #include <asio/post.hpp>
 
 #include "bus/monotonic_time.h"
-#include "model/trace.h"
+#include "util/trace.h"
 
 namespace lumo {
 
@@ -168,8 +168,8 @@ void TCPClientImplAsio::connectDone(const Link& link, const std::error_code& err
 void TCPClientImplAsio::greet(const std::error_code& error) {
     const std::error_code verdict = onConnect_ ? onConnect_(error) : std::error_code();
     if (verdict) {
-        traceError("%s - connectHandler Error: %s to %s:%d\n", name_.c_str(),
-                   verdict.message().c_str(), endpoint().host.c_str(), endpoint().port);
+        util::traceError("%s - connectHandler Error: %s to %s:%d\n", name_.c_str(),
+                         verdict.message().c_str(), endpoint().host.c_str(), endpoint().port);
     }
 }
 
@@ -258,7 +258,7 @@ void TCPClientImplAsio::checkIdle() {
     }
     const nanoseconds elapsed(monotonicNanoseconds() - lastReceive_);
     if (elapsed >= 2 * idlePeriod_) {
-        traceError("%s - TCP Client: socket no response. Closing.\n", name_.c_str());
+        util::traceError("%s - TCP Client: socket no response. Closing.\n", name_.c_str());
         close("no resp timeout");
         return;
     }

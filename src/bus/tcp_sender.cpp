@@ -6,7 +6,7 @@
 
 #include <asio/error.hpp>
 
-#include "model/memory.h"
+#include "util/memory.h"
 
 namespace lumo {
 
@@ -103,7 +103,7 @@ std::error_code TcpSender::queue(std::span<std::string> parts) {
         return make_error_code(std::errc::no_buffer_space);
     }
     queue_.append(parts);
-    large_ = large_ || queue_.bytes() > kLargeUse;
+    large_ = large_ || queue_.bytes() > util::kLargeUse;
     return {};
 }
 
@@ -173,7 +173,7 @@ void TcpSender::detach() {
 
 void TcpSender::returnMemory() {
     if (std::exchange(large_, false)) {
-        returnFreeMemory();
+        util::returnFreeMemory();
     }
 }
 

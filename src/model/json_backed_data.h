@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "model/json.h"
+#include "util/json.h"
 
 // What reads itself from a JSON item and writes itself to one: every object of the parameter model.
 // Lives on the thread of whoever owns it.
@@ -15,7 +15,7 @@ class AbstractJSONBackedData {
     virtual int fromJSON(const cJSON* item) = 0;
 
     // A new item, or null when it could not be made.
-    virtual UniqueJSON toJSON() const = 0;
+    virtual util::UniqueJSON toJSON() const = 0;
 
     // For derived classes with more to do, or a text to tell; nothing, and the empty text, here.
     virtual void refresh() {}

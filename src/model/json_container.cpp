@@ -11,9 +11,9 @@
 #include <new>
 #include <utility>
 
-#include "model/files.h"
-#include "model/item_count.h"
-#include "model/log.h"
+#include "util/files.h"
+#include "util/item_count.h"
+#include "util/log.h"
 
 namespace {
 
@@ -36,26 +36,26 @@ std::string badNameOf(const std::string& path) {
 
 [[noreturn]] void abortAfterReadError(const std::string& path, int errorNumber) {
     errno = errorNumber;
-    logMessage(LOG_CRIT, "Reading error loading %s from disk: %m\n", path.c_str());
+    util::logMessage(LOG_CRIT, "Reading error loading %s from disk: %m\n", path.c_str());
     std::abort();
 }
 
 [[noreturn]] void abortAfterMemoryError(const std::string& path) {
     errno = ENOMEM;
-    logMessage(LOG_CRIT, "Memory error loading %s from disk: %m\n", path.c_str());
+    util::logMessage(LOG_CRIT, "Memory error loading %s from disk: %m\n", path.c_str());
     std::abort();
 }
 
-UniqueJSON parsedFile(const FileContents& contents, const std::string& path) {
+util::UniqueJSON parsedFile(const util::FileContents& contents, const std::string& path) {
     if (contents.bytes.size() < contents.statedSize) {
         abortAfterReadError(path, 0);
     }
-    if (hasMoreItems(contents.bytes, kMostItems)) {
+    if (util::hasMoreItems(contents.bytes, util::kMostItems)) {
         return nullptr;
     }
-    const unsigned long failures = failedJSONAllocations();
-    UniqueJSON root = parseJSON(contents.bytes.data(), contents.bytes.size());
-    if (failedJSONAllocations() != failures) {
+    const unsigned long failures = util::failedJSONAllocations();
+    util::UniqueJSON root = util::parseJSON(contents.bytes.data(), contents.bytes.size());
+    if (util::failedJSONAllocations() != failures) {
         abortAfterMemoryError(path);
     }
     return root;
@@ -73,7 +73,7 @@ struct AbstractJSONTopLevelContainer::Names {
 struct AbstractJSONTopLevelContainer::Found {
     bool present = false;
     bool opened = false;
-    UniqueJSON root;
+    util::UniqueJSON root;
 };
 
 AbstractJSONTopLevelContainer::AbstractJSONTopLevelContainer(const std::string& name)
@@ -85,7 +85,7 @@ AbstractJSONTopLevelContainer::AbstractJSONTopLevelContainer(const std::string& 
 
 void AbstractJSONTopLevelContainer::save(const char* path, bool keepOld) try {
     saved_ = false;
-    if (const UniqueJSON root = document(path)) {
+    if (const util::UniqueJSON root = document(path)) {
         writeFile(path, root.get(), keepOld);
     }
 } catch (const std::bad_alloc&) {
@@ -99,25 +99,26 @@ void AbstractJSONTopLevelContainer::saveToOwnPath(bool keepOld) {
 }
 
 bool AbstractJSONTopLevelContainer::retrySave() {
-    const LogSilence silence;
+    const util::LogSilence silence;
     saveToOwnPath(false);
     return saved_;
 }
 
-UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const {
-    const unsigned long failures = failedJSONAllocations();
-    UniqueJSON root = jsonObject();
+util::UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const {
+    const unsigned long failures = util::failedJSONAllocations();
+    util::UniqueJSON root = util::jsonObject();
     if (!root) {
-        logMessage(kCritical,
-                   "%s container SAVE FAILED: could not alloc root JSON object for \"%s\".\n",
-                   getName(), path);
+        util::logMessage(kCritical,
+                         "%s container SAVE FAILED: could not alloc root JSON object for \"%s\".\n",
+                         getName(), path);
         return nullptr;
     }
-    UniqueJSON payload = toJSON();
-    const bool complete = payload && addMember(root.get(), "version", jsonNumber(version_)) &&
-                          addMember(root.get(), getName(), std::move(payload));
+    util::UniqueJSON payload = toJSON();
+    const bool complete = payload &&
+                          util::addMember(root.get(), "version", util::jsonNumber(version_)) &&
+                          util::addMember(root.get(), getName(), std::move(payload));
     // A document without one of its members would replace a good file by a useless one.
-    if (!complete || failedJSONAllocations() != failures) {
+    if (!complete || util::failedJSONAllocations() != failures) {
         logSaveFailure(path);
         return nullptr;
     }
@@ -127,16 +128,16 @@ UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const {
 // Empty, after log lines, when memory ran out.
 std::string AbstractJSONTopLevelContainer::rendered(const cJSON* root,
                                                     const std::string& path) const {
-    const unsigned long failures = failedJSONAllocations();
+    const unsigned long failures = util::failedJSONAllocations();
     std::string text;
     try {
-        text = renderJSON(root, true);
+        text = util::renderJSON(root, true);
     } catch (const std::bad_alloc&) {
         text.clear();
     }
-    if (text.empty() || failedJSONAllocations() != failures) {
-        logMessage(kCritical, "%s container could not alloc memory to render \"%s\".\n", getName(),
-                   path.c_str());
+    if (text.empty() || util::failedJSONAllocations() != failures) {
+        util::logMessage(kCritical, "%s container could not alloc memory to render \"%s\".\n",
+                         getName(), path.c_str());
         logSaveFailure(path.c_str());
         return {};
     }
@@ -150,25 +151,25 @@ int AbstractJSONTopLevelContainer::writeFile(const std::string& path, const cJSO
     if (text.empty()) {
         return -1;
     }
-    if (directory_ != nullptr && !fileExists(directory_)) {
+    if (directory_ != nullptr && !util::fileExists(directory_)) {
         mkdir(directory_, 0755);
     }
     const Names names = namesBeside(path);
     const int found = existence(path);
-    const WriteFailure failure = writeNew(names, text, path);
-    const int begun = failure == WriteFailure::none ? 0 : -1;
-    const int outcome = failure == WriteFailure::open ? found : begun;
+    const util::WriteFailure failure = writeNew(names, text, path);
+    const int begun = failure == util::WriteFailure::none ? 0 : -1;
+    const int outcome = failure == util::WriteFailure::open ? found : begun;
     if (outcome != 0) {
         logWriteFailure(names.fresh);
         return outcome;
     }
-    return failure == WriteFailure::open ? leaveOldOnly(names)
-                                         : rotate(names, found != -1, keepOld);
+    return failure == util::WriteFailure::open ? leaveOldOnly(names)
+                                               : rotate(names, found != -1, keepOld);
 }
 
 AbstractJSONTopLevelContainer::Names AbstractJSONTopLevelContainer::namesBeside(
     const std::string& path) const {
-    const std::string current = endOfLinks(path);
+    const std::string current = util::endOfLinks(path);
     return {current, current + ".new", oldNameOf(current), path == path_ ? unusable_ : Unusable{}};
 }
 
@@ -176,24 +177,25 @@ int AbstractJSONTopLevelContainer::existence(const std::string& path) const {
     struct stat status {};
     const int result = stat(path.c_str(), &status);
     if (result != 0 && result != -1) {
-        logMessage(kCritical, "%s container could not stat  \"%s\" (%d).\n", getName(),
-                   path.c_str(), errno);
+        util::logMessage(kCritical, "%s container could not stat  \"%s\" (%d).\n", getName(),
+                         path.c_str(), errno);
     }
     return result;
 }
 
-WriteFailure AbstractJSONTopLevelContainer::writeNew(const Names& names, const std::string& text,
-                                                     const std::string& path) const {
+util::WriteFailure AbstractJSONTopLevelContainer::writeNew(const Names& names,
+                                                           const std::string& text,
+                                                           const std::string& path) const {
     if (text.size() > kMostBytes) {
         errno = EFBIG;
-        return WriteFailure::write;
+        return util::WriteFailure::write;
     }
     // After a failed save the owner and mode to keep may be those of the old file.
-    const std::string& like = fileExists(names.current) ? names.current : names.old;
-    const WriteFailure failure = writeNewFile(names.fresh, text, like);
-    if (failure == WriteFailure::open) {
+    const std::string& like = util::fileExists(names.current) ? names.current : names.old;
+    const util::WriteFailure failure = util::writeNewFile(names.fresh, text, like);
+    if (failure == util::WriteFailure::open) {
         const int errorNumber = errno;
-        logMessage(LOG_ERR, "Error - couldn't open file %s for writing\n", path.c_str());
+        util::logMessage(LOG_ERR, "Error - couldn't open file %s for writing\n", path.c_str());
         errno = errorNumber;
     }
     return failure;
@@ -218,7 +220,7 @@ int AbstractJSONTopLevelContainer::rotate(const Names& names, bool existed, bool
     if (const int result = takePlace(names, existed && !names.unusable.current)) {
         return result;
     }
-    if (!syncDirectoryOf(names.current)) {
+    if (!util::syncDirectoryOf(names.current)) {
         logWriteFailure(names.current);
         return -1;
     }
@@ -228,7 +230,7 @@ int AbstractJSONTopLevelContainer::rotate(const Names& names, bool existed, bool
 
 int AbstractJSONTopLevelContainer::takePlace(const Names& names, bool existed) const {
     if (existed) {
-        clearDirectory(names.old);
+        util::clearDirectory(names.old);
     }
     const int result = existed ? moveFile(names.current, names.old, "prev") : 0;
     return result != 0 ? result : moveFile(names.fresh, names.current, "current");
@@ -245,7 +247,7 @@ bool AbstractJSONTopLevelContainer::keepUnusable(const Names& names) {
         (current && !keepAs(names.current, badNameOf(names.current)))) {
         return false;
     }
-    if (!syncDirectoryOf(names.current)) {
+    if (!util::syncDirectoryOf(names.current)) {
         logWriteFailure(names.current);
         return false;
     }
@@ -255,7 +257,7 @@ bool AbstractJSONTopLevelContainer::keepUnusable(const Names& names) {
 
 // What is gone by now needs no keeping.
 bool AbstractJSONTopLevelContainer::keepAs(const std::string& from, const std::string& to) const {
-    if (moveAside(from, to) || errno == ENOENT) {
+    if (util::moveAside(from, to) || errno == ENOENT) {
         return true;
     }
     logRenameFailure(from, to, "prev");
@@ -269,8 +271,8 @@ int AbstractJSONTopLevelContainer::removeOld(const Names& names) const {
         return 0;
     }
     if (result != 0) {
-        logMessage(kCritical, "%s container could not remove \"%s\" (%d).\n", getName(),
-                   names.old.c_str(), errno);
+        util::logMessage(kCritical, "%s container could not remove \"%s\" (%d).\n", getName(),
+                         names.old.c_str(), errno);
     }
     return result;
 }
@@ -286,30 +288,32 @@ int AbstractJSONTopLevelContainer::moveFile(const std::string& from, const std::
 
 void AbstractJSONTopLevelContainer::logRenameFailure(const std::string& from, const std::string& to,
                                                      const char* role) const {
-    logMessage(kCritical, "%s container could not overwrite %s: rename \"%s -> %s\" failed (%d).\n",
-               getName(), role, from.c_str(), to.c_str(), errno);
+    util::logMessage(kCritical,
+                     "%s container could not overwrite %s: rename \"%s -> %s\" failed (%d).\n",
+                     getName(), role, from.c_str(), to.c_str(), errno);
 }
 
 void AbstractJSONTopLevelContainer::logWriteFailure(const std::string& path) const {
-    logMessage(kCritical, "%s container could not write \"%s\" (%d).\n", getName(), path.c_str(),
-               errno);
+    util::logMessage(kCritical, "%s container could not write \"%s\" (%d).\n", getName(),
+                     path.c_str(), errno);
 }
 
 void AbstractJSONTopLevelContainer::logSaveFailure(const char* path) const {
-    logMessage(kCritical, "%s container SAVE FAILED: could not alloc JSON object for \"%s\".\n",
-               getName(), path);
+    util::logMessage(kCritical,
+                     "%s container SAVE FAILED: could not alloc JSON object for \"%s\".\n",
+                     getName(), path);
 }
 
 int AbstractJSONTopLevelContainer::load() {
     unusable_ = {};
     if (!loadFromDisk_) {
-        logMessage(kWarning, "%s - Skipping load from disk. Empty set used.\n", getName());
+        util::logMessage(kWarning, "%s - Skipping load from disk. Empty set used.\n", getName());
         return take(nullptr, path_);
     }
     const Found current = find(path_);
     if (!current.opened) {
-        logMessage(kCritical, "%s container could not open \"%s\". previous copy used.\n",
-                   getName(), path_.c_str());
+        util::logMessage(kCritical, "%s container could not open \"%s\". previous copy used.\n",
+                         getName(), path_.c_str());
     } else if (take(current.root.get(), path_) == 0) {
         return 0;
     }
@@ -318,7 +322,7 @@ int AbstractJSONTopLevelContainer::load() {
 }
 
 int AbstractJSONTopLevelContainer::loadOld(bool currentOpened) {
-    const std::string path = oldNameOf(endOfLinks(path_));
+    const std::string path = oldNameOf(util::endOfLinks(path_));
     const Found old = find(path);
     if (!old.opened) {
         unusable_.old = old.present;
@@ -330,28 +334,28 @@ int AbstractJSONTopLevelContainer::loadOld(bool currentOpened) {
 }
 
 int AbstractJSONTopLevelContainer::takeNothing() {
-    logMessage(kCritical, "%s container could not open \"%s\". Empty set used.\n", getName(),
-               path_.c_str());
+    util::logMessage(kCritical, "%s container could not open \"%s\". Empty set used.\n", getName(),
+                     path_.c_str());
     return take(nullptr, path_);
 }
 
 AbstractJSONTopLevelContainer::Found AbstractJSONTopLevelContainer::find(const std::string& path) {
-    FileContents contents = readContents(path, kMostBytes);
-    for (int attempt = 0; contents.outcome == Reading::notOpened && attempt < kOpenAttempts;
+    util::FileContents contents = util::readContents(path, kMostBytes);
+    for (int attempt = 0; contents.outcome == util::Reading::notOpened && attempt < kOpenAttempts;
          ++attempt) {
         waitFor(kOpenPause);
-        contents = readContents(path, kMostBytes);
+        contents = util::readContents(path, kMostBytes);
     }
     switch (contents.outcome) {
-        case Reading::missing:
+        case util::Reading::missing:
             return {};
-        case Reading::notOpened:
+        case util::Reading::notOpened:
             return {true, false, nullptr};
-        case Reading::failed:
+        case util::Reading::failed:
             abortAfterReadError(path_, contents.errorNumber);
-        case Reading::noMemory:
+        case util::Reading::noMemory:
             abortAfterMemoryError(path_);
-        case Reading::complete:
+        case util::Reading::complete:
             return {true, true, parsedFile(contents, path_)};
         default:
             return {true, true, nullptr};
@@ -361,25 +365,25 @@ AbstractJSONTopLevelContainer::Found AbstractJSONTopLevelContainer::find(const s
 // Gives 0 when the container has what stands in the file of that root.
 int AbstractJSONTopLevelContainer::take(const cJSON* root, const std::string& path) {
     if (root == nullptr) {
-        logMessage(LOG_ERR, "Not a valid JSON file: %s\n", path.c_str());
+        util::logMessage(LOG_ERR, "Not a valid JSON file: %s\n", path.c_str());
         return -1;
     }
-    if (const cJSON* version = jsonMember(root, "version")) {
+    if (const cJSON* version = util::jsonMember(root, "version")) {
         version_ = version->valuedouble;
     }
-    if (const cJSON* payload = jsonMember(root, getName())) {
+    if (const cJSON* payload = util::jsonMember(root, getName())) {
         return takePayload(payload);
     }
-    logMessage(LOG_ERR, "Error decoding JSON object, path:%s, objectName:%s\n", path.c_str(),
-               getName());
+    util::logMessage(LOG_ERR, "Error decoding JSON object, path:%s, objectName:%s\n", path.c_str(),
+                     getName());
     return -1;
 }
 
 // What memory did not suffice for would be missing in the next file.
 int AbstractJSONTopLevelContainer::takePayload(const cJSON* payload) try {
-    const unsigned long failures = failedJSONAllocations();
+    const unsigned long failures = util::failedJSONAllocations();
     const int result = fromJSON(payload);
-    if (failedJSONAllocations() != failures) {
+    if (util::failedJSONAllocations() != failures) {
         abortAfterMemoryError(path_);
     }
     return result;
@@ -388,5 +392,5 @@ int AbstractJSONTopLevelContainer::takePayload(const cJSON* payload) try {
 }
 
 void AbstractJSONTopLevelContainer::waitFor(std::chrono::milliseconds time) {
-    sleepFor(time);
+    util::sleepFor(time);
 }

@@ -3,8 +3,8 @@
 #include <chrono>
 #include <string>
 
-#include "model/file_replacement.h"
 #include "model/json_backed_data.h"
+#include "util/file_replacement.h"
 
 // A named object that is kept in one JSON file, { "version": ..., "<name>": ... }. A load finds
 // what was saved last or the time before, whatever happens during a save, a power cut included: the
@@ -73,12 +73,12 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
         bool old = false;
     };
 
-    UniqueJSON document(const char* path) const;
+    util::UniqueJSON document(const char* path) const;
     std::string rendered(const cJSON* root, const std::string& path) const;
     Names namesBeside(const std::string& path) const;
     int existence(const std::string& path) const;
-    WriteFailure writeNew(const Names& names, const std::string& text,
-                          const std::string& path) const;
+    util::WriteFailure writeNew(const Names& names, const std::string& text,
+                                const std::string& path) const;
     int leaveOldOnly(const Names& names) const;
     int rotate(const Names& names, bool existed, bool keepOld);
     int takePlace(const Names& names, bool existed) const;

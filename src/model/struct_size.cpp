@@ -2,11 +2,11 @@
 
 #include <cstring>
 
-#include "model/json.h"
 #include "model/tosk_constraint.h"
 #include "model/tosk_param.h"
 #include "model/tosk_struct_value.h"
 #include "model/tosk_value.h"
+#include "util/json.h"
 
 namespace {
 
@@ -24,15 +24,15 @@ std::size_t sizeOfChoices(const ToskConstraint* constraint) {
 }
 
 std::size_t sizeOfText(const cJSON* item) {
-    const char* const text = jsonText(item);
+    const char* const text = util::jsonText(item);
     return text != nullptr ? std::strlen(text) : 0;
 }
 
 std::size_t sizeOfChoices(const cJSON* constraint) {
     std::size_t bytes = 0;
     const cJSON* choice = nullptr;
-    cJSON_ArrayForEach(choice, jsonMember(constraint, "choices")) {
-        bytes += kChoice + sizeOfText(jsonMember(choice, "name"));
+    cJSON_ArrayForEach(choice, util::jsonMember(constraint, "choices")) {
+        bytes += kChoice + sizeOfText(util::jsonMember(choice, "name"));
     }
     return bytes;
 }
@@ -83,11 +83,11 @@ StructSize sizeOfValue(const cJSON* item) {
 }
 
 StructSize sizeOfMember(const cJSON* item, std::string_view name) {
-    StructSize size{1, name.size() + sizeOfText(jsonMember(item, "oid")) +
-                           sizeOfText(jsonMember(item, "name")) +
-                           sizeOfText(jsonMember(item, "widget")) +
-                           sizeOfChoices(jsonMember(item, "constraint"))};
-    return size += sizeOfValue(jsonMember(item, "value"));
+    StructSize size{1, name.size() + sizeOfText(util::jsonMember(item, "oid")) +
+                           sizeOfText(util::jsonMember(item, "name")) +
+                           sizeOfText(util::jsonMember(item, "widget")) +
+                           sizeOfChoices(util::jsonMember(item, "constraint"))};
+    return size += sizeOfValue(util::jsonMember(item, "value"));
 }
 
 bool isMemberKey(const char* key) {

@@ -1,20 +1,20 @@
 #include "model/tosk_constraint.h"
 
-#include "model/numbers.h"
+#include "util/numbers.h"
 
 namespace {
 
-UniqueJSON choiceToJSON(const ToskIntegerChoiceConstraint::Choice& choice) {
-    UniqueJSON json = jsonObject();
-    addMember(json.get(), "value", jsonNumber(choice.value));
-    addMember(json.get(), "name", jsonString(choice.name));
+util::UniqueJSON choiceToJSON(const ToskIntegerChoiceConstraint::Choice& choice) {
+    util::UniqueJSON json = util::jsonObject();
+    util::addMember(json.get(), "value", util::jsonNumber(choice.value));
+    util::addMember(json.get(), "name", util::jsonString(choice.name));
     return json;
 }
 
 }  // namespace
 
 int ToskConstraint::fromJSON(const cJSON* item) {
-    const char* name = jsonText(jsonMember(item, "type"));
+    const char* name = util::jsonText(util::jsonMember(item, "type"));
     if (!name) {
         return -1;
     }
@@ -22,9 +22,9 @@ int ToskConstraint::fromJSON(const cJSON* item) {
     return 0;
 }
 
-UniqueJSON ToskConstraint::toJSON() const {
-    UniqueJSON json = jsonObject();
-    addMember(json.get(), "type", jsonString(constraintTypeName(type_)));
+util::UniqueJSON ToskConstraint::toJSON() const {
+    util::UniqueJSON json = util::jsonObject();
+    util::addMember(json.get(), "type", util::jsonString(constraintTypeName(type_)));
     return json;
 }
 
@@ -33,33 +33,33 @@ int ToskIntegerChoiceConstraint::fromJSON(const cJSON* item) {
     if (ToskConstraint::fromJSON(item) != 0) {
         return -1;
     }
-    const cJSON* choices = jsonMember(item, "choices");
+    const cJSON* choices = util::jsonMember(item, "choices");
     if (!choices) {
         return -1;
     }
     const cJSON* choice = nullptr;
     cJSON_ArrayForEach(choice, choices) {
-        const char* name = jsonText(jsonMember(choice, "name"));
-        const cJSON* value = jsonMember(choice, "value");
+        const char* name = util::jsonText(util::jsonMember(choice, "name"));
+        const cJSON* value = util::jsonMember(choice, "value");
         if (name && value) {
-            choices_.push_back({saturatedInt32(value->valuedouble), name});
+            choices_.push_back({util::saturatedInt32(value->valuedouble), name});
         }
     }
     return 0;
 }
 
-UniqueJSON ToskIntegerChoiceConstraint::toJSON() const {
-    UniqueJSON json = ToskConstraint::toJSON();
-    UniqueJSON choices = jsonArray();
+util::UniqueJSON ToskIntegerChoiceConstraint::toJSON() const {
+    util::UniqueJSON json = ToskConstraint::toJSON();
+    util::UniqueJSON choices = util::jsonArray();
     for (const Choice& choice : choices_) {
-        addElement(choices.get(), choiceToJSON(choice));
+        util::addElement(choices.get(), choiceToJSON(choice));
     }
-    addMember(json.get(), "choices", std::move(choices));
+    util::addMember(json.get(), "choices", std::move(choices));
     return json;
 }
 
 std::unique_ptr<ToskConstraint> createConstraint(const cJSON* item) {
-    const char* name = jsonText(jsonMember(item, "type"));
+    const char* name = util::jsonText(util::jsonMember(item, "type"));
     if (!name || constraintTypeCode(name) != kConstraintIntChoice) {
         return nullptr;
     }

@@ -7,8 +7,8 @@
 
 #include <cjson/cJSON.h>
 
-#include "model/json.h"
 #include "model/tosk_type_names.h"
+#include "util/json.h"
 
 // What values a parameter is meant to take. It describes; nothing here refuses a value. Held by
 // parameters through shared ownership and not written once it is shared.
@@ -20,7 +20,7 @@ class ToskConstraint {
     virtual int fromJSON(const cJSON* item);
 
     // A new object { "type": <name> }, owned by the caller.
-    virtual UniqueJSON toJSON() const;
+    virtual util::UniqueJSON toJSON() const;
 
     virtual ~ToskConstraint() = default;
 
@@ -48,7 +48,7 @@ class ToskIntegerChoiceConstraint : public ToskConstraint {
     int fromJSON(const cJSON* item) override;
 
     // { "type": <name>, "choices": [ { "value": <number>, "name": <text> }, … ] }
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
 
     const std::vector<Choice>& choices() const { return choices_; }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "model/numbers.h"
+#include "util/numbers.h"
 
 namespace {
 
@@ -14,20 +14,20 @@ constexpr const char* kParamPrefix = "d_";
 
 int ToskDevice::fromJSON(const cJSON* item) {
     if (item && readHead(item)) {
-        readParams(jsonMember(item, "params"));
-        readMenuGroups(jsonMember(item, "menu_groups"));
+        readParams(util::jsonMember(item, "params"));
+        readMenuGroups(util::jsonMember(item, "menu_groups"));
     }
     // Also after a complete read: whoever reads a list of devices keeps those that give -1.
     return -1;
 }
 
 bool ToskDevice::readHead(const cJSON* item) {
-    const char* type = jsonText(jsonMember(item, "type"));
-    const cJSON* slot = jsonMember(item, "slot");
+    const char* type = util::jsonText(util::jsonMember(item, "type"));
+    const cJSON* slot = util::jsonMember(item, "slot");
     if ((type && std::string_view(type) != kDeviceType) || !slot) {
         return false;
     }
-    slot_ = saturatedInt32(slot->valuedouble);
+    slot_ = util::saturatedInt32(slot->valuedouble);
     return true;
 }
 
@@ -52,42 +52,42 @@ void ToskDevice::readMenuGroups(const cJSON* groups) {
     }
 }
 
-UniqueJSON ToskDevice::toJSON() const {
-    UniqueJSON json = jsonObject();
-    addMember(json.get(), "type", jsonString(kDeviceType));
-    addMember(json.get(), "slot", jsonNumber(slot_));
+util::UniqueJSON ToskDevice::toJSON() const {
+    util::UniqueJSON json = util::jsonObject();
+    util::addMember(json.get(), "type", util::jsonString(kDeviceType));
+    util::addMember(json.get(), "slot", util::jsonNumber(slot_));
     if (!isEmpty()) {
-        addMember(json.get(), "menu_groups", menuGroupsToJSON());
+        util::addMember(json.get(), "menu_groups", menuGroupsToJSON());
     }
     if (!params_.empty()) {
-        addMember(json.get(), "params", publishedParamsToJSON());
+        util::addMember(json.get(), "params", publishedParamsToJSON());
     }
     return json;
 }
 
-UniqueJSON ToskDevice::menuGroupsToJSON() const {
-    UniqueJSON json = jsonObject();
+util::UniqueJSON ToskDevice::menuGroupsToJSON() const {
+    util::UniqueJSON json = util::jsonObject();
     for (const ToskObject* group : children()) {
-        addMember(json.get(), group->name().c_str(), group->toJSON());
+        util::addMember(json.get(), group->name().c_str(), group->toJSON());
     }
     return json;
 }
 
-UniqueJSON ToskDevice::publishedParamsToJSON() const {
-    UniqueJSON json = jsonObject();
+util::UniqueJSON ToskDevice::publishedParamsToJSON() const {
+    util::UniqueJSON json = util::jsonObject();
     for (const auto& [key, param] : params_) {
         if (param->published()) {
             const std::string member = kParamPrefix + param->oid().toString();
-            addMember(json.get(), member.c_str(), param->toJSON());
+            util::addMember(json.get(), member.c_str(), param->toJSON());
         }
     }
     return json;
 }
 
-UniqueJSON ToskDevice::valuesToJSON() const {
-    UniqueJSON json = jsonObject();
+util::UniqueJSON ToskDevice::valuesToJSON() const {
+    util::UniqueJSON json = util::jsonObject();
     for (const auto& [key, param] : params_) {
-        addMember(json.get(), param->oid().toString().c_str(), param->valueToJSON());
+        util::addMember(json.get(), param->oid().toString().c_str(), param->valueToJSON());
     }
     return json;
 }

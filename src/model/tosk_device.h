@@ -29,10 +29,10 @@ class ToskDevice : public ToskObject {
     int fromJSON(const cJSON* item) override;
 
     // The device's descriptor: slot, menu groups and published parameters, owned by the caller.
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
 
     // A new object of all values, published or not, each under its parameter's full identifier.
-    UniqueJSON valuesToJSON() const;
+    util::UniqueJSON valuesToJSON() const;
 
     // The parameter that was stored under this text, whatever it is called since; null for none.
     ToskParam* findParam(const std::string& key) const;
@@ -56,8 +56,8 @@ class ToskDevice : public ToskObject {
     bool readHead(const cJSON* item);
     void readParams(const cJSON* params);
     void readMenuGroups(const cJSON* groups);
-    UniqueJSON menuGroupsToJSON() const;
-    UniqueJSON publishedParamsToJSON() const;
+    util::UniqueJSON menuGroupsToJSON() const;
+    util::UniqueJSON publishedParamsToJSON() const;
 
     Params params_;
     int32_t slot_ = 0;

@@ -1,19 +1,19 @@
 #include "model/tosk_menu.h"
 
-#include "model/numbers.h"
+#include "util/numbers.h"
 
 namespace {
 
 void readName(const cJSON* item, ToskObject& object) {
-    if (const char* name = jsonText(jsonMember(item, "name"))) {
+    if (const char* name = util::jsonText(util::jsonMember(item, "name"))) {
         object.setName(name);
     }
 }
 
-UniqueJSON childrenToJSON(const ToskObject& object) {
-    UniqueJSON array = jsonArray();
+util::UniqueJSON childrenToJSON(const ToskObject& object) {
+    util::UniqueJSON array = util::jsonArray();
     for (const ToskObject* child : object.children()) {
-        addElement(array.get(), child->toJSON());
+        util::addElement(array.get(), child->toJSON());
     }
     return array;
 }
@@ -25,19 +25,19 @@ int ToskMenu::fromJSON(const cJSON* item) {
         return -1;
     }
     readName(item, *this);
-    if (const cJSON* id = jsonMember(item, "id")) {
-        setId(saturatedInt32(id->valuedouble));
+    if (const cJSON* id = util::jsonMember(item, "id")) {
+        setId(util::saturatedInt32(id->valuedouble));
     }
-    if (const cJSON* unique = jsonMember(item, "unique")) {
-        setUnique(saturatedInt32(unique->valuedouble));
+    if (const cJSON* unique = util::jsonMember(item, "unique")) {
+        setUnique(util::saturatedInt32(unique->valuedouble));
     }
-    if (const cJSON* hidden = jsonMember(item, "hidden")) {
+    if (const cJSON* hidden = util::jsonMember(item, "hidden")) {
         setHidden(cJSON_IsTrue(hidden));
     }
-    if (const cJSON* disabled = jsonMember(item, "disabled")) {
+    if (const cJSON* disabled = util::jsonMember(item, "disabled")) {
         setDisabled(cJSON_IsTrue(disabled));
     }
-    readOids(jsonMember(item, "oids"));
+    readOids(util::jsonMember(item, "oids"));
     return 0;
 }
 
@@ -52,14 +52,14 @@ void ToskMenu::readOids(const cJSON* oids) {
     }
 }
 
-UniqueJSON ToskMenu::toJSON() const {
-    UniqueJSON json = jsonObject();
-    addMember(json.get(), "name", jsonString(name()));
-    addMember(json.get(), "id", jsonNumber(id()));
-    addMember(json.get(), "unique", jsonNumber(unique()));
-    addMember(json.get(), "disabled", jsonBool(disabled()));
-    addMember(json.get(), "hidden", jsonBool(hidden()));
-    addMember(json.get(), "oids", childrenToJSON(*this));
+util::UniqueJSON ToskMenu::toJSON() const {
+    util::UniqueJSON json = util::jsonObject();
+    util::addMember(json.get(), "name", util::jsonString(name()));
+    util::addMember(json.get(), "id", util::jsonNumber(id()));
+    util::addMember(json.get(), "unique", util::jsonNumber(unique()));
+    util::addMember(json.get(), "disabled", util::jsonBool(disabled()));
+    util::addMember(json.get(), "hidden", util::jsonBool(hidden()));
+    util::addMember(json.get(), "oids", childrenToJSON(*this));
     return json;
 }
 
@@ -68,11 +68,11 @@ int ToskMenuGroup::fromJSON(const cJSON* item) {
         return -1;
     }
     readName(item, *this);
-    if (const cJSON* id = jsonMember(item, "menuid")) {
-        setId(saturatedInt32(id->valuedouble));
+    if (const cJSON* id = util::jsonMember(item, "menuid")) {
+        setId(util::saturatedInt32(id->valuedouble));
     }
     const cJSON* element = nullptr;
-    cJSON_ArrayForEach(element, jsonMember(item, "menus")) {
+    cJSON_ArrayForEach(element, util::jsonMember(item, "menus")) {
         auto menu = std::make_unique<ToskMenu>();
         if (menu->fromJSON(element) == 0) {
             addChild(menu.get());
@@ -82,10 +82,10 @@ int ToskMenuGroup::fromJSON(const cJSON* item) {
     return 0;
 }
 
-UniqueJSON ToskMenuGroup::toJSON() const {
-    UniqueJSON json = jsonObject();
-    addMember(json.get(), "name", jsonString(name()));
-    addMember(json.get(), "menuid", jsonNumber(id()));
-    addMember(json.get(), "menus", childrenToJSON(*this));
+util::UniqueJSON ToskMenuGroup::toJSON() const {
+    util::UniqueJSON json = util::jsonObject();
+    util::addMember(json.get(), "name", util::jsonString(name()));
+    util::addMember(json.get(), "menuid", util::jsonNumber(id()));
+    util::addMember(json.get(), "menus", childrenToJSON(*this));
     return json;
 }

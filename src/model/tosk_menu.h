@@ -17,7 +17,7 @@ class ToskMenu : public ToskObject {
     // Reads what is there and appends the identifiers: 0, or -1 for a null item. The flags are
     // true only for the JSON literal true.
     int fromJSON(const cJSON* item) override;
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
 
   private:
     void readOids(const cJSON* oids);
@@ -35,7 +35,7 @@ class ToskMenuGroup : public ToskObject {
 
     // Reads what is there and appends the menus: 0, or -1 for a null item.
     int fromJSON(const cJSON* item) override;
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
 
   private:
     std::vector<std::unique_ptr<ToskMenu>> readMenus_;

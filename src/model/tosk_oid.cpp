@@ -39,7 +39,7 @@ std::string ToskOID::toString() const {
 }
 
 int ToskOID::fromJSON(const cJSON* item) {
-    const char* text = jsonText(item);
+    const char* text = util::jsonText(item);
     if (!text) {
         return -1;
     }
@@ -47,6 +47,6 @@ int ToskOID::fromJSON(const cJSON* item) {
     return 0;
 }
 
-UniqueJSON ToskOID::toJSON() const {
-    return jsonString(toString());
+util::UniqueJSON ToskOID::toJSON() const {
+    return util::jsonString(toString());
 }

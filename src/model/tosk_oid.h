@@ -31,7 +31,7 @@ class ToskOID : public ToskObject {
     int fromJSON(const cJSON* item) override;
 
     // The full text as a JSON string.
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
 
     // Always true: an identifier contains nothing.
     bool isEmpty() const override { return true; }

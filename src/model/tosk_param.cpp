@@ -4,21 +4,21 @@
 
 #include <algorithm>
 
-#include "model/log.h"
-#include "model/numbers.h"
-#include "model/trace.h"
+#include "util/log.h"
+#include "util/numbers.h"
+#include "util/trace.h"
 
 namespace {
 
 void readText(const cJSON* object, const char* key, std::string& text) {
-    if (const char* found = jsonText(jsonMember(object, key))) {
+    if (const char* found = util::jsonText(util::jsonMember(object, key))) {
         text = found;
     }
 }
 
 void addLength(cJSON* object, const char* key, int32_t length) {
     if (length >= 0) {
-        addMember(object, key, jsonNumber(length));
+        util::addMember(object, key, util::jsonNumber(length));
     }
 }
 
@@ -36,7 +36,7 @@ int ToskParam::fromJSON(const cJSON* item) {
 }
 
 bool ToskParam::readOid(const cJSON* item) {
-    if (const char* text = jsonText(jsonMember(item, "oid"))) {
+    if (const char* text = util::jsonText(util::jsonMember(item, "oid"))) {
         setOid(ToskOID(text, 1));
         return true;
     }
@@ -44,7 +44,7 @@ bool ToskParam::readOid(const cJSON* item) {
 }
 
 bool ToskParam::readType(const cJSON* item) {
-    const char* name = jsonText(jsonMember(item, "type"));
+    const char* name = util::jsonText(util::jsonMember(item, "type"));
     if (!name) {
         return false;
     }
@@ -54,17 +54,17 @@ bool ToskParam::readType(const cJSON* item) {
 
 void ToskParam::readDisplay(const cJSON* item) {
     readText(item, "name", name_);
-    if (const cJSON* readonly = jsonMember(item, "readonly")) {
-        readonly_ = cJSON_IsTrue(readonly) || saturatedInt32(readonly->valuedouble) != 0;
+    if (const cJSON* readonly = util::jsonMember(item, "readonly")) {
+        readonly_ = cJSON_IsTrue(readonly) || util::saturatedInt32(readonly->valuedouble) != 0;
     }
     readText(item, "widget", widget_);
-    if (const cJSON* precision = jsonMember(item, "precision")) {
-        setPrecision(saturatedInt32(precision->valuedouble));
+    if (const cJSON* precision = util::jsonMember(item, "precision")) {
+        setPrecision(util::saturatedInt32(precision->valuedouble));
     }
 }
 
 void ToskParam::readValue(const cJSON* item) {
-    const cJSON* json = jsonMember(item, "value");
+    const cJSON* json = util::jsonMember(item, "value");
     if (!json) {
         return;
     }
@@ -75,16 +75,16 @@ void ToskParam::readValue(const cJSON* item) {
 }
 
 void ToskParam::readLengths(const cJSON* item) {
-    if (const cJSON* length = jsonMember(item, "maxlength")) {
-        maxlength_ = saturatedInt32(length->valuedouble);
+    if (const cJSON* length = util::jsonMember(item, "maxlength")) {
+        maxlength_ = util::saturatedInt32(length->valuedouble);
     }
-    if (const cJSON* length = jsonMember(item, "totallength")) {
-        totallength_ = saturatedInt32(length->valuedouble);
+    if (const cJSON* length = util::jsonMember(item, "totallength")) {
+        totallength_ = util::saturatedInt32(length->valuedouble);
     }
 }
 
 void ToskParam::readConstraint(const cJSON* item) {
-    const cJSON* json = jsonMember(item, "constraint");
+    const cJSON* json = util::jsonMember(item, "constraint");
     if (!json) {
         return;
     }
@@ -94,44 +94,45 @@ void ToskParam::readConstraint(const cJSON* item) {
     }
 }
 
-UniqueJSON ToskParam::toJSON() const {
-    UniqueJSON json = jsonObject();
-    addMember(json.get(), "oid", oid().toJSON());
-    addMember(json.get(), "name", jsonString(name_));
-    addMember(json.get(), "type", jsonString(valueTypeName(type_)));
-    addMember(json.get(), "readonly", jsonBool(readonly_));
+util::UniqueJSON ToskParam::toJSON() const {
+    util::UniqueJSON json = util::jsonObject();
+    util::addMember(json.get(), "oid", oid().toJSON());
+    util::addMember(json.get(), "name", util::jsonString(name_));
+    util::addMember(json.get(), "type", util::jsonString(valueTypeName(type_)));
+    util::addMember(json.get(), "readonly", util::jsonBool(readonly_));
     if (!widget_.empty()) {
-        addMember(json.get(), "widget", jsonString(widget_));
+        util::addMember(json.get(), "widget", util::jsonString(widget_));
     }
     addLength(json.get(), "precision", precision_);
     if (constraint_) {
-        addMember(json.get(), "constraint", constraint_->toJSON());
+        util::addMember(json.get(), "constraint", constraint_->toJSON());
     }
     addLength(json.get(), "maxlength", maxlength_);
     addLength(json.get(), "totallength", totallength_);
     if (value_) {
-        addMember(json.get(), "value", valueToJSON());
+        util::addMember(json.get(), "value", valueToJSON());
     }
     return json;
 }
 
 int ToskParam::setValueFromJSON(const cJSON* item) {
-    logMessage(LOG_DEBUG, "ToskParam::setValueFromJSON");
+    util::logMessage(LOG_DEBUG, "ToskParam::setValueFromJSON");
     if (!item) {
         return -1;
     }
     if (!value_) {
-        logMessage(LOG_DEBUG, "ToskParam::setValueFromJSON - value == NULL");
+        util::logMessage(LOG_DEBUG, "ToskParam::setValueFromJSON - value == NULL");
     }
     ToskValue* value = valueOnDemand();
     if (!value) {
-        trace("ToskParam::setValueFromJSON invalid value: %s\n", renderJSON(item, true).c_str());
+        util::trace("ToskParam::setValueFromJSON invalid value: %s\n",
+                    util::renderJSON(item, true).c_str());
         return -1;
     }
     if (const int failure = value->fromJSON(item)) {
         return failure;
     }
-    logMessage(LOG_DEBUG, "ToskParam::setValueFromJSON - fire value changed");
+    util::logMessage(LOG_DEBUG, "ToskParam::setValueFromJSON - fire value changed");
     notify();
     return 0;
 }
@@ -155,9 +156,9 @@ bool ToskParam::setValueFrom(const ToskValue* other) {
     return report;
 }
 
-UniqueJSON ToskParam::valueToJSON() const {
-    UniqueJSON json = value_ ? value_->toJSON() : nullptr;
-    return json ? std::move(json) : jsonNull();
+util::UniqueJSON ToskParam::valueToJSON() const {
+    util::UniqueJSON json = value_ ? value_->toJSON() : nullptr;
+    return json ? std::move(json) : util::jsonNull();
 }
 
 std::string ToskParam::valueToString() const {

@@ -6,10 +6,10 @@
 
 #include <cjson/cJSON.h>
 
-#include "model/json.h"
 #include "model/shared_oid.h"
 #include "model/tosk_constraint.h"
 #include "model/tosk_value.h"
+#include "util/json.h"
 
 class ToskParam;
 
@@ -42,7 +42,7 @@ class ToskParam {
     virtual int fromJSON(const cJSON* item);
 
     // The parameter's whole JSON, as descriptors and the state file carry it; owned by the caller.
-    virtual UniqueJSON toJSON() const;
+    virtual util::UniqueJSON toJSON() const;
 
     // The path of set requests: 0 and the listener is told, whether the value differs or not; -1
     // without a word to it when the item is null or refused, or the type has no value class.
@@ -56,7 +56,7 @@ class ToskParam {
     bool setValueFrom(const ToskValue* other);
 
     // A new item of the value, owned by the caller; JSON null when no value is held.
-    UniqueJSON valueToJSON() const;
+    util::UniqueJSON valueToJSON() const;
 
     // The value as text; empty when no value is held.
     std::string valueToString() const;

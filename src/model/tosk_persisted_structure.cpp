@@ -5,7 +5,7 @@ const char* ToskPersistedStructure::getName() const {
 }
 
 int ToskPersistedStructure::fromJSON(const cJSON* item) {
-    const cJSON* devices = jsonMember(item, "devices");
+    const cJSON* devices = util::jsonMember(item, "devices");
     if (!devices) {
         return -1;
     }
@@ -22,12 +22,12 @@ int ToskPersistedStructure::fromJSON(const cJSON* item) {
     return 0;
 }
 
-UniqueJSON ToskPersistedStructure::toJSON() const {
-    UniqueJSON json = jsonObject();
-    UniqueJSON devices = jsonArray();
+util::UniqueJSON ToskPersistedStructure::toJSON() const {
+    util::UniqueJSON json = util::jsonObject();
+    util::UniqueJSON devices = util::jsonArray();
     for (const ToskDevice* device : devices_) {
-        addElement(devices.get(), device->toJSON());
+        util::addElement(devices.get(), device->toJSON());
     }
-    addMember(json.get(), "devices", std::move(devices));
+    util::addMember(json.get(), "devices", std::move(devices));
     return json;
 }

@@ -20,7 +20,7 @@ class ToskPersistedStructure : public AbstractJSONTopLevelContainer {
     int fromJSON(const cJSON* item) override;
 
     // { "devices": [ … ] }, owned by the caller.
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
 
     // Appends `device`, which must outlive its place in the list.
     void addDevice(ToskDevice* device) { devices_.push_back(device); }

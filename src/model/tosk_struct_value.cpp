@@ -1,14 +1,14 @@
 #include "model/tosk_struct_value.h"
 
 #include "model/struct_size.h"
-#include "model/trace.h"
+#include "util/trace.h"
 
 namespace {
 
 // A member that comes without any identifier bears its key's name, also the empty one.
 bool readNamed(ToskParam& param, const cJSON* json, const std::string& name) {
     constexpr const char* kStandIn = "_";
-    const bool nameless = name.empty() && !jsonText(jsonMember(json, "oid"));
+    const bool nameless = name.empty() && !util::jsonText(util::jsonMember(json, "oid"));
     param.setOid(ToskOID::fromParts({}, nameless ? kStandIn : name));
     const bool read = param.fromJSON(json) == 0;
     if (nameless) {
@@ -17,8 +17,8 @@ bool readNamed(ToskParam& param, const cJSON* json, const std::string& name) {
     return read;
 }
 
-UniqueJSON memberToJSON(const ToskParam& param) {
-    UniqueJSON json = param.toJSON();
+util::UniqueJSON memberToJSON(const ToskParam& param) {
+    util::UniqueJSON json = param.toJSON();
     cJSON_DeleteItemFromObjectCaseSensitive(json.get(), "oid");
     return json;
 }
@@ -60,7 +60,7 @@ bool ToskStructValue::fits(const Places& places, const cJSON* item) const {
             size += sizeOfMember(member, name);
         } else {
             const StructSize old = sizeOfValue(params_[held->second].value().get());
-            size += sizeOfValue(jsonMember(member, "value")).over(old);
+            size += sizeOfValue(util::jsonMember(member, "value")).over(old);
         }
     }
     return !size.tooLarge();
@@ -88,11 +88,11 @@ void ToskStructValue::readMember(Places& places, const cJSON* json, const std::s
     }
 }
 
-UniqueJSON ToskStructValue::toJSON() const {
-    UniqueJSON json = jsonObject();
+util::UniqueJSON ToskStructValue::toJSON() const {
+    util::UniqueJSON json = util::jsonObject();
     for (const ToskParam& param : params_) {
         const std::string key = std::string(kMemberPrefix) + param.oid().leaf();
-        addMember(json.get(), key.c_str(), memberToJSON(param));
+        util::addMember(json.get(), key.c_str(), memberToJSON(param));
     }
     return json;
 }
@@ -106,7 +106,7 @@ bool ToskStructValue::updateFrom(const ToskParam&, const ToskValue* other) {
     std::vector<ToskParam> members = source->params_;
     params_.swap(members);
     for (const ToskParam& param : params_) {
-        trace("update, sub_param oid=%s\n", param.oid().leaf().c_str());
+        util::trace("update, sub_param oid=%s\n", param.oid().leaf().c_str());
     }
     return true;
 }

@@ -25,7 +25,7 @@ class ToskStructValue : public ToskValue {
     int fromJSON(const cJSON* item) override;
 
     // An object of the members, each under "_d_" and its leaf, without its identifier.
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
 
     // Replaces all members by copies of the other's, prints a trace line for each on standard
     // output, and reports a change whatever they hold.

@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "model/numbers.h"
 #include "model/tosk_param.h"
 #include "model/tosk_struct_value.h"
-#include "model/trace.h"
+#include "util/numbers.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ const Kind* sameKind(const Kind& held, const ToskValue* other) {
 // The number as a count of the smallest steps that `precision` decimals show.
 int64_t displaySteps(double number, int32_t precision) {
     const double scale = static_cast<double>(static_cast<uint64_t>(std::pow(10.0, precision)));
-    return saturatedInt64(std::round(number * scale));
+    return util::saturatedInt64(std::round(number * scale));
 }
 
 bool looksTheSame(double held, double next, int32_t precision) {
@@ -35,7 +35,7 @@ int ToskValue::fromJSON(const cJSON*) {
     return 0;
 }
 
-UniqueJSON ToskValue::toJSON() const {
+util::UniqueJSON ToskValue::toJSON() const {
     return nullptr;
 }
 
@@ -60,12 +60,12 @@ int ToskIntegerValue::fromJSON(const cJSON* item) {
         return -1;
     }
     // The item's integer member stops at 31 bits, where addresses go on.
-    set(saturatedInt64(item->valuedouble));
+    set(util::saturatedInt64(item->valuedouble));
     return 0;
 }
 
-UniqueJSON ToskIntegerValue::toJSON() const {
-    return jsonNumber(static_cast<double>(value()));
+util::UniqueJSON ToskIntegerValue::toJSON() const {
+    return util::jsonNumber(static_cast<double>(value()));
 }
 
 bool ToskIntegerValue::isCompatible(const ToskValue& other) const {
@@ -104,8 +104,8 @@ int ToskFloatValue::fromJSON(const cJSON* item) {
     return 0;
 }
 
-UniqueJSON ToskFloatValue::toJSON() const {
-    return jsonNumber(value());
+util::UniqueJSON ToskFloatValue::toJSON() const {
+    return util::jsonNumber(value());
 }
 
 bool ToskFloatValue::updateFrom(const ToskParam& owner, const ToskValue* other) {
@@ -127,7 +127,7 @@ void ToskFloatValue::set(double value) {
 }
 
 int ToskStringValue::fromJSON(const cJSON* item) {
-    const char* text = jsonText(item);
+    const char* text = util::jsonText(item);
     if (!text || strnlen(text, kLongest + 1) > kLongest) {
         return -1;
     }
@@ -138,8 +138,8 @@ int ToskStringValue::fromJSON(const cJSON* item) {
     return 0;
 }
 
-UniqueJSON ToskStringValue::toJSON() const {
-    return jsonString(text_);
+util::UniqueJSON ToskStringValue::toJSON() const {
+    return util::jsonString(text_);
 }
 
 bool ToskStringValue::updateFrom(const ToskParam&, const ToskValue* other) {
@@ -163,7 +163,7 @@ std::unique_ptr<ToskValue> createValue(int32_t typeCode) {
         case kTypeStruct:
             return std::make_unique<ToskStructValue>();
         default:
-            trace("InvalidToskParamType: %d\n", typeCode);
+            util::trace("InvalidToskParamType: %d\n", typeCode);
             return nullptr;
     }
 }

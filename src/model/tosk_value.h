@@ -7,9 +7,9 @@
 
 #include <cjson/cJSON.h>
 
-#include "model/json.h"
-#include "model/relaxed.h"
 #include "model/tosk_type_names.h"
+#include "util/json.h"
+#include "util/relaxed.h"
 
 class ToskParam;
 
@@ -27,7 +27,7 @@ class ToskValue {
     virtual int fromJSON(const cJSON* item);
 
     // A new item of the value, owned by the caller; null when a kind has no JSON form.
-    virtual UniqueJSON toJSON() const;
+    virtual util::UniqueJSON toJSON() const;
 
     // Whether updateFrom would look at `other` at all.
     virtual bool isCompatible(const ToskValue& other) const;
@@ -52,7 +52,7 @@ class ToskValue {
 
   private:
     int32_t type_;
-    Relaxed<bool> changed_;
+    util::Relaxed<bool> changed_;
 };
 
 // A whole number of 64 bits, for INT16 and INT32 alike.
@@ -63,7 +63,7 @@ class ToskIntegerValue : public ToskValue {
     std::string toString() const override;
     // Any item reads as its number, cut toward zero: what is no number is 0.
     int fromJSON(const cJSON* item) override;
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
     bool isCompatible(const ToskValue& other) const override;
     bool updateFrom(const ToskParam& owner, const ToskValue* other) override;
     virtual int valueClass() const { return 1; }
@@ -73,7 +73,7 @@ class ToskIntegerValue : public ToskValue {
     void set(int64_t value);
 
   private:
-    Relaxed<int64_t> value_;
+    util::Relaxed<int64_t> value_;
 };
 
 // A reading. Changes below the owner's precision are stored but not reported by updateFrom.
@@ -85,7 +85,7 @@ class ToskFloatValue : public ToskValue {
     std::string toString() const override;
     // Any item reads as its number: what is no number is 0.
     int fromJSON(const cJSON* item) override;
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
     bool updateFrom(const ToskParam& owner, const ToskValue* other) override;
     virtual int valueClass() const { return 1; }
 
@@ -94,7 +94,7 @@ class ToskFloatValue : public ToskValue {
     void set(double value);
 
   private:
-    Relaxed<double> value_;
+    util::Relaxed<double> value_;
 };
 
 // A text. Refuses every item that is no JSON string, and one of more than 1 MiB.
@@ -107,7 +107,7 @@ class ToskStringValue : public ToskValue {
 
     std::string toString() const override { return text_; }
     int fromJSON(const cJSON* item) override;
-    UniqueJSON toJSON() const override;
+    util::UniqueJSON toJSON() const override;
     bool updateFrom(const ToskParam& owner, const ToskValue* other) override;
     virtual int valueClass() const { return 2; }
 

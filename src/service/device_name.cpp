@@ -4,25 +4,25 @@
 
 #include <algorithm>
 
-#include "model/file_replacement.h"
-#include "model/files.h"
-#include "model/log.h"
-#include "model/text.h"
 #include "service/paths.h"
 #include "systemstate/machine.h"
+#include "util/file_replacement.h"
+#include "util/files.h"
+#include "util/log.h"
+#include "util/text.h"
 
 namespace {
 
 // As text without colons, the form in which ports are labelled.
 std::string macAddress(const Machine& machine) {
-    std::string mac = readFirstLine(machine.path(kMacAddressFile));
+    std::string mac = util::readFirstLine(machine.path(kMacAddressFile));
     mac.erase(std::remove(mac.begin(), mac.end(), ':'), mac.end());
     return mac;
 }
 
 std::string readDeviceLabel(const Machine& machine) {
-    const std::string text = readWholeFile(machine.path(kDeviceLabelsFile));
-    const UniqueJSON labels = parseJSON(text.data(), text.size());
+    const std::string text = util::readWholeFile(machine.path(kDeviceLabelsFile));
+    const util::UniqueJSON labels = util::parseJSON(text.data(), text.size());
     return findDeviceLabel(labels.get(), macAddress(machine));
 }
 
@@ -31,8 +31,8 @@ std::string readDeviceLabel(const Machine& machine) {
 std::string findDeviceLabel(const cJSON* labels, const std::string& mac) {
     const cJSON* child = nullptr;
     cJSON_ArrayForEach(child, labels) {
-        const char* const port = jsonText(jsonMember(child, "port"));
-        const char* const label = jsonText(jsonMember(child, "label"));
+        const char* const port = util::jsonText(util::jsonMember(child, "port"));
+        const char* const label = util::jsonText(util::jsonMember(child, "label"));
         if (port && label && *label && std::string_view(port).find(mac) != std::string_view::npos) {
             return label;
         }
@@ -43,15 +43,15 @@ std::string findDeviceLabel(const cJSON* labels, const std::string& mac) {
 std::string synchroniseDeviceName(const Machine& machine) {
     std::string label = readDeviceLabel(machine);
     const std::string path = machine.path(kDeviceNameFile);
-    const std::string held = readFirstLine(path);
+    const std::string held = util::readFirstLine(path);
     if (label.empty() || label == held) {
         return label;
     }
-    if (replaceFile(path, label) == WriteFailure::none) {
-        logMessage(LOG_INFO, "*DEBUG* Update UI Device Name: old[%s] new[%s]\n",
-                   shownPayload(held).c_str(), shownPayload(label).c_str());
+    if (util::replaceFile(path, label) == util::WriteFailure::none) {
+        util::logMessage(LOG_INFO, "*DEBUG* Update UI Device Name: old[%s] new[%s]\n",
+                         util::shownPayload(held).c_str(), util::shownPayload(label).c_str());
     } else {
-        logMessage(LOG_ERR, "Error writing %s - %m\n", path.c_str());
+        util::logMessage(LOG_ERR, "Error writing %s - %m\n", path.c_str());
     }
     return label;
 }

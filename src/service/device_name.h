@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "model/json.h"
+#include "util/json.h"
 
 class Machine;
 

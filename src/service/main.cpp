@@ -10,15 +10,15 @@
 #include <exception>
 #include <optional>
 
-#include "model/log.h"
-#include "model/memory.h"
-#include "model/trace.h"
 #include "service/device_name.h"
 #include "service/options.h"
 #include "service/pallwatch_service.h"
 #include "service/paths.h"
 #include "systemstate/machine.h"
 #include "systemstate/system_state.h"
+#include "util/log.h"
+#include "util/memory.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ void runService(const Options& options) {
                                                                 : std::string());
     systemState.buildCatalogue();
     machine.limitRuns(std::nullopt);
-    returnFreeMemory();
+    util::returnFreeMemory();
 
     pallwatch::PallwatchService service(&systemState, machine, options.prefix);
     if (options.brio) {
@@ -93,16 +93,16 @@ int main(int argc, char* argv[]) {
     if (parsed.exitStatus) {
         return *parsed.exitStatus;
     }
-    keepMemorySmall();
-    openLog("Pallwatch", LOG_LOCAL2);
+    util::keepMemorySmall();
+    util::openLog("Pallwatch", LOG_LOCAL2);
     surviveSignals(parsed.options.detached);
     int status = EXIT_SUCCESS;
     try {
         runService(parsed.options);
     } catch (const std::exception& error) {
-        traceError("%s", error.what());
+        util::traceError("%s", error.what());
         status = EXIT_FAILURE;
     }
-    flushLog();
+    util::flushLog();
     return status;
 }

@@ -9,7 +9,7 @@ namespace {
 
 // What is no text, or longer than a parameter takes, changes nothing.
 void readText(const cJSON* item, std::string& text) {
-    const char* const found = jsonText(item);
+    const char* const found = util::jsonText(item);
     if (found && strnlen(found, ToskStringValue::kLongest + 1) <= ToskStringValue::kLongest) {
         text = found;
     }
@@ -17,32 +17,32 @@ void readText(const cJSON* item, std::string& text) {
 
 ControllerDetails controllerFromJSON(const cJSON* item) {
     ControllerDetails details;
-    readText(jsonMember(item, "ipAddress"), details.ipAddress);
-    details.present = cJSON_IsTrue(jsonMember(item, "present")) != 0;
-    details.active = cJSON_IsTrue(jsonMember(item, "active")) != 0;
-    readText(jsonMember(item, "version"), details.version);
+    readText(util::jsonMember(item, "ipAddress"), details.ipAddress);
+    details.present = cJSON_IsTrue(util::jsonMember(item, "present")) != 0;
+    details.active = cJSON_IsTrue(util::jsonMember(item, "active")) != 0;
+    readText(util::jsonMember(item, "version"), details.version);
     return details;
 }
 
-UniqueJSON controllerToJSON(const ControllerDetails& details) {
-    UniqueJSON item = jsonObject();
-    addMember(item.get(), "ipAddress", jsonString(details.ipAddress));
-    addMember(item.get(), "present", jsonBool(details.present));
-    addMember(item.get(), "active", jsonBool(details.active));
-    addMember(item.get(), "version", jsonString(details.version));
+util::UniqueJSON controllerToJSON(const ControllerDetails& details) {
+    util::UniqueJSON item = util::jsonObject();
+    util::addMember(item.get(), "ipAddress", util::jsonString(details.ipAddress));
+    util::addMember(item.get(), "present", util::jsonBool(details.present));
+    util::addMember(item.get(), "active", util::jsonBool(details.active));
+    util::addMember(item.get(), "version", util::jsonString(details.version));
     return item;
 }
 
 }  // namespace
 
 MasterSystemDetails masterDetailsFromJSON(const cJSON* item) {
-    return {controllerFromJSON(jsonMember(item, "primary")),
-            controllerFromJSON(jsonMember(item, "secondary"))};
+    return {controllerFromJSON(util::jsonMember(item, "primary")),
+            controllerFromJSON(util::jsonMember(item, "secondary"))};
 }
 
-UniqueJSON masterDetailsToJSON(const MasterSystemDetails& details) {
-    UniqueJSON item = jsonObject();
-    addMember(item.get(), "primary", controllerToJSON(details.primary));
-    addMember(item.get(), "secondary", controllerToJSON(details.secondary));
+util::UniqueJSON masterDetailsToJSON(const MasterSystemDetails& details) {
+    util::UniqueJSON item = util::jsonObject();
+    util::addMember(item.get(), "primary", controllerToJSON(details.primary));
+    util::addMember(item.get(), "secondary", controllerToJSON(details.secondary));
     return item;
 }

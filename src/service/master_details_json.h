@@ -1,7 +1,7 @@
 #pragma once
 
-#include "model/json.h"
 #include "systemstate/controller_details.h"
+#include "util/json.h"
 
 // The bus's picture of the redundant controller pair, as it travels under "kelMasterSystemDetails":
 // {"primary": {"ipAddress", "present", "active", "version"}, "secondary": {the same four}}.
@@ -11,4 +11,4 @@
 MasterSystemDetails masterDetailsFromJSON(const cJSON* item);
 
 // Writes a pair, members in the order above.
-UniqueJSON masterDetailsToJSON(const MasterSystemDetails& details);
+util::UniqueJSON masterDetailsToJSON(const MasterSystemDetails& details);

@@ -11,12 +11,12 @@
 #include <asio/post.hpp>
 
 #include "bus/messages.h"
-#include "model/line_limit.h"
-#include "model/log.h"
 #include "model/tosk_param.h"
-#include "model/trace.h"
 #include "systemstate/machine.h"
 #include "systemstate/system_state.h"
+#include "util/line_limit.h"
+#include "util/log.h"
+#include "util/trace.h"
 
 namespace pallwatch {
 
@@ -52,7 +52,7 @@ PallwatchService::~PallwatchService() {
 
 // Whatever ends the loop, the poll thread is gone before anything it uses.
 void PallwatchService::run() {
-    logMessage(LOG_INFO, "Kel Master Service initialization begins.");
+    util::logMessage(LOG_INFO, "Kel Master Service initialization begins.");
     createClient();
     subscribeAll();
     client_->connectToTarnInternal();
@@ -82,7 +82,7 @@ void PallwatchService::runLoop() {
         try {
             io_.run();
         } catch (const std::bad_alloc&) {
-            logMessage(LOG_CRIT, "Memory error in the event loop, connecting anew\n");
+            util::logMessage(LOG_CRIT, "Memory error in the event loop, connecting anew\n");
             client_->transport().close("no memory");
         }
     }
@@ -102,12 +102,13 @@ void PallwatchService::subscribeAll() {
     if (!prefix_.empty()) {
         const std::string path = prefix_ + "." + kSystemObject;
         client_->subscribe(path);
-        trace("%s added subscription to: %s\n", "run", path.c_str());
+        util::trace("%s added subscription to: %s\n", "run", path.c_str());
     }
 }
 
 void PallwatchService::handleSignal(const std::error_code& error, int number) {
-    trace("Pallwatch caught signal:%d (ec: %s) - Stopping.\n", number, error.message().c_str());
+    util::trace("Pallwatch caught signal:%d (ec: %s) - Stopping.\n", number,
+                error.message().c_str());
     io_.stop();
 }
 
@@ -127,13 +128,13 @@ void PallwatchService::handleConnectionState(lumo::ConnectionState state) {
 }
 
 void PallwatchService::pollOnce() {
-    tellHeldBackLines();
-    flushLog();
+    util::tellHeldBackLines();
+    util::flushLog();
     const auto batch = client_->gather();
     try {
         systemState_->poll();
     } catch (const std::bad_alloc&) {
-        logMessage(LOG_CRIT, "Memory error polling, tick skipped\n");
+        util::logMessage(LOG_CRIT, "Memory error polling, tick skipped\n");
     } catch (...) {
         // Ends the process in order, as on the main thread.
         asio::post(io_, [error = std::current_exception()] { std::rethrow_exception(error); });
@@ -195,7 +196,7 @@ void PallwatchService::goOnWithSet() {
     try {
         workOnSet();
     } catch (const std::bad_alloc&) {
-        logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
+        util::logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
         client_->resume();
     }
 }

@@ -6,15 +6,15 @@
 #include <utility>
 
 #include "bus/messages.h"
-#include "model/line_limit.h"
-#include "model/log.h"
-#include "model/text.h"
 #include "model/tosk_param.h"
 #include "model/tosk_value.h"
 #include "service/master_details_json.h"
 #include "service/paths.h"
 #include "systemstate/machine.h"
 #include "systemstate/system_state.h"
+#include "util/line_limit.h"
+#include "util/log.h"
+#include "util/text.h"
 
 namespace pallwatch {
 
@@ -34,30 +34,31 @@ void RedundantControllers::requestDetails() const {
 }
 
 void RedundantControllers::handleSystemRsp(const TarnInternalMessage& message) const {
-    const cJSON* const param = jsonMember(message.data(), "param");
+    const cJSON* const param = util::jsonMember(message.data(), "param");
     if (!param) {
         return;
     }
-    logLimited("PallwatchService::handleSystemRsp", LOG_DEBUG,
-               "PallwatchService::handleSystemRsp - got paramObj");
-    const cJSON* const item = jsonMember(param, kDetailsKey);
+    util::logLimited("PallwatchService::handleSystemRsp", LOG_DEBUG,
+                     "PallwatchService::handleSystemRsp - got paramObj");
+    const cJSON* const item = util::jsonMember(param, kDetailsKey);
     if (!cJSON_IsObject(item)) {
         return;
     }
     const MasterSystemDetails details = masterDetailsFromJSON(item);
-    logLimited("kelMasterSystemDetails", LOG_DEBUG,
-               "PallwatchService::handleSystemRsp - recvd kelMasterSystemDetails : %s",
-               shownPayload(renderJSON(masterDetailsToJSON(details).get(), false)).c_str());
+    util::logLimited(
+        "kelMasterSystemDetails", LOG_DEBUG,
+        "PallwatchService::handleSystemRsp - recvd kelMasterSystemDetails : %s",
+        util::shownPayload(util::renderJSON(masterDetailsToJSON(details).get(), false)).c_str());
     systemState_.updateRedundancy(details.primary, details.secondary);
 }
 
 void RedundantControllers::handleSet(const cJSON* param) const {
-    const char* const masterState = jsonText(jsonMember(param, "kelMasterState"));
+    const char* const masterState = util::jsonText(util::jsonMember(param, "kelMasterState"));
     if (masterState && std::string_view(masterState) == "active") {
         becomeActiveMaster();
     }
     // The key's spelling is what the senders write.
-    if (cJSON_IsTrue(jsonMember(param, "keliIpAdressChanged"))) {
+    if (cJSON_IsTrue(util::jsonMember(param, "keliIpAdressChanged"))) {
         followRemoteAddress();
     }
 }
@@ -80,19 +81,19 @@ void RedundantControllers::announceUnderPrefix(const char* key) const {
 }
 
 void RedundantControllers::followRemoteAddress() const {
-    logMessage(
+    util::logMessage(
         LOG_INFO,
         "keliIpAdressChanged message received. Restarting processes with updated Keli IP.\n");
     if (strcasecmp(systemState_.productName().c_str(), "Tessara-5ru") != 0) {
         return;
     }
     if (!machine_.stats(kKeliControlModeFile) || !machine_.stats(kRemoteControlModeFile)) {
-        logMessage(LOG_ERR,
-                   "Received keliIpAdressChanged when not in KELI Control mode. Ignoring.");
+        util::logMessage(LOG_ERR,
+                         "Received keliIpAdressChanged when not in KELI Control mode. Ignoring.");
         return;
     }
     if (machine_.run(kKeliIpChangedScript) != 0) {
-        logMessage(LOG_ERR, "Error restarting Tessara modules with new KELI IP - %m");
+        util::logMessage(LOG_ERR, "Error restarting Tessara modules with new KELI IP - %m");
     }
 }
 
@@ -100,14 +101,14 @@ void RedundantControllers::announceActiveController(const ToskParam& param) cons
     if (param.oid().leaf() != "activeKeli") {
         return;
     }
-    logMessage(LOG_DEBUG, "currentSystemState  activeKeli change detected");
+    util::logMessage(LOG_DEBUG, "currentSystemState  activeKeli change detected");
     const auto* const value = dynamic_cast<const ToskIntegerValue*>(param.value().get());
     if (!value) {
         return;
     }
-    UniqueJSON active = jsonObject();
-    addMember(active.get(), "kelActiveMaster",
-              jsonString(value->value() == 0 ? "primary" : "secondary"));
+    util::UniqueJSON active = util::jsonObject();
+    util::addMember(active.get(), "kelActiveMaster",
+                    util::jsonString(value->value() == 0 ? "primary" : "secondary"));
     send_(SETMessage(kSystemObject, std::move(active)));
 }
 

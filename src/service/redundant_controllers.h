@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "model/json.h"
+#include "util/json.h"
 
 class Machine;
 class SystemState;

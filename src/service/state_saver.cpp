@@ -5,8 +5,8 @@
 #include <chrono>
 #include <utility>
 
-#include "model/log.h"
 #include "systemstate/system_state.h"
+#include "util/log.h"
 
 namespace pallwatch {
 
@@ -29,10 +29,10 @@ void StateSaver::save() {
 void StateSaver::followUp() {
     const bool failed = !systemState_.saved();
     if (failed && !failing_) {
-        logMessage(LOG_ERR, "%s cannot be saved, trying again every second\n",
-                   systemState_.path().c_str());
+        util::logMessage(LOG_ERR, "%s cannot be saved, trying again every second\n",
+                         systemState_.path().c_str());
     } else if (!failed && failing_) {
-        logMessage(LOG_INFO, "%s is saved again\n", systemState_.path().c_str());
+        util::logMessage(LOG_INFO, "%s is saved again\n", systemState_.path().c_str());
     }
     failing_ = failed;
     if (!failed) {
@@ -44,8 +44,8 @@ void StateSaver::followUp() {
 
 void StateSaver::finish() {
     if (failing_ && !systemState_.retrySave()) {
-        logMessage(LOG_CRIT, "%s lacks settings that could not be saved\n",
-                   systemState_.path().c_str());
+        util::logMessage(LOG_CRIT, "%s lacks settings that could not be saved\n",
+                         systemState_.path().c_str());
     }
 }
 

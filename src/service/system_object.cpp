@@ -8,12 +8,12 @@
 #include <utility>
 
 #include "bus/messages.h"
-#include "model/log.h"
-#include "model/text.h"
 #include "model/tosk_device.h"
 #include "model/tosk_param.h"
 #include "service/state_saver.h"
 #include "systemstate/system_state.h"
+#include "util/log.h"
+#include "util/text.h"
 
 namespace pallwatch {
 
@@ -30,15 +30,16 @@ std::string keyOf(const std::string& prefix, const char* leaf) {
     return prefix + "." + leaf;
 }
 
-UniqueJSON singleMember(const char* key, UniqueJSON value) {
-    UniqueJSON object = jsonObject();
-    addMember(object.get(), key, std::move(value));
+util::UniqueJSON singleMember(const char* key, util::UniqueJSON value) {
+    util::UniqueJSON object = util::jsonObject();
+    util::addMember(object.get(), key, std::move(value));
     return object;
 }
 
 // The names that a GET lists under `kind`, null when it lists none.
 const cJSON* requestedNames(const TarnInternalMessage& request, const char* kind) {
-    const cJSON* const names = jsonMember(jsonMember(request.data(), kind), "objectName");
+    const cJSON* const names =
+        util::jsonMember(util::jsonMember(request.data(), kind), "objectName");
     return cJSON_IsArray(names) ? names : nullptr;
 }
 
@@ -49,7 +50,7 @@ void forEachName(const cJSON* names, Use use) {
     std::unordered_set<std::string_view> seen;
     const cJSON* item = nullptr;
     cJSON_ArrayForEach(item, names) {
-        const char* const name = jsonText(item);
+        const char* const name = util::jsonText(item);
         if (name && seen.insert(name).second) {
             use(name);
         }
@@ -96,7 +97,7 @@ bool SystemObject::sendValues(const TarnInternalMessage& request, const cJSON* n
 
 bool SystemObject::sendDescriptors(const TarnInternalMessage& request, const cJSON* names,
                                    bool found) const {
-    UniqueJSON result = jsonObject();
+    util::UniqueJSON result = util::jsonObject();
     forEachName(names, [&](const char* name) {
         found = addDescriptor(result.get(), request, name) || found;
     });
@@ -114,13 +115,13 @@ bool SystemObject::addDescriptor(cJSON* result, const TarnInternalMessage& reque
         return false;
     }
     param->setOid(ToskOID::fromParts(objectName, name));
-    addMember(result, ("d_" + param->oid().toString()).c_str(), param->toJSON());
+    util::addMember(result, ("d_" + param->oid().toString()).c_str(), param->toJSON());
     return true;
 }
 
 void SystemObject::beginSet(TarnInternalMessage request) {
     set_.reset();
-    const cJSON* const param = jsonMember(request.data(), "param");
+    const cJSON* const param = util::jsonMember(request.data(), "param");
     if (!cJSON_IsObject(param)) {
         return;
     }
@@ -175,8 +176,8 @@ void SystemObject::setMember(const SetUnderWay& set, const cJSON* member) {
     if (param->published()) {
         saver_.noteChange();
     }
-    logMessage(LOG_INFO, "System param Set: %s = %s\n", key.c_str(),
-               shownPayload(param->valueToString()).c_str());
+    util::logMessage(LOG_INFO, "System param Set: %s = %s\n", key.c_str(),
+                     util::shownPayload(param->valueToString()).c_str());
     send_(RSPMessage(set.request, kOk));
 }
 
@@ -189,7 +190,7 @@ int SystemObject::setValue(ToskParam& param, const cJSON* value) {
 
 // The value is not looked at: a false also activates.
 void SystemObject::setActive(const SetUnderWay& set) {
-    if (!cJSON_IsBool(jsonMember(jsonMember(set.param, "systemState"), "active"))) {
+    if (!cJSON_IsBool(util::jsonMember(util::jsonMember(set.param, "systemState"), "active"))) {
         return;
     }
     if (!systemState_.active()) {
@@ -200,8 +201,9 @@ void SystemObject::setActive(const SetUnderWay& set) {
 }
 
 void SystemObject::announceChange(const ToskParam& param) const {
-    logMessage(LOG_DEBUG, "currentSystemState.setParamChanged_cb: param:%s, val:%s",
-               param.oid().toString().c_str(), shownPayload(param.valueToString()).c_str());
+    util::logMessage(LOG_DEBUG, "currentSystemState.setParamChanged_cb: param:%s, val:%s",
+                     param.oid().toString().c_str(),
+                     util::shownPayload(param.valueToString()).c_str());
     const std::string& objectName = param.oid().prefix();
     send_(NOTMessage(objectName, param.oid().leaf(), param.valueToJSON()));
     if (!prefix_.empty()) {

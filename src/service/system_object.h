@@ -5,8 +5,8 @@
 #include <string>
 
 #include "bus/tarn_internal_message.h"
-#include "model/json.h"
 #include "service/redundant_controllers.h"
+#include "util/json.h"
 
 class SystemState;
 class ToskParam;

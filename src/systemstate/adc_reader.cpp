@@ -3,21 +3,21 @@
 #include <optional>
 #include <string>
 
-#include "model/log.h"
-#include "model/trace.h"
 #include "systemstate/machine.h"
 #include "systemstate/places.h"
+#include "util/log.h"
+#include "util/trace.h"
 
 AdcReader::AdcReader(const Machine& machine) : machine_(machine) {}
 
 void AdcReader::read(BatterySource source) {
     const std::optional<std::string> dump = machine_.readFile(kXadcFile);
     if (!dump) {
-        traceError("open xadc: %m\n");
+        util::traceError("open xadc: %m\n");
         return;
     }
     if (dump->size() < kXadcDumpSize) {
-        traceError("xadc read too small\n");
+        util::traceError("xadc read too small\n");
         return;
     }
     const std::optional<XadcReadings> readings = decodeXadcDump(*dump, source);
@@ -32,7 +32,8 @@ void AdcReader::read(BatterySource source) {
 
 void AdcReader::reportGarbled() {
     if (!garbledReported_) {
-        logMessage(LOG_ERR, "%s holds no register dump, readings stay as they are\n", kXadcFile);
+        util::logMessage(LOG_ERR, "%s holds no register dump, readings stay as they are\n",
+                         kXadcFile);
         garbledReported_ = true;
     }
 }

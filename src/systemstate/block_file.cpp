@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "model/numbers.h"
 #include "systemstate/lines.h"
+#include "util/numbers.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ std::int32_t blockInteger(const Block& block, std::string_view key,
                           std::vector<UnreadInteger>& unread) {
     std::string text = blockText(block, key);
     std::int32_t number = 0;
-    if (parseLong(text, number, 10)) {
+    if (util::parseLong(text, number, 10)) {
         return number;
     }
     unread.push_back({std::string(key), std::move(text)});

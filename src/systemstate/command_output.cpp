@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <string_view>
 
-#include "model/trace.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -47,7 +47,7 @@ void CommandOutput::read() {
             return;
         }
         if (count < 0) {
-            trace("fread error %d\n", static_cast<int>(count));
+            util::trace("fread error %d\n", static_cast<int>(count));
         }
         filled_ += count > 0 ? static_cast<std::size_t>(count) : 0;
         if (count <= 0 || filled_ == bytes_.size()) {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "model/relaxed.h"
+#include "util/relaxed.h"
 
 // The state of a port: the codes that clients of the port status parameters know.
 enum class PortStatus : int32_t { linkDown = 0, active = 1, linkUp = 2, other = 3 };
@@ -15,7 +15,7 @@ enum class PortStatus : int32_t { linkDown = 0, active = 1, linkUp = 2, other = 
 struct EthernetInterfaceStatus {
     std::string interfaceName;  // as the kernel calls it
     int32_t index = 0;          // position in the list, from 0
-    Relaxed<PortStatus> status{PortStatus::linkDown};
+    util::Relaxed<PortStatus> status{PortStatus::linkDown};
     std::string label;  // what people call it
 };
 

@@ -15,9 +15,9 @@
 #include <array>
 #include <cerrno>
 
-#include "model/log.h"
-#include "model/trace.h"
 #include "systemstate/command_output.h"
+#include "util/log.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ class SpawnSettings {
   private:
     // A reader of our output that stands still must not hold the command as well.
     void spare(int stream) {
-        if (!takesOutput(stream)) {
+        if (!util::takesOutput(stream)) {
             posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_WRONLY, 0);
         }
     }
@@ -154,8 +154,8 @@ LimitedCommands::End LimitedCommands::waitForEnd(const char* command, pid_t chil
     }
     const int status = killGroup(child);
     const auto time = std::chrono::duration_cast<Milliseconds>(Clock::now() - start);
-    logMessage(LOG_ERR, "%s was killed after %lld ms\n", command,
-               static_cast<long long>(time.count()));
+    util::logMessage(LOG_ERR, "%s was killed after %lld ms\n", command,
+                     static_cast<long long>(time.count()));
     return {status, true};
 }
 

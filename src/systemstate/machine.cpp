@@ -9,19 +9,19 @@
 #include <new>
 #include <utility>
 
-#include "model/files.h"
-#include "model/log.h"
-#include "model/trace.h"
+#include "util/files.h"
+#include "util/log.h"
+#include "util/trace.h"
 
 namespace {
 
 // A reader of our output that stands still must not hold a command as well.
 std::string withoutStuckStreams(const char* command) {
     std::string text;
-    if (!takesOutput(STDOUT_FILENO)) {
+    if (!util::takesOutput(STDOUT_FILENO)) {
         text += "exec >/dev/null; ";
     }
-    if (!takesOutput(STDERR_FILENO)) {
+    if (!util::takesOutput(STDERR_FILENO)) {
         text += "exec 2>/dev/null; ";
     }
     return text + command;
@@ -70,21 +70,21 @@ bool Machine::stats(const char* absolute) const {
 }
 
 std::optional<std::string> Machine::readFile(const char* absolute) const {
-    FileContents contents = readContents(path(absolute));
+    util::FileContents contents = util::readContents(path(absolute));
     errno = contents.errorNumber;
     switch (contents.outcome) {
-        case Reading::missing:
-        case Reading::notOpened:
+        case util::Reading::missing:
+        case util::Reading::notOpened:
             return std::nullopt;
-        case Reading::noMemory:
+        case util::Reading::noMemory:
             throw std::bad_alloc();
         default:
             return std::move(contents.bytes);
     }
 }
 
-WriteFailure Machine::writeFile(const char* absolute, std::string_view text) const {
-    return replaceFile(path(absolute), text);
+util::WriteFailure Machine::writeFile(const char* absolute, std::string_view text) const {
+    return util::replaceFile(path(absolute), text);
 }
 
 void Machine::setBeforeCommand(std::function<void()> hook) {
@@ -102,7 +102,7 @@ int Machine::runLimitedCommand(const char* command) {
 std::optional<std::string> Machine::readCommand(const char* command) {
     std::optional<std::string> line = limited_.firstLine(command);
     if (!line) {
-        logMessage(LOG_ERR, "error opening %s: %m\n", command);
+        util::logMessage(LOG_ERR, "error opening %s: %m\n", command);
     }
     return line;
 }

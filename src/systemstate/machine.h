@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "model/file_replacement.h"
 #include "systemstate/limited_commands.h"
+#include "util/file_replacement.h"
 
 // Whether a command may take as long as it likes. What is carried out on request may; what the poll
 // runs by itself may not.
@@ -53,7 +53,7 @@ class Machine {
     std::optional<std::string> readFile(const char* absolute) const;
 
     // Puts a new file with that text in the place of the old one, as replaceFile does.
-    WriteFailure writeFile(const char* absolute, std::string_view text) const;
+    util::WriteFailure writeFile(const char* absolute, std::string_view text) const;
 
     // Lets the calling thread wait for what has no event to wait for.
     void pause(std::chrono::milliseconds time) { waitFor(time); }

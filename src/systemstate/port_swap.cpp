@@ -1,10 +1,10 @@
 #include "systemstate/port_swap.h"
 
-#include "model/log.h"
 #include "systemstate/ethernet_interface_status.h"
 #include "systemstate/machine.h"
 #include "systemstate/places.h"
 #include "systemstate/product.h"
+#include "util/log.h"
 
 bool swapActivePort(Machine& machine, const Product& product, const EthernetInterfaceStatus& port) {
     if (product.isQuorane()) {
@@ -12,11 +12,11 @@ bool swapActivePort(Machine& machine, const Product& product, const EthernetInte
         return true;
     }
     if (product.name().empty()) {
-        logMessage(LOG_ERR,
-                   "Active ethernet port swapover not supported - product not specified.\n");
+        util::logMessage(LOG_ERR,
+                         "Active ethernet port swapover not supported - product not specified.\n");
     } else {
-        logMessage(LOG_ERR, "Active ethernet port swapover not supported on %.32s\n",
-                   product.name().c_str());
+        util::logMessage(LOG_ERR, "Active ethernet port swapover not supported on %.32s\n",
+                         product.name().c_str());
     }
     return false;
 }

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <utility>
 
-#include "model/trace.h"
 #include "systemstate/machine.h"
 #include "systemstate/places.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ bool Product::is(const char* name) const {
 Product readProduct(Machine& machine) {
     std::string name = machine.firstLine(kProductCommand).value_or("");
     if (name.empty()) {
-        trace("ERROR reading product string");
+        util::trace("ERROR reading product string");
         name = kDefaultProduct;
     }
     return Product(std::move(name));

@@ -1,8 +1,8 @@
 #include "systemstate/service_switches.h"
 
-#include "model/log.h"
 #include "systemstate/machine.h"
 #include "systemstate/places.h"
+#include "util/log.h"
 
 namespace {
 
@@ -72,13 +72,13 @@ constexpr PairAction kStopAmbrix = {
 };
 
 void logFailure(const char* text) {
-    logMessage(LOG_ERR, "%s - %m", text);
+    util::logMessage(LOG_ERR, "%s - %m", text);
 }
 
 void carryOut(Machine& machine, const Action& action, Edition edition) {
     const Command& command = action.of(edition);
     const int result = machine.run(command.command);
-    logMessage(LOG_INFO, "%s, rv: %d\n", command.done, result);
+    util::logMessage(LOG_INFO, "%s, rv: %d\n", command.done, result);
     if (result != 0) {
         logFailure(action.failed);
     }
@@ -86,7 +86,7 @@ void carryOut(Machine& machine, const Action& action, Edition edition) {
 
 void carryOut(Machine& machine, const PairAction& action, Edition edition, TimeLimit limit) {
     const Pair& pair = action.of(edition);
-    logMessage(LOG_DEBUG, "%s\n", pair.announcement);
+    util::logMessage(LOG_DEBUG, "%s\n", pair.announcement);
     machine.run(pair.server, limit);
     if (machine.run(pair.watch, limit) != 0) {
         logFailure(action.failed);

@@ -6,9 +6,6 @@
 #include <string>
 #include <utility>
 
-#include "model/log.h"
-#include "model/text.h"
-#include "model/trace.h"
 #include "systemstate/bonding_status.h"
 #include "systemstate/frame_detection.h"
 #include "systemstate/machine.h"
@@ -17,6 +14,9 @@
 #include "systemstate/service_switches.h"
 #include "systemstate/system_state.h"
 #include "systemstate/voltages.h"
+#include "util/log.h"
+#include "util/text.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -33,8 +33,8 @@ void reportUnread(const char* file, std::vector<UnreadInteger> unread,
         return;
     }
     for (const UnreadInteger& value : unread) {
-        logMessage(LOG_ERR, "%s: %s is no integer: \"%s\"\n", file, value.key.c_str(),
-                   shownPayload(value.text.substr(0, kMostShown)).c_str());
+        util::logMessage(LOG_ERR, "%s: %s is no integer: \"%s\"\n", file, value.key.c_str(),
+                         util::shownPayload(value.text.substr(0, kMostShown)).c_str());
     }
     reported = std::move(unread);
 }
@@ -154,9 +154,9 @@ void StatusPoll::publishPorts(const PortStatuses& before, const PortStatuses& no
 }
 
 void StatusPoll::publishPort(std::size_t position, PortStatus before, PortStatus now) {
-    logMessage(LOG_INFO, "ETHERNET STATUS CHANGED : %s, was:%d, now:%d\n",
-               state_.ethernetPorts()[position].interfaceName.c_str(), static_cast<int>(before),
-               static_cast<int>(now));
+    util::logMessage(LOG_INFO, "ETHERNET STATUS CHANGED : %s, was:%d, now:%d\n",
+                     state_.ethernetPorts()[position].interfaceName.c_str(),
+                     static_cast<int>(before), static_cast<int>(now));
     state_.setInteger(portStatusKey(position), static_cast<int>(now));
 }
 
@@ -174,7 +174,7 @@ void StatusPoll::refreshNetworkSettings() {
 }
 
 void StatusPoll::publishAddress(const char* key, std::uint32_t address,
-                                Relaxed<std::uint32_t>& published) {
+                                util::Relaxed<std::uint32_t>& published) {
     if (address != published.get()) {
         state_.setInteger(key, address);
         published.set(address);
@@ -206,14 +206,14 @@ void StatusPoll::refreshFrameType() {
 void StatusPoll::refreshVoltages() {
     const bool sampleBattery = batteryCycle_ == 0;
     if (sampleBattery) {
-        logMessage(LOG_INFO, "Battery Sample = ON\n");
+        util::logMessage(LOG_INFO, "Battery Sample = ON\n");
         switchBatteryLoad(kBatteryLoadOn);
         machine_.pause(kBatterySettleTime);
     }
     adc_.read(batterySourceOf(state_.product()));
     if (sampleBattery) {
         switchBatteryLoad(kBatteryLoadOff);
-        logMessage(LOG_INFO, "Battery Sample = OFF\n");
+        util::logMessage(LOG_INFO, "Battery Sample = OFF\n");
         publishBattery();
     }
     publishSupplies();
@@ -223,18 +223,18 @@ void StatusPoll::refreshVoltages() {
 void StatusPoll::switchBatteryLoad(const char* command) {
     const int result = machine_.run(command, TimeLimit::fiveSeconds);
     if (result < 0) {
-        trace("system returned %d\n", result);
+        util::trace("system returned %d\n", result);
     }
 }
 
 void StatusPoll::publishBattery() {
     const std::int32_t sample = adc_.samples().channels[kBatteryChannel];
-    logMessage(LOG_INFO, "sec[%d]  ADC CHAN %d=%d\n", batteryCycle_,
-               static_cast<int>(kBatteryChannel), sample);
+    util::logMessage(LOG_INFO, "sec[%d]  ADC CHAN %d=%d\n", batteryCycle_,
+                     static_cast<int>(kBatteryChannel), sample);
     if (adc_.hasSamples()) {
         const double volts = batteryVolts(sample, wiringOf(state_.product()));
         state_.setFloat(kBattVoltageKey, volts);
-        trace("BATT %f\n", volts);
+        util::trace("BATT %f\n", volts);
     }
 }
 

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "model/relaxed.h"
 #include "systemstate/adc_reader.h"
 #include "systemstate/block_file.h"
 #include "systemstate/ethernet_interface_status.h"
 #include "systemstate/network_settings.h"
+#include "util/relaxed.h"
 
 class Machine;
 class SystemState;
@@ -39,7 +39,8 @@ class StatusPoll {
     void publishPorts(const PortStatuses& before, const PortStatuses& now);
     void publishPort(std::size_t position, PortStatus before, PortStatus now);
     void refreshNetworkSettings();
-    void publishAddress(const char* key, std::uint32_t address, Relaxed<std::uint32_t>& published);
+    void publishAddress(const char* key, std::uint32_t address,
+                        util::Relaxed<std::uint32_t>& published);
     void refreshFrameType();
     void refreshVoltages();
     void switchBatteryLoad(const char* command);
@@ -52,9 +53,9 @@ class StatusPoll {
     int batteryCycle_ = 0;  // 0 to 150; the battery is sampled at 0
     AdcReader adc_;
     struct InFile {
-        Relaxed<std::uint32_t> ip;
-        Relaxed<std::uint32_t> netmask;
-        Relaxed<std::uint32_t> gateway;
+        util::Relaxed<std::uint32_t> ip;
+        util::Relaxed<std::uint32_t> netmask;
+        util::Relaxed<std::uint32_t> gateway;
     };
     InFile published_;  // what network.conf said last
     bool frameTypeKnown_ = false;

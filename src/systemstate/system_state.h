@@ -9,7 +9,6 @@
 #include <string>
 #include <thread>
 
-#include "model/relaxed.h"
 #include "model/tosk_persisted_structure.h"
 #include "systemstate/controller_details.h"
 #include "systemstate/ethernet_interface_status.h"
@@ -17,6 +16,7 @@
 #include "systemstate/product.h"
 #include "systemstate/serial_port.h"
 #include "systemstate/service_switches.h"
+#include "util/relaxed.h"
 
 class StatusPoll;
 

@@ -3,15 +3,15 @@
 #include <string_view>
 #include <utility>
 
-#include "model/log.h"
-#include "model/text.h"
-#include "model/trace.h"
 #include "systemstate/build_properties.h"
 #include "systemstate/catalogue.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
 #include "systemstate/places.h"
 #include "systemstate/system_state.h"
+#include "util/log.h"
+#include "util/text.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -117,14 +117,14 @@ bool correctFrameName(SystemState& state, const std::string& label,
         return false;
     }
     replaceFrameName(state, label, sources);
-    logMessage(LOG_INFO, "*DEBUG* Device Name is mismatched: device[%s] label[%s]\n",
-               shownPayload(held).c_str(), shownPayload(label).c_str());
+    util::logMessage(LOG_INFO, "*DEBUG* Device Name is mismatched: device[%s] label[%s]\n",
+                     util::shownPayload(held).c_str(), util::shownPayload(label).c_str());
     return true;
 }
 
 void buildSerialParams(SystemState& state) {
     for (const SerialPort& port : state.serialPorts()) {
-        trace("%s oid=%s\n", "addSerialStatusParams", port.oid.c_str());
+        util::trace("%s oid=%s\n", "addSerialStatusParams", port.oid.c_str());
         state.device()->addParam(makeSerialParam(port));
     }
 }

@@ -1,14 +1,14 @@
 // The frame's address settings: their file, and the services that live on them.
 
-#include "model/log.h"
-#include "model/time_stamp.h"
-#include "model/trace.h"
 #include "systemstate/network_settings.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
 #include "systemstate/places.h"
 #include "systemstate/status_poll.h"
 #include "systemstate/system_state.h"
+#include "util/log.h"
+#include "util/time_stamp.h"
+#include "util/trace.h"
 
 namespace {
 
@@ -20,16 +20,16 @@ std::mutex& networkFileLock() {
 
 // What is logged when writing the file failed at a step.
 struct FailureText {
-    WriteFailure step;
+    util::WriteFailure step;
     const char* text;
 };
 
 constexpr FailureText kFailureTexts[] = {
-    {WriteFailure::write, "Error writing"},
-    {WriteFailure::sync, "Error syncing"},
-    {WriteFailure::close, "Error closing"},
-    {WriteFailure::replace, "Error replacing"},
-    {WriteFailure::syncDirectory, "Error syncing the directory of"},
+    {util::WriteFailure::write, "Error writing"},
+    {util::WriteFailure::sync, "Error syncing"},
+    {util::WriteFailure::close, "Error closing"},
+    {util::WriteFailure::replace, "Error replacing"},
+    {util::WriteFailure::syncDirectory, "Error syncing the directory of"},
 };
 
 // Empty when the parameter is missing or holds no address.
@@ -40,21 +40,21 @@ std::string dottedTextOf(const SystemState& state, const char* key) {
     }
     const auto address = static_cast<uint32_t>(*held);
     if (!isValidAddress(address)) {
-        printTimeStamp();
-        trace("IP Address Error: %s=%x\n", key, address);
+        util::printTimeStamp();
+        util::trace("IP Address Error: %s=%x\n", key, address);
         return {};
     }
     return dottedText(address);
 }
 
-void logWriteFailure(WriteFailure step) {
-    if (step == WriteFailure::open) {
-        trace("Error opening %s for writing", kNetworkFile);
-        logMessage(LOG_ERR, "Error opening %s for writing \n", kNetworkFile);
+void logWriteFailure(util::WriteFailure step) {
+    if (step == util::WriteFailure::open) {
+        util::trace("Error opening %s for writing", kNetworkFile);
+        util::logMessage(LOG_ERR, "Error opening %s for writing \n", kNetworkFile);
     }
     for (const FailureText& failure : kFailureTexts) {
         if (failure.step == step) {
-            logMessage(LOG_ERR, "%s %s: %m\n", failure.text, kNetworkFile);
+            util::logMessage(LOG_ERR, "%s %s: %m\n", failure.text, kNetworkFile);
         }
     }
 }
@@ -66,24 +66,25 @@ enum class FileOutcome {
 };
 
 FileOutcome writeNetworkFile(const SystemState& state, const Machine& machine) {
-    logMessage(LOG_INFO, "SystemState:writing network config\n");
+    util::logMessage(LOG_INFO, "SystemState:writing network config\n");
     const std::lock_guard lock(networkFileLock());
     const std::string ip = dottedTextOf(state, kIpAddressKey);
     const std::string netmask = dottedTextOf(state, kNetmaskKey);
     const std::string gateway = dottedTextOf(state, kGatewayKey);
     if (ip.empty() || netmask.empty() || gateway.empty()) {
-        logMessage(LOG_ERR, "Error loading network params.\n");
+        util::logMessage(LOG_ERR, "Error loading network params.\n");
         return FileOutcome::unwanted;
     }
-    const WriteFailure failure =
+    const util::WriteFailure failure =
         machine.writeFile(kNetworkFile, renderNetworkConf(ip, netmask, gateway));
-    if (failure == WriteFailure::none) {
-        logMessage(LOG_INFO, "ok\n");
+    if (failure == util::WriteFailure::none) {
+        util::logMessage(LOG_INFO, "ok\n");
         return FileOutcome::written;
     }
     logWriteFailure(failure);
     // What the network is started on from here to the next power cut is in the file all the same.
-    return failure == WriteFailure::syncDirectory ? FileOutcome::written : FileOutcome::failed;
+    return failure == util::WriteFailure::syncDirectory ? FileOutcome::written
+                                                        : FileOutcome::failed;
 }
 
 // The settings as the parameters show them; nothing when one shows a number that is wider than what
@@ -105,7 +106,7 @@ std::optional<NetworkSettings> shownSettings(const SystemState& state) {
 void runAll(Machine& machine, std::initializer_list<const char*> commands) {
     for (const char* const command : commands) {
         if (const int result = machine.run(command); result < 0) {
-            trace("system returned %d\n", result);
+            util::trace("system returned %d\n", result);
         }
     }
 }
@@ -121,9 +122,9 @@ void restartNetworkServices(Machine& machine, bool addressChanged) {
 }
 
 void logStored(const NetworkSettings& stored) {
-    logMessage(LOG_INFO, "ip address %s\n", dottedText(stored.ip).c_str());
-    logMessage(LOG_INFO, "gateway_ip_address %s\n", dottedText(stored.gateway).c_str());
-    logMessage(LOG_INFO, "subnet_mask %s\n", dottedText(stored.netmask).c_str());
+    util::logMessage(LOG_INFO, "ip address %s\n", dottedText(stored.ip).c_str());
+    util::logMessage(LOG_INFO, "gateway_ip_address %s\n", dottedText(stored.gateway).c_str());
+    util::logMessage(LOG_INFO, "subnet_mask %s\n", dottedText(stored.netmask).c_str());
 }
 
 }  // namespace
@@ -131,7 +132,7 @@ void logStored(const NetworkSettings& stored) {
 void SystemState::get_net_settings(uint32_t* ip, uint32_t* netmask, uint32_t* gateway) const {
     const std::optional<std::string> text = machine_.readFile(kNetworkFile);
     if (!text) {
-        logMessage(
+        util::logMessage(
             LOG_CRIT, "WARNING: %s: vantor/etc/network.conf missing or unable to be opened\n",
             "void SystemState::get_net_settings(unsigned int*, unsigned int*, unsigned int*)");
         return;
@@ -144,22 +145,23 @@ void SystemState::get_net_settings(uint32_t* ip, uint32_t* netmask, uint32_t* ga
 
 int SystemState::config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway) {
     const NetworkSettings wanted{ip, netmask, gateway};
-    logMessage(LOG_INFO, "SystemState:config_ip: checking ifconfig ip=%s sub=%s gw=%s...\n",
-               dottedText(ip).c_str(), dottedText(netmask).c_str(), dottedText(gateway).c_str());
+    util::logMessage(LOG_INFO, "SystemState:config_ip: checking ifconfig ip=%s sub=%s gw=%s...\n",
+                     dottedText(ip).c_str(), dottedText(netmask).c_str(),
+                     dottedText(gateway).c_str());
     NetworkSettings stored;
     get_net_settings(&stored.ip, &stored.netmask, &stored.gateway);
     // A missing or broken file is never replaced from the bus.
     if (!areValid(stored)) {
-        logMessage(LOG_WARNING,
-                   "SystemState: IP Address Check failed. Not Writing to network.conf.\n");
+        util::logMessage(LOG_WARNING,
+                         "SystemState: IP Address Check failed. Not Writing to network.conf.\n");
         return 1;
     }
     logStored(stored);
     if (stored == wanted) {
-        logMessage(LOG_INFO, "no changes\n");
+        util::logMessage(LOG_INFO, "no changes\n");
         return 1;
     }
-    logMessage(LOG_INFO, "changed. restarting S40network and S81ambrix\n");
+    util::logMessage(LOG_INFO, "changed. restarting S40network and S81ambrix\n");
     const FileOutcome outcome = writeNetworkFile(*this, machine_);
     if (outcome == FileOutcome::failed) {
         return 1;

@@ -3,16 +3,16 @@
 
 #include <algorithm>
 
-#include "model/log.h"
-#include "model/text.h"
-#include "model/time_stamp.h"
-#include "model/trace.h"
 #include "systemstate/network_settings.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
 #include "systemstate/places.h"
 #include "systemstate/port_swap.h"
 #include "systemstate/system_state.h"
+#include "util/log.h"
+#include "util/text.h"
+#include "util/time_stamp.h"
+#include "util/trace.h"
 
 struct SystemState::Reaction {
     const char* oid;
@@ -40,8 +40,8 @@ std::span<const SystemState::Reaction> SystemState::reactions() {
 
 void SystemState::valueChanged(ToskParam* param) {
     const std::string oid = param->oid().toString();
-    logMessage(LOG_DEBUG, "SystemState::valueChanged, oid=%s, val=%s", oid.c_str(),
-               shownPayload(param->valueToString()).c_str());
+    util::logMessage(LOG_DEBUG, "SystemState::valueChanged, oid=%s, val=%s", oid.c_str(),
+                     util::shownPayload(param->valueToString()).c_str());
     announce(*param);
     for (const Reaction& reaction : reactions()) {
         if (oid == reaction.oid) {
@@ -69,8 +69,8 @@ void SystemState::setActiveEthernet(ToskParam& param) {
         return;
     }
     if (static_cast<uint64_t>(*position) >= ethernetPorts_.size()) {
-        logMessage(LOG_INFO, "Set Active Ethernet invalid interface index: %lld\n",
-                   static_cast<long long>(*position));
+        util::logMessage(LOG_INFO, "Set Active Ethernet invalid interface index: %lld\n",
+                         static_cast<long long>(*position));
         setInPlace(param, activePortIndex(ethernetPorts_));
         announce(param);
         return;
@@ -93,9 +93,9 @@ void SystemState::applyNetworkSettings(ToskParam& /*param*/) {
         config_ip(settings.ip, settings.netmask, settings.gateway);
         return;
     }
-    printTimeStamp();
-    trace("IP Error: ip=%x, netmask=%x, gateway=%x\n", settings.ip, settings.netmask,
-          settings.gateway);
+    util::printTimeStamp();
+    util::trace("IP Error: ip=%x, netmask=%x, gateway=%x\n", settings.ip, settings.netmask,
+                settings.gateway);
 }
 
 template <void (SystemState::*apply)(bool)>
@@ -123,24 +123,24 @@ void SystemState::switchAmbrix(bool enable) {
 
 void SystemState::restartNetwork(ToskParam& param) {
     const int64_t value = integerOf(&param).value_or(0);
-    trace("%s changed, value:%lld\n", kRestartNetworkKey, static_cast<long long>(value));
+    util::trace("%s changed, value:%lld\n", kRestartNetworkKey, static_cast<long long>(value));
     if (value == 0) {
         return;
     }
     if (machine_.run(kRestartNetworking) != 0) {
-        logMessage(LOG_ERR, "Error restarting networking - %m");
+        util::logMessage(LOG_ERR, "Error restarting networking - %m");
     }
     setInPlace(param, 0);
 }
 
 void SystemState::generateReport(ToskParam& param) {
     const int64_t value = integerOf(&param).value_or(0);
-    trace("%s changed, value:%lld\n", kGenerateReportKey, static_cast<long long>(value));
+    util::trace("%s changed, value:%lld\n", kGenerateReportKey, static_cast<long long>(value));
     if (value == 0) {
         return;
     }
     if (machine_.run(kGenerateReport) != 0) {
-        logMessage(LOG_ERR, "Error calling generateReport - %m");
+        util::logMessage(LOG_ERR, "Error calling generateReport - %m");
     }
     setInteger(kGenerateReportKey, 0);
 }
@@ -149,7 +149,7 @@ void SystemState::takeConnection(ToskParam& param) {
     const std::string oid = param.oid().toString();
     for (SerialPort& port : serialPorts_) {
         if (port.oid == oid) {
-            trace("%s == %s\n", port.oid.c_str(), oid.c_str());
+            util::trace("%s == %s\n", port.oid.c_str(), oid.c_str());
             takeConnectionPoint(port, param);
         }
     }

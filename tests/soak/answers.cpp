@@ -1,11 +1,11 @@
 #include "soaking/answers.h"
 
-#include "model/json.h"
+#include "util/json.h"
 
 namespace soak {
 
 const cJSON* carried(const TarnInternalMessage& message) {
-    const cJSON* const param = jsonMember(message.data(), "param");
+    const cJSON* const param = util::jsonMember(message.data(), "param");
     return param == nullptr ? nullptr : param->child;
 }
 
@@ -15,7 +15,7 @@ Answer answerOf(const TarnInternalMessage& message) {
     answer.status = message.statusCode();
     if (const cJSON* const item = carried(message)) {
         answer.name = item->string;
-        answer.value = renderJSON(item, false);
+        answer.value = util::renderJSON(item, false);
     }
     return answer;
 }

@@ -1,8 +1,8 @@
 #include "soaking/audit.h"
 
-#include "model/json.h"
 #include "pallframe/simulation/paths.h"
 #include "systemstate/network_settings.h"
+#include "util/json.h"
 
 namespace soak {
 
@@ -13,17 +13,18 @@ constexpr const char* kStateFile = "/vantor/etc/configurableSystemDetails.json";
 void auditState(const pallframe::simulation::FrameRoot& tree, const Ledger& ledger,
                 std::vector<std::string>& found) {
     const std::string text = tree.read(kStateFile);
-    const UniqueJSON root = parseJSON(text.data(), text.size());
-    const cJSON* const devices = jsonMember(jsonMember(root.get(), "systemState"), "devices");
-    const cJSON* const params = jsonMember(cJSON_GetArrayItem(devices, 0), "params");
+    const util::UniqueJSON root = util::parseJSON(text.data(), text.size());
+    const cJSON* const devices =
+        util::jsonMember(util::jsonMember(root.get(), "systemState"), "devices");
+    const cJSON* const params = util::jsonMember(cJSON_GetArrayItem(devices, 0), "params");
     for (const Parameter& parameter : writableParameters()) {
         const auto due = ledger.acknowledged(parameter.name);
         if (!parameter.saved || !parameter.steady || !due) {
             continue;
         }
         const std::string key = std::string("d_system.") + parameter.name;
-        const std::string held =
-            renderJSON(jsonMember(jsonMember(params, key.c_str()), "value"), false);
+        const std::string held = util::renderJSON(
+            util::jsonMember(util::jsonMember(params, key.c_str()), "value"), false);
         if (held != *due) {
             found.push_back(std::string("state file: ") + parameter.name + " is " + held +
                             ", acknowledged was " + *due);

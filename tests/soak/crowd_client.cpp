@@ -113,7 +113,7 @@ void CrowdClient::handleMessage(const TarnInternalMessage& message) {
     } else if (message.type() != MessageType::NOT) {
         ++line_.overheard;
     } else if (const cJSON* const item = carried(message)) {
-        ledger_.notified(item->string, renderJSON(item, false));
+        ledger_.notified(item->string, util::renderJSON(item, false));
     }
 }
 

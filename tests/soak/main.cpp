@@ -6,9 +6,9 @@
 
 #include "cli/command_line.h"
 #include "cli/standard_output.h"
-#include "model/log.h"
 #include "soaking/crowd.h"
 #include "soaking/soak.h"
+#include "util/log.h"
 
 namespace {
 
@@ -59,7 +59,7 @@ int run(soak::Options options) {
                     options.rate, static_cast<unsigned long long>(options.seed));
     }
     std::fflush(stdout);
-    replaceLogSink([](int, const std::string&) {});
+    util::replaceLogSink([](int, const std::string&) {});
     const soak::Report report = reportOf(options);
     cli::printNow(report.text());
     return report.passed() ? 0 : 1;

@@ -4,7 +4,7 @@
 #include <array>
 #include <charconv>
 
-#include "model/json.h"
+#include "util/json.h"
 
 namespace soak {
 
@@ -42,7 +42,7 @@ constexpr std::string_view kLetters = "abcdefgXYZ 0123456789-_.,;:!'\"\\/%s{}[]"
 constexpr std::string_view kIdTail = "@soak";
 
 std::string jsonText(const std::string& text) {
-    return renderJSON(jsonString(text).get(), false);
+    return util::renderJSON(util::jsonString(text).get(), false);
 }
 
 // Neither saved nor acted upon: any number of clients can set it at any rate.

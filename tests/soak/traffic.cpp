@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "model/json.h"
 #include "soaking/answers.h"
+#include "util/json.h"
 
 namespace soak {
 
@@ -184,7 +184,7 @@ void Traffic::handle(const TarnInternalMessage& message) {
         handleResponse(message);
     } else if (message.type() == MessageType::NOT) {
         if (const cJSON* const item = carried(message)) {
-            ledger_.notified(item->string, renderJSON(item, false));
+            ledger_.notified(item->string, util::renderJSON(item, false));
         }
     } else if (!mute()) {
         serve(message);

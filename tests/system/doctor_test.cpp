@@ -1,9 +1,9 @@
 // What the doctor says of a frame that lacks something, and what the daemon publishes on it.
 
-#include "model/json.h"
 #include "on_product.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/paths.h"
+#include "util/json.h"
 
 using namespace harness;
 namespace paths = pallframe::simulation::paths;
@@ -21,15 +21,15 @@ void PrintTo(const Lack& lack, std::ostream* out) {
 }
 
 // The doctor's finding of that path; an empty document when it has none.
-UniqueJSON findingOf(const std::string& path) {
+util::UniqueJSON findingOf(const std::string& path) {
     Process doctor({programDirectory() / "pallframe", "doctor", "--json"});
     doctor.waitForEnd();
     const std::string text = doctor.output().waitForEnd();
-    const UniqueJSON all = parseJSON(text.data(), text.size());
+    const util::UniqueJSON all = util::parseJSON(text.data(), text.size());
     const cJSON* check = nullptr;
-    cJSON_ArrayForEach(check, jsonMember(all.get(), "checks")) {
-        if (jsonText(jsonMember(check, "path")) == path) {
-            return copyJSON(check);
+    cJSON_ArrayForEach(check, util::jsonMember(all.get(), "checks")) {
+        if (util::jsonText(util::jsonMember(check, "path")) == path) {
+            return util::copyJSON(check);
         }
     }
     return nullptr;
@@ -62,15 +62,15 @@ INSTANTIATE_TEST_SUITE_P(Something, Lacking,
                                          Lack{"Quorane", std::string(paths::kRegisters), 3}));
 
 TEST_P(Lacking, PublishesWhatTheDoctorSays) {
-    const UniqueJSON found = findingOf(GetParam().path);
-    EXPECT_STREQ(jsonText(jsonMember(found.get(), "state")), "missing");
+    const util::UniqueJSON found = findingOf(GetParam().path);
+    EXPECT_STREQ(util::jsonText(util::jsonMember(found.get(), "state")), "missing");
     startAndSettle();
     waitForPolls();
     size_t compared = 0;
     const cJSON* one = nullptr;
-    cJSON_ArrayForEach(one, jsonMember(found.get(), "published")) {
+    cJSON_ArrayForEach(one, util::jsonMember(found.get(), "published")) {
         if (cJSON_IsNull(one) == 0) {
-            EXPECT_EQ(valueOf(one->string), renderJSON(one, false)) << one->string;
+            EXPECT_EQ(valueOf(one->string), util::renderJSON(one, false)) << one->string;
             ++compared;
         }
     }
@@ -84,8 +84,8 @@ class Marked : public OnProduct {
 
     // What the doctor and then the daemon say of the switch.
     void expectBothToSay(const std::string& state) {
-        const UniqueJSON found = findingOf(kSSHMarker);
-        EXPECT_EQ(renderJSON(jsonMember(found.get(), "published"), false),
+        const util::UniqueJSON found = findingOf(kSSHMarker);
+        EXPECT_EQ(util::renderJSON(util::jsonMember(found.get(), "published"), false),
                   R"({"sshEnabled":)" + state + "}");
         startAndSettle();
         EXPECT_EQ(valueOf("sshEnabled"), state);

@@ -1,7 +1,7 @@
 // pallctl --object frameB.system: a daemon that is reached through a prefix.
 
-#include "model/json.h"
 #include "on_pallbus.h"
+#include "util/json.h"
 
 using harness::Result;
 using testing::ContainsRegex;
@@ -65,20 +65,20 @@ TEST_F(PallctlPrefix, SaysWhichValuesAreNotTold) {
 TEST_F(PallctlPrefix, KnowsFromTheCatalogueWhatTheDeviceWouldSay) {
     const auto described = [](const Words& words) {
         const std::string text = pallctl(words).output;
-        return parseJSON(text.data(), text.size());
+        return util::parseJSON(text.data(), text.size());
     };
-    const UniqueJSON here = described({"describe", "--json"});
-    const UniqueJSON prefixed = described(throughPrefix({"describe", "--json"}));
+    const util::UniqueJSON here = described({"describe", "--json"});
+    const util::UniqueJSON prefixed = described(throughPrefix({"describe", "--json"}));
     ASSERT_EQ(cJSON_GetArraySize(here.get()), 5 + 28 + 3);
     ASSERT_EQ(cJSON_GetArraySize(prefixed.get()), 5 + 28 + 3);
     const cJSON* parameter = nullptr;
     cJSON_ArrayForEach(parameter, here.get()) {
         const cJSON* other =
-            jsonMember(prefixed.get(), (std::string("frameB.") + parameter->string).c_str());
+            util::jsonMember(prefixed.get(), (std::string("frameB.") + parameter->string).c_str());
         for (const char* fact : {"label", "type", "readOnly", "constraint", "choices", "minimum",
                                  "maximumLength", "decimals", "widget"}) {
-            EXPECT_EQ(renderJSON(jsonMember(other, fact), false),
-                      renderJSON(jsonMember(parameter, fact), false))
+            EXPECT_EQ(util::renderJSON(util::jsonMember(other, fact), false),
+                      util::renderJSON(util::jsonMember(parameter, fact), false))
                 << parameter->string << " " << fact;
         }
     }

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "harness/terminal.h"
-#include "model/json.h"
 #include "on_pallbus.h"
+#include "util/json.h"
 
 using harness::Result;
 using testing::EndsWith;
@@ -13,13 +13,13 @@ using testing::StartsWith;
 
 namespace {
 
-UniqueJSON json(const std::string& text) {
-    return parseJSON(text.data(), text.size());
+util::UniqueJSON json(const std::string& text) {
+    return util::parseJSON(text.data(), text.size());
 }
 
 // A member of a member, as JSON.
-std::string at(const UniqueJSON& object, const char* name, const char* key) {
-    return renderJSON(jsonMember(jsonMember(object.get(), name), key), false);
+std::string at(const util::UniqueJSON& object, const char* name, const char* key) {
+    return util::renderJSON(util::jsonMember(util::jsonMember(object.get(), name), key), false);
 }
 
 // What a shell has in a variable after evaluating what the program prints.
@@ -49,7 +49,7 @@ TEST_F(PallctlRead, ListsTheWholeCatalogue) {
 TEST_F(PallctlRead, ListsTheSameForPrograms) {
     const Result result = pallctl({"list", "--json"});
     EXPECT_EQ(result.status, 0);
-    const UniqueJSON listed = json(result.output);
+    const util::UniqueJSON listed = json(result.output);
     EXPECT_EQ(cJSON_GetArraySize(listed.get()), 5 + 28 + 3);
     EXPECT_EQ(at(listed, "system.ipAddress", "value"), "167772165");
     EXPECT_EQ(at(listed, "system.ipAddress", "text"), "\"10.0.0.5\"");
@@ -75,8 +75,10 @@ TEST_F(PallctlRead, GetsATextThatAShellWouldObeyUnharmed) {
     EXPECT_EQ(evaluated({"get", "systemName", "-k"}, "system_systemName"), hostile);
     EXPECT_FALSE(frame.exists("/tmp/harm"));
     EXPECT_EQ(pallctl({"get", "systemName"}).output, "it's $(touch /tmp/harm) `id`;\\n\"&\\\n");
-    const UniqueJSON got = json(pallctl({"get", "systemName", "-j"}).output);
-    EXPECT_EQ(jsonText(jsonMember(jsonMember(got.get(), "system.systemName"), "value")), hostile);
+    const util::UniqueJSON got = json(pallctl({"get", "systemName", "-j"}).output);
+    EXPECT_EQ(
+        util::jsonText(util::jsonMember(util::jsonMember(got.get(), "system.systemName"), "value")),
+        hostile);
 }
 
 TEST_F(PallctlRead, GetsJSONAlsoOfATextThatIsNone) {
@@ -121,7 +123,7 @@ TEST_F(PallctlRead, DescribesWhatTheDeviceSays) {
               "  type            FLOAT\n"
               "  read-only       yes\n"
               "  decimals        5\n");
-    const UniqueJSON all = json(pallctl({"describe", "--json"}).output);
+    const util::UniqueJSON all = json(pallctl({"describe", "--json"}).output);
     EXPECT_EQ(cJSON_GetArraySize(all.get()), 5 + 28 + 3);
     EXPECT_EQ(at(all, "system.ipAddress", "widget"), "\"WIDGET_IP_ADDRESS\"");
 }
@@ -134,7 +136,7 @@ TEST_F(PallctlRead, TellsTheVersionsOfProgramAndFrame) {
     EXPECT_THAT(result.output, HasSubstr("\npallctl           "));
     EXPECT_THAT(result.output, HasSubstr("\nsystem.version    4.2.1(31415)\n")) << properties;
     EXPECT_THAT(result.output, EndsWith("\nsystem.frameName  QuoraneBrio\n"));
-    const UniqueJSON versions = json(pallctl({"version", "--json"}).output);
+    const util::UniqueJSON versions = json(pallctl({"version", "--json"}).output);
     EXPECT_EQ(at(versions, "system.version", "value"), "\"4.2.1(31415)\"");
 }
 

@@ -10,8 +10,8 @@
 #include <regex>
 
 #include "log_socket.h"
-#include "model/log.h"
 #include "on_bus.h"
+#include "util/log.h"
 
 using namespace harness;
 using testing::ElementsAre;
@@ -49,7 +49,7 @@ class SystemLogLines : public OnBus {
     SystemLogLines() {
         ::openlog("Pallwatch", 0, LOG_LOCAL2);
         ::setlogmask(0xff);
-        ::openLog("Pallwatch", LOG_LOCAL2);
+        util::openLog("Pallwatch", LOG_LOCAL2);
     }
     ~SystemLogLines() override { ::closelog(); }
 };
@@ -60,7 +60,7 @@ TEST_F(SystemLogLines, AreThoseOfSyslogByteForByte) {
     const std::vector<std::string> expected = withoutTimes(socket.take());
     ASSERT_EQ(expected.size(), 7U);
     EXPECT_THAT(expected[0], HasSubstr("<time>"));
-    logSome(logMessage);
+    logSome(util::logMessage);
     EXPECT_EQ(withoutTimes(socket.take()), expected);
 }
 
@@ -68,7 +68,7 @@ TEST_F(SystemLogLines, AreThoseOfSyslogOnAStreamToo) {
     const LogSocket socket(SOCK_STREAM);
     logSome(::syslog);
     const std::string expected = withoutTimes(socket.takeStream());
-    logSome(logMessage);
+    logSome(util::logMessage);
     EXPECT_EQ(withoutTimes(socket.takeStream()), expected);
     EXPECT_EQ(std::count(expected.begin(), expected.end(), '\0'), 7);
 }

@@ -27,26 +27,26 @@ constexpr const char* kConnectionObject = "system.connection";
 constexpr auto kSendTimeout = 5s;
 constexpr size_t kChunk = 65536;
 
-UniqueJSON loginParam(int32_t connectionID) {
-    UniqueJSON login = jsonObject();
-    addMember(login.get(), "name", jsonString("pallctl"));
-    addMember(login.get(), "connID", jsonNumber(connectionID));
-    addMember(login.get(), "version", jsonNumber(1));
-    UniqueJSON param = jsonObject();
-    addMember(param.get(), "login", std::move(login));
+util::UniqueJSON loginParam(int32_t connectionID) {
+    util::UniqueJSON login = util::jsonObject();
+    util::addMember(login.get(), "name", util::jsonString("pallctl"));
+    util::addMember(login.get(), "connID", util::jsonNumber(connectionID));
+    util::addMember(login.get(), "version", util::jsonNumber(1));
+    util::UniqueJSON param = util::jsonObject();
+    util::addMember(param.get(), "login", std::move(login));
     return param;
 }
 
-UniqueJSON subscribeParam(const std::string& path, bool receiveAll) {
-    UniqueJSON entry = jsonObject();
-    addMember(entry.get(), "path", jsonString(path));
+util::UniqueJSON subscribeParam(const std::string& path, bool receiveAll) {
+    util::UniqueJSON entry = util::jsonObject();
+    util::addMember(entry.get(), "path", util::jsonString(path));
     if (receiveAll) {
-        addMember(entry.get(), "receiveAll", jsonBool(true));
+        util::addMember(entry.get(), "receiveAll", util::jsonBool(true));
     }
-    UniqueJSON list = jsonArray();
-    addElement(list.get(), std::move(entry));
-    UniqueJSON param = jsonObject();
-    addMember(param.get(), "subscribeList", std::move(list));
+    util::UniqueJSON list = util::jsonArray();
+    util::addElement(list.get(), std::move(entry));
+    util::UniqueJSON param = util::jsonObject();
+    util::addMember(param.get(), "subscribeList", std::move(list));
     return param;
 }
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "model/json_fields.h"
-#include "model/numbers.h"
+#include "util/json_fields.h"
+#include "util/numbers.h"
 
 namespace client {
 
@@ -15,23 +15,23 @@ constexpr const char* kAddressType = "INT32";
 std::vector<Choice> decodeChoices(const cJSON* constraint) {
     std::vector<Choice> choices;
     const cJSON* item = nullptr;
-    cJSON_ArrayForEach(item, jsonMember(constraint, "choices")) {
-        const cJSON* value = jsonMember(item, "value");
-        const char* name = jsonText(jsonMember(item, "name"));
+    cJSON_ArrayForEach(item, util::jsonMember(constraint, "choices")) {
+        const cJSON* value = util::jsonMember(item, "value");
+        const char* name = util::jsonText(util::jsonMember(item, "name"));
         if (name && cJSON_IsNumber(value)) {
-            choices.push_back({saturatedInt64(value->valuedouble), name});
+            choices.push_back({util::saturatedInt64(value->valuedouble), name});
         }
     }
     return choices;
 }
 
 std::optional<double> decodeLimit(const cJSON* constraint, const char* key) {
-    const cJSON* limit = jsonMember(constraint, key);
+    const cJSON* limit = util::jsonMember(constraint, key);
     return cJSON_IsNumber(limit) ? std::optional(limit->valuedouble) : std::nullopt;
 }
 
 void decodeConstraint(const cJSON* constraint, Descriptor& descriptor) {
-    readField(constraint, "type", descriptor.constraint);
+    util::readField(constraint, "type", descriptor.constraint);
     descriptor.choices = decodeChoices(constraint);
     descriptor.least = decodeLimit(constraint, "min");
     descriptor.most = decodeLimit(constraint, "max");
@@ -41,15 +41,15 @@ void decodeConstraint(const cJSON* constraint, Descriptor& descriptor) {
 Parameter decodeUnnamed(const cJSON* item) {
     Parameter parameter;
     Descriptor& descriptor = parameter.descriptor;
-    readField(item, "name", descriptor.label);
-    readField(item, "type", descriptor.type);
-    readLenientBool(item, "readonly", descriptor.readOnly);
-    readField(item, "widget", descriptor.widget);
-    readField(item, "precision", descriptor.precision);
-    readField(item, "maxlength", descriptor.maxLength);
-    readField(item, "totallength", descriptor.totalLength);
-    decodeConstraint(jsonMember(item, "constraint"), descriptor);
-    parameter.value = copyJSON(jsonMember(item, "value"));
+    util::readField(item, "name", descriptor.label);
+    util::readField(item, "type", descriptor.type);
+    util::readLenientBool(item, "readonly", descriptor.readOnly);
+    util::readField(item, "widget", descriptor.widget);
+    util::readField(item, "precision", descriptor.precision);
+    util::readField(item, "maxlength", descriptor.maxLength);
+    util::readField(item, "totallength", descriptor.totalLength);
+    decodeConstraint(util::jsonMember(item, "constraint"), descriptor);
+    parameter.value = util::copyJSON(util::jsonMember(item, "value"));
     return parameter;
 }
 
@@ -64,7 +64,7 @@ bool hasValue(const Parameter& parameter) {
 }
 
 std::optional<Parameter> decodeParameter(const cJSON* item) {
-    const char* name = jsonText(jsonMember(item, "oid"));
+    const char* name = util::jsonText(util::jsonMember(item, "oid"));
     if (!name) {
         return std::nullopt;
     }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "model/json.h"
+#include "util/json.h"
 
 // What a device says about one of its parameters, as far as a person needs it to read and to write
 // the value. Plain data, any thread.
@@ -44,7 +44,7 @@ bool isAddress(const Descriptor& descriptor);
 // A parameter as it was read: its value in wire form, null when the device holds none.
 struct Parameter {
     Descriptor descriptor;
-    UniqueJSON value;
+    util::UniqueJSON value;
 };
 
 bool hasValue(const Parameter& parameter);

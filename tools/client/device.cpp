@@ -87,15 +87,15 @@ std::string Device::beginReading(const std::vector<std::string>& names) {
     return id;
 }
 
-std::string Device::askToSet(const std::string& name, UniqueJSON value) {
-    UniqueJSON param = jsonObject();
-    addMember(param.get(), leafName(name).c_str(), std::move(value));
+std::string Device::askToSet(const std::string& name, util::UniqueJSON value) {
+    util::UniqueJSON param = util::jsonObject();
+    util::addMember(param.get(), leafName(name).c_str(), std::move(value));
     SETMessage request(object(), std::move(param));
     session_.queue(request);
     return request.uniqueId();
 }
 
-std::optional<int> Device::set(const std::string& name, UniqueJSON value) {
+std::optional<int> Device::set(const std::string& name, util::UniqueJSON value) {
     const Deadline deadline = Clock::now() + timeouts_.set;
     const auto answer = awaitAnswer(askToSet(name, std::move(value)), deadline);
     return answer ? std::optional(answer->statusCode()) : std::nullopt;

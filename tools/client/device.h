@@ -70,13 +70,13 @@ class Device {
     bool read(const std::vector<std::string>& names, std::chrono::milliseconds timeout);
 
     // Sets one parameter (full name). Returns the status code of the answer; empty without one.
-    std::optional<int> set(const std::string& name, UniqueJSON value);
+    std::optional<int> set(const std::string& name, util::UniqueJSON value);
 
     // The same without waiting: queues the requests and returns the id of the (last) answer.
     std::string ask(const std::vector<std::string>& names);
     // The names to request once more after a reading; empty when all are described without doubt.
     std::optional<std::vector<std::string>> openNames(const std::vector<std::string>& names) const;
-    std::string askToSet(const std::string& name, UniqueJSON value);
+    std::string askToSet(const std::string& name, util::UniqueJSON value);
 
     // Updates the cache from a notification or an answer of the device; ignores other messages.
     void handleMessage(const TarnInternalMessage& message);

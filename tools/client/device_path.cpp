@@ -24,7 +24,7 @@ bool DevicePath::handleMessage(const TarnInternalMessage& message, ParameterCach
     if (message.type() != MessageType::NOT) {
         return false;
     }
-    const cJSON* param = jsonMember(message.data(), "param");
+    const cJSON* param = util::jsonMember(message.data(), "param");
     const cJSON* values = message.objectName() == path_ ? param : nullptr;
     const cJSON* value = nullptr;
     cJSON_ArrayForEach(value, values) {
@@ -33,7 +33,7 @@ bool DevicePath::handleMessage(const TarnInternalMessage& message, ParameterCach
         }
     }
     return (message.objectName() == path_ || message.objectName() == home()) &&
-           jsonMember(param, kFirstNotification);
+           util::jsonMember(param, kFirstNotification);
 }
 
 void DevicePath::handleDescriptors(const TarnInternalMessage& message,
@@ -41,9 +41,9 @@ void DevicePath::handleDescriptors(const TarnInternalMessage& message,
     if (message.type() != MessageType::RSP || message.objectName() != path_) {
         return;
     }
-    const cJSON* named = jsonMember(message.data(), "paramDescriptor");
-    const cJSON* device = jsonMember(jsonMember(message.data(), "param"), kWholeDevice);
-    for (const cJSON* parameters : {named, jsonMember(device, "params")}) {
+    const cJSON* named = util::jsonMember(message.data(), "paramDescriptor");
+    const cJSON* device = util::jsonMember(util::jsonMember(message.data(), "param"), kWholeDevice);
+    for (const cJSON* parameters : {named, util::jsonMember(device, "params")}) {
         for (Parameter& parameter : decodeParameters(parameters)) {
             parameter.descriptor.name = fullName(parameter.descriptor.name);
             cache.describe(std::move(parameter));

@@ -10,7 +10,7 @@
 
 #include "cli/escape.h"
 #include "client/parse_struct.h"
-#include "model/numbers.h"
+#include "util/numbers.h"
 
 namespace client {
 
@@ -31,7 +31,7 @@ std::string decimal(double number, int precision) {
 }
 
 std::string dotted(double number) {
-    const in_addr address{htonl(saturatedUInt32(number))};
+    const in_addr address{htonl(util::saturatedUInt32(number))};
     std::array<char, INET_ADDRSTRLEN> text{};
     inet_ntop(AF_INET, &address, text.data(), text.size());
     return text.data();
@@ -80,13 +80,13 @@ std::string formatValue(const Descriptor& descriptor, const cJSON* value) {
     if (cJSON_IsNumber(value)) {
         return humanNumber(descriptor, value->valuedouble);
     }
-    if (const char* text = jsonText(value)) {
+    if (const char* text = util::jsonText(value)) {
         return cli::escapeForTerminal(text);
     }
     if (descriptor.type == kStructureType && cJSON_IsObject(value)) {
         return humanStructure(value);
     }
-    return cli::escapeForTerminal(renderJSON(value, false));
+    return cli::escapeForTerminal(util::renderJSON(value, false));
 }
 
 std::string choiceNames(const Descriptor& descriptor) {

@@ -54,7 +54,7 @@ void describeKnownParameters(const DevicePath& object, ParameterCache& cache) {
         descriptor.name = object.fullName(descriptor.name);
         if (!cache.described(descriptor.name)) {
             const Parameter* const heard = cache.find(descriptor.name);
-            UniqueJSON value = copyJSON(heard ? heard->value.get() : nullptr);
+            util::UniqueJSON value = util::copyJSON(heard ? heard->value.get() : nullptr);
             cache.describe({std::move(descriptor), std::move(value)});
         }
     }

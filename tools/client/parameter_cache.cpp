@@ -10,11 +10,11 @@ namespace client {
 
 namespace {
 
-void holdBack(std::vector<UniqueJSON>& values, const cJSON* value) {
+void holdBack(std::vector<util::UniqueJSON>& values, const cJSON* value) {
     if (values.size() >= ParameterCache::kMaxHeldBack) {
         values.erase(values.begin());
     }
-    values.push_back(copyJSON(value));
+    values.push_back(util::copyJSON(value));
 }
 
 }  // namespace
@@ -56,8 +56,8 @@ void ParameterCache::describe(Parameter parameter) {
     const bool hasNews = isReading() && reading_->announced.contains(name);
     if (hasNews) {
         reading_->doubtful =
-            reading_->doubtful || renderJSON(parameter.value.get(), false) !=
-                                      renderJSON(reading_->announced[name].last.get(), false);
+            reading_->doubtful || util::renderJSON(parameter.value.get(), false) !=
+                                      util::renderJSON(reading_->announced[name].last.get(), false);
         parameter.value = std::move(held.value);
     }
     held = std::move(parameter);
@@ -76,16 +76,16 @@ void ParameterCache::announce(const std::string& name, const cJSON* value) {
     }
     if (isReading()) {
         News& news = reading_->announced[name];
-        news.last = copyJSON(value);
+        news.last = util::copyJSON(value);
         if (!described(name) && !reading_->described.contains(name)) {
             holdBack(news.heldBack, value);
             return;
         }
     }
-    takeOver(name, copyJSON(value));
+    takeOver(name, util::copyJSON(value));
 }
 
-void ParameterCache::takeOver(const std::string& name, UniqueJSON value) {
+void ParameterCache::takeOver(const std::string& name, util::UniqueJSON value) {
     Parameter& held = known(name);
     const std::string before = reads(held.descriptor, held.value.get());
     held.value = std::move(value);
@@ -99,7 +99,7 @@ void ParameterCache::releaseNews(const std::string& name) {
     if (news == reading_->announced.end()) {
         return;
     }
-    for (UniqueJSON& value : std::exchange(news->second.heldBack, {})) {
+    for (util::UniqueJSON& value : std::exchange(news->second.heldBack, {})) {
         takeOver(name, std::move(value));
     }
 }
@@ -128,7 +128,7 @@ Parameter& ParameterCache::known(const std::string& name) {
 }
 
 std::string ParameterCache::reads(const Descriptor& descriptor, const cJSON* value) const {
-    return exact_ ? renderJSON(value, false) : formatValue(descriptor, value);
+    return exact_ ? util::renderJSON(value, false) : formatValue(descriptor, value);
 }
 
 void ParameterCache::tell(const Parameter& parameter) const {

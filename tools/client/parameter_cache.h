@@ -55,8 +55,8 @@ class ParameterCache {
 
   private:
     struct News {
-        UniqueJSON last;
-        std::vector<UniqueJSON> heldBack;  // in their order; the last is among them
+        util::UniqueJSON last;
+        std::vector<util::UniqueJSON> heldBack;  // in their order; the last is among them
     };
     struct Reading {
         bool isOver = false;
@@ -68,7 +68,7 @@ class ParameterCache {
     bool isReading() const { return reading_ && !reading_->isOver; }
     Parameter& known(const std::string& name);
     std::string reads(const Descriptor& descriptor, const cJSON* value) const;
-    void takeOver(const std::string& name, UniqueJSON value);
+    void takeOver(const std::string& name, util::UniqueJSON value);
     void releaseNews(const std::string& name);
     void tell(const Parameter& parameter) const;
 

@@ -29,10 +29,10 @@ size_t endOfValue(const std::vector<Parameter>& members, std::string_view text) 
 }
 
 // As a structure's value has it: without its type the device would not take it.
-UniqueJSON memberForm(const Descriptor& descriptor, UniqueJSON value) {
-    UniqueJSON member = jsonObject();
-    addMember(member.get(), "type", jsonString(descriptor.type));
-    addMember(member.get(), "value", std::move(value));
+util::UniqueJSON memberForm(const Descriptor& descriptor, util::UniqueJSON value) {
+    util::UniqueJSON member = util::jsonObject();
+    util::addMember(member.get(), "type", util::jsonString(descriptor.type));
+    util::addMember(member.get(), "value", std::move(value));
     return member;
 }
 
@@ -47,7 +47,7 @@ std::string namesOf(const std::vector<Parameter>& members) {
 }  // namespace
 
 ParsedValue parseStruct(const std::vector<Parameter>& members, const std::string& text) {
-    UniqueJSON structure = jsonObject();
+    util::UniqueJSON structure = util::jsonObject();
     for (std::string_view rest = text;;) {
         const Parameter* member = memberAt(members, rest);
         if (!member) {
@@ -60,8 +60,8 @@ ParsedValue parseStruct(const std::vector<Parameter>& members, const std::string
         if (!form.value) {
             return {nullptr, cli::escapeForTerminal(descriptor.name) + " " + form.problem};
         }
-        addMember(structure.get(), (kMemberMark + descriptor.name).c_str(),
-                  memberForm(descriptor, std::move(form.value)));
+        util::addMember(structure.get(), (kMemberMark + descriptor.name).c_str(),
+                        memberForm(descriptor, std::move(form.value)));
         if (end == rest.size()) {
             return {std::move(structure), ""};
         }

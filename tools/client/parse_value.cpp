@@ -20,7 +20,7 @@ ParsedValue problem(std::string text) {
     return {nullptr, std::move(text)};
 }
 
-ParsedValue checked(const Descriptor& descriptor, UniqueJSON value) {
+ParsedValue checked(const Descriptor& descriptor, util::UniqueJSON value) {
     std::string problem = validateValue(descriptor, value.get());
     return problem.empty() ? ParsedValue{std::move(value), ""}
                            : ParsedValue{nullptr, std::move(problem)};
@@ -29,10 +29,10 @@ ParsedValue checked(const Descriptor& descriptor, UniqueJSON value) {
 ParsedValue addressForm(const std::string& text) {
     in_addr address{};
     if (inet_pton(AF_INET, text.c_str(), &address) == 1) {
-        return {jsonNumber(ntohl(address.s_addr)), ""};
+        return {util::jsonNumber(ntohl(address.s_addr)), ""};
     }
     if (const auto number = cli::parseNumber<uint32_t>(text)) {
-        return {jsonNumber(*number), ""};
+        return {util::jsonNumber(*number), ""};
     }
     return problem("needs an address such as 10.1.2.3");
 }
@@ -46,11 +46,11 @@ bool isNamed(const Choice& choice, const std::string& text) {
 }
 
 // As it is shown before any other case, and both before the numbers: a name may look like one.
-UniqueJSON typedChoice(const std::vector<Choice>& choices, const std::string& text) {
+util::UniqueJSON typedChoice(const std::vector<Choice>& choices, const std::string& text) {
     for (const auto isIt : {isShownAs, isNamed}) {
         for (const Choice& choice : choices) {
             if (isIt(choice, text)) {
-                return jsonNumber(static_cast<double>(choice.value));
+                return util::jsonNumber(static_cast<double>(choice.value));
             }
         }
     }
@@ -58,12 +58,12 @@ UniqueJSON typedChoice(const std::vector<Choice>& choices, const std::string& te
 }
 
 const cJSON* memberValue(const cJSON* structure, const char* key) {
-    return jsonMember(jsonMember(structure, key), "value");
+    return util::jsonMember(util::jsonMember(structure, key), "value");
 }
 
 bool holds(const cJSON* held, const cJSON* wantedMember) {
-    return cJSON_Compare(memberValue(held, wantedMember->string), jsonMember(wantedMember, "value"),
-                         true) != 0;
+    return cJSON_Compare(memberValue(held, wantedMember->string),
+                         util::jsonMember(wantedMember, "value"), true) != 0;
 }
 
 // Every member that is wanted is held with the same value.
@@ -102,12 +102,12 @@ ParsedValue parseValue(const Parameter& parameter, const std::string& text) {
 }
 
 ParsedValue parseRawValue(const Descriptor& descriptor, const std::string& text) {
-    UniqueJSON value(cJSON_ParseWithOpts(text.c_str(), nullptr, true));
+    util::UniqueJSON value(cJSON_ParseWithOpts(text.c_str(), nullptr, true));
     return value ? checked(descriptor, std::move(value)) : problem("needs a value in JSON");
 }
 
-UniqueJSON parseUntypedValue(const std::string& text) {
-    return text == "true" || text == "false" ? jsonBool(text == "true") : typedNumber(text);
+util::UniqueJSON parseUntypedValue(const std::string& text) {
+    return text == "true" || text == "false" ? util::jsonBool(text == "true") : typedNumber(text);
 }
 
 bool isSameValue(const cJSON* held, const cJSON* wanted) {

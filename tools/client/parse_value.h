@@ -10,8 +10,8 @@ namespace client {
 
 // What was typed, ready to send, or why it cannot be.
 struct ParsedValue {
-    UniqueJSON value;     // null when there is a problem
-    std::string problem;  // empty when there is none
+    util::UniqueJSON value;  // null when there is a problem
+    std::string problem;     // empty when there is none
 };
 
 // The value that the text means for this parameter: a dotted address, the name of a choice (in any
@@ -28,7 +28,7 @@ ParsedValue parseRawValue(const Descriptor& descriptor, const std::string& text)
 
 // For a name that no descriptor is known for: a number, true or false when the text is one as a
 // whole, otherwise the text.
-UniqueJSON parseUntypedValue(const std::string& text);
+util::UniqueJSON parseUntypedValue(const std::string& text);
 
 // Whether a parameter that holds this value would be the same after being set to that one, which
 // may leave out members of a structure.

@@ -36,15 +36,15 @@ bool isFloat(const cJSON* value) {
 }
 
 bool isText(const cJSON* value) {
-    return jsonText(value) != nullptr;
+    return util::jsonText(value) != nullptr;
 }
 
 bool isStructure(const cJSON* value) {
     return cJSON_IsObject(value);
 }
 
-UniqueJSON typedText(const std::string& text) {
-    return jsonString(text);
+util::UniqueJSON typedText(const std::string& text) {
+    return util::jsonString(text);
 }
 
 constexpr ValueType kTypes[] = {
@@ -64,9 +64,9 @@ const ValueType* valueType(const std::string& word) {
     return found == std::end(kTypes) ? nullptr : found;
 }
 
-UniqueJSON typedNumber(const std::string& text) {
+util::UniqueJSON typedNumber(const std::string& text) {
     const auto number = cli::parseNumber<double>(text);
-    return number && std::isfinite(*number) ? jsonNumber(*number) : jsonString(text);
+    return number && std::isfinite(*number) ? util::jsonNumber(*number) : util::jsonString(text);
 }
 
 }  // namespace client

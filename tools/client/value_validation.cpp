@@ -33,7 +33,7 @@ std::string choiceObjection(const Descriptor& descriptor, const cJSON* value) {
 }
 
 std::string shown(const Descriptor& descriptor, double number) {
-    return formatValue(descriptor, jsonNumber(number).get());
+    return formatValue(descriptor, util::jsonNumber(number).get());
 }
 
 std::string rangeObjection(const Descriptor& descriptor, const cJSON* value) {
@@ -50,7 +50,7 @@ std::string rangeObjection(const Descriptor& descriptor, const cJSON* value) {
 }
 
 std::string lengthObjection(const Descriptor& descriptor, const cJSON* value) {
-    const char* const text = jsonText(value);
+    const char* const text = util::jsonText(value);
     const int longest = descriptor.maxLength;
     return text && longest >= 0 && std::strlen(text) > static_cast<size_t>(longest)
                ? "needs a text of " + std::to_string(longest) + " bytes or less"
@@ -58,7 +58,7 @@ std::string lengthObjection(const Descriptor& descriptor, const cJSON* value) {
 }
 
 std::string encodingObjection(const Descriptor&, const cJSON* value) {
-    const char* const text = jsonText(value);
+    const char* const text = util::jsonText(value);
     return text && cli::validUTF8(text) != text ? "needs a text in UTF-8" : "";
 }
 

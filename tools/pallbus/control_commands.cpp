@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "cli/command_line.h"
-#include "model/files.h"
+#include "util/files.h"
 
 namespace pallbus {
 
@@ -66,7 +66,7 @@ void stopRecording(Recorder& recorder, const ControlSocket::Answer& answer) {
 }  // namespace
 
 std::string readScript(const std::string& path) {
-    const UniqueFile file = openFile(path, "r");
+    const util::UniqueFile file = util::openFile(path, "r");
     if (!file) {
         throw std::runtime_error("error while opening file: " + path);
     }
@@ -109,7 +109,7 @@ void handleControlRequest(ControlRequest request, FaultScheduler& faultScheduler
     answer({false, error.what()});
 }
 
-std::string sendToBus(uint16_t port, const std::string& command, const UniqueFile& file) {
+std::string sendToBus(uint16_t port, const std::string& command, const util::UniqueFile& file) {
     const auto reply = broker::sendCommand(port, command, file);
     if (!reply) {
         throw std::runtime_error("no bus on port " + std::to_string(port));

@@ -32,6 +32,6 @@ void handleControlRequest(broker::ControlRequest request, broker::FaultScheduler
 
 // Sends a command to the bus on the port and returns the text of its reply. Throws
 // std::runtime_error when there is no bus, or with the error that the bus replied.
-std::string sendToBus(uint16_t port, const std::string& command, const UniqueFile& file = {});
+std::string sendToBus(uint16_t port, const std::string& command, const util::UniqueFile& file = {});
 
 }  // namespace pallbus

@@ -6,9 +6,9 @@
 
 #include "bus/misframed.h"
 #include "client/client.h"
-#include "model/log.h"
 #include "pallctl/network/network_plan.h"
 #include "pallctl/values/candidates.h"
+#include "util/log.h"
 
 namespace pallctl {
 
@@ -75,7 +75,7 @@ std::vector<cli::Completion> completeFromDevice(const cli::CompletionRequest& re
     if (kind == std::end(kKinds) && setting == kNetworkMembers.end()) {
         return {};
     }
-    replaceLogSink([](int, const std::string&) {});
+    util::replaceLogSink([](int, const std::string&) {});
     lumo::replaceMisframedSink([](std::string_view) {});
     client::Client client(reachOf(request), client::Subscription::answers);
     if (!readAll(client)) {

@@ -7,9 +7,9 @@
 #include "bus/misframed.h"
 #include "cli/standard_descriptors.h"
 #include "cli/standard_output.h"
-#include "model/log.h"
 #include "pallctl/commands/commands.h"
 #include "pallctl/completion.h"
+#include "util/log.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ int run(int argc, char** argv) {
     cli::holdStandardDescriptors();
     // A write to a reader that has gone fails, and does not end the process.
     std::signal(SIGPIPE, SIG_IGN);
-    replaceLogSink([](int, const std::string&) {});
+    util::replaceLogSink([](int, const std::string&) {});
     lumo::replaceMisframedSink([](std::string_view) {
         client::complain("bus", "dropped a frame with a wrong terminator");
     });

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <limits>
 
-#include "model/json.h"
 #include "recording/payload_text.h"
+#include "util/json.h"
 
 namespace recording {
 
@@ -74,9 +74,9 @@ bool holdsNul(std::string_view line) {
     return false;
 }
 
-UniqueJSON objectOf(std::string_view line) {
+util::UniqueJSON objectOf(std::string_view line) {
     const char* end = nullptr;
-    UniqueJSON object(cJSON_ParseWithLengthOpts(line.data(), line.size(), &end, 0));
+    util::UniqueJSON object(cJSON_ParseWithLengthOpts(line.data(), line.size(), &end, 0));
     const bool whole = object && cJSON_IsObject(object.get()) &&
                        line.find_first_not_of(" \t\r", static_cast<size_t>(end - line.data())) ==
                            std::string_view::npos;
@@ -90,7 +90,7 @@ UniqueJSON objectOf(std::string_view line) {
 }
 
 double numberOf(const cJSON* object, const char* key, double low, double high) {
-    const cJSON* item = jsonMember(object, key);
+    const cJSON* item = util::jsonMember(object, key);
     if (!cJSON_IsNumber(item) || !(item->valuedouble >= low && item->valuedouble <= high)) {
         throw std::runtime_error("\"" + std::string(key) + "\" is missing or out of range");
     }
@@ -107,8 +107,8 @@ int32_t senderOf(const cJSON* object) {
 }
 
 std::string payloadOf(const cJSON* object) {
-    const char* text = jsonText(jsonMember(object, "payload"));
-    const char* base64 = jsonText(jsonMember(object, "base64"));
+    const char* text = util::jsonText(util::jsonMember(object, "payload"));
+    const char* base64 = util::jsonText(util::jsonMember(object, "base64"));
     if ((text == nullptr) == (base64 == nullptr)) {
         throw std::runtime_error("not one text, \"payload\" or \"base64\"");
     }
@@ -146,8 +146,8 @@ std::string lineOf(const Entry& entry) {
 }
 
 Header readHeaderLine(std::string_view line) {
-    const UniqueJSON object = objectOf(line);
-    const cJSON* format = jsonMember(object.get(), "recording");
+    const util::UniqueJSON object = objectOf(line);
+    const cJSON* format = util::jsonMember(object.get(), "recording");
     if (!cJSON_IsNumber(format)) {
         throw std::runtime_error("\"recording\" is missing");
     }
@@ -155,13 +155,13 @@ Header readHeaderLine(std::string_view line) {
         throw std::runtime_error("a recording of another format; known is " +
                                  std::to_string(kFormat));
     }
-    const char* start = jsonText(jsonMember(object.get(), "start"));
-    const char* by = jsonText(jsonMember(object.get(), "by"));
+    const char* start = util::jsonText(util::jsonMember(object.get(), "start"));
+    const char* by = util::jsonText(util::jsonMember(object.get(), "by"));
     return {wallClock(start ? start : ""), by ? by : ""};
 }
 
 Entry readEntryLine(std::string_view line) {
-    const UniqueJSON object = objectOf(line);
+    const util::UniqueJSON object = objectOf(line);
     const double seconds = numberOf(object.get(), "at", 0, kMostSeconds);
     return {microseconds(std::llround(seconds * 1e6)), senderOf(object.get()),
             payloadOf(object.get())};

@@ -9,8 +9,8 @@ namespace recording {
 
 namespace {
 
-UniqueFile opened(const std::string& path) {
-    UniqueFile file = openFile(path, "r");
+util::UniqueFile opened(const std::string& path) {
+    util::UniqueFile file = util::openFile(path, "r");
     if (!file) {
         throw std::runtime_error(path + ": " + std::generic_category().message(errno));
     }
@@ -25,7 +25,8 @@ bool isBlank(const std::string& text) {
 
 Reader::Reader(const std::string& path) : Reader(opened(path), path) {}
 
-Reader::Reader(UniqueFile file, std::string path) : file_(std::move(file)), path_(std::move(path)) {
+Reader::Reader(util::UniqueFile file, std::string path)
+    : file_(std::move(file)), path_(std::move(path)) {
     readHeader();
 }
 

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <thread>
 
-#include "model/files.h"
+#include "util/files.h"
 
 // What went over the bus, kept in a text file of one JSON object per line (doc/recording.md).
 
@@ -50,7 +50,7 @@ class Writer {
     Writer(const std::string& path, std::string by);
     // The same with an open file, which `path` is only the name of, and which is emptied. Does not
     // wait for the disk, and so does not throw: failure() tells.
-    Writer(UniqueFile file, std::string path, std::string by);
+    Writer(util::UniqueFile file, std::string path, std::string by);
     // Like finish(), for those who do not want to know.
     ~Writer();
     Writer(const Writer&) = delete;
@@ -79,7 +79,7 @@ class Writer {
 
     const std::string path_;
     const std::chrono::steady_clock::time_point start_;
-    const UniqueFile file_;  // the thread's, once that runs
+    const util::UniqueFile file_;  // the thread's, once that runs
 
     mutable std::mutex mutex_;  // guards what follows
     std::condition_variable changed_;
@@ -100,7 +100,7 @@ class Reader {
     // is no recording.
     explicit Reader(const std::string& path);
     // The same for a file already open, which `path` is only the name of.
-    Reader(UniqueFile file, std::string path);
+    Reader(util::UniqueFile file, std::string path);
 
     const Header& header() const { return header_; }
 
@@ -127,7 +127,7 @@ class Reader {
     std::optional<Entry> entryOf(const Line& line);
     std::string place(const std::string& problem) const;
 
-    UniqueFile file_;
+    util::UniqueFile file_;
     std::string path_;
     size_t line_ = 0;
     Header header_;

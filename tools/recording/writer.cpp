@@ -20,8 +20,8 @@ std::string systemText(int error) {
     return std::generic_category().message(error);
 }
 
-UniqueFile opened(const std::string& path) {
-    UniqueFile file = openFile(path, "w");
+util::UniqueFile opened(const std::string& path) {
+    util::UniqueFile file = util::openFile(path, "w");
     if (!file) {
         throw std::runtime_error(path + ": " + systemText(errno));
     }
@@ -60,7 +60,7 @@ Writer::Writer(const std::string& path, std::string by)
     thread_ = std::thread([this] { writeOut(); });
 }
 
-Writer::Writer(UniqueFile file, std::string path, std::string by)
+Writer::Writer(util::UniqueFile file, std::string path, std::string by)
     : path_(std::move(path)),
       start_(std::chrono::steady_clock::now()),
       file_(std::move(file)),

@@ -33,7 +33,7 @@ const std::string kAnnouncement =
     R"({"id":"*","param":{"frameName":"A"}})";
 
 NOTMessage announcement() {
-    return {"system", "frameName", jsonString("A")};
+    return {"system", "frameName", util::jsonString("A")};
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ class BusClientMemory : public testing::Test {
         client_.setHeartbeatPeriod(1ms);
         client_.subscribe("system");
         client_.setOnConnectionState([this](lumo::ConnectionState, const std::string&) {
-            client_.send(NOTMessage("system", "frameName", jsonString("name")));
+            client_.send(NOTMessage("system", "frameName", util::jsonString("name")));
         });
         client_.connectToTarnInternal();
     }

@@ -31,7 +31,7 @@ class BusClientMessage : public BusClientTest {
         log_.take();
         client_->setOnMessage([this](TarnInternalMessage message) {
             received_.push_back(std::string(typeWord(message.type())) + " " + message.objectName() +
-                                " " + renderJSON(message.data(), false));
+                                " " + util::renderJSON(message.data(), false));
         });
     }
     // Answers each master state with this code and notes it.
@@ -217,7 +217,7 @@ TEST_F(BusClientMessage, MasterStateMessagesAreLoggedByTheirHeader) {
 TEST_F(BusClientMessage, LongerThanTheBusTakesIsLoggedAndNotSent) {
     ASSERT_TRUE(connectAndLogIn());
     const auto sendText = [this](std::size_t length) {
-        client_->send(NOTMessage("system", "x", jsonString(std::string(length, 'x'))));
+        client_->send(NOTMessage("system", "x", util::jsonString(std::string(length, 'x'))));
     };
     sendText(20'000'000);
     EXPECT_THAT(log_.lines(),

@@ -20,7 +20,7 @@ class BusClientThreads : public BusClientTest {
         poll_.setPeriodicTask(1ms, [this] {
             const auto batch = client_->gather();
             for (int i = 0; i < 3; ++i) {
-                client_->send(NOTMessage("system", "count", jsonNumber(++count_)));
+                client_->send(NOTMessage("system", "count", util::jsonNumber(++count_)));
             }
         });
     }

@@ -14,8 +14,8 @@
 
 namespace {
 
-UniqueJSON parsed(const std::string& text) {
-    return parseJSON(text.data(), text.size());
+util::UniqueJSON parsed(const std::string& text) {
+    return util::parseJSON(text.data(), text.size());
 }
 
 const std::string kIdPlace = "<id>";
@@ -42,7 +42,7 @@ TEST(NewRequests, GetTheNextIdOfTheProcess) {
     const NOTMessage second("system", "a", nullptr);
     EXPECT_EQ(std::stoull(second.uniqueId()), std::stoull(first.uniqueId()) + 1);
     EXPECT_NE(first.uniqueId().find('@'), std::string::npos);
-    EXPECT_STREQ(jsonText(jsonMember(first.data(), "id")), first.uniqueId().c_str());
+    EXPECT_STREQ(util::jsonText(util::jsonMember(first.data(), "id")), first.uniqueId().c_str());
 }
 
 TEST(NewRequests, HaveNoEndsYet) {
@@ -107,12 +107,12 @@ TEST(SetMessages, OutsideAnySequenceHaveNone) {
 }
 
 TEST(NotMessages, AnnounceANameUnderParam) {
-    EXPECT_EQ(payloadOf(NOTMessage("system", "sshEnabled", jsonNumber(1))),
+    EXPECT_EQ(payloadOf(NOTMessage("system", "sshEnabled", util::jsonNumber(1))),
               "[\"NOT\", \"system\", 0, 0, 0]\n{\"id\":\"<id>\",\"param\":{\"sshEnabled\":1}}");
 }
 
 TEST(NotMessages, AnnounceUnderAKeyOfTheirOwn) {
-    EXPECT_EQ(payloadOf(NOTMessage("system", DataKey{"state"}, jsonNumber(1))),
+    EXPECT_EQ(payloadOf(NOTMessage("system", DataKey{"state"}, util::jsonNumber(1))),
               "[\"NOT\", \"system\", 0, 0, 0]\n{\"id\":\"<id>\",\"state\":1}");
 }
 
@@ -141,24 +141,24 @@ TEST(RspMessages, ACodeWithoutTextHasAnEmptyOne) {
 TEST(RspMessages, WithAParamNameNoCommand) {
     EXPECT_EQ(RSPMessage(request(), parsed("{\"a\":1}")).encode(),
               answerTo8("\"statusCode\":200,\"statusMsg\":\"OK\",\"param\":{\"a\":1}"));
-    EXPECT_EQ(RSPMessage(request(), UniqueJSON()).encode(),
+    EXPECT_EQ(RSPMessage(request(), util::UniqueJSON()).encode(),
               answerTo8("\"statusCode\":200,\"statusMsg\":\"OK\""));
 }
 
 TEST(RspMessages, WithAnObjectBase) {
     const std::string ok = "\"requestCommand\":\"GET\",\"statusCode\":200,\"statusMsg\":\"OK\"";
-    EXPECT_EQ(RSPMessage(request(), "base", jsonNumber(1)).encode(),
+    EXPECT_EQ(RSPMessage(request(), "base", util::jsonNumber(1)).encode(),
               answerTo8(ok + ",\"objectBase\":\"base\",\"param\":1"));
-    EXPECT_EQ(RSPMessage(request(), std::nullopt, jsonNumber(1)).encode(),
+    EXPECT_EQ(RSPMessage(request(), std::nullopt, util::jsonNumber(1)).encode(),
               answerTo8(ok + ",\"param\":1"));
     EXPECT_EQ(RSPMessage(request(), "", nullptr).encode(), answerTo8(ok + ",\"objectBase\":\"\""));
 }
 
 TEST(RspMessages, CarryADescriptorWhenTheFlagIsOne) {
     const std::string ok = "\"requestCommand\":\"GET\",\"statusCode\":200,\"statusMsg\":\"OK\"";
-    EXPECT_EQ(RSPMessage(request(), std::nullopt, jsonNumber(1), 1).encode(),
+    EXPECT_EQ(RSPMessage(request(), std::nullopt, util::jsonNumber(1), 1).encode(),
               answerTo8(ok + ",\"paramDescriptor\":1"));
-    EXPECT_EQ(RSPMessage(request(), "base", jsonNumber(1), 0).encode(),
+    EXPECT_EQ(RSPMessage(request(), "base", util::jsonNumber(1), 0).encode(),
               answerTo8(ok + ",\"objectBase\":\"base\",\"param\":1"));
 }
 
@@ -192,13 +192,13 @@ TEST(RspMessages, ToARequestWithoutIdHaveAnEmptyOne) {
 }
 
 TEST(Messages, TextsAreEscapedInTheData) {
-    EXPECT_EQ(payloadOf(NOTMessage("system", "name", jsonString("a\"\n\\b"))),
+    EXPECT_EQ(payloadOf(NOTMessage("system", "name", util::jsonString("a\"\n\\b"))),
               "[\"NOT\", \"system\", 0, 0, 0]\n"
               "{\"id\":\"<id>\",\"param\":{\"name\":\"a\\\"\\n\\\\b\"}}");
 }
 
 TEST(Messages, AreSentAsTheirCommonBase) {
-    TarnInternalMessage message = SETMessage("system", jsonNumber(1));
+    TarnInternalMessage message = SETMessage("system", util::jsonNumber(1));
     message.header().source = 8;
     EXPECT_EQ(payloadOf(message), "[\"SET\", \"system\", 8, 0, 0]\n{\"id\":\"<id>\",\"param\":1}");
 }
@@ -208,7 +208,7 @@ TEST(Messages, ComeBackAsTheyWereSent) {
     const TarnInternalMessage back = received(sent.encode());
     EXPECT_EQ(back.type(), MessageType::SET);
     EXPECT_EQ(back.uniqueId(), sent.uniqueId());
-    EXPECT_EQ(renderJSON(back.data(), false), renderJSON(sent.data(), false));
+    EXPECT_EQ(util::renderJSON(back.data(), false), util::renderJSON(sent.data(), false));
 }
 
 // One of every kind, encoded.
@@ -217,7 +217,7 @@ std::vector<std::string> oneOfEachKind() {
             GETMessage("system", {"ipAddress"}, nullptr, 1).encode(),
             SETMessage("system.connection", parsed("{\"login\":{\"connID\":8}}")).encode(),
             SETMessage("", nullptr).encode(),
-            NOTMessage("frameB.system", "sshEnabled", jsonNumber(0)).encode(),
+            NOTMessage("frameB.system", "sshEnabled", util::jsonNumber(0)).encode(),
             RSPMessage(request(), 404).encode(),
             RSPMessage(request(), parsed("{\"frameName\":\"a;b:c\"}")).encode()};
 }

@@ -47,7 +47,7 @@ TEST(MessageDecoding, ReadsHeaderAndData) {
     EXPECT_EQ(message.source(), 5);
     EXPECT_EQ(message.header().destination, 8);
     EXPECT_EQ(message.uniqueId(), "3@h");
-    EXPECT_EQ(renderJSON(jsonMember(message.data(), "param"), false), "{\"a\":1}");
+    EXPECT_EQ(util::renderJSON(util::jsonMember(message.data(), "param"), false), "{\"a\":1}");
     EXPECT_EQ(message.filePath(), "");
 }
 
@@ -209,10 +209,10 @@ TEST(MessageData, OfAMessageWithoutAnyIsNullAndNotKept) {
 
 TEST(MessageData, ParsedAnewBelongsToTheCaller) {
     const TarnInternalMessage message = received(kLine + "{\"a\": 1}"s);
-    const UniqueJSON mine = message.parseData();
+    const util::UniqueJSON mine = message.parseData();
     cJSON_DeleteItemFromObject(mine.get(), "a");
-    EXPECT_EQ(renderJSON(message.parseData().get(), false), "{\"a\":1}");
-    EXPECT_EQ(renderJSON(message.data(), false), "{\"a\":1}");
+    EXPECT_EQ(util::renderJSON(message.parseData().get(), false), "{\"a\":1}");
+    EXPECT_EQ(util::renderJSON(message.data(), false), "{\"a\":1}");
 }
 
 TEST(MessageData, ParsedAnewIsNullWhenItDoesNotParse) {
@@ -221,8 +221,8 @@ TEST(MessageData, ParsedAnewIsNullWhenItDoesNotParse) {
 }
 
 TEST(MessageData, OfANewMessageIsCopiedForTheCaller) {
-    const SETMessage message("system", jsonNumber(1));
-    EXPECT_EQ(renderJSON(jsonMember(message.parseData().get(), "param"), false), "1");
+    const SETMessage message("system", util::jsonNumber(1));
+    EXPECT_EQ(util::renderJSON(util::jsonMember(message.parseData().get(), "param"), false), "1");
 }
 
 TEST(MessageEncoding, AppendsTheReceivedTextAsItIsUntilItIsParsed) {
@@ -358,7 +358,7 @@ TEST(MovingAMessage, KeepsTextThatWasNotParsedYet) {
             ownedText ? TarnInternalMessage(mallocText(kLine + "[1]"s)) : received(kLine + "[1]"s);
         TarnInternalMessage to;
         to = std::move(from);
-        EXPECT_EQ(renderJSON(to.data(), false), "[1]");
+        EXPECT_EQ(util::renderJSON(to.data(), false), "[1]");
         EXPECT_TRUE(cJSON_IsNull(from.data()));
         EXPECT_EQ(from.type(), MessageType::SET);
     }
@@ -370,7 +370,7 @@ TEST(MovingAMessage, ReplacesWhatWasThere) {
     to = receivedData("{\"b\":2}");
     CapturedLog log;
     EXPECT_EQ(to.uniqueId(), "");
-    EXPECT_EQ(renderJSON(to.data(), false), "{\"b\":2}");
+    EXPECT_EQ(util::renderJSON(to.data(), false), "{\"b\":2}");
 }
 
 }  // namespace

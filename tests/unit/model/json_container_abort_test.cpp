@@ -11,11 +11,11 @@
 
 #include <gtest/gtest.h>
 
-#include "model/log.h"
 #include "sample_container.h"
 #include "support/exhausted_memory.h"
 #include "support/file_calls.h"
 #include "support/temporary_directory.h"
+#include "util/log.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 // As without a sanitizer: no memory is a null pointer. The sanitizer asks before it can watch
@@ -33,7 +33,7 @@ namespace {
 
 // For the process that is to end.
 void logToStandardError() {
-    replaceLogSink([](int priority, const std::string& text) {
+    util::replaceLogSink([](int priority, const std::string& text) {
         std::fprintf(stderr, "<%d> %s", priority, text.c_str());
     });
 }
@@ -146,7 +146,7 @@ class ForgetfulContainer : public SampleContainer {
     using SampleContainer::SampleContainer;
     int fromJSON(const cJSON*) override {
         const ExhaustedMemory none(0);
-        jsonNull();
+        util::jsonNull();
         return 0;
     }
 };

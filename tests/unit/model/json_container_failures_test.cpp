@@ -126,7 +126,7 @@ TEST(SaveAllocations, EachThatFailsLeavesTheFileAlone) {
 class HungryContainer : public SampleContainer {
   public:
     using SampleContainer::SampleContainer;
-    UniqueJSON toJSON() const override { throw std::bad_alloc(); }
+    util::UniqueJSON toJSON() const override { throw std::bad_alloc(); }
 };
 
 TEST(SaveAllocations, OutsideOfTheLibraryAreASaveThatFailed) {

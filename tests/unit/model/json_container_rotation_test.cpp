@@ -31,9 +31,9 @@ class Rotation : public testing::Test {
     // Writes the text by the container's own steps and gives their result.
     int written(const std::string& text, bool keepOld = false) {
         container_.text = text;
-        const UniqueJSON root = jsonObject();
-        addMember(root.get(), "version", jsonNumber(0));
-        addMember(root.get(), "sample", container_.toJSON());
+        const util::UniqueJSON root = util::jsonObject();
+        util::addMember(root.get(), "version", util::jsonNumber(0));
+        util::addMember(root.get(), "sample", container_.toJSON());
         return container_.writeFile(path_, root.get(), keepOld);
     }
 
@@ -140,7 +140,7 @@ TEST_F(Rotation, OddStatResultIsTheOutcomeWhenTheNewFileCannotBeOpened) {
 TEST_F(Rotation, SaveWithoutMemoryForTheTextTouchesNothing) {
     for (const Files& before : {Files{}, Files{{"file.json", sampleFile("before")}}}) {
         furnish(before);
-        const UniqueJSON root = container_.toJSON();
+        const util::UniqueJSON root = container_.toJSON();
         {
             const ExhaustedMemory small(256);
             const FileCallWatch watch([](const FileCall& call) -> std::optional<FileAnswer> {

@@ -167,7 +167,7 @@ TEST_F(JSONContainer, SaveWithoutMemoryForTheRootStops) {
 class UnwritableContainer : public SampleContainer {
   public:
     using SampleContainer::SampleContainer;
-    UniqueJSON toJSON() const override { return nullptr; }
+    util::UniqueJSON toJSON() const override { return nullptr; }
 };
 
 TEST_F(JSONContainer, SaveWithoutPayloadStops) {

@@ -24,11 +24,11 @@
 
 #include <gtest/gtest.h>
 
-#include "model/files.h"
 #include "sample_container.h"
 #include "support/captured_log.h"
 #include "support/file_calls.h"
 #include "support/temporary_directory.h"
+#include "util/files.h"
 
 namespace {
 
@@ -71,8 +71,8 @@ class MountedImage {
 // A copy of one moment: two readings that agree show that nothing was written during the first.
 void copyOneMoment(const std::string& image, const std::string& copy) {
     const size_t all = size_t{1} << 30U;
-    std::string bytes = readContents(image, all).bytes;
-    for (std::string again; (again = readContents(image, all).bytes) != bytes;) {
+    std::string bytes = util::readContents(image, all).bytes;
+    for (std::string again; (again = util::readContents(image, all).bytes) != bytes;) {
         bytes = std::move(again);
     }
     std::ofstream(copy, std::ios::binary) << bytes;
@@ -124,7 +124,7 @@ class PowerCutOnExt4 : public testing::Test {
     }
 
     void syncEverything() {
-        const UniqueFile directory = openFile(directory_.path("disk"), "r");
+        const util::UniqueFile directory = util::openFile(directory_.path("disk"), "r");
         ASSERT_TRUE(directory);
         ASSERT_EQ(syncfs(fileno(directory.get())), 0);
     }

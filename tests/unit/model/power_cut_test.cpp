@@ -15,11 +15,11 @@
 
 #include <gtest/gtest.h>
 
-#include "model/file_replacement.h"
 #include "sample_container.h"
 #include "support/captured_log.h"
 #include "support/file_calls.h"
 #include "support/temporary_directory.h"
+#include "util/file_replacement.h"
 
 namespace {
 
@@ -292,7 +292,7 @@ class PowerCutOfAReplacedFile : public testing::Test {
   protected:
     static Changes changesOfReplacement(const Files& start, const std::string& text) {
         return changesOf(start, [&](const TemporaryDirectory& directory) {
-            replaceFile(directory.path("network.conf"), text);
+            util::replaceFile(directory.path("network.conf"), text);
         });
     }
 

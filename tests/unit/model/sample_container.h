@@ -15,14 +15,14 @@ class SampleContainer : public AbstractJSONTopLevelContainer {
     const char* getName() const override { return "sample"; }
 
     int fromJSON(const cJSON* item) override {
-        const char* read = jsonText(jsonMember(item, "text"));
+        const char* read = util::jsonText(util::jsonMember(item, "text"));
         text = read == nullptr ? "" : read;
         return read == nullptr ? -1 : 0;
     }
 
-    UniqueJSON toJSON() const override {
-        UniqueJSON object = jsonObject();
-        addMember(object.get(), "text", jsonString(text));
+    util::UniqueJSON toJSON() const override {
+        util::UniqueJSON object = util::jsonObject();
+        util::addMember(object.get(), "text", util::jsonString(text));
         return object;
     }
 

@@ -102,7 +102,7 @@ TEST(StructSize, MeasuresWhatIsHeldAsItMeasuresWhatIsRead) {
         R"({"_d_name":{"type":"STRING","name":"Name","widget":"text","value":"abc"},)"
         R"("_d_s":{"type":"STRUCT","value":{"_d_c":{"type":"INT32",)"
         R"("constraint":{"type":"INT_CHOICE","choices":[{"value":1,"name":"one"}]}}}}})";
-    const UniqueJSON item = parsed(json);
+    const util::UniqueJSON item = parsed(json);
     ToskStructValue value;
     quietly([&] { ASSERT_EQ(0, value.fromJSON(item.get())); });
     EXPECT_EQ(3u, sizeOfValue(&value).members);

@@ -14,7 +14,7 @@ const Choices kSwitch{{0, "Disabled"}, {1, "Enabled"}};
 
 Choices choicesReadFrom(const std::string& choices) {
     ToskIntegerChoiceConstraint constraint;
-    const UniqueJSON json = parsed(R"({"type":"INT_CHOICE","choices":)" + choices + "}");
+    const util::UniqueJSON json = parsed(R"({"type":"INT_CHOICE","choices":)" + choices + "}");
     EXPECT_EQ(0, constraint.fromJSON(json.get())) << choices;
     return constraint.choices();
 }

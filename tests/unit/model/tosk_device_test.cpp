@@ -160,8 +160,8 @@ TEST(ToskDeviceToJSON, RenamedParameterShowsItsNewIdentifierInItsOldPlace) {
     add(device, "system.a", std::make_shared<ToskIntegerValue>(2))
         ->setOid(ToskOID::fromParts("x.system", "a"));
     EXPECT_EQ(R"({"x.system.a":2,"system.b":1})", rendered(device.valuesToJSON()));
-    const UniqueJSON json = device.toJSON();
-    EXPECT_NE(nullptr, jsonMember(jsonMember(json.get(), "params"), "d_x.system.a"));
+    const util::UniqueJSON json = device.toJSON();
+    EXPECT_NE(nullptr, util::jsonMember(util::jsonMember(json.get(), "params"), "d_x.system.a"));
 }
 
 TEST(ToskDeviceFromJSON, GivesMinusOneAlsoAfterACompleteRead) {

@@ -111,7 +111,7 @@ TEST(HostileJSON, SetRequestsSurviveAnyShapeForEveryType) {
             ToskParam& param = params[type];
             param.setType(static_cast<int32_t>(type));
             param.setOid(ToskOID("system.x", 1));
-            const UniqueJSON json = parsed(randomJSON(random, 5));
+            const util::UniqueJSON json = parsed(randomJSON(random, 5));
             const int result = param.setValueFromJSON(json.get());
             EXPECT_TRUE(result == 0 || result == -1);
             param.setValueFromJSONIfChanged(json.get());

@@ -259,7 +259,7 @@ TEST(ToskParamThreads, ReadingsAndRenamesMeetWithoutARace) {
     });
     for (int i = 0; i < 2000; ++i) {
         param.setOid(ToskOID(i % 2 ? "system.x" : "frameB.system.x", 1));
-        param.setValueFromJSONIfChanged(jsonNumber(i).get());
+        param.setValueFromJSONIfChanged(util::jsonNumber(i).get());
         const ToskParam copy = param;
         rendered(copy.toJSON());
     }

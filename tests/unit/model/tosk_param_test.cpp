@@ -253,7 +253,7 @@ TEST(ToskParamFromJSON, ValueIsReadIntoTheOwnValueAndTheListenerHearsOfAChange) 
     const auto value = std::make_shared<ToskIntegerValue>(5);
     param.setValue(value);
     param.setListener(&listener);
-    const UniqueJSON json = parsed(R"({"type":"INT32","value":6})");
+    const util::UniqueJSON json = parsed(R"({"type":"INT32","value":6})");
     EXPECT_EQ(0, param.fromJSON(json.get()));
     EXPECT_EQ(0, param.fromJSON(json.get()));
     EXPECT_EQ(value, param.value());

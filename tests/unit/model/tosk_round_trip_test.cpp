@@ -20,7 +20,7 @@ constexpr std::string_view kNameLetters = "abcXYZ019_-";
 constexpr int64_t kExact = 999'999'999'999'999;
 
 // The item after a way through text, as over the bus or from the file.
-UniqueJSON sent(const UniqueJSON& item) {
+util::UniqueJSON sent(const util::UniqueJSON& item) {
     return parsed(rendered(item));
 }
 

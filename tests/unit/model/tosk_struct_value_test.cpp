@@ -178,10 +178,10 @@ TEST(ToskStructValue, OnlyTheFirstOfEqualMembersTakesTheValue) {
 
 TEST(ToskStructValue, ChangedTellsWhetherAMemberCameOrBecameAnother) {
     ToskStructValue value;
-    const UniqueJSON json = parsed(R"({"_d_name":{"type":"STRING","value":"a"}})");
+    const util::UniqueJSON json = parsed(R"({"_d_name":{"type":"STRING","value":"a"}})");
     EXPECT_TRUE(value.setFromJSONChanged(json.get()));
     EXPECT_FALSE(value.setFromJSONChanged(json.get()));
-    const UniqueJSON other = parsed(R"({"_d_name":{"type":"STRING","value":"b"}})");
+    const util::UniqueJSON other = parsed(R"({"_d_name":{"type":"STRING","value":"b"}})");
     EXPECT_TRUE(value.setFromJSONChanged(other.get()));
     EXPECT_FALSE(value.setFromJSONChanged(parsed("{}").get()));
 }

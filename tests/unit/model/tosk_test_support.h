@@ -8,35 +8,12 @@
 
 #include <gtest/gtest.h>
 
-#include "model/json.h"
 #include "model/tosk_param.h"
+#include "support/json_text.h"
+#include "util/json.h"
 
 // What the tests of the parameter model have in common: JSON from literals, and a listener
 // and standard output that remember what they were told.
-
-inline UniqueJSON parsed(std::string_view text) {
-    UniqueJSON item = parseJSON(text.data(), text.size());
-    EXPECT_NE(nullptr, item) << "not JSON: " << text;
-    return item;
-}
-
-inline std::string rendered(const UniqueJSON& item) {
-    return renderJSON(item.get(), false);
-}
-
-// `levels` opening texts, the inner text, as many closing texts.
-inline std::string nested(size_t levels, std::string_view open, std::string_view inner,
-                          std::string_view close) {
-    std::string text;
-    for (size_t i = 0; i < levels; ++i) {
-        text += open;
-    }
-    text += inner;
-    for (size_t i = 0; i < levels; ++i) {
-        text += close;
-    }
-    return text;
-}
 
 struct RecordingListener final : ToskValueChangeListener {
     void valueChanged(ToskParam* param) override { heard.push_back(param); }

@@ -104,7 +104,7 @@ TEST(ToskIntegerValue, ReadsNumbersBeyondItsRangeAsTheEnds) {
 
 TEST(ToskIntegerValue, ReadsNaNAsZero) {
     ToskIntegerValue value(5);
-    EXPECT_EQ(0, value.fromJSON(jsonNumber(std::nan("")).get()));
+    EXPECT_EQ(0, value.fromJSON(util::jsonNumber(std::nan("")).get()));
     EXPECT_EQ(0, value.value());
 }
 
@@ -276,9 +276,9 @@ TEST(ToskStringValue, ReadsTextsOnly) {
 
 TEST(ToskStringValue, RefusesMoreThanAMebibyte) {
     ToskStringValue value("before");
-    EXPECT_EQ(-1, value.fromJSON(jsonString(std::string(1024 * 1024 + 1, 'x')).get()));
+    EXPECT_EQ(-1, value.fromJSON(util::jsonString(std::string(1024 * 1024 + 1, 'x')).get()));
     EXPECT_EQ("before", value.text());
-    EXPECT_EQ(0, value.fromJSON(jsonString(std::string(1024 * 1024, 'x')).get()));
+    EXPECT_EQ(0, value.fromJSON(util::jsonString(std::string(1024 * 1024, 'x')).get()));
     EXPECT_EQ(1024u * 1024u, value.text().size());
 }
 

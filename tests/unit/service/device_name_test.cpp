@@ -20,7 +20,7 @@ using Line = CapturedLog::Line;
 constexpr const char* kMac = "001122334455";
 
 std::string labelIn(const std::string& text, const std::string& mac = kMac) {
-    const UniqueJSON labels = parseJSON(text.data(), text.size());
+    const util::UniqueJSON labels = util::parseJSON(text.data(), text.size());
     return findDeviceLabel(labels.get(), mac);
 }
 

@@ -7,12 +7,12 @@
 namespace {
 
 MasterSystemDetails read(const std::string& text) {
-    const UniqueJSON item = parseJSON(text.data(), text.size());
+    const util::UniqueJSON item = util::parseJSON(text.data(), text.size());
     return masterDetailsFromJSON(item.get());
 }
 
 std::string rewritten(const std::string& text) {
-    return renderJSON(masterDetailsToJSON(read(text)).get(), false);
+    return util::renderJSON(masterDetailsToJSON(read(text)).get(), false);
 }
 
 constexpr const char* kEmptyHalf =

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "model/json.h"
 #include "systemstate/catalogue.h"
+#include "util/json.h"
 
 namespace soak {
 namespace {
@@ -52,7 +52,8 @@ TEST(Requests, AreJsonWhateverTheirValues) {
     RequestMaker maker(random);
     for (int i = 0; i < 2000; ++i) {
         const Request request = maker.any(true);
-        ASSERT_NE(parseJSON(request.data.data(), request.data.size()), nullptr) << request.data;
+        ASSERT_NE(util::parseJSON(request.data.data(), request.data.size()), nullptr)
+            << request.data;
     }
 }
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "model/log.h"
+#include "util/log.h"
 
 // Collects what is logged while it lives, from any thread.
 class CapturedLog {
@@ -21,11 +21,11 @@ class CapturedLog {
     };
 
     CapturedLog()
-        : previous_(replaceLogSink([this](int priority, const std::string& text) {
+        : previous_(util::replaceLogSink([this](int priority, const std::string& text) {
               const std::lock_guard<std::mutex> lock(mutex_);
               lines_.push_back({priority, text});
           })) {}
-    ~CapturedLog() { replaceLogSink(std::move(previous_)); }
+    ~CapturedLog() { util::replaceLogSink(std::move(previous_)); }
     CapturedLog(const CapturedLog&) = delete;
     CapturedLog& operator=(const CapturedLog&) = delete;
 
@@ -43,5 +43,5 @@ class CapturedLog {
   private:
     mutable std::mutex mutex_;
     std::vector<Line> lines_;
-    LogSink previous_;
+    util::LogSink previous_;
 };

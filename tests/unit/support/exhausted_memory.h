@@ -2,15 +2,15 @@
 
 #include <cstdlib>
 
-#include "model/json.h"
+#include "util/json.h"
 
 // cJSON finds no memory for pieces of `size` bytes and more while this lives.
 class ExhaustedMemory {
   public:
-    explicit ExhaustedMemory(size_t size) : previous_(replaceJSONAllocator(&allocate)) {
+    explicit ExhaustedMemory(size_t size) : previous_(util::replaceJSONAllocator(&allocate)) {
         limit() = size;
     }
-    ~ExhaustedMemory() { replaceJSONAllocator(previous_); }
+    ~ExhaustedMemory() { util::replaceJSONAllocator(previous_); }
     ExhaustedMemory(const ExhaustedMemory&) = delete;
     ExhaustedMemory& operator=(const ExhaustedMemory&) = delete;
 
@@ -21,17 +21,18 @@ class ExhaustedMemory {
     }
     static void* allocate(size_t size) { return size < limit() ? std::malloc(size) : nullptr; }
 
-    JSONAllocator previous_;
+    util::JSONAllocator previous_;
 };
 
 // cJSON finds memory for `count` more pieces while this lives, not for the next one, and then
 // again: a shortage that passes.
 class OneFailedAllocation {
   public:
-    explicit OneFailedAllocation(unsigned long count) : previous_(replaceJSONAllocator(&allocate)) {
+    explicit OneFailedAllocation(unsigned long count)
+        : previous_(util::replaceJSONAllocator(&allocate)) {
         left() = count;
     }
-    ~OneFailedAllocation() { replaceJSONAllocator(previous_); }
+    ~OneFailedAllocation() { util::replaceJSONAllocator(previous_); }
     OneFailedAllocation(const OneFailedAllocation&) = delete;
     OneFailedAllocation& operator=(const OneFailedAllocation&) = delete;
 
@@ -51,5 +52,5 @@ class OneFailedAllocation {
         return nullptr;
     }
 
-    JSONAllocator previous_;
+    util::JSONAllocator previous_;
 };

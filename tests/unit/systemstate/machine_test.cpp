@@ -211,7 +211,7 @@ TEST(MachineWriteFile, ReplacesTheWholeText) {
     const FrameRoot root;
     root.write("/vantor/etc/network.conf", "a longer text than the new one\n");
     EXPECT_EQ(Machine(root.path()).writeFile("/vantor/etc/network.conf", "new\n"),
-              WriteFailure::none);
+              util::WriteFailure::none);
     EXPECT_EQ(root.read("/vantor/etc/network.conf"), "new\n");
 }
 
@@ -219,12 +219,12 @@ TEST(MachineWriteFile, SaysThatItFailedAndWhy) {
     const FrameRoot root;
     root.write("/vantor/etc/other", "");
     const Machine machine(root.path());
-    EXPECT_EQ(machine.writeFile("/vantor/etc", "new\n"), WriteFailure::open);
+    EXPECT_EQ(machine.writeFile("/vantor/etc", "new\n"), util::WriteFailure::open);
     EXPECT_EQ(errno, EISDIR);
-    EXPECT_EQ(machine.writeFile("/nowhere/network.conf", "new\n"), WriteFailure::open);
+    EXPECT_EQ(machine.writeFile("/nowhere/network.conf", "new\n"), util::WriteFailure::open);
     EXPECT_EQ(errno, ENOENT);
     const FileSizeLimit room(2);
-    EXPECT_EQ(machine.writeFile("/vantor/etc/new", "new\n"), WriteFailure::write);
+    EXPECT_EQ(machine.writeFile("/vantor/etc/new", "new\n"), util::WriteFailure::write);
     EXPECT_EQ(errno, EFBIG);
 }
 

@@ -2,14 +2,14 @@
 
 #include <utility>
 
-#include "model/log.h"
+#include "util/log.h"
 
 PollFixture::~PollFixture() {
-    replaceLogSink({});
+    util::replaceLogSink({});
 }
 
 void PollFixture::startWithoutCatalogue(const std::string& product) {
-    replaceLogSink([this](int priority, const std::string& text) {
+    util::replaceLogSink([this](int priority, const std::string& text) {
         if (priority < LOG_DEBUG) {
             diary_.push_back(std::to_string(priority) + " " + text);
         }

@@ -42,7 +42,7 @@ TEST_P(SerialPortRow, Param) {
 TEST_P(SerialPortRow, MembersInTheirOrder) {
     const std::unique_ptr<ToskParam> param = makeSerialParam(port());
     EXPECT_EQ(
-        renderJSON(param->valueToJSON().get(), false),
+        util::renderJSON(param->valueToJSON().get(), false),
         std::string(R"({"_d_name":{"name":"Name","type":"STRING","readonly":false,"value":")") +
             expected().label +
             R"("},"_d_dev":{"name":"Device","type":"STRING","readonly":false,"value":")" +
@@ -53,8 +53,8 @@ TEST_P(SerialPortRow, MembersInTheirOrder) {
 
 INSTANTIATE_TEST_SUITE_P(Table, SerialPortRow, testing::Values(0U, 1U, 2U));
 
-UniqueJSON json(const std::string& text) {
-    return parseJSON(text.c_str(), text.size());
+util::UniqueJSON json(const std::string& text) {
+    return util::parseJSON(text.c_str(), text.size());
 }
 
 TEST(SerialConnection, IsTakenFromTheMember) {

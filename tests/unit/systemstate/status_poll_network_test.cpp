@@ -5,10 +5,10 @@
 
 #include <gmock/gmock.h>
 
-#include "model/json.h"
 #include "poll_fixture.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/places.h"
+#include "util/json.h"
 
 namespace {
 
@@ -141,7 +141,7 @@ TEST_F(NetworkPoll, SettingThatWasSetAndNotAppliedStays) {
 TEST_F(NetworkPoll, EditThatUndoesASetIsSeen) {
     start("Quorane");
     poll();
-    state_->findParam(kIpAddressKey)->setValueFromJSON(jsonNumber(0x0A000007).get());
+    state_->findParam(kIpAddressKey)->setValueFromJSON(util::jsonNumber(0x0A000007).get());
     ASSERT_THAT(root_.read(kNetworkFile), testing::HasSubstr("IPADDR=10.0.0.7\n"));
     root_.write(kNetworkFile, kSettings);
     EXPECT_THAT(pollDiary(), Contains("NOT system.ipAddress=167772165"));
@@ -163,7 +163,7 @@ TEST_F(NetworkPoll, RequestIsNotLostToAnEditOfTheSameMoment) {
     });
     {
         const auto turn = state_->takeSettingsTurn();
-        state_->findParam(kIpAddressKey)->setValueFromJSON(jsonNumber(0x0A000007).get());
+        state_->findParam(kIpAddressKey)->setValueFromJSON(util::jsonNumber(0x0A000007).get());
     }
     EXPECT_EQ(value(kIpAddressKey), "167772167");
     EXPECT_EQ(root_.read(kNetworkFile),

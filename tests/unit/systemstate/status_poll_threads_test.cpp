@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include "frame_root.h"
-#include "model/json.h"
 #include "poll_fixture.h"
 #include "recording_machine.h"
 #include "support/captured_log.h"
@@ -14,6 +13,7 @@
 #include "systemstate/param_keys.h"
 #include "systemstate/places.h"
 #include "systemstate/system_state.h"
+#include "util/json.h"
 #include "xadc_dump_samples.h"
 
 namespace {
@@ -63,8 +63,8 @@ TEST_F(PollBesideMain, ReadingEverything) {
 
 TEST_F(PollBesideMain, SettingTheActivePort) {
     pollBeside([this] {
-        state_.findParam(kActiveEthernetKey)->setValueFromJSON(jsonNumber(1).get());
-        state_.findParam(kActiveEthernetKey)->setValueFromJSON(jsonNumber(7).get());
+        state_.findParam(kActiveEthernetKey)->setValueFromJSON(util::jsonNumber(1).get());
+        state_.findParam(kActiveEthernetKey)->setValueFromJSON(util::jsonNumber(7).get());
     });
     EXPECT_GE(announced_, kPolls);
 }
@@ -73,7 +73,7 @@ TEST_F(PollBesideMain, EveryAcceptedRequestForAnAddressIsInTheFile) {
     uint32_t address = 0x0A000100;
     pollBeside([&] {
         const auto turn = state_.takeSettingsTurn();
-        state_.findParam(kIpAddressKey)->setValueFromJSON(jsonNumber(++address).get());
+        state_.findParam(kIpAddressKey)->setValueFromJSON(util::jsonNumber(++address).get());
         EXPECT_THAT(root_.read(kNetworkFile),
                     testing::HasSubstr("IPADDR=" + dottedText(address) + "\n"));
     });

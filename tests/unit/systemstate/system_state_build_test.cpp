@@ -59,7 +59,7 @@ TEST_F(IdentityGroup, FreshStartMakesAndSavesTheFive) {
     const std::string file = root.read(kStateFile);
     const std::string choices = R"("constraint":{"type":"INT_CHOICE","choices":[)"
                                 R"({"value":0,"name":"Disabled"},{"value":1,"name":"Enabled"}]},)";
-    EXPECT_EQ(renderJSON(parse(file).get(), false),
+    EXPECT_EQ(util::renderJSON(parse(file).get(), false),
               R"({"version":0,"systemState":{"devices":[{"type":"device","slot":0,"params":{)"
               R"("d_system.active":{"oid":"system.active","name":"Active",)"
               R"("type":"INT32","readonly":false,"value":1},)"
@@ -238,7 +238,7 @@ TEST_F(IdentityGroup, FirstDeviceIsTheDeviceAndTheOthersAreWrittenBack) {
     EXPECT_NE(state->device()->findParam("system.frameName"), nullptr);
     EXPECT_EQ(state->findParam("other.x"), nullptr);
     EXPECT_THAT(
-        renderJSON(parse(root.read(kStateFile)).get(), false),
+        util::renderJSON(parse(root.read(kStateFile)).get(), false),
         testing::HasSubstr(
             R"({"type":"device","slot":2,"params":{"d_other.x":)"
             R"({"oid":"other.x","name":"X","type":"INT32","readonly":false,"value":7}}}]}})"));

@@ -9,10 +9,10 @@
 #include <gmock/gmock.h>
 
 #include "frame_root.h"
-#include "model/json.h"
 #include "recording_machine.h"
 #include "support/captured_log.h"
 #include "systemstate/system_state.h"
+#include "util/json.h"
 
 // A device on a machine that runs nothing, with what it logs, prints, announces and commands.
 class SystemStateTest : public testing::Test {
@@ -69,8 +69,8 @@ class SystemStateTest : public testing::Test {
         return testing::internal::GetCapturedStdout();
     }
 
-    static UniqueJSON parse(const std::string& json) {
-        return parseJSON(json.c_str(), json.size());
+    static util::UniqueJSON parse(const std::string& json) {
+        return util::parseJSON(json.c_str(), json.size());
     }
 
     std::string valueOf(const std::string& key) const {

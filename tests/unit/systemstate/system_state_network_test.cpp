@@ -35,7 +35,7 @@ class NetworkTest : public SystemStateTest {
 
     // Does something to the file between the look at it and its writing.
     void beforeWriting(std::function<void()> action) {
-        previousSink = replaceLogSink([this, action](int priority, const std::string& text) {
+        previousSink = util::replaceLogSink([this, action](int priority, const std::string& text) {
             if (text == "SystemState:writing network config\n") {
                 action();
             }
@@ -45,12 +45,12 @@ class NetworkTest : public SystemStateTest {
 
     void TearDown() override {
         if (previousSink) {
-            replaceLogSink(previousSink);
+            util::replaceLogSink(previousSink);
         }
     }
 
     std::vector<Line> lines;
-    LogSink previousSink;
+    util::LogSink previousSink;
 };
 
 TEST_F(NetworkTest, FileIsPublished) {

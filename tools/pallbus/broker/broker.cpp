@@ -10,7 +10,7 @@
 
 #include "bus/messages.h"
 #include "bus/netstring.h"
-#include "model/numbers.h"
+#include "util/numbers.h"
 
 namespace pallbus::broker {
 
@@ -49,10 +49,10 @@ bool asksForControllerDetails(const TarnInternalMessage& message) {
     if (message.type() != MessageType::GET || message.objectName() != "system") {
         return false;
     }
-    const cJSON* names = jsonMember(jsonMember(message.data(), "param"), "objectName");
+    const cJSON* names = util::jsonMember(util::jsonMember(message.data(), "param"), "objectName");
     const cJSON* name = nullptr;
     cJSON_ArrayForEach(name, names) {
-        const char* text = jsonText(name);
+        const char* text = util::jsonText(name);
         if (text && text == kControllerDetails) {
             return true;
         }
@@ -60,8 +60,8 @@ bool asksForControllerDetails(const TarnInternalMessage& message) {
     return false;
 }
 
-UniqueJSON controllerDetailsParam() {
-    return parseJSON(kControllerDetailsParam.data(), kControllerDetailsParam.size());
+util::UniqueJSON controllerDetailsParam() {
+    return util::parseJSON(kControllerDetailsParam.data(), kControllerDetailsParam.size());
 }
 
 bool isForBroker(const TarnInternalMessage& message) {
@@ -117,22 +117,22 @@ void Broker::handleBusRequest(ClientID sender, const TarnInternalMessage& messag
         return;
     }
     int code = 200;
-    const cJSON* param = jsonMember(message.data(), "param");
-    if (const cJSON* login = jsonMember(param, "login")) {
+    const cJSON* param = util::jsonMember(message.data(), "param");
+    if (const cJSON* login = util::jsonMember(param, "login")) {
         code = handleLogin(sender, login);
     }
-    if (const cJSON* list = jsonMember(param, "subscribeList")) {
+    if (const cJSON* list = util::jsonMember(param, "subscribeList")) {
         code = handleSubscribeList(sender, list);
     }
     reply(sender, message, code);
 }
 
 int Broker::handleLogin(ClientID sender, const cJSON* login) {
-    const cJSON* connectionID = jsonMember(login, "connID");
+    const cJSON* connectionID = util::jsonMember(login, "connID");
     if (!cJSON_IsNumber(connectionID)) {
         return 400;
     }
-    table_.login(sender, saturatedInt32(connectionID->valuedouble));
+    table_.login(sender, util::saturatedInt32(connectionID->valuedouble));
     return 200;
 }
 
@@ -140,8 +140,8 @@ int Broker::handleSubscribeList(ClientID sender, const cJSON* list) {
     int code = cJSON_IsArray(list) ? 200 : 400;
     const cJSON* item = nullptr;
     cJSON_ArrayForEach(item, list) {
-        const char* path = jsonText(jsonMember(item, "path"));
-        const bool receiveAll = cJSON_IsTrue(jsonMember(item, "receiveAll"));
+        const char* path = util::jsonText(util::jsonMember(item, "path"));
+        const bool receiveAll = cJSON_IsTrue(util::jsonMember(item, "receiveAll"));
         if (!path || !table_.subscribe(sender, path, receiveAll)) {
             code = 400;
         }

@@ -30,7 +30,8 @@ stream_protocol::endpoint socketName(uint16_t port) {
 }
 
 // Sends the whole command, and the file with its first bytes.
-void send(stream_protocol::socket& socket, const std::string& command, const UniqueFile& file) {
+void send(stream_protocol::socket& socket, const std::string& command,
+          const util::UniqueFile& file) {
     size_t sent = 0;
     if (file) {
         const ssize_t size = sendWithFile(socket.native_handle(), command, file);
@@ -119,7 +120,7 @@ void ControlSocket::answer(const ControlReply& reply) {
 }
 
 std::optional<ControlReply> sendCommand(uint16_t port, const std::string& command,
-                                        const UniqueFile& file) {
+                                        const util::UniqueFile& file) {
     asio::io_context io;
     stream_protocol::socket socket(io);
     asio::error_code error;

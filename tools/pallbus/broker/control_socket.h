@@ -9,7 +9,7 @@
 #include <asio/local/stream_protocol.hpp>
 #include <asio/steady_timer.hpp>
 
-#include "model/files.h"
+#include "util/files.h"
 
 // Controls a running bus over a unix socket. The name of the socket contains the port and belongs
 // to the network namespace (unix(7), abstract sockets), so each simulated frame has its own. A
@@ -20,7 +20,7 @@ namespace pallbus::broker {
 
 struct ControlRequest {
     std::string command;
-    UniqueFile file;  // opened by the client, for the bus to write; may be null
+    util::UniqueFile file;  // opened by the client, for the bus to write; may be null
 };
 
 struct ControlReply {
@@ -58,6 +58,6 @@ class ControlSocket {
 
 // The client's end: sends the command and waits for the reply. Empty when no bus uses the port.
 std::optional<ControlReply> sendCommand(uint16_t port, const std::string& command,
-                                        const UniqueFile& file = {});
+                                        const util::UniqueFile& file = {});
 
 }  // namespace pallbus::broker

@@ -51,14 +51,14 @@ class Message {
 
 }  // namespace
 
-ssize_t sendWithFile(int socket, const std::string& text, const UniqueFile& file) {
+ssize_t sendWithFile(int socket, const std::string& text, const util::UniqueFile& file) {
     std::string bytes = text;
     Message message(bytes.data(), bytes.size());
     message.add(::fileno(file.get()));
     return ::sendmsg(socket, message.header(), MSG_NOSIGNAL);
 }
 
-ssize_t receiveWithFile(int socket, std::string& text, UniqueFile& file) {
+ssize_t receiveWithFile(int socket, std::string& text, util::UniqueFile& file) {
     std::array<char, 65536> chunk;
     Message message(chunk.data(), chunk.size());
     const ssize_t size = ::recvmsg(socket, message.header(), MSG_DONTWAIT | MSG_CMSG_CLOEXEC);

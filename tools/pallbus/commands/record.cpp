@@ -9,9 +9,9 @@
 #include <string>
 #include <system_error>
 
-#include "model/files.h"
 #include "pallbus/commands/commands.h"
 #include "pallbus/control_commands.h"
+#include "util/files.h"
 
 namespace pallbus {
 
@@ -46,12 +46,12 @@ class RecordingFile {
     RecordingFile(const RecordingFile&) = delete;
     RecordingFile& operator=(const RecordingFile&) = delete;
 
-    const UniqueFile& file() const { return file_; }
+    const util::UniqueFile& file() const { return file_; }
     void keep() { isAccepted_ = true; }
 
   private:
     std::string path_;
-    UniqueFile file_;
+    util::UniqueFile file_;
     bool isNew_ = false;
     bool isAccepted_ = false;
 };

@@ -13,13 +13,13 @@
 
 #include "bus/misframed.h"
 #include "cli/standard_output.h"
-#include "model/log.h"
 #include "pallbus/commands/commands.h"
 #include "pallbus/replay/comparison.h"
 #include "pallbus/replay/replay_plan.h"
 #include "pallbus/replay/replayer.h"
 #include "recording/lines.h"
 #include "recording/recording.h"
+#include "util/log.h"
 
 namespace pallbus {
 
@@ -102,7 +102,7 @@ void printReport(const replay::Report& report, size_t sent) {
 }
 
 int replayFile(uint16_t port, const Options& options) {
-    replaceLogSink([](int, const std::string&) {});
+    util::replaceLogSink([](int, const std::string&) {});
     lumo::replaceMisframedSink([](std::string_view) {});
     const std::vector<replay::Step> steps = makePlan(options);
     replay::Comparison comparison(steps, parseIgnored(options));

@@ -16,13 +16,13 @@
 #include "bus/misframed.h"
 #include "cli/standard_output.h"
 #include "cli/validators.h"
-#include "model/log.h"
 #include "pallbus/broker/control_socket.h"
 #include "pallbus/broker/server.h"
 #include "pallbus/commands/commands.h"
 #include "pallbus/control_commands.h"
 #include "pallbus/faults/fault_script.h"
 #include "pallbus/recorder.h"
+#include "util/log.h"
 
 namespace pallbus {
 
@@ -57,7 +57,7 @@ uint64_t chooseSeed(const Options& options) {
 
 // The server reports bad messages itself; they do not belong in the system log of the machine.
 void redirectLibraryReports(const broker::Server::Report& report) {
-    replaceLogSink([](int, const std::string&) {});
+    util::replaceLogSink([](int, const std::string&) {});
     lumo::replaceMisframedSink(
         [report](std::string_view) { report("dropped a frame with a wrong terminator"); });
 }

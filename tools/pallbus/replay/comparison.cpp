@@ -35,7 +35,7 @@ Side makeSide(std::chrono::microseconds at, const std::string& payload) {
 
 // The content of a message without a counterpart.
 std::string formatContent(const Side& side) {
-    const cJSON* param = jsonMember(side.message.data.get(), "param");
+    const cJSON* param = util::jsonMember(side.message.data.get(), "param");
     return formatJSON(param ? param : side.message.data.get());
 }
 

@@ -32,7 +32,7 @@ class JSONDiff {
     void forEachMember(const cJSON* object, Callback callback) const {
         const cJSON* member = nullptr;
         cJSON_ArrayForEach(member, object) {
-            const bool first = jsonMember(object, member->string) == member;
+            const bool first = util::jsonMember(object, member->string) == member;
             if (first && !isIgnored(member->string, ignored_)) {
                 callback(member);
             }
@@ -41,10 +41,10 @@ class JSONDiff {
 
     void compareObjects(const std::string& path, const cJSON* expected, const cJSON* got) {
         forEachMember(expected, [&](const cJSON* member) {
-            compare(below(path, member->string), member, jsonMember(got, member->string));
+            compare(below(path, member->string), member, util::jsonMember(got, member->string));
         });
         forEachMember(got, [&](const cJSON* member) {
-            if (!jsonMember(expected, member->string)) {
+            if (!util::jsonMember(expected, member->string)) {
                 compare(below(path, member->string), nullptr, member);
             }
         });
@@ -76,7 +76,7 @@ std::vector<JSONDifference> differences(const cJSON* expected, const cJSON* got,
 }
 
 std::string formatJSON(const cJSON* item) {
-    std::string text = item ? renderJSON(item, false) : "nothing";
+    std::string text = item ? util::renderJSON(item, false) : "nothing";
     if (text.size() > kMaxShownBytes) {
         text.replace(kMaxShownBytes, std::string::npos, "...");
     }

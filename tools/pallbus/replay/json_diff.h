@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "model/json.h"
+#include "util/json.h"
 
 namespace pallbus::replay {
 

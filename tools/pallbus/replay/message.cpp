@@ -11,7 +11,7 @@ namespace {
 void addTexts(const cJSON* list, std::vector<std::string>& names) {
     const cJSON* item = nullptr;
     cJSON_ArrayForEach(item, list) {
-        if (const char* text = jsonText(item)) {
+        if (const char* text = util::jsonText(item)) {
             names.emplace_back(text);
         }
     }
@@ -20,8 +20,8 @@ void addTexts(const cJSON* list, std::vector<std::string>& names) {
 std::vector<std::string> namesIn(const cJSON* data) {
     std::vector<std::string> names;
     for (const char* key : {"param", "paramDescriptor"}) {
-        const cJSON* about = jsonMember(data, key);
-        if (const cJSON* asked = jsonMember(about, "objectName")) {
+        const cJSON* about = util::jsonMember(data, key);
+        if (const cJSON* asked = util::jsonMember(about, "objectName")) {
             addTexts(asked, names);
             continue;
         }
@@ -62,7 +62,7 @@ bool isHeartbeat(const Message& message) {
 }
 
 bool isLogin(const Message& message) {
-    return jsonMember(jsonMember(message.data.get(), "param"), "login") != nullptr;
+    return util::jsonMember(util::jsonMember(message.data.get(), "param"), "login") != nullptr;
 }
 
 std::string describeMessage(const Message& message) {
@@ -83,12 +83,12 @@ std::string joinNames(const Message& message) {
 
 std::string replaceID(std::string_view payload, const std::string& id) {
     const size_t data = payload.find('\n') + 1;
-    UniqueJSON json = parseJSON(payload.data() + data, payload.size() - data);
-    if (!jsonMember(json.get(), "id")) {
+    util::UniqueJSON json = util::parseJSON(payload.data() + data, payload.size() - data);
+    if (!util::jsonMember(json.get(), "id")) {
         return std::string(payload);
     }
-    cJSON_ReplaceItemInObjectCaseSensitive(json.get(), "id", jsonString(id).release());
-    return std::string(payload.substr(0, data)) + renderJSON(json.get(), false);
+    cJSON_ReplaceItemInObjectCaseSensitive(json.get(), "id", util::jsonString(id).release());
+    return std::string(payload.substr(0, data)) + util::renderJSON(json.get(), false);
 }
 
 }  // namespace pallbus::replay

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "bus/message_types.h"
-#include "model/json.h"
+#include "util/json.h"
 
 namespace pallbus::replay {
 
@@ -19,7 +19,7 @@ struct Message {
     int32_t destination = 0;
     std::string id;
     std::vector<std::string> names;  // members of "param", or the names that it asks for
-    UniqueJSON data;                 // null when it is absent or does not parse
+    util::UniqueJSON data;           // null when it is absent or does not parse
 };
 
 Message parseMessage(std::string_view payload);

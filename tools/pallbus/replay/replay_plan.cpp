@@ -86,10 +86,10 @@ class Planner {
     }
 
     void addSubscriptions(const Message& message) {
-        const cJSON* param = jsonMember(message.data.get(), "param");
+        const cJSON* param = util::jsonMember(message.data.get(), "param");
         const cJSON* item = nullptr;
-        cJSON_ArrayForEach(item, jsonMember(param, "subscribeList")) {
-            if (const char* path = jsonText(jsonMember(item, "path"))) {
+        cJSON_ArrayForEach(item, util::jsonMember(param, "subscribeList")) {
+            if (const char* path = util::jsonText(util::jsonMember(item, "path"))) {
                 subscribe(path);
             }
         }

@@ -25,13 +25,13 @@ constexpr const char* kFinalQuestion =
     R"({"id":"end@replay","param":{"objectName":["moduleReady"]}})";
 
 std::string heartbeatAnswer(const Message& heartbeat) {
-    UniqueJSON data = jsonObject();
-    addMember(data.get(), "id", jsonString(heartbeat.id));
-    addMember(data.get(), "requestCommand", jsonString("SET"));
-    addMember(data.get(), "statusCode", jsonNumber(200));
-    addMember(data.get(), "statusMsg", jsonString("OK"));
+    util::UniqueJSON data = util::jsonObject();
+    util::addMember(data.get(), "id", util::jsonString(heartbeat.id));
+    util::addMember(data.get(), "requestCommand", util::jsonString("SET"));
+    util::addMember(data.get(), "statusCode", util::jsonNumber(200));
+    util::addMember(data.get(), "statusMsg", util::jsonString("OK"));
     return "[\"RSP\", \"\", 0, " + std::to_string(heartbeat.source) + ", 0]\n" +
-           renderJSON(data.get(), false);
+           util::renderJSON(data.get(), false);
 }
 
 }  // namespace

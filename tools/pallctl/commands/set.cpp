@@ -35,7 +35,7 @@ struct SetOptions {
 // One parameter to set, and the outcome.
 struct Change {
     std::string name;
-    UniqueJSON value = nullptr;
+    util::UniqueJSON value = nullptr;
     Outcome outcome = kNotSent;
     int code = 0;                      // of the response; 0: none
     std::string problem = "not sent";  // empty on success
@@ -60,13 +60,14 @@ std::string problemOf(const Outcome& outcome, int code) {
                      : std::to_string(code) + " " + statusText(code);
 }
 
-UniqueJSON toJSON(const Change& change) {
-    UniqueJSON object = jsonObject();
-    addMember(object.get(), "name", jsonString(change.name));
-    addMember(object.get(), "outcome", jsonString(change.outcome.word));
-    addMember(object.get(), "statusCode", change.code == 0 ? jsonNull() : jsonNumber(change.code));
-    addMember(object.get(), "problem",
-              change.problem.empty() ? jsonNull() : jsonString(change.problem));
+util::UniqueJSON toJSON(const Change& change) {
+    util::UniqueJSON object = util::jsonObject();
+    util::addMember(object.get(), "name", util::jsonString(change.name));
+    util::addMember(object.get(), "outcome", util::jsonString(change.outcome.word));
+    util::addMember(object.get(), "statusCode",
+                    change.code == 0 ? util::jsonNull() : util::jsonNumber(change.code));
+    util::addMember(object.get(), "problem",
+                    change.problem.empty() ? util::jsonNull() : util::jsonString(change.problem));
     return object;
 }
 
@@ -116,9 +117,9 @@ class SetRequest {
 
     void report() const {
         if (style_.format == Format::json) {
-            const UniqueJSON object = jsonObject();
+            const util::UniqueJSON object = util::jsonObject();
             for (const Change& change : changes_) {
-                addMember(object.get(), change.name.c_str(), toJSON(change));
+                util::addMember(object.get(), change.name.c_str(), toJSON(change));
             }
             cli::print(jsonLine(object.get()) + "\n");
         } else if (style_.format == Format::keyvalue) {

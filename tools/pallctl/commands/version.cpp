@@ -16,7 +16,7 @@ client::Parameter makeOwnParameter() {
     own.descriptor.label = "Version of this program";
     own.descriptor.type = "STRING";
     own.descriptor.readOnly = true;
-    own.value = jsonString(cli::programVersion());
+    own.value = util::jsonString(cli::programVersion());
     return own;
 }
 

@@ -107,13 +107,13 @@ class Wait {
     // Prints the parameter, once it is known, and the outcome.
     void report(const std::string& name, ExitStatus status) const {
         if (style_.format == Format::json) {
-            UniqueJSON outcome = parameter_ ? toJSON(*parameter_) : jsonObject();
+            util::UniqueJSON outcome = parameter_ ? toJSON(*parameter_) : util::jsonObject();
             if (!parameter_) {
-                addMember(outcome.get(), "name", jsonString(name));
+                util::addMember(outcome.get(), "name", util::jsonString(name));
             }
-            addMember(outcome.get(), "outcome", jsonString(outcomeWord(status)));
-            const UniqueJSON object = jsonObject();
-            addMember(object.get(), name.c_str(), std::move(outcome));
+            util::addMember(outcome.get(), "outcome", util::jsonString(outcomeWord(status)));
+            const util::UniqueJSON object = util::jsonObject();
+            util::addMember(object.get(), name.c_str(), std::move(outcome));
             cli::print(jsonLine(object.get()) + "\n");
         } else if (style_.format == Format::keyvalue) {
             const std::string value =
@@ -145,7 +145,7 @@ class Wait {
     client::Deadline latestStart_;  // of the timeout
     client::Deadline giveUp_ = client::Deadline::max();
     const client::Parameter* parameter_ = nullptr;  // owned by the cache
-    UniqueJSON wanted_;
+    util::UniqueJSON wanted_;
     bool stale_ = false;  // it may have changed unnoticed
 };
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "bus/message_types.h"
-#include "model/numbers.h"
+#include "util/numbers.h"
 
 namespace pallctl {
 
@@ -28,7 +28,7 @@ std::vector<std::string> networkNames(const client::Device& device) {
 std::optional<uint32_t> heldValue(const client::Client& client, const NetworkMember& member) {
     const client::Parameter* held = client.cache().find(client.device().fullName(member.leaf));
     return held && cJSON_IsNumber(held->value.get())
-               ? std::optional(saturatedUInt32(held->value->valuedouble))
+               ? std::optional(util::saturatedUInt32(held->value->valuedouble))
                : std::nullopt;
 }
 
@@ -85,7 +85,7 @@ ExitStatus NetworkChange::apply(const std::function<bool()>& goOn) {
 ExitStatus NetworkChange::send(client::Device& device, const NetworkMember& member,
                                const NetworkSettings& settings) {
     const std::string name = device.fullName(member.leaf);
-    const auto code = device.set(name, jsonNumber(settings.*member.value));
+    const auto code = device.set(name, util::jsonNumber(settings.*member.value));
     if (!code) {
         say_(name + ": no answer");
         return kNoAnswer;

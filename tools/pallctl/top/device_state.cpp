@@ -57,7 +57,7 @@ void DeviceState::describeFromCatalogue() {
         if (heard->descriptor.type.empty() && known != catalogue().end()) {
             client::Descriptor descriptor = known->second;
             descriptor.name = heard->descriptor.name;
-            cache_.describe({std::move(descriptor), copyJSON(heard->value.get())});
+            cache_.describe({std::move(descriptor), util::copyJSON(heard->value.get())});
         }
     }
 }

@@ -167,7 +167,7 @@ void LiveFeed::setLink(Link link, Moment now) {
     linkSince_ = now;
 }
 
-bool LiveFeed::set(const std::string& leaf, UniqueJSON value, Moment now) {
+bool LiveFeed::set(const std::string& leaf, util::UniqueJSON value, Moment now) {
     if (!session_.isOpen()) {
         return false;
     }

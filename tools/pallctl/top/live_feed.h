@@ -33,7 +33,7 @@ class LiveFeed {
 
     // Sends one value; false when there is no bus. A later step() makes the result available, once,
     // through takeSetResult().
-    bool set(const std::string& leaf, UniqueJSON value, Moment now);
+    bool set(const std::string& leaf, util::UniqueJSON value, Moment now);
     std::optional<SetResult> takeSetResult() { return std::exchange(setResult_, std::nullopt); }
 
     // Records every message to the file from now on, and reads everything again first. Throws

@@ -6,9 +6,9 @@
 #include <string>
 
 #include "client/format_value.h"
-#include "model/numbers.h"
 #include "pallctl/top/lines.h"
 #include "systemstate/ethernet_interface_status.h"
+#include "util/numbers.h"
 
 namespace pallctl::top {
 
@@ -80,7 +80,7 @@ std::string decimals(double volts, int precision) {
     client::Descriptor descriptor;
     descriptor.type = "FLOAT";
     descriptor.precision = precision;
-    return client::formatValue(descriptor, jsonNumber(volts).get());
+    return client::formatValue(descriptor, util::jsonNumber(volts).get());
 }
 
 std::string rangeText(const Scale& scale, Charset charset) {

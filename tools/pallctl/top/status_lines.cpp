@@ -63,10 +63,10 @@ std::string rangeText(const client::Descriptor& descriptor) {
     number.widget.clear();
     std::string text;
     if (descriptor.least) {
-        text += " from " + client::formatValue(number, jsonNumber(*descriptor.least).get());
+        text += " from " + client::formatValue(number, util::jsonNumber(*descriptor.least).get());
     }
     if (descriptor.most) {
-        text += " up to " + client::formatValue(number, jsonNumber(*descriptor.most).get());
+        text += " up to " + client::formatValue(number, util::jsonNumber(*descriptor.most).get());
     }
     return text;
 }

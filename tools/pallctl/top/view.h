@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
-#include "model/json.h"
 #include "pallctl/top/key.h"
 #include "pallctl/top/line_editor.h"
 #include "pallctl/top/parameter_groups.h"
 #include "pallctl/top/screen_content.h"
+#include "util/json.h"
 
 namespace pallctl::top {
 
@@ -26,7 +26,7 @@ struct Change {
     std::string leaf;
     std::string from;  // as a person reads it, like the next
     std::string to;
-    UniqueJSON value;
+    util::UniqueJSON value;
 };
 
 // How a set went.

@@ -11,11 +11,11 @@ namespace {
 using Moment = std::chrono::system_clock::time_point;
 
 std::string jsonChange(const client::Parameter& parameter, Moment moment) {
-    const UniqueJSON form = toJSON(parameter);
-    const UniqueJSON change = jsonObject();
-    addMember(change.get(), "time", jsonString(cli::isoTime(moment)));
+    const util::UniqueJSON form = toJSON(parameter);
+    const util::UniqueJSON change = util::jsonObject();
+    util::addMember(change.get(), "time", util::jsonString(cli::isoTime(moment)));
     for (const char* key : {"name", "value", "text"}) {
-        addMember(change.get(), key, copyJSON(jsonMember(form.get(), key)));
+        util::addMember(change.get(), key, util::copyJSON(util::jsonMember(form.get(), key)));
     }
     return jsonLine(change.get()) + '\n';
 }

@@ -27,7 +27,7 @@ std::string choicesOf(const client::Descriptor& descriptor) {
 }
 
 std::string numberOf(const client::Descriptor& descriptor, const std::optional<double>& number) {
-    return number ? client::formatValue(descriptor, jsonNumber(*number).get()) : "";
+    return number ? client::formatValue(descriptor, util::jsonNumber(*number).get()) : "";
 }
 
 std::string countOf(int count) {
@@ -77,77 +77,77 @@ std::string assignments(const client::Parameter& parameter, const Style& style) 
     return lines;
 }
 
-UniqueJSON orNull(const std::optional<double>& number) {
-    return number ? jsonNumber(*number) : jsonNull();
+util::UniqueJSON orNull(const std::optional<double>& number) {
+    return number ? util::jsonNumber(*number) : util::jsonNull();
 }
 
-UniqueJSON orNull(int count) {
-    return count < 0 ? jsonNull() : jsonNumber(count);
+util::UniqueJSON orNull(int count) {
+    return count < 0 ? util::jsonNull() : util::jsonNumber(count);
 }
 
-UniqueJSON orNull(const std::string& text) {
-    return text.empty() ? jsonNull() : jsonString(text);
+util::UniqueJSON orNull(const std::string& text) {
+    return text.empty() ? util::jsonNull() : util::jsonString(text);
 }
 
-UniqueJSON toJSON(const std::vector<client::Choice>& choices) {
-    UniqueJSON list = jsonArray();
+util::UniqueJSON toJSON(const std::vector<client::Choice>& choices) {
+    util::UniqueJSON list = util::jsonArray();
     for (const client::Choice& choice : choices) {
-        UniqueJSON object = jsonObject();
-        addMember(object.get(), "value", jsonNumber(static_cast<double>(choice.value)));
-        addMember(object.get(), "name", jsonString(choice.name));
-        addElement(list.get(), std::move(object));
+        util::UniqueJSON object = util::jsonObject();
+        util::addMember(object.get(), "value", util::jsonNumber(static_cast<double>(choice.value)));
+        util::addMember(object.get(), "name", util::jsonString(choice.name));
+        util::addElement(list.get(), std::move(object));
     }
     return list;
 }
 
-UniqueJSON wholeForm(const client::Parameter& parameter) {
+util::UniqueJSON wholeForm(const client::Parameter& parameter) {
     const client::Descriptor& descriptor = parameter.descriptor;
-    UniqueJSON object = pallctl::toJSON(parameter);
-    addMember(object.get(), "constraint", orNull(descriptor.constraint));
-    addMember(object.get(), "choices", toJSON(descriptor.choices));
-    addMember(object.get(), "minimum", orNull(descriptor.least));
-    addMember(object.get(), "maximum", orNull(descriptor.most));
-    addMember(object.get(), "step", orNull(descriptor.step));
-    addMember(object.get(), "maximumLength", orNull(descriptor.maxLength));
-    addMember(object.get(), "totalLength", orNull(descriptor.totalLength));
-    addMember(object.get(), "decimals", orNull(descriptor.precision));
-    addMember(object.get(), "widget", orNull(descriptor.widget));
+    util::UniqueJSON object = pallctl::toJSON(parameter);
+    util::addMember(object.get(), "constraint", orNull(descriptor.constraint));
+    util::addMember(object.get(), "choices", toJSON(descriptor.choices));
+    util::addMember(object.get(), "minimum", orNull(descriptor.least));
+    util::addMember(object.get(), "maximum", orNull(descriptor.most));
+    util::addMember(object.get(), "step", orNull(descriptor.step));
+    util::addMember(object.get(), "maximumLength", orNull(descriptor.maxLength));
+    util::addMember(object.get(), "totalLength", orNull(descriptor.totalLength));
+    util::addMember(object.get(), "decimals", orNull(descriptor.precision));
+    util::addMember(object.get(), "widget", orNull(descriptor.widget));
     return object;
 }
 
 // What is not said has no member.
-void addSaid(const UniqueJSON& object, const char* key, UniqueJSON value) {
+void addSaid(const util::UniqueJSON& object, const char* key, util::UniqueJSON value) {
     if (!cJSON_IsNull(value.get())) {
-        addMember(object.get(), key, std::move(value));
+        util::addMember(object.get(), key, std::move(value));
     }
 }
 
-UniqueJSON wireConstraint(const client::Descriptor& descriptor) {
-    UniqueJSON object = jsonObject();
+util::UniqueJSON wireConstraint(const client::Descriptor& descriptor) {
+    util::UniqueJSON object = util::jsonObject();
     addSaid(object, "type", orNull(descriptor.constraint));
     addSaid(object, "min", orNull(descriptor.least));
     addSaid(object, "max", orNull(descriptor.most));
     addSaid(object, "step", orNull(descriptor.step));
     addSaid(object, "choices",
-            descriptor.choices.empty() ? jsonNull() : toJSON(descriptor.choices));
-    return object->child ? std::move(object) : jsonNull();
+            descriptor.choices.empty() ? util::jsonNull() : toJSON(descriptor.choices));
+    return object->child ? std::move(object) : util::jsonNull();
 }
 
 // As the device says it, with the members' names and in their order there.
-UniqueJSON wireDescriptor(const client::Parameter& parameter) {
+util::UniqueJSON wireDescriptor(const client::Parameter& parameter) {
     const client::Descriptor& descriptor = parameter.descriptor;
-    UniqueJSON object = jsonObject();
-    addMember(object.get(), "oid", jsonString(descriptor.name));
-    addMember(object.get(), "name", jsonString(descriptor.label));
-    addMember(object.get(), "type", jsonString(descriptor.type));
-    addMember(object.get(), "readonly", jsonBool(descriptor.readOnly));
+    util::UniqueJSON object = util::jsonObject();
+    util::addMember(object.get(), "oid", util::jsonString(descriptor.name));
+    util::addMember(object.get(), "name", util::jsonString(descriptor.label));
+    util::addMember(object.get(), "type", util::jsonString(descriptor.type));
+    util::addMember(object.get(), "readonly", util::jsonBool(descriptor.readOnly));
     addSaid(object, "widget", orNull(descriptor.widget));
     addSaid(object, "precision", orNull(descriptor.precision));
     addSaid(object, "constraint", wireConstraint(descriptor));
     addSaid(object, "maxlength", orNull(descriptor.maxLength));
     addSaid(object, "totallength", orNull(descriptor.totalLength));
     addSaid(object, "value",
-            client::hasValue(parameter) ? copyJSON(parameter.value.get()) : jsonNull());
+            client::hasValue(parameter) ? util::copyJSON(parameter.value.get()) : util::jsonNull());
     return object;
 }
 

@@ -45,7 +45,7 @@ bool supportsColours(int descriptor) {
 
 std::string formatOneLine(const client::Parameter& parameter, const Style& style) {
     return style.raw && client::hasValue(parameter)
-               ? cli::escapeForTerminal(renderJSON(parameter.value.get(), false))
+               ? cli::escapeForTerminal(util::renderJSON(parameter.value.get(), false))
                : client::formatValue(parameter.descriptor, parameter.value.get());
 }
 
@@ -54,36 +54,38 @@ std::string formatExact(const client::Parameter& parameter, const Style& style) 
         return "";
     }
     if (style.raw) {
-        return renderJSON(parameter.value.get(), false);
+        return util::renderJSON(parameter.value.get(), false);
     }
-    const char* const text = jsonText(parameter.value.get());
+    const char* const text = util::jsonText(parameter.value.get());
     return text ? text : client::formatValue(parameter.descriptor, parameter.value.get());
 }
 
-UniqueJSON toJSON(const client::Parameter& parameter) {
+util::UniqueJSON toJSON(const client::Parameter& parameter) {
     const client::Descriptor& descriptor = parameter.descriptor;
-    UniqueJSON object = jsonObject();
-    addMember(object.get(), "name", jsonString(descriptor.name));
-    addMember(object.get(), "label", jsonString(descriptor.label));
-    addMember(object.get(), "type", jsonString(descriptor.type));
-    addMember(object.get(), "readOnly", jsonBool(descriptor.readOnly));
+    util::UniqueJSON object = util::jsonObject();
+    util::addMember(object.get(), "name", util::jsonString(descriptor.name));
+    util::addMember(object.get(), "label", util::jsonString(descriptor.label));
+    util::addMember(object.get(), "type", util::jsonString(descriptor.type));
+    util::addMember(object.get(), "readOnly", util::jsonBool(descriptor.readOnly));
     const bool known = client::hasValue(parameter);
-    addMember(object.get(), "value", known ? copyJSON(parameter.value.get()) : jsonNull());
-    addMember(object.get(), "text", known ? jsonString(formatExact(parameter, {})) : jsonNull());
+    util::addMember(object.get(), "value",
+                    known ? util::copyJSON(parameter.value.get()) : util::jsonNull());
+    util::addMember(object.get(), "text",
+                    known ? util::jsonString(formatExact(parameter, {})) : util::jsonNull());
     return object;
 }
 
 std::string jsonLine(const cJSON* item) {
-    return cli::escapeJSON(cli::validUTF8(renderJSON(item, false)));
+    return cli::escapeJSON(cli::validUTF8(util::renderJSON(item, false)));
 }
 
 std::string formatJSONObject(const std::vector<const client::Parameter*>& parameters,
-                             UniqueJSON (*form)(const client::Parameter& parameter)) {
-    const UniqueJSON object = jsonObject();
+                             util::UniqueJSON (*form)(const client::Parameter& parameter)) {
+    const util::UniqueJSON object = util::jsonObject();
     for (const client::Parameter* parameter : parameters) {
         const char* const name = parameter->descriptor.name.c_str();
-        if (!jsonMember(object.get(), name)) {
-            addMember(object.get(), name, form(*parameter));
+        if (!util::jsonMember(object.get(), name)) {
+            util::addMember(object.get(), name, form(*parameter));
         }
     }
     return jsonLine(object.get()) + '\n';

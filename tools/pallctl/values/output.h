@@ -31,7 +31,7 @@ std::string formatOneLine(const client::Parameter& parameter, const Style& style
 
 // { "name", "label", "type", "readOnly", "value", "text" }: the value as it travels and as people
 // write it, both null when the device holds none.
-UniqueJSON toJSON(const client::Parameter& parameter);
+util::UniqueJSON toJSON(const client::Parameter& parameter);
 
 // The item on one line, valid JSON whatever bytes its texts hold; without a line end.
 std::string jsonLine(const cJSON* item);
@@ -39,7 +39,7 @@ std::string jsonLine(const cJSON* item);
 // One object with a member for each of these, by name, in that form; a name that comes again is
 // left out. Ends with a line end.
 std::string formatJSONObject(const std::vector<const client::Parameter*>& parameters,
-                             UniqueJSON (*form)(const client::Parameter& parameter));
+                             util::UniqueJSON (*form)(const client::Parameter& parameter));
 
 // As shown, but for a program: texts exactly as they are, and nothing for no value.
 std::string formatExact(const client::Parameter& parameter, const Style& style);

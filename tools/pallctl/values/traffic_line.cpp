@@ -65,11 +65,11 @@ std::string shortened(const std::string& text, size_t columns) {
 }
 
 // Data that is no JSON as a text.
-UniqueJSON jsonData(const TarnInternalMessage& message, std::string_view payload) {
-    UniqueJSON data = message.parseData();
+util::UniqueJSON jsonData(const TarnInternalMessage& message, std::string_view payload) {
+    util::UniqueJSON data = message.parseData();
     return data && !cJSON_IsNull(data.get())
                ? std::move(data)
-               : jsonString(cli::escapeForTerminal(std::string(dataOf(payload))));
+               : util::jsonString(cli::escapeForTerminal(std::string(dataOf(payload))));
 }
 
 struct Member {
@@ -84,18 +84,18 @@ Member payloadMember(std::string_view payload) {
 }
 
 std::string jsonTraffic(std::string_view payload, Moment moment) {
-    const UniqueJSON object = jsonObject();
-    addMember(object.get(), "time", jsonString(cli::isoTime(moment)));
+    const util::UniqueJSON object = util::jsonObject();
+    util::addMember(object.get(), "time", util::jsonString(cli::isoTime(moment)));
     if (const auto message = client::decodePayload(payload)) {
         const MessageHead head = headOf(*message);
-        addMember(object.get(), "type", jsonString(head.type));
-        addMember(object.get(), "from", jsonNumber(head.from));
-        addMember(object.get(), "to", jsonNumber(head.to));
-        addMember(object.get(), "object", jsonString(head.object));
-        addMember(object.get(), "data", jsonData(*message, payload));
+        util::addMember(object.get(), "type", util::jsonString(head.type));
+        util::addMember(object.get(), "from", util::jsonNumber(head.from));
+        util::addMember(object.get(), "to", util::jsonNumber(head.to));
+        util::addMember(object.get(), "object", util::jsonString(head.object));
+        util::addMember(object.get(), "data", jsonData(*message, payload));
     } else {
         const Member member = payloadMember(payload);
-        addMember(object.get(), member.name, jsonString(member.text));
+        util::addMember(object.get(), member.name, util::jsonString(member.text));
     }
     return jsonLine(object.get()) + '\n';
 }

@@ -6,7 +6,7 @@
 
 #include "bus/message_types.h"
 #include "cli/escape.h"
-#include "model/numbers.h"
+#include "util/numbers.h"
 
 namespace pallctl {
 
@@ -24,16 +24,16 @@ std::string keyOf(const cJSON* member) {
 }
 
 std::string pairText(const cJSON* member) {
-    return keyOf(member) + '=' + renderJSON(member, false);
+    return keyOf(member) + '=' + util::renderJSON(member, false);
 }
 
 // The names that a question lists; "" when it is none.
 std::string askedNames(const cJSON* object) {
     std::string names;
     const cJSON* name = nullptr;
-    cJSON_ArrayForEach(name, jsonMember(object, "objectName")) {
-        const char* text = jsonText(name);
-        append(names, text ? text : renderJSON(name, false), ", ");
+    cJSON_ArrayForEach(name, util::jsonMember(object, "objectName")) {
+        const char* text = util::jsonText(name);
+        append(names, text ? text : util::renderJSON(name, false), ", ");
     }
     return names;
 }
@@ -41,7 +41,7 @@ std::string askedNames(const cJSON* object) {
 std::string valuesText(const cJSON* param) {
     std::string text = askedNames(param);
     if (!text.empty() || !cJSON_IsObject(param)) {
-        return text.empty() ? renderJSON(param, false) : text;
+        return text.empty() ? util::renderJSON(param, false) : text;
     }
     const cJSON* member = nullptr;
     cJSON_ArrayForEach(member, param) {
@@ -64,9 +64,9 @@ std::string descriptorsText(const cJSON* descriptors) {
 
 std::string codeText(const cJSON* code) {
     if (!cJSON_IsNumber(code)) {
-        return renderJSON(code, false);
+        return util::renderJSON(code, false);
     }
-    const int number = saturatedInt32(code->valuedouble);
+    const int number = util::saturatedInt32(code->valuedouble);
     std::string text = std::to_string(number);
     append(text, statusText(number), " ");
     return text;
@@ -97,7 +97,7 @@ std::string memberText(const cJSON* member) {
 
 std::string summarizeData(const cJSON* data) {
     if (!cJSON_IsObject(data)) {
-        return cli::escapeForTerminal(renderJSON(data, false));
+        return cli::escapeForTerminal(util::renderJSON(data, false));
     }
     std::string text;
     const cJSON* member = nullptr;

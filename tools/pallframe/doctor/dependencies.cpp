@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <sstream>
 
-#include "model/json.h"
 #include "service/paths.h"
 #include "systemstate/block_file.h"
 #include "systemstate/bonding_status.h"
@@ -14,6 +13,7 @@
 #include "systemstate/places.h"
 #include "systemstate/product.h"
 #include "systemstate/xadc_dump.h"
+#include "util/json.h"
 
 namespace pallframe::doctor {
 
@@ -85,7 +85,7 @@ bool hasReadings(const std::string& text, const Product& product) {
 }
 
 bool isJSON(const std::string& text, const Product&) {
-    return parseJSON(text.data(), text.size()) != nullptr;
+    return util::parseJSON(text.data(), text.size()) != nullptr;
 }
 
 bool hasLine(const std::string& text, const Product&) {

@@ -34,14 +34,14 @@ std::string tableOf(const std::vector<RunningFrame>& running) {
 std::string jsonOf(const std::vector<RunningFrame>& running) {
     std::string text;
     for (const RunningFrame& frame : running) {
-        const UniqueJSON item = jsonObject();
-        addMember(item.get(), "frame", jsonNumber(frame.pid));
-        addMember(item.get(), "product", textItem(frame.product));
-        addMember(item.get(), "started", textItem(cli::isoTime(frame.started)));
-        addMember(item.get(), "directory",
-                  frame.directory.empty() ? jsonNull() : textItem(frame.directory));
-        addMember(item.get(), "command", textItem(frame.command));
-        text += renderJSON(item.get(), false) + "\n";
+        const util::UniqueJSON item = util::jsonObject();
+        util::addMember(item.get(), "frame", util::jsonNumber(frame.pid));
+        util::addMember(item.get(), "product", textItem(frame.product));
+        util::addMember(item.get(), "started", textItem(cli::isoTime(frame.started)));
+        util::addMember(item.get(), "directory",
+                        frame.directory.empty() ? util::jsonNull() : textItem(frame.directory));
+        util::addMember(item.get(), "command", textItem(frame.command));
+        text += util::renderJSON(item.get(), false) + "\n";
     }
     return text;
 }

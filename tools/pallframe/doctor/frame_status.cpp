@@ -84,45 +84,45 @@ void addDevices(cli::Table& table, const FrameStatus& status) {
         {"battery", "", volts(status.power.battery) + (status.power.loaded ? ", load on" : "")});
 }
 
-UniqueJSON portsOf(const Bond& bond) {
-    UniqueJSON ports = jsonArray();
+util::UniqueJSON portsOf(const Bond& bond) {
+    util::UniqueJSON ports = util::jsonArray();
     for (const Slave& slave : bond.slaves) {
-        UniqueJSON port = jsonObject();
-        addMember(port.get(), "name", textItem(slave.interface));
-        addMember(port.get(), "up", jsonBool(slave.up));
-        addMember(port.get(), "active", jsonBool(slave.interface == bond.active));
-        addMember(port.get(), "failures", jsonNumber(slave.linkFailures));
-        addMember(port.get(), "address", textItem(slave.address));
-        addElement(ports.get(), std::move(port));
+        util::UniqueJSON port = util::jsonObject();
+        util::addMember(port.get(), "name", textItem(slave.interface));
+        util::addMember(port.get(), "up", util::jsonBool(slave.up));
+        util::addMember(port.get(), "active", util::jsonBool(slave.interface == bond.active));
+        util::addMember(port.get(), "failures", util::jsonNumber(slave.linkFailures));
+        util::addMember(port.get(), "address", textItem(slave.address));
+        util::addElement(ports.get(), std::move(port));
     }
     return ports;
 }
 
-UniqueJSON powerOf(const Power& power) {
-    UniqueJSON all = jsonObject();
-    addMember(all.get(), "supply1", jsonNumber(power.psu1));
-    addMember(all.get(), "supply2", jsonNumber(power.psu2));
-    addMember(all.get(), "battery", jsonNumber(power.battery));
-    addMember(all.get(), "loaded", jsonBool(power.loaded));
+util::UniqueJSON powerOf(const Power& power) {
+    util::UniqueJSON all = util::jsonObject();
+    util::addMember(all.get(), "supply1", util::jsonNumber(power.psu1));
+    util::addMember(all.get(), "supply2", util::jsonNumber(power.psu2));
+    util::addMember(all.get(), "battery", util::jsonNumber(power.battery));
+    util::addMember(all.get(), "loaded", util::jsonBool(power.loaded));
     return all;
 }
 
-UniqueJSON servicesOf(const std::map<std::string, std::string>& services) {
-    UniqueJSON all = jsonObject();
+util::UniqueJSON servicesOf(const std::map<std::string, std::string>& services) {
+    util::UniqueJSON all = util::jsonObject();
     for (const auto& [name, state] : services) {
-        addMember(all.get(), cli::validUTF8(name).c_str(), textItem(state));
+        util::addMember(all.get(), cli::validUTF8(name).c_str(), textItem(state));
     }
     return all;
 }
 
-UniqueJSON programsOf(const std::vector<ProgramSetting>& programs) {
-    UniqueJSON all = jsonArray();
+util::UniqueJSON programsOf(const std::vector<ProgramSetting>& programs) {
+    util::UniqueJSON all = util::jsonArray();
     for (const ProgramSetting& program : programs) {
-        UniqueJSON one = jsonObject();
-        addMember(one.get(), "name", textItem(program.name));
-        addMember(one.get(), "seconds", jsonNumber(program.seconds));
-        addMember(one.get(), "status", jsonNumber(program.status));
-        addElement(all.get(), std::move(one));
+        util::UniqueJSON one = util::jsonObject();
+        util::addMember(one.get(), "name", textItem(program.name));
+        util::addMember(one.get(), "seconds", util::jsonNumber(program.seconds));
+        util::addMember(one.get(), "status", util::jsonNumber(program.status));
+        util::addElement(all.get(), std::move(one));
     }
     return all;
 }
@@ -160,15 +160,15 @@ std::string tableOf(const FrameStatus& status) {
 }
 
 std::string jsonOf(const FrameStatus& status) {
-    const UniqueJSON all = jsonObject();
-    addMember(all.get(), "product", textItem(status.product));
-    addMember(all.get(), "ports", portsOf(status.bond));
-    addMember(all.get(), "power", powerOf(status.power));
-    addMember(all.get(), "services", servicesOf(status.services));
-    addMember(all.get(), "programs", programsOf(status.programs));
-    addMember(all.get(), "missing", textItems(status.missing));
-    addMember(all.get(), "calls", textItems(status.calls));
-    return renderJSON(all.get(), false) + "\n";
+    const util::UniqueJSON all = util::jsonObject();
+    util::addMember(all.get(), "product", textItem(status.product));
+    util::addMember(all.get(), "ports", portsOf(status.bond));
+    util::addMember(all.get(), "power", powerOf(status.power));
+    util::addMember(all.get(), "services", servicesOf(status.services));
+    util::addMember(all.get(), "programs", programsOf(status.programs));
+    util::addMember(all.get(), "missing", textItems(status.missing));
+    util::addMember(all.get(), "calls", textItems(status.calls));
+    return util::renderJSON(all.get(), false) + "\n";
 }
 
 }  // namespace pallframe::doctor

@@ -93,22 +93,23 @@ std::string summary(const Diagnosis& diagnosis) {
     return result + skipped + ".\n";
 }
 
-UniqueJSON valueOf(const Published& published) {
-    return published.value.empty() ? jsonNull()
-                                   : parseJSON(published.value.data(), published.value.size());
+util::UniqueJSON valueOf(const Published& published) {
+    return published.value.empty()
+               ? util::jsonNull()
+               : util::parseJSON(published.value.data(), published.value.size());
 }
 
-UniqueJSON itemOf(const Finding& finding) {
-    UniqueJSON published = jsonObject();
+util::UniqueJSON itemOf(const Finding& finding) {
+    util::UniqueJSON published = util::jsonObject();
     for (const Published& one : finding.published) {
-        addMember(published.get(), std::string(one.name).c_str(), valueOf(one));
+        util::addMember(published.get(), std::string(one.name).c_str(), valueOf(one));
     }
-    UniqueJSON item = jsonObject();
-    addMember(item.get(), "path", textItem(finding.path));
-    addMember(item.get(), "state", jsonString(wordOf(finding.state)));
-    addMember(item.get(), "reason", textItem(finding.reason));
-    addMember(item.get(), "published", std::move(published));
-    addMember(item.get(), "effect", jsonString(std::string(finding.effect)));
+    util::UniqueJSON item = util::jsonObject();
+    util::addMember(item.get(), "path", textItem(finding.path));
+    util::addMember(item.get(), "state", util::jsonString(wordOf(finding.state)));
+    util::addMember(item.get(), "reason", textItem(finding.reason));
+    util::addMember(item.get(), "published", std::move(published));
+    util::addMember(item.get(), "effect", util::jsonString(std::string(finding.effect)));
     return item;
 }
 
@@ -123,15 +124,15 @@ std::string linesOf(const Diagnosis& diagnosis) {
 }
 
 std::string jsonOf(const Diagnosis& diagnosis) {
-    UniqueJSON findings = jsonArray();
+    util::UniqueJSON findings = util::jsonArray();
     for (const Finding& finding : diagnosis.findings) {
-        addElement(findings.get(), itemOf(finding));
+        util::addElement(findings.get(), itemOf(finding));
     }
-    const UniqueJSON all = jsonObject();
-    addMember(all.get(), "product", textItem(diagnosis.product));
-    addMember(all.get(), "well", jsonBool(diagnosis.isWell()));
-    addMember(all.get(), "checks", std::move(findings));
-    return renderJSON(all.get(), false) + "\n";
+    const util::UniqueJSON all = util::jsonObject();
+    util::addMember(all.get(), "product", textItem(diagnosis.product));
+    util::addMember(all.get(), "well", util::jsonBool(diagnosis.isWell()));
+    util::addMember(all.get(), "checks", std::move(findings));
+    return util::renderJSON(all.get(), false) + "\n";
 }
 
 }  // namespace pallframe::doctor

@@ -1,7 +1,7 @@
 #include "pallframe/doctor/saved_switches.h"
 
-#include "model/json.h"
 #include "systemstate/param_values.h"
+#include "util/json.h"
 
 namespace pallframe::doctor {
 
@@ -26,8 +26,8 @@ const ToskParam* findIn(const ToskDevice& device, std::string_view name) {
 }  // namespace
 
 SavedSwitches::SavedSwitches(const std::string& text) : saved_("") {
-    const UniqueJSON root = parseJSON(text.data(), text.size());
-    usable_ = saved_.fromJSON(jsonMember(root.get(), kDevices)) == 0;
+    const util::UniqueJSON root = util::parseJSON(text.data(), text.size());
+    usable_ = saved_.fromJSON(util::jsonMember(root.get(), kDevices)) == 0;
 }
 
 std::optional<std::string_view> SavedSwitches::stateOf(std::string_view name) const {

@@ -5,8 +5,8 @@
 namespace client {
 namespace {
 
-UniqueJSON json(const std::string& text) {
-    return parseJSON(text.data(), text.size());
+util::UniqueJSON json(const std::string& text) {
+    return util::parseJSON(text.data(), text.size());
 }
 
 TEST(Descriptor, ReadsEveryAttributeOfAParameter) {
@@ -27,7 +27,7 @@ TEST(Descriptor, ReadsEveryAttributeOfAParameter) {
     ASSERT_EQ(descriptor.choices.size(), 2u);
     EXPECT_EQ(descriptor.choices[1].value, 1);
     EXPECT_EQ(descriptor.choices[1].name, "Enabled");
-    EXPECT_EQ(renderJSON(parameter->value.get(), false), "1");
+    EXPECT_EQ(util::renderJSON(parameter->value.get(), false), "1");
 }
 
 TEST(Descriptor, ReadsTheLimitsOfAValue) {
@@ -101,7 +101,7 @@ TEST(Descriptor, ReadsTheMembersOfAStructureUnderTheirBareNames) {
     ASSERT_EQ(members.size(), 2u);
     EXPECT_EQ(members[0].descriptor.name, "name");
     EXPECT_EQ(members[0].descriptor.label, "Name");
-    EXPECT_STREQ(jsonText(members[0].value.get()), "COM1");
+    EXPECT_STREQ(util::jsonText(members[0].value.get()), "COM1");
     EXPECT_EQ(members[1].descriptor.name, "");
 }
 

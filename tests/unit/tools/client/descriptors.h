@@ -3,13 +3,13 @@
 #include <string>
 
 #include "client/descriptor.h"
-#include "model/json.h"
+#include "util/json.h"
 
 // Descriptors and values for the tests of the forms that values have.
 namespace client {
 
-inline UniqueJSON json(const std::string& text) {
-    return parseJSON(text.data(), text.size());
+inline util::UniqueJSON json(const std::string& text) {
+    return util::parseJSON(text.data(), text.size());
 }
 
 inline Descriptor ofType(const std::string& type) {

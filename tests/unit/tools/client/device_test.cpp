@@ -116,33 +116,33 @@ TEST_F(DeviceTest, WhoeverCannotWaitGetsTheIdOfTheLastAnswer) {
 }
 
 TEST_F(DeviceTest, WhoeverCannotWaitGetsTheIdOfASet) {
-    const std::string id = device_.askToSet("system.a", jsonNumber(7));
+    const std::string id = device_.askToSet("system.a", util::jsonNumber(7));
     ASSERT_TRUE(session_.flush());
     const std::string bytes = peer_.read();
     EXPECT_EQ(idOf(bytes, R"("param":{"a":7})"), id);
 }
 
 TEST_F(DeviceTest, SetsByTheLeaf) {
-    EXPECT_EQ(device_.set("system.sshEnabled", jsonNumber(0)), std::nullopt);
+    EXPECT_EQ(device_.set("system.sshEnabled", util::jsonNumber(0)), std::nullopt);
     const std::string bytes = peer_.read();
     EXPECT_THAT(bytes, HasSubstr("[\"SET\", \"system\", 1000042, 0, 0]\n"));
     EXPECT_THAT(bytes, HasSubstr(R"("param":{"sshEnabled":0}};)"));
 }
 
 TEST_F(DeviceTest, HearsItsAnnouncementsOnly) {
-    device_.handleMessage(NOTMessage("system", "a", jsonNumber(1)));
-    device_.handleMessage(NOTMessage("system.x", "b", jsonNumber(1)));
-    device_.handleMessage(NOTMessage("frameB.system", "c", jsonNumber(1)));
-    device_.handleMessage(SETMessage("system", jsonObject()));
-    device_.handleMessage(NOTMessage("system", DataKey{"param"}, jsonNumber(7)));
+    device_.handleMessage(NOTMessage("system", "a", util::jsonNumber(1)));
+    device_.handleMessage(NOTMessage("system.x", "b", util::jsonNumber(1)));
+    device_.handleMessage(NOTMessage("frameB.system", "c", util::jsonNumber(1)));
+    device_.handleMessage(SETMessage("system", util::jsonObject()));
+    device_.handleMessage(NOTMessage("system", DataKey{"param"}, util::jsonNumber(7)));
     EXPECT_EQ(shown("system.a"), "1");
     EXPECT_EQ(cache_.all().size(), 1u);
 }
 
 TEST_F(DeviceTest, TellsOnceThatTheDaemonIsNewOnTheBus) {
-    device_.handleMessage(NOTMessage("system", "ipAddress", jsonNumber(1)));
+    device_.handleMessage(NOTMessage("system", "ipAddress", util::jsonNumber(1)));
     EXPECT_FALSE(device_.takeRestart());
-    device_.handleMessage(NOTMessage("system", "frameName", jsonString("Quorane")));
+    device_.handleMessage(NOTMessage("system", "frameName", util::jsonString("Quorane")));
     EXPECT_TRUE(device_.takeRestart());
     EXPECT_FALSE(device_.takeRestart());
 }
@@ -170,8 +170,8 @@ TEST_F(DeviceTest, KnowsThroughAPrefixParametersByTheirNameThere) {
                      R"({"d_system.b":{"oid":"system.b","value":2}}}}})");
     tunnelled_.read({}, 100ms);
     EXPECT_EQ(shown("frameB.system.b"), "2");
-    tunnelled_.handleMessage(NOTMessage("frameB.system", "b", jsonNumber(3)));
-    tunnelled_.handleMessage(NOTMessage("system", "b", jsonNumber(4)));
+    tunnelled_.handleMessage(NOTMessage("frameB.system", "b", util::jsonNumber(3)));
+    tunnelled_.handleMessage(NOTMessage("system", "b", util::jsonNumber(4)));
     EXPECT_EQ(shown("frameB.system.b"), "3");
 }
 
@@ -187,10 +187,10 @@ TEST_F(DeviceTest, PutsEveryNameThatTheDeviceSaysUnderItsObject) {
 // A daemon greets under its own name only, whatever way leads to it.
 TEST_F(DeviceTest, HearsThroughAPrefixThatTheDaemonIsNewOnTheBus) {
     EXPECT_EQ(tunnelled_.home(), "system");
-    tunnelled_.handleMessage(NOTMessage("system", "ipAddress", jsonNumber(1)));
-    tunnelled_.handleMessage(NOTMessage("other", "frameName", jsonString("Quorane")));
+    tunnelled_.handleMessage(NOTMessage("system", "ipAddress", util::jsonNumber(1)));
+    tunnelled_.handleMessage(NOTMessage("other", "frameName", util::jsonString("Quorane")));
     EXPECT_FALSE(tunnelled_.takeRestart());
-    tunnelled_.handleMessage(NOTMessage("system", "frameName", jsonString("Quorane")));
+    tunnelled_.handleMessage(NOTMessage("system", "frameName", util::jsonString("Quorane")));
     EXPECT_TRUE(tunnelled_.takeRestart());
     EXPECT_EQ(shown("frameB.system.frameName"), "unknown");
 }

@@ -10,8 +10,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-UniqueJSON json(const std::string& text) {
-    return parseJSON(text.data(), text.size());
+util::UniqueJSON json(const std::string& text) {
+    return util::parseJSON(text.data(), text.size());
 }
 
 Parameter parameter(const std::string& name, const std::string& value, int precision = -1) {
@@ -176,7 +176,7 @@ TEST_F(ParameterCacheTest, KeepsNoMoreThanItsShareOfADeviceThatNeverStops) {
 TEST_F(ParameterCacheTest, HoldsBackTheLastOfTooManyNews) {
     cache_.beginReading();
     for (size_t value = 0; value < ParameterCache::kMaxHeldBack + 5; ++value) {
-        cache_.announce("system.a", jsonNumber(static_cast<double>(value)).get());
+        cache_.announce("system.a", util::jsonNumber(static_cast<double>(value)).get());
     }
     cache_.endReading();
     EXPECT_EQ(changes_.size(), ParameterCache::kMaxHeldBack);

@@ -10,7 +10,7 @@ namespace {
 
 std::string structure(const std::string& text) {
     const ParsedValue form = parseValue(serialPort(), text);
-    return form.value ? renderJSON(form.value.get(), false) : form.problem;
+    return form.value ? util::renderJSON(form.value.get(), false) : form.problem;
 }
 
 TEST(StructureForm, TakesTheMembersThatAreNamed) {
@@ -41,7 +41,7 @@ TEST(StructureForm, TakesBackWhatIsShown) {
     const Parameter port = serialPort();
     const ParsedValue form = parseValue(port, formatValue(port.descriptor, port.value.get()));
     ASSERT_TRUE(form.value) << form.problem;
-    EXPECT_EQ(renderJSON(form.value.get(), false),
+    EXPECT_EQ(util::renderJSON(form.value.get(), false),
               R"({"_d_name":{"type":"STRING","value":"COM1"},)"
               R"("_d_level":{"type":"FLOAT","value":2.3},)"
               R"("_d_connectionPoint":{"type":"STRING","value":""}})");

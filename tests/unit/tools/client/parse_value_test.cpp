@@ -12,7 +12,7 @@ namespace {
 
 std::string wire(const Descriptor& descriptor, const std::string& text) {
     const ParsedValue form = parseValue(descriptor, text);
-    return form.value ? renderJSON(form.value.get(), false) : form.problem;
+    return form.value ? util::renderJSON(form.value.get(), false) : form.problem;
 }
 
 TEST(ParsedValue, TakesAddressesDottedOrAsANumber) {
@@ -94,7 +94,7 @@ TEST(ParsedValue, RefusesTypesThatHaveNoText) {
 
 TEST(ParsedValue, GuessesWithoutADescriptor) {
     const auto plain = [](const char* text) {
-        return renderJSON(parseUntypedValue(text).get(), false);
+        return util::renderJSON(parseUntypedValue(text).get(), false);
     };
     EXPECT_EQ(plain("7"), "7");
     EXPECT_EQ(plain("-0.5"), "-0.5");
@@ -110,7 +110,7 @@ TEST(ParsedValue, ReadsBackWhatHumanFormShows) {
     std::mt19937 random(kSeed);
     for (int round = 0; round < 2000; ++round) {
         const auto number = static_cast<uint32_t>(random());
-        const UniqueJSON value = jsonNumber(number);
+        const util::UniqueJSON value = util::jsonNumber(number);
         for (const Descriptor& descriptor : {address(), ofType("INT32"), ofPrecision(-1)}) {
             const ParsedValue form = parseValue(descriptor, formatValue(descriptor, value.get()));
             ASSERT_TRUE(form.value) << "seed " << kSeed << " number " << number;
@@ -122,7 +122,7 @@ TEST(ParsedValue, ReadsBackWhatHumanFormShows) {
 TEST(RawForm, TakesTheValueInJSON) {
     const auto raw = [](const Descriptor& descriptor, const char* text) {
         const ParsedValue form = parseRawValue(descriptor, text);
-        return form.value ? renderJSON(form.value.get(), false) : form.problem;
+        return form.value ? util::renderJSON(form.value.get(), false) : form.problem;
     };
     EXPECT_EQ(raw(address(), "167772165"), "167772165");
     EXPECT_EQ(raw(ofType("STRING"), R"("a")"), R"("a")");
@@ -154,12 +154,12 @@ TEST(IsSameValue, ComparesTheMembersThatAreWanted) {
 
 TEST(DropSameMembers, LeavesWhatDiffers) {
     const Parameter port = serialPort();
-    const UniqueJSON wanted = parseValue(port, "name=COM1, connectionPoint=new").value;
+    const util::UniqueJSON wanted = parseValue(port, "name=COM1, connectionPoint=new").value;
     dropSameMembers(port.value.get(), wanted.get());
-    const UniqueJSON one = parseValue(port, "connectionPoint=new").value;
-    EXPECT_EQ(renderJSON(wanted.get(), false), renderJSON(one.get(), false));
+    const util::UniqueJSON one = parseValue(port, "connectionPoint=new").value;
+    EXPECT_EQ(util::renderJSON(wanted.get(), false), util::renderJSON(one.get(), false));
     dropSameMembers(nullptr, wanted.get());
-    EXPECT_EQ(renderJSON(wanted.get(), false), renderJSON(one.get(), false));
+    EXPECT_EQ(util::renderJSON(wanted.get(), false), util::renderJSON(one.get(), false));
 }
 
 TEST(ReadsAs, TakesForEqualWhatPeopleSeeAsEqual) {

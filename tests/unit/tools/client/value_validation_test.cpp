@@ -72,8 +72,9 @@ TEST(Objection, IsToATextThatIsTooLong) {
 
 TEST(Objection, IsToATextThatIsNoUTF8) {
     EXPECT_EQ(findReachabilityProblem(ofType("STRING"), "\"Z\u00fcrich\""), "");
-    EXPECT_EQ(validateValue(ofType("STRING"), jsonString("a\xff").get()), "needs a text in UTF-8");
-    EXPECT_EQ(validateValue(Descriptor(), jsonString("a\xff").get()), "");
+    EXPECT_EQ(validateValue(ofType("STRING"), util::jsonString("a\xff").get()),
+              "needs a text in UTF-8");
+    EXPECT_EQ(validateValue(Descriptor(), util::jsonString("a\xff").get()), "");
 }
 
 TEST(Objection, IsToNothingThatNobodyDescribed) {

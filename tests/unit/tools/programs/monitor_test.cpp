@@ -7,11 +7,11 @@
 
 #include <gmock/gmock.h>
 
-#include "model/files.h"
 #include "program_process.h"
 #include "recording/recording.h"
 #include "scripted_device.h"
 #include "support/temporary_directory.h"
+#include "util/files.h"
 
 namespace {
 
@@ -125,13 +125,13 @@ TEST_F(MonitorTest, SaysWhyItCannotRecord) {
 TEST(MonitorWithoutBus, LeavesAnOlderRecordingAsItIs) {
     const TemporaryDirectory directory;
     const std::string file = directory.path() + "/keep.rec";
-    saveTextFile(file, "an hour of work\n");
+    util::saveTextFile(file, "an hour of work\n");
     EXPECT_EQ(pallctl(1, {"monitor", "--record", file}).status, 6);
     ProgramProcess waiting(pallctlCommand(1, {"monitor", "--wait=60", "--record", file}));
     EXPECT_THAT(waiting.readErrorLine(), EndsWith(", waiting"));
     waiting.signal(SIGTERM);
     EXPECT_EQ(waiting.wait(), 0);
-    EXPECT_EQ(readFile(file, true), "an hour of work\n");
+    EXPECT_EQ(util::readFile(file, true), "an hour of work\n");
 }
 
 TEST_F(MonitorTest, ComesBackWithTheBus) {

@@ -10,8 +10,8 @@ using namespace std::chrono_literals;
 std::vector<std::string> namesIn(const cJSON* request) {
     std::vector<std::string> names;
     const cJSON* name = nullptr;
-    cJSON_ArrayForEach(name, jsonMember(request, "objectName")) {
-        names.emplace_back(jsonText(name));
+    cJSON_ArrayForEach(name, util::jsonMember(request, "objectName")) {
+        names.emplace_back(util::jsonText(name));
     }
     return names;
 }
@@ -92,35 +92,35 @@ void ScriptedDevice::serve() {
 
 void ScriptedDevice::handle(const std::string& payload) {
     const size_t line = payload.find('\n');
-    const UniqueJSON header = parseJSON(payload.data(), line);
-    const UniqueJSON data = parseJSON(payload.data() + line, payload.size() - line);
-    const std::string type = jsonText(cJSON_GetArrayItem(header.get(), 0));
-    const std::string source = renderJSON(cJSON_GetArrayItem(header.get(), 2), false);
+    const util::UniqueJSON header = util::parseJSON(payload.data(), line);
+    const util::UniqueJSON data = util::parseJSON(payload.data() + line, payload.size() - line);
+    const std::string type = util::jsonText(cJSON_GetArrayItem(header.get(), 0));
+    const std::string source = util::renderJSON(cJSON_GetArrayItem(header.get(), 2), false);
     if (type == "GET") {
         answerGet(source, data.get());
     } else if (type == "SET") {
         sets_.push_back(payload.substr(0, line) +
-                        renderJSON(jsonMember(data.get(), "param"), false));
+                        util::renderJSON(util::jsonMember(data.get(), "param"), false));
         answerSet(source, data.get());
     }
 }
 
 void ScriptedDevice::answerGet(const std::string& source, const cJSON* data) {
-    const auto values = namesIn(jsonMember(data, "param"));
+    const auto values = namesIn(util::jsonMember(data, "param"));
     if (std::find(values.begin(), values.end(), "paramDescriptor") != values.end()) {
         respond(
             source, data,
             R"("statusCode":200,"param":{"paramDescriptor":{"type":"device","slot":0,"params":)" +
                 described(saved_) + "}}");
     }
-    if (jsonMember(data, "paramDescriptor")) {
+    if (util::jsonMember(data, "paramDescriptor")) {
         answerByName(source, data);
     }
 }
 
 void ScriptedDevice::answerByName(const std::string& source, const cJSON* data) {
     ++readings_;
-    const std::string named = described(namesIn(jsonMember(data, "paramDescriptor")));
+    const std::string named = described(namesIn(util::jsonMember(data, "paramDescriptor")));
     if (const auto overtake = std::exchange(overtake_, nullptr)) {
         overtake();
     }
@@ -130,7 +130,7 @@ void ScriptedDevice::answerByName(const std::string& source, const cJSON* data) 
 }
 
 void ScriptedDevice::answerSet(const std::string& source, const cJSON* data) {
-    const std::string leaf = jsonMember(data, "param")->child->string;
+    const std::string leaf = util::jsonMember(data, "param")->child->string;
     const int usual = parameters_.contains(leaf) ? 200 : 404;
     const int status = statuses_.contains(leaf) ? statuses_[leaf] : usual;
     if (status != 0) {
@@ -140,8 +140,8 @@ void ScriptedDevice::answerSet(const std::string& source, const cJSON* data) {
 
 void ScriptedDevice::respond(const std::string& source, const cJSON* data,
                              const std::string& rest) {
-    peer_.send("[\"RSP\", \"system\", 8, " + source +
-               ", 0]\n{\"id\":" + renderJSON(jsonMember(data, "id"), false) + "," + rest + "}");
+    peer_.send("[\"RSP\", \"system\", 8, " + source + ", 0]\n{\"id\":" +
+               util::renderJSON(util::jsonMember(data, "id"), false) + "," + rest + "}");
 }
 
 std::string ScriptedDevice::described(const std::vector<std::string>& leaves) const {

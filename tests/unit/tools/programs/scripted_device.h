@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "bus_peer.h"
-#include "model/json.h"
+#include "util/json.h"
 
 // Stands for the daemon on the bus: connection id 8, serving "system" on a thread of its own. It
 // answers as the daemon does: descriptors of known names in one response, nothing for unknown

@@ -2,9 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include "model/files.h"
 #include "recording/recording.h"
 #include "support/temporary_directory.h"
+#include "util/files.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ std::string exampleOf(const std::string& page) {
 
 TEST(RecordingPageTest, ShowsARecordingThatCanBeRead) {
     const TemporaryDirectory directory;
-    Reader reader(directory.write("example", exampleOf(readFile(PALLWATCH_PAGE, true))));
+    Reader reader(directory.write("example", exampleOf(util::readFile(PALLWATCH_PAGE, true))));
     EXPECT_EQ(reader.header().by, "pallbus");
 
     const std::optional<Entry> question = reader.next();

@@ -89,7 +89,7 @@ TEST_F(WriterTest, BringsLinesToTheFileWithoutBeingAsked) {
 
 TEST_F(WriterTest, EmptiesAFileThatIsOpenAlready) {
     directory_.write("a.rec", std::string(1000, 'x'));
-    UniqueFile file(fopen(path_.c_str(), "r+"));
+    util::UniqueFile file(fopen(path_.c_str(), "r+"));
     Writer writer(std::move(file), path_, "a test");
     writer.record(8, "one");
     EXPECT_EQ(writer.finish(), std::nullopt);
@@ -97,7 +97,7 @@ TEST_F(WriterTest, EmptiesAFileThatIsOpenAlready) {
 }
 
 TEST_F(WriterTest, TellsOfAnOpenFileThatCannotBeWritten) {
-    Writer writer(UniqueFile(fopen("/dev/full", "r+")), "some.rec", "a test");
+    Writer writer(util::UniqueFile(fopen("/dev/full", "r+")), "some.rec", "a test");
     EXPECT_EQ(writer.finish(), "some.rec: No space left on device");
 }
 
@@ -115,7 +115,7 @@ TEST_F(WriterTest, CallsBackWhenAllIsInTheFile) {
 TEST_F(WriterTest, OutlivesTheReaderOfAPipe) {
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-    Writer writer(UniqueFile(fdopen(ends[1], "w")), "a pipe", "a test");
+    Writer writer(util::UniqueFile(fdopen(ends[1], "w")), "a pipe", "a test");
     close(ends[0]);
     writer.record(8, "one");
     EXPECT_EQ(writer.finish(), "a pipe: Broken pipe");

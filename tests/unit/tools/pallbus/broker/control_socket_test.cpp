@@ -77,9 +77,9 @@ TEST_F(ControlTest, PassesAFileOfTheClient) {
     });
     const TemporaryDirectory directory;
     const std::string text(200'000, 'x');
-    EXPECT_EQ(
-        textOf(sendCommand(port_, text, UniqueFile(std::fopen(directory.path("a").c_str(), "w")))),
-        "ok " + text);
+    EXPECT_EQ(textOf(sendCommand(port_, text,
+                                 util::UniqueFile(std::fopen(directory.path("a").c_str(), "w")))),
+              "ok " + text);
     EXPECT_EQ(textOf(sendCommand(port_, "none")), "error none")
         << "no file is left over from before";
     EXPECT_EQ(directory.read("a"), "written");
@@ -89,7 +89,8 @@ TEST_F(ControlTest, PassesNoFileThatCannotBeWritten) {
     handle([](const ControlRequest& told, const ControlSocket::Answer& answer) {
         answer({told.file != nullptr, ""});
     });
-    EXPECT_EQ(textOf(sendCommand(port_, "x", UniqueFile(std::fopen("/dev/null", "r")))), "error ");
+    EXPECT_EQ(textOf(sendCommand(port_, "x", util::UniqueFile(std::fopen("/dev/null", "r")))),
+              "error ");
 }
 
 }  // namespace

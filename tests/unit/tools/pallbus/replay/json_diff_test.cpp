@@ -10,8 +10,8 @@ using pallbus::replay::JSONDifference;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-UniqueJSON json(const std::string& text) {
-    return parseJSON(text.data(), text.size());
+util::UniqueJSON json(const std::string& text) {
+    return util::parseJSON(text.data(), text.size());
 }
 
 std::vector<JSONDifference> between(const std::string& expected, const std::string& got,

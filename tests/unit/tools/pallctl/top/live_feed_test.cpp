@@ -74,7 +74,7 @@ class LiveFeedTest : public testing::Test {
         step(later);
     }
     void set() {
-        ASSERT_TRUE(feed.set("sshEnabled", jsonNumber(0), now));
+        ASSERT_TRUE(feed.set("sshEnabled", util::jsonNumber(0), now));
         asked = peer.read();
     }
 
@@ -278,7 +278,8 @@ TEST_F(LiveFeedTest, ASetEndsWithTheConnection) {
     const auto result = feed.takeSetResult();
     ASSERT_TRUE(result);
     EXPECT_EQ(result->kind, SetResult::Kind::connectionLost);
-    EXPECT_FALSE(feed.set("sshEnabled", jsonNumber(0), now)) << "there is nobody to send it to";
+    EXPECT_FALSE(feed.set("sshEnabled", util::jsonNumber(0), now))
+        << "there is nobody to send it to";
 }
 
 TEST_F(LiveFeedTest, TheGraphsBreakOffWithTheConnection) {

@@ -109,7 +109,7 @@ TEST_F(EditTest, OfAStructureOnlyTheMembersThatDifferAreSet) {
     EXPECT_EQ(view.change().from, "name=COM1, place=Node 1");
     EXPECT_EQ(view.change().to, "place=Node 7");
     type(view, "y");
-    EXPECT_EQ(renderJSON(view.takeChange().value.get(), false),
+    EXPECT_EQ(util::renderJSON(view.takeChange().value.get(), false),
               R"({"_d_place":{"type":"STRING","value":"Node 7"}})");
 }
 

@@ -38,7 +38,7 @@ class OffersTest : public testing::Test {
         client::Parameter& made = owned_.emplace_back();
         made.descriptor.name = "system." + name;
         made.descriptor.type = type;
-        made.value = value.empty() ? nullptr : parseJSON(value.data(), value.size());
+        made.value = value.empty() ? nullptr : util::parseJSON(value.data(), value.size());
         return made;
     }
 

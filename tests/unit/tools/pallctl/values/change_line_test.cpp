@@ -17,7 +17,7 @@ client::Parameter voltage() {
     made.descriptor.name = "system.psu1Voltage";
     made.descriptor.type = "FLOAT";
     made.descriptor.precision = 2;
-    made.value = jsonNumber(11.504);
+    made.value = util::jsonNumber(11.504);
     return made;
 }
 
@@ -25,7 +25,7 @@ client::Parameter name(const std::string& text) {
     client::Parameter made;
     made.descriptor.name = "system.systemName";
     made.descriptor.type = "STRING";
-    made.value = jsonString(text);
+    made.value = util::jsonString(text);
     return made;
 }
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "model/json.h"
+#include "util/json.h"
 
 namespace pallctl {
 namespace {
@@ -18,7 +18,7 @@ client::Parameter parameter(const std::string& name, const std::string& type,
     made.descriptor.name = name;
     made.descriptor.type = type;
     made.descriptor.readOnly = readOnly;
-    made.value = parseJSON(value.data(), value.size());
+    made.value = util::parseJSON(value.data(), value.size());
     return made;
 }
 
@@ -68,7 +68,7 @@ TEST(JSONForm, HoldsTextsExactly) {
 }
 
 TEST(JSONLine, IsJSONWhateverBytesTheDeviceSends) {
-    const UniqueJSON item = jsonString("a\xff\"b");
+    const util::UniqueJSON item = util::jsonString("a\xff\"b");
     EXPECT_EQ(jsonLine(item.get()), "\"a\xef\xbf\xbd\\\"b\"");
 }
 

@@ -155,7 +155,7 @@ TEST_P(HostileTraffic, NeitherBreaksALineNorCommandsATerminal) {
     EXPECT_TRUE(isSafe(shell(GetParam()))) << shell(GetParam());
     const std::string object = json(GetParam());
     EXPECT_TRUE(isSafe(object)) << object;
-    EXPECT_NE(parseJSON(object.data(), object.size()), nullptr);
+    EXPECT_NE(util::parseJSON(object.data(), object.size()), nullptr);
 }
 
 TEST_F(Traffic, HasAHeadToChooseBy) {

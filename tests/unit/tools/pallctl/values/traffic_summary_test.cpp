@@ -6,7 +6,7 @@ namespace pallctl {
 namespace {
 
 std::string content(const std::string& data) {
-    return summarizeData(parseJSON(data.data(), data.size()).get());
+    return summarizeData(util::parseJSON(data.data(), data.size()).get());
 }
 
 struct Case {

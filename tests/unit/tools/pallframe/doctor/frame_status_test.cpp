@@ -2,10 +2,10 @@
 
 #include <gmock/gmock.h>
 
-#include "model/json.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/paths.h"
 #include "temporary_frame.h"
+#include "util/json.h"
 
 using namespace pallframe::simulation;
 using namespace pallframe::doctor;
@@ -15,9 +15,9 @@ namespace {
 class Status : public TemporaryFrame {
   protected:
     std::string table() const { return tableOf(statusOf(tree)); }
-    UniqueJSON json() const {
+    util::UniqueJSON json() const {
         const std::string text = jsonOf(statusOf(tree));
-        return parseJSON(text.data(), text.size());
+        return util::parseJSON(text.data(), text.size());
     }
 };
 
@@ -94,12 +94,13 @@ TEST_F(Status, NoTextBreaksTheTableOrTheJSON) {
     EXPECT_EQ(table().find('\x1b'), std::string::npos);
     EXPECT_NE(table().find("\\x1b[2J"), std::string::npos);
     EXPECT_NE(table().find("service  a\\nb"), std::string::npos);
-    const UniqueJSON parsed = json();
+    const util::UniqueJSON parsed = json();
     ASSERT_NE(parsed, nullptr);
     const std::string shown = "\"\\\x1b[2J\x7f\t\xef\xbf\xbd\xc3\xa9 \xef\xbf\xbd";
-    EXPECT_EQ(jsonText(cJSON_GetArrayItem(jsonMember(parsed.get(), "missing"), 0)),
+    EXPECT_EQ(util::jsonText(cJSON_GetArrayItem(util::jsonMember(parsed.get(), "missing"), 0)),
               "/tmp/" + shown);
-    EXPECT_EQ(jsonText(jsonMember(jsonMember(parsed.get(), "services"), "a\nb")), shown);
+    EXPECT_EQ(util::jsonText(util::jsonMember(util::jsonMember(parsed.get(), "services"), "a\nb")),
+              shown);
 }
 
 TEST_F(Status, AnotherDirectoryIsNoFrame) {

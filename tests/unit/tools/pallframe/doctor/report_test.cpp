@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "frame_to_inspect.h"
-#include "model/json.h"
+#include "util/json.h"
 
 using namespace pallframe::doctor;
 
@@ -54,9 +54,10 @@ TEST(Report, NoTextBreaksTheLinesOrTheJSON) {
     const Diagnosis nasty{"a\n\x1b[2J\xff\"", {}};
     EXPECT_EQ(linesOf(nasty).find('\x1b'), std::string::npos);
     const std::string json = jsonOf(nasty);
-    const UniqueJSON parsed = parseJSON(json.data(), json.size());
+    const util::UniqueJSON parsed = util::parseJSON(json.data(), json.size());
     ASSERT_NE(parsed, nullptr);
-    EXPECT_STREQ(jsonText(jsonMember(parsed.get(), "product")), "a\n\x1b[2J\xef\xbf\xbd\"");
+    EXPECT_STREQ(util::jsonText(util::jsonMember(parsed.get(), "product")),
+                 "a\n\x1b[2J\xef\xbf\xbd\"");
 }
 
 }  // namespace

@@ -1,0 +1,206 @@
+#include "util/file_replacement.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <optional>
+
+#include "util/files.h"
+
+namespace util {
+
+namespace {
+
+constexpr int kMostLinks = 40;  // what the kernel follows
+constexpr mode_t kUsualMode = 0644;
+constexpr int kMostKept = 9;
+
+// Nothing that stands in the file's way is opened, followed or waited for.
+constexpr int kNewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+
+// With the slash at its end; empty for a path of one name.
+std::string directoryOf(const std::string& path) {
+    return path.substr(0, path.rfind('/') + 1);
+}
+
+// Where a link leads; nothing when it is none.
+std::optional<std::string> linkedPath(const std::string& path) {
+    std::array<char, PATH_MAX> target;
+    const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+    if (length <= 0) {
+        return std::nullopt;
+    }
+    const std::string text(target.data(), static_cast<size_t>(length));
+    return text.front() == '/' ? text : directoryOf(path) + text;
+}
+
+// The status of a regular file; nothing for everything else.
+std::optional<struct stat> regularFile(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    return status;
+}
+
+bool isTaken(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 || errno != ENOENT;
+}
+
+bool leadsToSomethingElse(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+// Whether a new file may take the place of what is at `path`; errno when not. A file that nobody
+// may write to is not replaced by another either.
+bool isReplaceable(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return errno == ENOENT;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return false;
+    }
+    return access(path.c_str(), W_OK) == 0;
+}
+
+// What cannot be removed shows when the name is used.
+void clearName(const std::string& path) {
+    if (unlink(path.c_str()) != 0 && (errno == EISDIR || errno == EPERM)) {
+        clearDirectory(path);
+    }
+}
+
+// A file system without owners or modes is no reason to lose the bytes.
+void takeAfter(int descriptor, const std::optional<struct stat>& like) {
+    const bool owned = !like || fchown(descriptor, like->st_uid, like->st_gid) == 0;
+    const bool permitted = fchmod(descriptor, like ? like->st_mode & 07777 : kUsualMode) == 0;
+    static_cast<void>(owned && permitted);
+}
+
+bool isRegular(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) {
+        return false;
+    }
+    errno = EINVAL;
+    return S_ISREG(status.st_mode);
+}
+
+bool writeAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = ::write(descriptor, text.data(), text.size());
+        if (count > 0) {
+            text.remove_prefix(static_cast<size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            errno = count == 0 ? EIO : errno;
+            return false;
+        }
+    }
+    return true;
+}
+
+WriteFailure fill(UniqueDescriptor& file, std::string_view text,
+                  const std::optional<struct stat>& like) {
+    if (!isRegular(file.get())) {
+        return WriteFailure::open;
+    }
+    takeAfter(file.get(), like);
+    if (!writeAll(file.get(), text)) {
+        return WriteFailure::write;
+    }
+    if (fsync(file.get()) != 0) {
+        return WriteFailure::sync;
+    }
+    return file.close() ? WriteFailure::none : WriteFailure::close;
+}
+
+// Removes a file that is of no use; errno stays what made it so.
+void discard(const std::string& path) {
+    const int errorNumber = errno;
+    unlink(path.c_str());
+    errno = errorNumber;
+}
+
+}  // namespace
+
+std::string endOfLinks(const std::string& path) {
+    std::string end = path;
+    for (int links = 0; links < kMostLinks; ++links) {
+        std::optional<std::string> next = linkedPath(end);
+        if (!next) {
+            return leadsToSomethingElse(end) ? path : end;
+        }
+        end = std::move(*next);
+    }
+    return path;
+}
+
+bool moveAside(const std::string& path, const std::string& kept) {
+    std::string earlier = kept;
+    for (int number = 2; number <= kMostKept && isTaken(earlier); ++number) {
+        earlier = kept + "." + std::to_string(number);
+    }
+    if (earlier != kept) {
+        std::rename(kept.c_str(), earlier.c_str());
+    }
+    return std::rename(path.c_str(), kept.c_str()) == 0;
+}
+
+void clearDirectory(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        return;
+    }
+    if (rmdir(path.c_str()) != 0 && (errno == ENOTEMPTY || errno == EEXIST)) {
+        moveAside(path, path + ".bad");
+    }
+}
+
+bool syncDirectoryOf(const std::string& path) {
+    const std::string directory = directoryOf(path);
+    const UniqueDescriptor opened(
+        ::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return opened && fsync(opened.get()) == 0;
+}
+
+WriteFailure writeNewFile(const std::string& path, std::string_view text, const std::string& like) {
+    const std::optional<struct stat> model = regularFile(like);
+    clearName(path);
+    UniqueDescriptor file(::open(path.c_str(), kNewFileFlags, kUsualMode));
+    if (!file) {
+        return WriteFailure::open;
+    }
+    const WriteFailure failure = fill(file, text, model);
+    if (failure != WriteFailure::none) {
+        discard(path);
+    }
+    return failure;
+}
+
+WriteFailure replaceFile(const std::string& path, std::string_view text) {
+    if (!isReplaceable(path)) {
+        return WriteFailure::open;
+    }
+    const std::string target = endOfLinks(path);
+    const std::string draft = target + ".new";
+    if (const WriteFailure failure = writeNewFile(draft, text, target);
+        failure != WriteFailure::none) {
+        return failure;
+    }
+    if (std::rename(draft.c_str(), target.c_str()) != 0) {
+        discard(draft);
+        return WriteFailure::replace;
+    }
+    return syncDirectoryOf(target) ? WriteFailure::none : WriteFailure::syncDirectory;
+}
+
+}  // namespace util

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+
+namespace util {
+
+// How the process gets memory from the system, and when it gives it back. Any thread.
+
+// What is larger than these many bytes is worth giving back at once when it is done with.
+constexpr std::size_t kLargeUse = std::size_t{64} * 1024;
+
+// From here on large pieces come straight from the system and go straight back, the rest comes from
+// one heap for all threads. Left alone, the C library keeps pieces of up to 32 MiB once it has seen
+// such a one freed. Call it before the first thread begins.
+void keepMemorySmall();
+
+// Gives what lies free in the heap back to the system.
+void returnFreeMemory();
+
+}  // namespace util

@@ -1,0 +1,233 @@
+#include "util/system_log.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <new>
+#include <utility>
+
+namespace util {
+
+namespace {
+
+constexpr std::chrono::milliseconds kMostWaitingInASecond{100};
+constexpr std::size_t kMostKept = std::size_t{64} << 10;
+
+// "N log lines were lost", without asking for memory.
+class LostText {
+  public:
+    explicit LostText(std::size_t lost)
+        : size_(std::snprintf(bytes_.data(), bytes_.size(), "%zu log lines were lost\n", lost)) {}
+    std::string_view text() const { return {bytes_.data(), static_cast<std::size_t>(size_)}; }
+
+  private:
+    std::array<char, 64> bytes_{};
+    int size_;
+};
+
+}  // namespace
+
+SystemLog::SystemLog(std::string path)
+    : path_(std::move(path)),
+      ident_(program_invocation_short_name),
+      facility_(LOG_USER),
+      type_(SOCK_DGRAM) {}
+
+SystemLog::~SystemLog() {
+    disconnect();
+}
+
+void SystemLog::setSource(std::string ident, int facility) {
+    const std::lock_guard lock(mutex_);
+    ident_ = std::move(ident);
+    facility_ = facility;
+}
+
+void SystemLog::write(int priority, std::string_view text) {
+    const std::lock_guard lock(mutex_);
+    const LogLineHeader header = headerOf(priority);
+    Outcome outcome = sendKept();
+    if (outcome == Outcome::sent) {
+        outcome = tellLost();
+    }
+    if (outcome == Outcome::sent) {
+        outcome = sendLine(header.text(), text);
+    }
+    const bool kept = outcome == Outcome::later && keep(header.text(), text);
+    lost_ += outcome == Outcome::sent || kept ? 0 : 1;
+}
+
+void SystemLog::countLost() {
+    const std::lock_guard lock(mutex_);
+    ++lost_;
+}
+
+void SystemLog::flush() {
+    const std::lock_guard lock(mutex_);
+    if (sendKept() == Outcome::sent) {
+        tellLost();
+    }
+}
+
+LogLineHeader SystemLog::headerOf(int priority) const {
+    const bool namesFacility = (priority & LOG_FACMASK) != 0;
+    return {namesFacility ? priority : priority | facility_, std::time(nullptr), ident_};
+}
+
+// A log that is gone may come back for what was kept when it was there.
+SystemLog::Outcome SystemLog::sendKept() {
+    while (!kept_.empty()) {
+        const Outcome outcome = sendLine(kept_.front(), {});
+        if (outcome == Outcome::later || (outcome == Outcome::never && errno != EMSGSIZE)) {
+            return Outcome::later;
+        }
+        lost_ += outcome == Outcome::sent ? 0 : 1;
+        keptBytes_ -= kept_.front().size();
+        kept_.pop_front();
+    }
+    return Outcome::sent;
+}
+
+SystemLog::Outcome SystemLog::tellLost() {
+    if (lost_ == 0) {
+        return Outcome::sent;
+    }
+    const Outcome outcome = sendLine(headerOf(LOG_WARNING).text(), LostText(lost_).text());
+    lost_ = outcome == Outcome::sent ? 0 : lost_;
+    return outcome;
+}
+
+// False when there is no room or no memory for it. Behind a line that was lost nothing is kept, so
+// that one line tells of all of them.
+bool SystemLog::keep(std::string_view header, std::string_view text) try {
+    const bool lostBehindKept = lost_ > 0 && !kept_.empty();
+    if (lostBehindKept || keptBytes_ + header.size() + text.size() > kMostKept) {
+        return false;
+    }
+    if (lost_ > 0) {
+        keepRecord(headerOf(LOG_WARNING).text(), LostText(lost_).text());
+        lost_ = 0;
+    }
+    keepRecord(header, text);
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+void SystemLog::keepRecord(std::string_view header, std::string_view text) {
+    kept_.push_back(std::string(header).append(text));
+    keptBytes_ += kept_.back().size();
+}
+
+SystemLog::Outcome SystemLog::sendLine(std::string_view header, std::string_view text) {
+    if (sendInTime(header, text)) {
+        return Outcome::sent;
+    }
+    // The log may have been started anew, with either kind of socket.
+    disconnect();
+    connect();
+    if (sendInTime(header, text)) {
+        return Outcome::sent;
+    }
+    const int reason = errno;
+    disconnect();
+    errno = reason;
+    return reason == EAGAIN ? Outcome::later : Outcome::never;
+}
+
+bool SystemLog::sendInTime(std::string_view header, std::string_view text) {
+    if (socket_ < 0) {
+        return false;
+    }
+    bool sent = sendRecord(header, text);
+    while (!sent && errno == EAGAIN && waitForRoom()) {
+        sent = sendRecord(header, text);
+    }
+    standsStill_ = standsStill_ && !sent;
+    return sent;
+}
+
+bool SystemLog::waitForRoom() {
+    const auto begin = std::chrono::steady_clock::now();
+    if (begin - secondBegan_ >= std::chrono::seconds(1)) {
+        secondBegan_ = begin;
+        waited_ = {};
+    }
+    if (standsStill_ || waited_ >= kMostWaitingInASecond) {
+        return false;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(kMostWaitingInASecond - waited_);
+    pollfd log = {socket_, POLLOUT, 0};
+    standsStill_ = poll(&log, 1, static_cast<int>(left.count())) == 0;
+    waited_ += std::chrono::steady_clock::now() - begin;
+    return !standsStill_;
+}
+
+// A stream has a zero byte behind each line. A part of a line spoils the connection.
+bool SystemLog::sendRecord(std::string_view header, std::string_view text) const {
+    const auto part = [](std::string_view bytes) {
+        return iovec{const_cast<char*>(bytes.data()), bytes.size()};
+    };
+    constexpr std::string_view kEnd("\0", 1);
+    std::array<iovec, 3> parts = {part(header), part(text), part(kEnd)};
+    const bool ended = type_ == SOCK_STREAM;
+    msghdr message = {};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = ended ? 3 : 2;
+    const std::size_t size = header.size() + text.size() + (ended ? 1 : 0);
+    errno = 0;  // also after a part of the line
+    const ssize_t sent = sendmsg(socket_, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+    return sent >= 0 && static_cast<std::size_t>(sent) == size;
+}
+
+void SystemLog::connect() {
+    if (!connectAs(type_) && errno == EPROTOTYPE) {
+        type_ = type_ == SOCK_DGRAM ? SOCK_STREAM : SOCK_DGRAM;
+        connectAs(type_);
+    }
+}
+
+void SystemLog::disconnect() {
+    if (socket_ >= 0) {
+        close(socket_);
+        socket_ = -1;
+    }
+}
+
+bool SystemLog::connectAs(int type) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path_.copy(address.sun_path, sizeof address.sun_path - 1);
+    socket_ = socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (socket_ < 0) {
+        return false;
+    }
+    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+        return true;
+    }
+    const int reason = errno;
+    disconnect();
+    errno = reason;
+    return false;
+}
+
+LogLineHeader::LogLineHeader(int priority, std::time_t moment, const std::string& ident) {
+    std::array<char, sizeof "Jan  1 00:00:00 "> time = {};
+    std::tm local = {};
+    if (localtime_r(&moment, &local) != nullptr) {
+        std::strftime(time.data(), time.size(), "%h %e %T ", &local);
+    }
+    const int size = std::snprintf(bytes_.data(), bytes_.size(), "<%d>%s%s: ", priority,
+                                   time.data(), ident.c_str());
+    size_ = std::min(static_cast<std::size_t>(size), bytes_.size() - 1);
+}
+
+}  // namespace util

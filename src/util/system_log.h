@@ -1,0 +1,84 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <ctime>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace util {
+
+// What stands before the text of a line: "<134>Jan  1 00:00:00 Pallwatch: ", with the time in the
+// local zone; without a time when the calendar has none for that moment.
+class LogLineHeader {
+  public:
+    LogLineHeader(int priority, std::time_t moment, const std::string& ident);
+    std::string_view text() const { return {bytes_.data(), size_}; }
+
+  private:
+    std::array<char, 128> bytes_;
+    std::size_t size_;
+};
+
+// The socket of the system log. Any thread may write.
+//
+// Lines are those of syslog(3), byte for byte, and the connection is made and made again as syslog
+// makes it: by datagrams, by a stream when the log has no other socket, anew when a line does not
+// go. But nobody is held. The socket of a log holds a dozen lines, so a log that is just behind has
+// a tenth of every second, altogether, to make room; one that did not use it stands still and gets
+// no more. What it does not take then is kept, up to 64 KiB, and goes before the next line or with
+// a flush. What has no room there either, or no log to go to, is lost and counted, and one line
+// tells how many were lost as soon as lines go again.
+class SystemLog {
+  public:
+    explicit SystemLog(std::string path);
+    ~SystemLog();  // closes
+    SystemLog(const SystemLog&) = delete;
+    SystemLog& operator=(const SystemLog&) = delete;
+
+    // Whose lines they are, and the facility (LOG_USER, ...) of a priority that names none.
+    void setSource(std::string ident, int facility);
+
+    // Sends one line. `priority` is LOG_EMERG ... LOG_DEBUG, alone or with a facility.
+    void write(int priority, std::string_view text);
+
+    // For a line that could not even be put together.
+    void countLost();
+
+    // Sends what was kept, and tells what was lost, as far as that goes now.
+    void flush();
+
+  private:
+    enum class Outcome { sent, later, never };
+
+    Outcome sendLine(std::string_view header, std::string_view text);
+    bool sendRecord(std::string_view header, std::string_view text) const;
+    Outcome sendKept();
+    Outcome tellLost();
+    bool keep(std::string_view header, std::string_view text);
+    void keepRecord(std::string_view header, std::string_view text);
+    bool sendInTime(std::string_view header, std::string_view text);
+    bool waitForRoom();
+    LogLineHeader headerOf(int priority) const;
+    void connect();
+    void disconnect();
+    bool connectAs(int type);
+
+    const std::string path_;
+    std::mutex mutex_;
+    std::string ident_;
+    int facility_;
+    int type_;  // of the socket, the one that the log was last found to have
+    int socket_ = -1;
+    std::deque<std::string> kept_;
+    std::size_t keptBytes_ = 0;
+    std::size_t lost_ = 0;
+    bool standsStill_ = false;
+    std::chrono::steady_clock::time_point secondBegan_;
+    std::chrono::nanoseconds waited_{0};  // in that second
+};
+
+}  // namespace util

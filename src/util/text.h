@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace util {
+
+// What isspace counts as white space in the C locale, the only one in use.
+inline constexpr char kWhiteSpace[] = " \t\n\v\f\r";
+
+// Without one leading and one trailing single quote, each only where there is one.
+std::string stripQuotes(std::string text);
+
+// Erases leading white space in place and gives the same text.
+std::string& trimLeft(std::string& text);
+
+enum class LineFeeds { escaped, kept };
+
+// A text from the bus as a log or a terminal may have it: control characters as "\x1b" (those of
+// UTF-8 as both of their bytes), at most the first KiB, then "... (N bytes)" with its full length.
+// Plain text stays as it is.
+std::string shownPayload(std::string_view payload, LineFeeds lineFeeds = LineFeeds::escaped);
+
+}  // namespace util
