@@ -174,9 +174,9 @@ void TCPClientImplAsio::greet(const std::error_code& error) {
 }
 
 void TCPClientImplAsio::beginSession(const Link& link) {
-    sender_.endGreeting();
     sender_.withSocket(
         [this](TcpLink::Socket& socket) { socket.set_option(asio::ip::tcp::no_delay(noDelay_)); });
+    sender_.endGreeting();
     idle_.cancel();
     doHeartbeat();
     startReading(link);

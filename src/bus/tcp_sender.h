@@ -85,11 +85,11 @@ class TcpSender {
     bool hasSocket() const;
     bool isOpen() const;
 
-    // Calls `use` with the open socket, or not at all, under the write mutex.
+    // Calls `use` with the connected socket, or not at all, under the write mutex.
     template <typename Use>
     void withSocket(Use use) {
         const std::lock_guard lock(mutex_);
-        if (phase_ == Phase::open) {
+        if (phase_ == Phase::greeting || phase_ == Phase::open) {
             use(link_->socket());
         }
     }

@@ -185,6 +185,17 @@ TEST_F(TCPClientConnect, ThrowsOutOfTheLoopWhenTheOptionCannotBeWritten) {
     }
 }
 
+TEST_F(TCPClientConnect, OptionIsWrittenBeforeTheLoginLeaves) {
+    client_->setOnConnect([this](std::error_code error) {
+        send({"login"});
+        return error;
+    });
+    WatchedSystemCalls calls;
+    calls.failNext(SystemCall::noDelay, ENOPROTOOPT);
+    EXPECT_THROW(startAndConnect(), asio::system_error);
+    EXPECT_EQ(calls.count(SystemCall::send), 0);
+}
+
 TEST_F(TCPClientConnect, WithoutADescriptorTriesAgain) {
     WatchedSystemCalls calls;
     noteAttempts();
