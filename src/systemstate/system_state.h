@@ -13,6 +13,7 @@
 #include "systemstate/controller_details.h"
 #include "systemstate/ethernet_interface_status.h"
 #include "systemstate/machine.h"
+#include "systemstate/network_settings.h"
 #include "systemstate/product.h"
 #include "systemstate/serial_port.h"
 #include "systemstate/service_switches.h"
@@ -73,7 +74,7 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     void setParamChanged_cb(ParamChanged callback);
 
     // Announces the change, then carries out what the parameter stands for. Network settings that
-    // the poll found in their file are announced only: they are true already.
+    // the poll found in their file are announced and checked only: they are true already.
     void valueChanged(ToskParam* param) override;
 
     // Whether a set of the parameter runs commands, which may take a minute.
@@ -131,6 +132,7 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     void announce(const ToskParam& param);
     void setActiveEthernet(ToskParam& param);
     void applyNetworkSettings(ToskParam& param);
+    void check_ip(const NetworkSettings& wanted) const;
     template <void (SystemState::*apply)(bool)>
     void switchService(ToskParam& param);
     void restartNetwork(ToskParam& param);

@@ -127,6 +127,28 @@ void logStored(const NetworkSettings& stored) {
     util::logMessage(LOG_INFO, "subnet_mask %s\n", dottedText(stored.netmask).c_str());
 }
 
+// The settings in the file, if they are valid and not the wanted ones. Logs each step of the check.
+std::optional<NetworkSettings> findSettingsToReplace(const SystemState& state,
+                                                     const NetworkSettings& wanted) {
+    util::logMessage(LOG_INFO, "SystemState:config_ip: checking ifconfig ip=%s sub=%s gw=%s...\n",
+                     dottedText(wanted.ip).c_str(), dottedText(wanted.netmask).c_str(),
+                     dottedText(wanted.gateway).c_str());
+    NetworkSettings stored;
+    state.get_net_settings(&stored.ip, &stored.netmask, &stored.gateway);
+    // A missing or broken file is never replaced from the bus.
+    if (!areValid(stored)) {
+        util::logMessage(LOG_WARNING,
+                         "SystemState: IP Address Check failed. Not Writing to network.conf.\n");
+        return std::nullopt;
+    }
+    logStored(stored);
+    if (stored == wanted) {
+        util::logMessage(LOG_INFO, "no changes\n");
+        return std::nullopt;
+    }
+    return stored;
+}
+
 }  // namespace
 
 void SystemState::get_net_settings(uint32_t* ip, uint32_t* netmask, uint32_t* gateway) const {
@@ -143,22 +165,14 @@ void SystemState::get_net_settings(uint32_t* ip, uint32_t* netmask, uint32_t* ga
     *gateway = conf.gateway.value_or(*gateway);
 }
 
+void SystemState::check_ip(const NetworkSettings& wanted) const {
+    static_cast<void>(findSettingsToReplace(*this, wanted));
+}
+
 int SystemState::config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway) {
     const NetworkSettings wanted{ip, netmask, gateway};
-    util::logMessage(LOG_INFO, "SystemState:config_ip: checking ifconfig ip=%s sub=%s gw=%s...\n",
-                     dottedText(ip).c_str(), dottedText(netmask).c_str(),
-                     dottedText(gateway).c_str());
-    NetworkSettings stored;
-    get_net_settings(&stored.ip, &stored.netmask, &stored.gateway);
-    // A missing or broken file is never replaced from the bus.
-    if (!areValid(stored)) {
-        util::logMessage(LOG_WARNING,
-                         "SystemState: IP Address Check failed. Not Writing to network.conf.\n");
-        return 1;
-    }
-    logStored(stored);
-    if (stored == wanted) {
-        util::logMessage(LOG_INFO, "no changes\n");
+    const std::optional<NetworkSettings> stored = findSettingsToReplace(*this, wanted);
+    if (!stored) {
         return 1;
     }
     util::logMessage(LOG_INFO, "changed. restarting S40network and S81ambrix\n");
@@ -170,6 +184,6 @@ int SystemState::config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway) {
     if (outcome == FileOutcome::written && shown) {
         poll_->noteWritten(*shown);
     }
-    restartNetworkServices(machine_, stored.ip != wanted.ip);
+    restartNetworkServices(machine_, stored->ip != wanted.ip);
     return 0;
 }

@@ -82,20 +82,21 @@ void SystemState::setActiveEthernet(ToskParam& param) {
 }
 
 void SystemState::applyNetworkSettings(ToskParam& /*param*/) {
-    if (isPolling()) {
-        return;
-    }
     const auto held = [this](const char* key) {
         return static_cast<uint32_t>(integerOf(findParam(key)).value_or(0));
     };
     const NetworkSettings settings{held(kIpAddressKey), held(kNetmaskKey), held(kGatewayKey)};
-    if (areValid(settings)) {
-        config_ip(settings.ip, settings.netmask, settings.gateway);
+    if (!areValid(settings)) {
+        util::printTimeStamp();
+        util::trace("IP Error: ip=%x, netmask=%x, gateway=%x\n", settings.ip, settings.netmask,
+                    settings.gateway);
         return;
     }
-    util::printTimeStamp();
-    util::trace("IP Error: ip=%x, netmask=%x, gateway=%x\n", settings.ip, settings.netmask,
-                settings.gateway);
+    if (isPolling()) {
+        check_ip(settings);
+        return;
+    }
+    config_ip(settings.ip, settings.netmask, settings.gateway);
 }
 
 template <void (SystemState::*apply)(bool)>

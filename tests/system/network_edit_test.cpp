@@ -21,10 +21,33 @@ const LogLine kMissing = critical(
     "WARNING: void SystemState::get_net_settings(unsigned int*, unsigned int*, unsigned int*): "
     "vantor/etc/network.conf missing or unable to be opened\n");
 
+struct Settings {
+    std::string ip;
+    std::string netmask;
+    std::string gateway;
+    bool operator==(const Settings&) const = default;
+};
+
 // With a line that the daemon would not write.
 std::string settings(const std::string& ip, const std::string& netmask,
                      const std::string& gateway) {
     return "# by hand\nIPADDR=" + ip + "\nNETMASK=" + netmask + "\nGATEWAY=" + gateway + "\n";
+}
+
+// What is logged of a change that the poll found, with the settings that the parameters show by
+// then. They are those of the file with the last change only, which a further line says.
+std::vector<LogLine> checked(const std::string& key, const std::string& value,
+                             const Settings& shown, const Settings& inFile) {
+    std::vector<LogLine> lines = joined(
+        logOfChange(key, value), {info("SystemState:config_ip: checking ifconfig ip=" + shown.ip +
+                                       " sub=" + shown.netmask + " gw=" + shown.gateway + "...\n"),
+                                  info("ip address " + inFile.ip + "\n"),
+                                  info("gateway_ip_address " + inFile.gateway + "\n"),
+                                  info("subnet_mask " + inFile.netmask + "\n")});
+    if (shown == inFile) {
+        lines.push_back(info("no changes\n"));
+    }
+    return lines;
 }
 
 std::string change(const std::string& key, unsigned value) {
@@ -58,20 +81,26 @@ class NetworkEdit : public OnProduct {
     }
 };
 
-TEST_F(NetworkEdit, IsAnnouncedAndNeitherAppliedNorRewritten) {
+TEST_F(NetworkEdit, IsAnnouncedAndCheckedAndNeitherAppliedNorRewritten) {
     startAndSettle();
     const FileVersion first = edit(settings("10.0.0.7", "255.255.255.0", "10.0.0.1"));
     EXPECT_THAT(nextOnBus(1), ElementsAre(change("ipAddress", 0x0A000007)));
-    EXPECT_THAT(newLog(), ElementsAreArray(logOfChange("ipAddress", "167772167")));
+    const Settings one{"10.0.0.7", "255.255.255.0", "10.0.0.1"};
+    EXPECT_THAT(newLog(), ElementsAreArray(checked("ipAddress", "167772167", one, one)));
     EXPECT_EQ(versionOf(kFile), first);
     mark();
     const FileVersion second = edit(settings("10.0.1.8", "255.255.0.0", "10.0.1.1"));
     EXPECT_THAT(nextOnBus(3),
                 ElementsAre(change("ipAddress", 0x0A000108), change("netmask", 0xFFFF0000),
                             change("gateway", 0x0A000101)));
-    EXPECT_THAT(newLog(), ElementsAreArray(joined(joined(logOfChange("ipAddress", "167772424"),
-                                                         logOfChange("netmask", "4294901760")),
-                                                  logOfChange("gateway", "167772417"))));
+    const Settings three{"10.0.1.8", "255.255.0.0", "10.0.1.1"};
+    EXPECT_THAT(
+        newLog(),
+        ElementsAreArray(joined(
+            joined(
+                checked("ipAddress", "167772424", {"10.0.1.8", "255.255.255.0", "10.0.0.1"}, three),
+                checked("netmask", "4294901760", {"10.0.1.8", "255.255.0.0", "10.0.0.1"}, three)),
+            checked("gateway", "167772417", three, three))));
     const FileVersion third = edit(settings("10.0.1.8", "255.255.0.0", "10.0.1.2"));
     EXPECT_THAT(nextOnBus(1), ElementsAre(change("gateway", 0x0A000102)));
     EXPECT_NE(second, third);
@@ -116,6 +145,8 @@ TEST_F(NetworkEdit, ThatLeavesSettingsOutKeepsSetsFromBeingApplied) {
     startAndPoll();
     const FileVersion left = edit("IPADDR=10.0.0.6\nNETMASK=255.255.255.0 # and no gateway\n");
     EXPECT_THAT(nextOnBus(1), ElementsAre(change("gateway", 0)));
+    daemon->output().waitFor("IP Error: ip=a000006, netmask=ffffff00, gateway=0\n");
+    EXPECT_THAT(newLog(), ElementsAreArray(logOfChange("gateway", "0")));
     set(R"({"ipAddress":167772167})");
     EXPECT_THAT(sentUntilNow(), ElementsAre(change("ipAddress", 0x0A000007), answered(200, "OK")));
     daemon->output().waitFor("IP Error: ip=a000007, netmask=ffffff00, gateway=0\n");

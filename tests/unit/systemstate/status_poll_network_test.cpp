@@ -14,7 +14,9 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 using testing::Not;
 using testing::StartsWith;
 
@@ -77,10 +79,47 @@ TEST_F(NetworkPoll, EditOfEverythingIsNotAppliedEither) {
     constexpr const char* kOther = "IPADDR=10.1.0.5\nNETMASK=255.0.0.0\nGATEWAY=10.1.0.1\n";
     start("Quorane");
     root_.write(kNetworkFile, kOther);
-    EXPECT_THAT(pollDiary(),
-                ElementsAre("NOT system.ipAddress=167837701", "NOT system.netmask=4278190080",
-                            "NOT system.gateway=167837697"));
+    EXPECT_THAT(
+        pollDiary(),
+        ElementsAre("NOT system.ipAddress=167837701",
+                    "6 SystemState:config_ip: checking ifconfig ip=10.1.0.5 sub=255.255.255.0 "
+                    "gw=10.0.0.1...\n",
+                    "6 ip address 10.1.0.5\n", "6 gateway_ip_address 10.1.0.1\n",
+                    "6 subnet_mask 255.0.0.0\n", "NOT system.netmask=4278190080",
+                    "6 SystemState:config_ip: checking ifconfig ip=10.1.0.5 sub=255.0.0.0 "
+                    "gw=10.0.0.1...\n",
+                    "6 ip address 10.1.0.5\n", "6 gateway_ip_address 10.1.0.1\n",
+                    "6 subnet_mask 255.0.0.0\n", "NOT system.gateway=167837697",
+                    "6 SystemState:config_ip: checking ifconfig ip=10.1.0.5 sub=255.0.0.0 "
+                    "gw=10.1.0.1...\n",
+                    "6 ip address 10.1.0.5\n", "6 gateway_ip_address 10.1.0.1\n",
+                    "6 subnet_mask 255.0.0.0\n", "6 no changes\n"));
     EXPECT_EQ(root_.read(kNetworkFile), kOther);
+}
+
+TEST_F(NetworkPoll, EditThatLosesASettingPrintsTheErrorOfASet) {
+    start("Quorane");
+    root_.write(kNetworkFile, "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\n");
+    testing::internal::CaptureStdout();
+    EXPECT_THAT(pollDiary(), ElementsAre("NOT system.gateway=0"));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                EndsWith("\tIP Error: ip=a000005, netmask=ffffff00, gateway=0\n"));
+}
+
+// The gateway was set and not applied, so the parameters are valid where the file is not.
+TEST_F(NetworkPoll, EditOfAnIncompleteFileFailsTheCheckOfASet) {
+    root_.write(kNetworkFile, "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\n");
+    start("Quorane");
+    poll();
+    state_->setInteger(kGatewayKey, 0x0A000001);
+    takeDiary();
+    root_.write(kNetworkFile, "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\n");
+    EXPECT_THAT(pollDiary(), IsSupersetOf({"NOT system.ipAddress=167772166",
+                                           "6 SystemState:config_ip: checking ifconfig ip=10.0.0.6 "
+                                           "sub=255.255.255.0 gw=10.0.0.1...\n",
+                                           "4 SystemState: IP Address Check failed. Not Writing to "
+                                           "network.conf.\n"}));
+    EXPECT_EQ(root_.read(kNetworkFile), "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\n");
 }
 
 TEST_F(NetworkPoll, FastEditsAreAnnouncedAsTheyAreSeen) {

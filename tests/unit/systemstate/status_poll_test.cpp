@@ -40,11 +40,15 @@ TEST_F(StatusPollTest, TakesItsStepsInOrder) {
             "6 ETHERNET STATUS CHANGED : eth0, was:0, now:1\n", "NOT system.ethPort1Status=1",
             "6 ETHERNET STATUS CHANGED : eth1, was:0, now:2\n", "NOT system.ethPort2Status=2",
             "NOT system.ipAddress=167772165", "NOT system.netmask=4294967040",
-            "NOT system.gateway=167772161", "NOT system.frameType=2", "6 Battery Sample = ON\n",
-            "/sbin/devmem 0x8aa00014 32 0x01", "pause of 25 ms", "/sbin/devmem 0x8aa00014 32 0x00",
-            "6 Battery Sample = OFF\n", "6 sec[0]  ADC CHAN 13=291\n",
-            "NOT system.battVoltage=0.000000", "NOT system.psu1Voltage=14.550000",
-            "NOT system.psu2Voltage=15.459375"));
+            "NOT system.gateway=167772161",
+            "6 SystemState:config_ip: checking ifconfig ip=10.0.0.5 sub=255.255.255.0 "
+            "gw=10.0.0.1...\n",
+            "6 ip address 10.0.0.5\n", "6 gateway_ip_address 10.0.0.1\n",
+            "6 subnet_mask 255.255.255.0\n", "6 no changes\n", "NOT system.frameType=2",
+            "6 Battery Sample = ON\n", "/sbin/devmem 0x8aa00014 32 0x01", "pause of 25 ms",
+            "/sbin/devmem 0x8aa00014 32 0x00", "6 Battery Sample = OFF\n",
+            "6 sec[0]  ADC CHAN 13=291\n", "NOT system.battVoltage=0.000000",
+            "NOT system.psu1Voltage=14.550000", "NOT system.psu2Voltage=15.459375"));
 }
 
 TEST_F(StatusPollTest, ReadsNoVoltagesOnTheFirstPoll) {
