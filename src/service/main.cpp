@@ -9,11 +9,13 @@
 #include <cstdlib>
 #include <exception>
 #include <optional>
+#include <utility>
 
 #include "service/device_name.h"
 #include "service/options.h"
 #include "service/pallwatch_service.h"
 #include "service/paths.h"
+#include "service/service_manager.h"
 #include "systemstate/machine.h"
 #include "systemstate/system_state.h"
 #include "util/log.h"
@@ -66,7 +68,7 @@ void surviveSignals(bool detached) {
 // that makes its keys takes a minute.
 constexpr std::chrono::minutes kStartLimit{2};
 
-void runService(const Options& options) {
+void runService(const Options& options, pallwatch::ServiceManager manager) {
     Machine machine;
     machine.limitRuns(kStartLimit);
     SystemState systemState(machine.path(kStateContainer), machine);
@@ -77,7 +79,7 @@ void runService(const Options& options) {
     machine.limitRuns(std::nullopt);
     util::returnFreeMemory();
 
-    pallwatch::PallwatchService service(&systemState, machine, options.prefix);
+    pallwatch::PallwatchService service(&systemState, machine, options.prefix, std::move(manager));
     if (options.brio) {
         service.clearHardwareScans();
     }
@@ -89,6 +91,7 @@ void runService(const Options& options) {
 int main(int argc, char* argv[]) {
     openStandardStreams();
     takeSignalsAsUsual();
+    auto manager = pallwatch::ServiceManager::fromEnvironment();
     const ParsedOptions parsed = parseOptions(argc, argv, stderr, ::daemon);
     if (parsed.exitStatus) {
         return *parsed.exitStatus;
@@ -98,7 +101,7 @@ int main(int argc, char* argv[]) {
     surviveSignals(parsed.options.detached);
     int status = EXIT_SUCCESS;
     try {
-        runService(parsed.options);
+        runService(parsed.options, std::move(manager));
     } catch (const std::exception& error) {
         util::traceError("%s", error.what());
         status = EXIT_FAILURE;

@@ -34,11 +34,13 @@ constexpr std::size_t kMaxGatheredBytes = std::size_t{1} << 20;
 
 }  // namespace
 
-PallwatchService::PallwatchService(SystemState* systemState, Machine& machine, std::string prefix)
+PallwatchService::PallwatchService(SystemState* systemState, Machine& machine, std::string prefix,
+                                   ServiceManager manager)
     : signals_(io_, SIGINT, SIGTERM, SIGQUIT),
       systemState_(systemState),
       machine_(machine),
       prefix_(std::move(prefix)),
+      manager_(std::move(manager)),
       send_([this](TarnInternalMessage message) { send(std::move(message)); }),
       saver_(io_, *systemState),
       nextTurn_(io_, [this] { goOnWithSet(); }),
@@ -71,7 +73,9 @@ void PallwatchService::run() {
     tasks_.setPeriodicTask(pollPeriod_, [this] { pollOnce(); });
     tasks_.start();
     saver_.followUp();
+    asio::post(io_, [this] { manager_.notifyReady(); });
     runLoop();
+    manager_.notifyStopping();
     saver_.finish();
 }
 
@@ -130,6 +134,7 @@ void PallwatchService::handleConnectionState(lumo::ConnectionState state) {
 void PallwatchService::pollOnce() {
     util::tellHeldBackLines();
     util::flushLog();
+    reportProgress();
     const auto batch = client_->gather();
     try {
         systemState_->poll();
@@ -138,6 +143,24 @@ void PallwatchService::pollOnce() {
     } catch (...) {
         // Ends the process in order, as on the main thread.
         asio::post(io_, [error = std::current_exception()] { std::rethrow_exception(error); });
+    }
+}
+
+// A loop that stands still is one that has not run what the poll gave it a tick ago. While a
+// command is under way it does not move either, and that is no fault: a report takes minutes.
+void PallwatchService::reportProgress() {
+    if (!manager_.isPresent()) {
+        return;
+    }
+    if (loopAnswered_.exchange(false)) {
+        manager_.notifyAlive();
+        try {
+            asio::post(io_, [this] { loopAnswered_ = true; });
+        } catch (const std::bad_alloc&) {
+            loopAnswered_ = true;  // it was not asked
+        }
+    } else if (machine_.isRunningCommand()) {
+        manager_.notifyAlive();
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -13,6 +14,7 @@
 #include "bus/async_tarn_internal_client.h"
 #include "bus/async_task_service.h"
 #include "service/redundant_controllers.h"
+#include "service/service_manager.h"
 #include "service/state_saver.h"
 #include "service/system_object.h"
 
@@ -29,8 +31,9 @@ namespace pallwatch {
 class PallwatchService {
   public:
     // Keeps `systemState` and `machine`, owns neither. `prefix` is the tunnelling prefix, may be
-    // empty.
-    PallwatchService(SystemState* systemState, Machine& machine, std::string prefix);
+    // empty. `manager` is told when the loop runs, that it makes progress, and when it has ended.
+    PallwatchService(SystemState* systemState, Machine& machine, std::string prefix,
+                     ServiceManager manager = ServiceManager({}));
     ~PallwatchService();
     PallwatchService(const PallwatchService&) = delete;
     PallwatchService& operator=(const PallwatchService&) = delete;
@@ -60,6 +63,7 @@ class PallwatchService {
     void handleConnectionState(lumo::ConnectionState state);
     void handleSignal(const std::error_code& error, int number);
     void pollOnce();
+    void reportProgress();
     void handleSet(TarnInternalMessage message);
     void workOnSet();
     void goOnWithSet();
@@ -74,6 +78,8 @@ class PallwatchService {
     SystemState* systemState_;
     Machine& machine_;
     std::string prefix_;
+    const ServiceManager manager_;
+    std::atomic<bool> loopAnswered_{true};  // what the poll asked it last
     std::chrono::milliseconds pollPeriod_{1000};
     bool hardwareScans_ = true;
     std::function<void(lumo::ConnectionState)> onConnectionState_;

@@ -27,6 +27,18 @@ std::string withoutStuckStreams(const char* command) {
     return text + command;
 }
 
+// Counts a command for as long as it is under way.
+class UnderWay {
+  public:
+    explicit UnderWay(std::atomic<int>& count) : count_(count) { ++count_; }
+    ~UnderWay() { --count_; }
+    UnderWay(const UnderWay&) = delete;
+    UnderWay& operator=(const UnderWay&) = delete;
+
+  private:
+    std::atomic<int>& count_;
+};
+
 }  // namespace
 
 Machine::Machine(std::string root) : root_(std::move(root)) {}
@@ -39,6 +51,7 @@ int Machine::run(const char* command, TimeLimit limit) {
     if (beforeCommand_) {
         beforeCommand_();
     }
+    const UnderWay underWay(commandsUnderWay_);
     errno = 0;
     if (limit == TimeLimit::none) {
         return limitedRuns_ ? limitedRuns_->run(command) : runCommand(command);
@@ -57,6 +70,7 @@ std::optional<std::string> Machine::firstLine(const char* command) {
     if (beforeCommand_) {
         beforeCommand_();
     }
+    const UnderWay underWay(commandsUnderWay_);
     return readCommand(command);
 }
 

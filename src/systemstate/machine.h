@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <optional>
@@ -61,6 +62,9 @@ class Machine {
     // The daemon is to end: see LimitedCommands. Any thread.
     void interrupt() { limited_.interrupt(); }
 
+    // Whether a command is under way, on any thread. Any thread.
+    bool isRunningCommand() const { return commandsUnderWay_.load() > 0; }
+
     // Called on the commanding thread before each command: what waits there to be sent must be on
     // its way before a command that may take a minute. Set before the second thread starts.
     void setBeforeCommand(std::function<void()> hook);
@@ -73,6 +77,7 @@ class Machine {
 
     std::string root_;
     std::function<void()> beforeCommand_;
+    std::atomic<int> commandsUnderWay_{0};
     LimitedCommands limited_;
     std::optional<LimitedCommands> limitedRuns_;
 };
