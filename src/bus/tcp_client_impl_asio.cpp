@@ -60,7 +60,8 @@ void TCPClientImplAsio::start() {
     signals_.async_wait([weak = std::weak_ptr(self_)](const std::error_code& error, int) {
         const auto self = weak.lock();
         if (self && !error) {
-            self->halt();
+            self->sender_.drain();
+            self->endActivity();
         }
     });
     reserveTimers();
@@ -87,14 +88,14 @@ void TCPClientImplAsio::stop() {
     }
     asio::post(io_, [weak = std::weak_ptr(self_)] {
         if (const auto self = weak.lock()) {
-            self->halt();
+            self->sender_.detach();
+            self->endActivity();
         }
     });
 }
 
-void TCPClientImplAsio::halt() {
+void TCPClientImplAsio::endActivity() {
     stopped_ = true;
-    sender_.detach();
     idle_.cancel();
     reconnect_.cancel();
     undecided_.cancel();
@@ -236,7 +237,7 @@ void TCPClientImplAsio::startReading(const Link& link) {
 
 void TCPClientImplAsio::readDone(const Link& link, const std::error_code& error,
                                  std::size_t count) {
-    if (!link->live() || error == asio::error::operation_aborted) {
+    if (stopped_ || !link->live() || error == asio::error::operation_aborted) {
         return;
     }
     if (error) {

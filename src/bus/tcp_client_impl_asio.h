@@ -73,9 +73,11 @@ class TCPClientImplAsio {
     std::chrono::milliseconds idlePeriod() const { return idlePeriod_; }
     std::chrono::milliseconds reconnectDelay() const { return reconnectDelay_; }
 
-    // Waits for the stop signals (SIGINT, SIGTERM, SIGQUIT) and makes the first attempt.
+    // Waits for the stop signals (SIGINT, SIGTERM, SIGQUIT) and makes the first attempt. The first
+    // signal ends all activity, but leaves an open connection to other threads: what they still
+    // send is written as far as the socket takes it at once, until this client is destroyed.
     void start();
-    // Has the loop end all activity for good.
+    // Has the loop close the connection and end all activity for good.
     void stop();
     // Drops the connection or the attempt; the next attempt comes after the reconnect delay. Takes
     // no memory for a reason of up to 15 characters, so it serves whoever has none left.
@@ -122,7 +124,7 @@ class TCPClientImplAsio {
     void greet(const std::error_code& error);
     void beginSession(const Link& link);
     void scheduleReconnect();
-    void halt();
+    void endActivity();
     void startReading(const Link& link);
     void readDone(const Link& link, const std::error_code& error, std::size_t count);
     void awaitBytes();

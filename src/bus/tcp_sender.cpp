@@ -160,8 +160,23 @@ void TcpSender::endGreeting() {
     startWriting();
 }
 
+void TcpSender::drain() {
+    const std::lock_guard lock(mutex_);
+    if (phase_ != Phase::open) {
+        close();
+        return;
+    }
+    phase_ = Phase::draining;
+    std::error_code ignored;
+    link_->socket().cancel(ignored);
+}
+
 void TcpSender::detach() {
     const std::lock_guard lock(mutex_);
+    close();
+}
+
+void TcpSender::close() {
     phase_ = Phase::none;
     if (link_) {
         link_->retire();
@@ -190,7 +205,7 @@ bool TcpSender::isOpen() const {
 // The first attempt is made here and now. A socket that takes everything, as it nearly always does,
 // leaves nothing for the loop to do; only the rest is written from there.
 void TcpSender::startWriting() {
-    if (phase_ == Phase::open && !queue_.writing()) {
+    if ((phase_ == Phase::open && !queue_.writing()) || phase_ == Phase::draining) {
         writeOn();
     }
 }
@@ -201,6 +216,9 @@ void TcpSender::writeOn() {
     while (!error && (queue_.writing() || queue_.waiting())) {
         const auto& bite = queue_.writing() ? queue_.unwritten() : queue_.begin();
         queue_.took(link_->socket().write_some(bite, error));
+    }
+    if (error && phase_ == Phase::draining) {
+        return;  // the loop would not hear of room any more
     }
     if (error) {
         waitToWrite(error == asio::error::would_block ? std::error_code() : error);

@@ -79,6 +79,9 @@ class TcpSender {
     void beginGreeting();
     // Opens the connection for everything that waits.
     void endGreeting();
+    // Ends what the loop does for an open connection: what is sent from now on is written at once
+    // or not at all. A connection that is not open yet is detached.
+    void drain();
     // Retires the socket and drops everything queued for it: from now on there is none.
     void detach();
 
@@ -101,6 +104,7 @@ class TcpSender {
         connecting,  // The peer has not accepted yet. What is sent is kept aside.
         greeting,    // Accepted: what the greeting thread sends goes ahead of what was kept aside.
         open,        // What is sent is written.
+        draining,    // The loop has stopped: what is sent is written as far as there is room.
     };
 
     Batch* batch() const;
@@ -108,6 +112,7 @@ class TcpSender {
     void handOver(Batch& batch);
     void offer(std::span<std::string> parts);
     std::error_code queue(std::span<std::string> parts);
+    void close();
     void returnMemory();
     void startWriting();
     void writeOn();

@@ -149,6 +149,22 @@ TEST_F(StopOfAPoll, WaitsForThePollThatRuns) {
     load.waitForCalls(2);
 }
 
+TEST_F(StopOfAPoll, AnnouncesWhatThePollStillFinds) {
+    const HeldProgram load(frame, "/sbin/devmem");
+    start();
+    load.waitForCalls(1);
+    daemon->signal(SIGTERM);
+    daemon->output().waitFor(stopLine(SIGTERM));
+    load.release();
+    load.release();
+    for (const char* const name : {"battVoltage", "psu1Voltage", "psu2Voltage"}) {
+        while (withoutId(bus.receive()).find(name) == std::string::npos) {
+        }
+    }
+    expectSilentClose();
+    expectEnd(SIGTERM);
+}
+
 TEST_F(Stop, DoesNotWaitForWhatWasStartedInTheBackground) {
     const HeldProgram server(frame, "/vantor/bin/ambrixsrvlaunch.sh");
     start();

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -296,6 +297,19 @@ TEST_F(TCPClientStuck, BatchBehindAStuckWriteIsTakenByWholeMessages) {
     EXPECT_TRUE(peerHas(expected));
     send({"!"});
     EXPECT_TRUE(peerHas(expected + "!"));
+}
+
+// The loop does not go on with the write under way; each later send does.
+TEST_F(TCPClientStuck, AfterASignalEachSendWritesAsFarAsThereIsRoom) {
+    ASSERT_TRUE(startAndFill());
+    std::raise(SIGTERM);
+    ASSERT_TRUE(until([this] { return !client_->connected(); }));
+    EXPECT_EQ(send({"last words"}), std::error_code());
+    peer_.last().resumeReading();
+    EXPECT_TRUE(until([this] {
+        client_->flush();
+        return peer_.last().received() == filled_ + "last words";
+    }));
 }
 
 // So that a large message is not put together for nothing.

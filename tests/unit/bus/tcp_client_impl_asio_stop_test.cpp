@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "full_listener.h"
 #include "tcp_client_fixture.h"
 
 using namespace std::chrono_literals;
@@ -23,6 +24,10 @@ class TCPClientStop : public TCPClientTest {
     // Nothing happens any more: no attempt, no heartbeat, no connection.
     void expectStopped() {
         EXPECT_TRUE(until([this] { return peer_.session(0).ended(); }));
+        expectNoActivity();
+        EXPECT_EQ(send({"x"}).value(), 107);
+    }
+    void expectNoActivity() {
         const int attempts = attempts_;
         const int beats = beats_;
         runFor(io_, 60ms);
@@ -30,7 +35,6 @@ class TCPClientStop : public TCPClientTest {
         EXPECT_EQ(beats_, beats);
         EXPECT_EQ(peer_.connections(), 1u);
         EXPECT_FALSE(client_->connected());
-        EXPECT_EQ(send({"x"}).value(), 107);
         EXPECT_EQ(closes_, 0);
     }
 
@@ -110,14 +114,41 @@ TEST_F(TCPClientStop, StoppedClientNeitherClosesNorStarts) {
     expectStopped();
 }
 
-TEST_P(TCPClientSignal, EndsAllActivity) {
+TEST_P(TCPClientSignal, EndsAllActivityAndLeavesTheConnectionToOtherThreads) {
     ASSERT_TRUE(startAndConnect());
     std::raise(GetParam());
     ASSERT_TRUE(until([this] { return !client_->connected(); }));
-    expectStopped();
+    expectNoActivity();
+    std::thread([this] { EXPECT_EQ(send({"last words"}), std::error_code()); }).join();
+    EXPECT_EQ(peer_.last().takeNow(), "last words");
+    client_.reset();
+    EXPECT_TRUE(until([this] { return peer_.last().ended(); }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, TCPClientSignal, testing::Values(SIGINT, SIGTERM, SIGQUIT));
+
+TEST_F(TCPClientStop, SignalEndsAConnectUnderWay) {
+    const FullListener busy;
+    client_ = makeClient(busy.port());
+    client_->start();
+    ASSERT_EQ(send({"early"}), std::error_code());
+    std::raise(SIGTERM);
+    ASSERT_TRUE(until([this] { return send({"x"}).value() == 107; }));
+    peer_.stopListening();
+    io_.restart();
+    io_.run_for(20s);
+    EXPECT_TRUE(io_.stopped()) << "something still waits";
+}
+
+TEST_F(TCPClientStop, SignalLeavesTheLoopNothingToWaitFor) {
+    ASSERT_TRUE(startAndConnect());
+    std::raise(SIGTERM);
+    peer_.stopListening();
+    peer_.last().close();
+    io_.restart();
+    io_.run_for(20s);
+    EXPECT_TRUE(io_.stopped());
+}
 
 // Whatever is still under way on the loop finds nobody any more.
 TEST_F(TCPClientStop, DestroyedClientLeavesNothingBehind) {
