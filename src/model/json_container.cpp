@@ -160,7 +160,7 @@ int AbstractJSONTopLevelContainer::writeFile(const std::string& path, const cJSO
     const int begun = failure == util::WriteFailure::none ? 0 : -1;
     const int outcome = failure == util::WriteFailure::open ? found : begun;
     if (outcome != 0) {
-        logWriteFailure(names.fresh);
+        logWriteFailure(names);
         return outcome;
     }
     return failure == util::WriteFailure::open ? leaveOldOnly(names)
@@ -221,7 +221,7 @@ int AbstractJSONTopLevelContainer::rotate(const Names& names, bool existed, bool
         return result;
     }
     if (!util::syncDirectoryOf(names.current)) {
-        logWriteFailure(names.current);
+        logWriteFailure(names);
         return -1;
     }
     saved_ = true;
@@ -248,7 +248,7 @@ bool AbstractJSONTopLevelContainer::keepUnusable(const Names& names) {
         return false;
     }
     if (!util::syncDirectoryOf(names.current)) {
-        logWriteFailure(names.current);
+        logWriteFailure(names);
         return false;
     }
     unusable_ = {};
@@ -293,9 +293,10 @@ void AbstractJSONTopLevelContainer::logRenameFailure(const std::string& from, co
                      getName(), role, from.c_str(), to.c_str(), errno);
 }
 
-void AbstractJSONTopLevelContainer::logWriteFailure(const std::string& path) const {
+// The new file is the one that is reported, whichever step of its writing failed.
+void AbstractJSONTopLevelContainer::logWriteFailure(const Names& names) const {
     util::logMessage(kCritical, "%s container could not write \"%s\" (%d).\n", getName(),
-                     path.c_str(), errno);
+                     names.fresh.c_str(), errno);
 }
 
 void AbstractJSONTopLevelContainer::logSaveFailure(const char* path) const {

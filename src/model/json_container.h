@@ -87,7 +87,7 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
     int removeOld(const Names& names) const;
     int moveFile(const std::string& from, const std::string& to, const char* role) const;
     void logRenameFailure(const std::string& from, const std::string& to, const char* role) const;
-    void logWriteFailure(const std::string& path) const;
+    void logWriteFailure(const Names& names) const;
     void logSaveFailure(const char* path) const;
 
     Found find(const std::string& path);

@@ -1,10 +1,17 @@
 // The settings that survive a restart, and the file that keeps them.
 
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <signal.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <syslog.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <thread>
 
 #include "harness/file_version.h"
 #include "on_bus.h"
@@ -292,6 +299,40 @@ TEST_P(OddFile, DoesNotKeepTheDaemonFromServing) {
     setAndWait(R"({"systemName":"Studio"})");
     restart();
     EXPECT_EQ(valueOf("systemName"), "\"Studio\"");
+}
+
+// From here on this thread and the programs that it starts cannot open a directory (EIO).
+void forbidDirectories() {
+    constexpr unsigned kFlags = offsetof(seccomp_data, args) + 2 * sizeof(uint64_t);
+    sock_filter steps[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kFlags),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, O_DIRECTORY, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EIO),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog filter{static_cast<unsigned short>(std::size(steps)), steps};
+    pallframe::simulation::check(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), "no new privileges");
+    pallframe::simulation::check(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), "seccomp");
+}
+
+// Without its directory synced a save is not over: the new file is in place, and the old one stays.
+TEST_F(State, ADirectoryThatCannotBeSyncedIsReportedWithTheNewFile) {
+    frame.write(kStateFile, file({}));
+    std::thread([this] {
+        forbidDirectories();
+        daemon.emplace();
+    }).join();
+    greeted();
+    set(R"({"systemName":"Studio"})");
+    EXPECT_EQ(sentUntilNow().back(), answered(200, "OK"));
+    EXPECT_EQ(log.waitFor("could not write"),
+              (LogLine{LOG_CRIT, LOG_USER, "Pallwatch",
+                       "systemState container could not write \"" + kNewFile + "\" (5).\n"}));
+    EXPECT_THAT(frame.read(kStateFile), HasSubstr("Studio"));
+    EXPECT_TRUE(frame.exists(kOldFile));
+    EXPECT_FALSE(frame.exists(kNewFile));
 }
 
 // What stands under the new file's name cannot be taken away.

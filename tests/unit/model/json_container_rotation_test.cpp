@@ -272,9 +272,19 @@ TEST_F(Rotation, DirectoryThatCannotBeSyncedKeepsTheOldFile) {
     begin();
     const FileCallWatch watch(failing({"sync", directory_.path(), ""}, {-1, EIO}));
     EXPECT_EQ(written("after"), -1);
-    EXPECT_EQ(log_.lines(), (Lines{writeFailure(path_, EIO)}));
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, EIO)}));
     EXPECT_EQ(found(), "after");
     EXPECT_EQ(directory_.read("file.json.old"), sampleFile("before"));
+}
+
+TEST_F(Rotation, DirectoryThatCannotBeSyncedForAKeptFileEndsTheSave) {
+    directory_.write("file.json", "no JSON");
+    container_.load();
+    log_.take();
+    const FileCallWatch watch(failing({"sync", directory_.path(), ""}, {-1, EIO}));
+    EXPECT_EQ(written("after"), -1);
+    EXPECT_EQ(log_.lines(), (Lines{writeFailure(new_, EIO)}));
+    EXPECT_EQ(directory_.read("file.json.bad"), "no JSON");
 }
 
 TEST_F(Rotation, WorkingDirectoryIsSyncedForAFileThatNamesNone) {
@@ -285,7 +295,7 @@ TEST_F(Rotation, WorkingDirectoryIsSyncedForAFileThatNamesNone) {
     const FileCallWatch watch(failing({"sync", directory_.path(), ""}, {-1, EIO}));
     here.saveText("after", false);
     std::filesystem::current_path(before);
-    EXPECT_EQ(log_.lines(), (Lines{failure("write \"here.json\"", EIO)}));
+    EXPECT_EQ(log_.lines(), (Lines{failure("write \"here.json.new\"", EIO)}));
 }
 
 TEST_F(Rotation, FirstSaveThatKeepsNothingFindsNoOldFileToRemove) {
