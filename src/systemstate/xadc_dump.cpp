@@ -1,6 +1,5 @@
 #include "systemstate/xadc_dump.h"
 
-#include <cctype>
 #include <cstdlib>
 #include <limits>
 
@@ -11,22 +10,18 @@ constexpr std::size_t kSupplyOffset = 11;
 constexpr std::size_t kDedicatedInputOffset = 27;
 constexpr std::size_t kFirstChannelOffset = 131;
 constexpr std::size_t kRegisterPitch = 8;
-constexpr long kLargestRegister = 0xFFFF;
+constexpr std::size_t kRegisterTextSize = 5;  // up to the next register, line feed included
 constexpr int kResultShift = 4;
 
 constexpr float kSupplyNumerator = 1366.0F;
 constexpr std::int64_t kPreviousWeight = 3;
 
-// The 12-bit result of the register whose text stands at `offset`. A line feed before the digits
-// would make strtol read the next register, so only blanks may lead.
+// The result in the register whose text begins at `offset`; nothing when it has no digits.
 std::optional<std::int32_t> decodeRegister(const std::string& dump, std::size_t offset) {
-    const std::size_t start = dump.find_first_not_of(" \t", offset);
-    if (start == std::string::npos || std::isxdigit(static_cast<unsigned char>(dump[start])) == 0) {
-        return std::nullopt;
-    }
+    const std::string text = dump.substr(offset, kRegisterTextSize);
     char* end = nullptr;
-    const long value = std::strtol(dump.c_str() + start, &end, 16);
-    if (value > kLargestRegister || std::isalnum(static_cast<unsigned char>(*end)) != 0) {
+    const long value = std::strtol(text.c_str(), &end, 16);
+    if (end == text.c_str()) {
         return std::nullopt;
     }
     return static_cast<std::int32_t>(value >> kResultShift);

@@ -7,15 +7,16 @@
 #include <string>
 
 // The register dump of the Zynq's on-chip XADC and the arithmetic on its readings. The dump holds
-// one register in 8 bytes, its value in hexadecimal digits; each register is 16 bits wide with the
-// converter's 12-bit result in the upper bits (Xilinx UG480). Pure functions, usable from any
-// thread.
+// one register in 8 bytes: an index, a separator, and from byte 3 on the value in hexadecimal
+// digits. Each register is 16 bits wide with the converter's 12-bit result in the upper bits
+// (Xilinx UG480). Pure functions, usable from any thread.
 
 inline constexpr std::size_t kXadcDumpSize = 264;
 inline constexpr std::size_t kXadcChannels = 16;
 inline constexpr std::size_t kBatteryChannel = 13;
 
-// Raw 12-bit results, 0 to 4095.
+// Raw 12-bit results: 0 to 4095 in a dump that the converter's driver made. A text with a sign or a
+// fifth digit gives -4096 to 65535.
 struct XadcReadings {
     std::array<std::int32_t, kXadcChannels> channels{};
     std::int32_t temperature = 0;
@@ -37,8 +38,8 @@ enum class BatterySource { channel, dedicatedInput };
 // previous sample three quarters of the weight. The battery is sampled too rarely to be smoothed.
 enum class Filtering { first, smoothed };
 
-// Reads every register that is used. Nothing when the dump is short or garbled, that is when any of
-// them does not hold, after blanks at most, a hexadecimal number of 16 bits standing by itself.
+// Reads every register that is used, its text converted as strtol(3) does with base 16. Nothing
+// when the dump is short or garbled, that is when a text in use has no digits.
 std::optional<XadcReadings> decodeXadcDump(const std::string& dump, BatterySource source);
 
 // The next samples after `previous`.

@@ -54,3 +54,9 @@ inline constexpr std::size_t kChannel15At = 251;
 inline std::string dumpWith(std::size_t offset, const std::string& text) {
     return std::string(kDump).replace(offset, text.size(), text);
 }
+
+// A register's five bytes, up to the next register, with this text and line feeds behind it.
+inline std::string registerText(std::string text) {
+    text.resize(5, '\n');
+    return text;
+}

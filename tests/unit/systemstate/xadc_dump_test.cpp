@@ -1,6 +1,8 @@
 #include "systemstate/xadc_dump.h"
 
 #include <cmath>
+#include <optional>
+#include <string>
 
 #include <gmock/gmock.h>
 
@@ -44,14 +46,50 @@ TEST(XadcDump, FullScaleIs4095) {
     EXPECT_EQ(readings->channels[0], 4095);
 }
 
-TEST(XadcDump, DigitsMayBeUpperCaseFewerOrBehindBlanks) {
-    for (const char* text : {"ABC0", "abc0", " ab0", "  b0", "\tb00"}) {
-        EXPECT_TRUE(decodeXadcDump(dumpWith(kChannel0At, text), BatterySource::channel)) << text;
+struct TextCase {
+    const char* name;
+    std::string text;
+    std::optional<std::int32_t> reading;
+};
+
+class RegisterText : public testing::TestWithParam<TextCase> {};
+
+// strtol(3) with base 16, then a shift by four bits, which rounds down.
+TEST_P(RegisterText, IsConvertedAsStrtolDoes) {
+    const auto readings = decodeXadcDump(dumpWith(kChannel0At, registerText(GetParam().text)),
+                                         BatterySource::channel);
+    ASSERT_EQ(readings.has_value(), GetParam().reading.has_value());
+    if (readings) {
+        EXPECT_EQ(readings->channels[0], GetParam().reading);
     }
-    const auto readings = decodeXadcDump(dumpWith(kChannel0At, " aB0"), BatterySource::channel);
-    ASSERT_TRUE(readings.has_value());
-    EXPECT_EQ(readings->channels[0], 0x0ab);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Dump, RegisterText,
+    testing::Values(
+        TextCase{"FourDigits", "ab10", 0xab1}, TextCase{"UpperCase", "AB10", 0xab1},
+        TextCase{"TwoDigits", "1a", 1}, TextCase{"BehindABlank", " 1a", 1},
+        TextCase{"BehindATab", "\t1a0", 0x1a}, TextCase{"BehindALineFeed", "\n1a0", 0x1a},
+        TextCase{"PlusSign", "+1A", 1}, TextCase{"PlusSignAndThreeDigits", "+1A0", 0x1a},
+        TextCase{"MinusOne", "-1", -1}, TextCase{"MinusSignAndThreeDigits", "-1a0", -0x1a},
+        TextCase{"LowestNumber", "-ffff", -0x1000}, TextCase{"Prefix", "0x1a", 1},
+        TextCase{"PrefixInUpperCase", "0X1a0", 0x1a}, TextCase{"BlankSignPrefix", " -0x2", -1},
+        TextCase{"LettersBehindTheDigits", "1ag", 1},
+        TextCase{"LettersBehindMoreDigits", "1a0zz", 0x1a},
+        TextCase{"ZeroByteBehindTheDigits", std::string("1a\0ff", 5), 1},
+        TextCase{"PrefixWithoutDigitsIsItsZero", "0x", 0},
+        TextCase{"PrefixBeforeLettersIsItsZero", "0xzz", 0},
+        TextCase{"FiveDigitsEndBeforeTheNextRegister", "1a0f5", 0x1a0f},
+        TextCase{"HighestNumber", "fffff", 0xffff}, TextCase{"Empty", "", {}},
+        TextCase{"TwoBlanks", "  ", {}}, TextCase{"FiveBlanksBeforeTheNextRegister", "     ", {}},
+        TextCase{"SignBeforeTheNextRegister", "    -", {}}, TextCase{"Letters", "zz", {}},
+        TextCase{"SignWithoutDigits", "-zz", {}}, TextCase{"BlankBehindTheSign", "- 1a", {}},
+        TextCase{"ZeroByte",
+                 std::string("\0"
+                             "1a0f",
+                             5),
+                 {}}),
+    [](const auto& row) { return row.param.name; });
 
 TEST(XadcDump, ShortDumpGivesNothing) {
     EXPECT_FALSE(decodeXadcDump("", BatterySource::channel));
@@ -71,21 +109,12 @@ TEST_P(GarbledXadcDump, GivesNothing) {
     EXPECT_FALSE(decodeXadcDump(dumpWith(offset, text), BatterySource::channel));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Registers, GarbledXadcDump,
-    testing::Values(GarbledCase{"TemperatureIsAWord", kTemperatureAt, "none"},
-                    GarbledCase{"SupplyIsAWord", kSupplyAt, "none"},
-                    GarbledCase{"FirstChannelIsAWord", kChannel0At, "none"},
-                    GarbledCase{"LastChannelIsAWord", kChannel15At, "none"},
-                    GarbledCase{"BlankFieldBeforeTheNextRegister", kChannel0At, "    "},
-                    GarbledCase{"LineFeedBeforeTheNextRegister", kChannel0At, "\n\n\n\n"},
-                    GarbledCase{"DigitsRunIntoLetters", kChannel0At, "12xy"},
-                    GarbledCase{"Negative", kChannel0At, "-123"},
-                    GarbledCase{"MoreThanSixteenBits", kChannel0At, "12345 "},
-                    GarbledCase{"DigitsWithoutEnd", kChannel0At,
-                                "ffffffffffffffffffffffffffffffffffffffffffffffff"},
-                    GarbledCase{"PrefixWithoutDigits", kChannel0At, "0x  "}),
-    [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Registers, GarbledXadcDump,
+                         testing::Values(GarbledCase{"TemperatureIsAWord", kTemperatureAt, "none"},
+                                         GarbledCase{"SupplyIsAWord", kSupplyAt, "none"},
+                                         GarbledCase{"FirstChannelIsAWord", kChannel0At, "none"},
+                                         GarbledCase{"LastChannelIsAWord", kChannel15At, "none"}),
+                         [](const auto& row) { return row.param.name; });
 
 TEST(XadcDump, GarbledDedicatedInputMattersOnlyWhenItIsUsed) {
     const std::string dump = dumpWith(kDedicatedInputAt, "none");
@@ -104,11 +133,10 @@ TEST(XadcDump, RegisterThatNobodyUsesMayBeGarbled) {
     EXPECT_TRUE(decodeXadcDump(dumpWith(kRegister5At, "none"), BatterySource::channel));
 }
 
-TEST(XadcDump, ZeroByteEndsANumber) {
-    const auto readings =
-        decodeXadcDump(dumpWith(kChannel15At, std::string("8000\0", 5)), BatterySource::channel);
+TEST(XadcDump, LastRegisterInUseEndsBeforeTheNextOne) {
+    const auto readings = decodeXadcDump(dumpWith(kChannel15At, "80001"), BatterySource::channel);
     ASSERT_TRUE(readings.has_value());
-    EXPECT_EQ(readings->channels[15], 0x800);
+    EXPECT_EQ(readings->channels[15], 0x8000);
 }
 
 XadcReadings allChannels(std::int32_t reading) {
