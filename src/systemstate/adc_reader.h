@@ -4,8 +4,8 @@
 
 class Machine;
 
-// The samples of the on-chip converter, carried from read to read. Owned by the status poll, poll
-// thread only.
+// The samples of the on-chip converter, carried from read to read. They begin as zeros. Owned by
+// the status poll, poll thread only.
 class AdcReader {
   public:
     // Keeps `machine`.
@@ -16,8 +16,6 @@ class AdcReader {
     // good one came; none of them touches the samples.
     void read(BatterySource source);
 
-    // Whether any read has gone through; until then the samples are zeros that nobody measured.
-    bool hasSamples() const { return filtering_ == Filtering::smoothed; }
     const AdcSamples& samples() const { return samples_; }
 
   private:

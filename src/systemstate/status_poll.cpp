@@ -231,17 +231,13 @@ void StatusPoll::publishBattery() {
     const std::int32_t sample = adc_.samples().channels[kBatteryChannel];
     util::logMessage(LOG_INFO, "sec[%d]  ADC CHAN %d=%d\n", batteryCycle_,
                      static_cast<int>(kBatteryChannel), sample);
-    if (adc_.hasSamples()) {
-        const double volts = batteryVolts(sample, wiringOf(state_.product()));
-        state_.setFloat(kBattVoltageKey, volts);
-        util::trace("BATT %f\n", volts);
-    }
+    const double volts = batteryVolts(sample, wiringOf(state_.product()));
+    state_.setFloat(kBattVoltageKey, volts);
+    util::trace("BATT %f\n", volts);
 }
 
 void StatusPoll::publishSupplies() {
-    if (adc_.hasSamples()) {
-        const auto& channels = adc_.samples().channels;
-        state_.setFloat(kPsu1VoltageKey, psuVolts(channels[kPsu1Channel]));
-        state_.setFloat(kPsu2VoltageKey, psuVolts(channels[kPsu2Channel]));
-    }
+    const auto& channels = adc_.samples().channels;
+    state_.setFloat(kPsu1VoltageKey, psuVolts(channels[kPsu1Channel]));
+    state_.setFloat(kPsu2VoltageKey, psuVolts(channels[kPsu2Channel]));
 }

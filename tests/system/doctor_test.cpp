@@ -44,9 +44,7 @@ class Lacking : public OnProduct, public testing::WithParamInterface<Lack> {
         if (frame.exists(paths::kRegisters)) {
             waitForAnnouncement("psu1Voltage");
         } else if (onPolled(product)) {
-            waitForAnnouncement("ethPort2Status", "2");
-            pallframe::simulation::setCable(frame.tree(), "eth1", false);
-            waitForAnnouncement("ethPort2Status", "0");
+            waitForAnnouncement("battVoltage");
         }
     }
 };

@@ -137,7 +137,7 @@ TEST_P(Polls, BringThePortsFirstAndTheVoltagesSecond) {
 class Ports : public Hardware, public testing::WithParamInterface<const char*> {
   protected:
     Ports() : Hardware(GetParam()) {
-        hide(paths::kRegisters);
+        silenceVoltages();
         hide(paths::kDetection);
     }
 };
@@ -178,7 +178,7 @@ TEST_P(Ports, OfAnUnknownStateAreShownAsSuch) {
 
 class Swap : public Hardware {
   protected:
-    Swap() : Hardware("Quorane") { hide(paths::kRegisters); }
+    Swap() : Hardware("Quorane") { silenceVoltages(); }
 };
 
 TEST_F(Swap, ComesBackAsReadings) {
@@ -262,7 +262,7 @@ TEST_F(Battery, ReadsZeroWhileItIsTakenOut) {
 
 class FrameType : public Hardware {
   protected:
-    FrameType() : Hardware("Tessara") { hide(paths::kRegisters); }
+    FrameType() : Hardware("Tessara") { silenceVoltages(); }
 };
 
 TEST_F(FrameType, IsLookedForUntilItIsThereAndNoLonger) {
@@ -283,7 +283,7 @@ TEST_F(FrameType, IsLookedForUntilItIsThereAndNoLonger) {
 
 class FrameTypeElsewhere : public Hardware {
   protected:
-    FrameTypeElsewhere() : Hardware("KELI") { hide(paths::kRegisters); }
+    FrameTypeElsewhere() : Hardware("KELI") { silenceVoltages(); }
 };
 
 TEST_F(FrameTypeElsewhere, IsNotLookedFor) {

@@ -65,23 +65,24 @@ TEST_P(MissingBond, LeavesThePortsAsTheyAre) {
 
 class MissingConverter : public Missing {
   protected:
-    void expectNoVoltages() {
-        EXPECT_EQ(valueOf("battVoltage"), "-1");
+    // From the second poll on: samples that begin as zeros.
+    void expectVoltagesOfZero() {
+        EXPECT_EQ(waitForAnnouncement("battVoltage"), "0");
+        daemon->output().waitFor("\nBATT 0.000000\n");
         EXPECT_EQ(valueOf("psu1Voltage"), "0");
-        EXPECT_EQ(daemon->output().text().find("BATT"), std::string::npos);
+        EXPECT_EQ(valueOf("psu2Voltage"), "0");
     }
 };
 
-TEST_F(MissingConverter, IsToldOfEachTimeAndLeavesTheVoltagesAsTheyAre) {
+TEST_F(MissingConverter, IsToldOfEachTimeAndTheVoltagesAreZero) {
     hide(paths::kRegisters);
     startAndSettle();
-    daemon->error().waitFor(std::string(kConverterMissing) + kConverterMissing);
-    log.waitFor("Battery Sample = OFF");
+    expectVoltagesOfZero();
     EXPECT_EQ(log.waitFor("sec[0]"), info("sec[0]  ADC CHAN 13=0\n"));
-    expectNoVoltages();
+    daemon->error().waitFor(std::string(kConverterMissing) + kConverterMissing);
     show(paths::kRegisters);
-    waitForAnnouncement("psu1Voltage");
-    EXPECT_EQ(valueOf("battVoltage"), "-1") << "sampled again in 150 polls";
+    waitForAnnouncement("psu1Voltage", "11.9994873046875");
+    EXPECT_EQ(valueOf("battVoltage"), "0") << "sampled again in 150 polls";
 }
 
 TEST_F(MissingConverter, ThatIsCutShortIsToldOfToo) {
@@ -89,8 +90,8 @@ TEST_F(MissingConverter, ThatIsCutShortIsToldOfToo) {
     hide(paths::kRegisters);
     frame.write(paths::kRegisters, dump.substr(0, 263));
     startAndSettle();
+    expectVoltagesOfZero();
     daemon->error().waitFor(std::string(kConverterShort) + kConverterShort);
-    expectNoVoltages();
 }
 
 TEST_F(MissingConverter, ThatIsGarbledIsToldOfOnceInTheLog) {
@@ -98,11 +99,26 @@ TEST_F(MissingConverter, ThatIsGarbledIsToldOfOnceInTheLog) {
     frame.write(paths::kRegisters, std::string(600, 'x'));
     startAndSettle();
     EXPECT_EQ(log.waitFor("registers").priority, error("").priority);
+    expectVoltagesOfZero();
     waitForAPoll();
     waitForAPoll();
-    expectNoVoltages();
     EXPECT_THROW(log.waitFor("registers", Deadline(std::chrono::milliseconds(0))), TimedOut);
     EXPECT_EQ(daemon->error().text(), "");
+}
+
+// A register's text is read as strtol(3) does in base 16.
+TEST_F(Missing, DigitsInARegisterLeaveTheVoltagesAsTheyAreUntilThereAreSome) {
+    constexpr std::size_t kFirstSupplyAt = 131;
+    std::string dump = frame.read(paths::kRegisters);
+    startAndSettle();
+    EXPECT_EQ(waitForAnnouncement("psu1Voltage"), "11.9994873046875");
+    hide(paths::kRegisters);
+    frame.write(paths::kRegisters, dump.replace(kFirstSupplyAt, 5, "zz\n\n\n"));
+    EXPECT_EQ(log.waitFor("registers").priority, error("").priority);
+    EXPECT_EQ(valueOf("psu1Voltage"), "11.9994873046875");
+    frame.write(paths::kRegisters, dump.replace(kFirstSupplyAt, 5, "0x1ag"));
+    // (3 x 1689 + 1) / 4 = 1267
+    EXPECT_DOUBLE_EQ(std::stod(waitForAnnouncement("psu1Voltage")), 1267 * 29.1 / 4096);
 }
 
 TEST_F(Missing, DevmemLeavesTheBatteryWithoutItsLoad) {

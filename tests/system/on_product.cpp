@@ -25,6 +25,11 @@ bool isBatterySample(const LogLine& line) {
     return line.text.starts_with("Battery Sample = ") || line.text.starts_with("sec[");
 }
 
+bool isBatteryVoltage(const LogLine& line) {
+    static const std::vector<LogLine> ofZero = logOfChange("battVoltage", "0.000000");
+    return std::ranges::find(ofZero, line) != ofZero.end();
+}
+
 template <typename Item, typename Condition>
 std::vector<Item> newOnes(const std::vector<Item>& all, size_t before, Condition isLeftOut) {
     std::vector<Item> left;
@@ -99,11 +104,17 @@ void makeFail(const harness::Frame& frame, std::string_view path) {
     frame.writeProgram(path, "#!/bin/sh\n" + note + "\nexit 3\n");
 }
 
-void OnProduct::silencePoll() const {
-    for (const std::string_view path :
-         {paths::kBond, paths::kBondCopy, paths::kDetection, paths::kRegisters}) {
+void OnProduct::silenceVoltages() {
+    hide(paths::kRegisters);
+    bus.ignoreAnnouncements("battVoltage");
+    voltagesAreSilent_ = true;
+}
+
+void OnProduct::silencePoll() {
+    for (const std::string_view path : {paths::kBond, paths::kBondCopy, paths::kDetection}) {
         hide(path);
     }
+    silenceVoltages();
 }
 
 void OnProduct::startAndSettle(const std::vector<std::string>& arguments) {
@@ -129,7 +140,9 @@ void OnProduct::mark() {
 }
 
 std::vector<LogLine> OnProduct::newLog() {
-    return newOnes(log.linesUntilNow(), linesBefore_, isBatterySample);
+    return newOnes(log.linesUntilNow(), linesBefore_, [this](const LogLine& line) {
+        return isBatterySample(line) || (voltagesAreSilent_ && isBatteryVoltage(line));
+    });
 }
 
 std::vector<std::string> OnProduct::newCommands() const {
@@ -144,7 +157,10 @@ std::vector<std::string> OnProduct::waitForNewCommands(size_t count) const {
 
 std::string OnProduct::newOutput() {
     static const std::regex time(R"(\d\d:\d\d:\d\d\.\d\d\d\t)");
-    return std::regex_replace(daemon->output().text().substr(outputBefore_), time, "<time>\t");
+    static const std::regex battery("BATT 0\\.000000\n");
+    const std::string text = daemon->output().text().substr(outputBefore_);
+    return std::regex_replace(voltagesAreSilent_ ? std::regex_replace(text, battery, "") : text,
+                              time, "<time>\t");
 }
 
 std::string OnProduct::waitForAnnouncement(const std::string& name) {

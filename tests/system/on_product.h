@@ -54,9 +54,12 @@ class OnProduct : public OnBus {
     void hide(std::string_view path) const { frame.tree().setAside(path); }
     void show(std::string_view path) const { frame.tree().restore(path); }
 
-    // Puts aside what the status poll reads, so that it has nothing to say. What is left of it is
-    // the battery's load, and the new…() calls leave that out.
-    void silencePoll() const;
+    // Puts the converter's dump aside. What is left is the battery: its load is switched, and it is
+    // announced once, with 0 V. The bus and the new…() calls leave that out.
+    void silenceVoltages();
+
+    // Puts aside all that the status poll reads, so that it has no more to announce than that.
+    void silencePoll();
 
     // Starts the daemon and waits until the services that it starts run.
     void startAndSettle(const std::vector<std::string>& arguments = {});
@@ -81,6 +84,7 @@ class OnProduct : public OnBus {
     const std::string product;
 
   private:
+    bool voltagesAreSilent_ = false;
     size_t linesBefore_ = 0;
     size_t commandsBefore_ = 0;
     size_t outputBefore_ = 0;

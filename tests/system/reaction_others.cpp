@@ -130,7 +130,12 @@ std::vector<Reaction> plainReactions() {
          .saved = true},
         {.name = "Users", .on = onAny, .key = "quoraneUsersEnabled", .value = "0", .saved = true},
         {.name = "Reading",  // described as read-only, which is for clients to respect
-         .on = onAny,
+         .on = onPolled,
+         .key = "frameType",
+         .value = "7",
+         .text = "7"},
+        {.name = "UnpolledReading",  // elsewhere the next poll sets it back
+         .on = onBrio,
          .key = "psu1Voltage",
          .value = "3.5",
          .text = "3.500000"},

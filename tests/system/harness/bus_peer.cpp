@@ -162,7 +162,16 @@ std::string BusPeer::receivePayload(const Deadline& deadline) {
 }
 
 BusMessage BusPeer::receive(const Deadline& deadline) {
-    return parseBusMessage(receivePayload(deadline));
+    BusMessage message = parseBusMessage(receivePayload(deadline));
+    while (isIgnored(message)) {
+        message = parseBusMessage(receivePayload(deadline));
+    }
+    return message;
+}
+
+bool BusPeer::isIgnored(const BusMessage& message) const {
+    return !ignored_.empty() && message.type == "NOT" &&
+           !message.at({"param", ignored_.c_str()}).empty();
 }
 
 std::vector<BusMessage> BusPeer::receive(size_t count, const Deadline& deadline) {

@@ -30,6 +30,9 @@ class BusPeer {
     BusMessage waitFor(std::string_view type, std::string_view objectName,
                        const Deadline& deadline = Deadline());
 
+    // From here on receive() passes over announcements of this parameter.
+    void ignoreAnnouncements(std::string_view parameter) { ignored_ = parameter; }
+
     // Waits until the daemon has closed the connection, passing over what it sends.
     void waitForClose(const Deadline& deadline = Deadline());
 
@@ -64,12 +67,14 @@ class BusPeer {
 
   private:
     bool fill(const Deadline& deadline);
+    bool isIgnored(const BusMessage& message) const;
     uint16_t ownPort() const { return static_cast<uint16_t>(port_); }
 
     int port_;
     pallframe::simulation::Descriptor listener_;
     pallframe::simulation::Descriptor connection_;
     std::string received_;
+    std::string ignored_;
 };
 
 }  // namespace harness

@@ -155,18 +155,20 @@ TEST_F(VoltagesTest, CommandThatFailsIsNotPrinted) {
     EXPECT_EQ(GetCapturedStdout(), "BATT 4.069727\n");
 }
 
-TEST_F(VoltagesTest, MissingDumpChangesNothing) {
+TEST_F(VoltagesTest, MissingDumpFromTheBeginningReadsAsZeros) {
     startBeforeSample("Quorane");
     CaptureStderr();
     CaptureStdout();
     poll(2);
     EXPECT_EQ(GetCapturedStderr(),
               "open xadc: No such file or directory\nopen xadc: No such file or directory\n");
-    EXPECT_EQ(GetCapturedStdout(), "");
+    EXPECT_EQ(GetCapturedStdout(), "BATT 0.000000\n");
     EXPECT_THAT(takeDiary(),
                 ElementsAre("6 Battery Sample = ON\n", kLoadOn, "pause of 25 ms", kLoadOff,
-                            "6 Battery Sample = OFF\n", "6 sec[0]  ADC CHAN 13=0\n"));
-    EXPECT_EQ(value(kBattVoltageKey), "-1.000000");
+                            "6 Battery Sample = OFF\n", "6 sec[0]  ADC CHAN 13=0\n",
+                            "NOT system.battVoltage=0.000000"));
+    EXPECT_EQ(value(kPsu1VoltageKey), "0.000000");
+    EXPECT_EQ(value(kPsu2VoltageKey), "0.000000");
 }
 
 TEST_F(VoltagesTest, DumpThatGoesMissingKeepsTheVoltages) {
@@ -180,20 +182,63 @@ TEST_F(VoltagesTest, DumpThatGoesMissingKeepsTheVoltages) {
     EXPECT_EQ(value(kPsu1VoltageKey), "14.550000");
 }
 
-TEST_F(VoltagesTest, ShortDumpChangesNothing) {
-    root_.write(kXadcFile, kDump.substr(0, 263));
-    startBeforeSample("Quorane");
+class UnusableDump : public VoltagesTest {
+  protected:
+    // One poll with this dump after one with a supply of 14.55 V.
+    void expectNoChangeBy(const std::string& dump) {
+        root_.write(kXadcFile, dumpWith(kChannel0At, "8000"));
+        startBeforeSample("Quorane");
+        poll();
+        root_.write(kXadcFile, dump);
+        EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("NOT"))));
+        EXPECT_EQ(value(kPsu1VoltageKey), "14.550000");
+    }
+};
+
+TEST_F(UnusableDump, ThatIsShortChangesNothing) {
     CaptureStderr();
-    EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("NOT"))));
+    expectNoChangeBy(kDump.substr(0, 263));
     EXPECT_EQ(GetCapturedStderr(), "xadc read too small\n");
 }
 
-TEST_F(VoltagesTest, DumpThatIsADirectoryIsTooSmall) {
+TEST_F(UnusableDump, ThatHasATextWithoutDigitsChangesNothing) {
+    for (const std::size_t offset : {kTemperatureAt, kSupplyAt, kChannel13At, kChannel15At}) {
+        expectNoChangeBy(dumpWith(offset, registerText("zz")));
+    }
+}
+
+TEST_F(UnusableDump, FromTheBeginningReadsAsZeros) {
+    for (const std::string& dump : {kDump.substr(0, 263), dumpWith(kChannel15At, "----")}) {
+        root_.write(kXadcFile, dump);
+        startBeforeSample("KELI");
+        CaptureStderr();
+        EXPECT_THAT(pollDiary(), Contains("NOT system.battVoltage=0.000000"));
+        GetCapturedStderr();
+        EXPECT_EQ(value(kPsu1VoltageKey), "0.000000");
+    }
+}
+
+TEST_F(UnusableDump, ThatIsADirectoryIsTooSmall) {
     root_.write("/sys/devices/amba.1/f8007100.xadc/registers/x", "");
     startBeforeSample("Quorane");
     CaptureStderr();
-    EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("NOT"))));
+    EXPECT_THAT(pollDiary(), Contains("NOT system.battVoltage=0.000000"));
     EXPECT_EQ(GetCapturedStderr(), "xadc read too small\n");
+}
+
+TEST_F(VoltagesTest, BatteryIsSampledFromThePreviousSamplesWithoutADump) {
+    startBeforeSample("Quorane");
+    CaptureStderr();
+    poll();
+    root_.write(kXadcFile, dumpWith(kChannel13At, "e000"));
+    poll(150);
+    EXPECT_EQ(value(kBattVoltageKey), "0.000000") << "not sampled again yet";
+    poll();
+    EXPECT_EQ(value(kBattVoltageKey), "4.069727");
+    root_.remove(kXadcFile);
+    poll(151);
+    GetCapturedStderr();
+    EXPECT_EQ(value(kBattVoltageKey), "4.069727") << "from the previous samples";
 }
 
 TEST_F(VoltagesTest, GarbledDumpChangesNothingAndIsLoggedOnce) {

@@ -133,7 +133,7 @@ constexpr Check marker(const char* place, Names published) {
 constexpr Names kPorts{{{"ethPort1Status", "0"}, {"ethPort2Status", "0"}, {"activeEthernet", ""}}};
 constexpr Names kAddresses{{{"ipAddress", "0"}, {"netmask", "0"}, {"gateway", "0"}}};
 constexpr Names kSetAddresses{{{"ipAddress", ""}, {"netmask", ""}, {"gateway", ""}}};
-constexpr Names kVoltages{{{"psu1Voltage", "0"}, {"psu2Voltage", "0"}, {"battVoltage", "-1"}}};
+constexpr Names kVoltages{{{"psu1Voltage", "0"}, {"psu2Voltage", "0"}, {"battVoltage", "0"}}};
 constexpr Names kServices{{{"sshEnabled", ""}, {"ftpEnabled", ""}}};
 constexpr Names kSsh{{{"sshEnabled", ""}}};
 constexpr Names kFtp{{{"ftpEnabled", ""}}};
