@@ -91,7 +91,7 @@ void requireTheWayBack(const Parameter& parameter) {
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const QuietLog quiet;
     ParameterCache cache;
-    DevicePath("system").handleDescriptors(answer(textOf(data, size)), cache);
+    DevicePath("system").handleMessage(answer(textOf(data, size)), cache);
     for (const Parameter* parameter : cache.all()) {
         requireHarmless(*parameter);
         requireTheWayBack(*parameter);

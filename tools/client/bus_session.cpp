@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <stdexcept>
 #include <utility>
 
 #include "bus/messages.h"
@@ -136,10 +135,8 @@ bool BusSession::flush() {
 
 std::optional<TarnInternalMessage> BusSession::receive(Deadline deadline) {
     while (Payload payload = receivePayload(deadline)) {
-        try {
-            return TarnInternalMessage(std::move(payload));
-        } catch (const std::runtime_error&) {
-            // What does not decode is nobody's answer.
+        if (auto message = decodePayload(std::move(payload))) {
+            return message;
         }
     }
     return std::nullopt;

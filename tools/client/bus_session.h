@@ -11,6 +11,7 @@
 #include "bus/netstring_stream_parser.h"
 #include "bus/tarn_internal_message.h"
 #include "cli/file_descriptor.h"
+#include "client/payload.h"
 
 namespace client {
 
@@ -33,8 +34,7 @@ struct Heartbeat {
 // kernel. Used by one thread.
 class BusSession {
   public:
-    // A received payload, followed by a NUL byte.
-    using Payload = std::unique_ptr<std::vector<char>>;
+    using Payload = client::Payload;
 
     // Calls return early once `output` (a descriptor, -1: none) is a pipe without a reader.
     BusSession(uint16_t port, int32_t connectionID, int output = -1, Heartbeat heartbeat = {});
@@ -47,6 +47,8 @@ class BusSession {
     bool open(Deadline deadline);
     void close();
     bool isOpen() const { return socket_.get() >= 0; }
+    // Whether no received message is buffered; there may be some when the session is closed.
+    bool isDrained() const { return received_.empty(); }
     // Whether any message has arrived over this connection.
     bool isAlive() const { return isOpen() && isAlive_; }
     // For callers with their own poll(2): readable when receive() has something; -1 when closed.

@@ -17,9 +17,7 @@ using namespace std::chrono_literals;
 
 constexpr const char* kBus = "bus";
 constexpr int32_t kFirstConnectionID = 1'000'000;
-constexpr std::chrono::milliseconds kConnectTimeout = 2s;
 constexpr std::chrono::milliseconds kRetryPause = 100ms;
-constexpr std::chrono::milliseconds kReconnectPause = 1s;
 // A request that came before the daemon did is lost; so while waiting, ask more often.
 constexpr std::chrono::milliseconds kReadTimeoutWhileWaiting = 500ms;
 
@@ -42,57 +40,63 @@ int32_t ownConnectionID() {
     return kFirstConnectionID + static_cast<int32_t>(::getpid());
 }
 
-Client::Client(const ConnectionOptions& connection, Subscription subscription)
+Client::Client(const ConnectionOptions& connection, Subscription subscription,
+               ParameterCache* cache)
     : connection_(connection),
-      timeouts_(makeTimeouts(connection)),
       subscription_(subscription),
       session_(connection.port, ownConnectionID(), watchedOutput(subscription)),
-      device_(session_, cache_, connection.object, timeouts_) {}
-
-bool Client::connect() {
-    return connect(Clock::now() + kConnectTimeout);
-}
-
-bool Client::connect(Deadline giveUp) {
-    if (!session_.open(giveUp)) {
-        return false;
-    }
-    if (subscription_ == Subscription::traffic) {
-        session_.subscribe("", true);
-    } else if (subscription_ != Subscription::answers) {
-        session_.subscribe(device_.object());
-        if (device_.isThroughPrefix()) {
-            session_.subscribe(device_.home());
-        }
-    }
-    return true;
-}
+      cache_(cache ? *cache : ownCache_),
+      device_(session_, cache_, connection.object, makeTimeouts(connection)),
+      follower_(session_, device_, cache_, subscription, connection.connect) {}
 
 ExitStatus Client::waitForBus() {
+    return retry(
+        [this](std::chrono::milliseconds) { return connectIfClosed() ? kSuccess : kNoBus; });
+}
+
+ExitStatus Client::read(const std::vector<std::string>& names) {
+    return retry([this, full = device_.fullNames(names)](std::chrono::milliseconds timeout) {
+        if (connectIfClosed() && follower_.read(full, timeout)) {
+            return kSuccess;
+        }
+        return session_.isOpen() ? kNoAnswer : kNoBus;
+    });
+}
+
+ExitStatus Client::retry(const Attempt& attempt) {
+    const auto timeout = device_.timeouts().read;
     const Deadline giveUp = Clock::now() + connection_.wait;
-    while (!connect()) {
+    for (;;) {
+        const bool last = Clock::now() >= giveUp;
+        const ExitStatus status =
+            attempt(last ? timeout : std::min(timeout, kReadTimeoutWhileWaiting));
         if (session_.outputGone()) {
             return kSuccess;
         }
-        if (Clock::now() >= giveUp) {
-            explain(kNoBus);
-            return kNoBus;
+        if (status != kSuccess && last) {
+            explain(status);
+            return status;
         }
-        reportMissing(kBus, session_.errorText());
-        session_.pause(std::min(Clock::now() + kRetryPause, giveUp));
+        reportLink();
+        if (status == kSuccess) {
+            return status;
+        }
+        if (status == kNoBus) {
+            session_.pause(std::min(Clock::now() + kRetryPause, giveUp));
+        }
     }
-    return kSuccess;
 }
 
-bool Client::reconnect(Deadline giveUp) {
-    if (session_.outputGone()) {
-        return false;
-    }
-    reportMissing(kBus, "connection lost");
-    do {
-        session_.pause(std::min(Clock::now() + kReconnectPause, giveUp));
-    } while (!session_.outputGone() && Clock::now() < giveUp && !connect());
-    return session_.isOpen() && !session_.outputGone();
+void Client::follow(Deadline until) {
+    follower_.follow(until);
+    reportLink();
+}
+
+BusSession::Payload Client::receivePayload() {
+    auto payload = follower_.receivePayload(Deadline::max());
+    follower_.step(Clock::now());
+    reportLink();
+    return payload;
 }
 
 void Client::reportConnection() {
@@ -106,15 +110,17 @@ void Client::reportConnection() {
     wasThere_ = true;
 }
 
-void Client::reportReading(bool answered) {
+void Client::reportLink() {
     reportConnection();
-    if (answered) {
+    if (!session_.isOpen()) {
+        reportMissing(kBus, wasThere_ ? "connection lost" : session_.errorText());
+    } else if (follower_.isUnresponsive()) {
+        reportMissing(device_.object(), "not responding");
+    } else if (follower_.link() == Link::connected) {
         const bool isBack = std::exchange(hasAnswered_, true);
         if (!std::exchange(missing_, {}).empty()) {
             complain(device_.object(), isBack ? "responding again" : "responding");
         }
-    } else if (!answered && session_.isAlive()) {
-        reportMissing(device_.object(), "not responding");
     }
 }
 
@@ -126,38 +132,9 @@ void Client::reportMissing(const std::string& subject, const std::string& proble
     }
 }
 
-ExitStatus Client::read(const std::vector<std::string>& names) {
-    const Deadline giveUp = Clock::now() + connection_.wait;
-    for (;;) {
-        const bool last = Clock::now() >= giveUp;
-        const auto status = tryToRead(
-            names, last ? timeouts_.read : std::min(timeouts_.read, kReadTimeoutWhileWaiting));
-        if (session_.outputGone()) {
-            return kSuccess;
-        }
-        if (status == kSuccess || last) {
-            if (status == kSuccess) {
-                reportReading(true);
-            }
-            explain(status);
-            return status;
-        }
-        if (status == kNoBus) {
-            reportMissing(kBus, session_.errorText());
-            session_.pause(std::min(Clock::now() + kRetryPause, giveUp));
-        } else {
-            reportReading(false);
-        }
-    }
-}
-
-bool Client::isDaemon() const {
-    const std::string& object = device_.object();
-    return object == kDaemonObject || object.ends_with(std::string(".") + kDaemonObject);
-}
-
 std::vector<std::string> Client::catalogue() const {
-    return isDaemon() ? device_.fullNames(knownParameterNames()) : std::vector<std::string>();
+    return device_.isDaemon() ? device_.fullNames(knownParameterNames())
+                              : std::vector<std::string>();
 }
 
 std::vector<const Parameter*> Client::described(const std::set<std::string>& only) const {
@@ -176,21 +153,6 @@ std::vector<const Parameter*> Client::described(const std::set<std::string>& onl
         }
     }
     return parameters;
-}
-
-ExitStatus Client::tryToRead(const std::vector<std::string>& names,
-                             std::chrono::milliseconds patience) {
-    if (!session_.isOpen() && !connect()) {
-        return kNoBus;
-    }
-    if (!device_.read(device_.fullNames(names), patience)) {
-        return session_.isOpen() ? kNoAnswer : kNoBus;
-    }
-    if (device_.isThroughPrefix() && isDaemon()) {
-        // What it could not be asked for.
-        describeKnownParameters(DevicePath(device_.object()), cache_);
-    }
-    return kSuccess;
 }
 
 void Client::explain(ExitStatus status) const {

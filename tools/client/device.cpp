@@ -1,21 +1,14 @@
 #include "client/device.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "bus/messages.h"
 
 namespace client {
 
-namespace {
-
-bool isAnswer(const TarnInternalMessage& message, const std::string& id) {
-    return message.type() == MessageType::RSP && message.uniqueId() == id;
-}
-
-}  // namespace
-
-Device::Device(BusSession& session, ParameterCache& cache, std::string object, Timeouts patience)
-    : session_(session), cache_(cache), object_(std::move(object)), timeouts_(patience) {}
+Device::Device(BusSession& session, ParameterCache& cache, std::string object, Timeouts timeouts)
+    : session_(session), cache_(cache), object_(std::move(object)), timeouts_(timeouts) {}
 
 std::vector<std::string> Device::fullNames(std::vector<std::string> names) const {
     std::transform(names.begin(), names.end(), names.begin(),
@@ -46,15 +39,6 @@ std::string Device::ask(const std::vector<std::string>& names) {
     return last.uniqueId();
 }
 
-bool Device::read(const std::vector<std::string>& names, std::chrono::milliseconds patience) {
-    const Deadline deadline = Clock::now() + patience;
-    if (!readOnce(names, deadline)) {
-        return false;
-    }
-    const auto open = openNames(names);
-    return !open || readOnce(*open, deadline);
-}
-
 std::optional<std::vector<std::string>> Device::openNames(
     const std::vector<std::string>& names) const {
     if (cache_.isDoubtful()) {
@@ -62,29 +46,6 @@ std::optional<std::vector<std::string>> Device::openNames(
     }
     std::vector<std::string> missing = cache_.missing(names);
     return missing.empty() || isThroughPrefix() ? std::nullopt : std::optional(std::move(missing));
-}
-
-bool Device::readOnce(const std::vector<std::string>& names, Deadline deadline) {
-    std::string id = beginReading(names);
-    while (const auto message = receive(deadline)) {
-        handleMessage(*message);
-        if (isAnswer(*message, id)) {
-            cache_.endReading();
-            return true;
-        }
-        if (takeRestart()) {
-            // It has not heard the question.
-            id = beginReading(names);
-        }
-    }
-    return false;
-}
-
-std::string Device::beginReading(const std::vector<std::string>& names) {
-    cache_.beginReading();
-    std::string id = ask(names);
-    session_.flush();
-    return id;
 }
 
 std::string Device::askToSet(const std::string& name, util::UniqueJSON value) {
@@ -95,31 +56,22 @@ std::string Device::askToSet(const std::string& name, util::UniqueJSON value) {
     return request.uniqueId();
 }
 
+// The deadline also holds for a device that never stops sending notifications.
 std::optional<int> Device::set(const std::string& name, util::UniqueJSON value) {
     const Deadline deadline = Clock::now() + timeouts_.set;
-    const auto answer = awaitAnswer(askToSet(name, std::move(value)), deadline);
-    return answer ? std::optional(answer->statusCode()) : std::nullopt;
-}
-
-void Device::handleMessage(const TarnInternalMessage& message) {
-    restarted_ = object_.handleMessage(message, cache_) || restarted_;
-    object_.handleDescriptors(message, cache_);
-}
-
-std::optional<TarnInternalMessage> Device::awaitAnswer(const std::string& id, Deadline deadline) {
+    const std::string id = askToSet(name, std::move(value));
     session_.flush();
-    while (auto message = receive(deadline)) {
+    while (Clock::now() < deadline) {
+        const auto message = session_.receive(deadline);
+        if (!message) {
+            break;
+        }
         handleMessage(*message);
-        if (isAnswer(*message, id)) {
-            return message;
+        if (message->type() == MessageType::RSP && message->uniqueId() == id) {
+            return message->statusCode();
         }
     }
     return std::nullopt;
-}
-
-// A device that never stops announcing does not make anybody wait for longer.
-std::optional<TarnInternalMessage> Device::receive(Deadline deadline) {
-    return Clock::now() < deadline ? session_.receive(deadline) : std::nullopt;
 }
 
 }  // namespace client

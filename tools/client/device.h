@@ -3,7 +3,6 @@
 #include <chrono>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "client/bus_session.h"
@@ -50,51 +49,46 @@ class Device {
     Device(BusSession& session, ParameterCache& cache, std::string object, Timeouts timeout);
 
     const std::string& object() const { return object_.path(); }
+    bool isDaemon() const { return home() == kDaemonObject; }
     bool isThroughPrefix() const { return object_.isThroughPrefix(); }
     // Through a prefix the daemon tells only values that are saved or have changed.
     bool hidesValue(const Parameter& parameter) const {
         return isThroughPrefix() && !hasValue(parameter);
     }
     std::string home() const { return object_.home(); }
+    const Timeouts& timeouts() const { return timeouts_; }
 
     // Names under this object.
     std::string fullName(const std::string& name) const { return object_.fullName(name); }
     std::vector<std::string> fullNames(std::vector<std::string> names) const;
     std::string leafName(const std::string& name) const { return object_.leafName(name); }
 
-    // Requests the descriptors of these parameters (full names) and of the whole device, which has
-    // only the saved ones. Requests once more what is missing or in doubt afterwards, because an
-    // answer may have been lost. True when the device answered: parameters that the cache does not
-    // describe then do not exist.
-    bool read(const std::vector<std::string>& names) { return read(names, timeouts_.read); }
-    bool read(const std::vector<std::string>& names, std::chrono::milliseconds timeout);
-
     // Sets one parameter (full name). Returns the status code of the answer; empty without one.
     std::optional<int> set(const std::string& name, util::UniqueJSON value);
 
-    // The same without waiting: queues the requests and returns the id of the (last) answer.
-    std::string ask(const std::vector<std::string>& names);
-    // The names to request once more after a reading; empty when all are described without doubt.
-    std::optional<std::vector<std::string>> openNames(const std::vector<std::string>& names) const;
+    // Queues a set and returns the id of the answer.
     std::string askToSet(const std::string& name, util::UniqueJSON value);
 
+    // Queues requests for the descriptors of these parameters (full names) and of the whole device,
+    // which has only the saved ones. Returns the id of the last answer.
+    std::string ask(const std::vector<std::string>& names);
+    // The names to request once more after that answer, because one may have been lost: what is
+    // missing or in doubt. Empty when all are described without doubt.
+    std::optional<std::vector<std::string>> openNames(const std::vector<std::string>& names) const;
+
     // Updates the cache from a notification or an answer of the device; ignores other messages.
-    void handleMessage(const TarnInternalMessage& message);
-    // Whether the daemon has announced a new start since the last call.
-    bool takeRestart() { return std::exchange(restarted_, false); }
+    // True when the message announces a new start of the daemon.
+    bool handleMessage(const TarnInternalMessage& message) {
+        return object_.handleMessage(message, cache_);
+    }
 
   private:
     void askByName(const std::vector<std::string>& names);
-    bool readOnce(const std::vector<std::string>& names, Deadline deadline);
-    std::string beginReading(const std::vector<std::string>& names);
-    std::optional<TarnInternalMessage> receive(Deadline deadline);
-    std::optional<TarnInternalMessage> awaitAnswer(const std::string& id, Deadline deadline);
 
     BusSession& session_;
     ParameterCache& cache_;
     DevicePath object_;
     Timeouts timeouts_;
-    bool restarted_ = false;
 };
 
 }  // namespace client

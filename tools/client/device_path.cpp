@@ -21,9 +21,14 @@ std::string DevicePath::fullName(const std::string& name) const {
 }
 
 bool DevicePath::handleMessage(const TarnInternalMessage& message, ParameterCache& cache) const {
-    if (message.type() != MessageType::NOT) {
-        return false;
+    if (message.type() == MessageType::RSP && message.objectName() == path_) {
+        handleDescriptors(message, cache);
     }
+    return message.type() == MessageType::NOT && handleNotification(message, cache);
+}
+
+bool DevicePath::handleNotification(const TarnInternalMessage& message,
+                                    ParameterCache& cache) const {
     const cJSON* param = util::jsonMember(message.data(), "param");
     const cJSON* values = message.objectName() == path_ ? param : nullptr;
     const cJSON* value = nullptr;
@@ -38,9 +43,6 @@ bool DevicePath::handleMessage(const TarnInternalMessage& message, ParameterCach
 
 void DevicePath::handleDescriptors(const TarnInternalMessage& message,
                                    ParameterCache& cache) const {
-    if (message.type() != MessageType::RSP || message.objectName() != path_) {
-        return;
-    }
     const cJSON* named = util::jsonMember(message.data(), "paramDescriptor");
     const cJSON* device = util::jsonMember(util::jsonMember(message.data(), "param"), kWholeDevice);
     for (const cJSON* parameters : {named, util::jsonMember(device, "params")}) {

@@ -34,13 +34,14 @@ class DevicePath {
     // The object under which the daemon announces a new start, also when reached through a prefix.
     std::string home() const;
 
-    // Updates the cache from a notification of the device; ignores other messages. True when the
-    // notification announces a new start of the daemon.
+    // Updates the cache from a notification or from the descriptors in an answer of the device;
+    // ignores other messages. True when the message announces a new start of the daemon.
     bool handleMessage(const TarnInternalMessage& message, ParameterCache& cache) const;
-    // Updates the cache from the descriptors in an answer of the device; ignores other messages.
-    void handleDescriptors(const TarnInternalMessage& message, ParameterCache& cache) const;
 
   private:
+    bool handleNotification(const TarnInternalMessage& message, ParameterCache& cache) const;
+    void handleDescriptors(const TarnInternalMessage& message, ParameterCache& cache) const;
+
     std::string path_;
 };
 

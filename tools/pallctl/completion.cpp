@@ -47,11 +47,11 @@ client::ConnectionOptions reachOf(const cli::CompletionRequest& request) {
 
 bool readAll(client::Client& client) {
     const client::Deadline giveUp = client::Clock::now() + kTimeout;
-    if (!client.connect(giveUp)) {
+    if (!client.follower().connect(giveUp)) {
         return false;
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(giveUp - client::Clock::now());
-    return client.device().read(client.catalogue(), left);
+    return client.follower().read(client.catalogue(), left);
 }
 
 // What cannot be set is not offered to be set.

@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -19,10 +18,6 @@
 namespace pallctl {
 
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto kMaxWait = 1h;  // messages and signals end it earlier
 
 constexpr const char* kNotes =
     "A line is time, type, sender -> addressee (* is everybody), object, content, id;\n"
@@ -61,7 +56,6 @@ class Monitor {
 
   private:
     void startRecording();
-    void follow();
     void handlePayload(std::string_view payload);
     bool isWanted(const std::string& type, const std::string& object) const;
     void checkRecording() const;
@@ -93,9 +87,11 @@ ExitStatus Monitor::run() {
         return status;
     }
     startRecording();
-    do {
-        follow();
-    } while (client_.reconnect());
+    while (!client_.session().outputGone()) {
+        if (const auto payload = client_.receivePayload()) {
+            handlePayload({payload->data(), payload->size() - 1});
+        }
+    }
     if (writer_) {
         writer_->finish();
         checkRecording();
@@ -107,20 +103,6 @@ ExitStatus Monitor::run() {
 void Monitor::startRecording() {
     if (!recording_.empty() && client_.session().isOpen()) {
         writer_ = std::make_unique<recording::Writer>(recording_, "pallctl");
-    }
-}
-
-// Until the connection is lost.
-void Monitor::follow() {
-    client::BusSession& session = client_.session();
-    session.flush();
-    while (!session.outputGone()) {
-        if (const auto payload = session.receivePayload(client::Clock::now() + kMaxWait)) {
-            client_.reportConnection();
-            handlePayload({payload->data(), payload->size() - 1});
-        } else if (!session.isOpen()) {
-            return;
-        }
     }
 }
 

@@ -99,7 +99,7 @@ class Wait {
                                  "timed out; the value is " + formatOneLine(*parameter_, style_));
                 return kTimedOut;
             }
-            listen();
+            client_.follow(giveUp_);
         }
         return kSuccess;
     }
@@ -122,21 +122,6 @@ class Wait {
         }
     }
 
-    // Returns when the value may have changed.
-    void listen() {
-        if (!client_.session().isOpen()) {
-            stale_ = client_.reconnect(giveUp_);
-        } else if (stale_) {
-            const auto left = std::chrono::ceil<milliseconds>(giveUp_ - client::Clock::now());
-            stale_ =
-                !client_.device().read({parameter_->descriptor.name}, std::min(left, kReadTimeout));
-        } else if (const auto message = client_.session().receive(giveUp_)) {
-            client_.device().handleMessage(*message);
-            stale_ = client_.device().takeRestart();
-        }
-        client_.reportConnection();
-    }
-
     bool outputGone() const { return client_.session().outputGone(); }
 
     client::Client client_;
@@ -146,7 +131,6 @@ class Wait {
     client::Deadline giveUp_ = client::Deadline::max();
     const client::Parameter* parameter_ = nullptr;  // owned by the cache
     util::UniqueJSON wanted_;
-    bool stale_ = false;  // it may have changed unnoticed
 };
 
 ExitStatus wait(const Options& options, const std::string& assignment) {

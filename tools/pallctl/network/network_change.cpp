@@ -62,7 +62,7 @@ NetworkChange::NetworkChange(const client::ConnectionOptions& connection,
 
 ExitStatus NetworkChange::apply(const std::function<bool()>& goOn) {
     client::Client client(connection_, client::Subscription::answers);
-    if (!client.connect()) {
+    if (!client.follower().connect()) {
         say_("no bus: " + client.session().errorText());
         return kNoBus;
     }
@@ -120,7 +120,7 @@ ExitStatus NetworkChange::rollBack() {
 ExitStatus NetworkChange::tryRollBack() {
     client::Client client(connection_, client::Subscription::answers);
     // Without a device a set would wait for its whole timeout.
-    if (!client.connect() || !client.device().read(networkNames(client.device()))) {
+    if (!client.follower().connect() || !client.follower().read(networkNames(client.device()))) {
         return kNoBus;
     }
     for (const NetworkMember* member : sent_) {
@@ -134,7 +134,7 @@ ExitStatus NetworkChange::tryRollBack() {
 }
 
 bool NetworkChange::hasOldValues(client::Client& client) {
-    return client.device().read(networkNames(client.device())) &&
+    return client.follower().read(networkNames(client.device())) &&
            std::all_of(sent_.begin(), sent_.end(), [&](const NetworkMember* member) {
                return heldValue(client, *member) == before_.*member->value;
            });

@@ -39,11 +39,10 @@ void DeviceState::listen() {
 
 bool DeviceState::take(const TarnInternalMessage& message, Moment at) {
     now_ = at;
-    const bool arrived = object_.handleMessage(message, cache_);
-    object_.handleDescriptors(message, cache_);
+    const bool restarted = object_.handleMessage(message, cache_);
     describeFromCatalogue();
     sample(at);
-    return arrived;
+    return restarted;
 }
 
 // What was only announced: nobody need have asked while a recording was made, and through a prefix
@@ -59,12 +58,6 @@ void DeviceState::describeFromCatalogue() {
             descriptor.name = heard->descriptor.name;
             cache_.describe({std::move(descriptor), util::copyJSON(heard->value.get())});
         }
-    }
-}
-
-void DeviceState::addCatalogue() {
-    if (object_.home() == client::kDaemonObject) {
-        client::describeKnownParameters(object_, cache_);
     }
 }
 

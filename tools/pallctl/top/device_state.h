@@ -35,9 +35,6 @@ class DeviceState {
     // without ever having been described is what the daemon's catalogue says. True when it says
     // that the daemon is new on the bus, so that what is known here may be old.
     bool take(const TarnInternalMessage& message, Moment at);
-    // Adds what the daemon's catalogue has besides, without values: for a device that cannot be
-    // asked for it. Nothing for one that is no daemon's.
-    void addCatalogue();
     // Nothing is heard from now on: values stay as they were last known, the graphs break off.
     void markDisconnected(Moment at);
     // Begins anew.

@@ -3,8 +3,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
-#include <vector>
 
 #include "client/client.h"
 #include "pallctl/top/device_state.h"
@@ -14,16 +14,15 @@
 
 namespace pallctl::top {
 
-// Updates a device state with what the bus says of the device, for as long as it lives: connects
-// again, reads everything again whenever bus or daemon were away, and asks every few seconds
-// whether the daemon still answers. Waits for nothing: whoever owns it calls step() when the
-// descriptor is readable and every second. Keeps the state, which outlives it. Used by one thread.
+// Updates a device state from the device that it follows, sends sets to it, and records the
+// messages. Never waits: the owner calls step() when the descriptor is readable and every second.
+// Keeps a reference to the state, which outlives it. Used by one thread.
 class LiveFeed {
   public:
     LiveFeed(const client::ConnectionOptions& connection, DeviceState& state);
 
     // Readable when there are messages; -1 while there is no connection.
-    int descriptor() const { return session_.descriptor(); }
+    int descriptor() const { return client_.session().descriptor(); }
     void step(Moment now);
     // Whether more messages are waiting than one step takes: call step() again at once.
     bool isBehind() const { return behind_; }
@@ -47,37 +46,23 @@ class LiveFeed {
     std::optional<std::string> takeRecordingFailure();
 
   private:
-    // An answer that is waited for.
-    struct Question {
+    // A set without an answer so far.
+    struct PendingSet {
         std::string id;
         Moment deadline{0};
     };
 
-    void connect(Moment now);
     void receiveAll(Moment now);
-    void take(const client::BusSession::Payload& payload, Moment now);
-    void takeAnswer(const TarnInternalMessage& answer, Moment now);
-    void ask(std::vector<std::string> names, Moment now);
-    void endReading(Moment now);
-    void checkTimeouts(Moment now);
+    void take(std::string_view payload, Moment now);
+    void endSet(const SetResult& result);
     void setLink(Link link, Moment now);
 
-    const client::ConnectionOptions connection_;
-    const std::vector<std::string> names_;
     DeviceState& state_;
-    client::Timeouts timeouts_;
-    client::BusSession session_;
-    client::Device device_;
+    client::Client client_;
     Link link_ = Link::noBus;
     Moment linkSince_{0};
-    Moment nextAttempt_{0};
-    Moment nextQuestion_{0};
-    bool stale_ = true;  // what the state holds may be old
     bool behind_ = false;
-    std::vector<std::string> asked_;  // by name, in the reading that goes on
-    bool isRepeated_ = false;         // that reading: for what was open in the one before
-    std::optional<Question> question_;
-    std::optional<Question> set_;
+    std::optional<PendingSet> set_;
     std::optional<SetResult> setResult_;
     std::unique_ptr<recording::Writer> writer_;
     std::optional<std::string> recordingTo_;

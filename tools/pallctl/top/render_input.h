@@ -5,13 +5,13 @@
 #include <optional>
 #include <string>
 
+#include "client/device_follower.h"
 #include "pallctl/top/history.h"
 #include "pallctl/top/view.h"
 
 namespace pallctl::top {
 
-// What the device is reached over, and how far that goes.
-enum class Link { noBus, noDevice, connected };
+using client::Link;
 
 // How a recording is being played.
 struct Playing {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "bus/messages.h"
+#include "client/device_follower.h"
 #include "client/format_value.h"
 #include "support/captured_log.h"
 #include "tools/listening_peer.h"
@@ -42,6 +43,12 @@ class DeviceTest : public testing::Test {
         return parameter ? formatValue(parameter->descriptor, parameter->value.get()) : "unknown";
     }
 
+    bool read(Device& device, const std::vector<std::string>& names,
+              std::chrono::milliseconds timeout = 0ms) {
+        return DeviceFollower(session_, device, cache_, Subscription::answers, 5s)
+            .read(names, timeout);
+    }
+
     CapturedLog log_;
     ListeningPeer peer_;
     BusSession session_{peer_.port(), 1000042};
@@ -60,7 +67,7 @@ TEST_F(DeviceTest, TakesNamesWithAndWithoutTheObject) {
 }
 
 TEST_F(DeviceTest, ReadsDescriptorsByNameAndThenThatOfTheDevice) {
-    EXPECT_FALSE(device_.read({"system.a", "system.b"}));
+    EXPECT_FALSE(read(device_, {"system.a", "system.b"}));
     const std::string bytes = peer_.read();
     const size_t named = bytes.find(R"("paramDescriptor":{"objectName":["a","b"]}};)");
     const size_t whole = bytes.find(R"("param":{"objectName":["paramDescriptor"]}};)");
@@ -75,7 +82,7 @@ TEST_F(DeviceTest, AsksForNoMoreNamesAtOnceThanTheDaemonCanAnswer) {
     for (int name = 0; name < 601; ++name) {
         names.push_back("system.n" + std::to_string(name) + "x");
     }
-    EXPECT_FALSE(device_.read(names));
+    EXPECT_FALSE(read(device_, names));
     const std::string bytes = peer_.read();
     EXPECT_EQ(count(bytes, "\"paramDescriptor\":{"), 3u);
     EXPECT_THAT(bytes, HasSubstr(R"("n299x"]}};)"));
@@ -84,7 +91,7 @@ TEST_F(DeviceTest, AsksForNoMoreNamesAtOnceThanTheDaemonCanAnswer) {
 }
 
 TEST_F(DeviceTest, TakesDescriptorsFromBothAnswersAlsoWhenTheyComeLate) {
-    device_.read({"system.a"});
+    read(device_, {"system.a"});
     const std::string bytes = peer_.read();
     peer_.writeFrame("[\"RSP\", \"system\", 8, 1000042, 0]\n{\"id\":\"" +
                      idOf(bytes, "\"paramDescriptor\":{") +
@@ -93,17 +100,17 @@ TEST_F(DeviceTest, TakesDescriptorsFromBothAnswersAlsoWhenTheyComeLate) {
                      idOf(bytes, "\"param\":{") +
                      R"(","param":{"paramDescriptor":{"type":"device","params":)"
                      R"({"d_system.b":{"oid":"system.b","value":2}}}}})");
-    EXPECT_FALSE(device_.read({}, 100ms)) << "these answer the request before";
+    EXPECT_FALSE(read(device_, {}, 100ms)) << "these answer the request before";
     EXPECT_EQ(shown("system.a"), "1");
     EXPECT_EQ(shown("system.b"), "2");
 }
 
 TEST_F(DeviceTest, AnswersUnderAnotherObjectAreNotItsOwn) {
-    device_.read({});
+    read(device_, {});
     peer_.writeFrame("[\"RSP\", \"frameB.system\", 8, 1000042, 0]\n{\"id\":\"" +
                      idOf(peer_.read(), "\"param\":{") +
                      R"(","paramDescriptor":{"d_x":{"oid":"x","value":1}}})");
-    device_.read({});
+    read(device_, {});
     EXPECT_THAT(cache_.all(), testing::IsEmpty());
 }
 
@@ -139,12 +146,10 @@ TEST_F(DeviceTest, HearsItsAnnouncementsOnly) {
     EXPECT_EQ(cache_.all().size(), 1u);
 }
 
-TEST_F(DeviceTest, TellsOnceThatTheDaemonIsNewOnTheBus) {
-    device_.handleMessage(NOTMessage("system", "ipAddress", util::jsonNumber(1)));
-    EXPECT_FALSE(device_.takeRestart());
-    device_.handleMessage(NOTMessage("system", "frameName", util::jsonString("Quorane")));
-    EXPECT_TRUE(device_.takeRestart());
-    EXPECT_FALSE(device_.takeRestart());
+TEST_F(DeviceTest, TellsThatTheDaemonIsNewOnTheBus) {
+    EXPECT_FALSE(device_.handleMessage(NOTMessage("system", "ipAddress", util::jsonNumber(1))));
+    EXPECT_TRUE(
+        device_.handleMessage(NOTMessage("system", "frameName", util::jsonString("Quorane"))));
 }
 
 TEST_F(DeviceTest, TakesNamesWithAndWithoutThePrefix) {
@@ -155,7 +160,7 @@ TEST_F(DeviceTest, TakesNamesWithAndWithoutThePrefix) {
 }
 
 TEST_F(DeviceTest, AsksThroughAPrefixForNoDescriptorByName) {
-    EXPECT_FALSE(tunnelled_.read({"frameB.system.a"}));
+    EXPECT_FALSE(read(tunnelled_, {"frameB.system.a"}));
     const std::string bytes = peer_.read();
     EXPECT_EQ(count(bytes, "\"paramDescriptor\":"), 0u) << bytes;
     EXPECT_THAT(bytes, HasSubstr("[\"GET\", \"frameB.system\", 1000042, 0, 0]"));
@@ -163,12 +168,12 @@ TEST_F(DeviceTest, AsksThroughAPrefixForNoDescriptorByName) {
 }
 
 TEST_F(DeviceTest, KnowsThroughAPrefixParametersByTheirNameThere) {
-    tunnelled_.read({});
+    read(tunnelled_, {});
     peer_.writeFrame("[\"RSP\", \"frameB.system\", 8, 1000042, 0]\n{\"id\":\"" +
                      idOf(peer_.read(), "\"param\":{") +
                      R"(","param":{"paramDescriptor":{"type":"device","params":)"
                      R"({"d_system.b":{"oid":"system.b","value":2}}}}})");
-    tunnelled_.read({}, 100ms);
+    read(tunnelled_, {}, 100ms);
     EXPECT_EQ(shown("frameB.system.b"), "2");
     tunnelled_.handleMessage(NOTMessage("frameB.system", "b", util::jsonNumber(3)));
     tunnelled_.handleMessage(NOTMessage("system", "b", util::jsonNumber(4)));
@@ -176,22 +181,22 @@ TEST_F(DeviceTest, KnowsThroughAPrefixParametersByTheirNameThere) {
 }
 
 TEST_F(DeviceTest, PutsEveryNameThatTheDeviceSaysUnderItsObject) {
-    device_.read({});
+    read(device_, {});
     peer_.writeFrame("[\"RSP\", \"system\", 8, 1000042, 0]\n{\"id\":\"" +
                      idOf(peer_.read(), "\"param\":{") +
                      R"(","paramDescriptor":{"x":{"oid":"LD.PRELOAD","value":1}}})");
-    device_.read({}, 100ms);
+    read(device_, {}, 100ms);
     EXPECT_EQ(shown("system.LD.PRELOAD"), "1");
 }
 
 // A daemon greets under its own name only, whatever way leads to it.
 TEST_F(DeviceTest, HearsThroughAPrefixThatTheDaemonIsNewOnTheBus) {
     EXPECT_EQ(tunnelled_.home(), "system");
-    tunnelled_.handleMessage(NOTMessage("system", "ipAddress", util::jsonNumber(1)));
-    tunnelled_.handleMessage(NOTMessage("other", "frameName", util::jsonString("Quorane")));
-    EXPECT_FALSE(tunnelled_.takeRestart());
-    tunnelled_.handleMessage(NOTMessage("system", "frameName", util::jsonString("Quorane")));
-    EXPECT_TRUE(tunnelled_.takeRestart());
+    EXPECT_FALSE(tunnelled_.handleMessage(NOTMessage("system", "ipAddress", util::jsonNumber(1))));
+    EXPECT_FALSE(
+        tunnelled_.handleMessage(NOTMessage("other", "frameName", util::jsonString("Quorane"))));
+    EXPECT_TRUE(
+        tunnelled_.handleMessage(NOTMessage("system", "frameName", util::jsonString("Quorane"))));
     EXPECT_EQ(shown("frameB.system.frameName"), "unknown");
 }
 

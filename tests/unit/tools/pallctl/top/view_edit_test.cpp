@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "client/known_parameters.h"
 #include "messages.h"
 #include "pallctl/top/view.h"
 
@@ -44,7 +45,7 @@ TEST_F(EditTest, BeginsWithThePresentValue) {
 }
 
 TEST_F(EditTest, BeginsEmptyWhenTheValueIsNotTold) {
-    state.addCatalogue();
+    client::describeKnownParameters(client::DevicePath("system"), state.cache());
     edit("netmask");
     EXPECT_EQ(view.line().text(), "");
     type(view, "255.0.0.0");
