@@ -1,9 +1,7 @@
 // Prints doc/parameters.md from the daemon's own catalogue.
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <span>
 #include <string>
 
@@ -13,67 +11,28 @@
 
 namespace {
 
-constexpr const char* kNothing = "announced, nothing else";
-constexpr const char* kSaved = "announced and saved";
-constexpr const char* kPairDetails = "details of the redundant pair";
-constexpr const char* kNetwork =
-    "with the other two valid: `network.conf` is written, the network restarted";
-constexpr const char* kNetworkFile = "a set; `network.conf` edited by others";
-
-// What no row of the catalogue says: what a set of the parameter does, and what changes it.
-struct Behaviour {
-    const char* key;
-    const char* onSet;
-    const char* changedBy;
-};
-
-constexpr Behaviour kBehaviours[] = {
-    {"system.frameName", kSaved, "a set; on Tessara frames the node's label, at the start"},
-    {"system.systemName", kSaved, "a set"},
-    {"system.active", kSaved, "a set"},
-    {"system.quoraneProfilesEnabled", kSaved, "a set"},
-    {"system.quoraneUsersEnabled", kSaved, "a set"},
-    {"system.ipAddress", kNetwork, kNetworkFile},
-    {"system.netmask", kNetwork, kNetworkFile},
-    {"system.gateway", kNetwork, kNetworkFile},
-    {"system.version", kNothing, "the start"},
-    {"system.frameType", kNothing, "the frame detection file, once, on Tessara frames"},
-    {"system.ethPort1Status", kNothing, "the bonding status, each second"},
-    {"system.ethPort2Status", kNothing, "the bonding status, each second"},
-    {"system.activeEthernet", "the bond is asked to change over (Quorane only)",
-     "a set; the bonding status, each second"},
-    {"system.psu1Voltage", kNothing, "the converter, each second"},
-    {"system.psu2Voltage", kNothing, "the converter, each second"},
-    {"system.battVoltage", kNothing, "the converter, one second in 151"},
-    {"system.pcbRevision", kNothing, "nothing"},
-    {"system.pcbIssue", kNothing, "nothing"},
-    {"system.productId", kNothing, "nothing"},
-    {"system.sshEnabled", "the server is started (not 0) or stopped (0); saved", "a set"},
-    {"system.ftpEnabled", "the server is started (not 0) or stopped (0); saved", "a set"},
-    {"system.ambrixEnabled", "the service is stopped, and started again (not 0); saved",
-     "a set; the service's own shut-off"},
-    {"system.generateReport", "the report is made (not 0), then back to 0; saved", "a set"},
-    {"system.restartNetwork", "the network is restarted (not 0), then back to 0; saved", "a set"},
-    {"system.activeKeli", "the bus is told which controller is active", kPairDetails},
-    {"system.primaryIPAddress", kNothing, kPairDetails},
-    {"system.primaryPresent", kNothing, kPairDetails},
-    {"system.primaryActive", kNothing, kPairDetails},
-    {"system.primaryVersion", kNothing, kPairDetails},
-    {"system.secondaryIPAddress", kNothing, kPairDetails},
-    {"system.secondaryPresent", kNothing, kPairDetails},
-    {"system.secondaryActive", kNothing, kPairDetails},
-    {"system.secondaryVersion", kNothing, kPairDetails},
-};
-
-// A row without an entry ends the program, and with it the build's test of the page.
-const Behaviour& behaviourOf(const char* key) {
-    for (const Behaviour& behaviour : kBehaviours) {
-        if (std::strcmp(behaviour.key, key) == 0) {
-            return behaviour;
-        }
+// What a set of the parameter does.
+std::string effect(const CatalogueRow& row) {
+    const bool saved = row.storage == Storage::published;
+    if (row.effect == nullptr) {
+        return saved ? "announced and saved" : "announced, nothing else";
     }
-    std::fprintf(stderr, "parameters_page: nothing is said of %s\n", key);
-    std::exit(EXIT_FAILURE);
+    return std::string(row.effect) + (saved ? "; saved" : "");
+}
+
+std::string changedBy(const CatalogueRow& row) {
+    const std::string other = row.changedBy == nullptr ? "" : row.changedBy;
+    if (row.access == Access::readonly) {
+        return other.empty() ? "nothing" : other;
+    }
+    return other.empty() ? "a set" : "a set; " + other;
+}
+
+std::string startsAs(const CatalogueRow& row) {
+    if (row.startsAs != nullptr) {
+        return row.startsAs;
+    }
+    return row.type == kTypeString ? "empty" : row.type == kTypeFloat ? "0.0" : "0";
 }
 
 std::string choices(const CatalogueRow& row) {
@@ -98,12 +57,11 @@ void printGroup(const char* title, std::span<const CatalogueRow> rows) {
         "|\n");
     std::printf("|---|---|---|---|---|---|---|---|---|\n");
     for (const CatalogueRow& row : rows) {
-        const Behaviour& behaviour = behaviourOf(row.key);
         std::printf("| `%s` | %s | %s | %s | %s | %s | %s | %s | %s |\n", row.key, row.name,
                     valueTypeName(row.type), form(row).c_str(),
                     row.access == Access::readonly ? "read-only" : "writable",
-                    row.storage == Storage::published ? "yes" : "no", row.startsAs, behaviour.onSet,
-                    behaviour.changedBy);
+                    row.storage == Storage::published ? "yes" : "no", startsAs(row).c_str(),
+                    effect(row).c_str(), changedBy(row).c_str());
     }
 }
 

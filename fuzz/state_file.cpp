@@ -14,12 +14,9 @@ constexpr const char* kContainer = "/vantor/etc/state";
 constexpr const char* kFile = "/vantor/etc/state.json";
 
 void requireComplete(const SystemState& state) {
-    for (const auto& group : {identityGroup(), mainCatalogue()}) {
-        for (const CatalogueRow& row : group) {
-            require(state.findParam(row.key) != nullptr);
-        }
+    for (const CatalogueRow& row : catalogue()) {
+        require(state.findParam(row.key) != nullptr);
     }
-    require(state.findParam("system.serial2") != nullptr);
 }
 
 // Starts on the file as it is, saves, and gives what is in the file then.

@@ -1,25 +1,23 @@
+// The table of all parameters.
+//
+// A field that a row leaves out has the default that catalogue.h gives it: the parameter is a whole
+// number, read-only, live, and starts as 0.
+
 #include "systemstate/catalogue.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <utility>
-#include <vector>
 
-#include "systemstate/machine.h"
+#include "systemstate/param_factory.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/places.h"
-#include "systemstate/product.h"
+#include "systemstate/serial_port.h"
 
 namespace {
 
-using Sources = CatalogueSources;
-
-constexpr const char* kNoWidget = "";
 constexpr const char* kAddressWidget = "WIDGET_IP_ADDRESS";
-constexpr int32_t kNoPrecision = -1;
-constexpr std::span<const char* const> kNoChoices;
 constexpr const char* kSwitchTexts[] = {"Disabled", "Enabled"};
-constexpr const char* kCommandTexts[] = {"Cancel", "Apply"};
 constexpr const char* kFlagTexts[] = {"false", "true"};
 constexpr const char* kControllerTexts[] = {"primary", "secondary"};
 
@@ -32,65 +30,6 @@ constexpr std::array<const char*, kPortNames.size()> portTitles() {
 }
 constexpr auto kPortTexts = portTitles();
 
-template <int64_t number>
-InitialValue integer(const Sources& /*sources*/) {
-    return number;
-}
-
-InitialValue noVoltage(const Sources& /*sources*/) {
-    return 0.0;
-}
-
-// No battery reads below zero, so this one has not been sampled yet.
-InitialValue notSampled(const Sources& /*sources*/) {
-    return -1.0;
-}
-
-InitialValue productName(const Sources& sources) {
-    return sources.product.name();
-}
-
-InitialValue systemName(const Sources& /*sources*/) {
-    return "System";
-}
-
-InitialValue version(const Sources& sources) {
-    return sources.version;
-}
-
-template <uint32_t NetworkSettings::*setting>
-InitialValue network(const Sources& sources) {
-    return int64_t{sources.network.*setting};
-}
-
-template <std::size_t position>
-InitialValue portStatus(const Sources& sources) {
-    return static_cast<int64_t>(sources.ports[position].status.get());
-}
-
-InitialValue activePort(const Sources& sources) {
-    return int64_t{activePortIndex(sources.ports)};
-}
-
-template <const char* const& disabledMarker>
-InitialValue serviceState(const Sources& sources) {
-    return int64_t{sources.machine.exists(disabledMarker) ? 0 : 1};
-}
-
-InitialValue activeController(const Sources& sources) {
-    return int64_t{sources.details.primary.active ? 0 : 1};
-}
-
-template <ControllerDetails MasterSystemDetails::*controller, auto field>
-InitialValue controllerFlag(const Sources& sources) {
-    return int64_t{sources.details.*controller.*field ? 1 : 0};
-}
-
-template <ControllerDetails MasterSystemDetails::*controller, auto field>
-InitialValue controllerText(const Sources& sources) {
-    return sources.details.*controller.*field;
-}
-
 constexpr auto kPrimary = &MasterSystemDetails::primary;
 constexpr auto kSecondary = &MasterSystemDetails::secondary;
 constexpr auto kAddress = &ControllerDetails::ipAddress;
@@ -98,127 +37,292 @@ constexpr auto kPresent = &ControllerDetails::present;
 constexpr auto kActive = &ControllerDetails::active;
 constexpr auto kVersion = &ControllerDetails::version;
 
+constexpr auto kIdentityGroup = Builder::identityGroup;
 constexpr auto kWritable = Access::writable;
-constexpr auto kReadonly = Access::readonly;
 constexpr auto kPublished = Storage::published;
-constexpr auto kLive = Storage::live;
 
-constexpr CatalogueRow kIdentityGroup[] = {
-    {kFrameNameKey, "Frame Name", kTypeString, kNoWidget, kWritable, kNoChoices, kNoPrecision,
-     kPublished, "product name", productName},
-    {"system.systemName", "System Name", kTypeString, kNoWidget, kWritable, kNoChoices,
-     kNoPrecision, kPublished, "\"System\"", systemName},
-    {"system.active", "Active", kTypeInt32, kNoWidget, kWritable, kNoChoices, kNoPrecision,
-     kPublished, "1", integer<1>},
-    {"system.quoraneProfilesEnabled", "Quo-Profiles", kTypeInt32, kNoWidget, kWritable,
-     kSwitchTexts, kNoPrecision, kPublished, "0", integer<0>},
-    {"system.quoraneUsersEnabled", "Quo-Credentials", kTypeInt32, kNoWidget, kWritable,
-     kSwitchTexts, kNoPrecision, kPublished, "1", integer<1>},
-};
+constexpr const char* kByMarker = "0 when the service is marked as disabled, else 1";
+constexpr const char* kKnownOfPrimary = "what is known of the primary";
+constexpr const char* kKnownOfSecondary = "what is known of the secondary";
+constexpr const char* kNetworkRestart =
+    "with the other two valid: `network.conf` is written, the network restarted";
+constexpr const char* kServerSwitch = "the server is started (not 0) or stopped (0)";
+constexpr const char* kFileEdit = "`network.conf` edited by others";
+constexpr const char* kBondingStatus = "the bonding status, each second";
+constexpr const char* kConverter = "the converter, each second";
+constexpr const char* kPairDetails = "details of the redundant pair";
 
-constexpr CatalogueRow kMainCatalogue[] = {
-    {kIpAddressKey, "IP Address", kTypeInt32, kAddressWidget, kWritable, kNoChoices, kNoPrecision,
-     kLive, "address in network.conf", network<&NetworkSettings::ip>},
-    {kNetmaskKey, "IP Netmask", kTypeInt32, kAddressWidget, kWritable, kNoChoices, kNoPrecision,
-     kLive, "netmask in network.conf", network<&NetworkSettings::netmask>},
-    {kGatewayKey, "Default Gateway", kTypeInt32, kAddressWidget, kWritable, kNoChoices,
-     kNoPrecision, kLive, "gateway in network.conf", network<&NetworkSettings::gateway>},
-    {"system.version", "System Version", kTypeString, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "version and revision in build.prop", version},
-    {kFrameTypeKey, "Frame Type", kTypeInt32, kNoWidget, kReadonly, kNoChoices, kNoPrecision, kLive,
-     "0", integer<0>},
-    {"system.ethPort1Status", "Port 1 Status", kTypeInt32, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "0 (down)", portStatus<0>},
-    {"system.ethPort2Status", "Port 2 Status", kTypeInt32, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "0 (down)", portStatus<1>},
-    {kActiveEthernetKey, "Active Ethernet Port", kTypeInt32, kNoWidget, kWritable, kPortTexts,
-     kNoPrecision, kPublished, "position of the active port", activePort},
-    {kPsu1VoltageKey, "PSU 1 Voltage", kTypeFloat, kNoWidget, kReadonly, kNoChoices, 2, kLive,
-     "0.0", noVoltage},
-    {kPsu2VoltageKey, "PSU 2 Voltage", kTypeFloat, kNoWidget, kReadonly, kNoChoices, 2, kLive,
-     "0.0", noVoltage},
-    {kBattVoltageKey, "Battery Voltage", kTypeFloat, kNoWidget, kReadonly, kNoChoices, 5, kLive,
-     "-1.0 (not sampled yet)", notSampled},
-    {"system.pcbRevision", "PCB Revision (RAW)", kTypeInt32, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "0", integer<0>},
-    {"system.pcbIssue", "PCB Issue (RAW)", kTypeInt32, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "0", integer<0>},
-    {"system.productId", "PCB Product ID (RAW)", kTypeInt32, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "0", integer<0>},
-    {kSshEnabledKey, "SSH Server", kTypeInt32, kNoWidget, kWritable, kSwitchTexts, kNoPrecision,
-     kPublished, "0 when the service is marked as disabled, else 1",
-     serviceState<kSshDisabledMarker>},
-    {kFtpEnabledKey, "FTP Server", kTypeInt32, kNoWidget, kWritable, kSwitchTexts, kNoPrecision,
-     kPublished, "0 when the service is marked as disabled, else 1",
-     serviceState<kFtpDisabledMarker>},
-    {kAmbrixEnabledKey, "Ambrix", kTypeInt32, kNoWidget, kWritable, kSwitchTexts, kNoPrecision,
-     kPublished, "0 when the service is marked as disabled, else 1",
-     serviceState<kAmbrixDisabledMarker>},
-    {kGenerateReportKey, "Generate Report", kTypeInt32, kNoWidget, kWritable, kCommandTexts,
-     kNoPrecision, kPublished, "0", integer<0>},
-    {kRestartNetworkKey, "Restart Network", kTypeInt32, kNoWidget, kWritable, kCommandTexts,
-     kNoPrecision, kPublished, "0", integer<0>},
-    {kActiveKeliKey, "Active KELI", kTypeInt32, kNoWidget, kWritable, kControllerTexts,
-     kNoPrecision, kLive, "0 when the primary is active, else 1", activeController},
-    {kPrimaryIpAddressKey, "IP Address (Pri)", kTypeString, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "what is known of the primary", controllerText<kPrimary, kAddress>},
-    {kPrimaryPresentKey, "Present (Pri)", kTypeInt32, kNoWidget, kReadonly, kFlagTexts,
-     kNoPrecision, kLive, "what is known of the primary", controllerFlag<kPrimary, kPresent>},
-    {kPrimaryActiveKey, "Active (Pri)", kTypeInt32, kNoWidget, kReadonly, kFlagTexts, kNoPrecision,
-     kLive, "what is known of the primary", controllerFlag<kPrimary, kActive>},
-    {kPrimaryVersionKey, "Version (Pri)", kTypeString, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "what is known of the primary", controllerText<kPrimary, kVersion>},
-    {kSecondaryIpAddressKey, "IP Address (Sec)", kTypeString, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "what is known of the secondary", controllerText<kSecondary, kAddress>},
-    {kSecondaryPresentKey, "Present (Sec)", kTypeInt32, kNoWidget, kReadonly, kFlagTexts,
-     kNoPrecision, kLive, "what is known of the secondary", controllerFlag<kSecondary, kPresent>},
-    {kSecondaryActiveKey, "Active (Sec)", kTypeInt32, kNoWidget, kReadonly, kFlagTexts,
-     kNoPrecision, kLive, "what is known of the secondary", controllerFlag<kSecondary, kActive>},
-    {kSecondaryVersionKey, "Version (Sec)", kTypeString, kNoWidget, kReadonly, kNoChoices,
-     kNoPrecision, kLive, "what is known of the secondary", controllerText<kSecondary, kVersion>},
-};
-
-std::shared_ptr<ToskValue> makeValue(const InitialValue& initial) {
-    if (const auto* const number = std::get_if<int64_t>(&initial)) {
-        return std::make_shared<ToskIntegerValue>(*number);
-    }
-    if (const auto* const reading = std::get_if<double>(&initial)) {
-        return std::make_shared<ToskFloatValue>(*reading);
-    }
-    return std::make_shared<ToskStringValue>(std::get<std::string>(initial));
+template <std::size_t position>
+constexpr CatalogueRow serialPortRow() {
+    return {.key = kSerialPorts[position].oid,
+            .name = kSerialPorts[position].label,
+            .group = Group::serialPorts,
+            .type = kTypeStruct,
+            .access = kWritable,
+            .builder = Builder::serialPorts,
+            .initialValue = initial::serialPort<position>,
+            .effect = "the member `_d_connectionPoint` is kept as the port's connection point"};
 }
 
-std::shared_ptr<ToskConstraint> makeConstraint(std::span<const char* const> texts) {
-    if (texts.empty()) {
-        return nullptr;
-    }
-    std::vector<ToskIntegerChoiceConstraint::Choice> choices;
-    for (const char* const text : texts) {
-        choices.push_back({static_cast<int32_t>(choices.size()), text});
-    }
-    return std::make_shared<ToskIntegerChoiceConstraint>(std::move(choices));
+constexpr CatalogueRow kCatalogue[] = {
+    {.key = kFrameNameKey,
+     .name = "Frame Name",
+     .group = Group::identity,
+     .type = kTypeString,
+     .access = kWritable,
+     .storage = kPublished,
+     .builder = kIdentityGroup,
+     .leadsGroup = true,
+     .initialValue = initial::productName,
+     .startsAs = "product name; on Tessara frames the node's label, whatever was saved"},
+    {.key = "system.systemName",
+     .name = "System Name",
+     .group = Group::identity,
+     .type = kTypeString,
+     .access = kWritable,
+     .storage = kPublished,
+     .builder = kIdentityGroup,
+     .leadsGroup = true,
+     .initialValue = initial::systemName,
+     .startsAs = "\"System\""},
+    {.key = "system.active",
+     .name = "Active",
+     .group = Group::identity,
+     .access = kWritable,
+     .storage = kPublished,
+     .builder = kIdentityGroup,
+     .initialValue = initial::one,
+     .startsAs = "1"},
+    {.key = "system.quoraneProfilesEnabled",
+     .name = "Quo-Profiles",
+     .group = Group::identity,
+     .access = kWritable,
+     .storage = kPublished,
+     .builder = kIdentityGroup,
+     .choices = kSwitchTexts},
+    {.key = "system.quoraneUsersEnabled",
+     .name = "Quo-Credentials",
+     .group = Group::identity,
+     .access = kWritable,
+     .storage = kPublished,
+     .builder = kIdentityGroup,
+     .choices = kSwitchTexts,
+     .initialValue = initial::one,
+     .startsAs = "1"},
+    {.key = kIpAddressKey,
+     .name = "IP Address",
+     .group = Group::network,
+     .access = kWritable,
+     .widget = kAddressWidget,
+     .initialValue = initial::network<&NetworkSettings::ip>,
+     .startsAs = "address in network.conf",
+     .effect = kNetworkRestart,
+     .changedBy = kFileEdit},
+    {.key = kNetmaskKey,
+     .name = "IP Netmask",
+     .group = Group::network,
+     .access = kWritable,
+     .widget = kAddressWidget,
+     .initialValue = initial::network<&NetworkSettings::netmask>,
+     .startsAs = "netmask in network.conf",
+     .effect = kNetworkRestart,
+     .changedBy = kFileEdit},
+    {.key = kGatewayKey,
+     .name = "Default Gateway",
+     .group = Group::network,
+     .access = kWritable,
+     .widget = kAddressWidget,
+     .initialValue = initial::network<&NetworkSettings::gateway>,
+     .startsAs = "gateway in network.conf",
+     .effect = kNetworkRestart,
+     .changedBy = kFileEdit},
+    {.key = "system.version",
+     .name = "System Version",
+     .group = Group::identity,
+     .type = kTypeString,
+     .leadsGroup = true,
+     .initialValue = initial::version,
+     .startsAs = "version and revision in build.prop"},
+    {.key = kFrameTypeKey,
+     .name = "Frame Type",
+     .group = Group::card,
+     .changedBy = "the frame detection file, once, on Tessara frames"},
+    {.key = "system.ethPort1Status",
+     .name = "Port 1 Status",
+     .group = Group::ethernetPorts,
+     .initialValue = initial::portStatus<0>,
+     .startsAs = "0 (down)",
+     .changedBy = kBondingStatus},
+    {.key = "system.ethPort2Status",
+     .name = "Port 2 Status",
+     .group = Group::ethernetPorts,
+     .initialValue = initial::portStatus<1>,
+     .startsAs = "0 (down)",
+     .changedBy = kBondingStatus},
+    {.key = kActiveEthernetKey,
+     .name = "Active Ethernet Port",
+     .group = Group::ethernetPorts,
+     .access = kWritable,
+     .storage = kPublished,
+     .choices = kPortTexts,
+     .initialValue = initial::activePort,
+     .startsAs = "position of the active port",
+     .effect = "the bond is asked to change over (Quorane only)",
+     .changedBy = kBondingStatus},
+    {.key = kPsu1VoltageKey,
+     .name = "PSU 1 Voltage",
+     .group = Group::voltages,
+     .type = kTypeFloat,
+     .precision = 2,
+     .changedBy = kConverter},
+    {.key = kPsu2VoltageKey,
+     .name = "PSU 2 Voltage",
+     .group = Group::voltages,
+     .type = kTypeFloat,
+     .precision = 2,
+     .changedBy = kConverter},
+    {.key = kBattVoltageKey,
+     .name = "Battery Voltage",
+     .group = Group::voltages,
+     .type = kTypeFloat,
+     .precision = 5,
+     .initialValue = initial::notSampled,
+     .startsAs = "-1.0 (not sampled yet)",
+     .changedBy = "the converter, one second in 151"},
+    {.key = "system.pcbRevision", .name = "PCB Revision (RAW)", .group = Group::card},
+    {.key = "system.pcbIssue", .name = "PCB Issue (RAW)", .group = Group::card},
+    {.key = "system.productId", .name = "PCB Product ID (RAW)", .group = Group::card},
+    {.key = kSshEnabledKey,
+     .name = "SSH Server",
+     .group = Group::services,
+     .access = kWritable,
+     .storage = kPublished,
+     .choices = kSwitchTexts,
+     .initialValue = initial::serviceState<kSshDisabledMarker>,
+     .startsAs = kByMarker,
+     .effect = kServerSwitch},
+    {.key = kFtpEnabledKey,
+     .name = "FTP Server",
+     .group = Group::services,
+     .access = kWritable,
+     .storage = kPublished,
+     .choices = kSwitchTexts,
+     .initialValue = initial::serviceState<kFtpDisabledMarker>,
+     .startsAs = kByMarker,
+     .effect = kServerSwitch},
+    {.key = kAmbrixEnabledKey,
+     .name = "Ambrix",
+     .group = Group::services,
+     .access = kWritable,
+     .storage = kPublished,
+     .choices = kSwitchTexts,
+     .initialValue = initial::serviceState<kAmbrixDisabledMarker>,
+     .startsAs = kByMarker,
+     .effect = "the service is stopped, and started again (not 0)",
+     .changedBy = "the service's own shut-off"},
+    {.key = kGenerateReportKey,
+     .name = "Generate Report",
+     .group = Group::services,
+     .access = kWritable,
+     .storage = kPublished,
+     .choices = kCommandTexts,
+     .effect = "the report is made (not 0), then back to 0"},
+    {.key = kRestartNetworkKey,
+     .name = "Restart Network",
+     .group = Group::network,
+     .access = kWritable,
+     .storage = kPublished,
+     .choices = kCommandTexts,
+     .effect = "the network is restarted (not 0), then back to 0"},
+    {.key = kActiveKeliKey,
+     .name = "Active KELI",
+     .group = Group::redundantPair,
+     .access = kWritable,
+     .choices = kControllerTexts,
+     .initialValue = initial::activeController,
+     .startsAs = "0 when the primary is active, else 1",
+     .effect = "the bus is told which controller is active",
+     .changedBy = kPairDetails},
+    {.key = kPrimaryIpAddressKey,
+     .name = "IP Address (Pri)",
+     .group = Group::redundantPair,
+     .type = kTypeString,
+     .initialValue = initial::controllerText<kPrimary, kAddress>,
+     .startsAs = kKnownOfPrimary,
+     .changedBy = kPairDetails},
+    {.key = kPrimaryPresentKey,
+     .name = "Present (Pri)",
+     .group = Group::redundantPair,
+     .choices = kFlagTexts,
+     .initialValue = initial::controllerFlag<kPrimary, kPresent>,
+     .startsAs = kKnownOfPrimary,
+     .changedBy = kPairDetails},
+    {.key = kPrimaryActiveKey,
+     .name = "Active (Pri)",
+     .group = Group::redundantPair,
+     .choices = kFlagTexts,
+     .initialValue = initial::controllerFlag<kPrimary, kActive>,
+     .startsAs = kKnownOfPrimary,
+     .changedBy = kPairDetails},
+    {.key = kPrimaryVersionKey,
+     .name = "Version (Pri)",
+     .group = Group::redundantPair,
+     .type = kTypeString,
+     .initialValue = initial::controllerText<kPrimary, kVersion>,
+     .startsAs = kKnownOfPrimary,
+     .changedBy = kPairDetails},
+    {.key = kSecondaryIpAddressKey,
+     .name = "IP Address (Sec)",
+     .group = Group::redundantPair,
+     .type = kTypeString,
+     .initialValue = initial::controllerText<kSecondary, kAddress>,
+     .startsAs = kKnownOfSecondary,
+     .changedBy = kPairDetails},
+    {.key = kSecondaryPresentKey,
+     .name = "Present (Sec)",
+     .group = Group::redundantPair,
+     .choices = kFlagTexts,
+     .initialValue = initial::controllerFlag<kSecondary, kPresent>,
+     .startsAs = kKnownOfSecondary,
+     .changedBy = kPairDetails},
+    {.key = kSecondaryActiveKey,
+     .name = "Active (Sec)",
+     .group = Group::redundantPair,
+     .choices = kFlagTexts,
+     .initialValue = initial::controllerFlag<kSecondary, kActive>,
+     .startsAs = kKnownOfSecondary,
+     .changedBy = kPairDetails},
+    {.key = kSecondaryVersionKey,
+     .name = "Version (Sec)",
+     .group = Group::redundantPair,
+     .type = kTypeString,
+     .initialValue = initial::controllerText<kSecondary, kVersion>,
+     .startsAs = kKnownOfSecondary,
+     .changedBy = kPairDetails},
+    serialPortRow<0>(),
+    serialPortRow<1>(),
+    serialPortRow<2>(),
+};
+
+std::span<const CatalogueRow> builtBy(Builder builder) {
+    const auto rows = std::ranges::equal_range(kCatalogue, builder, {}, &CatalogueRow::builder);
+    return {rows.begin(), rows.end()};
 }
 
 }  // namespace
 
+std::span<const CatalogueRow> catalogue() {
+    return kCatalogue;
+}
+
 std::span<const CatalogueRow> identityGroup() {
-    return kIdentityGroup;
+    return builtBy(Builder::identityGroup);
 }
 
 std::span<const CatalogueRow> mainCatalogue() {
-    return kMainCatalogue;
+    return builtBy(Builder::mainCatalogue);
 }
 
-std::unique_ptr<ToskParam> makeParam(const CatalogueRow& row, const CatalogueSources& sources) {
-    auto param = std::make_unique<ToskParam>();
-    param->setOid(ToskOID(row.key, 1));
-    param->setName(row.name);
-    param->setType(row.type);
-    param->setWidget(row.widget);
-    param->setReadonly(row.access == Access::readonly);
-    param->setConstraint(makeConstraint(row.choices));
-    param->setPrecision(row.precision);
-    param->setPublished(row.storage == Storage::published);
-    param->setValue(makeValue(row.initialValue(sources)));
-    return param;
+std::span<const CatalogueRow> serialPortGroup() {
+    return builtBy(Builder::serialPorts);
 }

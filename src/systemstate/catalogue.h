@@ -3,54 +3,70 @@
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <string>
-#include <variant>
+#include <string_view>
 
 #include "model/tosk_param.h"
-#include "systemstate/controller_details.h"
-#include "systemstate/ethernet_interface_status.h"
-#include "systemstate/network_settings.h"
 
-class Machine;
-class Product;
+struct CatalogueSources;
 
-// The catalogue of the device: one row per parameter, in the order of building. Adding a parameter
-// is adding a row here and, if a set of it does something, one to the table of reactions. The
-// page of parameters in doc/ is printed from these rows.
-
-// What initial values are taken from; all of it is read when the catalogue is built.
-struct CatalogueSources {
-    const Machine& machine;
-    const Product& product;
-    const EthernetPorts& ports;
-    const MasterSystemDetails& details;
-    NetworkSettings network;
-    std::string version;
-};
-
-using InitialValue = std::variant<int64_t, double, std::string>;
+// The catalogue of the device: one row per parameter, in the order of building. A row is all that
+// there is to say of a parameter; the device, the page of parameters, the tools and the tests take
+// it from there. Rows are constant and may be read on any thread.
 
 enum class Access { writable, readonly };
 enum class Storage { published, live };  // published: in descriptors and in the state file
 
-struct CatalogueRow {
-    const char* key;
-    const char* name;
-    ToskValueType type;
-    const char* widget;  // empty: none
-    Access access;
-    std::span<const char* const> choices;  // texts of 0, 1, …; empty: no constraint
-    int32_t precision;                     // negative: none
-    Storage storage;
-    const char* startsAs;  // the initial value in words
-    InitialValue (*initialValue)(const CatalogueSources& sources);
+// Which part of the construction makes the parameter, in this order.
+enum class Builder { identityGroup, mainCatalogue, serialPorts };
+
+// The heading under which people look for the parameter.
+enum class Group {
+    identity,
+    network,
+    ethernetPorts,
+    voltages,
+    services,
+    redundantPair,
+    serialPorts,
+    card
 };
 
-// The settings that make up the frame's identity.
-std::span<const CatalogueRow> identityGroup();
+// The choices of a command: once carried out it is 0 again.
+inline constexpr const char* kCommandTexts[] = {"Cancel", "Apply"};
 
-// Everything else but the serial ports.
-std::span<const CatalogueRow> mainCatalogue();
+struct CatalogueRow {
+    const char* key;   // "system.ipAddress"
+    const char* name;  // label for people, "IP Address"
+    Group group;
 
-// A parameter as its row describes it, holding its initial value. It has no listener yet.
-std::unique_ptr<ToskParam> makeParam(const CatalogueRow& row, const CatalogueSources& sources);
+    ToskValueType type = kTypeInt32;
+    Access access = Access::readonly;
+    Storage storage = Storage::live;
+    Builder builder = Builder::mainCatalogue;
+    bool leadsGroup = false;                 // shown before the others of its group
+    int32_t precision = -1;                  // negative: not set
+    const char* widget = "";                 // empty: none
+    std::span<const char* const> choices{};  // texts of 0, 1, …; empty: no constraint
+
+    // Makes the initial value; null: 0, or an empty text.
+    std::shared_ptr<ToskValue> (*initialValue)(const CatalogueSources& sources) = nullptr;
+
+    // For the page of parameters: the initial value in words (null: 0, or an empty text), what a
+    // set does beyond the announcement (null: nothing), and what else than a set changes the value
+    // while the daemon runs (null: nothing).
+    const char* startsAs = nullptr;
+    const char* effect = nullptr;
+    const char* changedBy = nullptr;
+};
+
+// The last part of the key, "ipAddress", which is the parameter's name in messages.
+constexpr std::string_view leafName(const CatalogueRow& row) {
+    const std::string_view key(row.key);
+    return key.substr(key.rfind('.') + 1);
+}
+
+// The whole catalogue, and its parts in order.
+std::span<const CatalogueRow> catalogue();
+std::span<const CatalogueRow> identityGroup();    // the settings that make up the frame's identity
+std::span<const CatalogueRow> mainCatalogue();    // readings, settings and commands of the machine
+std::span<const CatalogueRow> serialPortGroup();  // in the order of the serial ports

@@ -1,5 +1,7 @@
 #include "systemstate/serial_port.h"
 
+#include <cstddef>
+
 #include "model/tosk_struct_value.h"
 
 namespace {
@@ -18,24 +20,19 @@ ToskParam textMember(const char* leaf, const char* name, const std::string& text
 }  // namespace
 
 SerialPorts makeSerialPorts() {
-    return {{{"/dev/ttyS2", "COM1", "", "system.serial0"},
-             {"/dev/ttyS1", "COM2", "", "system.serial1"},
-             {"/dev/ttyS3", "TBus", "", "system.serial2"}}};
+    SerialPorts ports;
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        ports[i] = {kSerialPorts[i].device, kSerialPorts[i].label, "", kSerialPorts[i].oid};
+    }
+    return ports;
 }
 
-std::unique_ptr<ToskParam> makeSerialParam(const SerialPort& port) {
+std::shared_ptr<ToskValue> makeSerialValue(const SerialPort& port) {
     auto value = std::make_shared<ToskStructValue>();
     value->addParam(textMember("name", "Name", port.label));
     value->addParam(textMember("dev", "Device", port.device));
     value->addParam(textMember(kConnectionPoint, "Active Connection", port.connectionPoint));
-
-    auto param = std::make_unique<ToskParam>();
-    param->setOid(ToskOID(port.oid, 1));
-    param->setName(port.label);
-    param->setType(kTypeStruct);
-    param->setValue(std::move(value));
-    param->setPublished(false);
-    return param;
+    return value;
 }
 
 void takeConnectionPoint(SerialPort& port, const ToskParam& param) {

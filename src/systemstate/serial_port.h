@@ -5,6 +5,7 @@
 #include <string>
 
 class ToskParam;
+class ToskValue;
 
 // One serial port of the frame. Main thread.
 struct SerialPort {
@@ -14,13 +15,24 @@ struct SerialPort {
     std::string oid;              // identifier of its parameter
 };
 
-using SerialPorts = std::array<SerialPort, 3>;
+// A port of the frame as it is built.
+struct SerialPortHardware {
+    const char* oid;
+    const char* label;
+    const char* device;
+};
+inline constexpr std::array<SerialPortHardware, 3> kSerialPorts{
+    {{"system.serial0", "COM1", "/dev/ttyS2"},
+     {"system.serial1", "COM2", "/dev/ttyS1"},
+     {"system.serial2", "TBus", "/dev/ttyS3"}}};
+
+using SerialPorts = std::array<SerialPort, kSerialPorts.size()>;
 
 // The ports of a frame, with nothing connected.
 SerialPorts makeSerialPorts();
 
-// The port's parameter: a struct of the port's name, device and connection, not published.
-std::unique_ptr<ToskParam> makeSerialParam(const SerialPort& port);
+// The value of the port's parameter: a struct of the port's name, device and connection.
+std::shared_ptr<ToskValue> makeSerialValue(const SerialPort& port);
 
 // Takes the connection over that a client wrote into the port's parameter, if the value has one.
 void takeConnectionPoint(SerialPort& port, const ToskParam& param);

@@ -5,6 +5,7 @@
 
 #include "systemstate/build_properties.h"
 #include "systemstate/catalogue.h"
+#include "systemstate/param_factory.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
 #include "systemstate/places.h"
@@ -122,10 +123,10 @@ bool correctFrameName(SystemState& state, const std::string& label,
     return true;
 }
 
-void buildSerialParams(SystemState& state) {
-    for (const SerialPort& port : state.serialPorts()) {
-        util::trace("%s oid=%s\n", "addSerialStatusParams", port.oid.c_str());
-        state.device()->addParam(makeSerialParam(port));
+void buildSerialParams(SystemState& state, const CatalogueSources& sources) {
+    for (const CatalogueRow& row : serialPortGroup()) {
+        util::trace("%s oid=%s\n", "addSerialStatusParams", row.key);
+        state.device()->addParam(makeParam(row, sources));
     }
 }
 
@@ -175,6 +176,6 @@ void SystemState::buildCatalogue() {
     for (const CatalogueRow& row : mainCatalogue()) {
         buildRow(*this, row, sources);
     }
-    buildSerialParams(*this);
+    buildSerialParams(*this, sources);
     listenToAll(*this);
 }

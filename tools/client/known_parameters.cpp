@@ -1,15 +1,13 @@
 #include "client/known_parameters.h"
 
-#include "model/tosk_param.h"
 #include "model/tosk_type_names.h"
 #include "systemstate/catalogue.h"
-#include "systemstate/serial_port.h"
 
 namespace client {
 
 namespace {
 
-Descriptor descriptorOf(const CatalogueRow& row) {
+Descriptor describeRow(const CatalogueRow& row) {
     Descriptor descriptor;
     descriptor.name = row.key;
     descriptor.label = row.name;
@@ -30,21 +28,16 @@ Descriptor descriptorOf(const CatalogueRow& row) {
 
 std::vector<std::string> knownParameterNames() {
     std::vector<std::string> names;
-    for (const Descriptor& descriptor : knownDescriptors()) {
-        names.push_back(descriptor.name);
+    for (const CatalogueRow& row : catalogue()) {
+        names.emplace_back(row.key);
     }
     return names;
 }
 
 std::vector<Descriptor> knownDescriptors() {
     std::vector<Descriptor> descriptors;
-    for (const auto rows : {identityGroup(), mainCatalogue()}) {
-        for (const CatalogueRow& row : rows) {
-            descriptors.push_back(descriptorOf(row));
-        }
-    }
-    for (const SerialPort& port : makeSerialPorts()) {
-        descriptors.push_back(decodeParameter(makeSerialParam(port)->toJSON().get())->descriptor);
+    for (const CatalogueRow& row : catalogue()) {
+        descriptors.push_back(describeRow(row));
     }
     return descriptors;
 }

@@ -3,6 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "model/tosk_struct_value.h"
+#include "recording_machine.h"
+#include "support/temporary_directory.h"
+#include "systemstate/catalogue.h"
+#include "systemstate/param_factory.h"
+#include "systemstate/product.h"
 
 namespace {
 
@@ -21,6 +26,15 @@ class SerialPortRow : public testing::TestWithParam<std::size_t> {
     };
     const PortCase& expected() const { return kPorts[GetParam()]; }
     SerialPort port() const { return makeSerialPorts()[GetParam()]; }
+    // As the catalogue describes it; nothing of the machine is asked for.
+    std::unique_ptr<ToskParam> makePortParam() const {
+        const TemporaryDirectory root;
+        RecordingMachine machine(root.path());
+        const Product product("Quorane");
+        const EthernetPorts ports = makeEthernetPorts();
+        const MasterSystemDetails details;
+        return makeParam(serialPortGroup()[GetParam()], {machine, product, ports, details, {}, {}});
+    }
 };
 
 TEST_P(SerialPortRow, Record) {
@@ -31,7 +45,7 @@ TEST_P(SerialPortRow, Record) {
 }
 
 TEST_P(SerialPortRow, Param) {
-    const std::unique_ptr<ToskParam> param = makeSerialParam(port());
+    const std::unique_ptr<ToskParam> param = makePortParam();
     EXPECT_EQ(param->oid().toString(), expected().oid);
     EXPECT_EQ(param->name(), expected().label);
     EXPECT_EQ(param->type(), kTypeStruct);
@@ -40,7 +54,7 @@ TEST_P(SerialPortRow, Param) {
 }
 
 TEST_P(SerialPortRow, MembersInTheirOrder) {
-    const std::unique_ptr<ToskParam> param = makeSerialParam(port());
+    const std::unique_ptr<ToskParam> param = makePortParam();
     EXPECT_EQ(
         util::renderJSON(param->valueToJSON().get(), false),
         std::string(R"({"_d_name":{"name":"Name","type":"STRING","readonly":false,"value":")") +
@@ -59,11 +73,13 @@ util::UniqueJSON json(const std::string& text) {
 
 TEST(SerialConnection, IsTakenFromTheMember) {
     SerialPort port = makeSerialPorts()[0];
-    const std::unique_ptr<ToskParam> param = makeSerialParam(port);
-    ASSERT_EQ(param->setValueFromJSON(
+    ToskParam param;
+    param.setType(kTypeStruct);
+    param.setValue(makeSerialValue(port));
+    ASSERT_EQ(param.setValueFromJSON(
                   json(R"({"_d_connectionPoint":{"type":"STRING","value":"Router A"}})").get()),
               0);
-    takeConnectionPoint(port, *param);
+    takeConnectionPoint(port, param);
     EXPECT_EQ(port.connectionPoint, "Router A");
 }
 

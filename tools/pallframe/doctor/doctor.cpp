@@ -65,12 +65,9 @@ ProbeResult settingsOf(const RootProbe& root, const Check& check, const Product&
 // All that the state file could have brought.
 std::vector<Published> savedParameters() {
     std::vector<Published> saved;
-    for (const auto& group : {identityGroup(), mainCatalogue()}) {
-        for (const CatalogueRow& row : group) {
-            if (row.storage == Storage::published) {
-                const std::string_view key(row.key);
-                saved.push_back({key.substr(key.find('.') + 1), ""});
-            }
+    for (const CatalogueRow& row : catalogue()) {
+        if (row.storage == Storage::published) {
+            saved.push_back({leafName(row), ""});
         }
     }
     return saved;
