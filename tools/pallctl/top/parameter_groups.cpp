@@ -2,46 +2,34 @@
 
 #include <algorithm>
 #include <cctype>
-#include <iterator>
-#include <span>
+#include <string>
+
+#include "systemstate/catalogue.h"
 
 namespace pallctl::top {
 
 namespace {
 
-using client::Parameter;
-
-// The device's own descriptor puts nothing into menus, so what belongs together is said here.
-constexpr const char* kIdentity[] = {
-    "frameName",          "systemName", "version", "active", "quoraneProfilesEnabled",
-    "quoraneUsersEnabled"};
-constexpr const char* kNetwork[] = {"ipAddress", "netmask", "gateway", "restartNetwork"};
-constexpr const char* kPorts[] = {"ethPort1Status", "ethPort2Status", "activeEthernet"};
-constexpr const char* kSupplies[] = {"psu1Voltage", "psu2Voltage", "battVoltage"};
-constexpr const char* kServices[] = {"sshEnabled", "ftpEnabled", "ambrixEnabled", "generateReport"};
-constexpr const char* kPair[] = {"activeKeli",       "primaryIPAddress", "primaryPresent",
-                                 "primaryActive",    "primaryVersion",   "secondaryIPAddress",
-                                 "secondaryPresent", "secondaryActive",  "secondaryVersion"};
-constexpr const char* kSerialPorts[] = {"serial0", "serial1", "serial2"};
-constexpr const char* kCard[] = {"frameType", "pcbRevision", "pcbIssue", "productId"};
-
-struct Group {
+struct GroupTitle {
+    Group group;
     const char* title;
-    std::span<const char* const> leaves;
 };
 
-constexpr Group kGroups[] = {{"Identity", kIdentity},        {"Network", kNetwork},
-                             {"Ethernet ports", kPorts},     {"Voltages", kSupplies},
-                             {"Services", kServices},        {"Redundant pair", kPair},
-                             {"Serial ports", kSerialPorts}, {"Card", kCard}};
+// In the order on the screen.
+constexpr GroupTitle kGroupTitles[] = {
+    {Group::identity, "Identity"},
+    {Group::network, "Network"},
+    {Group::ethernetPorts, "Ethernet ports"},
+    {Group::voltages, "Voltages"},
+    {Group::services, "Services"},
+    {Group::redundantPair, "Redundant pair"},
+    {Group::serialPorts, "Serial ports"},
+    {Group::card, "Card"},
+};
 
-bool isIn(const Group& group, const std::string& leaf) {
-    return std::find(group.leaves.begin(), group.leaves.end(), leaf) != group.leaves.end();
-}
-
-bool isInNone(const std::string& leaf) {
-    return std::none_of(std::begin(kGroups), std::end(kGroups),
-                        [&](const Group& group) { return isIn(group, leaf); });
+bool isInCatalogue(const std::string& leaf) {
+    return std::ranges::any_of(catalogue(),
+                               [&](const CatalogueRow& row) { return leafName(row) == leaf; });
 }
 
 bool equalInAnyCase(char one, char other) {
@@ -56,21 +44,28 @@ bool holds(std::string_view text, std::string_view part) {
            text.end();
 }
 
-Section sectionOf(const Group& group, const DeviceState& state) {
-    Section section{group.title, {}};
-    for (const char* leaf : group.leaves) {
-        if (const client::Parameter* parameter = state.find(leaf)) {
-            section.parameters.push_back(parameter);
+void addParameters(Section& section, const DeviceState& state, Group group, bool leading) {
+    for (const CatalogueRow& row : catalogue()) {
+        if (row.group == group && row.leadsGroup == leading) {
+            if (const client::Parameter* parameter = state.find(std::string(leafName(row)))) {
+                section.parameters.push_back(parameter);
+            }
         }
     }
+}
+
+Section makeSection(const GroupTitle& group, const DeviceState& state) {
+    Section section{group.title, {}};
+    addParameters(section, state, group.group, true);
+    addParameters(section, state, group.group, false);
     return section;
 }
 
-// An announcement may speak of things that are no parameters of the device.
-Section othersOf(const DeviceState& state) {
+// A notification may contain members that are not parameters of the device.
+Section makeOtherSection(const DeviceState& state) {
     Section section{"Other", {}};
     for (const client::Parameter* parameter : state.all()) {
-        if (!parameter->descriptor.type.empty() && isInNone(state.leafName(*parameter))) {
+        if (!parameter->descriptor.type.empty() && !isInCatalogue(state.leafName(*parameter))) {
             section.parameters.push_back(parameter);
         }
     }
@@ -81,10 +76,10 @@ Section othersOf(const DeviceState& state) {
 
 std::vector<Section> groupParameters(const DeviceState& state, std::string_view text) {
     std::vector<Section> sections;
-    for (const Group& group : kGroups) {
-        sections.push_back(sectionOf(group, state));
+    for (const GroupTitle& group : kGroupTitles) {
+        sections.push_back(makeSection(group, state));
     }
-    sections.push_back(othersOf(state));
+    sections.push_back(makeOtherSection(state));
     for (Section& section : sections) {
         std::erase_if(section.parameters, [&](const client::Parameter* parameter) {
             return !matches(state, *parameter, text);
