@@ -1,42 +1,65 @@
 #include "soaking/requests.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
+#include <iterator>
+#include <string_view>
 
+#include "systemstate/catalogue.h"
+#include "systemstate/param_keys.h"
 #include "util/json.h"
 
 namespace soak {
 
 namespace {
 
-constexpr bool kSaved = true;
-constexpr bool kSteady = true;
+Values chooseValues(const CatalogueRow& row) {
+    const std::string_view key(row.key);
+    if (key == kActiveEthernetKey) {
+        return Values::port;
+    }
+    if (*row.widget != '\0') {
+        return key == kNetmaskKey ? Values::netmask : Values::address;
+    }
+    if (row.type == kTypeString) {
+        return Values::text;
+    }
+    if (row.type == kTypeStruct) {
+        return Values::connectionPoint;
+    }
+    return row.choices.data() == std::data(kCommandTexts) ? Values::command : Values::flag;
+}
 
-constexpr std::array<Parameter, 18> kParameters{{
-    {"frameName", Values::text, 40, kSaved, kSteady},
-    {"systemName", Values::text, 40, kSaved, kSteady},
-    {"active", Values::flag, 30, kSaved, kSteady},
-    {"quoraneProfilesEnabled", Values::flag, 30, kSaved, kSteady},
-    {"quoraneUsersEnabled", Values::flag, 30, kSaved, kSteady},
-    {"activeKeli", Values::flag, 30, !kSaved, !kSteady},  // also by what the bus says of the pair
-    {"serial0", Values::connectionPoint, 3, !kSaved, !kSteady},
-    {"serial1", Values::connectionPoint, 3, !kSaved, !kSteady},
-    {"serial2", Values::connectionPoint, 3, !kSaved, !kSteady},
-    {"sshEnabled", Values::flag, 3, kSaved, kSteady},
-    {"ftpEnabled", Values::flag, 3, kSaved, kSteady},
-    {"ambrixEnabled", Values::flag, 2, kSaved, !kSteady},  // also by its own shut-off
-    {"activeEthernet", Values::port, 2, kSaved, !kSteady},
-    {"generateReport", Values::command, 1, kSaved, kSteady},
-    {"restartNetwork", Values::command, 1, kSaved, kSteady},
-    {"ipAddress", Values::address, 1, !kSaved, !kSteady},
-    {"netmask", Values::netmask, 1, !kSaved, !kSteady},
-    {"gateway", Values::address, 1, !kSaved, !kSteady},
-}};
+// A set that runs commands holds up everything else.
+int64_t weigh(const CatalogueRow& row, Values values) {
+    if (row.effect == nullptr || std::string_view(row.key) == kActiveKeliKey) {
+        return 30;
+    }
+    return values == Values::flag || values == Values::connectionPoint ? 3 : 1;
+}
 
-constexpr std::array<const char*, 8> kReadings{"psu1Voltage", "psu2Voltage",    "battVoltage",
-                                               "version",     "ethPort1Status", "ethPort2Status",
-                                               "frameType",   "serial0"};
+Parameter describe(const CatalogueRow& row) {
+    const Values values = chooseValues(row);
+    return {.name = leafName(row).data(),
+            .values = values,
+            .weight = weigh(row, values),
+            .saved = row.storage == Storage::published,
+            .steady = row.changedBy == nullptr && values != Values::connectionPoint};
+}
+
+// Everything that clients are offered to write.
+const std::vector<Parameter>& parameters() {
+    static const std::vector<Parameter> writable = [] {
+        std::vector<Parameter> all;
+        for (const CatalogueRow& row : catalogue()) {
+            if (row.access == Access::writable) {
+                all.push_back(describe(row));
+            }
+        }
+        return all;
+    }();
+    return writable;
+}
 
 constexpr std::string_view kLetters = "abcdefgXYZ 0123456789-_.,;:!'\"\\/%s{}[]";
 constexpr std::string_view kIdTail = "@soak";
@@ -50,6 +73,13 @@ bool isCheap(const Parameter& parameter) {
     return std::string_view(parameter.name) == "activeKeli";
 }
 
+// Any parameter of the device, most of which are readings.
+const char* pickReading(Random& random) {
+    const auto rows = catalogue();
+    const int64_t last = static_cast<int64_t>(rows.size()) - 1;
+    return leafName(rows[static_cast<size_t>(random.between(0, last))]).data();
+}
+
 std::string nameList(const std::vector<std::string>& names) {
     std::string list;
     for (const std::string& name : names) {
@@ -61,7 +91,7 @@ std::string nameList(const std::vector<std::string>& names) {
 }  // namespace
 
 std::span<const Parameter> writableParameters() {
-    return kParameters;
+    return parameters();
 }
 
 std::optional<uint64_t> requestNumber(const std::string& id) {
@@ -91,7 +121,7 @@ Request RequestMaker::any(bool network) {
     }
     const Parameter* parameter = nullptr;
     do {
-        parameter = &random_.pick(kParameters);
+        parameter = &random_.pick(parameters());
     } while (parameter->isNetwork() && !network);
     return set(*parameter);
 }
@@ -100,7 +130,7 @@ Request RequestMaker::amongOthers() {
     if (random_.onceIn(2)) {
         return getOfAnyKind();
     }
-    return random_.onceIn(40) ? refused() : set(*std::ranges::find_if(kParameters, isCheap));
+    return random_.onceIn(40) ? refused() : set(*std::ranges::find_if(parameters(), isCheap));
 }
 
 Request RequestMaker::set(const Parameter& parameter) {
@@ -143,12 +173,12 @@ Request RequestMaker::getOfAnyKind() {
     }
     if (random_.onceIn(10)) {
         return numbered(
-            "GET", "\"paramDescriptor\":" + nameList({random_.pick(kParameters).name, "nothing"}));
+            "GET", "\"paramDescriptor\":" + nameList({random_.pick(parameters()).name, "nothing"}));
     }
     std::vector<std::string> names;
     for (int64_t count = random_.between(1, 4); count > 0; --count) {
-        names.emplace_back(random_.onceIn(3) ? kReadings[static_cast<size_t>(random_.between(0, 7))]
-                                             : random_.pick(kParameters).name);
+        names.emplace_back(random_.onceIn(3) ? pickReading(random_)
+                                             : random_.pick(parameters()).name);
     }
     // Each name is answered once, however often it is listed.
     std::ranges::sort(names);

@@ -1,6 +1,9 @@
 #include "soaking/requests.h"
 
+#include <algorithm>
 #include <set>
+#include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -15,23 +18,58 @@ TEST(Requests, EveryWritableParameterOfTheCatalogueIsSet) {
     for (const Parameter& parameter : writableParameters()) {
         set.insert(std::string("system.") + parameter.name);
     }
-    for (const auto& group : {identityGroup(), mainCatalogue()}) {
-        for (const CatalogueRow& row : group) {
-            EXPECT_EQ(set.count(row.key) == 1, row.access == Access::writable) << row.key;
-        }
+    for (const CatalogueRow& row : catalogue()) {
+        EXPECT_EQ(set.count(row.key) == 1, row.access == Access::writable) << row.key;
     }
 }
 
 TEST(Requests, SavedAreThoseThatTheCatalogueSaves) {
-    for (const auto& group : {identityGroup(), mainCatalogue()}) {
-        for (const CatalogueRow& row : group) {
-            for (const Parameter& parameter : writableParameters()) {
-                if (std::string("system.") + parameter.name == row.key) {
-                    EXPECT_EQ(parameter.saved, row.storage == Storage::published) << row.key;
-                }
+    for (const CatalogueRow& row : catalogue()) {
+        for (const Parameter& parameter : writableParameters()) {
+            if (parameter.name == leafName(row)) {
+                EXPECT_EQ(parameter.saved, row.storage == Storage::published) << row.key;
             }
         }
     }
+}
+
+struct Expected {
+    const char* name;
+    Values values;
+    bool steady;
+};
+
+// Each kind of parameter once.
+TEST(Requests, ValuesAreThoseThatTheParameterTakes) {
+    for (const Expected& expected : {Expected{"frameName", Values::text, true},
+                                     {"active", Values::flag, true},
+                                     {"activeKeli", Values::flag, false},
+                                     {"serial1", Values::connectionPoint, false},
+                                     {"sshEnabled", Values::flag, true},
+                                     {"ambrixEnabled", Values::flag, false},
+                                     {"activeEthernet", Values::port, false},
+                                     {"generateReport", Values::command, true},
+                                     {"ipAddress", Values::address, false},
+                                     {"netmask", Values::netmask, false}}) {
+        const auto found = std::ranges::find_if(writableParameters(), [&](const Parameter& each) {
+            return std::string_view(each.name) == expected.name;
+        });
+        ASSERT_NE(found, writableParameters().end()) << expected.name;
+        EXPECT_EQ(found->values, expected.values) << expected.name;
+        EXPECT_EQ(found->steady, expected.steady) << expected.name;
+    }
+}
+
+// A run that does little else than wait for commands sees little.
+TEST(Requests, FewSetsRunCommands) {
+    int64_t all = 0;
+    int64_t commands = 0;
+    for (const Parameter& parameter : writableParameters()) {
+        all += parameter.weight;
+        commands += parameter.weight < 30 ? parameter.weight : 0;
+    }
+    EXPECT_LT(commands * 5, all);
+    EXPECT_GT(commands, 0);
 }
 
 TEST(Requests, AreNumberedAndNamedByTheirNumber) {
