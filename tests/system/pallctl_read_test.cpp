@@ -1,9 +1,11 @@
 // pallctl's verbs that read, on the real bus with the real daemon.
 
 #include <algorithm>
+#include <iterator>
 
 #include "harness/terminal.h"
 #include "on_pallbus.h"
+#include "systemstate/catalogue.h"
 #include "util/json.h"
 
 using harness::Result;
@@ -42,7 +44,8 @@ TEST_F(PallctlRead, ListsTheWholeCatalogue) {
     const Result result = pallctl({"list"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.error, "");
-    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1 + 5 + 28 + 3);
+    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'),
+              1 + std::ssize(catalogue()));
     EXPECT_THAT(result.output, HasSubstr("\nsystem.ipAddress "));
 }
 
@@ -50,7 +53,7 @@ TEST_F(PallctlRead, ListsTheSameForPrograms) {
     const Result result = pallctl({"list", "--json"});
     EXPECT_EQ(result.status, 0);
     const util::UniqueJSON listed = json(result.output);
-    EXPECT_EQ(cJSON_GetArraySize(listed.get()), 5 + 28 + 3);
+    EXPECT_EQ(cJSON_GetArraySize(listed.get()), std::ssize(catalogue()));
     EXPECT_EQ(at(listed, "system.ipAddress", "value"), "167772165");
     EXPECT_EQ(at(listed, "system.ipAddress", "text"), "\"10.0.0.5\"");
     EXPECT_EQ(at(listed, "system.version", "readOnly"), "true");
@@ -124,7 +127,7 @@ TEST_F(PallctlRead, DescribesWhatTheDeviceSays) {
               "  read-only       yes\n"
               "  decimals        5\n");
     const util::UniqueJSON all = json(pallctl({"describe", "--json"}).output);
-    EXPECT_EQ(cJSON_GetArraySize(all.get()), 5 + 28 + 3);
+    EXPECT_EQ(cJSON_GetArraySize(all.get()), std::ssize(catalogue()));
     EXPECT_EQ(at(all, "system.ipAddress", "widget"), "\"WIDGET_IP_ADDRESS\"");
 }
 

@@ -1,9 +1,11 @@
 #include <signal.h>
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 
 #include "pallframe_process.h"
+#include "systemstate/catalogue.h"
 
 using namespace harness;
 using namespace outside;
@@ -52,7 +54,8 @@ TEST_P(Session, ListsAllParametersAndEnds) {
     const Result result = run(session({"list"}));
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.error, "");
-    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1 + 5 + 28 + 3);
+    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'),
+              1 + std::ssize(catalogue()));
     const bool tessara = std::string(GetParam()).find("Tessara") == 0;
     const std::string name = tessara ? "Studio frame" : GetParam();
     EXPECT_EQ(cellsOf(result.output, "system.frameName"),
