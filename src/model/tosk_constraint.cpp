@@ -1,6 +1,6 @@
 #include "model/tosk_constraint.h"
 
-#include "util/numbers.h"
+#include "util/json_fields.h"
 
 namespace {
 
@@ -42,7 +42,7 @@ int ToskIntegerChoiceConstraint::fromJSON(const cJSON* item) {
         const char* name = util::jsonText(util::jsonMember(choice, "name"));
         const cJSON* value = util::jsonMember(choice, "value");
         if (name && value) {
-            choices_.push_back({util::saturatedInt32(value->valuedouble), name});
+            choices_.push_back({util::integerValue(value), name});
         }
     }
     return 0;

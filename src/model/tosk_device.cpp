@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "util/numbers.h"
+#include "util/json_fields.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ bool ToskDevice::readHead(const cJSON* item) {
     if ((type && std::string_view(type) != kDeviceType) || !slot) {
         return false;
     }
-    slot_ = util::saturatedInt32(slot->valuedouble);
+    slot_ = util::integerValue(slot);
     return true;
 }
 

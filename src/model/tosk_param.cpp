@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "util/json_fields.h"
 #include "util/log.h"
 #include "util/numbers.h"
 #include "util/trace.h"
@@ -55,11 +56,11 @@ bool ToskParam::readType(const cJSON* item) {
 void ToskParam::readDisplay(const cJSON* item) {
     readText(item, "name", name_);
     if (const cJSON* readonly = util::jsonMember(item, "readonly")) {
-        readonly_ = cJSON_IsTrue(readonly) || util::saturatedInt32(readonly->valuedouble) != 0;
+        readonly_ = util::integerValue(readonly) != 0;
     }
     readText(item, "widget", widget_);
     if (const cJSON* precision = util::jsonMember(item, "precision")) {
-        setPrecision(util::saturatedInt32(precision->valuedouble));
+        setPrecision(util::integerValue(precision));
     }
 }
 

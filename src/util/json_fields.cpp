@@ -4,6 +4,10 @@
 
 namespace util {
 
+int32_t integerValue(const cJSON* item) {
+    return cJSON_IsTrue(item) ? 1 : saturatedInt32(item->valuedouble);
+}
+
 bool readField(const cJSON* object, const char* key, std::string& value) {
     const char* text = jsonText(jsonMember(object, key));
     if (text == nullptr) {

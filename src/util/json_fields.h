@@ -7,6 +7,10 @@
 
 namespace util {
 
+// The item's number, truncated and stopped at the ends of the type. The literal true is 1, any
+// other item 0.
+int32_t integerValue(const cJSON* item);
+
 // Readers for the members of a JSON object, for classes that fill themselves from one. Each looks
 // for the member of that exact name, stores its value and gives true. When `object` is null or no
 // object, or the member is absent, it gives false and leaves `value` as it was.

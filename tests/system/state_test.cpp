@@ -225,6 +225,22 @@ TEST_F(State, ASettingThatTheFileLacksIsMadeAndSaved) {
     EXPECT_THAT(log.linesUntilNow(), Not(logs("systemState container")));
 }
 
+// What the daemon writes back is what it understood.
+TEST_F(State, TrueIsOneInThePlaceOfASlotAPrecisionOrAChoice) {
+    frame.write(
+        kStateFile,
+        R"({"version":0,"systemState":{"devices":[{"slot":true,"params":{"d_system.active":)"
+        R"({"oid":"system.active","name":"Active","type":"INT32","readonly":true,)"
+        R"("precision":true,"constraint":{"type":"INT_CHOICE","choices":[)"
+        R"({"value":true,"name":"Yes"}]},"value":1}}}]}})");
+    start();
+    std::string written = frame.read(kStateFile);
+    std::erase_if(written, [](char letter) { return letter == '\t' || letter == '\n'; });
+    EXPECT_THAT(written, HasSubstr(R"("slot":1,)"));
+    EXPECT_THAT(written, HasSubstr(R"("precision":1,)"));
+    EXPECT_THAT(written, HasSubstr(R"("choices":[{"value":1,"name":"Yes"}])"));
+}
+
 TEST_F(State, ThePreviousCopyServesWhenTheFileIsMissing) {
     start();
     setAndWait(R"({"systemName":"Studio"})");

@@ -71,10 +71,12 @@ TEST(ToskIntegerChoiceConstraint, ReadsAnyItemAsANumberOfThirtyTwoBits) {
                        {std::numeric_limits<int32_t>::max(), "c"},
                        {std::numeric_limits<int32_t>::min(), "d"},
                        {0, "e"},
-                       {0, "f"}}),
+                       {0, "f"},
+                       {1, "g"},
+                       {0, "h"}}),
               choicesReadFrom(R"([{"value":3.9,"name":"a"},{"value":-3.9,"name":"b"},
         {"value":1e300,"name":"c"},{"value":-1e300,"name":"d"},{"value":"7","name":"e"},
-        {"value":null,"name":"f"}])"));
+        {"value":null,"name":"f"},{"value":true,"name":"g"},{"value":false,"name":"h"}])"));
 }
 
 TEST(ToskIntegerChoiceConstraint, ChoicesThatAreNoListHoldNoChoice) {

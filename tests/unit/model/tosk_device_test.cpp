@@ -194,6 +194,14 @@ TEST(ToskDeviceFromJSON, MissingTypeAndOneThatIsNoTextAreAccepted) {
     }
 }
 
+TEST(ToskDeviceFromJSON, SlotIsAnIntegerAndTrueIsOne) {
+    for (const auto& [slot, expected] : {std::pair{"true", 1}, {"false", 0}, {"2.9", 2}}) {
+        ToskDevice device;
+        read(device, std::string(R"({"slot":)") + slot + "}");
+        EXPECT_EQ(expected, device.slot()) << slot;
+    }
+}
+
 TEST(ToskDeviceFromJSON, MissingSlotReadsNothing) {
     ToskDevice device;
     device.setSlot(7);

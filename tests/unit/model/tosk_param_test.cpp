@@ -224,6 +224,8 @@ TEST(ToskParamFromJSON, NumbersAreCutAndSaturate) {
     EXPECT_EQ(2, readWith(R"("precision":2.9)").precision());
     EXPECT_EQ(-5, readWith(R"("precision":-5)").precision());
     EXPECT_EQ(0, readWith(R"("precision":"2")").precision());
+    EXPECT_EQ(1, readWith(R"("precision":true)").precision());
+    EXPECT_EQ(0, readWith(R"("precision":false)").precision());
     EXPECT_EQ(3, readWith(R"("maxlength":3.9)").maxlength());
     EXPECT_EQ(std::numeric_limits<int32_t>::max(), readWith(R"("maxlength":1e300)").maxlength());
     EXPECT_EQ(std::numeric_limits<int32_t>::min(),

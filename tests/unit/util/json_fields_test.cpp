@@ -27,6 +27,20 @@ void expectUntouched(Reader reader, const Value& before) {
     }
 }
 
+TEST(IntegerValue, IsTheNumberCutOrOneForTrue) {
+    for (const auto& [text, expected] : {std::pair{"7", 7},
+                                         {"-2.9", -2},
+                                         {"1e300", 2147483647},
+                                         {"true", 1},
+                                         {"false", 0},
+                                         {"null", 0},
+                                         {"\"7\"", 0},
+                                         {"[7]", 0},
+                                         {"{}", 0}}) {
+        EXPECT_EQ(integerValue(parsed(text).get()), expected) << text;
+    }
+}
+
 TEST(ReadField, LeavesTheValueWhenTheMemberIsAbsent) {
     using Object = const cJSON*;
     using Key = const char*;
