@@ -3,6 +3,7 @@
 
 #include <syslog.h>
 
+#include "bus/local_zone.h"
 #include "on_bus.h"
 #include "support/seeded_random.h"
 
@@ -198,6 +199,30 @@ TEST_F(Frames, DeepDataIsToldOf) {
     bus.get("system", data);
     EXPECT_THAT(sentUntilNow(), IsEmpty());
     log.waitFor("TarnInternalMessage data decode error:" + shown(data) + "\n");
+}
+
+// The line that comes for this message is the only one.
+TEST_F(Frames, DataThatCannotBeDecodedAreReportedOnce) {
+    const std::string beginning = "TarnInternalMessage data decode error:";
+    bus.get("system", R"({"id":"1@5","param")");
+    EXPECT_THAT(sentUntilNow(), IsEmpty());
+    std::vector<LogLine> lines = log.linesUntilNow();
+    std::erase_if(lines, [&](const LogLine& line) { return !line.text.starts_with(beginning); });
+    EXPECT_THAT(lines, ElementsAre(LogLine{LOG_INFO, LOG_LOCAL2, "Pallwatch",
+                                           beginning + "{\"id\":\"1@5\",\"param\"\n"}));
+}
+
+// Read as winter time, noon would be one o'clock.
+class FramesInSummer : public OnBus {
+    LocalZone europe_{kCentralEurope};
+};
+
+TEST_F(FramesInSummer, WithAnAbsoluteTimeAreDueInSummerTime) {
+    start();
+    bus.sendRaw(busFrame("[\"GET\", \"system\", 5, 0, \"2037-07-01T12:00:00.250\"]\n{}"));
+    EXPECT_EQ(log.waitFor("Message Scheduled"),
+              (LogLine{LOG_INFO, LOG_LOCAL2, "Pallwatch",
+                       "Message Scheduled at 2037-07-01T12:00:00.250\n"}));
 }
 
 TEST_F(Frames, TextsFromTheBusAreNoFormats) {

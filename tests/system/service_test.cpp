@@ -82,6 +82,20 @@ TEST_F(Service, ValuesAreNotReadThroughThePrefix) {
     EXPECT_THAT(sentUntilNow(), IsEmpty());
 }
 
+// The descriptor that is asked for through the prefix renames the parameter, not its key.
+TEST_F(Service, ASetIsLoggedWithTheNameThatWasLookedUp) {
+    start({"-p", "frameB"});
+    bus.get("frameB.system", R"({"id":"1@5","paramDescriptor":{"objectName":["systemName"]}})");
+    EXPECT_EQ(bus.waitFor("RSP", "frameB.system")
+                  .at({"paramDescriptor", "d_frameB.system.systemName", "oid"}),
+              "\"frameB.system.systemName\"");
+    for (const char* object : {"system", "frameB.system"}) {
+        bus.set(object, R"({"id":"1@5","param":{"systemName":"Studio"}})");
+        EXPECT_EQ(log.waitFor("System param Set: ").text,
+                  "System param Set: system.systemName = Studio\n");
+    }
+}
+
 TEST_F(Service, IgnoresMessagesOfOtherTypes) {
     start();
     for (const char* type : {"CMD", "CMDRSP", "CMDNOT", "ACK", "NAK", "DEL", "UPDATE"}) {
