@@ -23,7 +23,7 @@ void AsyncTaskService::setPeriodicTask(std::chrono::milliseconds period,
                                        std::function<void()> task) {
     period_ = period;
     task_ = std::move(task);
-    deadline_ = UnsteppedClock::now();
+    deadline_ = MonotonicWallClock::now();
     waitForNext();
 }
 

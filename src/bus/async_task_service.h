@@ -6,7 +6,7 @@
 
 #include <asio/io_service.hpp>
 
-#include "bus/alarm.h"
+#include "bus/timer.h"
 
 namespace lumo {
 
@@ -43,9 +43,9 @@ class AsyncTaskService {
     HandlerMemory memory_;  // of the wait
     asio::io_service io_;
     std::thread thread_;
-    ClockTimer timer_{io_};
+    WaitableTimer timer_{io_};
     std::chrono::milliseconds period_{0};
-    UnsteppedClock::time_point deadline_;
+    MonotonicWallClock::time_point deadline_;
     std::function<void()> task_;
 };
 

@@ -10,7 +10,7 @@
 #include <asio/ip/tcp.hpp>
 #include <asio/post.hpp>
 
-#include "bus/monotonic_time.h"
+#include "bus/clock.h"
 #include "util/trace.h"
 
 namespace lumo {
@@ -52,7 +52,7 @@ void TCPClientImplAsio::setHeartbeat(std::chrono::milliseconds period, std::func
 
 void TCPClientImplAsio::doHeartbeat() {
     if (heartbeat_) {
-        heartbeat_->alarm.arm(heartbeat_->period);
+        heartbeat_->timer.arm(heartbeat_->period);
     }
 }
 
@@ -70,15 +70,15 @@ void TCPClientImplAsio::start() {
 
 // From here on arming takes no memory: the loop keeps room for as many timers as ever waited.
 void TCPClientImplAsio::reserveTimers() {
-    std::vector<Alarm*> alarms{&idle_, &reconnect_, &undecided_};
+    std::vector<Timer*> timers{&idle_, &reconnect_, &undecided_};
     if (heartbeat_) {
-        alarms.push_back(&heartbeat_->alarm);
+        timers.push_back(&heartbeat_->timer);
     }
-    for (Alarm* const alarm : alarms) {
-        alarm->arm(std::chrono::hours(1));
+    for (Timer* const timer : timers) {
+        timer->arm(std::chrono::hours(1));
     }
-    for (Alarm* const alarm : alarms) {
-        alarm->cancel();
+    for (Timer* const timer : timers) {
+        timer->cancel();
     }
 }
 
@@ -283,7 +283,7 @@ void TCPClientImplAsio::close(const std::string& reason) {
     idle_.cancel();
     undecided_.cancel();
     if (heartbeat_) {
-        heartbeat_->alarm.cancel();
+        heartbeat_->timer.cancel();
     }
     scheduleReconnect();
 }

@@ -17,9 +17,9 @@
 #include <asio/io_service.hpp>
 #include <asio/signal_set.hpp>
 
-#include "bus/alarm.h"
 #include "bus/tcp_link.h"
 #include "bus/tcp_sender.h"
+#include "bus/timer.h"
 
 namespace lumo {
 
@@ -110,9 +110,9 @@ class TCPClientImplAsio {
     using Link = std::shared_ptr<TcpLink>;
     struct Heartbeat {
         Heartbeat(asio::io_service& io, std::chrono::milliseconds every, std::function<void()> beat)
-            : period(every), alarm(io, std::move(beat)) {}
+            : period(every), timer(io, std::move(beat)) {}
         std::chrono::milliseconds period;
-        Alarm alarm;
+        Timer timer;
     };
 
     const IpDetails& endpoint() const { return endpoints_[current_]; }
@@ -135,12 +135,12 @@ class TCPClientImplAsio {
     std::vector<IpDetails> endpoints_;
     std::size_t current_ = 0;
     TcpSender sender_;
-    Alarm idle_;
+    Timer idle_;
     std::chrono::milliseconds idlePeriod_{5000};
     std::chrono::milliseconds reconnectDelay_{1000};
-    Alarm reconnect_;  // armed: a reconnect is pending
+    Timer reconnect_;  // armed: a reconnect is pending
     std::chrono::milliseconds connectLimit_{2000};
-    Alarm undecided_;  // armed: the attempt is under way
+    Timer undecided_;  // armed: the attempt is under way
     Link attempt_;     // the latest
     std::optional<Heartbeat> heartbeat_;
     bool stopped_ = false;

@@ -10,7 +10,7 @@
 #include <asio/io_service.hpp>
 #include <asio/signal_set.hpp>
 
-#include "bus/alarm.h"
+#include "bus/timer.h"
 #include "bus/async_tarn_internal_client.h"
 #include "bus/async_task_service.h"
 #include "service/redundant_controllers.h"
@@ -85,7 +85,7 @@ class PallwatchService {
     std::function<void(lumo::ConnectionState)> onConnectionState_;
     SendMessage send_;
     StateSaver saver_;
-    lumo::Alarm nextTurn_;  // of the SET under way; after what else waits for the loop
+    lumo::Timer nextTurn_;  // of the SET under way; after what else waits for the loop
     RedundantControllers controllers_;
     SystemObject systemObject_;
 };

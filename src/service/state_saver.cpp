@@ -17,7 +17,7 @@ constexpr std::chrono::seconds kRetryDelay{1};
 }  // namespace
 
 StateSaver::StateSaver(asio::io_service& io, SystemState& systemState)
-    : systemState_(systemState), retryAlarm_(io, [this] { retry(); }) {}
+    : systemState_(systemState), retryTimer_(io, [this] { retry(); }) {}
 
 void StateSaver::save() {
     if (std::exchange(changed_, false)) {
@@ -36,9 +36,9 @@ void StateSaver::followUp() {
     }
     failing_ = failed;
     if (!failed) {
-        retryAlarm_.cancel();
-    } else if (!retryAlarm_.armed()) {
-        retryAlarm_.arm(kRetryDelay);
+        retryTimer_.cancel();
+    } else if (!retryTimer_.armed()) {
+        retryTimer_.arm(kRetryDelay);
     }
 }
 

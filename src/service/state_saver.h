@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bus/alarm.h"
+#include "bus/timer.h"
 
 class SystemState;
 
@@ -27,7 +27,7 @@ class StateSaver {
     void retry();
 
     SystemState& systemState_;
-    lumo::Alarm retryAlarm_;
+    lumo::Timer retryTimer_;
     bool changed_ = false;
     bool failing_ = false;
 };

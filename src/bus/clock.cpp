@@ -1,9 +1,17 @@
-#include "bus/monotonic_time.h"
+#include "bus/clock.h"
 
 #include <cerrno>
 #include <system_error>
 
 namespace lumo {
+
+MonotonicWallClock::time_point MonotonicWallClock::now() noexcept {
+    using std::chrono::steady_clock;
+    using std::chrono::system_clock;
+    static const duration ahead =
+        system_clock::now().time_since_epoch() - steady_clock::now().time_since_epoch();
+    return time_point(steady_clock::now().time_since_epoch() + ahead);
+}
 
 std::int64_t monotonicNanoseconds(clockid_t clock) {
     timespec now{};
