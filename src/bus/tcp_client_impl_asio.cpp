@@ -1,9 +1,17 @@
+//     start -> connect -> log in -> read -> on data -> read ...    heartbeat, every period
+//                 ^          |       |                             idle check: two periods without
+//                 |          v       v                             received data close it
+//                 +-- reconnect delay <-- any failure or close
+//
+// Each attempt is a TcpConnection of its own, so nothing queued for one connection reaches the
+// next. Only the loop's thread replaces it; other threads take a reference under a mutex that is
+// held for no longer, and a connection that was replaced meanwhile refuses what they send.
+
 #include "bus/tcp_client_impl_asio.h"
 
 #include <csignal>
 #include <cstdio>
 #include <new>
-#include <thread>
 #include <utility>
 
 #include <asio/error.hpp>
@@ -17,10 +25,21 @@ namespace lumo {
 
 namespace {
 
-using std::chrono::nanoseconds;
+// Nagle's algorithm stays on.
+constexpr bool kNoDelay = false;
 
 bool isPort(std::int32_t port) {
     return port > 0 && port < 65536;
+}
+
+TcpConnection::Endpoints resolve(asio::io_service& io, const std::string& host, std::int32_t port) {
+    char portText[sizeof "65535"];
+    std::snprintf(portText, sizeof portText, "%d", port);
+    TcpConnection::Endpoints addresses;
+    for (const auto& entry : asio::ip::tcp::resolver(io).resolve(host, portText)) {
+        addresses.push_back(entry.endpoint());
+    }
+    return addresses;
 }
 
 }  // namespace
@@ -28,16 +47,72 @@ bool isPort(std::int32_t port) {
 TCPClientImplAsio::TCPClientImplAsio(asio::io_service& io, std::string host, std::int32_t port)
     : io_(io),
       signals_(io, SIGINT, SIGTERM, SIGQUIT),
-      endpoints_{IpDetails{std::move(host), port}},
-      sender_([this] { close("write error"); }),
+      endpoint_{std::move(host), port},
       idle_(io, [this] { checkIdle(); }),
       reconnect_(io, [this] { connect(); }),
-      undecided_(io, [this] { connectDone(Link(attempt_), asio::error::timed_out); }) {}
+      undecided_(io, [this] { connectDone(asio::error::timed_out); }),
+      stop_(std::make_shared<SharedOperation<TCPClientImplAsio>>(this)) {}
 
-TCPClientImplAsio::~TCPClientImplAsio() = default;
+TCPClientImplAsio::~TCPClientImplAsio() {
+    stop_->owner = nullptr;
+    replaceConnection(nullptr);
+}
+
+std::shared_ptr<TcpConnection> TCPClientImplAsio::connection() const {
+    const std::lock_guard lock(connectionMutex_);
+    return connection_;
+}
+
+void TCPClientImplAsio::replaceConnection(std::shared_ptr<TcpConnection> next) {
+    {
+        const std::lock_guard lock(connectionMutex_);
+        connection_.swap(next);
+    }
+    if (next) {
+        next->close();
+    }
+}
+
+bool TCPClientImplAsio::connected() const {
+    const auto current = connection();
+    return current && current->isOpen();
+}
+
+std::error_code TCPClientImplAsio::send(std::span<std::string> parts) {
+    const auto current = connection();
+    if (!current) {
+        return make_error_code(std::errc::not_connected);
+    }
+    Batch* const batch = current->isLoggingIn() ? nullptr : Batch::find(*this);
+    if (batch == nullptr) {
+        return current->send(parts);
+    }
+    batch->keep(current, parts);
+    return {};
+}
+
+bool TCPClientImplAsio::refuses(std::size_t bytes) const {
+    const auto current = connection();
+    return !current || current->refuses(bytes);
+}
+
+void TCPClientImplAsio::flush() {
+    if (Batch* const batch = Batch::find(*this)) {
+        batch->handOver();
+    }
+    if (const auto current = connection()) {
+        current->flush();
+    }
+}
+
+std::size_t TCPClientImplAsio::gathered() const {
+    const Batch* const batch = Batch::find(*this);
+    return batch != nullptr ? batch->bytes() : 0;
+}
 
 void TCPClientImplAsio::setHeartbeat(std::chrono::milliseconds period, std::function<void()> beat) {
-    heartbeat_.emplace(io_, period, [this, beat = std::move(beat)] {
+    heartbeatPeriod_ = period;
+    heartbeat_.emplace(io_, [this, beat = std::move(beat)] {
         try {
             beat();
         } catch (const std::bad_alloc&) {
@@ -45,23 +120,21 @@ void TCPClientImplAsio::setHeartbeat(std::chrono::milliseconds period, std::func
         }
         doHeartbeat();
     });
-    if (sender_.hasSocket()) {
+    if (connection_) {
         doHeartbeat();
     }
 }
 
 void TCPClientImplAsio::doHeartbeat() {
     if (heartbeat_) {
-        heartbeat_->timer.arm(heartbeat_->period);
+        heartbeat_->arm(heartbeatPeriod_);
     }
 }
 
 void TCPClientImplAsio::start() {
-    signals_.async_wait([weak = std::weak_ptr(self_)](const std::error_code& error, int) {
-        const auto self = weak.lock();
-        if (self && !error) {
-            self->sender_.drain();
-            self->endActivity();
+    signals_.async_wait([stop = stop_](const std::error_code& error, int) {
+        if (stop->owner != nullptr && !error) {
+            stop->owner->handleSignal();
         }
     });
     reserveTimers();
@@ -72,7 +145,7 @@ void TCPClientImplAsio::start() {
 void TCPClientImplAsio::reserveTimers() {
     std::vector<Timer*> timers{&idle_, &reconnect_, &undecided_};
     if (heartbeat_) {
-        timers.push_back(&heartbeat_->timer);
+        timers.push_back(&*heartbeat_);
     }
     for (Timer* const timer : timers) {
         timer->arm(std::chrono::hours(1));
@@ -86,12 +159,21 @@ void TCPClientImplAsio::stop() {
     if (stopping_.exchange(true)) {
         return;
     }
-    asio::post(io_, [weak = std::weak_ptr(self_)] {
-        if (const auto self = weak.lock()) {
-            self->sender_.detach();
-            self->endActivity();
+    asio::post(io_, [stop = stop_] {
+        if (stop->owner != nullptr) {
+            stop->owner->replaceConnection(nullptr);
+            stop->owner->endActivity();
         }
     });
+}
+
+void TCPClientImplAsio::handleSignal() {
+    if (connected()) {
+        connection_->drain();
+    } else {
+        replaceConnection(nullptr);
+    }
+    endActivity();
 }
 
 void TCPClientImplAsio::endActivity() {
@@ -107,12 +189,12 @@ void TCPClientImplAsio::connect() {
     if (stopped_) {
         return;
     }
-    if (!isPort(endpoint().port)) {
+    if (!isPort(endpoint_.port)) {
         scheduleReconnect();
         return;
     }
     try {
-        dial();
+        startAttempt();
     } catch (const std::bad_alloc&) {
         close("no memory");
     } catch (const std::system_error& error) {
@@ -123,64 +205,52 @@ void TCPClientImplAsio::connect() {
     }
 }
 
-void TCPClientImplAsio::dial() {
-    sender_.detach();
-    TcpLink::Endpoints addresses = resolve();
-    const auto link = std::make_shared<TcpLink>(io_);
-    sender_.attach(link);
-    attempt_ = link;
+void TCPClientImplAsio::startAttempt() {
+    replaceConnection(nullptr);
+    TcpConnection::Endpoints addresses = resolve(io_, endpoint_.host, endpoint_.port);
+    const auto attempt = std::make_shared<TcpConnection>(io_, static_cast<Owner&>(*this));
+    replaceConnection(attempt);
     undecided_.arm(connectLimit_);
     if (onConnecting_) {
-        onConnecting_(endpoint());
+        onConnecting_(endpoint_);
     }
-    link->dial(std::move(addresses),
-               [this, link](const std::error_code& error) { connectDone(link, error); });
+    attempt->connect(std::move(addresses));
 }
 
-TcpLink::Endpoints TCPClientImplAsio::resolve() const {
-    char port[sizeof "65535"];
-    std::snprintf(port, sizeof port, "%d", endpoint().port);
-    TcpLink::Endpoints addresses;
-    for (const auto& entry : asio::ip::tcp::resolver(io_).resolve(endpoint().host, port)) {
-        addresses.push_back(entry.endpoint());
-    }
-    return addresses;
-}
-
-void TCPClientImplAsio::connectDone(const Link& link, const std::error_code& error) {
+void TCPClientImplAsio::connectDone(const std::error_code& error) {
     if (stopped_) {
         return;
     }
     undecided_.cancel();
-    error ? sender_.detach() : sender_.beginGreeting();
+    const auto attempt = connection_;
+    error ? replaceConnection(nullptr) : attempt->beginLogin();
     try {
-        greet(error);
+        reportOutcome(error);
     } catch (const std::bad_alloc&) {
-        close("no memory");  // half a greeting is none
+        close("no memory");  // half a login is none
         return;
     }
     if (error) {
         scheduleReconnect();
-    } else if (link->live()) {
-        beginSession(link);
+    } else if (connection_ == attempt) {
+        beginSession();
     }
 }
 
-void TCPClientImplAsio::greet(const std::error_code& error) {
+void TCPClientImplAsio::reportOutcome(const std::error_code& error) {
     const std::error_code verdict = onConnect_ ? onConnect_(error) : std::error_code();
     if (verdict) {
         util::traceError("%s - connectHandler Error: %s to %s:%d\n", name_.c_str(),
-                         verdict.message().c_str(), endpoint().host.c_str(), endpoint().port);
+                         verdict.message().c_str(), endpoint_.host.c_str(), endpoint_.port);
     }
 }
 
-void TCPClientImplAsio::beginSession(const Link& link) {
-    sender_.withSocket(
-        [this](TcpLink::Socket& socket) { socket.set_option(asio::ip::tcp::no_delay(noDelay_)); });
-    sender_.endGreeting();
+void TCPClientImplAsio::beginSession() {
+    connection_->setNoDelay(kNoDelay);
+    connection_->endLogin();
     idle_.cancel();
     doHeartbeat();
-    startReading(link);
+    startReading();
 }
 
 void TCPClientImplAsio::scheduleReconnect() {
@@ -199,10 +269,13 @@ void TCPClientImplAsio::resumeReading() {
     if (!std::exchange(paused_, false) || stopped_) {
         return;
     }
-    const Link link = std::exchange(heldBack_, nullptr);
-    if (link && link->live()) {
-        startReading(link);
-    } else if (sender_.isOpen()) {
+    const bool deferred = std::exchange(readDeferred_, false);
+    if (!connected()) {
+        return;
+    }
+    if (deferred) {
+        startReading();
+    } else {
         awaitBytes();  // a read is under way
     }
 }
@@ -216,40 +289,32 @@ void TCPClientImplAsio::awaitBytes() {
     }
 }
 
-void TCPClientImplAsio::startReading(const Link& link) {
+void TCPClientImplAsio::startReading() {
     if (stopped_) {
         return;
     }
-    if (paused_) {
-        heldBack_ = link;
-        return;
+    readDeferred_ = paused_;
+    if (!paused_) {
+        awaitBytes();
+        connection_->read(asio::buffer(received_));
     }
-    awaitBytes();
-    sender_.withSocket([this, &link](TcpLink::Socket& socket) {
-        socket.async_read_some(
-            asio::buffer(received_),
-            HandlerInMemory(link->readMemory(),
-                            [this, link](const std::error_code& error, std::size_t count) {
-                                readDone(link, error, count);
-                            }));
-    });
 }
 
-void TCPClientImplAsio::readDone(const Link& link, const std::error_code& error,
-                                 std::size_t count) {
-    if (stopped_ || !link->live() || error == asio::error::operation_aborted) {
+void TCPClientImplAsio::readDone(const std::error_code& error, std::size_t count) {
+    if (stopped_ || error == asio::error::operation_aborted) {
         return;
     }
     if (error) {
         close("read error");
         return;
     }
+    const auto current = connection_;
     if (onData_) {
-        const Batch batch(sender_);
-        onData_(received_.data(), count, endpoint());
+        const Batch batch(*this);
+        onData_(received_.data(), count, endpoint_);
     }
-    if (link->live()) {
-        startReading(link);
+    if (connection_ == current) {
+        startReading();
     }
 }
 
@@ -257,7 +322,7 @@ void TCPClientImplAsio::checkIdle() {
     if (stopped_) {
         return;
     }
-    const nanoseconds elapsed(monotonicNanoseconds() - lastReceive_);
+    const std::chrono::nanoseconds elapsed(monotonicNanoseconds() - lastReceive_);
     if (elapsed >= 2 * idlePeriod_) {
         util::traceError("%s - TCP Client: socket no response. Closing.\n", name_.c_str());
         close("no resp timeout");
@@ -266,8 +331,8 @@ void TCPClientImplAsio::checkIdle() {
     if (elapsed >= idlePeriod_ && onIdle_) {
         onIdle_();
     }
-    const nanoseconds next = elapsed < idlePeriod_ ? idlePeriod_ : 2 * idlePeriod_;
-    if (sender_.isOpen()) {
+    const std::chrono::nanoseconds next = elapsed < idlePeriod_ ? idlePeriod_ : 2 * idlePeriod_;
+    if (connected()) {
         idle_.arm(next - elapsed);
     }
 }
@@ -279,11 +344,11 @@ void TCPClientImplAsio::close(const std::string& reason) {
     if (onClose_) {
         onClose_(reason);
     }
-    sender_.detach();
+    replaceConnection(nullptr);
     idle_.cancel();
     undecided_.cancel();
     if (heartbeat_) {
-        heartbeat_->timer.cancel();
+        heartbeat_->cancel();
     }
     scheduleReconnect();
 }

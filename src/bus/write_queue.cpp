@@ -9,9 +9,11 @@ namespace lumo {
 namespace {
 
 // A list of more strings than these gives its memory back when it is written.
-constexpr std::size_t kKeptStrings = 2 * WriteQueue::kMostWaiting;
+constexpr std::size_t kKeptStrings = 2 * WriteQueue::kMaxWaitingStrings;
 
-std::size_t sizeOf(std::span<const std::string> parts) {
+}  // namespace
+
+std::size_t totalSize(std::span<const std::string> parts) {
     std::size_t size = 0;
     for (const std::string& part : parts) {
         size += part.size();
@@ -19,49 +21,47 @@ std::size_t sizeOf(std::span<const std::string> parts) {
     return size;
 }
 
-}  // namespace
-
 bool WriteQueue::full(std::size_t bytes) const {
     const bool empty = !waiting() && !writing();
-    return collecting().size() > kMostWaiting || (!empty && bytes_ + bytes > kMostBytes);
+    return collecting().size() > kMaxWaitingStrings || (!empty && bytes_ + bytes > kMaxBytes);
 }
 
 void WriteQueue::append(std::span<std::string> parts) {
-    const std::size_t size = sizeOf(parts);
+    const std::size_t size = totalSize(parts);
     collecting().insert(collecting().end(), std::make_move_iterator(parts.begin()),
                         std::make_move_iterator(parts.end()));
     bytes_ += size;
 }
 
-void WriteQueue::appendToGreeting(std::span<std::string> parts) {
-    const std::size_t size = sizeOf(parts);
-    // Before anything moves: strings of a greeting without memory would be lost halfway.
+void WriteQueue::appendToLogin(std::span<std::string> parts) {
+    const std::size_t size = totalSize(parts);
+    // Before anything moves: strings of a login without memory would be lost halfway.
     collecting().reserve(collecting().size() + parts.size());
-    const auto place = collecting().begin() + static_cast<std::ptrdiff_t>(greeting_);
+    const auto place = collecting().begin() + static_cast<std::ptrdiff_t>(login_);
     collecting().insert(place, std::make_move_iterator(parts.begin()),
                         std::make_move_iterator(parts.end()));
-    greeting_ += parts.size();
+    login_ += parts.size();
     bytes_ += size;
 }
 
 const WriteQueue::GatherList& WriteQueue::begin() {
     active_ = 1 - active_;
-    greeting_ = 0;
+    login_ = 0;
     first_ = 0;
-    nextBite();
+    nextSlice();
     return gather_;
 }
 
-void WriteQueue::nextBite() {
+void WriteQueue::nextSlice() {
     const std::vector<std::string>& parts = queues_[active_];
     const std::span<const std::string> many = joinable();
-    if (many.size() > kMostGathered && join(many)) {
+    if (many.size() > kMaxGatheredStrings && join(many)) {
         joinedStrings_ = many.size();
         gather_.push_back(asio::buffer(joined_));
         return;
     }
     joinedStrings_ = 0;
-    const std::size_t end = std::min(parts.size(), first_ + kMostGathered);
+    const std::size_t end = std::min(parts.size(), first_ + kMaxGatheredStrings);
     for (std::size_t part = first_; part < end; ++part) {
         gather_.push_back(asio::buffer(parts[part]));
     }
@@ -72,7 +72,7 @@ std::span<const std::string> WriteQueue::joinable() const {
     const std::span<const std::string> rest = std::span(queues_[active_]).subspan(first_);
     std::size_t count = 0;
     std::size_t size = 0;
-    while (count < rest.size() && size + rest[count].size() <= kMostJoined) {
+    while (count < rest.size() && size + rest[count].size() <= kMaxJoinedBytes) {
         size += rest[count].size();
         ++count;
     }
@@ -84,7 +84,7 @@ std::span<const std::string> WriteQueue::joinable() const {
 // is.
 bool WriteQueue::join(std::span<const std::string> parts) {
     try {
-        joined_.reserve(sizeOf(parts));
+        joined_.reserve(totalSize(parts));
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -94,7 +94,7 @@ bool WriteQueue::join(std::span<const std::string> parts) {
     return true;
 }
 
-void WriteQueue::took(std::size_t bytes) {
+void WriteQueue::consume(std::size_t bytes) {
     auto rest = gather_.begin();
     while (rest != gather_.end() && bytes >= rest->size()) {
         bytes -= rest->size();
@@ -109,7 +109,7 @@ void WriteQueue::took(std::size_t bytes) {
     }
     joined_.clear();
     if (first_ < queues_[active_].size()) {
-        nextBite();
+        nextSlice();
     } else {
         end();
     }
@@ -137,7 +137,7 @@ void WriteQueue::clear() {
     for (std::vector<std::string>& queue : queues_) {
         std::vector<std::string>().swap(queue);
     }
-    greeting_ = 0;
+    login_ = 0;
     bytes_ = 0;
 }
 

@@ -9,47 +9,50 @@
 
 namespace lumo {
 
+// How many bytes the strings have together.
+std::size_t totalSize(std::span<const std::string> parts);
+
 // What waits to be written to a connection, and what is being written.
 //
 // Two lists of strings take turns: one is written while callers append to the other. It is written
-// bite by bite, and each string gives its memory back as soon as it is taken. The gather list shows
-// the bytes of the bite that the socket has not taken yet; empty means that no write is in flight.
-// Has no lock: the transport's write mutex guards it.
+// slice by slice, and each string gives its memory back as soon as it is taken. The gather list
+// shows the bytes of the slice that the socket has not taken yet; empty means that no write is in
+// flight. Has no lock: the transport's write mutex guards it.
 class WriteQueue {
   public:
     using GatherList = std::vector<asio::const_buffer>;
 
     // A caller that finds more than this many strings waiting is refused.
-    static constexpr std::size_t kMostWaiting = 1000;
+    static constexpr std::size_t kMaxWaitingStrings = 1000;
     // Strings that would make more bytes than these, waiting and in flight together, are refused,
     // except by an empty queue: a message of any size can be sent.
-    static constexpr std::size_t kMostBytes = std::size_t{4} * 1024 * 1024;
-    // A bite is at most this many strings, or more of them joined up to so many bytes.
-    static constexpr std::size_t kMostGathered = 16;
-    static constexpr std::size_t kMostJoined = std::size_t{64} * 1024;
+    static constexpr std::size_t kMaxBytes = std::size_t{4} * 1024 * 1024;
+    // A slice is at most this many strings, or more of them joined up to so many bytes.
+    static constexpr std::size_t kMaxGatheredStrings = 16;
+    static constexpr std::size_t kMaxJoinedBytes = std::size_t{64} * 1024;
 
-    WriteQueue() { gather_.reserve(kMostGathered); }
+    WriteQueue() { gather_.reserve(kMaxGatheredStrings); }
 
     // Whether strings of so many bytes find no room.
     bool full(std::size_t bytes) const;
-    bool greetingFull() const { return greeting_ > kMostWaiting; }
+    bool loginFull() const { return login_ > kMaxWaitingStrings; }
     bool waiting() const { return !collecting().empty(); }
     bool writing() const { return !gather_.empty(); }
 
     // Moves the strings behind everything that waits.
     void append(std::span<std::string> parts);
-    // Moves the strings behind the greeting's earlier ones and before all others: what waited
+    // Moves the strings behind the login's earlier ones and before all others: what waited
     // while the connection was made goes out after what the new connection must hear first. The
     // greeting is over with the next begin().
-    void appendToGreeting(std::span<std::string> parts);
+    void appendToLogin(std::span<std::string> parts);
 
     // Begins a write of everything that waits. Only while none is in flight and something waits.
     const GatherList& begin();
-    // The bite that is being written.
+    // The slice that is being written.
     const GatherList& unwritten() const { return gather_; }
-    // The socket took the first `bytes` of that; with its last byte the next bite begins, with the
+    // The socket took the first `bytes` of that; with its last byte the next slice begins, with the
     // last of all the write is over.
-    void took(std::size_t bytes);
+    void consume(std::size_t bytes);
     // How many bytes are held, waiting and in flight.
     std::size_t bytes() const { return bytes_; }
     // Drops everything; nothing queued for an old connection survives.
@@ -58,21 +61,21 @@ class WriteQueue {
   private:
     std::vector<std::string>& collecting() { return queues_[1 - active_]; }
     const std::vector<std::string>& collecting() const { return queues_[1 - active_]; }
-    void nextBite();
+    void nextSlice();
     std::span<const std::string> joinable() const;
     bool join(std::span<const std::string> parts);
     void release(std::size_t count);
     void end();
 
     std::vector<std::string> queues_[2];
-    std::size_t active_ = 0;    // the list that is being written
-    std::size_t greeting_ = 0;  // how many of the waiting strings belong to the greeting
+    std::size_t active_ = 0;  // the list that is being written
+    std::size_t login_ = 0;   // how many of the waiting strings belong to the login
     std::size_t bytes_ = 0;
     std::size_t first_ = 0;  // the first string of the active list that is not yet taken
     std::size_t joinedStrings_ =
         0;  // how many from there are joined; 0: they are written as they are
     GatherList gather_;
-    std::string joined_;  // the strings of a bite of many, end to end
+    std::string joined_;  // the strings of a slice of many, end to end
 };
 
 }  // namespace lumo

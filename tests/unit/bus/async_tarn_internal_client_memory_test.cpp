@@ -44,7 +44,7 @@ class BusClientMemory : public testing::Test {
         }
         return condition();
     }
-    // A new connection that says more than its greeting.
+    // A new connection that says more than its login.
     bool logsInAgain(RefusedAllocation& refused, std::size_t connections) {
         return until(refused, [&] {
             return peer_.connections() > connections && peer_.last().payloads().size() >= 3;
@@ -59,7 +59,7 @@ class BusClientMemory : public testing::Test {
 
 }  // namespace
 
-TEST_F(BusClientMemory, LackOfItDelaysAReconnectAndLosesNothingOfTheGreeting) {
+TEST_F(BusClientMemory, LackOfItDelaysAReconnectAndLosesNothingOfTheLogin) {
     RefusedAllocation none(0);
     ASSERT_TRUE(logsInAgain(none, 0));
     std::size_t points = 0;

@@ -26,16 +26,16 @@ constexpr int kNoBufferSpace = 105;
 class TCPClientSend : public TCPClientTest {
   protected:
     // Has each new connection begin with these strings.
-    void greetWith(std::vector<std::string> parts) {
+    void logInWith(std::vector<std::string> parts) {
         client_->setOnConnect([this, parts](std::error_code error) {
             if (!error) {
-                greetings_.push_back(send(parts));
+                logins_.push_back(send(parts));
             }
             return std::error_code();
         });
     }
 
-    std::vector<std::error_code> greetings_;
+    std::vector<std::error_code> logins_;
 };
 
 // The peer does not read, and the big write is more than the buffers of both ends can hold.
@@ -119,8 +119,8 @@ TEST_F(TCPClientSend, OutsideABatchLeavesAtOnce) {
 }
 
 // What was sent while the connection was made waits until the connection has said its own.
-TEST_F(TCPClientSend, GreetingGoesFirst) {
-    greetWith({"hello ", "list "});
+TEST_F(TCPClientSend, LoginGoesFirst) {
+    logInWith({"hello ", "list "});
     client_->start();
     EXPECT_EQ(send({"early ", "bird "}), std::error_code());
     ASSERT_TRUE(connected());
@@ -128,7 +128,7 @@ TEST_F(TCPClientSend, GreetingGoesFirst) {
     EXPECT_TRUE(peerHas("hello list early bird later"));
 }
 
-TEST_F(TCPClientSend, OtherThreadsWaitWhileTheGreetingIsSaid) {
+TEST_F(TCPClientSend, OtherThreadsWaitWhileTheLoginIsSaid) {
     client_->setOnConnect([this](std::error_code) {
         send({"hello "});
         std::thread([this] { send({"other "}); }).join();
@@ -139,7 +139,7 @@ TEST_F(TCPClientSend, OtherThreadsWaitWhileTheGreetingIsSaid) {
     EXPECT_TRUE(peerHas("hello list other "));
 }
 
-TEST_F(TCPClientSend, NothingIsWrittenBeforeTheGreetingIsComplete) {
+TEST_F(TCPClientSend, NothingIsWrittenBeforeTheLoginIsComplete) {
     WatchedSystemCalls calls;
     int sendsBefore = -1;
     client_->setOnConnect([&](std::error_code) {
@@ -157,18 +157,18 @@ TEST_F(TCPClientSend, NothingIsWrittenBeforeTheGreetingIsComplete) {
     EXPECT_TRUE(peerHas("hello early "));
 }
 
-TEST_F(TCPClientSend, KeptAsideStringsAreLimitedAndDoNotCostTheGreeting) {
-    greetWith({"hello"});
+TEST_F(TCPClientSend, KeptAsideStringsAreLimitedAndDoNotCostTheLogin) {
+    logInWith({"hello"});
     client_->start();
     EXPECT_EQ(send(std::vector<std::string>(1001, "x")), std::error_code());
     EXPECT_EQ(send({"y"}).value(), kNoBufferSpace);
     ASSERT_TRUE(connected());
-    EXPECT_THAT(greetings_, ElementsAre(std::error_code()));
+    EXPECT_THAT(logins_, ElementsAre(std::error_code()));
     EXPECT_TRUE(peerHas("hello" + std::string(1001, 'x')));
 }
 
 TEST_F(TCPClientSend, WhatWaitedForAFailedAttemptIsDiscarded) {
-    greetWith({"hello"});
+    logInWith({"hello"});
     peer_.stopListening();
     client_->start();
     EXPECT_EQ(send({"old"}), std::error_code());
@@ -182,7 +182,7 @@ TEST_F(TCPClientSend, WhatWaitedForAFailedAttemptIsDiscarded) {
 TEST_F(TCPClientSend, WriteErrorClosesAndReconnects) {
     std::vector<std::string> reasons;
     client_->setOnClose([&](const std::string& reason) { reasons.push_back(reason); });
-    greetWith({"hello"});
+    logInWith({"hello"});
     ASSERT_TRUE(startAndConnect());
     WatchedSystemCalls calls;
     calls.failNext(SystemCall::send, EPIPE);
@@ -256,7 +256,7 @@ TEST_F(TCPClientStuck, StringsBehindAStuckWriteGoOutTogetherWhenItIsDone) {
 }
 
 TEST_F(TCPClientStuck, WhatIsQueuedDoesNotSurviveTheConnection) {
-    greetWith({"hello"});
+    logInWith({"hello"});
     ASSERT_TRUE(startAndGetStuck());
     send({"old"});
     peer_.last().reset();

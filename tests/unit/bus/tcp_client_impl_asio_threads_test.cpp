@@ -65,14 +65,14 @@ class TCPClientThreads : public TCPClientTest {
             return std::error_code();
         });
     }
-    // The connection began with the greeting; behind it are whole messages, each later than the
+    // The connection began with the login; behind it are whole messages, each later than the
     // one before.
     static void expectInOrder(const std::string& received) {
-        static const std::string kGreeting = "hellolist";
-        ASSERT_EQ(received.substr(0, kGreeting.size()),
-                  kGreeting.substr(0, std::min(received.size(), kGreeting.size())));
+        static const std::string kLogin = "hellolist";
+        ASSERT_EQ(received.substr(0, kLogin.size()),
+                  kLogin.substr(0, std::min(received.size(), kLogin.size())));
         long last = -1;
-        std::size_t place = kGreeting.size();
+        std::size_t place = kLogin.size();
         while (place < received.size()) {
             const std::size_t end = received.find('>', place);
             if (end == std::string::npos) {
@@ -91,7 +91,7 @@ class TCPClientThreads : public TCPClientTest {
 
 }  // namespace
 
-TEST_F(TCPClientThreads, NothingReachesAConnectionBeforeItsGreeting) {
+TEST_F(TCPClientThreads, NothingReachesAConnectionBeforeItsLogin) {
     client_->setReconnectDelay(1ms);
     const Flood flood(*client_);
     client_->start();

@@ -19,7 +19,7 @@ void append(WriteQueue& queue, std::vector<std::string> parts) {
 }
 
 void greet(WriteQueue& queue, std::vector<std::string> parts) {
-    queue.appendToGreeting(parts);
+    queue.appendToLogin(parts);
 }
 
 std::vector<std::string> texts(const WriteQueue::GatherList& list) {
@@ -54,7 +54,7 @@ TEST(WriteQueue, CollectsWhileAWriteIsInFlight) {
     append(queue, {"next"});
     EXPECT_TRUE(queue.writing());
     EXPECT_THAT(texts(queue.unwritten()), ElementsAre("written"));
-    queue.took(7);
+    queue.consume(7);
     EXPECT_FALSE(queue.writing());
     EXPECT_TRUE(queue.waiting());
     EXPECT_THAT(texts(queue.begin()), ElementsAre("next"));
@@ -64,11 +64,11 @@ TEST(WriteQueue, PartlyTakenWriteGoesOnInTheMiddleOfAString) {
     WriteQueue queue;
     append(queue, {"abc", "def", "ghi"});
     queue.begin();
-    queue.took(4);
+    queue.consume(4);
     EXPECT_THAT(texts(queue.unwritten()), ElementsAre("ef", "ghi"));
-    queue.took(2);
+    queue.consume(2);
     EXPECT_THAT(texts(queue.unwritten()), ElementsAre("ghi"));
-    queue.took(3);
+    queue.consume(3);
     EXPECT_FALSE(queue.writing());
     EXPECT_FALSE(queue.waiting());
 }
@@ -77,11 +77,11 @@ TEST(WriteQueue, StringsWithoutBytesAreWrittenWithTheRest) {
     WriteQueue queue;
     append(queue, {"", "a", ""});
     queue.begin();
-    queue.took(1);
+    queue.consume(1);
     EXPECT_FALSE(queue.writing());
     append(queue, {"", ""});
     queue.begin();
-    queue.took(0);
+    queue.consume(0);
     EXPECT_FALSE(queue.writing());
 }
 
@@ -98,7 +98,7 @@ TEST(WriteQueue, SeventeenStringsBecomeOneBuffer) {
     append(queue, parts);
     EXPECT_THAT(texts(queue.begin()),
                 ElementsAre(std::string("abababababababab") + "abababababababab" + "c"));
-    queue.took(32);
+    queue.consume(32);
     EXPECT_THAT(texts(queue.unwritten()), ElementsAre("c"));
 }
 
@@ -106,7 +106,7 @@ TEST(WriteQueue, JoinedBatchesDoNotRunIntoEachOther) {
     WriteQueue queue;
     append(queue, std::vector<std::string>(20, "1"));
     queue.begin();
-    queue.took(20);
+    queue.consume(20);
     append(queue, std::vector<std::string>(17, "2"));
     EXPECT_THAT(texts(queue.begin()), ElementsAre(std::string(17, '2')));
 }
@@ -116,7 +116,7 @@ TEST(WriteQueue, WithoutMemoryToJoinTheStringsAreWrittenAsTheyAre) {
     append(queue, std::vector<std::string>(17, std::string(1000, 'x')));
     const RefusedAllocations refused(10'000);
     EXPECT_EQ(queue.begin().size(), 16u);
-    queue.took(16'000);
+    queue.consume(16'000);
     EXPECT_THAT(texts(queue.unwritten()), ElementsAre(std::string(1000, 'x')));
 }
 
@@ -124,9 +124,9 @@ TEST(WriteQueue, JoinsNoMoreThan64KiB) {
     WriteQueue queue;
     append(queue, std::vector<std::string>(100, std::string(1024, 'x')));
     EXPECT_THAT(texts(queue.begin()), ElementsAre(std::string(64 * 1024, 'x')));
-    queue.took(64 * 1024);
+    queue.consume(64 * 1024);
     EXPECT_THAT(texts(queue.unwritten()), ElementsAre(std::string(36 * 1024, 'x')));
-    queue.took(36 * 1024);
+    queue.consume(36 * 1024);
     EXPECT_FALSE(queue.writing());
 }
 
@@ -137,7 +137,7 @@ TEST(WriteQueue, LargeStringAmongSmallOnesIsWrittenWhereItLies) {
     const char* const bytes = parts[18].data();
     queue.append(parts);
     EXPECT_THAT(texts(queue.begin()), ElementsAre(std::string(18, 's')));
-    queue.took(18);
+    queue.consume(18);
     EXPECT_EQ(queue.unwritten().size(), 2u);
     EXPECT_EQ(queue.unwritten().front().data(), bytes);
 }
@@ -150,7 +150,7 @@ TEST(WriteQueue, IsFullWithFourMebibytesWaitingAndInFlight) {
     append(queue, {std::string(kMebibyte, 'y')});
     EXPECT_FALSE(queue.full(kMebibyte));
     EXPECT_TRUE(queue.full(kMebibyte + 1));
-    queue.took(kMebibyte + 7);
+    queue.consume(kMebibyte + 7);
     EXPECT_EQ(queue.bytes(), 2 * kMebibyte) << "what is taken is given back at once";
     EXPECT_FALSE(queue.full(2 * kMebibyte));
 }
@@ -163,7 +163,7 @@ TEST(WriteQueue, EmptyQueueTakesAMessageOfAnySize) {
     EXPECT_TRUE(queue.full(kLarge));
     queue.begin();
     EXPECT_TRUE(queue.full(kLarge)) << "something is in flight";
-    queue.took(1);
+    queue.consume(1);
     EXPECT_FALSE(queue.full(kLarge));
 }
 
@@ -184,7 +184,7 @@ TEST(WriteQueue, IsFullWithMoreThanAThousandWaitingStrings) {
     EXPECT_FALSE(queue.full(1));
 }
 
-TEST(WriteQueue, GreetingGoesAheadOfWhatWasKeptAside) {
+TEST(WriteQueue, LoginGoesAheadOfWhatWasKeptAside) {
     WriteQueue queue;
     append(queue, {"early", "bird"});
     greet(queue, {"log", "in"});
@@ -195,23 +195,23 @@ TEST(WriteQueue, GreetingGoesAheadOfWhatWasKeptAside) {
                 ElementsAre("log", "in", "list", "early", "bird", "late", "last"));
 }
 
-TEST(WriteQueue, GreetingIsOverWhenItIsWritten) {
+TEST(WriteQueue, LoginIsOverWhenItIsWritten) {
     WriteQueue queue;
     greet(queue, {"a", "b"});
     queue.begin();
     append(queue, {"c"});
     greet(queue, {"d"});
-    queue.took(2);
+    queue.consume(2);
     EXPECT_THAT(texts(queue.begin()), ElementsAre("d", "c"));
 }
 
-TEST(WriteQueue, GreetingIsMeasuredApart) {
+TEST(WriteQueue, LoginIsMeasuredApart) {
     WriteQueue queue;
     append(queue, std::vector<std::string>(1001, "x"));
     EXPECT_TRUE(queue.full(1));
-    EXPECT_FALSE(queue.greetingFull());
+    EXPECT_FALSE(queue.loginFull());
     greet(queue, std::vector<std::string>(1001, "y"));
-    EXPECT_TRUE(queue.greetingFull());
+    EXPECT_TRUE(queue.loginFull());
 }
 
 TEST(WriteQueue, ClearDropsTheWriteInFlightAndWhatWaits) {

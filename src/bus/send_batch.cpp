@@ -1,0 +1,65 @@
+#include "bus/send_batch.h"
+
+#include <iterator>
+#include <new>
+#include <utility>
+
+#include "bus/tcp_client_impl_asio.h"
+#include "bus/tcp_connection.h"
+#include "bus/write_queue.h"
+
+namespace lumo {
+
+namespace {
+
+thread_local SendBatch* innermost = nullptr;
+
+}  // namespace
+
+SendBatch::SendBatch(TCPClientImplAsio& client) : client_(client), outer_(innermost) {
+    innermost = this;
+}
+
+SendBatch::~SendBatch() {
+    try {
+        if (find(client_) == this) {
+            client_.flush();
+        }
+    } catch (const std::bad_alloc&) {
+        // What is queued goes out with the next write.
+    }
+    innermost = outer_;
+}
+
+SendBatch* SendBatch::find(const TCPClientImplAsio& client) {
+    SendBatch* found = nullptr;
+    for (SendBatch* batch = innermost; batch != nullptr; batch = batch->outer_) {
+        found = &batch->client_ == &client ? batch : found;
+    }
+    return found;
+}
+
+void SendBatch::keep(const std::shared_ptr<TcpConnection>& connection,
+                     std::span<std::string> parts) {
+    if (connection != connection_) {
+        messages_.clear();
+        bytes_ = 0;
+        connection_ = connection;
+    }
+    messages_.emplace_back(std::make_move_iterator(parts.begin()),
+                           std::make_move_iterator(parts.end()));
+    bytes_ += totalSize(messages_.back());
+    if (bytes_ > kMaxBytes) {
+        handOver();
+    }
+}
+
+void SendBatch::handOver() {
+    std::vector<std::vector<std::string>> messages = std::exchange(messages_, {});
+    bytes_ = 0;
+    if (!messages.empty()) {
+        connection_->sendAll(messages);
+    }
+}
+
+}  // namespace lumo
