@@ -50,15 +50,15 @@ class InstallAsUsual : public InstallTo {
 };
 
 TEST_F(Install, PutsProgramsPagesAndCompletionInTheirPlaces) {
-    EXPECT_THAT(files(),
-                UnorderedElementsAre(
-                    "usr/sbin/pallwatch", "usr/bin/pallbus", "usr/bin/pallctl", "usr/bin/pallframe",
-                    "usr/share/man/man1/pallbus.1", "usr/share/man/man1/pallctl.1",
-                    "usr/share/man/man1/pallframe.1", "usr/share/man/man8/pallwatch.8",
-                    "usr/share/bash-completion/completions/pallbus",
-                    "usr/share/bash-completion/completions/pallctl",
-                    "usr/share/bash-completion/completions/pallframe",
-                    "usr/share/zsh/site-functions/_pallwatch"));
+    EXPECT_THAT(files(), UnorderedElementsAre(
+                             "usr/sbin/pallwatch", "usr/lib/systemd/system/pallwatch.service",
+                             "usr/bin/pallbus", "usr/bin/pallctl", "usr/bin/pallframe",
+                             "usr/share/man/man1/pallbus.1", "usr/share/man/man1/pallctl.1",
+                             "usr/share/man/man1/pallframe.1", "usr/share/man/man8/pallwatch.8",
+                             "usr/share/bash-completion/completions/pallbus",
+                             "usr/share/bash-completion/completions/pallctl",
+                             "usr/share/bash-completion/completions/pallframe",
+                             "usr/share/zsh/site-functions/_pallwatch"));
 }
 
 TEST_F(Install, BringsTheDocumentsThatThePagesName) {
@@ -73,6 +73,21 @@ TEST_F(Install, LeavesProgramsThatRun) {
     const Result usage = run({root + "/usr/sbin/pallwatch", "--help"});
     EXPECT_EQ(usage.status, 0);
     EXPECT_THAT(usage.error, HasSubstr("Pallwatch.\n"));
+}
+
+TEST_F(InstallAsUsual, HasAUnitThatStartsTheDaemonOfItsPrefix) {
+    EXPECT_THAT(readFile(root + "/usr/local/lib/systemd/system/pallwatch.service"),
+                HasSubstr("\nExecStart=/usr/local/sbin/pallwatch\n"));
+}
+
+TEST(InstallOfTheDaemonAlone, BringsNothingForPeopleAtAWorkstation) {
+    const TemporaryDirectory directory;
+    const Result result =
+        run({"env", "DESTDIR=" + directory.path(), "cmake", "--install",
+             programDirectory().parent_path(), "--prefix", "/usr", "--component", "daemon"});
+    ASSERT_EQ(result.status, 0) << result.error;
+    EXPECT_TRUE(fs::exists(directory.path("usr/sbin/pallwatch")));
+    EXPECT_FALSE(fs::exists(directory.path("usr/bin")));
 }
 
 constexpr const char* kFindAll =
