@@ -8,7 +8,6 @@
 #include <cmath>
 
 #include "fuzz_target.h"
-#include "systemstate/voltages.h"
 
 namespace {
 

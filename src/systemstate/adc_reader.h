@@ -12,8 +12,8 @@ class AdcReader {
     explicit AdcReader(const Machine& machine);
 
     // Reads the register dump once and takes its readings into the samples. A dump that is missing
-    // or too short is told on standard error, one that holds no readings is logged once until a
-    // good one came; none of them touches the samples.
+    // or too short is reported on standard error, one with a register without digits is logged once
+    // until a usable one came. Neither touches the samples.
     void read(BatterySource source);
 
     const AdcSamples& samples() const { return samples_; }

@@ -13,7 +13,7 @@
 #include "systemstate/places.h"
 #include "systemstate/service_switches.h"
 #include "systemstate/system_state.h"
-#include "systemstate/voltages.h"
+#include "systemstate/xadc_dump.h"
 #include "util/log.h"
 #include "util/text.h"
 #include "util/trace.h"

@@ -16,6 +16,23 @@ constexpr int kResultShift = 4;
 constexpr float kSupplyNumerator = 1366.0F;
 constexpr std::int64_t kPreviousWeight = 3;
 
+constexpr double kFullScale = 4096.0;
+constexpr double kNoBatteryBelow = 2.0;
+constexpr double kPsuFactor = 29.1;
+
+// volts = (fraction + offset) * factor
+struct Divider {
+    BatteryWiring wiring;
+    double offset;
+    double factor;
+};
+
+constexpr Divider kBatteryDividers[] = {
+    {BatteryWiring::tessara, 0.0, 3.21},
+    {BatteryWiring::keli, 0.0, 3.38},
+    {BatteryWiring::other, 0.6133, 2.73448},
+};
+
 // The result in the register whose text begins at `offset`; nothing when it has no digits.
 std::optional<std::int32_t> decodeRegister(const std::string& dump, std::size_t offset) {
     const std::string text = dump.substr(offset, kRegisterTextSize);
@@ -37,6 +54,10 @@ std::size_t channelOffset(std::size_t channel, BatterySource source) {
 std::int32_t smoothed(std::int64_t previous, std::int64_t reading) {
     return static_cast<std::int32_t>((kPreviousWeight * previous + reading) /
                                      (kPreviousWeight + 1));
+}
+
+double fractionOfFullScale(std::int32_t sample) {
+    return sample / kFullScale;
 }
 
 }  // namespace
@@ -73,6 +94,20 @@ AdcSamples filterReadings(const AdcSamples& previous, const XadcReadings& readin
                            ? std::numeric_limits<float>::infinity()
                            : kSupplyNumerator / static_cast<float>(readings.supply);
     return next;
+}
+
+double psuVolts(std::int32_t sample) {
+    return fractionOfFullScale(sample) * kPsuFactor;
+}
+
+double batteryVolts(std::int32_t sample, BatteryWiring wiring) {
+    for (const Divider& divider : kBatteryDividers) {
+        if (divider.wiring == wiring) {
+            const double volts = (fractionOfFullScale(sample) + divider.offset) * divider.factor;
+            return volts < kNoBatteryBelow ? 0.0 : volts;
+        }
+    }
+    return 0.0;
 }
 
 std::int32_t dieTemperature(std::int32_t reading) {

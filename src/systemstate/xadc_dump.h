@@ -46,5 +46,13 @@ std::optional<XadcReadings> decodeXadcDump(const std::string& dump, BatterySourc
 AdcSamples filterReadings(const AdcSamples& previous, const XadcReadings& readings,
                           Filtering filtering);
 
+// How the battery is wired to the converter.
+enum class BatteryWiring { tessara, keli, other };
+
+// From a sample, as a fraction of full scale with 12 fractional bits, to the voltage of a supply
+// and of the battery in volts. A battery below 2 V counts as not fitted and has 0.0 V.
+double psuVolts(std::int32_t sample);
+double batteryVolts(std::int32_t sample, BatteryWiring wiring);
+
 // The die temperature in whole degrees Celsius, truncated toward zero twice (thousandths, degrees).
 std::int32_t dieTemperature(std::int32_t reading);
