@@ -1,5 +1,8 @@
-// A container on the disk: saved by writing a new file that takes the place of the current one, and
-// loaded from whichever of the two is whole.
+// A save renders the whole container first, so that a lack of memory touches no file. It then
+// writes "<path>.new", sets aside files that the last load could not use, renames the current file
+// to "<path>.old" and the new one to "<path>", and syncs the directory before it removes the old
+// file. A step that fails is logged and ends the save. A load reads "<path>" and, when that file is
+// missing or unusable, "<path>.old"; it remembers for the next save which of them it could not use.
 
 #include "model/json_container.h"
 
@@ -20,17 +23,17 @@ namespace {
 constexpr int kCritical = LOG_USER | LOG_CRIT;
 constexpr int kWarning = LOG_USER | LOG_WARNING;
 
-// What is more is neither read nor written.
-constexpr size_t kMostBytes = size_t{16} << 20;
+// A larger file is neither read nor written.
+constexpr size_t kMaxFileBytes = size_t{16} << 20;
 
 constexpr int kOpenAttempts = 20;
 constexpr std::chrono::milliseconds kOpenPause{100};
 
-std::string oldNameOf(const std::string& path) {
+std::string oldName(const std::string& path) {
     return path + ".old";
 }
 
-std::string badNameOf(const std::string& path) {
+std::string badName(const std::string& path) {
     return path + ".bad";
 }
 
@@ -46,7 +49,7 @@ std::string badNameOf(const std::string& path) {
     std::abort();
 }
 
-util::UniqueJSON parsedFile(const util::FileContents& contents, const std::string& path) {
+util::UniqueJSON parseFile(const util::FileContents& contents, const std::string& path) {
     if (contents.bytes.size() < contents.statedSize) {
         abortAfterReadError(path, 0);
     }
@@ -85,7 +88,7 @@ AbstractJSONTopLevelContainer::AbstractJSONTopLevelContainer(const std::string& 
 
 void AbstractJSONTopLevelContainer::save(const char* path, bool keepOld) try {
     saved_ = false;
-    if (const util::UniqueJSON root = document(path)) {
+    if (const util::UniqueJSON root = makeDocument(path)) {
         writeFile(path, root.get(), keepOld);
     }
 } catch (const std::bad_alloc&) {
@@ -104,7 +107,7 @@ bool AbstractJSONTopLevelContainer::retrySave() {
     return saved_;
 }
 
-util::UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const {
+util::UniqueJSON AbstractJSONTopLevelContainer::makeDocument(const char* path) const {
     const unsigned long failures = util::failedJSONAllocations();
     util::UniqueJSON root = util::jsonObject();
     if (!root) {
@@ -117,7 +120,7 @@ util::UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const
     const bool complete = payload &&
                           util::addMember(root.get(), "version", util::jsonNumber(version_)) &&
                           util::addMember(root.get(), getName(), std::move(payload));
-    // A document without one of its members would replace a good file by a useless one.
+    // An incomplete document would replace a usable file by a useless one.
     if (!complete || util::failedJSONAllocations() != failures) {
         logSaveFailure(path);
         return nullptr;
@@ -125,9 +128,9 @@ util::UniqueJSON AbstractJSONTopLevelContainer::document(const char* path) const
     return root;
 }
 
-// Empty, after log lines, when memory ran out.
-std::string AbstractJSONTopLevelContainer::rendered(const cJSON* root,
-                                                    const std::string& path) const {
+// Logs and returns an empty text when memory runs out.
+std::string AbstractJSONTopLevelContainer::render(const cJSON* root,
+                                                  const std::string& path) const {
     const unsigned long failures = util::failedJSONAllocations();
     std::string text;
     try {
@@ -147,15 +150,15 @@ std::string AbstractJSONTopLevelContainer::rendered(const cJSON* root,
 int AbstractJSONTopLevelContainer::writeFile(const std::string& path, const cJSON* root,
                                              bool keepOld) {
     saved_ = false;
-    const std::string text = rendered(root, path);
+    const std::string text = render(root, path);
     if (text.empty()) {
         return -1;
     }
     if (directory_ != nullptr && !util::fileExists(directory_)) {
         mkdir(directory_, 0755);
     }
-    const Names names = namesBeside(path);
-    const int found = existence(path);
+    const Names names = namesFor(path);
+    const int found = statFile(path);
     const util::WriteFailure failure = writeNew(names, text, path);
     const int begun = failure == util::WriteFailure::none ? 0 : -1;
     const int outcome = failure == util::WriteFailure::open ? found : begun;
@@ -167,13 +170,13 @@ int AbstractJSONTopLevelContainer::writeFile(const std::string& path, const cJSO
                                                : rotate(names, found != -1, keepOld);
 }
 
-AbstractJSONTopLevelContainer::Names AbstractJSONTopLevelContainer::namesBeside(
+AbstractJSONTopLevelContainer::Names AbstractJSONTopLevelContainer::namesFor(
     const std::string& path) const {
-    const std::string current = util::endOfLinks(path);
-    return {current, current + ".new", oldNameOf(current), path == path_ ? unusable_ : Unusable{}};
+    const std::string current = util::resolveLinks(path);
+    return {current, current + ".new", oldName(current), path == path_ ? unusable_ : Unusable{}};
 }
 
-int AbstractJSONTopLevelContainer::existence(const std::string& path) const {
+int AbstractJSONTopLevelContainer::statFile(const std::string& path) const {
     struct stat status {};
     const int result = stat(path.c_str(), &status);
     if (result != 0 && result != -1) {
@@ -186,7 +189,7 @@ int AbstractJSONTopLevelContainer::existence(const std::string& path) const {
 util::WriteFailure AbstractJSONTopLevelContainer::writeNew(const Names& names,
                                                            const std::string& text,
                                                            const std::string& path) const {
-    if (text.size() > kMostBytes) {
+    if (text.size() > kMaxFileBytes) {
         errno = EFBIG;
         return util::WriteFailure::write;
     }
@@ -201,8 +204,8 @@ util::WriteFailure AbstractJSONTopLevelContainer::writeNew(const Names& names,
     return failure;
 }
 
-// A file that could not even be begun: what is in place is kept as ".old", and whatever stands
-// under the new file's name stays there.
+// The new file could not be opened: the current one becomes ".old", and a file with the new name
+// stays.
 int AbstractJSONTopLevelContainer::leaveOldOnly(const Names& names) const {
     const bool loaded = !names.unusable.current && !names.unusable.old;
     if (const int result = loaded ? moveFile(names.current, names.old, "prev") : 0) {
@@ -214,13 +217,13 @@ int AbstractJSONTopLevelContainer::leaveOldOnly(const Names& names) const {
 }
 
 int AbstractJSONTopLevelContainer::rotate(const Names& names, bool existed, bool keepOld) {
-    if (!keepUnusable(names)) {
+    if (!setUnusableAside(names)) {
         return -1;
     }
-    if (const int result = takePlace(names, existed && !names.unusable.current)) {
+    if (const int result = moveIntoPlace(names, existed && !names.unusable.current)) {
         return result;
     }
-    if (!util::syncDirectoryOf(names.current)) {
+    if (!util::syncParentDirectory(names.current)) {
         logWriteFailure(names);
         return -1;
     }
@@ -228,7 +231,7 @@ int AbstractJSONTopLevelContainer::rotate(const Names& names, bool existed, bool
     return keepOld ? 0 : removeOld(names);
 }
 
-int AbstractJSONTopLevelContainer::takePlace(const Names& names, bool existed) const {
+int AbstractJSONTopLevelContainer::moveIntoPlace(const Names& names, bool existed) const {
     if (existed) {
         util::clearDirectory(names.old);
     }
@@ -236,18 +239,18 @@ int AbstractJSONTopLevelContainer::takePlace(const Names& names, bool existed) c
     return result != 0 ? result : moveFile(names.fresh, names.current, "current");
 }
 
-// The disk has the kept files under their new names before another takes their place.
-bool AbstractJSONTopLevelContainer::keepUnusable(const Names& names) {
+// The new names are on the disk before another file takes the old ones.
+bool AbstractJSONTopLevelContainer::setUnusableAside(const Names& names) {
     const auto [current, old] = names.unusable;
     if (!current && !old) {
         return true;
     }
-    const std::string oldKept = badNameOf(current ? names.old : names.current);
-    if ((old && !keepAs(names.old, oldKept)) ||
-        (current && !keepAs(names.current, badNameOf(names.current)))) {
+    const std::string oldKept = badName(current ? names.old : names.current);
+    if ((old && !setAside(names.old, oldKept)) ||
+        (current && !setAside(names.current, badName(names.current)))) {
         return false;
     }
-    if (!util::syncDirectoryOf(names.current)) {
+    if (!util::syncParentDirectory(names.current)) {
         logWriteFailure(names);
         return false;
     }
@@ -255,8 +258,8 @@ bool AbstractJSONTopLevelContainer::keepUnusable(const Names& names) {
     return true;
 }
 
-// What is gone by now needs no keeping.
-bool AbstractJSONTopLevelContainer::keepAs(const std::string& from, const std::string& to) const {
+// A file that has gone meanwhile is not an error.
+bool AbstractJSONTopLevelContainer::setAside(const std::string& from, const std::string& to) const {
     if (util::moveAside(from, to) || errno == ENOENT) {
         return true;
     }
@@ -264,7 +267,7 @@ bool AbstractJSONTopLevelContainer::keepAs(const std::string& from, const std::s
     return false;
 }
 
-// Where unusable files were kept, nothing became the old file.
+// When the current file was set aside, there is no old file.
 int AbstractJSONTopLevelContainer::removeOld(const Names& names) const {
     const int result = unlink(names.old.c_str());
     if (result != 0 && errno == ENOENT && names.unusable.current) {
@@ -309,13 +312,13 @@ int AbstractJSONTopLevelContainer::load() {
     unusable_ = {};
     if (!loadFromDisk_) {
         util::logMessage(kWarning, "%s - Skipping load from disk. Empty set used.\n", getName());
-        return take(nullptr, path_);
+        return applyDocument(nullptr, path_);
     }
     const Found current = find(path_);
     if (!current.opened) {
         util::logMessage(kCritical, "%s container could not open \"%s\". previous copy used.\n",
                          getName(), path_.c_str());
-    } else if (take(current.root.get(), path_) == 0) {
+    } else if (applyDocument(current.root.get(), path_) == 0) {
         return 0;
     }
     unusable_.current = current.present;
@@ -323,29 +326,29 @@ int AbstractJSONTopLevelContainer::load() {
 }
 
 int AbstractJSONTopLevelContainer::loadOld(bool currentOpened) {
-    const std::string path = oldNameOf(util::endOfLinks(path_));
+    const std::string path = oldName(util::resolveLinks(path_));
     const Found old = find(path);
     if (!old.opened) {
         unusable_.old = old.present;
-        return currentOpened ? -1 : takeNothing();
+        return currentOpened ? -1 : loadNothing();
     }
-    const int result = take(old.root.get(), currentOpened ? path : path_);
+    const int result = applyDocument(old.root.get(), currentOpened ? path : path_);
     unusable_.old = result != 0;
     return result;
 }
 
-int AbstractJSONTopLevelContainer::takeNothing() {
+int AbstractJSONTopLevelContainer::loadNothing() {
     util::logMessage(kCritical, "%s container could not open \"%s\". Empty set used.\n", getName(),
                      path_.c_str());
-    return take(nullptr, path_);
+    return applyDocument(nullptr, path_);
 }
 
 AbstractJSONTopLevelContainer::Found AbstractJSONTopLevelContainer::find(const std::string& path) {
-    util::FileContents contents = util::readContents(path, kMostBytes);
+    util::FileContents contents = util::readContents(path, kMaxFileBytes);
     for (int attempt = 0; contents.outcome == util::Reading::notOpened && attempt < kOpenAttempts;
          ++attempt) {
         waitFor(kOpenPause);
-        contents = util::readContents(path, kMostBytes);
+        contents = util::readContents(path, kMaxFileBytes);
     }
     switch (contents.outcome) {
         case util::Reading::missing:
@@ -357,14 +360,14 @@ AbstractJSONTopLevelContainer::Found AbstractJSONTopLevelContainer::find(const s
         case util::Reading::noMemory:
             abortAfterMemoryError(path_);
         case util::Reading::complete:
-            return {true, true, parsedFile(contents, path_)};
+            return {true, true, parseFile(contents, path_)};
         default:
             return {true, true, nullptr};
     }
 }
 
-// Gives 0 when the container has what stands in the file of that root.
-int AbstractJSONTopLevelContainer::take(const cJSON* root, const std::string& path) {
+// Returns 0 when the container holds the payload of that document.
+int AbstractJSONTopLevelContainer::applyDocument(const cJSON* root, const std::string& path) {
     if (root == nullptr) {
         util::logMessage(LOG_ERR, "Not a valid JSON file: %s\n", path.c_str());
         return -1;
@@ -373,15 +376,15 @@ int AbstractJSONTopLevelContainer::take(const cJSON* root, const std::string& pa
         version_ = version->valuedouble;
     }
     if (const cJSON* payload = util::jsonMember(root, getName())) {
-        return takePayload(payload);
+        return applyPayload(payload);
     }
     util::logMessage(LOG_ERR, "Error decoding JSON object, path:%s, objectName:%s\n", path.c_str(),
                      getName());
     return -1;
 }
 
-// What memory did not suffice for would be missing in the next file.
-int AbstractJSONTopLevelContainer::takePayload(const cJSON* payload) try {
+// A part that did not fit into memory would be missing in the next file.
+int AbstractJSONTopLevelContainer::applyPayload(const cJSON* payload) try {
     const unsigned long failures = util::failedJSONAllocations();
     const int result = fromJSON(payload);
     if (util::failedJSONAllocations() != failures) {

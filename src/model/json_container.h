@@ -6,66 +6,65 @@
 #include "model/json_backed_data.h"
 #include "util/file_replacement.h"
 
-// A named object that is kept in one JSON file, { "version": ..., "<name>": ... }. A load finds
-// what was saved last or the time before, whatever happens during a save, a power cut included: the
-// text is written to "<path>.new" and synced, the current file becomes "<path>.old", the new one
-// takes its place, and the old one goes only when the directory is synced too. When the path is a
-// link, all of this happens to the file that it leads to. What a load found and could not use is
-// never written over: before the next save takes its place it becomes "<path>.bad" (an earlier
-// one of that name goes to "<path>.bad.2" ...), and an ".old" of that kind beside it
-// "<path>.old.bad". Failures are log lines and results. Used by one thread at a time.
+// A named object that is kept in one JSON file, { "version": ..., "<name>": ... }. A load finds the
+// state of the last save or of the one before, even when a save fails or the power is cut: the text
+// is written to "<path>.new" and synced, the current file becomes "<path>.old", the new file takes
+// its place, and the old one is removed after the directory was synced. When the path is a link,
+// these steps apply to the file at its end. A file that a load could not use is never overwritten:
+// before the next save it is renamed to "<path>.bad" (an earlier one to "<path>.bad.2" ...), and
+// an unusable ".old" file beside it to "<path>.old.bad". Failures are logged and returned. Used by
+// one thread at a time.
 class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
   public:
-    // The file is "<name>.json" in the working directory, or in `directory`, which is made before a
-    // save when it does not exist. The caller keeps that text alive.
+    // The file is "<name>.json" in the working directory, or in `directory`, which is created
+    // before a save when it does not exist. The caller keeps that text alive.
     explicit AbstractJSONTopLevelContainer(const std::string& name);
     AbstractJSONTopLevelContainer(const std::string& name, const char* directory);
 
     // The key of the payload in the file, and the first word of every message.
     virtual const char* getName() const = 0;
 
-    // Writes the container to `path`; with `keepOld` what was there stays as "<path>.old". A
-    // failure leaves a readable "<path>" or "<path>.old" of the time before. When memory ran out
-    // anywhere on the way to the text, nothing is touched: it would be short of something.
+    // Writes the container to `path`; with `keepOld` the previous file stays as "<path>.old". After
+    // a failure the previous state is readable in "<path>" or "<path>.old". When memory runs out
+    // before the text is complete, no file is touched.
     virtual void save(const char* path, bool keepOld);
 
     // The same to the container's own path, if it has one.
     virtual void saveToOwnPath(bool keepOld);
 
-    // Whether the file on the disk holds what the last save was given; true before the first one.
-    // An
-    // ".old" file that could not be removed does not count.
+    // Whether the file on the disk holds the state of the last save; true before the first one. An
+    // ".old" file that could not be removed does not make it false.
     bool saved() const { return saved_; }
 
     // saveToOwnPath(false) once more, without a log line. The result of saved().
     bool retrySave();
 
-    // For derived classes with something of their own to bring up to date; nothing here.
+    // A hook for derived classes; does nothing here.
     virtual void update() {}
 
-    // Fills the container from its file, or from the ".old" one when that is missing or holds no
-    // container. The result of fromJSON, or -1 when nothing was found to read. A file that is there
-    // and cannot be opened is tried again for two seconds. Aborts the process when a file that
-    // could be opened cannot be read or memory is short: going on with half a state would be worse.
+    // Fills the container from its file, or from the ".old" file when that one is missing or holds
+    // no container. Returns the result of fromJSON, or -1 without a usable file. A file that exists
+    // and cannot be opened is tried again for two seconds. Aborts the process when an opened file
+    // cannot be read or memory is short, because half a state would be worse.
     virtual int load();
 
     const std::string& path() const { return path_; }
     double version() const { return version_; }
     void setVersion(double version) { version_ = version; }
-    // False: loading leaves the file alone.
+    // With false, load() does not read the file.
     void setLoadFromDisk(bool loadFromDisk) { loadFromDisk_ = loadFromDisk; }
 
   protected:
-    // Without a file of its own: saveToOwnPath does nothing.
+    // A container without a file: saveToOwnPath does nothing.
     AbstractJSONTopLevelContainer() = default;
 
-    // 0 when the new file is in place and nothing is left over; otherwise the failure was logged.
+    // Returns 0 when the new file is in place and no old one is left; otherwise logs the failure.
     int writeFile(const std::string& path, const cJSON* root, bool keepOld);
 
   private:
     // The files of one save, beside the one that the path leads to.
     struct Names;
-    // What a load found under a name.
+    // The file that a load found under a name.
     struct Found;
     // Files that a load found and could not use.
     struct Unusable {
@@ -73,17 +72,17 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
         bool old = false;
     };
 
-    util::UniqueJSON document(const char* path) const;
-    std::string rendered(const cJSON* root, const std::string& path) const;
-    Names namesBeside(const std::string& path) const;
-    int existence(const std::string& path) const;
+    util::UniqueJSON makeDocument(const char* path) const;
+    std::string render(const cJSON* root, const std::string& path) const;
+    Names namesFor(const std::string& path) const;
+    int statFile(const std::string& path) const;
     util::WriteFailure writeNew(const Names& names, const std::string& text,
                                 const std::string& path) const;
     int leaveOldOnly(const Names& names) const;
     int rotate(const Names& names, bool existed, bool keepOld);
-    int takePlace(const Names& names, bool existed) const;
-    bool keepUnusable(const Names& names);
-    bool keepAs(const std::string& from, const std::string& to) const;
+    int moveIntoPlace(const Names& names, bool existed) const;
+    bool setUnusableAside(const Names& names);
+    bool setAside(const std::string& from, const std::string& to) const;
     int removeOld(const Names& names) const;
     int moveFile(const std::string& from, const std::string& to, const char* role) const;
     void logRenameFailure(const std::string& from, const std::string& to, const char* role) const;
@@ -92,9 +91,9 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
 
     Found find(const std::string& path);
     int loadOld(bool currentOpened);
-    int takeNothing();
-    int take(const cJSON* root, const std::string& path);
-    int takePayload(const cJSON* payload);
+    int loadNothing();
+    int applyDocument(const cJSON* root, const std::string& path);
+    int applyPayload(const cJSON* payload);
     // Waits before a file is tried again.
     virtual void waitFor(std::chrono::milliseconds time);
 

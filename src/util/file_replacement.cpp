@@ -16,31 +16,31 @@ namespace util {
 
 namespace {
 
-constexpr int kMostLinks = 40;  // what the kernel follows
-constexpr mode_t kUsualMode = 0644;
-constexpr int kMostKept = 9;
+constexpr int kMaxLinks = 40;  // as many as the kernel follows
+constexpr mode_t kDefaultMode = 0644;
+constexpr int kMaxKeptCopies = 9;
 
-// Nothing that stands in the file's way is opened, followed or waited for.
+// An existing file of that name is not opened, followed or waited for.
 constexpr int kNewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
-// With the slash at its end; empty for a path of one name.
-std::string directoryOf(const std::string& path) {
+// Ends with the slash; empty for a path of one name.
+std::string parentDirectory(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1);
 }
 
-// Where a link leads; nothing when it is none.
-std::optional<std::string> linkedPath(const std::string& path) {
+// The target of a symbolic link; nothing when the path is not a link.
+std::optional<std::string> readLink(const std::string& path) {
     std::array<char, PATH_MAX> target;
     const ssize_t length = readlink(path.c_str(), target.data(), target.size());
     if (length <= 0) {
         return std::nullopt;
     }
     const std::string text(target.data(), static_cast<size_t>(length));
-    return text.front() == '/' ? text : directoryOf(path) + text;
+    return text.front() == '/' ? text : parentDirectory(path) + text;
 }
 
-// The status of a regular file; nothing for everything else.
-std::optional<struct stat> regularFile(const std::string& path) {
+// The status of a regular file; nothing for any other kind of file.
+std::optional<struct stat> statRegularFile(const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
@@ -53,13 +53,13 @@ bool isTaken(const std::string& path) {
     return lstat(path.c_str(), &status) == 0 || errno != ENOENT;
 }
 
-bool leadsToSomethingElse(const std::string& path) {
+bool existsButIsNotRegular(const std::string& path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
-// Whether a new file may take the place of what is at `path`; errno when not. A file that nobody
-// may write to is not replaced by another either.
+// Whether a new file may replace the one at `path`; sets errno when not. A read-only file is not
+// replaced either.
 bool isReplaceable(const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {
@@ -72,17 +72,17 @@ bool isReplaceable(const std::string& path) {
     return access(path.c_str(), W_OK) == 0;
 }
 
-// What cannot be removed shows when the name is used.
+// A failure to remove the file shows when the name is used.
 void clearName(const std::string& path) {
     if (unlink(path.c_str()) != 0 && (errno == EISDIR || errno == EPERM)) {
         clearDirectory(path);
     }
 }
 
-// A file system without owners or modes is no reason to lose the bytes.
-void takeAfter(int descriptor, const std::optional<struct stat>& like) {
+// Failures are ignored: a file system without owners or modes is not a reason to lose the bytes.
+void copyOwnerAndMode(int descriptor, const std::optional<struct stat>& like) {
     const bool owned = !like || fchown(descriptor, like->st_uid, like->st_gid) == 0;
-    const bool permitted = fchmod(descriptor, like ? like->st_mode & 07777 : kUsualMode) == 0;
+    const bool permitted = fchmod(descriptor, like ? like->st_mode & 07777 : kDefaultMode) == 0;
     static_cast<void>(owned && permitted);
 }
 
@@ -108,12 +108,12 @@ bool writeAll(int descriptor, std::string_view text) {
     return true;
 }
 
-WriteFailure fill(UniqueDescriptor& file, std::string_view text,
-                  const std::optional<struct stat>& like) {
+WriteFailure writeContents(UniqueDescriptor& file, std::string_view text,
+                           const std::optional<struct stat>& like) {
     if (!isRegular(file.get())) {
         return WriteFailure::open;
     }
-    takeAfter(file.get(), like);
+    copyOwnerAndMode(file.get(), like);
     if (!writeAll(file.get(), text)) {
         return WriteFailure::write;
     }
@@ -123,7 +123,7 @@ WriteFailure fill(UniqueDescriptor& file, std::string_view text,
     return file.close() ? WriteFailure::none : WriteFailure::close;
 }
 
-// Removes a file that is of no use; errno stays what made it so.
+// Removes an incomplete file; errno keeps the reason of the failure.
 void discard(const std::string& path) {
     const int errorNumber = errno;
     unlink(path.c_str());
@@ -132,12 +132,12 @@ void discard(const std::string& path) {
 
 }  // namespace
 
-std::string endOfLinks(const std::string& path) {
+std::string resolveLinks(const std::string& path) {
     std::string end = path;
-    for (int links = 0; links < kMostLinks; ++links) {
-        std::optional<std::string> next = linkedPath(end);
+    for (int links = 0; links < kMaxLinks; ++links) {
+        std::optional<std::string> next = readLink(end);
         if (!next) {
-            return leadsToSomethingElse(end) ? path : end;
+            return existsButIsNotRegular(end) ? path : end;
         }
         end = std::move(*next);
     }
@@ -146,7 +146,7 @@ std::string endOfLinks(const std::string& path) {
 
 bool moveAside(const std::string& path, const std::string& kept) {
     std::string earlier = kept;
-    for (int number = 2; number <= kMostKept && isTaken(earlier); ++number) {
+    for (int number = 2; number <= kMaxKeptCopies && isTaken(earlier); ++number) {
         earlier = kept + "." + std::to_string(number);
     }
     if (earlier != kept) {
@@ -165,21 +165,21 @@ void clearDirectory(const std::string& path) {
     }
 }
 
-bool syncDirectoryOf(const std::string& path) {
-    const std::string directory = directoryOf(path);
+bool syncParentDirectory(const std::string& path) {
+    const std::string directory = parentDirectory(path);
     const UniqueDescriptor opened(
         ::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return opened && fsync(opened.get()) == 0;
 }
 
 WriteFailure writeNewFile(const std::string& path, std::string_view text, const std::string& like) {
-    const std::optional<struct stat> model = regularFile(like);
+    const std::optional<struct stat> model = statRegularFile(like);
     clearName(path);
-    UniqueDescriptor file(::open(path.c_str(), kNewFileFlags, kUsualMode));
+    UniqueDescriptor file(::open(path.c_str(), kNewFileFlags, kDefaultMode));
     if (!file) {
         return WriteFailure::open;
     }
-    const WriteFailure failure = fill(file, text, model);
+    const WriteFailure failure = writeContents(file, text, model);
     if (failure != WriteFailure::none) {
         discard(path);
     }
@@ -190,7 +190,7 @@ WriteFailure replaceFile(const std::string& path, std::string_view text) {
     if (!isReplaceable(path)) {
         return WriteFailure::open;
     }
-    const std::string target = endOfLinks(path);
+    const std::string target = resolveLinks(path);
     const std::string draft = target + ".new";
     if (const WriteFailure failure = writeNewFile(draft, text, target);
         failure != WriteFailure::none) {
@@ -200,7 +200,7 @@ WriteFailure replaceFile(const std::string& path, std::string_view text) {
         discard(draft);
         return WriteFailure::replace;
     }
-    return syncDirectoryOf(target) ? WriteFailure::none : WriteFailure::syncDirectory;
+    return syncParentDirectory(target) ? WriteFailure::none : WriteFailure::syncDirectory;
 }
 
 }  // namespace util

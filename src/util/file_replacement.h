@@ -5,14 +5,14 @@
 
 namespace util {
 
-// Files that change as a whole or not at all, whatever fails on the way, a power cut included: a
-// new file is written beside the old one and takes its name once its bytes are on the disk. Any
-// thread may call these, one at a time for a path.
+// Files that change as a whole or not at all, even when a step fails or the power is cut: a new
+// file is written beside the old one and takes its name once its bytes are on the disk. Any thread
+// may call these, one at a time for a path.
 
 // The step at which writing a file failed; up to `replace`, the old file is whole and in place.
 enum class WriteFailure {
     none,
-    open,  // could not begin
+    open,
     write,
     sync,
     close,
@@ -20,30 +20,30 @@ enum class WriteFailure {
     syncDirectory,  // the new file is in place, but a power cut may yet bring the old one back
 };
 
-// The file that `path` leads to over all its links, also when there is none yet. `path` itself when
-// the links end at something that is no regular file, or lead in a circle.
-std::string endOfLinks(const std::string& path);
+// Follows the symbolic links of `path` to the file at their end, which need not exist yet. Gives
+// `path` itself when the links form a circle or end at anything but a regular file.
+std::string resolveLinks(const std::string& path);
 
-// Makes the names in the directory of `path` last through a power cut. False with errno.
-bool syncDirectoryOf(const std::string& path);
+// Syncs the directory of `path`, so that its names outlast a power cut. False with errno.
+bool syncParentDirectory(const std::string& path);
 
-// Gives what stands at `path` the name `kept`. What had that goes to the first free one of
-// "<kept>.2" to "<kept>.9", or else to the last of them. False with errno.
+// Renames the file at `path` to `kept`. An earlier file of that name is renamed to the first free
+// one of "<kept>.2" to "<kept>.9", or replaces the last of them. False with errno.
 bool moveAside(const std::string& path, const std::string& kept);
 
-// Clears a name of a directory that stands there: one with something in it is moved aside to
-// "<path>.bad". Anything else stays.
+// Removes a directory at `path`, so that the name is free for a file; one that is not empty is
+// moved aside to "<path>.bad". A file stays.
 void clearDirectory(const std::string& path);
 
-// Makes a file of that name with these bytes, on the disk when this returns `none`. What had the
-// name goes, a directory with something in it aside. The file's owner and mode are those
-// of the regular file `like`, where there is none those of this process and 0644. After a failure
-// errno tells why, and there is no file of that name.
+// Creates a file with these bytes; they are on the disk when this returns `none`. An earlier file
+// of that name is removed, a directory that is not empty moved aside. Owner and mode are those of
+// the regular file `like`; if there is no such file, those of this process and 0644. After a
+// failure errno holds the reason, and there is no file of that name.
 WriteFailure writeNewFile(const std::string& path, std::string_view text, const std::string& like);
 
-// Puts a new file with these bytes in the place of the one at the end of the links of `path`, which
-// is none yet or a regular file that may be written to; owner and mode stay. errno tells why it
-// failed.
+// Replaces the file at the end of the links of `path` by a new one with these bytes. The file need
+// not exist yet; one that exists must be regular and writable, and its owner and mode are kept.
+// After a failure errno holds the reason.
 WriteFailure replaceFile(const std::string& path, std::string_view text);
 
 }  // namespace util

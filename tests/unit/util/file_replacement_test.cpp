@@ -107,7 +107,7 @@ TEST_F(FileReplacement, ReplacesWhatALinkLeadsTo) {
     directory_.write("elsewhere/target", "old");
     link("elsewhere/link", "file");
     link("target", "elsewhere/link");
-    EXPECT_EQ(endOfLinks(path_), directory_.path("elsewhere/target"));
+    EXPECT_EQ(resolveLinks(path_), directory_.path("elsewhere/target"));
     EXPECT_EQ(replaceFile(path_, "new"), WriteFailure::none);
     EXPECT_EQ(directory_.read("elsewhere/target"), "new");
     EXPECT_TRUE(std::filesystem::is_symlink(path_));
@@ -141,7 +141,7 @@ TEST_F(FileReplacement, EndOfLinksIsThePathItselfWhereTheyLeadToNoFile) {
     link("/dev", "directory");
     linkInACircle("circle");
     for (const char* name : {"device", "directory", "circle", "absent"}) {
-        EXPECT_EQ(endOfLinks(directory_.path(name)), directory_.path(name));
+        EXPECT_EQ(resolveLinks(directory_.path(name)), directory_.path(name));
     }
 }
 
@@ -245,10 +245,10 @@ TEST_F(FileReplacement, LeavesTheOldOrTheNewFileWhateverFails) {
     }
 }
 
-TEST(SyncDirectoryOf, TellsWhyItFailed) {
-    EXPECT_TRUE(syncDirectoryOf("/tmp/file"));
-    EXPECT_TRUE(syncDirectoryOf("file"));
-    EXPECT_FALSE(syncDirectoryOf("/nowhere/file"));
+TEST(SyncParentDirectory, TellsWhyItFailed) {
+    EXPECT_TRUE(syncParentDirectory("/tmp/file"));
+    EXPECT_TRUE(syncParentDirectory("file"));
+    EXPECT_FALSE(syncParentDirectory("/nowhere/file"));
     EXPECT_EQ(errno, ENOENT);
 }
 
