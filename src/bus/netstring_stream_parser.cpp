@@ -5,7 +5,6 @@
 #include <new>
 #include <utility>
 
-#include "bus/misframed.h"
 #include "util/line_limit.h"
 #include "util/text.h"
 #include "util/trace.h"
@@ -14,28 +13,18 @@ namespace lumo {
 
 namespace {
 
-constexpr long kLongestPayload = 20'000'000;
-constexpr size_t kLengthTextLimit = 16;
+constexpr long kMaxPayloadBytes = 20'000'000;
+constexpr size_t kLengthTextSize = 16;
 constexpr char kSeparator = ':';
 constexpr char kTerminator = ';';
 
-int printable(size_t size) {
-    return static_cast<int>(std::min<size_t>(size, kLongestPayload));
+int clampForPrint(size_t size) {
+    return static_cast<int>(std::min<size_t>(size, kMaxPayloadBytes));
 }
 
-MisframedSink& currentSink() {
-    static MisframedSink sink;
-    return sink;
-}
-
-void showMisframed(const std::vector<char>& payload) {
-    if (const MisframedSink& sink = currentSink()) {
-        sink({payload.data(), payload.size()});
-    } else {
-        util::traceErrorLimited(
-            "misframed payloads", "%s\n",
-            util::shownPayload({payload.data(), payload.size()}, util::LineFeeds::kept).c_str());
-    }
+void printPayload(std::string_view payload) {
+    util::traceErrorLimited("misframed payloads", "%s\n",
+                            util::shownPayload(payload, util::LineFeeds::kept).c_str());
 }
 
 // The payload of a frame with room for its terminator, null when there is no memory for it.
@@ -50,19 +39,19 @@ std::unique_ptr<std::vector<char>> newBuffer(size_t capacity) try {
 // A frame begins while another one is open: no input leads here, so the memory of this process
 // cannot be trusted any more.
 [[noreturn]] void stopOnOpenBuffer(const char* data, size_t size, const std::vector<char>& buffer) {
-    util::trace("recv_buffer not empty. WHY?\nheader=%.*s\n", printable(size), data);
-    util::trace("recv_buffer = \n%.*s\n", printable(buffer.size()), buffer.data());
+    util::trace("recv_buffer not empty. WHY?\nheader=%.*s\n", clampForPrint(size), data);
+    util::trace("recv_buffer = \n%.*s\n", clampForPrint(buffer.size()), buffer.data());
     std::abort();
 }
 
 }  // namespace
 
-MisframedSink replaceMisframedSink(MisframedSink sink) {
-    return std::exchange(currentSink(), std::move(sink));
-}
-
 void NetStringStreamParser::setOnMessage(OnMessage onMessage) {
     onMessage_ = std::move(onMessage);
+}
+
+void NetStringStreamParser::setOnFramingError(OnFramingError onFramingError) {
+    onFramingError_ = std::move(onFramingError);
 }
 
 int NetStringStreamParser::feed(const char* data, size_t size) {
@@ -89,7 +78,7 @@ size_t NetStringStreamParser::readLength(const char* data, size_t size) {
     for (size_t i = 0; i < size; ++i) {
         if (data[i] == kSeparator) {
             const long length = std::strtol(lengthText_.c_str(), nullptr, 10);
-            if (length > 0 && length <= kLongestPayload) {
+            if (length > 0 && length <= kMaxPayloadBytes) {
                 if (buffer_) {
                     stopOnOpenBuffer(data, size, *buffer_);
                 }
@@ -100,7 +89,7 @@ size_t NetStringStreamParser::readLength(const char* data, size_t size) {
             // what follows an unusable length is skipped until the text is full.
             reset();
         }
-        if (lengthText_.size() + 1 < kLengthTextLimit) {
+        if (lengthText_.size() + 1 < kLengthTextSize) {
             lengthText_ += data[i];
         } else {
             reset();
@@ -139,6 +128,14 @@ void NetStringStreamParser::collect(const char* data, size_t size) {
     }
 }
 
+void NetStringStreamParser::reportFramingError(std::string_view payload) const {
+    if (onFramingError_) {
+        onFramingError_(payload);
+    } else {
+        printPayload(payload);
+    }
+}
+
 // The parser is ready for the next frame before the receiver runs, whatever that does.
 void NetStringStreamParser::endPayload(char terminator) {
     std::unique_ptr<std::vector<char>> payload = std::move(buffer_);
@@ -147,7 +144,7 @@ void NetStringStreamParser::endPayload(char terminator) {
         return;
     }
     if (terminator != kTerminator) {
-        showMisframed(*payload);
+        reportFramingError({payload->data(), payload->size()});
         return;
     }
     payload->push_back('\0');

@@ -5,14 +5,15 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace lumo {
 
 // Cuts the byte stream of the bus back into payloads, whatever the chunks it arrives in. A frame
-// with an unusable length is skipped without a word, one with a wrong terminator is dropped and
-// shown on standard error (its first KiB, as model/text.h shows a payload), and one that there is
-// no memory for is passed over. Owned by the bus client and used on its thread only.
+// with an unusable length is skipped without a word, one with a wrong terminator is a framing
+// error, and one that there is no memory for is passed over. Owned by a client of the bus and used
+// on its thread only.
 //
 // Two states take turns: the length of a frame is read up to its ":", then its payload up to and
 // including the terminator. The payload is collected in one buffer of its final size, which is
@@ -22,10 +23,16 @@ class NetStringStreamParser {
     // A complete payload with a NUL byte behind it.
     using OnMessage = std::function<void(std::unique_ptr<std::vector<char>> payload)>;
 
+    // The payload of a frame that was dropped for its terminator.
+    using OnFramingError = std::function<void(std::string_view payload)>;
+
     virtual ~NetStringStreamParser() = default;
 
     // Without a receiver payloads are dropped.
     void setOnMessage(OnMessage onMessage);
+
+    // Takes the place of the line on standard error that shows the payload's first KiB.
+    void setOnFramingError(OnFramingError onFramingError);
 
     // Takes all `size` bytes and hands on every payload that they complete. Always 0.
     int feed(const char* data, size_t size);
@@ -50,8 +57,10 @@ class NetStringStreamParser {
     void beginPayload(int32_t length);
     void collect(const char* data, size_t size);
     void endPayload(char terminator);
+    void reportFramingError(std::string_view payload) const;
 
     OnMessage onMessage_;
+    OnFramingError onFramingError_;
 };
 
 }  // namespace lumo

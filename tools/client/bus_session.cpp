@@ -59,6 +59,7 @@ int pollTime(Deadline deadline) {
 BusSession::BusSession(uint16_t port, int32_t connectionID, int output, Heartbeat heartbeat)
     : port_(port), connectionID_(connectionID), output_(output), heartbeat_(heartbeat) {
     parser_.setOnMessage([this](Payload payload) { received_.push_back(std::move(payload)); });
+    parser_.setOnFramingError([this](std::string_view) { onFramingError_(); });
 }
 
 bool BusSession::open(Deadline deadline) {

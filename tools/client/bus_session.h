@@ -3,9 +3,11 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bus/netstring_stream_parser.h"
@@ -41,6 +43,9 @@ class BusSession {
 
     // Calls also return early once this descriptor is readable.
     void endWith(int descriptor) { end_ = descriptor; }
+
+    // Called for each frame that was dropped for its terminator.
+    void setOnFramingError(std::function<void()> call) { onFramingError_ = std::move(call); }
 
     // Connects and queues the login. False on failure; errorText() is the reason unless the output
     // has gone.
@@ -102,6 +107,7 @@ class BusSession {
     std::string sendBuffer_;
     lumo::NetStringStreamParser parser_;
     std::deque<Payload> received_;
+    std::function<void()> onFramingError_ = [] {};
 };
 
 }  // namespace client

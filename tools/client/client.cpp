@@ -47,7 +47,12 @@ Client::Client(const ConnectionOptions& connection, Subscription subscription,
       session_(connection.port, ownConnectionID(), watchedOutput(subscription)),
       cache_(cache ? *cache : ownCache_),
       device_(session_, cache_, connection.object, makeTimeouts(connection)),
-      follower_(session_, device_, cache_, subscription, connection.connect) {}
+      follower_(session_, device_, cache_, subscription, connection.connect) {
+    if (connection.reportsFramingErrors) {
+        session_.setOnFramingError(
+            [] { complain(kBus, "dropped a frame with a wrong terminator"); });
+    }
+}
 
 ExitStatus Client::waitForBus() {
     return retry(

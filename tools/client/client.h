@@ -23,6 +23,7 @@ struct ConnectionOptions {
     std::chrono::milliseconds wait{0};                 // for bus and device to appear
     std::string object = kDaemonObject;                // as the bus knows it
     std::chrono::milliseconds connect{2000};           // for the bus to accept a connection
+    bool reportsFramingErrors = true;                  // on standard error
 };
 
 // The connection id of this process: a million and its process id, so that no two clients of a

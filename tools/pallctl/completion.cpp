@@ -4,7 +4,6 @@
 #include <charconv>
 #include <chrono>
 
-#include "bus/misframed.h"
 #include "client/client.h"
 #include "pallctl/network/network_plan.h"
 #include "pallctl/values/candidates.h"
@@ -40,6 +39,7 @@ std::string given(const cli::CompletionRequest& request, const char* option,
 client::ConnectionOptions reachOf(const cli::CompletionRequest& request) {
     client::ConnectionOptions connection;
     connection.object = given(request, "--object", connection.object);
+    connection.reportsFramingErrors = false;
     const std::string port = given(request, "--port", "");
     std::from_chars(port.data(), port.data() + port.size(), connection.port);
     return connection;
@@ -76,7 +76,6 @@ std::vector<cli::Completion> completeFromDevice(const cli::CompletionRequest& re
         return {};
     }
     util::replaceLogSink([](int, const std::string&) {});
-    lumo::replaceMisframedSink([](std::string_view) {});
     client::Client client(reachOf(request), client::Subscription::answers);
     if (!readAll(client)) {
         return {};

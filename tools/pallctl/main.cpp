@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <exception>
 
-#include "bus/misframed.h"
 #include "cli/standard_descriptors.h"
 #include "cli/standard_output.h"
 #include "pallctl/commands/commands.h"
@@ -38,9 +37,6 @@ int run(int argc, char** argv) {
     // A write to a reader that has gone fails, and does not end the process.
     std::signal(SIGPIPE, SIG_IGN);
     util::replaceLogSink([](int, const std::string&) {});
-    lumo::replaceMisframedSink([](std::string_view) {
-        client::complain("bus", "dropped a frame with a wrong terminator");
-    });
     cli::CommandLine line("pallctl", kAbout);
     line.program().requireCommand();
     line.program().allowOptionsAnywhere();

@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include "allocations.h"
-#include "bus/misframed.h"
 #include "bus/netstring.h"
 
 namespace lumo {
@@ -129,14 +128,13 @@ TEST(NetStringStreamParser, AMisframedPayloadIsShownWithoutItsControlCharactersA
               "a\nb\\x1b[J\n" + std::string(1024, 'x') + "... (2000 bytes)\n");
 }
 
-TEST(NetStringStreamParser, AWrongTerminatorIsShownByWhoeverTookTheWordForIt) {
+TEST(NetStringStreamParser, AFramingErrorGoesToItsCallbackInsteadOfStandardError) {
     Receiver receiver;
     std::vector<std::string> shown;
-    MisframedSink before =
-        replaceMisframedSink([&shown](std::string_view payload) { shown.emplace_back(payload); });
+    receiver.parser.setOnFramingError(
+        [&shown](std::string_view payload) { shown.emplace_back(payload); });
     ::testing::internal::CaptureStderr();
     receiver.feed("3:\x1b[J,3:xyz;");
-    replaceMisframedSink(std::move(before));
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
     EXPECT_THAT(shown, ElementsAre("\x1b[J"));
     EXPECT_THAT(receiver.payloads, ElementsAre("xyz\0"s));

@@ -46,6 +46,7 @@ void Connection::start(Callbacks callbacks) {
             callbacks_.onReceived(std::move(payload));
         }
     });
+    parser_.setOnFramingError([this](std::string_view) { callbacks_.onFramingError(); });
     resumeReading();
 }
 

@@ -29,7 +29,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
         std::function<void(Payload)> onReceived;  // each payload, as it is parsed
         std::function<void(Payload)> onDue;       // each payload of enqueueReceived, when it is due
         std::function<void(const std::string& reason)> onDisconnected;
-        std::function<void()> onSent = [] {};  // a write has completed
+        std::function<void()> onSent = [] {};          // a write has completed
+        std::function<void()> onFramingError = [] {};  // a frame was dropped for its terminator
     };
 
     static constexpr size_t kChunkBytes = 16384;

@@ -100,9 +100,14 @@ void Server::addConnection(tcp::socket socket) {
     report_(clientName(client) + " connected");
     connection->setReading(faults_.readsFrom(std::nullopt));
     connection->start(
-        {[this, client](Payload payload) { receive(client, std::move(payload)); },
-         [this, client](Payload payload) { route(client, std::move(payload)); },
-         [this, client](const std::string& reason) { removeConnection(client, reason); }});
+        {.onReceived = [this, client](Payload payload) { receive(client, std::move(payload)); },
+         .onDue = [this, client](Payload payload) { route(client, std::move(payload)); },
+         .onDisconnected =
+             [this, client](const std::string& reason) { removeConnection(client, reason); },
+         .onFramingError =
+             [this, client] {
+                 report_(clientName(client) + " sent a frame with a wrong terminator, dropped");
+             }});
 }
 
 void Server::receive(ClientID client, Payload payload) {

@@ -11,7 +11,6 @@
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
 
-#include "bus/misframed.h"
 #include "cli/standard_output.h"
 #include "pallbus/commands/commands.h"
 #include "pallbus/replay/comparison.h"
@@ -103,7 +102,6 @@ void printReport(const replay::Report& report, size_t sent) {
 
 int replayFile(uint16_t port, const Options& options) {
     util::replaceLogSink([](int, const std::string&) {});
-    lumo::replaceMisframedSink([](std::string_view) {});
     const std::vector<replay::Step> steps = makePlan(options);
     replay::Comparison comparison(steps, parseIgnored(options));
     const size_t sent = runReplay(steps, comparison, port,

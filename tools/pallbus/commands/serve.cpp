@@ -13,7 +13,6 @@
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
 
-#include "bus/misframed.h"
 #include "cli/standard_output.h"
 #include "cli/validators.h"
 #include "pallbus/broker/control_socket.h"
@@ -56,10 +55,8 @@ uint64_t chooseSeed(const Options& options) {
 }
 
 // The server reports bad messages itself; they do not belong in the system log of the machine.
-void redirectLibraryReports(const broker::Server::Report& report) {
+void silenceLibraryLog() {
     util::replaceLogSink([](int, const std::string&) {});
-    lumo::replaceMisframedSink(
-        [report](std::string_view) { report("dropped a frame with a wrong terminator"); });
 }
 
 // One list of steps for each --fault, and one for the script.
@@ -90,7 +87,7 @@ void runBus(uint16_t port, const Options& options) {
             printError(line);
         }
     };
-    redirectLibraryReports(report);
+    silenceLibraryLog();
     raiseDescriptorLimit();
 
     const uint64_t seed = chooseSeed(options);

@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 
-#include "bus/misframed.h"
 #include "pallctl/commands/commands.h"
 
 namespace pallctl {
@@ -17,9 +16,9 @@ struct Arguments {
 
 ExitStatus runTop(const Options& options, const Arguments& arguments) {
     requirePlainFormat(options);
-    // Standard error would go over the screen.
-    lumo::replaceMisframedSink([](std::string_view) {});
-    return top::run({options.connection(), arguments.record, arguments.play});
+    client::ConnectionOptions connection = options.connection();
+    connection.reportsFramingErrors = false;  // standard error would go over the screen
+    return top::run({connection, arguments.record, arguments.play});
 }
 
 }  // namespace

@@ -167,6 +167,17 @@ TEST_F(BusSessionTest, HandsOutPayloadsAsTheyCameAlsoWhatIsNoMessage) {
     EXPECT_EQ(session_.receivePayload(Clock::now()), nullptr);
 }
 
+TEST_F(BusSessionTest, ReportsAFramingErrorAndGoesOn) {
+    int errors = 0;
+    session_.setOnFramingError([&errors] { ++errors; });
+    open(session_);
+    peer_.write("2:ab,3:xyz;");
+    const BusSession::Payload payload = session_.receivePayload(soon());
+    ASSERT_NE(payload, nullptr);
+    EXPECT_EQ(std::string(payload->data(), payload->size()), std::string("xyz\0", 4));
+    EXPECT_EQ(errors, 1);
+}
+
 TEST_F(BusSessionTest, SendsHeartbeatsWhileItWaits) {
     BusSession session(peer_.port(), 1000042, -1, {1ms, 1h});
     open(session);

@@ -104,13 +104,16 @@ TEST(PallbusProgram, SaysWhoComesAndGoesWhenAsked) {
     const uint16_t port = portOf(bus.readLine());
     BusPeer client(port, 20);
     client.send("no message");
+    client.sendBytes("2:ab,");
     EXPECT_TRUE(client.isQuiet());
     client.vanish();
     BusPeer last(port, 21);
     bus.signal(SIGTERM);
     EXPECT_EQ(bus.wait(), 0);
     EXPECT_THAT(bus.errors(), HasSubstr("pallbus: client 1 connected\n"
-                                        "pallbus: client 1 sent an invalid message\n"));
+                                        "pallbus: client 1 sent an invalid message\n"
+                                        "pallbus: client 1 sent a frame with a wrong terminator, "
+                                        "dropped\n"));
 }
 
 TEST_F(PallbusTest, CarriesARequestAndItsAnswer) {
