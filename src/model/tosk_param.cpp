@@ -146,15 +146,19 @@ void ToskParam::setValueFromJSONIfChanged(const cJSON* item) {
 }
 
 bool ToskParam::setValueFrom(const ToskValue* other) {
-    if (!other) {
-        return false;
-    }
-    ToskValue* value = valueOnDemand();
-    const bool report = value && value->updateFrom(*this, other);
+    const bool report = storeValueFrom(other);
     if (report) {
         notify();
     }
     return report;
+}
+
+bool ToskParam::storeValueFrom(const ToskValue* other) {
+    if (!other) {
+        return false;
+    }
+    ToskValue* value = valueOnDemand();
+    return value && value->updateFrom(*this, other);
 }
 
 util::UniqueJSON ToskParam::valueToJSON() const {

@@ -55,6 +55,9 @@ class ToskParam {
     // the listener when the value's kind reports a change. Returns that report.
     bool setValueFrom(const ToskValue* other);
 
+    // The same without a word to the listener.
+    bool storeValueFrom(const ToskValue* other);
+
     // A new item of the value, owned by the caller; JSON null when no value is held.
     util::UniqueJSON valueToJSON() const;
 

@@ -2,7 +2,6 @@
 
 #include <syslog.h>
 
-#include <mutex>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
@@ -169,7 +168,7 @@ void SystemObject::setMember(const SetUnderWay& set, const cJSON* member) {
     if (systemState_.runsCommands(*param)) {
         saver_.save();
     }
-    if (setValue(*param, member) != 0) {
+    if (systemState_.setFromRequest(*param, member) != 0) {
         send_(RSPMessage(set.request, kBadRequest));
         return;
     }
@@ -179,13 +178,6 @@ void SystemObject::setMember(const SetUnderWay& set, const cJSON* member) {
     util::logMessage(LOG_INFO, "System param Set: %s = %s\n", key.c_str(),
                      util::shownPayload(param->valueToString()).c_str());
     send_(RSPMessage(set.request, kOk));
-}
-
-// Until the reaction is through, the poll leaves the network settings alone: an edit of the file in
-// the same moment must not replace what is asked for here.
-int SystemObject::setValue(ToskParam& param, const cJSON* value) {
-    const std::unique_lock<std::mutex> turn = systemState_.takeSettingsTurnFor(param);
-    return param.setValueFromJSON(value);
 }
 
 // The value is not looked at: a false also activates.

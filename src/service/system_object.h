@@ -60,7 +60,6 @@ class SystemObject {
     bool addDescriptor(cJSON* result, const TarnInternalMessage& request, const char* name) const;
     bool setMembers(SetUnderWay& set, const std::function<bool()>& isTurnOver);
     void setMember(const SetUnderWay& set, const cJSON* member);
-    int setValue(ToskParam& param, const cJSON* value);
     void setActive(const SetUnderWay& set);
     std::string localObjectName(const std::string& objectName) const;
 

@@ -9,10 +9,12 @@
 #include "systemstate/bonding_status.h"
 #include "systemstate/frame_detection.h"
 #include "systemstate/machine.h"
+#include "systemstate/network_config.h"
 #include "systemstate/param_keys.h"
+#include "systemstate/parameter_store.h"
 #include "systemstate/places.h"
-#include "systemstate/service_switches.h"
-#include "systemstate/system_state.h"
+#include "systemstate/product.h"
+#include "systemstate/service_control.h"
 #include "systemstate/xadc_dump.h"
 #include "util/log.h"
 #include "util/text.h"
@@ -22,11 +24,11 @@ namespace {
 
 constexpr int kLastBatteryCycle = 150;
 constexpr std::chrono::milliseconds kBatterySettleTime{25};
-constexpr std::size_t kMostShown = 64;
+constexpr std::size_t kMaxShownBytes = 64;
 constexpr std::size_t kPsu1Channel = 0;
 constexpr std::size_t kPsu2Channel = 8;
 
-// A failure that lasts would otherwise be told every second.
+// A failure that lasts would otherwise be logged every second.
 void reportUnread(const char* file, std::vector<UnreadInteger> unread,
                   std::vector<UnreadInteger>& reported) {
     if (unread == reported) {
@@ -34,12 +36,12 @@ void reportUnread(const char* file, std::vector<UnreadInteger> unread,
     }
     for (const UnreadInteger& value : unread) {
         util::logMessage(LOG_ERR, "%s: %s is no integer: \"%s\"\n", file, value.key.c_str(),
-                         util::shownPayload(value.text.substr(0, kMostShown)).c_str());
+                         util::shownPayload(value.text.substr(0, kMaxShownBytes)).c_str());
     }
     reported = std::move(unread);
 }
 
-PortStatuses statusesOf(const EthernetPorts& ports) {
+PortStatuses readStatuses(const EthernetPorts& ports) {
     PortStatuses statuses;
     for (std::size_t i = 0; i < ports.size(); ++i) {
         statuses[i] = ports[i].status.get();
@@ -53,7 +55,7 @@ void setStatuses(EthernetPorts& ports, const PortStatuses& statuses) {
     }
 }
 
-// What becomes of the statuses so far; a port that is no slave of the bond keeps its own.
+// The statuses that follow `statuses`; a port that is not a slave of the bond keeps its own.
 PortStatuses nextStatuses(const EthernetPorts& ports, PortStatuses statuses,
                           const BondingStatus& bond) {
     for (std::size_t i = 0; i < ports.size(); ++i) {
@@ -69,30 +71,36 @@ PortStatuses nextStatuses(const EthernetPorts& ports, PortStatuses statuses,
     return statuses;
 }
 
-BatteryWiring wiringOf(const Product& product) {
+BatteryWiring batteryWiring(const Product& product) {
     if (product.isTessaraFrame()) {
         return BatteryWiring::tessara;
     }
     return product.isKeli() ? BatteryWiring::keli : BatteryWiring::other;
 }
 
-BatterySource batterySourceOf(const Product& product) {
-    return wiringOf(product) == BatteryWiring::other ? BatterySource::channel
-                                                     : BatterySource::dedicatedInput;
+BatterySource batterySource(const Product& product) {
+    return batteryWiring(product) == BatteryWiring::other ? BatterySource::channel
+                                                          : BatterySource::dedicatedInput;
 }
 
 }  // namespace
 
-StatusPoll::StatusPoll(SystemState& state, Machine& machine)
-    : state_(state), machine_(machine), adc_(machine) {}
+StatusPoll::StatusPoll(const Parts& parts)
+    : machine_(parts.machine),
+      product_(parts.product),
+      ports_(parts.ports),
+      parameters_(parts.parameters),
+      services_(parts.services),
+      network_(parts.network),
+      adc_(parts.machine) {}
 
 void StatusPoll::tick() {
     followAmbrixShutOff();
-    if (state_.isBrio()) {
+    if (product_.isBrio()) {
         return;
     }
     refreshBond();
-    refreshNetworkSettings();
+    network_.publishFile();
     refreshFrameType();
     if (ticks_ > 0) {
         refreshVoltages();
@@ -100,24 +108,20 @@ void StatusPoll::tick() {
     ++ticks_;
 }
 
-// Another program may disable Ambrix for good; its marker is all that is seen of that. The flag is
-// lowered first: a set that starts Ambrix meanwhile raises it again, and the next poll sees to
-// that.
+// The switch is set, not published: like any other set it stops Ambrix, once more.
 void StatusPoll::followAmbrixShutOff() {
-    if (state_.ambrixStarted() && machine_.exists(kAmbrixDisabledMarker)) {
-        state_.forgetAmbrixStarted();
-        stopAmbrixInTime(machine_, state_.edition());
-        state_.setInteger(kAmbrixEnabledKey, 0);
+    if (services_.stopDisabledAmbrix()) {
+        parameters_.setInteger(kAmbrixEnabledKey, 0);
     }
 }
 
 void StatusPoll::refreshBond() {
     // Whatever is called a Tessara has the copy; only the two known frames write it without the
     // driver's first block.
-    const char* file = state_.product().isNamedTessara() ? kTessaraBondingFile : kBondingFile;
+    const char* file = product_.isNamedTessara() ? kTessaraBondingFile : kBondingFile;
     std::optional<BondingStatus> bond =
         decodeBonding(decodeBlockFile(machine_.readFile(file).value_or("")),
-                      state_.isTessaraFrame() ? kTessaraHeaderBlock : kDriverHeaderBlock);
+                      product_.isTessaraFrame() ? kTessaraHeaderBlock : kDriverHeaderBlock);
     if (bond) {
         reportUnread(file, std::move(bond->unread), unreadOfBond_);
         refreshPorts(*bond);
@@ -125,15 +129,14 @@ void StatusPoll::refreshBond() {
 }
 
 void StatusPoll::refreshPorts(const BondingStatus& bond) {
-    EthernetPorts& ports = state_.ethernetPorts();
-    const PortStatuses before = statusesOf(ports);
-    const PortStatuses now = nextStatuses(ports, before, bond);
-    // All of them first: whoever hears of one change sees the others as they are.
-    setStatuses(ports, now);
+    const PortStatuses before = readStatuses(ports_);
+    const PortStatuses now = nextStatuses(ports_, before, bond);
+    // All of them first: a listener to one change then sees the others as they are.
+    setStatuses(ports_, now);
     try {
         publishPorts(before, now);
     } catch (...) {
-        setStatuses(ports, before);  // so that the next poll finds the changes again
+        setStatuses(ports_, before);  // so that the next poll finds the changes again
         throw;
     }
 }
@@ -149,46 +152,19 @@ void StatusPoll::publishPorts(const PortStatuses& before, const PortStatuses& no
         }
     }
     if (becameActive) {
-        state_.setInteger(kActiveEthernetKey, *becameActive);
+        parameters_.publishInteger(kActiveEthernetKey, *becameActive);
     }
 }
 
 void StatusPoll::publishPort(std::size_t position, PortStatus before, PortStatus now) {
     util::logMessage(LOG_INFO, "ETHERNET STATUS CHANGED : %s, was:%d, now:%d\n",
-                     state_.ethernetPorts()[position].interfaceName.c_str(),
-                     static_cast<int>(before), static_cast<int>(now));
-    state_.setInteger(portStatusKey(position), static_cast<int>(now));
-}
-
-void StatusPoll::refreshNetworkSettings() {
-    // A set request that is being carried out comes first; the file can wait for the next tick.
-    const std::unique_lock<std::mutex> turn = state_.trySettingsTurn();
-    if (!turn.owns_lock()) {
-        return;
-    }
-    NetworkSettings inFile;
-    state_.get_net_settings(&inFile.ip, &inFile.netmask, &inFile.gateway);
-    publishAddress(kIpAddressKey, inFile.ip, published_.ip);
-    publishAddress(kNetmaskKey, inFile.netmask, published_.netmask);
-    publishAddress(kGatewayKey, inFile.gateway, published_.gateway);
-}
-
-void StatusPoll::publishAddress(const char* key, std::uint32_t address,
-                                util::Relaxed<std::uint32_t>& published) {
-    if (address != published.get()) {
-        state_.setInteger(key, address);
-        published.set(address);
-    }
-}
-
-void StatusPoll::noteWritten(const NetworkSettings& written) {
-    published_.ip.set(written.ip);
-    published_.netmask.set(written.netmask);
-    published_.gateway.set(written.gateway);
+                     ports_[position].interfaceName.c_str(), static_cast<int>(before),
+                     static_cast<int>(now));
+    parameters_.publishInteger(portStatusKey(position), static_cast<int>(now));
 }
 
 void StatusPoll::refreshFrameType() {
-    if (frameTypeKnown_ || !state_.isTessaraFrame()) {
+    if (frameTypeKnown_ || !product_.isTessaraFrame()) {
         return;
     }
     std::optional<FrameDetection> frame =
@@ -198,7 +174,7 @@ void StatusPoll::refreshFrameType() {
     }
     reportUnread(kFrameDetectionFile, std::move(frame->unread), unreadOfFrame_);
     if (frame->frameType >= 0) {
-        state_.setInteger(kFrameTypeKey, frame->frameType);
+        parameters_.publishInteger(kFrameTypeKey, frame->frameType);
         frameTypeKnown_ = true;
     }
 }
@@ -210,7 +186,7 @@ void StatusPoll::refreshVoltages() {
         switchBatteryLoad(kBatteryLoadOn);
         machine_.pause(kBatterySettleTime);
     }
-    adc_.read(batterySourceOf(state_.product()));
+    adc_.read(batterySource(product_));
     if (sampleBattery) {
         switchBatteryLoad(kBatteryLoadOff);
         util::logMessage(LOG_INFO, "Battery Sample = OFF\n");
@@ -231,13 +207,13 @@ void StatusPoll::publishBattery() {
     const std::int32_t sample = adc_.samples().channels[kBatteryChannel];
     util::logMessage(LOG_INFO, "sec[%d]  ADC CHAN %d=%d\n", batteryCycle_,
                      static_cast<int>(kBatteryChannel), sample);
-    const double volts = batteryVolts(sample, wiringOf(state_.product()));
-    state_.setFloat(kBattVoltageKey, volts);
+    const double volts = batteryVolts(sample, batteryWiring(product_));
+    parameters_.publishFloat(kBattVoltageKey, volts);
     util::trace("BATT %f\n", volts);
 }
 
 void StatusPoll::publishSupplies() {
     const auto& channels = adc_.samples().channels;
-    state_.setFloat(kPsu1VoltageKey, psuVolts(channels[kPsu1Channel]));
-    state_.setFloat(kPsu2VoltageKey, psuVolts(channels[kPsu2Channel]));
+    parameters_.publishFloat(kPsu1VoltageKey, psuVolts(channels[kPsu1Channel]));
+    parameters_.publishFloat(kPsu2VoltageKey, psuVolts(channels[kPsu2Channel]));
 }

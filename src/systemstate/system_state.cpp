@@ -3,63 +3,18 @@
 #include <utility>
 
 #include "systemstate/param_keys.h"
-#include "systemstate/status_poll.h"
-
-namespace {
-
-void setFrom(const SystemState& state, const std::string& key, const ToskValue& value) {
-    if (ToskParam* const param = state.findParam(key)) {
-        param->setValueFrom(&value);
-    }
-}
-
-// Says which thread polls, for as long as it does.
-class PollMark {
-  public:
-    explicit PollMark(std::atomic<std::thread::id>& thread) : thread_(thread) {
-        thread_.store(std::this_thread::get_id());
-    }
-    ~PollMark() { thread_.store({}); }
-    PollMark(const PollMark&) = delete;
-    PollMark& operator=(const PollMark&) = delete;
-
-  private:
-    std::atomic<std::thread::id>& thread_;
-};
-
-}  // namespace
 
 SystemState::SystemState(const std::string& containerName, Machine& machine)
     : ToskPersistedStructure(containerName),
       machine_(machine),
       product_(readProduct(machine)),
-      poll_(std::make_unique<StatusPoll>(*this, machine)) {}
-
-SystemState::~SystemState() = default;
+      parameters_(*this, [this](ToskParam& param) { readingChanged(param); }),
+      services_(machine, isBrio() ? Edition::brio : Edition::tessara),
+      network_(machine, parameters_),
+      poll_({machine, product_, ethernetPorts_, parameters_, services_, network_}) {}
 
 const char* SystemState::getName() const {
     return "systemState";
-}
-
-ToskDevice* SystemState::device() const {
-    return devices().empty() ? nullptr : devices().front();
-}
-
-ToskParam* SystemState::findParam(const std::string& key) const {
-    const ToskDevice* const held = device();
-    return held == nullptr ? nullptr : held->findParam(key);
-}
-
-void SystemState::setInteger(const std::string& key, int64_t value) {
-    setFrom(*this, key, ToskIntegerValue(value));
-}
-
-void SystemState::setFloat(const std::string& key, double value) {
-    setFrom(*this, key, ToskFloatValue(value));
-}
-
-void SystemState::setText(const std::string& key, const std::string& value) {
-    setFrom(*this, key, ToskStringValue(value));
 }
 
 void SystemState::setParamChanged_cb(ParamChanged callback) {
@@ -69,35 +24,26 @@ void SystemState::setParamChanged_cb(ParamChanged callback) {
 void SystemState::updateRedundancy(const ControllerDetails& primary,
                                    const ControllerDetails& secondary) {
     masterDetails_ = {primary, secondary};
-    setInteger(kActiveKeliKey, primary.active ? 0 : 1);
-    setText(kPrimaryIpAddressKey, primary.ipAddress);
-    setInteger(kPrimaryPresentKey, primary.present ? 1 : 0);
-    setInteger(kPrimaryActiveKey, primary.active ? 1 : 0);
-    setText(kPrimaryVersionKey, primary.version);
-    setText(kSecondaryIpAddressKey, secondary.ipAddress);
-    setInteger(kSecondaryPresentKey, secondary.present ? 1 : 0);
-    setInteger(kSecondaryActiveKey, secondary.active ? 1 : 0);
-    setText(kSecondaryVersionKey, secondary.version);
+    parameters_.setInteger(kActiveKeliKey, primary.active ? 0 : 1);
+    parameters_.setText(kPrimaryIpAddressKey, primary.ipAddress);
+    parameters_.setInteger(kPrimaryPresentKey, primary.present ? 1 : 0);
+    parameters_.setInteger(kPrimaryActiveKey, primary.active ? 1 : 0);
+    parameters_.setText(kPrimaryVersionKey, primary.version);
+    parameters_.setText(kSecondaryIpAddressKey, secondary.ipAddress);
+    parameters_.setInteger(kSecondaryPresentKey, secondary.present ? 1 : 0);
+    parameters_.setInteger(kSecondaryActiveKey, secondary.active ? 1 : 0);
+    parameters_.setText(kSecondaryVersionKey, secondary.version);
 }
 
-void SystemState::poll() {
-    const PollMark mark(pollThread_);
-    poll_->tick();
+int SystemState::setFromRequest(ToskParam& param, const cJSON* value) {
+    const NetworkConfig::SetUnderWay set(network_, param);
+    return param.setValueFromJSON(value);
 }
 
-std::unique_lock<std::mutex> SystemState::takeSettingsTurn() {
-    return std::unique_lock(settingsTurn_);
+void SystemState::get_net_settings(uint32_t* ip, uint32_t* netmask, uint32_t* gateway) const {
+    network_.get_net_settings(ip, netmask, gateway);
 }
 
-std::unique_lock<std::mutex> SystemState::takeSettingsTurnFor(const ToskParam& param) {
-    for (const char* const key : {kIpAddressKey, kNetmaskKey, kGatewayKey}) {
-        if (findParam(key) == &param) {
-            return takeSettingsTurn();
-        }
-    }
-    return {};
-}
-
-std::unique_lock<std::mutex> SystemState::trySettingsTurn() {
-    return std::unique_lock(settingsTurn_, std::try_to_lock);
+int SystemState::config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway) {
+    return network_.config_ip(ip, netmask, gateway);
 }

@@ -1,9 +1,9 @@
-// What a set of each parameter does to the machine. Everything here runs on the thread that changed
-// the parameter, inside the operation that set it.
+// What a set of each parameter does to the machine: one row of a table each, found by the
+// parameter's identifier. It runs on the thread that set the parameter, inside the operation that
+// set it. A reading that the poll publishes is announced, and carries out nothing.
 
 #include <algorithm>
 
-#include "systemstate/network_settings.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
 #include "systemstate/places.h"
@@ -11,7 +11,6 @@
 #include "systemstate/system_state.h"
 #include "util/log.h"
 #include "util/text.h"
-#include "util/time_stamp.h"
 #include "util/trace.h"
 
 struct SystemState::Reaction {
@@ -26,9 +25,9 @@ std::span<const SystemState::Reaction> SystemState::reactions() {
         {kIpAddressKey, &SystemState::applyNetworkSettings},
         {kNetmaskKey, &SystemState::applyNetworkSettings},
         {kGatewayKey, &SystemState::applyNetworkSettings},
-        {kSshEnabledKey, &SystemState::switchService<&SystemState::switchSsh>},
-        {kFtpEnabledKey, &SystemState::switchService<&SystemState::switchFtp>},
-        {kAmbrixEnabledKey, &SystemState::switchService<&SystemState::switchAmbrix>},
+        {kSshEnabledKey, &SystemState::switchService<&ServiceControl::setSshRunning>},
+        {kFtpEnabledKey, &SystemState::switchService<&ServiceControl::setFtpRunning>},
+        {kAmbrixEnabledKey, &SystemState::switchService<&ServiceControl::setAmbrixRunning>},
         {kRestartNetworkKey, &SystemState::restartNetwork},
         {kGenerateReportKey, &SystemState::generateReport},
         {"system.serial0", &SystemState::takeConnection, false},
@@ -39,14 +38,17 @@ std::span<const SystemState::Reaction> SystemState::reactions() {
 }
 
 void SystemState::valueChanged(ToskParam* param) {
-    const std::string oid = param->oid().toString();
-    util::logMessage(LOG_DEBUG, "SystemState::valueChanged, oid=%s, val=%s", oid.c_str(),
-                     util::shownPayload(param->valueToString()).c_str());
-    announce(*param);
+    const std::string oid = reportChange(*param);
     for (const Reaction& reaction : reactions()) {
         if (oid == reaction.oid) {
             (this->*reaction.carryOut)(*param);
         }
+    }
+}
+
+void SystemState::readingChanged(ToskParam& param) {
+    if (NetworkConfig::isSetting(reportChange(param))) {
+        network_.check();
     }
 }
 
@@ -55,6 +57,15 @@ bool SystemState::runsCommands(const ToskParam& param) const {
     return std::ranges::any_of(reactions(), [&oid](const Reaction& reaction) {
         return reaction.runsCommands && oid == reaction.oid;
     });
+}
+
+// Logs and announces the change; gives the parameter's identifier.
+std::string SystemState::reportChange(const ToskParam& param) {
+    std::string oid = param.oid().toString();
+    util::logMessage(LOG_DEBUG, "SystemState::valueChanged, oid=%s, val=%s", oid.c_str(),
+                     util::shownPayload(param.valueToString()).c_str());
+    announce(param);
+    return oid;
 }
 
 void SystemState::announce(const ToskParam& param) {
@@ -82,43 +93,13 @@ void SystemState::setActiveEthernet(ToskParam& param) {
 }
 
 void SystemState::applyNetworkSettings(ToskParam& /*param*/) {
-    const auto held = [this](const char* key) {
-        return static_cast<uint32_t>(integerOf(findParam(key)).value_or(0));
-    };
-    const NetworkSettings settings{held(kIpAddressKey), held(kNetmaskKey), held(kGatewayKey)};
-    if (!areValid(settings)) {
-        util::printTimeStamp();
-        util::trace("IP Error: ip=%x, netmask=%x, gateway=%x\n", settings.ip, settings.netmask,
-                    settings.gateway);
-        return;
-    }
-    if (isPolling()) {
-        check_ip(settings);
-        return;
-    }
-    config_ip(settings.ip, settings.netmask, settings.gateway);
+    network_.apply();
 }
 
-template <void (SystemState::*apply)(bool)>
+template <void (ServiceControl::*setRunning)(bool)>
 void SystemState::switchService(ToskParam& param) {
-    if (const std::optional<bool> enable = isNonZero(param)) {
-        (this->*apply)(*enable);
-    }
-}
-
-void SystemState::switchSsh(bool enable) {
-    ::switchSsh(machine_, edition(), enable);
-}
-
-void SystemState::switchFtp(bool enable) {
-    ::switchFtp(machine_, edition(), enable);
-}
-
-void SystemState::switchAmbrix(bool enable) {
-    stopAmbrix(machine_, edition());
-    if (enable) {
-        ambrixStarted_ = true;
-        startAmbrix(machine_, edition());
+    if (const std::optional<bool> running = isNonZero(param)) {
+        (services_.*setRunning)(*running);
     }
 }
 
@@ -143,7 +124,7 @@ void SystemState::generateReport(ToskParam& param) {
     if (machine_.run(kGenerateReport) != 0) {
         util::logMessage(LOG_ERR, "Error calling generateReport - %m");
     }
-    setInteger(kGenerateReportKey, 0);
+    parameters_.setInteger(kGenerateReportKey, 0);
 }
 
 void SystemState::takeConnection(ToskParam& param) {

@@ -366,9 +366,12 @@ TEST_F(SystemObjectSet, LogShowsControlCharactersOfAValueAsEscapesAndItsFirstKib
     }
 }
 
-TEST_F(SystemObjectSet, SettingsTurnIsFreeAgainAfterEveryMember) {
-    set("system", R"({"systemName":"a","nothing":1,"version":5})");
-    EXPECT_TRUE(state().trySettingsTurn().owns_lock());
+TEST_F(SystemObjectSet, ThePollPublishesAnEditOfTheNetworkSettingsAfterAnyMember) {
+    set("system", R"({"systemName":"a","nothing":1,"version":5,"gateway":"no number"})");
+    root_.write("/vantor/etc/network.conf",
+                "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
+    state().poll();
+    EXPECT_EQ(state().findParam("system.ipAddress")->valueToString(), "167772166");
 }
 
 }  // namespace

@@ -134,7 +134,7 @@ TEST_F(BondTest, PortThatNoSlaveNamesKeepsItsStatus) {
 TEST_F(BondTest, OnlyPortsThatChangedAreLookedAt) {
     start("Quorane");
     pollBond("eth0", "up", "down");
-    state_->setInteger(kActiveEthernetKey, 1);
+    state_->parameters().setInteger(kActiveEthernetKey, 1);
     pollBond("eth0", "up", "up");
     EXPECT_EQ(value(kActiveEthernetKey), "1") << "eth0 was active before and did not change";
 }

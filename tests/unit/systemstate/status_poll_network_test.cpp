@@ -38,33 +38,40 @@ TEST_F(NetworkPoll, SettingsThatTheCatalogueReadAreNoNews) {
 
 struct EditCase {
     const char* name;
-    const char* file;
+    const char* ip;
+    const char* netmask;
+    const char* gateway;
     const char* announcement;
 };
 
 class NetworkEdit : public NetworkPoll, public testing::WithParamInterface<EditCase> {};
 
-TEST_P(NetworkEdit, IsAnnouncedWithinOnePollAndNotApplied) {
+TEST_P(NetworkEdit, IsAnnouncedAndCheckedWithinOnePollAndNotApplied) {
+    const std::string ip = GetParam().ip;
+    const std::string netmask = GetParam().netmask;
+    const std::string gateway = GetParam().gateway;
+    const std::string file =
+        "# by hand\nIPADDR=" + ip + "\nNETMASK=" + netmask + "\nGATEWAY=" + gateway + "\n";
     start("Quorane");
     poll(2);  // the second one reports the battery
-    root_.write(kNetworkFile, GetParam().file);
-    EXPECT_THAT(pollDiary(), ElementsAre(GetParam().announcement));
-    EXPECT_EQ(root_.read(kNetworkFile), GetParam().file);
+    root_.write(kNetworkFile, file);
+    EXPECT_THAT(pollDiary(),
+                ElementsAre(GetParam().announcement,
+                            "6 SystemState:config_ip: checking ifconfig ip=" + ip +
+                                " sub=" + netmask + " gw=" + gateway + "...\n",
+                            "6 ip address " + ip + "\n", "6 gateway_ip_address " + gateway + "\n",
+                            "6 subnet_mask " + netmask + "\n", "6 no changes\n"));
+    EXPECT_EQ(root_.read(kNetworkFile), file);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Keys, NetworkEdit,
-    testing::Values(EditCase{"Address",
-                             "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n",
-                             "NOT system.ipAddress=167772166"},
-                    EditCase{"Netmask", "IPADDR=10.0.0.5\nNETMASK=255.255.0.0\nGATEWAY=10.0.0.1\n",
-                             "NOT system.netmask=4294901760"},
-                    EditCase{"Gateway",
-                             "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.9\n",
-                             "NOT system.gateway=167772169"},
-                    EditCase{"AddressLost", "NETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n",
-                             "NOT system.ipAddress=0"}),
-    [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Keys, NetworkEdit,
+                         testing::Values(EditCase{"Address", "10.0.0.6", "255.255.255.0",
+                                                  "10.0.0.1", "NOT system.ipAddress=167772166"},
+                                         EditCase{"Netmask", "10.0.0.5", "255.255.0.0", "10.0.0.1",
+                                                  "NOT system.netmask=4294901760"},
+                                         EditCase{"Gateway", "10.0.0.5", "255.255.255.0",
+                                                  "10.0.0.9", "NOT system.gateway=167772169"}),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(NetworkPoll, EditOfEverythingIsNotAppliedEither) {
     constexpr const char* kOther = "IPADDR=10.1.0.5\nNETMASK=255.0.0.0\nGATEWAY=10.1.0.1\n";
@@ -88,21 +95,42 @@ TEST_F(NetworkPoll, EditOfEverythingIsNotAppliedEither) {
     EXPECT_EQ(root_.read(kNetworkFile), kOther);
 }
 
-TEST_F(NetworkPoll, EditThatLosesASettingPrintsTheErrorOfASet) {
+struct LossCase {
+    const char* name;
+    const char* file;
+    const char* announcement;
+    const char* error;
+};
+
+class NetworkLoss : public NetworkPoll, public testing::WithParamInterface<LossCase> {};
+
+TEST_P(NetworkLoss, IsAnnouncedAndPrintsTheErrorOfASet) {
     start("Quorane");
-    root_.write(kNetworkFile, "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\n");
+    poll(2);
+    root_.write(kNetworkFile, GetParam().file);
     testing::internal::CaptureStdout();
-    EXPECT_THAT(pollDiary(), ElementsAre("NOT system.gateway=0"));
-    EXPECT_THAT(testing::internal::GetCapturedStdout(),
-                EndsWith("\tIP Error: ip=a000005, netmask=ffffff00, gateway=0\n"));
+    const std::vector<std::string> diary = pollDiary();
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), EndsWith(GetParam().error));
+    EXPECT_THAT(diary, ElementsAre(GetParam().announcement));
+    EXPECT_EQ(root_.read(kNetworkFile), GetParam().file);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Keys, NetworkLoss,
+    testing::Values(LossCase{"Address", "NETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n",
+                             "NOT system.ipAddress=0",
+                             "\tIP Error: ip=0, netmask=ffffff00, gateway=a000001\n"},
+                    LossCase{"Gateway", "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\n",
+                             "NOT system.gateway=0",
+                             "\tIP Error: ip=a000005, netmask=ffffff00, gateway=0\n"}),
+    [](const auto& row) { return row.param.name; });
 
 // The gateway was set and not applied, so the parameters are valid where the file is not.
 TEST_F(NetworkPoll, EditOfAnIncompleteFileFailsTheCheckOfASet) {
     root_.write(kNetworkFile, "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\n");
     start("Quorane");
     poll();
-    state_->setInteger(kGatewayKey, 0x0A000001);
+    state_->parameters().setInteger(kGatewayKey, 0x0A000001);
     takeDiary();
     root_.write(kNetworkFile, "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\n");
     EXPECT_THAT(pollDiary(), IsSupersetOf({"NOT system.ipAddress=167772166",
@@ -148,21 +176,10 @@ TEST_F(NetworkPoll, MissingFromTheStartIsNoChange) {
     EXPECT_THAT(pollDiary(), ElementsAre(kMissing));
 }
 
-TEST_F(NetworkPoll, WaitsForNobodyWhoHasTheSettingsTurn) {
-    start("Quorane");
-    poll();
-    root_.write(kNetworkFile, "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
-    {
-        const auto turn = state_->takeSettingsTurn();
-        EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("NOT system.ipAddress"))));
-    }
-    EXPECT_THAT(pollDiary(), Contains("NOT system.ipAddress=167772166"));
-}
-
 TEST_F(NetworkPoll, SettingThatWasSetAndNotAppliedStays) {
     start("Quorane");
     poll();
-    state_->setInteger(kIpAddressKey, 0);
+    state_->parameters().setInteger(kIpAddressKey, 0);
     EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("NOT system.ipAddress"))));
     EXPECT_EQ(value(kIpAddressKey), "0") << "the file says what it said before";
 }
@@ -180,26 +197,54 @@ TEST_F(NetworkPoll, EditThatUndoesASetIsSeen) {
 
 // The request is stored, and before it is applied another program edits the file and the poll
 // comes.
-TEST_F(NetworkPoll, RequestIsNotLostToAnEditOfTheSameMoment) {
-    start("Quorane");
-    poll();
-    bool edited = false;
-    state_->setParamChanged_cb([&](const ToskParam&) {
-        if (std::exchange(edited, true)) {
-            return;
-        }
-        root_.write(kNetworkFile, "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
-        std::thread([this] { poll(); }).join();
-    });
-    {
-        const auto turn = state_->takeSettingsTurn();
-        state_->findParam(kIpAddressKey)->setValueFromJSON(util::jsonNumber(0x0A000007).get());
+class EditDuringASet : public NetworkPoll {
+  protected:
+    // Gives what the poll says of that.
+    std::vector<std::string> editDuring(const char* key, uint32_t value) {
+        start("Quorane");
+        poll();
+        std::vector<std::string> said;
+        bool edited = false;
+        state_->setParamChanged_cb([&](const ToskParam& param) {
+            takeDiary();
+            if (!std::exchange(edited, true)) {
+                root_.write(kNetworkFile, kOtherAddress);
+                std::thread([&] { said = pollDiary(); }).join();
+            } else {
+                said.push_back(param.oid().toString());
+            }
+        });
+        state_->setFromRequest(*state_->findParam(key), util::jsonNumber(value).get());
+        return said;
     }
+
+    static constexpr const char* kOtherAddress =
+        "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n";
+};
+
+TEST_F(EditDuringASet, DoesNotReplaceWhatIsAskedFor) {
+    EXPECT_THAT(editDuring(kIpAddressKey, 0x0A000007),
+                Not(Contains(testing::HasSubstr("ipAddress"))));
     EXPECT_EQ(value(kIpAddressKey), "167772167");
     EXPECT_EQ(root_.read(kNetworkFile),
               "USE_DHCP=0\nIPADDR=10.0.0.7\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
     poll();
     EXPECT_EQ(value(kIpAddressKey), "167772167");
+}
+
+TEST_F(EditDuringASet, OfAnotherParameterIsPublishedAtOnce) {
+    editDuring("system.active", 0);
+    EXPECT_EQ(value(kIpAddressKey), "167772166");
+}
+
+TEST_F(NetworkPoll, EditAfterASetThatIsNotAppliedIsPublished) {
+    start("Quorane");
+    poll();
+    for (const char* key : {kIpAddressKey, kNetmaskKey, kGatewayKey}) {
+        state_->setFromRequest(*state_->findParam(key), util::jsonNumber(0).get());
+    }
+    root_.write(kNetworkFile, "IPADDR=10.0.0.6\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
+    EXPECT_THAT(pollDiary(), Contains("NOT system.ipAddress=167772166"));
 }
 
 }  // namespace

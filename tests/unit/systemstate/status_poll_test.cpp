@@ -87,9 +87,9 @@ TEST_F(StatusPollTest, SurvivesADeviceWithoutCatalogue) {
 
 TEST_F(StatusPollTest, AmbrixIsLeftAloneWithoutItsMarker) {
     start("Quorane");
-    EXPECT_TRUE(state_->ambrixStarted());
+    EXPECT_TRUE(state_->services().ambrixStarted());
     EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("/etc/init.d/S81ambrix"))));
-    EXPECT_TRUE(state_->ambrixStarted());
+    EXPECT_TRUE(state_->services().ambrixStarted());
     EXPECT_EQ(value(kAmbrixEnabledKey), "1");
 }
 
@@ -97,14 +97,14 @@ TEST_F(StatusPollTest, AmbrixShutOffIsFollowedOnce) {
     start("Quorane");
     root_.write(kAmbrixDisabledMarker, "");
     EXPECT_THAT(pollDiary(), Contains("NOT system.ambrixEnabled=0"));
-    EXPECT_FALSE(state_->ambrixStarted());
+    EXPECT_FALSE(state_->services().ambrixStarted());
     EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("/etc/init.d/S81ambrix"))));
 }
 
 TEST_F(StatusPollTest, AmbrixMarkerMeansNothingWhenTheDaemonDidNotStartIt) {
     root_.write(kAmbrixDisabledMarker, "");
     start("Quorane");
-    EXPECT_FALSE(state_->ambrixStarted());
+    EXPECT_FALSE(state_->services().ambrixStarted());
     EXPECT_THAT(pollDiary(), Not(Contains(StartsWith("/etc/init.d/S81ambrix"))));
 }
 

@@ -72,8 +72,7 @@ TEST_F(PollBesideMain, SettingTheActivePort) {
 TEST_F(PollBesideMain, EveryAcceptedRequestForAnAddressIsInTheFile) {
     uint32_t address = 0x0A000100;
     pollBeside([&] {
-        const auto turn = state_.takeSettingsTurn();
-        state_.findParam(kIpAddressKey)->setValueFromJSON(util::jsonNumber(++address).get());
+        state_.setFromRequest(*state_.findParam(kIpAddressKey), util::jsonNumber(++address).get());
         EXPECT_THAT(root_.read(kNetworkFile),
                     testing::HasSubstr("IPADDR=" + dottedText(address) + "\n"));
     });

@@ -251,23 +251,24 @@ TEST_F(Reactions, FailedSwitchKeepsTheValue) {
                     Line{LOG_ERR, "Error stopping SSH Server - No such file or directory"}));
 }
 
-TEST_F(Reactions, AmbrixStartedIsRememberedUntilForgotten) {
+TEST_F(Reactions, AmbrixStartedIsRememberedUntilThePollFindsItDisabled) {
     root.write("/vantor/etc/ambrixDisabled", "");
     run();
-    EXPECT_FALSE(state->ambrixStarted());
+    EXPECT_FALSE(state->services().ambrixStarted());
     set("system.ambrixEnabled", "1");
-    EXPECT_TRUE(state->ambrixStarted());
+    EXPECT_TRUE(state->services().ambrixStarted());
     set("system.ambrixEnabled", "0");
-    EXPECT_TRUE(state->ambrixStarted());
-    state->forgetAmbrixStarted();
-    EXPECT_FALSE(state->ambrixStarted());
+    EXPECT_TRUE(state->services().ambrixStarted());
+    state->poll();
+    EXPECT_FALSE(state->services().ambrixStarted());
 }
 
 TEST_F(Reactions, AmbrixIsMarkedAsStartedBeforeItIs) {
     root.write("/vantor/etc/ambrixDisabled", "");
     run();
     std::vector<bool> marked;
-    machine->setOnCommand([&](const std::string&) { marked.push_back(state->ambrixStarted()); });
+    machine->setOnCommand(
+        [&](const std::string&) { marked.push_back(state->services().ambrixStarted()); });
     set("system.ambrixEnabled", "1");
     EXPECT_THAT(marked, ElementsAre(false, false, true, true));
 }

@@ -151,18 +151,18 @@ TEST_F(AmbrixAtStart, SetOfAParameterRestoredWithoutNumberWorksAsOfAnyOther) {
     EXPECT_EQ(set("system.ambrixEnabled", "1"), 0);
     EXPECT_THAT(announced, ElementsAre("system.ambrixEnabled=1"));
     EXPECT_EQ(machine->take(), kServices[2].start);
-    EXPECT_TRUE(state->ambrixStarted());
+    EXPECT_TRUE(state->services().ambrixStarted());
 }
 
 TEST_F(AmbrixAtStart, StartingItIsRemembered) {
     boot();
-    EXPECT_TRUE(state->ambrixStarted());
+    EXPECT_TRUE(state->services().ambrixStarted());
 }
 
 TEST_F(AmbrixAtStart, StoppingItIsNot) {
     holdWithoutValue();
     boot();
-    EXPECT_FALSE(state->ambrixStarted());
+    EXPECT_FALSE(state->services().ambrixStarted());
 }
 
 TEST_F(AmbrixAtStart, BrioHasItsOwnCommands) {

@@ -89,62 +89,6 @@ TEST_F(Redundancy, DetailsKnownBeforeTheCatalogueAreItsInitialValues) {
     EXPECT_EQ(valueOf("system.secondaryVersion"), "1.3");
 }
 
-using Readings = SystemStateTest;
-
-TEST_F(Readings, AreAnnouncedWhenTheyDiffer) {
-    run();
-    state->setInteger("system.frameType", 3);
-    state->setInteger("system.frameType", 3);
-    state->setFloat("system.psu1Voltage", 12.5);
-    state->setFloat("system.psu1Voltage", 12.5);
-    state->setText("system.version", "5.0");
-    state->setText("system.version", "5.0");
-    EXPECT_THAT(announced, ElementsAre("system.frameType=3", "system.psu1Voltage=12.500000",
-                                       "system.version=5.0"));
-}
-
-TEST_F(Readings, BelowThePrecisionAreQuiet) {
-    run();
-    state->setFloat("system.psu1Voltage", 12.5);
-    state->setFloat("system.psu1Voltage", 12.501);
-    EXPECT_EQ(announced.size(), 1U);
-    EXPECT_EQ(valueOf("system.psu1Voltage"), "12.501000");
-}
-
-TEST_F(Readings, OfMissingParametersAndOtherKindsArePassedOver) {
-    run();
-    state->setInteger("system.nowhere", 1);
-    state->setInteger("system.version", 1);
-    state->setFloat("system.frameType", 1.0);
-    state->setText("system.frameType", "1");
-    EXPECT_THAT(announced, IsEmpty());
-    EXPECT_EQ(valueOf("system.frameType"), "0");
-}
-
-TEST_F(Readings, RenamedParameterIsFoundUnderItsOldKey) {
-    run();
-    state->findParam("system.frameType")->setOid(ToskOID::fromParts("frameB.system", "frameType"));
-    state->setInteger("system.frameType", 3);
-    EXPECT_THAT(announced, ElementsAre("frameB.system.frameType=3"));
-}
-
-using SettingsTurn = SystemStateTest;
-
-TEST_F(SettingsTurn, BelongsToOneThreadAtATime) {
-    construct();
-    const auto anotherGetsIt = [this] {
-        return std::async(std::launch::async,
-                          [this] { return state->trySettingsTurn().owns_lock(); })
-            .get();
-    };
-    EXPECT_TRUE(anotherGetsIt());
-    {
-        const std::unique_lock<std::mutex> turn = state->takeSettingsTurn();
-        EXPECT_FALSE(anotherGetsIt());
-    }
-    EXPECT_TRUE(anotherGetsIt());
-}
-
 // One thread sets, the other polls, and somebody else edits the file all the time.
 class TwoThreads : public SystemStateTest {
   protected:
@@ -176,9 +120,8 @@ class TwoThreads : public SystemStateTest {
         std::filesystem::rename(root.path() + "/vantor/etc/edited", root.path() + kNetworkFile);
     }
 
-    void setInTurn(const std::string& key, const std::string& json) {
-        const std::unique_lock<std::mutex> turn = state->takeSettingsTurn();
-        set(key, json);
+    void setFromRequest(const std::string& key, const std::string& json) {
+        state->setFromRequest(*state->findParam(key), parse(json).get());
     }
 
     bool wasChecked(const std::string& ip) {
@@ -198,7 +141,7 @@ TEST_F(TwoThreads, RequestIsNotLostToAnEditAtTheSameMoment) {
     for (uint32_t round = 1; round <= 250; ++round) {
         const std::string wanted = "10.0.1." + std::to_string(round);
         edit("10.0.0." + std::to_string(round), "10.0.2." + std::to_string(round));
-        setInTurn("system.ipAddress", std::to_string(0x0A000100 + round));
+        setFromRequest("system.ipAddress", std::to_string(0x0A000100 + round));
         EXPECT_TRUE(wasChecked(wanted)) << wanted;
     }
 }
@@ -225,8 +168,8 @@ TEST_F(TwoThreads, SwitchesAndPortsMayBeSetWhileThePollRuns) {
     });
     startPolling();
     for (int round = 0; round < 250; ++round) {
-        setInTurn("system.ambrixEnabled", std::to_string(round % 2));
-        setInTurn("system.activeEthernet", std::to_string(round % 3));
+        setFromRequest("system.ambrixEnabled", std::to_string(round % 2));
+        setFromRequest("system.activeEthernet", std::to_string(round % 3));
         state->findParam("system.psu1Voltage")
             ->setOid(ToskOID::fromParts(round % 2 == 0 ? "system" : "b.system", "psu1Voltage"));
     }

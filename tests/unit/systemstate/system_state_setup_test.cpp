@@ -47,7 +47,7 @@ TEST_F(IdentityGroup, NoDeviceBeforeItIsBuilt) {
     construct();
     EXPECT_EQ(state->device(), nullptr);
     EXPECT_EQ(state->findParam("system.frameName"), nullptr);
-    state->setInteger("system.active", 1);
+    state->parameters().setInteger("system.active", 1);
     build();
     EXPECT_NE(state->device(), nullptr);
 }
@@ -146,7 +146,7 @@ TEST_F(IdentityGroup, TessaraFrameTakesTheNameOnItsLabel) {
 TEST_F(IdentityGroup, HeldNameCannotForgeALineOfTheLog) {
     construct("Tessara");
     build();
-    state->setText("system.frameName", "A]\n<129>\x1b[2J");
+    state->parameters().setText("system.frameName", "A]\n<129>\x1b[2J");
     log.take();
     build("Bay 3");
     EXPECT_THAT(log.take(), testing::Contains(Line{LOG_INFO,

@@ -1,4 +1,4 @@
-#include "systemstate/service_switches.h"
+#include "systemstate/service_control.h"
 
 #include "systemstate/machine.h"
 #include "systemstate/places.h"
@@ -43,8 +43,8 @@ constexpr Switch kFtp = {
      "Error stopping FTP Server"},
 };
 
-// A service of two commands. Only the second one's result tells anything: the first is a command
-// in the background, or finds nothing to stop when the service does not run.
+// A service of two commands. Only the result of the second one is looked at: the first runs in the
+// background, or finds nothing to stop when the service does not run.
 struct Pair {
     const char* announcement;
     const char* server;
@@ -99,22 +99,32 @@ bool isServiceEnabled(const Machine& machine, const char* disabledMarker) {
     return !machine.exists(disabledMarker);
 }
 
-void switchSsh(Machine& machine, Edition edition, bool enable) {
-    carryOut(machine, enable ? kSsh.enable : kSsh.disable, edition);
+ServiceControl::ServiceControl(Machine& machine, Edition edition)
+    : machine_(machine), edition_(edition) {}
+
+void ServiceControl::setSshRunning(bool running) {
+    carryOut(machine_, running ? kSsh.enable : kSsh.disable, edition_);
 }
 
-void switchFtp(Machine& machine, Edition edition, bool enable) {
-    carryOut(machine, enable ? kFtp.enable : kFtp.disable, edition);
+void ServiceControl::setFtpRunning(bool running) {
+    carryOut(machine_, running ? kFtp.enable : kFtp.disable, edition_);
 }
 
-void stopAmbrix(Machine& machine, Edition edition) {
-    carryOut(machine, kStopAmbrix, edition, TimeLimit::none);
+void ServiceControl::setAmbrixRunning(bool running) {
+    carryOut(machine_, kStopAmbrix, edition_, TimeLimit::none);
+    if (running) {
+        ambrixStarted_ = true;
+        carryOut(machine_, kStartAmbrix, edition_, TimeLimit::none);
+    }
 }
 
-void startAmbrix(Machine& machine, Edition edition) {
-    carryOut(machine, kStartAmbrix, edition, TimeLimit::none);
-}
-
-void stopAmbrixInTime(Machine& machine, Edition edition) {
-    carryOut(machine, kStopAmbrix, edition, TimeLimit::fiveSeconds);
+// The flag is lowered first: a set that starts Ambrix meanwhile raises it again, and the next poll
+// stops Ambrix once more.
+bool ServiceControl::stopDisabledAmbrix() {
+    if (!ambrixStarted_ || isServiceEnabled(machine_, kAmbrixDisabledMarker)) {
+        return false;
+    }
+    ambrixStarted_ = false;
+    carryOut(machine_, kStopAmbrix, edition_, TimeLimit::fiveSeconds);
+    return true;
 }

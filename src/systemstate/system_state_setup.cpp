@@ -22,24 +22,24 @@ struct Service {
     enum class Unusable { startAndRenew, stopAndKeep };
 
     const char* key;
-    void (SystemState::*apply)(bool enable);
+    void (ServiceControl::*setRunning)(bool running);
     Unusable unusable;
 };
 
 constexpr Service kServices[] = {
-    {kSshEnabledKey, &SystemState::switchSsh, Service::Unusable::startAndRenew},
-    {kFtpEnabledKey, &SystemState::switchFtp, Service::Unusable::startAndRenew},
-    {kAmbrixEnabledKey, &SystemState::switchAmbrix, Service::Unusable::stopAndKeep},
+    {kSshEnabledKey, &ServiceControl::setSshRunning, Service::Unusable::startAndRenew},
+    {kFtpEnabledKey, &ServiceControl::setFtpRunning, Service::Unusable::startAndRenew},
+    {kAmbrixEnabledKey, &ServiceControl::setAmbrixRunning, Service::Unusable::stopAndKeep},
 };
 
 // Makes the service what its held parameter says. True when that parameter is to stay.
 bool restore(SystemState& state, const Service& service, const ToskParam& held) {
     if (const std::optional<int64_t> number = integerOf(&held)) {
-        (state.*service.apply)(*number != 0);
+        (state.services().*service.setRunning)(*number != 0);
         return true;
     }
     const bool keep = service.unusable == Service::Unusable::stopAndKeep;
-    (state.*service.apply)(!keep);
+    (state.services().*service.setRunning)(!keep);
     return keep;
 }
 
@@ -51,7 +51,7 @@ void buildService(SystemState& state, const Service& service, const CatalogueRow
     }
     std::unique_ptr<ToskParam> made = makeParam(row, sources);
     if (held == nullptr) {
-        (state.*service.apply)(*integerOf(made.get()) != 0);
+        (state.services().*service.setRunning)(*integerOf(made.get()) != 0);
     }
     state.device()->addParam(std::move(made));
 }
@@ -68,7 +68,7 @@ void buildRow(SystemState& state, const CatalogueRow& row, const CatalogueSource
 
 // A parameter that was saved under a tunnelled name ("frameB.system.frameName") belongs to the row
 // all the same: what was saved is not lost to a request for its descriptor.
-void bringHome(ToskDevice& device, const CatalogueRow& row) {
+void restoreTunnelledName(ToskDevice& device, const CatalogueRow& row) {
     const std::string tunnelled = std::string(".") + row.key;
     for (const auto& [key, param] : device.params()) {
         if (key.ends_with(tunnelled)) {
@@ -78,11 +78,11 @@ void bringHome(ToskDevice& device, const CatalogueRow& row) {
     }
 }
 
-void bringTunnelledHome(ToskDevice& device) {
+void restoreTunnelledNames(ToskDevice& device) {
     for (const auto& group : {identityGroup(), mainCatalogue()}) {
         for (const CatalogueRow& row : group) {
             if (device.findParam(row.key) == nullptr) {
-                bringHome(device, row);
+                restoreTunnelledName(device, row);
             }
         }
     }
@@ -101,7 +101,7 @@ bool ensureSetting(SystemState& state, const CatalogueRow& row, const CatalogueS
 // and makes way for a new one.
 void replaceFrameName(SystemState& state, const std::string& label,
                       const CatalogueSources& sources) {
-    state.setText(kFrameNameKey, label);
+    state.parameters().setText(kFrameNameKey, label);
     if (state.findParam(kFrameNameKey)->valueToString() != label) {
         std::unique_ptr<ToskParam> made = makeParam(identityGroup().front(), sources);
         made->setValue(std::make_shared<ToskStringValue>(label));
@@ -137,12 +137,6 @@ void listenToAll(SystemState& state) {
     }
 }
 
-NetworkSettings readNetworkSettings(const SystemState& state) {
-    NetworkSettings settings;
-    state.get_net_settings(&settings.ip, &settings.netmask, &settings.gateway);
-    return settings;
-}
-
 }  // namespace
 
 void SystemState::buildIdentityGroup(const std::string& deviceLabel) {
@@ -150,7 +144,7 @@ void SystemState::buildIdentityGroup(const std::string& deviceLabel) {
         ownDevice_ = std::make_unique<ToskDevice>();
         addDevice(ownDevice_.get());
     }
-    bringTunnelledHome(*device());
+    restoreTunnelledNames(*device());
     const CatalogueSources sources{machine_, product_, ethernetPorts_, masterDetails_, {}, {}};
     bool changed = false;
     for (const CatalogueRow& row : identityGroup()) {
@@ -167,12 +161,9 @@ void SystemState::buildIdentityGroup(const std::string& deviceLabel) {
 
 void SystemState::buildCatalogue() {
     const std::string buildText = machine_.readFile(kBuildPropertiesFile).value_or("");
-    const CatalogueSources sources{machine_,
-                                   product_,
-                                   ethernetPorts_,
-                                   masterDetails_,
-                                   readNetworkSettings(*this),
-                                   versionText(decodeBuildProperties(buildText))};
+    const CatalogueSources sources{machine_,        product_,
+                                   ethernetPorts_,  masterDetails_,
+                                   network_.read(), versionText(decodeBuildProperties(buildText))};
     for (const CatalogueRow& row : mainCatalogue()) {
         buildRow(*this, row, sources);
     }

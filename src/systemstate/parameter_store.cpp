@@ -1,0 +1,49 @@
+#include "systemstate/parameter_store.h"
+
+#include <utility>
+
+ParameterStore::ParameterStore(const ToskPersistedStructure& structure,
+                               ReadingChanged readingChanged)
+    : structure_(structure), readingChanged_(std::move(readingChanged)) {}
+
+ToskDevice* ParameterStore::device() const {
+    return structure_.devices().empty() ? nullptr : structure_.devices().front();
+}
+
+ToskParam* ParameterStore::find(const std::string& key) const {
+    const ToskDevice* const held = device();
+    return held == nullptr ? nullptr : held->findParam(key);
+}
+
+void ParameterStore::setInteger(const std::string& key, int64_t value) {
+    set(key, ToskIntegerValue(value));
+}
+
+void ParameterStore::setFloat(const std::string& key, double value) {
+    set(key, ToskFloatValue(value));
+}
+
+void ParameterStore::setText(const std::string& key, const std::string& value) {
+    set(key, ToskStringValue(value));
+}
+
+void ParameterStore::publishInteger(const std::string& key, int64_t reading) {
+    publish(key, ToskIntegerValue(reading));
+}
+
+void ParameterStore::publishFloat(const std::string& key, double reading) {
+    publish(key, ToskFloatValue(reading));
+}
+
+void ParameterStore::set(const std::string& key, const ToskValue& value) {
+    if (ToskParam* const param = find(key)) {
+        param->setValueFrom(&value);
+    }
+}
+
+void ParameterStore::publish(const std::string& key, const ToskValue& reading) {
+    ToskParam* const param = find(key);
+    if (param != nullptr && param->storeValueFrom(&reading)) {
+        readingChanged_(*param);
+    }
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "model/tosk_persisted_structure.h"
+
+// The parameters of the device, by the keys they were stored under. A change has two entries: a set
+// is carried out, a reading is only published. Owned by SystemState. Which parameters there are is
+// settled before the poll thread starts; from then on both threads read and write their numbers,
+// and the main thread alone their texts.
+class ParameterStore {
+  public:
+    // Called with each reading that changed, on the thread that published it.
+    using ReadingChanged = std::function<void(ToskParam& param)>;
+
+    // Keeps `structure`, whose first device has the parameters.
+    ParameterStore(const ToskPersistedStructure& structure, ReadingChanged readingChanged);
+
+    // The first device; null until one was read or built.
+    ToskDevice* device() const;
+    // Null when there is no such parameter.
+    ToskParam* find(const std::string& key) const;
+
+    // Set a value that differs from the held one and tell the parameter's listener, which carries
+    // out what the parameter stands for. A missing parameter is passed over, and so is one whose
+    // value is of another kind.
+    void setInteger(const std::string& key, int64_t value);
+    void setFloat(const std::string& key, double value);
+    void setText(const std::string& key, const std::string& value);
+
+    // Store a reading that differs from the held one and report it. Nothing is carried out; what
+    // is passed over is the same.
+    void publishInteger(const std::string& key, int64_t reading);
+    void publishFloat(const std::string& key, double reading);
+
+  private:
+    void set(const std::string& key, const ToskValue& value);
+    void publish(const std::string& key, const ToskValue& reading);
+
+    const ToskPersistedStructure& structure_;
+    const ReadingChanged readingChanged_;
+};
