@@ -1,9 +1,11 @@
-#include "soaking/footprint.h"
+#include "soak_lib/footprint.h"
 
 #include <algorithm>
-#include <fstream>
+#include <cstdlib>
 #include <iterator>
-#include <map>
+
+#include "harness/process_table.h"
+#include "util/files.h"
 
 namespace soak {
 
@@ -11,40 +13,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The fields of a process's status; empty when it has gone.
-std::map<std::string, std::string> statusOf(const fs::path& process) {
-    std::map<std::string, std::string> fields;
-    std::ifstream file(process / "status");
-    for (std::string line; std::getline(file, line);) {
-        const size_t colon = line.find(':');
-        const size_t value = line.find_first_not_of(" \t", colon + 1);
-        if (colon != std::string::npos && value != std::string::npos) {
-            fields[line.substr(0, colon)] = line.substr(value);
-        }
-    }
-    return fields;
+// A field of a process's status; 0 when the process has ended.
+size_t findNumber(const std::string& status, const std::string& key) {
+    const size_t at = status.find("\n" + key + ":");
+    return at == std::string::npos
+               ? 0
+               : std::strtoul(status.c_str() + at + key.size() + 2, nullptr, 10);
 }
 
-size_t numberOf(const std::map<std::string, std::string>& fields, const char* key) {
-    const auto found = fields.find(key);
-    return found == fields.end() ? 0 : std::stoul(found->second);
-}
-
-bool isNumber(const std::string& name) {
-    return name.find_first_not_of("0123456789") == std::string::npos;
-}
-
-std::vector<std::string> withParent(const fs::path& proc, const std::string& parent,
-                                    const std::string& except) {
+std::vector<std::string> listWithParent(const std::string& parent, const std::string& except) {
     std::vector<std::string> found;
-    for (const auto& entry : fs::directory_iterator(proc)) {
-        const std::string pid = entry.path().filename();
-        if (!isNumber(pid) || pid == except) {
-            continue;
-        }
-        const auto fields = statusOf(entry.path());
-        if (fields.contains("PPid") && fields.at("PPid") == parent) {
-            found.push_back(pid + " " + fields.at("Name") + " " + fields.at("State"));
+    for (const harness::ProcessEntry& entry : harness::processes()) {
+        const std::string name = entry.proc.filename();
+        if (entry.parent == parent && name != except) {
+            found.push_back(name + " " + entry.state +
+                            (entry.state == 'Z' ? " (zombie)" : " " + entry.commandLine));
         }
     }
     return found;
@@ -52,24 +35,46 @@ std::vector<std::string> withParent(const fs::path& proc, const std::string& par
 
 }  // namespace
 
-Footprint footprintOf(const fs::path& process) {
-    const auto fields = statusOf(process);
+Footprint readFootprint(const fs::path& process) {
+    const std::string status = util::readWholeFile(process / "status");
     Footprint footprint;
-    footprint.residentKiB = numberOf(fields, "VmRSS");
-    footprint.anonymousKiB = numberOf(fields, "RssAnon");
-    footprint.threads = numberOf(fields, "Threads");
+    footprint.residentKiB = findNumber(status, "VmRSS");
+    footprint.anonymousKiB = findNumber(status, "RssAnon");
+    footprint.threads = findNumber(status, "Threads");
     footprint.descriptors = static_cast<size_t>(
         std::distance(fs::directory_iterator(process / "fd"), fs::directory_iterator()));
     return footprint;
 }
 
-std::vector<std::string> childrenOf(const fs::path& process) {
-    return withParent(process.parent_path(), process.filename(), "");
+void reportGrowth(Report& report, const std::string& process, const Footprint& start,
+                  const Footprint& end, size_t growthKiB) {
+    const auto addRow = [&](const char* what, size_t Footprint::*field) {
+        report.row(process + ": " + what + ", start / end",
+                   std::to_string(start.*field) + " / " + std::to_string(end.*field));
+        return end.*field > start.*field ? end.*field - start.*field : 0;
+    };
+    addRow("resident memory, KiB", &Footprint::residentKiB);
+    if (addRow("anonymous memory, KiB", &Footprint::anonymousKiB) > growthKiB) {
+        report.fail(process + ": memory grew");
+    }
+    if (addRow("descriptors", &Footprint::descriptors) > 0) {
+        report.fail(process + ": descriptors were left open");
+    }
+    if (addRow("threads", &Footprint::threads) > 0) {
+        report.fail(process + ": threads were left");
+    }
 }
 
-std::vector<std::string> siblings() {
-    const fs::path self = fs::canonical("/proc/self");
-    return withParent(self.parent_path(), statusOf(self)["PPid"], self.filename());
+std::vector<std::string> listChildren(const fs::path& process) {
+    return listWithParent(process.filename(), "");
+}
+
+std::vector<std::string> listSiblings() {
+    const std::string self = fs::read_symlink(harness::processRoot() / "self");
+    const auto all = harness::processes();
+    const auto own = std::ranges::find_if(
+        all, [&self](const auto& entry) { return entry.proc.filename() == self; });
+    return listWithParent(own->parent, self);
 }
 
 }  // namespace soak

@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "soak_lib/report.h"
+
 namespace soak {
 
-// What a process holds, from the kernel's own account (proc(5)).
+// What a process holds, as the kernel counts it (proc(5)).
 struct Footprint {
     size_t residentKiB = 0;   // all of it
     size_t anonymousKiB = 0;  // without the pages of its files: heap and stacks
@@ -16,13 +18,18 @@ struct Footprint {
 };
 
 // `process` is its directory under /proc.
-Footprint footprintOf(const std::filesystem::path& process);
+Footprint readFootprint(const std::filesystem::path& process);
 
-// Its children, zombies included, as "pid name state".
-std::vector<std::string> childrenOf(const std::filesystem::path& process);
+// The rows of one process. Fails when it gained descriptors, threads or more than `growthKiB` of
+// anonymous memory; other memory is pages of the program that it had not used before.
+void reportGrowth(Report& report, const std::string& process, const Footprint& start,
+                  const Footprint& end, size_t growthKiB);
 
-// The same of this process's parent, without this process: in a frame of its own that parent takes
-// in all who lost theirs.
-std::vector<std::string> siblings();
+// The children of a process, zombies included, as "pid state command".
+std::vector<std::string> listChildren(const std::filesystem::path& process);
+
+// The same for the parent of this process, without this process. In a frame the parent adopts every
+// process that has lost its own.
+std::vector<std::string> listSiblings();
 
 }  // namespace soak

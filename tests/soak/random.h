@@ -10,7 +10,7 @@ namespace soak {
 
 using Clock = std::chrono::steady_clock;
 
-// Everything that a run leaves to chance, from one seed.
+// All random choices of a run, from one seed. Used by one thread.
 class Random {
   public:
     explicit Random(uint64_t seed) : engine_(seed) {}
@@ -26,8 +26,8 @@ class Random {
         return std::chrono::milliseconds(between(low, high));
     }
 
-    std::string text(size_t longest, std::string_view alphabet) {
-        std::string made(static_cast<size_t>(between(0, static_cast<int64_t>(longest))), ' ');
+    std::string text(size_t maxBytes, std::string_view alphabet) {
+        std::string made(static_cast<size_t>(between(0, static_cast<int64_t>(maxBytes))), ' ');
         for (char& letter : made) {
             letter = alphabet[static_cast<size_t>(
                 between(0, static_cast<int64_t>(alphabet.size()) - 1))];
@@ -35,7 +35,7 @@ class Random {
         return made;
     }
 
-    // A row of a table whose rows have a `weight`: one of twice the weight comes twice as often.
+    // A row of a table whose rows have a `weight`: twice the weight is twice as likely.
     template <typename Rows>
     const auto& pick(const Rows& rows) {
         int64_t total = 0;

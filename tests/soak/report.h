@@ -10,7 +10,7 @@ namespace soak {
 // "12.345 s"
 std::string inSeconds(std::chrono::steady_clock::duration time);
 
-// What a run ends with: a table of two columns, and what went wrong.
+// The result of a run: a table of two columns, and the failures.
 class Report {
   public:
     void row(const std::string& what, const std::string& value) { rows_.emplace_back(what, value); }

@@ -1,4 +1,8 @@
-#include "soaking/requests.h"
+// What may be set, and to which values, is derived from the daemon's catalogue. Half of the
+// requests are sets, chosen by weight; the others ask for a few parameters or descriptors. Each
+// request knows its expected outcome, so that the tracker needs no knowledge of parameters.
+
+#include "soak_lib/requests.h"
 
 #include <algorithm>
 #include <charconv>
@@ -30,7 +34,7 @@ Values chooseValues(const CatalogueRow& row) {
     return row.choices.data() == std::data(kCommandTexts) ? Values::command : Values::flag;
 }
 
-// A set that runs commands holds up everything else.
+// A set that runs commands delays all other requests.
 int64_t weigh(const CatalogueRow& row, Values values) {
     if (row.effect == nullptr || std::string_view(row.key) == kActiveKeliKey) {
         return 30;
@@ -47,7 +51,7 @@ Parameter describe(const CatalogueRow& row) {
             .steady = row.changedBy == nullptr && values != Values::connectionPoint};
 }
 
-// Everything that clients are offered to write.
+// All parameters that clients may write.
 const std::vector<Parameter>& parameters() {
     static const std::vector<Parameter> writable = [] {
         std::vector<Parameter> all;
@@ -68,7 +72,7 @@ std::string jsonText(const std::string& text) {
     return util::renderJSON(util::jsonString(text).get(), false);
 }
 
-// Neither saved nor acted upon: any number of clients can set it at any rate.
+// Any number of clients can set it at any rate: it is neither saved nor acted upon.
 bool isCheap(const Parameter& parameter) {
     return std::string_view(parameter.name) == "activeKeli";
 }
@@ -117,7 +121,7 @@ Request RequestMaker::any(bool network) {
         return getOfAnyKind();
     }
     if (random_.onceIn(40)) {
-        return refused();
+        return rejected();
     }
     const Parameter* parameter = nullptr;
     do {
@@ -126,11 +130,11 @@ Request RequestMaker::any(bool network) {
     return set(*parameter);
 }
 
-Request RequestMaker::amongOthers() {
+Request RequestMaker::independent() {
     if (random_.onceIn(2)) {
         return getOfAnyKind();
     }
-    return random_.onceIn(40) ? refused() : set(*std::ranges::find_if(parameters(), isCheap));
+    return random_.onceIn(40) ? rejected() : set(*std::ranges::find_if(parameters(), isCheap));
 }
 
 Request RequestMaker::set(const Parameter& parameter) {
@@ -138,9 +142,9 @@ Request RequestMaker::set(const Parameter& parameter) {
     Request request = numbered("SET", "\"param\":{" + jsonText(parameter.name) + ":" + value + "}");
     request.parameter = &parameter;
     const bool command = parameter.values == Values::command;
-    request.kept = command ? "0" : value;  // a command goes back when it was carried out
+    request.kept = command ? "0" : value;  // a command returns to 0 once it is carried out
     request.announced = value;
-    // What is announced of these is not what was sent, or the poll may have been there first.
+    // The notification has other text than the request, or comes from the poll.
     if (parameter.values == Values::connectionPoint || parameter.values == Values::port) {
         request.announced.clear();
         request.kept.clear();
@@ -148,8 +152,8 @@ Request RequestMaker::set(const Parameter& parameter) {
     return request;
 }
 
-// What the device does not take, and says so.
-Request RequestMaker::refused() {
+// A request that the device rejects.
+Request RequestMaker::rejected() {
     if (random_.onceIn(2)) {
         Request request = numbered("SET", R"("param":{"nothing":1})");
         request.status = 404;
@@ -191,7 +195,7 @@ std::string RequestMaker::valueFor(const Parameter& parameter) {
         case Values::text:
             return jsonText(random_.text(24, kLetters));
         case Values::port:
-            return std::to_string(random_.between(0, 2));  // there are two; 2 is put back
+            return std::to_string(random_.between(0, 2));  // 2 does not exist and is replaced
         case Values::address:
             return std::to_string(0x0A000000 + random_.between(2, 0xFFFFFE));
         case Values::netmask:

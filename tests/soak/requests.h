@@ -6,58 +6,58 @@
 #include <string>
 #include <vector>
 
-#include "soaking/random.h"
+#include "soak_lib/random.h"
 
 namespace soak {
 
-// How the values of a writable parameter are made up.
+// What kind of values a writable parameter takes.
 enum class Values { text, flag, port, address, netmask, command, connectionPoint };
 
 // One writable parameter of the device.
 struct Parameter {
     const char* name;
     Values values;
-    int64_t weight;  // how often it is set, beside the others
+    int64_t weight;  // how often it is set, compared with the others
     bool saved;      // kept in the state file
-    bool steady;     // nothing but a set changes it, so a GET can be held against the last set
+    bool steady;     // changed by sets only, so a GET has to return the last set
 
     bool isNetwork() const { return values == Values::address || values == Values::netmask; }
 };
 
-// All of them, cheap ones with a high weight: those that run commands hold up everything else.
+// All of them. Those that run commands have a low weight, because they delay all others.
 std::span<const Parameter> writableParameters();
 
-// One request, and what has to come of it.
+// One request and its expected outcome.
 struct Request {
     uint64_t number = 0;                   // its id is "<number>@soak"
     std::string type;                      // "GET" or "SET"
     std::string data;                      // JSON text
-    size_t answers = 1;                    // responses due
-    int status = 200;                      // in each of them
-    const Parameter* parameter = nullptr;  // what it sets, when the set is to be carried out
-    std::string announced;                 // the set value as JSON text; empty: not held against
-    std::string kept;                      // the value afterwards; empty: not foreseeable
-    std::vector<std::string> names;        // what it gets
+    size_t answers = 1;                    // responses that are due
+    int status = 200;                      // of each of them
+    const Parameter* parameter = nullptr;  // what it sets; null when it is rejected or a GET
+    std::string announced;                 // the value in the notification; empty: any
+    std::string kept;                      // the value afterwards; empty: unpredictable
+    std::vector<std::string> names;        // what it asks for
 };
 
-// The number in an id of this program's; nothing for another id.
+// The number in an id of the soak; empty for another id.
 std::optional<uint64_t> requestNumber(const std::string& id);
 
-// Makes requests up, numbered in their order.
+// Makes random requests, numbered in their order.
 class RequestMaker {
   public:
     explicit RequestMaker(Random& random) : random_(random) {}
 
-    // Any request; without `network` none that sets a network setting.
+    // Any request; without `network` no set of a network setting.
     Request any(bool network);
-    // One whose answer does not depend on what other clients do meanwhile.
-    Request amongOthers();
+    // A request whose answer does not depend on other clients.
+    Request independent();
     Request set(const Parameter& parameter);
     Request get(std::vector<std::string> names);
 
   private:
     Request numbered(const char* type, const std::string& body);
-    Request refused();
+    Request rejected();
     Request getOfAnyKind();
     std::string valueFor(const Parameter& parameter);
 

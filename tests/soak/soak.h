@@ -1,62 +1,75 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <optional>
+#include <string>
 
 #include "harness/process.h"
 #include "pallframe/simulation/frame_root.h"
-#include "soaking/footprint.h"
-#include "soaking/log_drain.h"
-#include "soaking/mischief.h"
-#include "soaking/options.h"
-#include "soaking/poll_clock.h"
-#include "soaking/random.h"
-#include "soaking/report.h"
-#include "soaking/settings_book.h"
-#include "soaking/traffic.h"
+#include "soak_lib/bus_faults.h"
+#include "soak_lib/environment_faults.h"
+#include "soak_lib/expected_settings.h"
+#include "soak_lib/footprint.h"
+#include "soak_lib/many_clients.h"
+#include "soak_lib/observers.h"
+#include "soak_lib/random.h"
+#include "soak_lib/report.h"
 
 namespace soak {
 
-// One run of the daemon inside the frame that this process is in, from its start to its end, in one
-// thread. Throws std::system_error and harness::TimedOut when there is no going on.
+struct Options {
+    double minutes = 2;
+    double rate = 50;  // requests per second
+    uint64_t seed = 0;
+    size_t growthKiB = 256;  // anonymous memory that the daemon may gain after the warm-up
+    double idleSeconds = 0;  // 0: a run with load
+    size_t clients = 1;
+};
+
+// One run of the daemon, the simulated bus and its clients, inside the frame of this process and in
+// one thread. Throws std::system_error, std::runtime_error and harness::TimedOut when the run
+// cannot go on.
 class Soak {
   public:
     explicit Soak(const Options& options);
-    Report run();   // everything that can happen to it
-    Report idle();  // nothing happens to it
+    Report run();   // under load, with faults
+    Report idle();  // without both
 
   private:
+    void start();
     void pump();
     void pumpFor(Clock::duration time);
     void pumpUntil(const std::function<bool()>& holds, const std::string& what);
-    void warmUp();
-    void live(Clock::time_point end);
-    void checkBooks();
+    void compareFiles();
     void settle();
     void setEverything();
-    void editLast();
+    void checkEdit();
     void stop();
-    std::filesystem::path process() const { return daemon_.proc(); }
-
-    void reportTraffic();
-    void reportPolls();
-    void reportFootprints();
+    void stopProcess(harness::Process& process, const std::string& name);
+    void report();
 
     const Options options_;
-    pallframe::simulation::FrameRoot tree_{"/"};
+    const pallframe::simulation::FrameRoot root_{"/"};
     Random random_;
-    SettingsBook book_;
-    Mischief mischief_{tree_, random_, book_};
-    LogDrain log_;
-    PollClock polls_{tree_};
-    Traffic traffic_;
-    harness::Daemon daemon_;
+    ExpectedSettings settings_;
+    EnvironmentFaults environment_{root_, random_, settings_};
+    LogObserver log_;
+    PollObserver polls_{root_};
+    harness::Process bus_;
+    ManyClients clients_;
+    BusFaults busFaults_{random_, clients_};
+    std::optional<harness::Daemon> daemon_;  // started when all clients are connected
     Clock::time_point began_ = Clock::now();
     Report report_;
-    Footprint start_;
-    Footprint end_;
-    size_t audits_ = 0;
-    bool paused_ = true;
-    bool peaceful_ = true;
+    size_t comparisons_ = 0;
+    bool sending_ = false;
+    bool faulty_ = false;  // around the daemon
+    Footprint busStart_;
+    Footprint daemonStart_;
+    Footprint busEnd_;
+    Footprint daemonEnd_;
 };
 
 }  // namespace soak

@@ -1,4 +1,4 @@
-#include "soaking/report.h"
+#include "soak_lib/report.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "soaking/requests.h"
+#include "soak_lib/requests.h"
 
 #include <algorithm>
 #include <set>
@@ -125,7 +125,7 @@ TEST(Requests, AmongOthersSetNothingThatIsSavedActedUponOrCompared) {
     RequestMaker maker(random);
     size_t sets = 0;
     for (int i = 0; i < 1000; ++i) {
-        const Request request = maker.amongOthers();
+        const Request request = maker.independent();
         if (request.parameter != nullptr) {
             ++sets;
             EXPECT_FALSE(request.parameter->saved);
