@@ -14,10 +14,10 @@ namespace {
 // What a set of the parameter does.
 std::string effect(const CatalogueRow& row) {
     const bool saved = row.storage == Storage::published;
-    if (row.effect == nullptr) {
+    if (row.reaction == nullptr) {
         return saved ? "announced and saved" : "announced, nothing else";
     }
-    return std::string(row.effect) + (saved ? "; saved" : "");
+    return std::string(row.reaction->effect) + (saved ? "; saved" : "");
 }
 
 std::string changedBy(const CatalogueRow& row) {
@@ -80,8 +80,8 @@ int main() {
         "with every set of one of them, come back after a restart, and are the ones that the whole "
         "device's\n"
         "descriptor shows; every other parameter is there when it is asked for by name.");
-    printGroup("Identity", identityGroup());
-    printGroup("Machine", mainCatalogue());
+    printGroup("Identity", rowsBuiltBy(Builder::identityGroup));
+    printGroup("Machine", rowsBuiltBy(Builder::mainCatalogue));
     std::puts(
         "\nA port's status is 0 without a link, 1 while it carries the traffic, 2 while it has a "
         "link "

@@ -8,11 +8,14 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
 
 #include "systemstate/param_factory.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/places.h"
 #include "systemstate/serial_port.h"
+#include "systemstate/service_control.h"
+#include "systemstate/set_reactions.h"
 
 namespace {
 
@@ -32,25 +35,41 @@ constexpr auto kPortTexts = portTitles();
 
 constexpr auto kPrimary = &MasterSystemDetails::primary;
 constexpr auto kSecondary = &MasterSystemDetails::secondary;
-constexpr auto kAddress = &ControllerDetails::ipAddress;
-constexpr auto kPresent = &ControllerDetails::present;
-constexpr auto kActive = &ControllerDetails::active;
-constexpr auto kVersion = &ControllerDetails::version;
 
-constexpr auto kIdentityGroup = Builder::identityGroup;
 constexpr auto kWritable = Access::writable;
 constexpr auto kPublished = Storage::published;
 
 constexpr const char* kByMarker = "0 when the service is marked as disabled, else 1";
 constexpr const char* kKnownOfPrimary = "what is known of the primary";
 constexpr const char* kKnownOfSecondary = "what is known of the secondary";
-constexpr const char* kNetworkRestart =
-    "with the other two valid: `network.conf` is written, the network restarted";
-constexpr const char* kServerSwitch = "the server is started (not 0) or stopped (0)";
 constexpr const char* kFileEdit = "`network.conf` edited by others";
 constexpr const char* kBondingStatus = "the bonding status, each second";
 constexpr const char* kConverter = "the converter, each second";
 constexpr const char* kPairDetails = "details of the redundant pair";
+
+constexpr const char* kServerSwitch = "the server is started (not 0) or stopped (0)";
+constexpr Reaction kAppliesNetwork{
+    .effect = "with the other two valid: `network.conf` is written, the network restarted",
+    .carryOut = &SetReactions::applyNetworkSettings};
+constexpr Reaction kChangesPort{.effect = "the bond is asked to change over (Quorane only)",
+                                .carryOut = &SetReactions::changeActivePort};
+constexpr Reaction kSwitchesSsh{.effect = kServerSwitch,
+                                .setRunning = &ServiceControl::setSshRunning};
+constexpr Reaction kSwitchesFtp{.effect = kServerSwitch,
+                                .setRunning = &ServiceControl::setFtpRunning};
+constexpr Reaction kSwitchesAmbrix{.effect = "the service is stopped, and started again (not 0)",
+                                   .setRunning = &ServiceControl::setAmbrixRunning,
+                                   .keepsUnusable = true};
+constexpr Reaction kMakesReport{.effect = "the report is made (not 0), then back to 0",
+                                .carryOut = &SetReactions::generateReport};
+constexpr Reaction kRestartsNetwork{.effect = "the network is restarted (not 0), then back to 0",
+                                    .carryOut = &SetReactions::restartNetwork};
+constexpr Reaction kTellsController{.effect = "the bus is told which controller is active",
+                                    .runsCommands = false};
+constexpr Reaction kKeepsConnection{
+    .effect = "the member `_d_connectionPoint` is kept as the port's connection point",
+    .carryOut = &SetReactions::keepConnection,
+    .runsCommands = false};
 
 template <std::size_t position>
 constexpr CatalogueRow serialPortRow() {
@@ -61,7 +80,7 @@ constexpr CatalogueRow serialPortRow() {
             .access = kWritable,
             .builder = Builder::serialPorts,
             .initialValue = initial::serialPort<position>,
-            .effect = "the member `_d_connectionPoint` is kept as the port's connection point"};
+            .reaction = &kKeepsConnection};
 }
 
 constexpr CatalogueRow kCatalogue[] = {
@@ -71,7 +90,7 @@ constexpr CatalogueRow kCatalogue[] = {
      .type = kTypeString,
      .access = kWritable,
      .storage = kPublished,
-     .builder = kIdentityGroup,
+     .builder = Builder::identityGroup,
      .leadsGroup = true,
      .initialValue = initial::productName,
      .startsAs = "product name; on Tessara frames the node's label, whatever was saved"},
@@ -81,7 +100,7 @@ constexpr CatalogueRow kCatalogue[] = {
      .type = kTypeString,
      .access = kWritable,
      .storage = kPublished,
-     .builder = kIdentityGroup,
+     .builder = Builder::identityGroup,
      .leadsGroup = true,
      .initialValue = initial::systemName,
      .startsAs = "\"System\""},
@@ -90,7 +109,7 @@ constexpr CatalogueRow kCatalogue[] = {
      .group = Group::identity,
      .access = kWritable,
      .storage = kPublished,
-     .builder = kIdentityGroup,
+     .builder = Builder::identityGroup,
      .initialValue = initial::one,
      .startsAs = "1"},
     {.key = "system.quoraneProfilesEnabled",
@@ -98,14 +117,14 @@ constexpr CatalogueRow kCatalogue[] = {
      .group = Group::identity,
      .access = kWritable,
      .storage = kPublished,
-     .builder = kIdentityGroup,
+     .builder = Builder::identityGroup,
      .choices = kSwitchTexts},
     {.key = "system.quoraneUsersEnabled",
      .name = "Quo-Credentials",
      .group = Group::identity,
      .access = kWritable,
      .storage = kPublished,
-     .builder = kIdentityGroup,
+     .builder = Builder::identityGroup,
      .choices = kSwitchTexts,
      .initialValue = initial::one,
      .startsAs = "1"},
@@ -116,8 +135,8 @@ constexpr CatalogueRow kCatalogue[] = {
      .widget = kAddressWidget,
      .initialValue = initial::network<&NetworkSettings::ip>,
      .startsAs = "address in network.conf",
-     .effect = kNetworkRestart,
-     .changedBy = kFileEdit},
+     .changedBy = kFileEdit,
+     .reaction = &kAppliesNetwork},
     {.key = kNetmaskKey,
      .name = "IP Netmask",
      .group = Group::network,
@@ -125,8 +144,8 @@ constexpr CatalogueRow kCatalogue[] = {
      .widget = kAddressWidget,
      .initialValue = initial::network<&NetworkSettings::netmask>,
      .startsAs = "netmask in network.conf",
-     .effect = kNetworkRestart,
-     .changedBy = kFileEdit},
+     .changedBy = kFileEdit,
+     .reaction = &kAppliesNetwork},
     {.key = kGatewayKey,
      .name = "Default Gateway",
      .group = Group::network,
@@ -134,8 +153,8 @@ constexpr CatalogueRow kCatalogue[] = {
      .widget = kAddressWidget,
      .initialValue = initial::network<&NetworkSettings::gateway>,
      .startsAs = "gateway in network.conf",
-     .effect = kNetworkRestart,
-     .changedBy = kFileEdit},
+     .changedBy = kFileEdit,
+     .reaction = &kAppliesNetwork},
     {.key = "system.version",
      .name = "System Version",
      .group = Group::identity,
@@ -167,8 +186,8 @@ constexpr CatalogueRow kCatalogue[] = {
      .choices = kPortTexts,
      .initialValue = initial::activePort,
      .startsAs = "position of the active port",
-     .effect = "the bond is asked to change over (Quorane only)",
-     .changedBy = kBondingStatus},
+     .changedBy = kBondingStatus,
+     .reaction = &kChangesPort},
     {.key = kPsu1VoltageKey,
      .name = "PSU 1 Voltage",
      .group = Group::voltages,
@@ -200,7 +219,7 @@ constexpr CatalogueRow kCatalogue[] = {
      .choices = kSwitchTexts,
      .initialValue = initial::serviceState<kSshDisabledMarker>,
      .startsAs = kByMarker,
-     .effect = kServerSwitch},
+     .reaction = &kSwitchesSsh},
     {.key = kFtpEnabledKey,
      .name = "FTP Server",
      .group = Group::services,
@@ -209,7 +228,7 @@ constexpr CatalogueRow kCatalogue[] = {
      .choices = kSwitchTexts,
      .initialValue = initial::serviceState<kFtpDisabledMarker>,
      .startsAs = kByMarker,
-     .effect = kServerSwitch},
+     .reaction = &kSwitchesFtp},
     {.key = kAmbrixEnabledKey,
      .name = "Ambrix",
      .group = Group::services,
@@ -218,22 +237,22 @@ constexpr CatalogueRow kCatalogue[] = {
      .choices = kSwitchTexts,
      .initialValue = initial::serviceState<kAmbrixDisabledMarker>,
      .startsAs = kByMarker,
-     .effect = "the service is stopped, and started again (not 0)",
-     .changedBy = "the service's own shut-off"},
+     .changedBy = "the service's own shut-off",
+     .reaction = &kSwitchesAmbrix},
     {.key = kGenerateReportKey,
      .name = "Generate Report",
      .group = Group::services,
      .access = kWritable,
      .storage = kPublished,
      .choices = kCommandTexts,
-     .effect = "the report is made (not 0), then back to 0"},
+     .reaction = &kMakesReport},
     {.key = kRestartNetworkKey,
      .name = "Restart Network",
      .group = Group::network,
      .access = kWritable,
      .storage = kPublished,
      .choices = kCommandTexts,
-     .effect = "the network is restarted (not 0), then back to 0"},
+     .reaction = &kRestartsNetwork},
     {.key = kActiveKeliKey,
      .name = "Active KELI",
      .group = Group::redundantPair,
@@ -241,62 +260,62 @@ constexpr CatalogueRow kCatalogue[] = {
      .choices = kControllerTexts,
      .initialValue = initial::activeController,
      .startsAs = "0 when the primary is active, else 1",
-     .effect = "the bus is told which controller is active",
-     .changedBy = kPairDetails},
+     .changedBy = kPairDetails,
+     .reaction = &kTellsController},
     {.key = kPrimaryIpAddressKey,
      .name = "IP Address (Pri)",
      .group = Group::redundantPair,
      .type = kTypeString,
-     .initialValue = initial::controllerText<kPrimary, kAddress>,
+     .initialValue = initial::controllerText<kPrimary, &ControllerDetails::ipAddress>,
      .startsAs = kKnownOfPrimary,
      .changedBy = kPairDetails},
     {.key = kPrimaryPresentKey,
      .name = "Present (Pri)",
      .group = Group::redundantPair,
      .choices = kFlagTexts,
-     .initialValue = initial::controllerFlag<kPrimary, kPresent>,
+     .initialValue = initial::controllerFlag<kPrimary, &ControllerDetails::present>,
      .startsAs = kKnownOfPrimary,
      .changedBy = kPairDetails},
     {.key = kPrimaryActiveKey,
      .name = "Active (Pri)",
      .group = Group::redundantPair,
      .choices = kFlagTexts,
-     .initialValue = initial::controllerFlag<kPrimary, kActive>,
+     .initialValue = initial::controllerFlag<kPrimary, &ControllerDetails::active>,
      .startsAs = kKnownOfPrimary,
      .changedBy = kPairDetails},
     {.key = kPrimaryVersionKey,
      .name = "Version (Pri)",
      .group = Group::redundantPair,
      .type = kTypeString,
-     .initialValue = initial::controllerText<kPrimary, kVersion>,
+     .initialValue = initial::controllerText<kPrimary, &ControllerDetails::version>,
      .startsAs = kKnownOfPrimary,
      .changedBy = kPairDetails},
     {.key = kSecondaryIpAddressKey,
      .name = "IP Address (Sec)",
      .group = Group::redundantPair,
      .type = kTypeString,
-     .initialValue = initial::controllerText<kSecondary, kAddress>,
+     .initialValue = initial::controllerText<kSecondary, &ControllerDetails::ipAddress>,
      .startsAs = kKnownOfSecondary,
      .changedBy = kPairDetails},
     {.key = kSecondaryPresentKey,
      .name = "Present (Sec)",
      .group = Group::redundantPair,
      .choices = kFlagTexts,
-     .initialValue = initial::controllerFlag<kSecondary, kPresent>,
+     .initialValue = initial::controllerFlag<kSecondary, &ControllerDetails::present>,
      .startsAs = kKnownOfSecondary,
      .changedBy = kPairDetails},
     {.key = kSecondaryActiveKey,
      .name = "Active (Sec)",
      .group = Group::redundantPair,
      .choices = kFlagTexts,
-     .initialValue = initial::controllerFlag<kSecondary, kActive>,
+     .initialValue = initial::controllerFlag<kSecondary, &ControllerDetails::active>,
      .startsAs = kKnownOfSecondary,
      .changedBy = kPairDetails},
     {.key = kSecondaryVersionKey,
      .name = "Version (Sec)",
      .group = Group::redundantPair,
      .type = kTypeString,
-     .initialValue = initial::controllerText<kSecondary, kVersion>,
+     .initialValue = initial::controllerText<kSecondary, &ControllerDetails::version>,
      .startsAs = kKnownOfSecondary,
      .changedBy = kPairDetails},
     serialPortRow<0>(),
@@ -304,25 +323,18 @@ constexpr CatalogueRow kCatalogue[] = {
     serialPortRow<2>(),
 };
 
-std::span<const CatalogueRow> builtBy(Builder builder) {
-    const auto rows = std::ranges::equal_range(kCatalogue, builder, {}, &CatalogueRow::builder);
-    return {rows.begin(), rows.end()};
-}
-
 }  // namespace
 
 std::span<const CatalogueRow> catalogue() {
     return kCatalogue;
 }
 
-std::span<const CatalogueRow> identityGroup() {
-    return builtBy(Builder::identityGroup);
+std::span<const CatalogueRow> rowsBuiltBy(Builder builder) {
+    const auto rows = std::ranges::equal_range(kCatalogue, builder, {}, &CatalogueRow::builder);
+    return {rows.begin(), rows.end()};
 }
 
-std::span<const CatalogueRow> mainCatalogue() {
-    return builtBy(Builder::mainCatalogue);
-}
-
-std::span<const CatalogueRow> serialPortGroup() {
-    return builtBy(Builder::serialPorts);
+const CatalogueRow* findRow(std::string_view key) {
+    const auto* const row = std::ranges::find(kCatalogue, key, &CatalogueRow::key);
+    return row == std::end(kCatalogue) ? nullptr : row;
 }

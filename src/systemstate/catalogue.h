@@ -7,6 +7,8 @@
 
 #include "model/tosk_param.h"
 
+class ServiceControl;
+class SetReactions;
 struct CatalogueSources;
 
 // The catalogue of the device: one row per parameter, in the order of building. A row is all that
@@ -34,6 +36,19 @@ enum class Group {
 // The choices of a command: once carried out it is 0 again.
 inline constexpr const char* kCommandTexts[] = {"Cancel", "Apply"};
 
+// What a set does beyond the announcement.
+struct Reaction {
+    const char* effect;  // in words, for the page of parameters
+    void (SetReactions::*carryOut)(ToskParam& param) = nullptr;  // null: nothing on this machine
+    bool runsCommands = true;                                    // which may take a minute
+
+    // A service that runs while the parameter is not 0, from the start on; null: none. What a state
+    // file holds without being a whole number either stops the service and stays, or makes way for
+    // the initial value and starts it.
+    void (ServiceControl::*setRunning)(bool running) = nullptr;
+    bool keepsUnusable = false;
+};
+
 struct CatalogueRow {
     const char* key;   // "system.ipAddress"
     const char* name;  // label for people, "IP Address"
@@ -51,12 +66,12 @@ struct CatalogueRow {
     // Makes the initial value; null: 0, or an empty text.
     std::shared_ptr<ToskValue> (*initialValue)(const CatalogueSources& sources) = nullptr;
 
-    // For the page of parameters: the initial value in words (null: 0, or an empty text), what a
-    // set does beyond the announcement (null: nothing), and what else than a set changes the value
-    // while the daemon runs (null: nothing).
+    // For the page of parameters: the initial value in words (null: 0, or an empty text), and what
+    // else than a set changes the value while the daemon runs (null: nothing).
     const char* startsAs = nullptr;
-    const char* effect = nullptr;
     const char* changedBy = nullptr;
+
+    const Reaction* reaction = nullptr;  // null: a set is announced, and saved if it is published
 };
 
 // The last part of the key, "ipAddress", which is the parameter's name in messages.
@@ -65,8 +80,9 @@ constexpr std::string_view leafName(const CatalogueRow& row) {
     return key.substr(key.rfind('.') + 1);
 }
 
-// The whole catalogue, and its parts in order.
+// The whole catalogue, and the part of it that one builder makes.
 std::span<const CatalogueRow> catalogue();
-std::span<const CatalogueRow> identityGroup();    // the settings that make up the frame's identity
-std::span<const CatalogueRow> mainCatalogue();    // readings, settings and commands of the machine
-std::span<const CatalogueRow> serialPortGroup();  // in the order of the serial ports
+std::span<const CatalogueRow> rowsBuiltBy(Builder builder);
+
+// The row of the parameter with that key; null when there is none.
+const CatalogueRow* findRow(std::string_view key);

@@ -2,7 +2,10 @@
 
 #include <utility>
 
+#include "systemstate/catalogue.h"
 #include "systemstate/param_keys.h"
+#include "util/log.h"
+#include "util/text.h"
 
 SystemState::SystemState(const std::string& containerName, Machine& machine)
     : ToskPersistedStructure(containerName),
@@ -11,6 +14,8 @@ SystemState::SystemState(const std::string& containerName, Machine& machine)
       parameters_(*this, [this](ToskParam& param) { readingChanged(param); }),
       services_(machine, isBrio() ? Edition::brio : Edition::tessara),
       network_(machine, parameters_),
+      reactions_({machine, product_, ethernetPorts_, serialPorts_, parameters_, services_, network_,
+                  [this](const ToskParam& param) { announce(param); }}),
       poll_({machine, product_, ethernetPorts_, parameters_, services_, network_}) {}
 
 const char* SystemState::getName() const {
@@ -38,6 +43,39 @@ void SystemState::updateRedundancy(const ControllerDetails& primary,
 int SystemState::setFromRequest(ToskParam& param, const cJSON* value) {
     const NetworkConfig::SetUnderWay set(network_, param);
     return param.setValueFromJSON(value);
+}
+
+void SystemState::valueChanged(ToskParam* param) {
+    const CatalogueRow* const row = findRow(reportChange(*param));
+    if (row != nullptr && row->reaction != nullptr) {
+        reactions_.carryOut(*row->reaction, *param);
+    }
+}
+
+void SystemState::readingChanged(ToskParam& param) {
+    if (NetworkConfig::isSetting(reportChange(param))) {
+        network_.check();
+    }
+}
+
+bool SystemState::runsCommands(const ToskParam& param) const {
+    const CatalogueRow* const row = findRow(param.oid().toString());
+    return row != nullptr && row->reaction != nullptr && row->reaction->runsCommands;
+}
+
+// Logs and announces the change; gives the parameter's identifier.
+std::string SystemState::reportChange(const ToskParam& param) {
+    std::string oid = param.oid().toString();
+    util::logMessage(LOG_DEBUG, "SystemState::valueChanged, oid=%s, val=%s", oid.c_str(),
+                     util::shownPayload(param.valueToString()).c_str());
+    announce(param);
+    return oid;
+}
+
+void SystemState::announce(const ToskParam& param) {
+    if (paramChanged_) {
+        paramChanged_(param);
+    }
 }
 
 void SystemState::get_net_settings(uint32_t* ip, uint32_t* netmask, uint32_t* gateway) const {

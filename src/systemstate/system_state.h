@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <span>
 #include <string>
 
 #include "model/tosk_persisted_structure.h"
@@ -15,6 +14,7 @@
 #include "systemstate/product.h"
 #include "systemstate/serial_port.h"
 #include "systemstate/service_control.h"
+#include "systemstate/set_reactions.h"
 #include "systemstate/status_poll.h"
 
 // The one device of the daemon: its catalogue of parameters, what a set of each does to the
@@ -97,19 +97,9 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     ServiceControl& services() { return services_; }
 
   private:
-    struct Reaction;
-    static std::span<const Reaction> reactions();
-
     void readingChanged(ToskParam& param);
     std::string reportChange(const ToskParam& param);
     void announce(const ToskParam& param);
-    void setActiveEthernet(ToskParam& param);
-    void applyNetworkSettings(ToskParam& param);
-    template <void (ServiceControl::*setRunning)(bool)>
-    void switchService(ToskParam& param);
-    void restartNetwork(ToskParam& param);
-    void generateReport(ToskParam& param);
-    void takeConnection(ToskParam& param);
 
     Machine& machine_;
     const Product product_;
@@ -122,5 +112,6 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     ParameterStore parameters_;
     ServiceControl services_;
     NetworkConfig network_;
+    SetReactions reactions_;
     StatusPoll poll_;
 };

@@ -1,6 +1,6 @@
 // The builders of the device: what the state file brought is kept, what it did not is made.
 
-#include <string_view>
+#include <optional>
 #include <utility>
 
 #include "systemstate/build_properties.h"
@@ -16,54 +16,34 @@
 
 namespace {
 
-// A service that is put into the state its parameter shows.
-struct Service {
-    // What to do when the file brought the parameter without a number in it.
-    enum class Unusable { startAndRenew, stopAndKeep };
-
-    const char* key;
-    void (ServiceControl::*setRunning)(bool running);
-    Unusable unusable;
-};
-
-constexpr Service kServices[] = {
-    {kSshEnabledKey, &ServiceControl::setSshRunning, Service::Unusable::startAndRenew},
-    {kFtpEnabledKey, &ServiceControl::setFtpRunning, Service::Unusable::startAndRenew},
-    {kAmbrixEnabledKey, &ServiceControl::setAmbrixRunning, Service::Unusable::stopAndKeep},
-};
-
 // Makes the service what its held parameter says. True when that parameter is to stay.
-bool restore(SystemState& state, const Service& service, const ToskParam& held) {
+bool restoreService(ServiceControl& services, const Reaction& reaction, const ToskParam& held) {
     if (const std::optional<int64_t> number = integerOf(&held)) {
-        (state.services().*service.setRunning)(*number != 0);
+        (services.*reaction.setRunning)(*number != 0);
         return true;
     }
-    const bool keep = service.unusable == Service::Unusable::stopAndKeep;
-    (state.services().*service.setRunning)(!keep);
-    return keep;
+    (services.*reaction.setRunning)(!reaction.keepsUnusable);
+    return reaction.keepsUnusable;
 }
 
-void buildService(SystemState& state, const Service& service, const CatalogueRow& row,
-                  const CatalogueSources& sources) {
-    const ToskParam* const held = state.findParam(service.key);
-    if (held != nullptr && restore(state, service, *held)) {
+void buildService(SystemState& state, const CatalogueRow& row, const CatalogueSources& sources) {
+    const ToskParam* const held = state.findParam(row.key);
+    if (held != nullptr && restoreService(state.services(), *row.reaction, *held)) {
         return;
     }
     std::unique_ptr<ToskParam> made = makeParam(row, sources);
     if (held == nullptr) {
-        (state.services().*service.setRunning)(*integerOf(made.get()) != 0);
+        (state.services().*row.reaction->setRunning)(*integerOf(made.get()) != 0);
     }
     state.device()->addParam(std::move(made));
 }
 
 void buildRow(SystemState& state, const CatalogueRow& row, const CatalogueSources& sources) {
-    for (const Service& service : kServices) {
-        if (std::string_view(row.key) == service.key) {
-            buildService(state, service, row, sources);
-            return;
-        }
+    if (row.reaction != nullptr && row.reaction->setRunning != nullptr) {
+        buildService(state, row, sources);
+    } else {
+        state.device()->addParam(makeParam(row, sources));
     }
-    state.device()->addParam(makeParam(row, sources));
 }
 
 // A parameter that was saved under a tunnelled name ("frameB.system.frameName") belongs to the row
@@ -79,7 +59,8 @@ void restoreTunnelledName(ToskDevice& device, const CatalogueRow& row) {
 }
 
 void restoreTunnelledNames(ToskDevice& device) {
-    for (const auto& group : {identityGroup(), mainCatalogue()}) {
+    for (const auto& group :
+         {rowsBuiltBy(Builder::identityGroup), rowsBuiltBy(Builder::mainCatalogue)}) {
         for (const CatalogueRow& row : group) {
             if (device.findParam(row.key) == nullptr) {
                 restoreTunnelledName(device, row);
@@ -103,7 +84,7 @@ void replaceFrameName(SystemState& state, const std::string& label,
                       const CatalogueSources& sources) {
     state.parameters().setText(kFrameNameKey, label);
     if (state.findParam(kFrameNameKey)->valueToString() != label) {
-        std::unique_ptr<ToskParam> made = makeParam(identityGroup().front(), sources);
+        std::unique_ptr<ToskParam> made = makeParam(*findRow(kFrameNameKey), sources);
         made->setValue(std::make_shared<ToskStringValue>(label));
         made->setListener(&state);
         state.device()->addParam(std::move(made));
@@ -124,7 +105,7 @@ bool correctFrameName(SystemState& state, const std::string& label,
 }
 
 void buildSerialParams(SystemState& state, const CatalogueSources& sources) {
-    for (const CatalogueRow& row : serialPortGroup()) {
+    for (const CatalogueRow& row : rowsBuiltBy(Builder::serialPorts)) {
         util::trace("%s oid=%s\n", "addSerialStatusParams", row.key);
         state.device()->addParam(makeParam(row, sources));
     }
@@ -147,7 +128,7 @@ void SystemState::buildIdentityGroup(const std::string& deviceLabel) {
     restoreTunnelledNames(*device());
     const CatalogueSources sources{machine_, product_, ethernetPorts_, masterDetails_, {}, {}};
     bool changed = false;
-    for (const CatalogueRow& row : identityGroup()) {
+    for (const CatalogueRow& row : rowsBuiltBy(Builder::identityGroup)) {
         changed = ensureSetting(*this, row, sources) || changed;
     }
     listenToAll(*this);
@@ -164,7 +145,7 @@ void SystemState::buildCatalogue() {
     const CatalogueSources sources{machine_,        product_,
                                    ethernetPorts_,  masterDetails_,
                                    network_.read(), versionText(decodeBuildProperties(buildText))};
-    for (const CatalogueRow& row : mainCatalogue()) {
+    for (const CatalogueRow& row : rowsBuiltBy(Builder::mainCatalogue)) {
         buildRow(*this, row, sources);
     }
     buildSerialParams(*this, sources);

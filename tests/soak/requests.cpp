@@ -17,6 +17,8 @@ namespace soak {
 
 namespace {
 
+constexpr int64_t kOftenWeight = 30;
+
 Values chooseValues(const CatalogueRow& row) {
     const std::string_view key(row.key);
     if (key == kActiveEthernetKey) {
@@ -36,10 +38,10 @@ Values chooseValues(const CatalogueRow& row) {
 
 // A set that runs commands delays all other requests.
 int64_t weigh(const CatalogueRow& row, Values values) {
-    if (row.effect == nullptr || std::string_view(row.key) == kActiveKeliKey) {
-        return 30;
+    if (row.reaction != nullptr && row.reaction->runsCommands) {
+        return values == Values::flag ? 3 : 1;
     }
-    return values == Values::flag || values == Values::connectionPoint ? 3 : 1;
+    return values == Values::connectionPoint ? 3 : kOftenWeight;
 }
 
 Parameter describe(const CatalogueRow& row) {
@@ -74,7 +76,7 @@ std::string jsonText(const std::string& text) {
 
 // Any number of clients can set it at any rate: it is neither saved nor acted upon.
 bool isCheap(const Parameter& parameter) {
-    return std::string_view(parameter.name) == "activeKeli";
+    return !parameter.saved && parameter.weight == kOftenWeight;
 }
 
 // Any parameter of the device, most of which are readings.

@@ -1,9 +1,7 @@
 #include "systemstate/catalogue.h"
 
 #include <algorithm>
-#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -99,21 +97,20 @@ std::vector<std::string> keysIn(std::span<const CatalogueRow> rows,
 
 // A row that is not expected here shows in the test of the page.
 TEST(CatalogueOrder, OfBuilding) {
-    for (const auto& [rows, expected] : {std::pair(identityGroup(), keysOf(kIdentity)),
-                                         std::pair(mainCatalogue(), keysOf(kMain))}) {
-        EXPECT_THAT(keysIn(rows, expected), ElementsAreArray(expected));
-        EXPECT_EQ(keysIn(catalogue(), expected), expected);
-    }
-    EXPECT_EQ(identityGroup().data(), catalogue().data());
-    EXPECT_EQ(mainCatalogue().data(), identityGroup().data() + identityGroup().size());
-    EXPECT_EQ(serialPortGroup().data(), mainCatalogue().data() + mainCatalogue().size());
+    const auto identity = rowsBuiltBy(Builder::identityGroup);
+    const auto main = rowsBuiltBy(Builder::mainCatalogue);
+    EXPECT_THAT(keysIn(identity, keysOf(kIdentity)), ElementsAreArray(keysOf(kIdentity)));
+    EXPECT_THAT(keysIn(main, keysOf(kMain)), ElementsAreArray(keysOf(kMain)));
+    EXPECT_EQ(identity.data(), catalogue().data());
+    EXPECT_EQ(main.data(), identity.data() + identity.size());
+    EXPECT_EQ(rowsBuiltBy(Builder::serialPorts).data(), main.data() + main.size());
 }
 
 TEST(Catalogue, EachKeyHasOneRow) {
-    std::set<std::string> keys;
     for (const CatalogueRow& row : catalogue()) {
-        EXPECT_TRUE(keys.insert(row.key).second) << row.key;
+        EXPECT_EQ(findRow(row.key), &row) << row.key;
     }
+    EXPECT_EQ(findRow("system.nothing"), nullptr);
 }
 
 // Each row as a device shows it that was started without a state file.

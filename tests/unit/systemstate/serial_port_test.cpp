@@ -33,7 +33,8 @@ class SerialPortRow : public testing::TestWithParam<std::size_t> {
         const Product product("Quorane");
         const EthernetPorts ports = makeEthernetPorts();
         const MasterSystemDetails details;
-        return makeParam(serialPortGroup()[GetParam()], {machine, product, ports, details, {}, {}});
+        return makeParam(rowsBuiltBy(Builder::serialPorts)[GetParam()],
+                         {machine, product, ports, details, {}, {}});
     }
 };
 

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+
+#include "systemstate/ethernet_interface_status.h"
+#include "systemstate/serial_port.h"
+
+class Machine;
+class NetworkConfig;
+class ParameterStore;
+class Product;
+class ServiceControl;
+class ToskParam;
+struct Reaction;
+
+// What a set of a parameter does to the machine; the rows of the catalogue name these functions.
+// Owned by SystemState. A reaction runs inside the operation that set the parameter, after the
+// change was announced, and blocks for as long as its commands take. Main thread.
+class SetReactions {
+  public:
+    struct Parts {
+        Machine& machine;
+        const Product& product;
+        EthernetPorts& ports;
+        SerialPorts& serialPorts;
+        ParameterStore& parameters;
+        ServiceControl& services;
+        NetworkConfig& network;
+        std::function<void(const ToskParam&)> announce;
+    };
+
+    // Keeps all of them.
+    explicit SetReactions(Parts parts);
+
+    // Carries out the reaction to a set of that parameter.
+    void carryOut(const Reaction& reaction, ToskParam& param);
+
+    // The traffic moves to the port with that number. Another number is put back.
+    void changeActivePort(ToskParam& param);
+    // The three network settings become the machine's.
+    void applyNetworkSettings(ToskParam& param);
+    // Commands: other than 0 runs the command, and is 0 again afterwards.
+    void restartNetwork(ToskParam& param);
+    void generateReport(ToskParam& param);
+    // What the client says is connected to a serial port is kept.
+    void keepConnection(ToskParam& param);
+
+  private:
+    Parts parts_;
+};
