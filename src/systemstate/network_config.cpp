@@ -139,6 +139,12 @@ void logStored(const NetworkSettings& stored) {
     util::logMessage(LOG_INFO, "subnet_mask %s\n", dottedText(stored.netmask).c_str());
 }
 
+void unlockIfOwned(std::unique_lock<std::mutex>& lock) {
+    if (lock.owns_lock()) {
+        lock.unlock();
+    }
+}
+
 }  // namespace
 
 NetworkConfig::NetworkConfig(Machine& machine, ParameterStore& parameters)
@@ -154,9 +160,7 @@ NetworkConfig::SetUnderWay::SetUnderWay(NetworkConfig& config, const ToskParam& 
 }
 
 NetworkConfig::SetUnderWay::~SetUnderWay() {
-    if (lock_.owns_lock()) {
-        lock_.unlock();
-    }
+    unlockIfOwned(lock_);
 }
 
 bool NetworkConfig::isSetting(std::string_view oid) {
@@ -210,6 +214,7 @@ int NetworkConfig::config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway) {
     if (outcome == FileOutcome::written && shown) {
         noteWritten(*shown);
     }
+    unlockIfOwned(setLock_);
     restartNetworkServices(machine_, stored->ip != wanted.ip);
     return 0;
 }

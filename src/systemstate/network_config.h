@@ -18,7 +18,8 @@ class ToskParam;
 class NetworkConfig {
   public:
     // While a set of a network setting is carried out, the poll leaves the file alone: an edit in
-    // the same moment must not replace what the request asks for. Has no effect for any other
+    // the same moment must not replace what the request asks for. Once config_ip has written the
+    // file the poll looks at it again, also while the network restarts. Has no effect for any other
     // parameter. Main thread, one at a time.
     class SetUnderWay {
       public:
@@ -51,7 +52,8 @@ class NetworkConfig {
 
     // Makes valid new settings the machine's, if its file holds valid ones and they differ: writes
     // the file from the parameters and restarts what depends on it, unless the file could not be
-    // written. 0 when something was restarted, else 1. Main thread; takes as long as the restart.
+    // written. 0 when something was restarted, else 1. Main thread; takes as long as the restart,
+    // for which it ends what SetUnderWay keeps from the poll.
     int config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway);
 
     // Publishes the settings in the file that differ from what the file said last. Waits for

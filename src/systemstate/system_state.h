@@ -63,8 +63,8 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     // before the poll thread starts and clear it after it ended.
     void setParamChanged_cb(ParamChanged callback);
 
-    // Sets the parameter as a request asks for it: 0, or -1 when the value does not fit. The poll
-    // does not change network settings meanwhile. Main thread.
+    // Sets the parameter as a request asks for it: 0, or -1 when the value does not fit. Main
+    // thread.
     int setFromRequest(ToskParam& param, const cJSON* value);
 
     // After a set: announces the change, then carries out what the parameter stands for.

@@ -237,6 +237,22 @@ TEST_F(EditDuringASet, OfAnotherParameterIsPublishedAtOnce) {
     EXPECT_EQ(value(kIpAddressKey), "167772166");
 }
 
+TEST_F(EditDuringASet, IsPublishedWhileTheNetworkRestarts) {
+    start("Quorane");
+    poll(2);
+    std::vector<std::string> said;
+    machine_->setOnCommand([&](const std::string& command) {
+        if (command == "/etc/init.d/S40network restart") {
+            root_.write(kNetworkFile, kOtherAddress);
+            std::thread([&] { said = pollDiary(); }).join();
+        }
+    });
+    state_->setFromRequest(*state_->findParam(kGatewayKey), util::jsonNumber(0x0A000002).get());
+    EXPECT_THAT(said, IsSupersetOf({"NOT system.ipAddress=167772166",
+                                    "NOT system.gateway=167772161", "6 no changes\n"}));
+    EXPECT_EQ(root_.read(kNetworkFile), kOtherAddress);
+}
+
 TEST_F(NetworkPoll, EditAfterASetThatIsNotAppliedIsPublished) {
     start("Quorane");
     poll();
