@@ -5,6 +5,7 @@
 
 #include "soak_lib/bus_faults.h"
 
+#include <algorithm>
 #include <array>
 #include <sstream>
 #include <stdexcept>
@@ -26,23 +27,23 @@ constexpr auto kMaxRecovery = 60s;
 // A corrupted length can swallow the messages that follow, so a connection with corrupted bytes is
 // closed at the end. The daemon leaves a silent bus after ten seconds.
 constexpr std::array<BusFault, 17> kFaults{{
-    {"delay", 3, nobody, stays, 3s, "delay 5ms-50ms"},
-    {"fragment to daemon", 4, nobody, stays, 3s, "fragment daemon"},
-    {"fragment to a client", 2, nobody, stays, 2s, "fragment client ID"},
-    {"coalesce", 3, nobody, stays, 3s, "coalesce 5 to daemon"},
-    {"daemon not read", 3, nobody, stays, 2s, "stall daemon"},
-    {"client not read", 2, nobody, stays, 3s, "stall client ID"},
+    {"delay", 3, none, stays, 3s, "delay 5ms-50ms"},
+    {"fragment to daemon", 4, none, stays, 3s, "fragment daemon"},
+    {"fragment to a client", 2, none, stays, 2s, "fragment client ID"},
+    {"coalesce", 3, none, stays, 3s, "coalesce 5 to daemon"},
+    {"daemon not read", 3, none, stays, 2s, "stall daemon"},
+    {"client not read", 2, none, stays, 3s, "stall client ID"},
     {"drop of a client", 2, oneClient, stays, 3s, "drop 20% client ID"},
     {"corrupt to a client", 2, oneClient, stays, 2s, "corrupt 1 to client ID", "close client ID"},
     {"client closed", 2, oneClient, stays, 0s, "close client ID"},
     {"client truncated", 2, oneClient, stays, 1s, "truncate client ID"},
     {"blackhole to a client", 1, oneClient, stays, 5s, "blackhole client ID"},
-    {"drop from daemon", 2, everybody, stays, 3s, "drop 10% from daemon"},
-    {"corrupt to daemon", 3, everybody, isCut, 2s, "corrupt 1 to daemon", "close daemon"},
-    {"daemon closed", 4, everybody, isCut, 0s, "close daemon"},
-    {"daemon truncated", 3, everybody, isCut, 5s, "truncate object system daemon", nullptr, true},
-    {"refused", 3, everybody, isCut, 3s, "refuse\nclose daemon"},
-    {"blackhole to daemon", 1, everybody, isLeft, 20s, "blackhole daemon"},
+    {"drop from daemon", 2, allClients, stays, 3s, "drop 10% from daemon"},
+    {"corrupt to daemon", 3, allClients, isCut, 2s, "corrupt 1 to daemon", "close daemon"},
+    {"daemon closed", 4, allClients, isCut, 0s, "close daemon"},
+    {"daemon truncated", 3, allClients, isCut, 5s, "truncate object system daemon", nullptr, true},
+    {"refused", 3, allClients, isCut, 3s, "refuse\nclose daemon"},
+    {"blackhole to daemon", 1, allClients, isLeft, 20s, "blackhole daemon"},
 }};
 
 }  // namespace
@@ -51,7 +52,7 @@ std::span<const BusFault> busFaults() {
     return kFaults;
 }
 
-std::vector<std::string> faultLines(std::string commands, int connectionID) {
+std::vector<std::string> splitFaultLines(std::string commands, int connectionID) {
     if (const size_t at = commands.find("ID"); at != std::string::npos) {
         commands.replace(at, 2, std::to_string(connectionID));
     }
@@ -141,13 +142,14 @@ void BusFaults::noticeReconnect(Clock::time_point now) {
 
 bool BusFaults::hasRecovered(Clock::time_point now) const {
     if (now > end_ + kMaxRecovery) {
-        throw harness::TimedOut(std::string("not everybody reconnected after: ") + fault_->name);
+        throw harness::TimedOut(std::string("not all clients and the daemon reconnected after: ") +
+                                fault_->name);
     }
     return now >= end_ + kMinRecovery && !reconnectExpected_ && clients_.areReady();
 }
 
 void BusFaults::inject(const char* commands) const {
-    for (const std::string& line : faultLines(commands, clients_.connectionID(victim_))) {
+    for (const std::string& line : splitFaultLines(commands, clients_.connectionID(victim_))) {
         const auto reply = pallbus::broker::sendCommand(kBusPort, line);
         if (!reply || !reply->ok) {
             throw std::runtime_error("the bus rejects '" + line +
@@ -157,7 +159,7 @@ void BusFaults::inject(const char* commands) const {
 }
 
 void BusFaults::setExcused(bool excused) {
-    if (fault_->victims == everybody) {
+    if (fault_->victims == allClients) {
         clients_.setAllExcused(excused);
     } else if (fault_->victims == oneClient) {
         clients_.setExcused(victim_, excused);
@@ -174,7 +176,7 @@ void BusFaults::report(Report& report) const {
         report.row("- " + name, count);
     }
     report.expect("reconnects of the daemon", clients_.greetings() - 1, reconnects_);
-    report.row("longest reconnect", inSeconds(longestReconnect_));
+    report.row("longest reconnect", formatSeconds(longestReconnect_));
     report.expect("silences of the bus not noticed", unnoticedSilences_, 0);
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "soak_lib/many_clients.h"
 #include "soak_lib/random.h"
@@ -13,7 +14,7 @@
 namespace soak {
 
 // Whose answers a fault may cost.
-enum class Victims { nobody, oneClient, everybody };
+enum class Victims { none, oneClient, allClients };
 
 // What a fault does to the daemon's connection: nothing, the bus closes it, or the daemon has to
 // notice and leave it before the fault ends.
@@ -34,7 +35,7 @@ struct BusFault {
 
 std::span<const BusFault> busFaults();
 // The fault lines, with the connection id in place of "ID".
-std::vector<std::string> faultLines(std::string commands, int connectionID);
+std::vector<std::string> splitFaultLines(std::string commands, int connectionID);
 
 // Injects one fault after the other into the running bus. While one is active, and until all have
 // reconnected afterwards, the requests of its victims are excused.
@@ -43,12 +44,12 @@ class BusFaults {
     BusFaults(Random& random, ManyClients& clients) : random_(random), clients_(clients) {}
 
     // Ends a fault that is over, and begins one when it is due and `mayBegin`. Throws
-    // std::runtime_error when the bus rejects a fault, harness::TimedOut when somebody does not
-    // come back.
+    // std::runtime_error when the bus rejects a fault, harness::TimedOut when a client or the
+    // daemon does not reconnect.
     void step(Clock::time_point now, bool mayBegin);
     bool isIdle() const { return phase_ == Phase::idle; }
     // Whether a set may be carried out whose answer is not expected any more.
-    bool mayLoseAnswers() const { return !isIdle() && fault_->victims != Victims::nobody; }
+    bool mayLoseAnswers() const { return !isIdle() && fault_->victims != Victims::none; }
 
     void report(Report& report) const;
 

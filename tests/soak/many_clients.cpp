@@ -65,22 +65,22 @@ void ManyClients::sendDue(Clock::time_point now, bool paused, bool network) {
         } else if (isFirst && random_.onceIn(kMalformedRarity)) {
             client.sendMalformed();
         } else {
-            client.send(isFirst ? maker_.any(network) : maker_.independent(), now);
+            client.send(isFirst ? maker_.makeAny(network) : maker_.makeIndependent(), now);
         }
     }
 }
 
 void ManyClients::set(const Parameter& parameter) {
-    clients_.front().send(maker_.set(parameter), Clock::now());
+    clients_.front().send(maker_.makeSet(parameter), Clock::now());
 }
 
 void ManyClients::get(std::vector<std::string> names) {
-    clients_.front().send(maker_.get(std::move(names)), Clock::now());
+    clients_.front().send(maker_.makeGet(std::move(names)), Clock::now());
 }
 
 void ManyClients::getFromAll() {
     for (SimulatedClient& client : clients_) {
-        client.send(maker_.get({"systemName"}), Clock::now());
+        client.send(maker_.makeGet({"systemName"}), Clock::now());
     }
 }
 
@@ -96,7 +96,7 @@ void ManyClients::setExcused(size_t index, bool excused) {
     SimulatedClient& client = clients_.at(index);
     client.tracker().setExcused(excused);
     if (!excused && client.tracker().pending() > 0) {
-        client.send(maker_.get({"systemName"}), Clock::now());
+        client.send(maker_.makeGet({"systemName"}), Clock::now());
     }
 }
 

@@ -64,7 +64,7 @@ void PollObserver::notePoll(Clock::time_point now) {
 
 void PollObserver::report(Report& report) const {
     report.row("polls", polls_);
-    report.row("longest gap between polls", inSeconds(longestGap_));
+    report.row("longest gap between polls", formatSeconds(longestGap_));
     report.row("battery samplings", batterySamplings_.size());
     for (size_t i = 1; i < batterySamplings_.size(); ++i) {
         const size_t cycle = batterySamplings_[i] - batterySamplings_[i - 1];

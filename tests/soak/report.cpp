@@ -6,7 +6,7 @@
 
 namespace soak {
 
-std::string inSeconds(std::chrono::steady_clock::duration time) {
+std::string formatSeconds(std::chrono::steady_clock::duration time) {
     std::array<char, 32> text{};
     std::snprintf(text.data(), text.size(), "%.3f s", std::chrono::duration<double>(time).count());
     return text.data();

@@ -8,7 +8,7 @@
 namespace soak {
 
 // "12.345 s"
-std::string inSeconds(std::chrono::steady_clock::duration time);
+std::string formatSeconds(std::chrono::steady_clock::duration time);
 
 // The result of a run: a table of two columns, and the failures.
 class Report {

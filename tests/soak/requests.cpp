@@ -70,7 +70,7 @@ const std::vector<Parameter>& parameters() {
 constexpr std::string_view kLetters = "abcdefgXYZ 0123456789-_.,;:!'\"\\/%s{}[]";
 constexpr std::string_view kIdTail = "@soak";
 
-std::string jsonText(const std::string& text) {
+std::string renderText(const std::string& text) {
     return util::renderJSON(util::jsonString(text).get(), false);
 }
 
@@ -86,10 +86,10 @@ const char* pickReading(Random& random) {
     return leafName(rows[static_cast<size_t>(random.between(0, last))]).data();
 }
 
-std::string nameList(const std::vector<std::string>& names) {
+std::string renderNames(const std::vector<std::string>& names) {
     std::string list;
     for (const std::string& name : names) {
-        list += (list.empty() ? "" : ",") + jsonText(name);
+        list += (list.empty() ? "" : ",") + renderText(name);
     }
     return "{\"objectName\":[" + list + "]}";
 }
@@ -100,7 +100,7 @@ std::span<const Parameter> writableParameters() {
     return parameters();
 }
 
-std::optional<uint64_t> requestNumber(const std::string& id) {
+std::optional<uint64_t> parseRequestNumber(const std::string& id) {
     uint64_t number = 0;
     const auto [end, error] = std::from_chars(id.data(), id.data() + id.size(), number);
     if (error != std::errc() || std::string_view(end) != kIdTail) {
@@ -109,7 +109,7 @@ std::optional<uint64_t> requestNumber(const std::string& id) {
     return number;
 }
 
-Request RequestMaker::numbered(const char* type, const std::string& body) {
+Request RequestMaker::makeNumbered(const char* type, const std::string& body) {
     Request request;
     request.number = ++last_;
     request.type = type;
@@ -118,30 +118,32 @@ Request RequestMaker::numbered(const char* type, const std::string& body) {
     return request;
 }
 
-Request RequestMaker::any(bool network) {
+Request RequestMaker::makeAny(bool network) {
     if (random_.onceIn(2)) {
-        return getOfAnyKind();
+        return makeAnyGet();
     }
     if (random_.onceIn(40)) {
-        return rejected();
+        return makeRejected();
     }
     const Parameter* parameter = nullptr;
     do {
         parameter = &random_.pick(parameters());
     } while (parameter->isNetwork() && !network);
-    return set(*parameter);
+    return makeSet(*parameter);
 }
 
-Request RequestMaker::independent() {
+Request RequestMaker::makeIndependent() {
     if (random_.onceIn(2)) {
-        return getOfAnyKind();
+        return makeAnyGet();
     }
-    return random_.onceIn(40) ? rejected() : set(*std::ranges::find_if(parameters(), isCheap));
+    return random_.onceIn(40) ? makeRejected()
+                              : makeSet(*std::ranges::find_if(parameters(), isCheap));
 }
 
-Request RequestMaker::set(const Parameter& parameter) {
-    const std::string value = valueFor(parameter);
-    Request request = numbered("SET", "\"param\":{" + jsonText(parameter.name) + ":" + value + "}");
+Request RequestMaker::makeSet(const Parameter& parameter) {
+    const std::string value = makeValue(parameter);
+    Request request =
+        makeNumbered("SET", "\"param\":{" + renderText(parameter.name) + ":" + value + "}");
     request.parameter = &parameter;
     const bool command = parameter.values == Values::command;
     request.kept = command ? "0" : value;  // a command returns to 0 once it is carried out
@@ -155,31 +157,31 @@ Request RequestMaker::set(const Parameter& parameter) {
 }
 
 // A request that the device rejects.
-Request RequestMaker::rejected() {
+Request RequestMaker::makeRejected() {
     if (random_.onceIn(2)) {
-        Request request = numbered("SET", R"("param":{"nothing":1})");
+        Request request = makeNumbered("SET", R"("param":{"nothing":1})");
         request.status = 404;
         return request;
     }
-    Request request = numbered("SET", R"("param":{"frameName":7})");
+    Request request = makeNumbered("SET", R"("param":{"frameName":7})");
     request.status = 400;
     return request;
 }
 
-Request RequestMaker::get(std::vector<std::string> names) {
-    Request request = numbered("GET", "\"param\":" + nameList(names));
+Request RequestMaker::makeGet(std::vector<std::string> names) {
+    Request request = makeNumbered("GET", "\"param\":" + renderNames(names));
     request.answers = names.size();
     request.names = std::move(names);
     return request;
 }
 
-Request RequestMaker::getOfAnyKind() {
+Request RequestMaker::makeAnyGet() {
     if (random_.onceIn(50)) {
-        return get({"paramDescriptor"});
+        return makeGet({"paramDescriptor"});
     }
     if (random_.onceIn(10)) {
-        return numbered(
-            "GET", "\"paramDescriptor\":" + nameList({random_.pick(parameters()).name, "nothing"}));
+        return makeNumbered("GET", "\"paramDescriptor\":" +
+                                       renderNames({random_.pick(parameters()).name, "nothing"}));
     }
     std::vector<std::string> names;
     for (int64_t count = random_.between(1, 4); count > 0; --count) {
@@ -189,13 +191,13 @@ Request RequestMaker::getOfAnyKind() {
     // Each name is answered once, however often it is listed.
     std::ranges::sort(names);
     names.erase(std::ranges::unique(names).begin(), names.end());
-    return get(std::move(names));
+    return makeGet(std::move(names));
 }
 
-std::string RequestMaker::valueFor(const Parameter& parameter) {
+std::string RequestMaker::makeValue(const Parameter& parameter) {
     switch (parameter.values) {
         case Values::text:
-            return jsonText(random_.text(24, kLetters));
+            return renderText(random_.text(24, kLetters));
         case Values::port:
             return std::to_string(random_.between(0, 2));  // 2 does not exist and is replaced
         case Values::address:
@@ -204,7 +206,7 @@ std::string RequestMaker::valueFor(const Parameter& parameter) {
             return std::to_string(0xFFFFFFFF << random_.between(4, 20) & 0xFFFFFFFF);
         case Values::connectionPoint:
             return R"({"_d_connectionPoint":{"type":"STRING","value":)" +
-                   jsonText(random_.text(12, kLetters)) + "}}";
+                   renderText(random_.text(12, kLetters)) + "}}";
         case Values::flag:
         case Values::command:
             break;

@@ -41,7 +41,7 @@ struct Request {
 };
 
 // The number in an id of the soak; empty for another id.
-std::optional<uint64_t> requestNumber(const std::string& id);
+std::optional<uint64_t> parseRequestNumber(const std::string& id);
 
 // Makes random requests, numbered in their order.
 class RequestMaker {
@@ -49,17 +49,17 @@ class RequestMaker {
     explicit RequestMaker(Random& random) : random_(random) {}
 
     // Any request; without `network` no set of a network setting.
-    Request any(bool network);
+    Request makeAny(bool network);
     // A request whose answer does not depend on other clients.
-    Request independent();
-    Request set(const Parameter& parameter);
-    Request get(std::vector<std::string> names);
+    Request makeIndependent();
+    Request makeSet(const Parameter& parameter);
+    Request makeGet(std::vector<std::string> names);
 
   private:
-    Request numbered(const char* type, const std::string& body);
-    Request rejected();
-    Request getOfAnyKind();
-    std::string valueFor(const Parameter& parameter);
+    Request makeNumbered(const char* type, const std::string& body);
+    Request makeRejected();
+    Request makeAnyGet();
+    std::string makeValue(const Parameter& parameter);
 
     Random& random_;
     uint64_t last_ = 0;

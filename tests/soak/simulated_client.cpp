@@ -49,7 +49,7 @@ bool isGreeting(const TarnInternalMessage& message) {
 
 Answer decodeAnswer(const TarnInternalMessage& message) {
     Answer answer;
-    answer.number = requestNumber(message.uniqueId()).value_or(0);
+    answer.number = parseRequestNumber(message.uniqueId()).value_or(0);
     answer.status = message.statusCode();
     if (const cJSON* const item = findParam(message)) {
         answer.name = item->string;

@@ -39,7 +39,7 @@ std::vector<std::string> busCommand(uint64_t seed) {
     return {harness::programDirectory() / "pallbus", "--seed", std::to_string(seed)};
 }
 
-double processorMilliseconds(pid_t process) {
+double readProcessorMilliseconds(pid_t process) {
     clockid_t clock = 0;
     timespec time{};
     if (::clock_getcpuclockid(process, &clock) != 0 || ::clock_gettime(clock, &time) != 0) {
@@ -199,7 +199,7 @@ void Soak::stopProcess(harness::Process& process, const std::string& name) {
 
 void Soak::report() {
     const std::string commands = root_.read(pallframe::simulation::paths::kCommands);
-    report_.row("duration", inSeconds(Clock::now() - began_));
+    report_.row("duration", formatSeconds(Clock::now() - began_));
     clients_.report(report_);
     busFaults_.report(report_);
     report_.row("actions around the daemon", environment_.actions());
@@ -214,11 +214,11 @@ void Soak::report() {
 Report Soak::idle() {
     pumpUntil([this] { return polls_.polls() > 1; }, "the first polls");
     const size_t polls = polls_.polls();
-    const double before = processorMilliseconds(daemon_->pid());
+    const double before = readProcessorMilliseconds(daemon_->pid());
     pumpFor(toDuration(options_.idleSeconds));
     std::array<char, 32> spent{};
     std::snprintf(spent.data(), spent.size(), "%.1f ms",
-                  processorMilliseconds(daemon_->pid()) - before);
+                  readProcessorMilliseconds(daemon_->pid()) - before);
     report_.row("polls", polls_.polls() - polls);
     report_.row("processor time of the daemon", spent.data());
     stop();

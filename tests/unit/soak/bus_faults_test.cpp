@@ -16,7 +16,7 @@ using testing::ElementsAre;
 TEST(BusFaults, AreAllInTheLanguageOfTheBus) {
     for (const BusFault& fault : busFaults()) {
         for (const char* const commands : {fault.begin, fault.end}) {
-            for (const auto& line : faultLines(commands == nullptr ? "" : commands, 117)) {
+            for (const auto& line : splitFaultLines(commands == nullptr ? "" : commands, 117)) {
                 EXPECT_NO_THROW(pallbus::faults::parseFaultLine(line)) << line;
             }
         }
@@ -26,7 +26,7 @@ TEST(BusFaults, AreAllInTheLanguageOfTheBus) {
 // The run ends them and has to know when.
 TEST(BusFaults, DoNotEndByThemselves) {
     for (const BusFault& fault : busFaults()) {
-        for (const std::string& line : faultLines(fault.begin, 117)) {
+        for (const std::string& line : splitFaultLines(fault.begin, 117)) {
             const auto steps = pallbus::faults::parseFaultLine(line);
             const auto& rule = std::get<pallbus::faults::FaultRule>(steps.at(0).command);
             EXPECT_FALSE(rule.duration.has_value()) << fault.name;
@@ -35,8 +35,9 @@ TEST(BusFaults, DoNotEndByThemselves) {
 }
 
 TEST(BusFaults, NameTheChosenClient) {
-    EXPECT_THAT(faultLines("close client ID", 117), ElementsAre("close client 117"));
-    EXPECT_THAT(faultLines("refuse\nclose daemon", 117), ElementsAre("refuse", "close daemon"));
+    EXPECT_THAT(splitFaultLines("close client ID", 117), ElementsAre("close client 117"));
+    EXPECT_THAT(splitFaultLines("refuse\nclose daemon", 117),
+                ElementsAre("refuse", "close daemon"));
 }
 
 }  // namespace

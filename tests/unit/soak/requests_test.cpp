@@ -75,21 +75,21 @@ TEST(Requests, FewSetsRunCommands) {
 TEST(Requests, AreNumberedAndNamedByTheirNumber) {
     Random random(1);
     RequestMaker maker(random);
-    const Request first = maker.get({"active", "psu1Voltage"});
+    const Request first = maker.makeGet({"active", "psu1Voltage"});
     EXPECT_EQ(first.number, 1U);
     EXPECT_EQ(first.answers, 2U);
     EXPECT_EQ(first.data, R"({"id":"1@soak","param":{"objectName":["active","psu1Voltage"]}})");
-    EXPECT_EQ(requestNumber("1@soak"), 1U);
-    EXPECT_EQ(requestNumber("1@other"), std::nullopt);
-    EXPECT_EQ(requestNumber("@soak"), std::nullopt);
-    EXPECT_EQ(maker.any(true).number, 2U);
+    EXPECT_EQ(parseRequestNumber("1@soak"), 1U);
+    EXPECT_EQ(parseRequestNumber("1@other"), std::nullopt);
+    EXPECT_EQ(parseRequestNumber("@soak"), std::nullopt);
+    EXPECT_EQ(maker.makeAny(true).number, 2U);
 }
 
 TEST(Requests, AreJsonWhateverTheirValues) {
     Random random(5);
     RequestMaker maker(random);
     for (int i = 0; i < 2000; ++i) {
-        const Request request = maker.any(true);
+        const Request request = maker.makeAny(true);
         ASSERT_NE(util::parseJSON(request.data.data(), request.data.size()), nullptr)
             << request.data;
     }
@@ -100,9 +100,9 @@ TEST(Requests, NetworkSettingsComeOnlyWhenAllowed) {
     RequestMaker maker(random);
     bool came = false;
     for (int i = 0; i < 5000; ++i) {
-        const Request request = maker.any(false);
+        const Request request = maker.makeAny(false);
         ASSERT_FALSE(request.parameter != nullptr && request.parameter->isNetwork());
-        const Request free = maker.any(true);
+        const Request free = maker.makeAny(true);
         came = came || (free.parameter != nullptr && free.parameter->isNetwork());
     }
     EXPECT_TRUE(came);
@@ -114,7 +114,7 @@ TEST(Requests, TheSameSeedMakesTheSameRequests) {
     RequestMaker first(one);
     RequestMaker second(other);
     for (int i = 0; i < 100; ++i) {
-        ASSERT_EQ(first.any(true).data, second.any(true).data);
+        ASSERT_EQ(first.makeAny(true).data, second.makeAny(true).data);
     }
 }
 
@@ -125,7 +125,7 @@ TEST(Requests, AmongOthersSetNothingThatIsSavedActedUponOrCompared) {
     RequestMaker maker(random);
     size_t sets = 0;
     for (int i = 0; i < 1000; ++i) {
-        const Request request = maker.independent();
+        const Request request = maker.makeIndependent();
         if (request.parameter != nullptr) {
             ++sets;
             EXPECT_FALSE(request.parameter->saved);
