@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "service/paths.h"
 #include "systemstate/machine.h"
+#include "systemstate/places.h"
 #include "util/file_replacement.h"
 #include "util/files.h"
 #include "util/log.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-// Every path and every command of this room, once. They are part of the frame's software, which
+// Every path and every command of the daemon, once. They are part of the frame's software, which
 // changes independently of the daemon.
 
 // What the frame says of itself.
@@ -54,3 +54,19 @@ inline constexpr const char* kFrameDetectionFile = "/tmp/tessaradetect.txt";
 inline constexpr const char* kXadcFile = "/sys/devices/amba.1/f8007100.xadc/registers";
 inline constexpr const char* kBatteryLoadOn = "/sbin/devmem 0x8aa00014 32 0x01";
 inline constexpr const char* kBatteryLoadOff = "/sbin/devmem 0x8aa00014 32 0x00";
+
+// The files and scripts that the service itself uses.
+inline constexpr const char* kStateContainer = "/vantor/etc/configurableSystemDetails";
+
+// One line, the first port's address as six colon-separated hexadecimal octets (kernel document
+// Documentation/ABI/testing/sysfs-class-net).
+inline constexpr const char* kMacAddressFile = "/sys/class/net/eth0/address";
+// Written by the node application: children with the texts "port" and "label".
+inline constexpr const char* kDeviceLabelsFile = "/vantor/app/tarna/node/deviceLabels.json";
+// Read by the user interface: the device's name alone, without a line end.
+inline constexpr const char* kDeviceNameFile = "/vantor/etc/deviceName";
+
+// Present while a KELI card, the local or the remote one, controls a Tessara-5ru frame.
+inline constexpr const char* kKeliControlModeFile = "/vantor/etc/keliControlMode";
+inline constexpr const char* kRemoteControlModeFile = "/vantor/etc/remoteQuoraneControlMode";
+inline constexpr const char* kKeliIpChangedScript = "/vantor/bin/keli-ip-changed-restart.sh";

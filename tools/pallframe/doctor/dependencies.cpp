@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <sstream>
 
-#include "service/paths.h"
 #include "systemstate/block_file.h"
 #include "systemstate/bonding_status.h"
 #include "systemstate/build_properties.h"

@@ -50,8 +50,7 @@ std::set<std::string> lookedFor() {
 
 class Header : public testing::TestWithParam<const char*> {};
 
-INSTANTIATE_TEST_SUITE_P(OfTheDaemon, Header,
-                         testing::Values("src/systemstate/places.h", "src/service/paths.h"));
+INSTANTIATE_TEST_SUITE_P(OfTheDaemon, Header, testing::Values("src/systemstate/places.h"));
 
 TEST_P(Header, HasNoPlaceThatIsNotLookedAt) {
     const std::string text = textOf(GetParam());
