@@ -36,6 +36,12 @@ enum class Group {
 // The choices of a command: once carried out it is 0 again.
 inline constexpr const char* kCommandTexts[] = {"Cancel", "Apply"};
 
+// Something of the frame that the parameter needs in order to be true, or to have its effect.
+struct Dependency {
+    const char* place;              // path or command, as in the header of paths
+    const char* valueWithout = "";  // published without it, as JSON; empty: not known beforehand
+};
+
 // What a set does beyond the announcement.
 struct Reaction {
     const char* effect;  // in words, for the page of parameters
@@ -72,6 +78,7 @@ struct CatalogueRow {
     const char* changedBy = nullptr;
 
     const Reaction* reaction = nullptr;  // null: a set is announced, and saved if it is published
+    std::span<const Dependency> dependsOn{};
 };
 
 // The last part of the key, "ipAddress", which is the parameter's name in messages.

@@ -7,6 +7,7 @@
 #include "systemstate/block_file.h"
 #include "systemstate/bonding_status.h"
 #include "systemstate/build_properties.h"
+#include "systemstate/catalogue.h"
 #include "systemstate/frame_detection.h"
 #include "systemstate/network_settings.h"
 #include "systemstate/places.h"
@@ -102,43 +103,30 @@ constexpr size_t kBehindSudo = 1;  // sudo PROGRAM
 constexpr size_t kUnitOfSudo = 3;  // sudo systemctl VERB UNIT
 
 using Places = std::array<const char*, 4>;
-using Names = std::array<Published, 3>;
 using Concerns = bool (*)(const Product&);
 using Decodes = bool (*)(const std::string&, const Product&);
 
-constexpr Check file(const char* place, Concerns concerns, Decodes decodes, Names published,
-                     std::string_view effect, size_t word = 0) {
-    return {{place}, Kind::file, concerns, published, effect, decodes, word};
+constexpr Check file(const char* place, Concerns concerns, Decodes decodes, std::string_view effect,
+                     size_t word = 0) {
+    return {{place}, Kind::file, concerns, effect, decodes, word};
 }
 
-constexpr Check program(Places places, Concerns concerns, Names published, std::string_view effect,
+constexpr Check program(Places places, Concerns concerns, std::string_view effect,
                         size_t word = 0) {
-    return {places, Kind::program, concerns, published, effect, nullptr, word};
+    return {places, Kind::program, concerns, effect, nullptr, word};
 }
 
-constexpr Check unit(Places places, Names published, std::string_view effect) {
-    return {places, Kind::unit, brio, published, effect, nullptr, kUnitOfSudo};
+constexpr Check unit(Places places, std::string_view effect) {
+    return {places, Kind::unit, brio, effect, nullptr, kUnitOfSudo};
 }
 
-constexpr Check optional(const char* place, Concerns concerns, Names published,
-                         std::string_view effect) {
-    return {{place}, Kind::optional, concerns, published, effect};
+constexpr Check optional(const char* place, Concerns concerns, std::string_view effect) {
+    return {{place}, Kind::optional, concerns, effect};
 }
 
-constexpr Check marker(const char* place, Names published) {
-    return {{place}, Kind::marker, all, published, "the service is off"};
+constexpr Check marker(const char* place) {
+    return {{place}, Kind::marker, all, "the service is off"};
 }
-
-constexpr Names kPorts{{{"ethPort1Status", "0"}, {"ethPort2Status", "0"}, {"activeEthernet", ""}}};
-constexpr Names kAddresses{{{"ipAddress", "0"}, {"netmask", "0"}, {"gateway", "0"}}};
-constexpr Names kSetAddresses{{{"ipAddress", ""}, {"netmask", ""}, {"gateway", ""}}};
-constexpr Names kVoltages{{{"psu1Voltage", "0"}, {"psu2Voltage", "0"}, {"battVoltage", "0"}}};
-constexpr Names kServices{{{"sshEnabled", ""}, {"ftpEnabled", ""}}};
-constexpr Names kSsh{{{"sshEnabled", ""}}};
-constexpr Names kFtp{{{"ftpEnabled", ""}}};
-constexpr Names kAmbrix{{{"ambrixEnabled", ""}}};
-constexpr Names kAddress{{{"ipAddress", ""}}};
-constexpr Names kControllers{{{"primaryIPAddress", ""}, {"secondaryIPAddress", ""}}};
 
 constexpr std::string_view kPortsStay = "the ports stay as they were found last";
 constexpr std::string_view kNotSwitched = "what is set is shown, and the service not switched";
@@ -151,82 +139,75 @@ constexpr Check kChecks[] = {
     {{kBus},
      Kind::listener,
      all,
-     {},
      "nothing is published and nothing can be set; the bus is looked for each second"},
-    {{kSyslog}, Kind::syslog, all, {}, "values as usual, and nobody reads what the daemon logs"},
-    {{kNoDevice}, Kind::device, all, {}, "with -d the daemon ends at once, nothing is published"},
+    {{kSyslog}, Kind::syslog, all, "values as usual, and nobody reads what the daemon logs"},
+    {{kNoDevice}, Kind::device, all, "with -d the daemon ends at once, nothing is published"},
 
     {{kProductCommand},
      Kind::file,
      all,
-     {{{"frameName", "\"Quorane\""}}},
      "the card counts as a Quorane",
      isKnownProduct,
      kSourced,
      true},
-    {{kBuildPropertiesFile},
-     Kind::file,
-     all,
-     {{{"version", "\"read error\""}}},
-     "",
-     hasVersion,
-     0,
-     true},
-    file(kNetworkFile, all, hasSettings, kAddresses, "settings from the bus are not applied"),
-    file(kBondingFile, driversBond, hasPorts, kPorts, kPortsStay),
-    file(kTessaraBondingFile, bondCopy, hasPorts, kPorts, kPortsStay),
-    file(kFrameDetectionFile, tessaraFrame, hasFrameType, {{{"frameType", "0"}}},
+    {{kBuildPropertiesFile}, Kind::file, all, "", hasVersion, 0, true},
+    file(kNetworkFile, all, hasSettings, "settings from the bus are not applied"),
+    file(kBondingFile, driversBond, hasPorts, kPortsStay),
+    file(kTessaraBondingFile, bondCopy, hasPorts, kPortsStay),
+    file(kFrameDetectionFile, tessaraFrame, hasFrameType,
          "looked for each second until it is there"),
-    file(kXadcFile, tessaraEdition, hasReadings, kVoltages,
+    file(kXadcFile, tessaraEdition, hasReadings,
          "voltages stay as they were read last; standard error says so each second"),
-    file(kMacAddressFile, all, hasLine, {},
+    file(kMacAddressFile, all, hasLine,
          "ids of messages end at their @; a Tessara frame takes the first label for its own"),
-    file(kDeviceLabelsFile, tessaraFrame, isJSON, {{{"frameName", ""}}},
-         "the frame keeps the name that it has"),
+    file(kDeviceLabelsFile, tessaraFrame, isJSON, "the frame keeps the name that it has"),
 
-    {{kStateContainer}, Kind::settings, all, {}, "", isJSON},
-    {{kStateContainer}, Kind::directory, all, {}, "what is set from the bus is lost at the end"},
-    optional(kDeviceNameFile, tessaraFrame, {}, "the name for the user interface, kept up to date"),
+    {{kStateContainer}, Kind::settings, all, "", isJSON},
+    {{kStateContainer}, Kind::directory, all, "what is set from the bus is lost at the end"},
+    optional(kDeviceNameFile, tessaraFrame, "the name for the user interface, kept up to date"),
 
-    program({kShell}, all, {}, "no command at all is carried out"),
-    program({kBatteryLoadOn, kBatteryLoadOff}, tessaraEdition, {{{"battVoltage", ""}}},
+    program({kShell}, all, "no command at all is carried out"),
+    program({kBatteryLoadOn, kBatteryLoadOff}, tessaraEdition,
             "the battery is measured without its load, and looks better than it is"),
-    program({kChangeActiveSlave}, quorane, {{{"activeEthernet", ""}}},
+    program({kChangeActiveSlave}, quorane,
             "what is set is shown, and the traffic stays on its port"),
-    program({kRestartNetworkService}, all, kSetAddresses,
+    program({kRestartNetworkService}, all,
             "new settings are written, and taken up at the next boot only"),
-    program({kRegisterLocationService}, all, kAddress, kNotFound),
-    program({kRestartLocationService}, all, kAddress, kNotFound),
-    program({kRestartView}, all, kAddress, "the view goes on serving at the old address"),
-    program({kRestartNetworking}, all, {{{"restartNetwork", ""}}},
-            "nothing is restarted, and the parameter goes back to 0"),
-    program({kGenerateReport}, all, {{{"generateReport", ""}}},
-            "there is no report, and the parameter goes back to 0"),
+    program({kRegisterLocationService}, all, kNotFound),
+    program({kRestartLocationService}, all, kNotFound),
+    program({kRestartView}, all, "the view goes on serving at the old address"),
+    program({kRestartNetworking}, all, "nothing is restarted, and the parameter goes back to 0"),
+    program({kGenerateReport}, all, "there is no report, and the parameter goes back to 0"),
 
-    marker(kSshDisabledMarker, {{{"sshEnabled", "0"}}}),
-    marker(kFtpDisabledMarker, {{{"ftpEnabled", "0"}}}),
-    optional(kAmbrixDisabledMarker, all, {{{"ambrixEnabled", "0"}}},
+    marker(kSshDisabledMarker),
+    marker(kFtpDisabledMarker),
+    optional(kAmbrixDisabledMarker, all,
              "the service is off; one that was saved as on is stopped by the first poll"),
-    program({kTessaraStartSsh, kTessaraStopSsh}, tessaraEdition, kSsh, kNotSwitched),
-    program({kTessaraStartFtp, kTessaraStopFtp}, tessaraEdition, kFtp, kNotSwitched),
-    program(kBrioSwitches, brio, kServices, kNotSwitched),
-    program(kBrioSwitches, brio, kServices, kNotSwitched, kBehindSudo),
-    unit({kBrioStartSsh, kBrioStopSsh}, kSsh, kNotSwitched),
-    unit({kBrioStartFtp, kBrioStopFtp}, kFtp, kNotSwitched),
-    program({kTessaraStartAmbrix, kTessaraStopAmbrix}, tessaraEdition, kAmbrix, kNotSwitched),
-    program({kTessaraStartAmbrixWatch}, tessaraEdition, kAmbrix, "Ambrix never shuts itself off"),
-    program({kTessaraStopAmbrixWatch}, tessaraEdition, kAmbrix,
+    program({kTessaraStartSsh, kTessaraStopSsh}, tessaraEdition, kNotSwitched),
+    program({kTessaraStartFtp, kTessaraStopFtp}, tessaraEdition, kNotSwitched),
+    program(kBrioSwitches, brio, kNotSwitched),
+    program(kBrioSwitches, brio, kNotSwitched, kBehindSudo),
+    unit({kBrioStartSsh, kBrioStopSsh}, kNotSwitched),
+    unit({kBrioStartFtp, kBrioStopFtp}, kNotSwitched),
+    program({kTessaraStartAmbrix, kTessaraStopAmbrix}, tessaraEdition, kNotSwitched),
+    program({kTessaraStartAmbrixWatch}, tessaraEdition, "Ambrix never shuts itself off"),
+    program({kTessaraStopAmbrixWatch}, tessaraEdition,
             "the watch goes on when Ambrix is switched off"),
-    program({kBrioStartAmbrix}, brio, kAmbrix, kNotSwitched),
-    program({kBrioStartAmbrixWatch}, brio, kAmbrix, "Ambrix never shuts itself off"),
-    program({kBrioStopAmbrix, kBrioStopAmbrixWatch}, brio, kAmbrix,
+    program({kBrioStartAmbrix}, brio, kNotSwitched),
+    program({kBrioStartAmbrixWatch}, brio, "Ambrix never shuts itself off"),
+    program({kBrioStopAmbrix, kBrioStopAmbrixWatch}, brio,
             "Ambrix and its watch go on when it is switched off"),
 
-    optional(kKeliControlModeFile, remoteControlled, kControllers, kRestarts),
-    optional(kRemoteControlModeFile, remoteControlled, kControllers, kRestarts),
-    program({kKeliIpChangedScript}, remoteControlled, kControllers,
+    optional(kKeliControlModeFile, remoteControlled, kRestarts),
+    optional(kRemoteControlModeFile, remoteControlled, kRestarts),
+    program({kKeliIpChangedScript}, remoteControlled,
             "modules are not told a new address of the remote controller"),
 };
+
+bool names(const Check& check, std::string_view place) {
+    return std::ranges::any_of(check.places,
+                               [&](const char* each) { return each != nullptr && place == each; });
+}
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view kAround = " \t\r\"'";
@@ -238,6 +219,18 @@ std::string_view trimmed(std::string_view text) {
 
 std::span<const Check> checks() {
     return kChecks;
+}
+
+std::vector<Published> dependentParameters(const Check& check) {
+    std::vector<Published> dependent;
+    for (const CatalogueRow& row : catalogue()) {
+        const auto need = std::ranges::find_if(
+            row.dependsOn, [&](const Dependency& each) { return names(check, each.place); });
+        if (need != row.dependsOn.end()) {
+            dependent.push_back({leafName(row), need->valueWithout});
+        }
+    }
+    return dependent;
 }
 
 const Check& productCheck() {

@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class Product;
 
@@ -35,8 +36,7 @@ struct Check {
     std::array<const char*, 4> places;
     Kind kind;
     bool (*concerns)(const Product& product);
-    std::array<Published, 3> published;  // by a daemon that starts without it
-    std::string_view effect;             // whatever else comes of that
+    std::string_view effect;  // what a daemon that starts without it does, beyond its parameters
     // A file's text says what it has to; null: any text does.
     bool (*decodes)(const std::string& text, const Product& product) = nullptr;
     size_t word = 0;      // which word of the commands names it
@@ -45,6 +45,10 @@ struct Check {
 
 // All of them, in the order in which a person wants to read them.
 std::span<const Check> checks();
+
+// What a daemon that starts without the check's places publishes of the parameters that depend on
+// them, in the order of the catalogue.
+std::vector<Published> dependentParameters(const Check& check);
 
 // The one that finds the product.
 const Check& productCheck();

@@ -80,11 +80,9 @@ std::vector<Published> publishedWithout(const Check& check, State state) {
         return savedParameters();
     }
     const bool isKnown = state != State::undecodable || check.isSure;
-    std::vector<Published> all;
-    for (const Published& one : check.published) {
-        if (!one.name.empty()) {
-            all.push_back({one.name, isKnown ? one.value : ""});
-        }
+    std::vector<Published> all = dependentParameters(check);
+    for (Published& one : all) {
+        one.value = isKnown ? one.value : "";
     }
     return all;
 }
@@ -117,7 +115,7 @@ Finding markerFinding(const RootProbe& root, const Check& check) {
     Finding finding = optionalFinding(root, check);
     const ProbeResult saved = savedOf(root, settingsPath());
     const bool isMarked = !finding.published.empty();
-    const std::string_view name = check.published.front().name;
+    const std::string_view name = dependentParameters(check).front().name;
     if (isMarked && saved.state == State::notAccessible) {
         finding.published = {{name, ""}};
         finding.effect = "the service is off, unless a saved value says otherwise";

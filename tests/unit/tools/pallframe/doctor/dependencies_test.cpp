@@ -17,6 +17,8 @@
 
 using namespace pallframe::doctor;
 using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 namespace {
 
@@ -130,18 +132,47 @@ TEST(Checks, EachConcernsSomeProduct) {
     }
 }
 
-TEST(Checks, TheParametersAreThoseOfTheCatalogue) {
-    std::set<std::string> known;
+TEST(Checks, LookAtEverythingThatAParameterDependsOn) {
     for (const CatalogueRow& row : catalogue()) {
-        known.insert(row.key);
+        for (const Dependency& dependency : row.dependsOn) {
+            EXPECT_THAT(lookedFor(), Contains(dependency.place)) << row.key;
+        }
     }
+}
+
+// "psu1Voltage=0", and the name alone when the value is not known beforehand.
+std::vector<std::string> dependentOn(const std::string& path, const std::string& product) {
+    std::vector<std::string> texts;
     for (const Check& check : checks()) {
-        for (const Published& one : check.published) {
-            if (!one.name.empty()) {
-                EXPECT_THAT(known, Contains("system." + std::string(one.name)));
+        if (pathOf(check) == path && check.concerns(Product(product))) {
+            for (const Published& one : dependentParameters(check)) {
+                texts.push_back(std::string(one.name) + (one.value.empty() ? "" : "=") +
+                                std::string(one.value));
             }
         }
     }
+    return texts;
+}
+
+TEST(Checks, NameTheParametersThatDependOnAPlace) {
+    EXPECT_THAT(dependentOn("/tmp/eeprom", "KELI"), ElementsAre("frameName=\"Quorane\""));
+    EXPECT_THAT(dependentOn("/vantor/etc/network.conf", "KELI"),
+                ElementsAre("ipAddress=0", "netmask=0", "gateway=0"));
+    EXPECT_THAT(dependentOn("/etc/init.d/S40network", "KELI"),
+                ElementsAre("ipAddress", "netmask", "gateway"));
+    EXPECT_THAT(dependentOn("/etc/init.d/S80tarnaview", "KELI"), ElementsAre("ipAddress"));
+    EXPECT_THAT(dependentOn("/proc/net/bonding/bond0", "Quorane"),
+                ElementsAre("ethPort1Status=0", "ethPort2Status=0", "activeEthernet"));
+    EXPECT_THAT(dependentOn("/sys/devices/amba.1/f8007100.xadc/registers", "KELI"),
+                ElementsAre("psu1Voltage=0", "psu2Voltage=0", "battVoltage=0"));
+    EXPECT_THAT(dependentOn("/sbin/devmem", "KELI"), ElementsAre("battVoltage"));
+    EXPECT_THAT(dependentOn("/vantor/etc/ftpServerDisabled", "KELI"), ElementsAre("ftpEnabled=0"));
+    EXPECT_THAT(dependentOn("sudo", "QuoraneBrio"), ElementsAre("sshEnabled", "ftpEnabled"));
+    EXPECT_THAT(dependentOn("ssh.service", "QuoraneBrio"), ElementsAre("sshEnabled"));
+    EXPECT_THAT(dependentOn("/vantor/bin/ambrix-shutoff.sh", "KELI"), ElementsAre("ambrixEnabled"));
+    EXPECT_THAT(dependentOn("/vantor/etc/keliControlMode", "Tessara-5ru"),
+                ElementsAre("primaryIPAddress", "secondaryIPAddress"));
+    EXPECT_THAT(dependentOn("/dev/log", "KELI"), IsEmpty());
 }
 
 TEST(Checks, PathsComeFromThePlaces) {

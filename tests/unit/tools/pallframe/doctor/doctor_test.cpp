@@ -83,7 +83,7 @@ TEST_P(DoctorOn, MissesEachThingThatIsNotThere) {
         const Finding finding = at(pathOf(check));
         EXPECT_EQ(finding.state, State::missing) << pathOf(check);
         EXPECT_EQ(finding.effect, check.effect);
-        EXPECT_EQ(namesOf(finding.published), namesOf(check.published));
+        EXPECT_EQ(namesOf(finding.published), namesOf(dependentParameters(check)));
         EXPECT_FALSE(diagnosis().isWell());
         // Without the eeprom it is another product, of which more may be missing.
         EXPECT_TRUE(complaints == 1 || pathOf(check) == pathOf(productCheck())) << pathOf(check);
