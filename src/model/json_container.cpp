@@ -10,11 +10,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
 #include <cstdlib>
 #include <new>
 #include <utility>
 
 #include "util/files.h"
+#include "util/formatted_text.h"
 #include "util/item_count.h"
 #include "util/log.h"
 
@@ -37,21 +39,15 @@ std::string badName(const std::string& path) {
     return path + ".bad";
 }
 
-[[noreturn]] void abortAfterReadError(const std::string& path, int errorNumber) {
+[[noreturn]] void abortLoading(const std::string& path, const char* failed, int errorNumber) {
     errno = errorNumber;
-    util::logMessage(LOG_CRIT, "Reading error loading %s from disk: %m\n", path.c_str());
-    std::abort();
-}
-
-[[noreturn]] void abortAfterMemoryError(const std::string& path) {
-    errno = ENOMEM;
-    util::logMessage(LOG_CRIT, "Memory error loading %s from disk: %m\n", path.c_str());
+    util::logMessage(LOG_CRIT, "%s error loading %s from disk: %m\n", failed, path.c_str());
     std::abort();
 }
 
 util::UniqueJSON parseFile(const util::FileContents& contents, const std::string& path) {
     if (contents.bytes.size() < contents.statedSize) {
-        abortAfterReadError(path, 0);
+        abortLoading(path, "Reading", 0);
     }
     if (util::hasMoreItems(contents.bytes, util::kMostItems)) {
         return nullptr;
@@ -59,7 +55,7 @@ util::UniqueJSON parseFile(const util::FileContents& contents, const std::string
     const unsigned long failures = util::failedJSONAllocations();
     util::UniqueJSON root = util::parseJSON(contents.bytes.data(), contents.bytes.size());
     if (util::failedJSONAllocations() != failures) {
-        abortAfterMemoryError(path);
+        abortLoading(path, "Memory", ENOMEM);
     }
     return root;
 }
@@ -92,7 +88,7 @@ void AbstractJSONTopLevelContainer::save(const char* path, bool keepOld) try {
         writeFile(path, root.get(), keepOld);
     }
 } catch (const std::bad_alloc&) {
-    logSaveFailure(path);
+    logFailure("SAVE FAILED: could not alloc JSON object for \"%s\".\n", path);
 }
 
 void AbstractJSONTopLevelContainer::saveToOwnPath(bool keepOld) {
@@ -102,8 +98,9 @@ void AbstractJSONTopLevelContainer::saveToOwnPath(bool keepOld) {
 }
 
 bool AbstractJSONTopLevelContainer::retrySave() {
-    const util::LogSilence silence;
+    retrying_ = true;
     saveToOwnPath(false);
+    retrying_ = false;
     return saved_;
 }
 
@@ -111,9 +108,7 @@ util::UniqueJSON AbstractJSONTopLevelContainer::makeDocument(const char* path) c
     const unsigned long failures = util::failedJSONAllocations();
     util::UniqueJSON root = util::jsonObject();
     if (!root) {
-        util::logMessage(kCritical,
-                         "%s container SAVE FAILED: could not alloc root JSON object for \"%s\".\n",
-                         getName(), path);
+        logFailure("SAVE FAILED: could not alloc root JSON object for \"%s\".\n", path);
         return nullptr;
     }
     util::UniqueJSON payload = toJSON();
@@ -122,7 +117,7 @@ util::UniqueJSON AbstractJSONTopLevelContainer::makeDocument(const char* path) c
                           util::addMember(root.get(), getName(), std::move(payload));
     // An incomplete document would replace a usable file by a useless one.
     if (!complete || util::failedJSONAllocations() != failures) {
-        logSaveFailure(path);
+        logFailure("SAVE FAILED: could not alloc JSON object for \"%s\".\n", path);
         return nullptr;
     }
     return root;
@@ -139,9 +134,8 @@ std::string AbstractJSONTopLevelContainer::render(const cJSON* root,
         text.clear();
     }
     if (text.empty() || util::failedJSONAllocations() != failures) {
-        util::logMessage(kCritical, "%s container could not alloc memory to render \"%s\".\n",
-                         getName(), path.c_str());
-        logSaveFailure(path.c_str());
+        logFailure("could not alloc memory to render \"%s\".\n", path.c_str());
+        logFailure("SAVE FAILED: could not alloc JSON object for \"%s\".\n", path.c_str());
         return {};
     }
     return text;
@@ -180,8 +174,7 @@ int AbstractJSONTopLevelContainer::statFile(const std::string& path) const {
     struct stat status {};
     const int result = stat(path.c_str(), &status);
     if (result != 0 && result != -1) {
-        util::logMessage(kCritical, "%s container could not stat  \"%s\" (%d).\n", getName(),
-                         path.c_str(), errno);
+        logFailure("could not stat  \"%s\" (%d).\n", path.c_str(), errno);
     }
     return result;
 }
@@ -196,7 +189,7 @@ util::WriteFailure AbstractJSONTopLevelContainer::writeNew(const Names& names,
     // After a failed save the owner and mode to keep may be those of the old file.
     const std::string& like = util::fileExists(names.current) ? names.current : names.old;
     const util::WriteFailure failure = util::writeNewFile(names.fresh, text, like);
-    if (failure == util::WriteFailure::open) {
+    if (failure == util::WriteFailure::open && !retrying_) {
         const int errorNumber = errno;
         util::logMessage(LOG_ERR, "Error - couldn't open file %s for writing\n", path.c_str());
         errno = errorNumber;
@@ -274,8 +267,7 @@ int AbstractJSONTopLevelContainer::removeOld(const Names& names) const {
         return 0;
     }
     if (result != 0) {
-        util::logMessage(kCritical, "%s container could not remove \"%s\" (%d).\n", getName(),
-                         names.old.c_str(), errno);
+        logFailure("could not remove \"%s\" (%d).\n", names.old.c_str(), errno);
     }
     return result;
 }
@@ -291,21 +283,27 @@ int AbstractJSONTopLevelContainer::moveFile(const std::string& from, const std::
 
 void AbstractJSONTopLevelContainer::logRenameFailure(const std::string& from, const std::string& to,
                                                      const char* role) const {
-    util::logMessage(kCritical,
-                     "%s container could not overwrite %s: rename \"%s -> %s\" failed (%d).\n",
-                     getName(), role, from.c_str(), to.c_str(), errno);
+    logFailure("could not overwrite %s: rename \"%s -> %s\" failed (%d).\n", role, from.c_str(),
+               to.c_str(), errno);
 }
 
 // The new file is the one that is reported, whichever step of its writing failed.
 void AbstractJSONTopLevelContainer::logWriteFailure(const Names& names) const {
-    util::logMessage(kCritical, "%s container could not write \"%s\" (%d).\n", getName(),
-                     names.fresh.c_str(), errno);
+    logFailure("could not write \"%s\" (%d).\n", names.fresh.c_str(), errno);
 }
 
-void AbstractJSONTopLevelContainer::logSaveFailure(const char* path) const {
-    util::logMessage(kCritical,
-                     "%s container SAVE FAILED: could not alloc JSON object for \"%s\".\n",
-                     getName(), path);
+// A save that is retried has reported its failure before.
+void AbstractJSONTopLevelContainer::logFailure(const char* format, ...) const {
+    if (retrying_) {
+        return;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    const util::FormattedText text(format, arguments);
+    va_end(arguments);
+    const std::string_view shown = text.text().value_or("");
+    util::logMessage(kCritical, "%s container %.*s", getName(), static_cast<int>(shown.size()),
+                     shown.data());
 }
 
 int AbstractJSONTopLevelContainer::load() {
@@ -356,9 +354,9 @@ AbstractJSONTopLevelContainer::Found AbstractJSONTopLevelContainer::find(const s
         case util::Reading::notOpened:
             return {true, false, nullptr};
         case util::Reading::failed:
-            abortAfterReadError(path_, contents.errorNumber);
+            abortLoading(path_, "Reading", contents.errorNumber);
         case util::Reading::noMemory:
-            abortAfterMemoryError(path_);
+            abortLoading(path_, "Memory", ENOMEM);
         case util::Reading::complete:
             return {true, true, parseFile(contents, path_)};
         default:
@@ -388,11 +386,11 @@ int AbstractJSONTopLevelContainer::applyPayload(const cJSON* payload) try {
     const unsigned long failures = util::failedJSONAllocations();
     const int result = fromJSON(payload);
     if (util::failedJSONAllocations() != failures) {
-        abortAfterMemoryError(path_);
+        abortLoading(path_, "Memory", ENOMEM);
     }
     return result;
 } catch (const std::bad_alloc&) {
-    abortAfterMemoryError(path_);
+    abortLoading(path_, "Memory", ENOMEM);
 }
 
 void AbstractJSONTopLevelContainer::waitFor(std::chrono::milliseconds time) {

@@ -87,7 +87,7 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
     int moveFile(const std::string& from, const std::string& to, const char* role) const;
     void logRenameFailure(const std::string& from, const std::string& to, const char* role) const;
     void logWriteFailure(const Names& names) const;
-    void logSaveFailure(const char* path) const;
+    void logFailure(const char* format, ...) const __attribute__((format(printf, 2, 3)));
 
     Found find(const std::string& path);
     int loadOld(bool currentOpened);
@@ -101,6 +101,7 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
     double version_ = 0;
     bool loadFromDisk_ = true;
     bool saved_ = true;
+    bool retrying_ = false;
     Unusable unusable_;
     const char* directory_ = nullptr;
 };
