@@ -28,14 +28,14 @@ std::unique_ptr<std::vector<char>> terminated(std::unique_ptr<std::vector<char>>
 }
 
 // Every answer repeats it, and a request has up to 50,000.
-constexpr std::size_t kLongestId = std::size_t{64} * 1024;
+constexpr std::size_t kMaxIdBytes = std::size_t{64} * 1024;
 
 bool hasUsableId(const cJSON* data) {
     const char* const id = util::jsonText(util::jsonMember(data, "id"));
-    return id == nullptr || strnlen(id, kLongestId + 1) <= kLongestId;
+    return id == nullptr || strnlen(id, kMaxIdBytes + 1) <= kMaxIdBytes;
 }
 
-int32_t integerOf(const cJSON* item) {
+int32_t readInt32(const cJSON* item) {
     return cJSON_IsNumber(item) ? util::saturatedInt32(item->valuedouble) : 0;
 }
 
@@ -59,14 +59,14 @@ std::string requiredText(const cJSON* data, const char* key) {
 
 TarnInternalMessage::TarnInternalMessage(std::unique_ptr<std::vector<char>> payload)
     : rawBuffer_(terminated(std::move(payload))) {
-    if (!decode(rawBuffer_->data())) {
+    if (!decodeOrLog(rawBuffer_->data())) {
         throw std::runtime_error("Error Parsing TarninternalMessage");
     }
 }
 
 TarnInternalMessage::TarnInternalMessage(MallocText payload) : text_(std::move(payload)) {
     if (text_) {
-        decode(text_.get());
+        decodeOrLog(text_.get());
     }
 }
 
@@ -106,26 +106,59 @@ TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other)
     return *this;
 }
 
-// The rest of the payload is not parsed here: most receivers only look at the header.
-bool TarnInternalMessage::decode(char* payload) {
+std::optional<TarnInternalMessage> TarnInternalMessage::tryDecode(
+    std::unique_ptr<std::vector<char>> payload) {
+    TarnInternalMessage message;
+    if (!payload) {
+        return std::nullopt;
+    }
+    if (payload->empty() || payload->back() != '\0') {
+        payload->push_back('\0');
+    }
+    message.rawBuffer_ = std::move(payload);
+    if (message.decode(message.rawBuffer_->data()) != DecodeFailure::none) {
+        return std::nullopt;
+    }
+    return message;
+}
+
+std::optional<TarnInternalMessage> TarnInternalMessage::tryDecode(std::string_view payload) {
+    return tryDecode(std::make_unique<std::vector<char>>(payload.begin(), payload.end()));
+}
+
+bool TarnInternalMessage::decodeOrLog(char* payload) {
+    switch (decode(payload)) {
+        case DecodeFailure::none:
+            return true;
+        case DecodeFailure::noHeader:
+            util::logLimited("TarnInternalMessage Header not found", LOG_INFO,
+                             "TarnInternalMessage Header not found:%s\n",
+                             util::shownPayload(payload).c_str());
+            return false;
+        case DecodeFailure::invalidHeader:
+            util::logLimited("TarnInternalMessage header decode error", LOG_INFO,
+                             "TarnInternalMessage header decode error:%s\n",
+                             util::shownPayload(payload).c_str());
+            return false;
+    }
+    return false;
+}
+
+// Ends the header line with a NUL. The rest of the payload is not parsed here: most receivers only
+// look at the header.
+TarnInternalMessage::DecodeFailure TarnInternalMessage::decode(char* payload) {
     char* const lineEnd = std::strchr(payload, '\n');
     if (!lineEnd) {
-        util::logLimited("TarnInternalMessage Header not found", LOG_INFO,
-                         "TarnInternalMessage Header not found:%s\n",
-                         util::shownPayload(payload).c_str());
-        return false;
+        return DecodeFailure::noHeader;
     }
     *lineEnd = '\0';
     std::optional<TarnInternalHeader> header = decodeHeader(payload, currentTime());
     if (!header) {
-        util::logLimited("TarnInternalMessage header decode error", LOG_INFO,
-                         "TarnInternalMessage header decode error:%s\n",
-                         util::shownPayload(payload).c_str());
-        return false;
+        return DecodeFailure::invalidHeader;
     }
     header_ = std::move(*header);
     dataText_ = lineEnd + 1;
-    return true;
+    return DecodeFailure::none;
 }
 
 std::string TarnInternalMessage::encode() const {
@@ -153,11 +186,10 @@ const cJSON* TarnInternalMessage::data() const {
     return data_ ? data_.get() : kNoData.get();
 }
 
-util::UniqueJSON TarnInternalMessage::parseData() const {
-    if (dataText_) {
-        return parseDataText();
-    }
-    return data_ ? util::copyJSON(data_.get()) : util::jsonNull();
+util::UniqueJSON TarnInternalMessage::takeData() {
+    data();
+    dataText_ = nullptr;
+    return data_ ? std::move(data_) : util::jsonNull();
 }
 
 util::UniqueJSON TarnInternalMessage::parseDataText() const {
@@ -189,7 +221,7 @@ const std::string& TarnInternalMessage::uniqueId() const {
 }
 
 int TarnInternalMessage::statusCode() const {
-    const int32_t code = integerOf(util::jsonMember(data(), "statusCode"));
+    const int32_t code = readInt32(util::jsonMember(data(), "statusCode"));
     return isKnownStatus(code) ? code : 0;
 }
 
@@ -198,7 +230,7 @@ std::pair<int32_t, int32_t> TarnInternalMessage::sequence() const {
     if (!cJSON_IsArray(pair) || cJSON_GetArraySize(pair) != 2) {
         return {0, 0};
     }
-    return {integerOf(cJSON_GetArrayItem(pair, 0)), integerOf(cJSON_GetArrayItem(pair, 1))};
+    return {readInt32(cJSON_GetArrayItem(pair, 0)), readInt32(cJSON_GetArrayItem(pair, 1))};
 }
 
 ResponseStatus TarnInternalMessage::responseStatus() const {
@@ -213,7 +245,7 @@ ResponseStatus TarnInternalMessage::responseStatus() const {
     if (!cJSON_IsNumber(code)) {
         throw std::runtime_error("statusCode not found");
     }
-    status.statusCode = integerOf(code);
+    status.statusCode = readInt32(code);
     const char* const text = util::jsonText(requiredMember(fields, "statusMsg"));
     status.statusMsg = text ? text : "";
     return status;

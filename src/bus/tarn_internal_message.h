@@ -2,7 +2,9 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -46,6 +48,11 @@ class TarnInternalMessage {
     // Decodes a payload without throwing: one that has no valid header line leaves type() none.
     explicit TarnInternalMessage(MallocText payload);
 
+    // The message in a received or recorded payload, with or without its NUL; logs nothing. Empty
+    // when there is no payload or it has no valid header line.
+    static std::optional<TarnInternalMessage> tryDecode(std::unique_ptr<std::vector<char>> payload);
+    static std::optional<TarnInternalMessage> tryDecode(std::string_view payload);
+
     // The header is copied; the source loses everything else.
     TarnInternalMessage(TarnInternalMessage&& other);
     TarnInternalMessage& operator=(TarnInternalMessage&& other);
@@ -62,8 +69,8 @@ class TarnInternalMessage {
     // text does not parse; never a null pointer while there is memory. Text of more than 50,000
     // items, or with an "id" of more than 64 KiB, counts as one that does not parse.
     const cJSON* data() const;
-    // The same as a tree of the caller's own, parsed anew from the received text.
-    util::UniqueJSON parseData() const;
+    // The same, given to the caller; the message then has none.
+    util::UniqueJSON takeData();
 
     // The text of data "id", empty when it has none.
     const std::string& uniqueId() const;
@@ -93,7 +100,10 @@ class TarnInternalMessage {
     void addData(const char* key, util::UniqueJSON item);
 
   private:
-    bool decode(char* payload);
+    enum class DecodeFailure { none, noHeader, invalidHeader };
+
+    DecodeFailure decode(char* payload);
+    bool decodeOrLog(char* payload);
     util::UniqueJSON parseDataText() const;
 
     const char* dataText_ = nullptr;  // inside the payload

@@ -136,7 +136,7 @@ bool BusSession::flush() {
 
 std::optional<TarnInternalMessage> BusSession::receive(Deadline deadline) {
     while (Payload payload = receivePayload(deadline)) {
-        if (auto message = decodePayload(std::move(payload))) {
+        if (auto message = TarnInternalMessage::tryDecode(std::move(payload))) {
             return message;
         }
     }

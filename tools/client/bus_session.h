@@ -13,7 +13,6 @@
 #include "bus/netstring_stream_parser.h"
 #include "bus/tarn_internal_message.h"
 #include "cli/file_descriptor.h"
-#include "client/payload.h"
 
 namespace client {
 
@@ -36,7 +35,8 @@ struct Heartbeat {
 // kernel. Used by one thread.
 class BusSession {
   public:
-    using Payload = client::Payload;
+    // A received payload, followed by a NUL byte.
+    using Payload = std::unique_ptr<std::vector<char>>;
 
     // Calls return early once `output` (a descriptor, -1: none) is a pipe without a reader.
     BusSession(uint16_t port, int32_t connectionID, int output = -1, Heartbeat heartbeat = {});

@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "client/known_parameters.h"
-#include "client/payload.h"
 
 namespace client {
 
@@ -83,7 +82,7 @@ BusSession::Payload DeviceFollower::receivePayload(Deadline until) {
 }
 
 void DeviceFollower::follow(Deadline until) {
-    if (const auto message = decodePayload(receivePayload(until))) {
+    if (const auto message = TarnInternalMessage::tryDecode(receivePayload(until))) {
         take(*message, device_.handleMessage(*message), Clock::now());
     }
     step(Clock::now());

@@ -200,34 +200,64 @@ TEST(MessageData, WithAnIdOfMoreThan64KibibytesDoesNotParse) {
 
 TEST(MessageData, OfAMessageWithoutAnyIsNullAndNotKept) {
     CapturedLog log;
-    const TarnInternalMessage message;
+    TarnInternalMessage message;
     EXPECT_TRUE(cJSON_IsNull(message.data()));
-    EXPECT_TRUE(cJSON_IsNull(message.parseData().get()));
+    EXPECT_TRUE(cJSON_IsNull(message.takeData().get()));
     EXPECT_EQ(message.encode(), "[\"\", \"\", 0, 0, 0]\n");
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST(MessageData, ParsedAnewBelongsToTheCaller) {
-    const TarnInternalMessage message = received(kLine + "{\"a\": 1}"s);
-    const util::UniqueJSON mine = message.parseData();
-    cJSON_DeleteItemFromObject(mine.get(), "a");
-    EXPECT_EQ(util::renderJSON(message.parseData().get(), false), "{\"a\":1}");
-    EXPECT_EQ(util::renderJSON(message.data(), false), "{\"a\":1}");
+TEST(MessageData, TakenBelongsToTheCallerAndIsGone) {
+    TarnInternalMessage message = received(kLine + "{\"a\": 1}"s);
+    const util::UniqueJSON mine = message.takeData();
+    EXPECT_EQ(util::renderJSON(mine.get(), false), "{\"a\":1}");
+    EXPECT_TRUE(cJSON_IsNull(message.data()));
+    EXPECT_EQ(message.encode(), kLine);
 }
 
-TEST(MessageData, ParsedAnewIsNullWhenItDoesNotParse) {
+TEST(MessageData, TakenAfterALookIsTheSameTree) {
+    TarnInternalMessage message = received(kLine + "{\"a\": 1}"s);
+    const cJSON* const seen = message.data();
+    EXPECT_EQ(message.takeData().get(), seen);
+}
+
+TEST(MessageData, ThatDoesNotParseIsLoggedOnceHoweverItIsRead) {
     CapturedLog log;
-    EXPECT_TRUE(cJSON_IsNull(received(kLine + "{"s).parseData().get()));
+    TarnInternalMessage message = received(kLine + "{"s);
+    EXPECT_TRUE(cJSON_IsNull(message.data()));
+    EXPECT_EQ(message.statusCode(), 0);
+    EXPECT_TRUE(cJSON_IsNull(message.takeData().get()));
+    EXPECT_THAT(log.lines(), testing::SizeIs(1));
 }
 
-TEST(MessageData, OfANewMessageIsCopiedForTheCaller) {
-    const SETMessage message("system", util::jsonNumber(1));
-    EXPECT_EQ(util::renderJSON(util::jsonMember(message.parseData().get(), "param"), false), "1");
+TEST(MessageData, OfANewMessageMayBeTaken) {
+    SETMessage message("system", util::jsonNumber(1));
+    EXPECT_EQ(util::renderJSON(util::jsonMember(message.takeData().get(), "param"), false), "1");
+}
+
+TEST(TryDecode, GivesTheMessageOfAPayloadWithOrWithoutItsNul) {
+    const auto expectMessage = [](const std::optional<TarnInternalMessage>& message) {
+        ASSERT_TRUE(message);
+        EXPECT_EQ(message->type(), MessageType::NOT);
+        EXPECT_EQ(message->objectName(), "system");
+        EXPECT_EQ(message->uniqueId(), "1@8");
+    };
+    const std::string payload = "[\"NOT\", \"system\", 8, 0, 0]\n{\"id\":\"1@8\"}";
+    expectMessage(TarnInternalMessage::tryDecode(payload));
+    expectMessage(TarnInternalMessage::tryDecode(payload + '\0'));
+}
+
+TEST(TryDecode, GivesNothingAndLogsNothingForOtherPayloads) {
+    CapturedLog log;
+    for (const std::string_view payload : {"", "noise", "[\"NOT\", \"system\"", "noise\n{}"}) {
+        EXPECT_FALSE(TarnInternalMessage::tryDecode(payload)) << payload;
+    }
+    EXPECT_FALSE(TarnInternalMessage::tryDecode(std::unique_ptr<std::vector<char>>()));
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST(MessageEncoding, AppendsTheReceivedTextAsItIsUntilItIsParsed) {
     const TarnInternalMessage message = received(kLine + "{ \"a\" : 1 } trailing"s);
-    message.parseData();
     EXPECT_EQ(message.encode(), kLine + "{ \"a\" : 1 } trailing"s);
     message.data();
     EXPECT_EQ(message.encode(), kLine + "{\"a\":1}"s);

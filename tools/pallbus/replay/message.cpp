@@ -1,6 +1,6 @@
 #include "pallbus/replay/message.h"
 
-#include <cstring>
+#include <optional>
 
 #include "bus/tarn_internal_message.h"
 
@@ -37,17 +37,16 @@ std::vector<std::string> namesIn(const cJSON* data) {
 
 Message parseMessage(std::string_view payload) {
     Message message;
-    const std::string text(payload);
-    const TarnInternalMessage parsed(MallocText(strdup(text.c_str())));
-    message.type = parsed.type();
-    if (message.type == MessageType::none) {
+    std::optional<TarnInternalMessage> parsed = TarnInternalMessage::tryDecode(payload);
+    if (!parsed) {
         return message;
     }
-    message.objectName = parsed.objectName();
-    message.source = parsed.source();
-    message.destination = parsed.header().destination;
-    message.id = parsed.uniqueId();
-    message.data = parsed.parseData();
+    message.type = parsed->type();
+    message.objectName = parsed->objectName();
+    message.source = parsed->source();
+    message.destination = parsed->header().destination;
+    message.id = parsed->uniqueId();
+    message.data = parsed->takeData();
     message.names = namesIn(message.data.get());
     return message;
 }

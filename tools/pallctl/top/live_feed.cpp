@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "client/payload.h"
-
 namespace pallctl::top {
 
 namespace {
@@ -50,7 +48,7 @@ void LiveFeed::receiveAll(Moment now) {
 }
 
 void LiveFeed::take(std::string_view payload, Moment now) {
-    const auto message = client::decodePayload(payload);
+    const auto message = TarnInternalMessage::tryDecode(payload);
     if (!message) {
         return;
     }

@@ -4,7 +4,6 @@
 #include <array>
 #include <utility>
 
-#include "client/payload.h"
 #include "recording/recording.h"
 
 namespace pallctl::top {
@@ -39,7 +38,7 @@ void Player::read(const std::string& path) {
     start_ = reader.header().start;
     while (const auto entry = reader.next()) {
         length_ = entry->at;
-        auto message = client::decodePayload(entry->payload);
+        auto message = TarnInternalMessage::tryDecode(entry->payload);
         if (message && saysSomething(*message)) {
             events_.push_back({entry->at, std::move(*message)});
         }

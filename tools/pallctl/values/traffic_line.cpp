@@ -8,7 +8,6 @@
 #include "cli/escape.h"
 #include "cli/table.h"
 #include "cli/time_text.h"
-#include "client/payload.h"
 #include "pallctl/values/traffic_summary.h"
 #include "recording/payload_text.h"
 
@@ -65,8 +64,8 @@ std::string shortened(const std::string& text, size_t columns) {
 }
 
 // Data that is no JSON as a text.
-util::UniqueJSON jsonData(const TarnInternalMessage& message, std::string_view payload) {
-    util::UniqueJSON data = message.parseData();
+util::UniqueJSON jsonData(TarnInternalMessage& message, std::string_view payload) {
+    util::UniqueJSON data = message.takeData();
     return data && !cJSON_IsNull(data.get())
                ? std::move(data)
                : util::jsonString(cli::escapeForTerminal(std::string(dataOf(payload))));
@@ -86,7 +85,7 @@ Member payloadMember(std::string_view payload) {
 std::string jsonTraffic(std::string_view payload, Moment moment) {
     const util::UniqueJSON object = util::jsonObject();
     util::addMember(object.get(), "time", util::jsonString(cli::isoTime(moment)));
-    if (const auto message = client::decodePayload(payload)) {
+    if (auto message = TarnInternalMessage::tryDecode(payload)) {
         const MessageHead head = headOf(*message);
         util::addMember(object.get(), "type", util::jsonString(head.type));
         util::addMember(object.get(), "from", util::jsonNumber(head.from));
@@ -106,7 +105,7 @@ std::string assignment(const char* name, const std::string& value) {
 
 std::string shellTraffic(std::string_view payload, Moment moment) {
     const std::string time = formatAssignment("time", cli::isoTime(moment));
-    const auto message = client::decodePayload(payload);
+    const auto message = TarnInternalMessage::tryDecode(payload);
     if (!message) {
         const Member member = payloadMember(payload);
         return time + assignment(member.name, member.text) + '\n';
@@ -132,7 +131,7 @@ std::string contentOf(const TarnInternalMessage& message, std::string_view paylo
 }
 
 Parts partsOf(std::string_view payload, Moment moment, bool raw) {
-    const auto message = client::decodePayload(payload);
+    const auto message = TarnInternalMessage::tryDecode(payload);
     if (!message) {
         return {cli::clockTime(moment), padded("?", kTypeWidth),
                 cli::escapeForTerminal(std::string(payload)), ""};
@@ -176,7 +175,7 @@ std::string plainTraffic(std::string_view payload, Moment moment, const Style& s
 }  // namespace
 
 MessageHead parseMessageHead(std::string_view payload) {
-    const auto message = client::decodePayload(payload);
+    const auto message = TarnInternalMessage::tryDecode(payload);
     return message ? headOf(*message) : MessageHead();
 }
 

@@ -28,7 +28,8 @@ class DeviceFollowerTest : public testing::Test {
         peer_.writeFrame(payload);
         const auto received = follower_.receivePayload(Clock::now() + 30s);
         ASSERT_TRUE(received);
-        const auto message = decodePayload({received->data(), received->size() - 1});
+        const auto message =
+            TarnInternalMessage::tryDecode({received->data(), received->size() - 1});
         ASSERT_TRUE(message);
         follower_.take(*message, device_.handleMessage(*message), now_);
     }
