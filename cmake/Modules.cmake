@@ -1,7 +1,8 @@
 # A module is one directory built as one static library, named by the path under which its headers are
 # included: pallwatch_module(pallbus/faults ...) is the target pallbus_faults. It can include only its own
-# headers and those of the modules it DEPENDS on: each module is published through an include directory
-# that holds nothing but a link to it, so a dependency that is not declared does not compile.
+# headers and those of the modules it DEPENDS on. Each module is published through an include directory
+# that holds nothing but a link to it, and before a module is compiled, CheckIncludes.cmake rejects
+# headers of modules that are only reachable through another one.
 
 # The include directory through which the current source directory is seen as `path`.
 function(pallwatch_include_directory result name path)
@@ -12,42 +13,80 @@ function(pallwatch_include_directory result name path)
   set(${result} ${view} PARENT_SCOPE)
 endfunction()
 
+# Checks the includes of the sources, and of the headers beside them, before `target` is compiled.
+# `path` is how the current source directory is included, `depends` are the modules of which the
+# sources may include headers.
+function(pallwatch_check_includes target path sources depends)
+  set(directories "")
+  foreach(source ${sources})
+    get_filename_component(directory ${source} DIRECTORY)
+    string(REGEX REPLACE "/$" "" directory "${path}/${directory}")
+    list(APPEND directories ${directory})
+  endforeach()
+  list(REMOVE_DUPLICATES directories)
+  list(TRANSFORM sources PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ OUTPUT_VARIABLE files)
+  foreach(directory ${directories})
+    string(REGEX REPLACE "^${path}" "${CMAKE_CURRENT_SOURCE_DIR}" directory ${directory})
+    file(GLOB found ${directory}/*.h)
+    list(APPEND files ${found})
+  endforeach()
+  set(stamp ${CMAKE_BINARY_DIR}/include/${target}.checked)
+  set(script ${PROJECT_SOURCE_DIR}/cmake/CheckIncludes.cmake)
+  add_custom_command(OUTPUT ${stamp} DEPENDS ${files} ${script}
+    COMMAND ${CMAKE_COMMAND} "-DFILES=${files}" "-DALLOWED=${directories};${depends}"
+            -DMODULES=${CMAKE_BINARY_DIR}/include -DSTAMP=${stamp} -P ${script}
+    COMMENT "Checking the includes of ${path}" VERBATIM)
+  add_custom_target(${target}_includes DEPENDS ${stamp})
+endfunction()
+
+# A program without threads may have to be built without the thread sanitizer: the sanitizer's own
+# thread keeps a process from entering a user namespace. Programs and modules that are THREADLESS are
+# built in a second way for that, <name>_threadless; with another sanitizer or none both are the same.
+set(PALLWATCH_THREADLESS "")
+if(PALLWATCH_SANITIZE MATCHES thread)
+  set(PALLWATCH_THREADLESS _threadless)
+endif()
+
 function(pallwatch_module path)
-  cmake_parse_arguments(MODULE "" "" "SOURCES;DEPENDS;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(MODULE "THREADLESS" "" "SOURCES;DEPENDS;LIBRARIES;DEFINITIONS" ${ARGN})
   string(REPLACE "/" "_" name ${path})
   pallwatch_include_directory(view ${name} ${path})
+  pallwatch_check_includes(${name} ${path} "${MODULE_SOURCES}" "${MODULE_DEPENDS}")
   list(TRANSFORM MODULE_DEPENDS REPLACE "/" "_")
-  add_library(${name} STATIC ${MODULE_SOURCES})
-  target_include_directories(${name} PUBLIC ${view})
-  target_link_libraries(${name} PUBLIC ${MODULE_DEPENDS} ${MODULE_LIBRARIES})
+  set(targets ${name})
+  if(MODULE_THREADLESS)
+    list(APPEND targets ${name}${PALLWATCH_THREADLESS})
+    list(REMOVE_DUPLICATES targets)
+  endif()
+  foreach(target ${targets})
+    add_library(${target} STATIC ${MODULE_SOURCES})
+    add_dependencies(${target} ${name}_includes)
+    target_include_directories(${target} PUBLIC ${view})
+    target_compile_definitions(${target} PRIVATE ${MODULE_DEFINITIONS})
+    if(NOT target STREQUAL name)
+      list(TRANSFORM MODULE_DEPENDS APPEND ${PALLWATCH_THREADLESS})
+      set_target_properties(${target} PROPERTIES EXCLUDE_FROM_ALL ON)
+      target_compile_options(${target} PRIVATE -fno-sanitize=thread)
+    endif()
+    target_link_libraries(${target} PUBLIC ${MODULE_DEPENDS} ${MODULE_LIBRARIES})
+  endforeach()
 endfunction()
 
 # A program of tools/, whose own headers are included by the program's name.
 function(pallwatch_program name)
-  cmake_parse_arguments(PROGRAM "" "" "SOURCES;DEPENDS" ${ARGN})
+  cmake_parse_arguments(PROGRAM "THREADLESS" "" "SOURCES;DEPENDS" ${ARGN})
   pallwatch_include_directory(view program_${name} ${name})
+  pallwatch_check_includes(${name} ${name} "${PROGRAM_SOURCES}" "${PROGRAM_DEPENDS}")
   list(TRANSFORM PROGRAM_DEPENDS REPLACE "/" "_")
   add_executable(${name} ${PROGRAM_SOURCES})
+  add_dependencies(${name} ${name}_includes)
   target_include_directories(${name} PRIVATE ${view})
-  target_link_libraries(${name} PRIVATE ${PROGRAM_DEPENDS})
-endfunction()
-
-# plain_<name> is the module for a program that must not run under the thread sanitizer: the module itself,
-# or under that sanitizer a second copy of it.
-function(pallwatch_plain_module name)
-  if(NOT PALLWATCH_SANITIZE MATCHES thread)
-    add_library(plain_${name} ALIAS ${name})
-    return()
+  if(PROGRAM_THREADLESS AND PALLWATCH_THREADLESS)
+    list(TRANSFORM PROGRAM_DEPENDS APPEND ${PALLWATCH_THREADLESS})
+    target_compile_options(${name} PRIVATE -fno-sanitize=thread)
+    target_link_options(${name} PRIVATE -fno-sanitize=thread)
   endif()
-  get_target_property(sources ${name} SOURCES)
-  get_target_property(directory ${name} SOURCE_DIR)
-  get_target_property(uses ${name} INTERFACE_LINK_LIBRARIES)
-  list(TRANSFORM sources PREPEND ${directory}/)
-  list(TRANSFORM uses REPLACE "^(model|util)$" "plain_\\1")
-  add_library(plain_${name} STATIC ${sources})
-  target_include_directories(plain_${name} PUBLIC ${CMAKE_BINARY_DIR}/include/${name})
-  target_link_libraries(plain_${name} PUBLIC ${uses})
-  target_compile_options(plain_${name} PRIVATE -fno-sanitize=thread)
+  target_link_libraries(${name} PRIVATE ${PROGRAM_DEPENDS})
 endfunction()
 
 # Tests are compiled more often than they run: without optimisation, and with the headers of the test
