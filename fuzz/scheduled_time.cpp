@@ -14,6 +14,8 @@
 
 namespace {
 
+using namespace lumo;
+
 constexpr std::array<const char*, 3> kZones = {"UTC0", "CET-1CEST,M3.5.0,M10.5.0/3", "WEST+11:30"};
 constexpr time_t kEarliest = std::numeric_limits<time_t>::min();
 constexpr time_t kLatest = std::numeric_limits<time_t>::max();
@@ -36,7 +38,7 @@ void requireLaterOrNone(const std::string& text, const timespec& clock) {
     const ScheduledTime due = decodeScheduledTime(text.c_str(), clock);
     require(due.nanoseconds >= 0 && due.nanoseconds < 1'000'000'000);
     require(!due.isScheduled() || compareTimes(due, now) > 0);
-    scheduledTimeText(due);
+    formatScheduledTime(due);
 }
 
 }  // namespace

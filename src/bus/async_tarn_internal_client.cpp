@@ -8,9 +8,9 @@
 #include <optional>
 #include <utility>
 
-#include "bus/made_json.h"
 #include "bus/messages.h"
 #include "bus/netstring.h"
+#include "bus/required_json.h"
 #include "util/json.h"
 #include "util/log.h"
 #include "util/memory.h"
@@ -26,16 +26,16 @@ constexpr int kLoginVersion = 1;
 constexpr int kOk = 200;
 constexpr int kBadRequest = 400;
 
-// No receiver takes a longer one.
-constexpr std::size_t kLongestPayload = 20'000'000;
+// The receivers' limit.
+constexpr std::size_t kMaxPayloadBytes = 20'000'000;
 
 void logUnsendable(const TarnInternalMessage& message) {
     util::logMessage(LOG_ERR, "Message %s for %.200s is longer than the bus takes, dropped\n",
                      typeWord(message.type()), message.objectName().c_str());
 }
 
-// Whether the JSON library lacked memory on this thread since the last question: what was made
-// meanwhile may lack any part of itself.
+// Whether the JSON library lacked memory on this thread since the last call: an item made since
+// then may be incomplete.
 bool lackedMemory() {
     thread_local unsigned long known = 0;
     const unsigned long failed = util::failedJSONAllocations();
@@ -43,21 +43,21 @@ bool lackedMemory() {
 }
 
 util::UniqueJSON objectWith(const char* key, util::UniqueJSON item) {
-    util::UniqueJSON object = made(util::jsonObject());
-    addMade(object.get(), key, std::move(item));
+    util::UniqueJSON object = requireItem(util::jsonObject());
+    addRequired(object.get(), key, std::move(item));
     return object;
 }
 
 util::UniqueJSON identity(const std::string& name, std::int32_t connID) {
     util::UniqueJSON object = objectWith("name", util::jsonString(name));
-    addMade(object.get(), "connID", util::jsonNumber(connID));
+    addRequired(object.get(), "connID", util::jsonNumber(connID));
     return object;
 }
 
 util::UniqueJSON subscription(const std::string& path, bool receiveAll) {
     util::UniqueJSON entry = objectWith("path", util::jsonString(path));
     if (receiveAll) {
-        addMade(entry.get(), "receiveAll", util::jsonBool(true));
+        addRequired(entry.get(), "receiveAll", util::jsonBool(true));
     }
     return entry;
 }
@@ -120,7 +120,7 @@ void AsyncTarnInternalClient::disconnect() {
 void AsyncTarnInternalClient::handleConnect() {
     parser_.reset();
     util::UniqueJSON login = identity(name_, connID_);
-    addMade(login.get(), "version", util::jsonNumber(kLoginVersion));
+    addRequired(login.get(), "version", util::jsonNumber(kLoginVersion));
     send(SETMessage(kConnectionObject, objectWith("login", std::move(login))));
     sendSubscriptions(subscriptions_);
     setConnectionState(ConnectionState::connected, "connect OK");
@@ -164,7 +164,7 @@ void AsyncTarnInternalClient::setModuleReady() {
 
 util::UniqueJSON AsyncTarnInternalClient::readiness() const {
     util::UniqueJSON state = identity(name_, connID_);
-    addMade(state.get(), "ready", util::jsonBool(moduleReady_));
+    addRequired(state.get(), "ready", util::jsonBool(moduleReady_));
     return state;
 }
 
@@ -178,7 +178,7 @@ void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) 
         throw std::bad_alloc();
     }
     const std::size_t least = message.leastDataSize();
-    if (least > kLongestPayload) {
+    if (least > kMaxPayloadBytes) {
         logUnsendable(message);
         return;
     }
@@ -187,7 +187,7 @@ void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) 
         return;
     }
     std::string payload = message.encode();
-    if (payload.size() > kLongestPayload) {
+    if (payload.size() > kMaxPayloadBytes) {
         logUnsendable(message);
         return;
     }
@@ -203,7 +203,7 @@ void AsyncTarnInternalClient::pause() {
 void AsyncTarnInternalClient::resume() {
     paused_ = false;
     if (handingOn_) {
-        return;  // whoever hands on goes on with it: no message is handled inside another one
+        return;  // handOnKept() is running: no message is handled inside another one
     }
     handOnKept();
     if (!paused_) {
@@ -231,7 +231,7 @@ void AsyncTarnInternalClient::handlePayload(Payload payload) {
             handleMessage(std::move(*message));
         }
     } catch (const std::bad_alloc&) {
-        static_cast<void>(lackedMemory());  // told with this message, not with the next
+        static_cast<void>(lackedMemory());  // reported with this message, not with the next
         util::logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
     }
 }

@@ -45,7 +45,7 @@ class AsyncTarnInternalClient {
     // Called with `connected` on every new connection, after login and subscriptions were sent, and
     // with `disconnected` by disconnect() only: a connection that is lost is not reported.
     void setOnConnectionState(OnConnectionState call) { onConnectionState_ = std::move(call); }
-    // Called with the master state that the bus tells; an error refuses it. Without it the bus gets
+    // Called with the master state that the bus sends; an error refuses it. Without it the bus gets
     // no answer.
     void setOnMasterState(OnMasterState call) { onMasterState_ = std::move(call); }
     // Whether each subscription asks for everything below its path. Before connecting.
@@ -55,12 +55,12 @@ class AsyncTarnInternalClient {
 
     // Begins to connect, and to connect again whenever the connection is lost.
     void connectToTarnInternal();
-    // Ends that for good.
+    // Closes the connection, without a further attempt.
     void disconnect();
 
     // Subscribes to an object path, now and on every later connection. A known path is left alone.
     void subscribe(const std::string& path);
-    // Forgets the path for later connections; the bus is not told.
+    // Forgets the path for later connections; nothing is sent.
     void unsubscribe(const std::string& path);
     // Announces, the first time that it is called, that the module is ready.
     void setModuleReady();
@@ -81,7 +81,7 @@ class AsyncTarnInternalClient {
     // reconnects go on. Messages that came in the same chunk are kept in their order, also when
     // their connection is lost. The loop's thread, also from a callback.
     void pause();
-    // Hands on what was kept, as one batch, until somebody pauses again; then reading goes on.
+    // Hands on what was kept, as one batch, until the next pause(); then reading goes on.
     void resume();
 
     bool standby() const { return standby_; }

@@ -42,14 +42,14 @@ void AsyncTaskService::runTask() {
     try {
         task_();
     } catch (const std::bad_alloc&) {
-        // What one run has missed the next one finds.
+        // The next run finds the changes that this one missed.
     }
 }
 
-// While a frame starts, everything on it does, and what is short then is there a moment later.
+// While a frame starts, all its programs do, and a shortage of threads passes in a moment.
 void AsyncTaskService::start() {
     const auto end = std::chrono::steady_clock::now() + kTriedFor;
-    bool told = false;
+    bool reported = false;
     while (!thread_.joinable()) {
         try {
             thread_ = std::thread([this] { io_.run(); });
@@ -57,7 +57,7 @@ void AsyncTaskService::start() {
             if (!hasNoThreadNow(error) || std::chrono::steady_clock::now() >= end) {
                 throw;
             }
-            if (!std::exchange(told, true)) {
+            if (!std::exchange(reported, true)) {
                 util::logMessage(LOG_WARNING, "no thread to be had, trying again\n");
             }
             std::this_thread::sleep_for(kBetweenTries);

@@ -30,7 +30,7 @@ class AsyncTaskService {
     // Call it before start(); a task that was set earlier gives way.
     void setPeriodicTask(std::chrono::milliseconds period, std::function<void()> task);
     // Launches the thread; it ends by itself when there is nothing to wait for. Waits up to five
-    // seconds for a thread when there is none to be had, then throws what std::thread throws.
+    // seconds for the system to have a thread, then throws the exception of std::thread.
     void start();
     // Lets a task that is running come to its end, then joins the thread. Harmless when there is
     // none. After it the task runs no more.

@@ -5,7 +5,7 @@
 
 // The two vocabularies of the bus: the kinds of messages and the status codes of responses.
 
-// What a message is for. The value is the type index, the name is the word on the wire.
+// The purpose of a message. The value is the type index, the name is the word on the wire.
 enum class MessageType : int32_t {
     CMD = 0,
     CMDRSP = 1,
@@ -27,7 +27,7 @@ const char* typeWord(MessageType type);
 // The type of exactly that word; `none` for any other text.
 MessageType typeFromWord(std::string_view word);
 
-// The text that goes with a status code; empty for a code that nobody defined.
+// The text that goes with a status code; empty for an undefined code.
 const char* statusText(int code);
 
 // True for the codes that may be read from a response: the defined ones without 0, "Unknown".

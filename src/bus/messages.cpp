@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "bus/made_json.h"
+#include "bus/required_json.h"
 #include "bus/tarn_internal_client.h"
 
 namespace {
@@ -10,7 +10,7 @@ namespace {
 constexpr int kOk = 200;
 
 std::string newId() {
-    return TarnInternalClient::ofProcess().nextUniqueId();
+    return TarnInternalClient::forProcess().nextUniqueId();
 }
 
 const char* paramKey(int descriptorFlag) {
@@ -18,9 +18,9 @@ const char* paramKey(int descriptorFlag) {
 }
 
 util::UniqueJSON singleMember(const char* key, util::UniqueJSON item) {
-    util::UniqueJSON object = made(util::jsonObject());
+    util::UniqueJSON object = lumo::requireItem(util::jsonObject());
     if (item) {
-        addMade(object.get(), key, std::move(item));
+        lumo::addRequired(object.get(), key, std::move(item));
     }
     return object;
 }
@@ -100,7 +100,7 @@ RSPMessage::RSPMessage(const TarnInternalMessage& request,
     addData(paramKey(descriptorFlag), std::move(param));
 }
 
-// Askers of these know what they asked for: the command is not repeated.
+// The requesters know their request: the command is not repeated.
 RSPMessage::RSPMessage(const TarnInternalMessage& request, util::UniqueJSON param)
     : TarnInternalMessage(MessageType::RSP, request.objectName(), request.uniqueId(),
                           request.source()) {
@@ -116,16 +116,16 @@ RSPMessage::RSPMessage(const TarnInternalMessage& request, int code)
 }
 
 void RSPMessage::addCommand(MessageType command) {
-    addData("requestCommand", made(util::jsonString(typeWord(command))));
+    addData("requestCommand", lumo::requireItem(util::jsonString(typeWord(command))));
 }
 
 void RSPMessage::addStatus(int code) {
-    addData("statusCode", made(util::jsonNumber(code)));
-    addData("statusMsg", made(util::jsonString(statusText(code))));
+    addData("statusCode", lumo::requireItem(util::jsonNumber(code)));
+    addData("statusMsg", lumo::requireItem(util::jsonString(statusText(code))));
 }
 
 void RSPMessage::addText(const char* key, const std::optional<std::string>& text) {
     if (text) {
-        addData(key, made(util::jsonString(*text)));
+        addData(key, lumo::requireItem(util::jsonString(*text)));
     }
 }

@@ -28,7 +28,7 @@ class SETMessage : public TarnInternalMessage {
     SETMessage(std::string objectName, util::UniqueJSON param, int sequence, int count);
 };
 
-// A data key of the caller's choice, told apart from the name of a parameter.
+// A data key of the caller's choice, a type of its own beside the name of a parameter.
 struct DataKey {
     const char* text;
 };

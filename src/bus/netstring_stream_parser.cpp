@@ -136,7 +136,7 @@ void NetStringStreamParser::reportFramingError(std::string_view payload) const {
     }
 }
 
-// The parser is ready for the next frame before the receiver runs, whatever that does.
+// The parser is ready for the next frame before the receiver runs, which may reset it.
 void NetStringStreamParser::endPayload(char terminator) {
     std::unique_ptr<std::vector<char>> payload = std::move(buffer_);
     reset();

@@ -9,6 +9,8 @@
 #include "util/parse_integer.h"
 #include "util/text.h"
 
+namespace lumo {
+
 namespace {
 
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
@@ -16,7 +18,7 @@ constexpr int64_t kNanosecondsPerMillisecond = 1'000'000;
 
 enum class TimeForm { absolute, timeOfDay, relative };
 
-// What a text says, before it is placed on the clock.
+// The parts of a text, before they are related to the clock.
 struct TimeFields {
     TimeForm form;
     tm parts;
@@ -58,15 +60,15 @@ std::optional<time_t> fromLocalTime(tm parts) {
     return seconds == -1 ? std::nullopt : std::optional(seconds);
 }
 
-// The clock on the wall of that day: in summer it is summer time.
+// The local time of that day, which in summer is summer time.
 std::optional<time_t> onLocalCalendar(tm parts) {
-    constexpr int kWhateverHoldsThen = -1;
-    parts.tm_isdst = kWhateverHoldsThen;
+    constexpr int kUnknown = -1;
+    parts.tm_isdst = kUnknown;
     return fromLocalTime(parts);
 }
 
 // Today's date is the one in UTC although the time of day is local: senders count on it.
-std::optional<time_t> onDayOf(time_t now, const tm& timeOfDay) {
+std::optional<time_t> atTimeOfDay(time_t now, const tm& timeOfDay) {
     tm parts = {};
     if (!gmtime_r(&now, &parts)) {
         return std::nullopt;
@@ -90,7 +92,7 @@ std::optional<ScheduledTime> targetTime(const TimeFields& fields, const timespec
             seconds = onLocalCalendar(fields.parts);
             break;
         case TimeForm::timeOfDay:
-            seconds = onDayOf(now.tv_sec, fields.parts);
+            seconds = atTimeOfDay(now.tv_sec, fields.parts);
             break;
         case TimeForm::relative:
             seconds = later(now.tv_sec, fields.parts.tm_sec + 60 * fields.parts.tm_min +
@@ -146,7 +148,7 @@ timespec currentTime() {
     return now;
 }
 
-std::string scheduledTimeText(const ScheduledTime& time) {
+std::string formatScheduledTime(const ScheduledTime& time) {
     tm parts = {};
     if (!time.isScheduled() || !localtime_r(&time.seconds, &parts)) {
         return {};
@@ -158,3 +160,5 @@ std::string scheduledTimeText(const ScheduledTime& time) {
                   static_cast<long>(time.nanoseconds / kNanosecondsPerMillisecond));
     return text.data();
 }
+
+}  // namespace lumo

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+namespace lumo {
+
 // When a message is due, as a point in real time. Both fields 0: the message is not scheduled.
 struct ScheduledTime {
     time_t seconds = 0;  // since the epoch
@@ -21,13 +23,15 @@ int compareTimes(const ScheduledTime& left, const ScheduledTime& right);
 //   2026-11-15T11:30:00   that local time
 //   11:30:00              that time of day, today, never tomorrow
 //   +00:00:05             that long after `now`
-// Gives "not scheduled" for a text in no such form and for a time that is not later than `now`.
+// Gives "not scheduled" for any other text and for a time that is not later than `now`.
 // Faults in a relative time and in milliseconds are logged.
 ScheduledTime decodeScheduledTime(const char* text, const timespec& now);
 
-// The real time of the machine, the `now` of everyone but tests.
+// The real time of the machine.
 timespec currentTime();
 
 // Local time with milliseconds, as in "2026-11-15T11:30:00.250". Empty when not scheduled, and for
 // a year that no calendar of this machine can hold.
-std::string scheduledTimeText(const ScheduledTime& time);
+std::string formatScheduledTime(const ScheduledTime& time);
+
+}  // namespace lumo

@@ -29,7 +29,7 @@ std::string addressText(const std::string& addressFile, std::string text) {
 
 }  // namespace
 
-std::string readHostId(const std::string& addressFile, pid_t processId) try {
+std::string lumo::readHostId(const std::string& addressFile, pid_t processId) try {
     util::FileContents contents = util::readContents(addressFile);
     if (contents.outcome == util::Reading::noMemory) {
         throw std::bad_alloc();
@@ -51,7 +51,7 @@ std::string readHostId(const std::string& addressFile, pid_t processId) try {
 TarnInternalClient::TarnInternalClient(std::string addressFile)
     : addressFile_(std::move(addressFile)) {}
 
-TarnInternalClient& TarnInternalClient::ofProcess() {
+TarnInternalClient& TarnInternalClient::forProcess() {
     static TarnInternalClient client(kAddressFile);
     return client;
 }
@@ -67,5 +67,5 @@ std::string TarnInternalClient::nextUniqueId() {
 // A failure is final: the ids of one process never change their ending.
 void TarnInternalClient::primeHostID() {
     primed_ = true;
-    hostId_ = readHostId(addressFile_, getpid());
+    hostId_ = lumo::readHostId(addressFile_, getpid());
 }

@@ -6,11 +6,15 @@
 #include <mutex>
 #include <string>
 
-// What tells this process apart on the bus: the process id, ".", and the letters and digits of the
-// network card's address, which `addressFile` holds as in "00:11:22:33:44:55\n". Whatever ends the
-// file gives way to a terminator. Empty, after a log line, when the file cannot be opened; aborts
+namespace lumo {
+
+// The name of this process on the bus: the process id, ".", and the letters and digits of the
+// network card's address, which `addressFile` holds as in "00:11:22:33:44:55\n". The last byte
+// of the file is dropped. Empty, after a log line, when the file cannot be opened; aborts
 // when there is no memory for its text.
 std::string readHostId(const std::string& addressFile, pid_t processId);
+
+}  // namespace lumo
 
 // Hands out the ids of the requests that a process sends: a counter from 0 up, "@" and the host
 // id, by which a response finds its request. Any thread may ask.
@@ -19,7 +23,7 @@ class TarnInternalClient {
     explicit TarnInternalClient(std::string addressFile);
 
     // The one whose ids go on the bus.
-    static TarnInternalClient& ofProcess();
+    static TarnInternalClient& forProcess();
 
     std::string nextUniqueId();
 

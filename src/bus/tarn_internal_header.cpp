@@ -14,13 +14,12 @@
 namespace {
 
 constexpr size_t kLineBufferSize = 256;
-constexpr size_t kLongestNumber = 15;
-// Stands for every scheduled time on the wire; receivers know it as "there was one".
+constexpr size_t kMaxNumberCharacters = 15;
+// Takes the place of every scheduled time on the wire.
 constexpr const char* kDatePlaceholder = "datehere";
 
-// No header comes near it. The tree of one that is made of small items takes forty times its
-// length.
-constexpr std::size_t kMaxLineLength = std::size_t{64} * 1024;
+// Far longer than any real header. The tree of a line of small items takes forty times its length.
+constexpr std::size_t kMaxLineBytes = std::size_t{64} * 1024;
 
 enum HeaderItem { kType, kObjectName, kSource, kDestination, kScheduledTime, kRequiredItems = 4 };
 
@@ -33,19 +32,20 @@ void decodeEnd(const cJSON* item, int32_t& number, std::string& qualifier) {
     }
     const char* const text = util::jsonText(item);
     const char* const at = text ? std::strchr(text, '@') : nullptr;
-    if (!at || static_cast<size_t>(at - text) > kLongestNumber ||
+    if (!at || static_cast<size_t>(at - text) > kMaxNumberCharacters ||
         !util::parseWholeInteger(std::string(text, at), number)) {
         return;
     }
     qualifier = at + 1;
 }
 
-ScheduledTime decodeTime(const cJSON* item, const timespec& now) {
+lumo::ScheduledTime decodeTime(const cJSON* item, const timespec& now) {
     const char* const text = util::jsonText(item);
-    const ScheduledTime time = text ? decodeScheduledTime(text, now) : ScheduledTime();
+    const lumo::ScheduledTime time =
+        text ? lumo::decodeScheduledTime(text, now) : lumo::ScheduledTime();
     if (time.isScheduled()) {
         util::logLimited("Message Scheduled", LOG_INFO, "Message Scheduled at %s\n",
-                         scheduledTimeText(time).c_str());
+                         lumo::formatScheduledTime(time).c_str());
     }
     return time;
 }
@@ -74,9 +74,9 @@ std::string TarnInternalHeader::encode() const {
     return line.data();
 }
 
-std::optional<TarnInternalHeader> decodeHeader(const char* line, const timespec& now) {
+std::optional<TarnInternalHeader> lumo::decodeHeader(const char* line, const timespec& now) {
     const std::size_t length = std::strlen(line);
-    if (length > kMaxLineLength) {
+    if (length > kMaxLineBytes) {
         return std::nullopt;
     }
     const util::UniqueJSON items = util::parseJSON(line, length);

@@ -10,8 +10,8 @@
 #include "bus/message_types.h"
 #include "bus/scheduled_time.h"
 
-// The first line of a bus message: what it is, which object it is about, who sent it, who is to
-// get it and when it is due. A plain value, used by one thread at a time.
+// The first line of a bus message: its type, object, sender, receiver and scheduled time. A plain
+// value, used by one thread at a time.
 struct TarnInternalHeader {
     TarnInternalHeader() = default;
     virtual ~TarnInternalHeader() = default;
@@ -24,9 +24,9 @@ struct TarnInternalHeader {
     int32_t source = 0;       // connection id of the sender
     int32_t destination = 0;  // in a response the requester's source, otherwise 0
     std::string objectName;   // dotted path, as in "system.connection"
-    ScheduledTime scheduled;
+    lumo::ScheduledTime scheduled;
     std::vector<std::string> objectPath;  // empty until splitObjectName is called
-    std::string sourceQualifier;          // what stood behind "@" in a source received as N@text
+    std::string sourceQualifier;          // the text of a source received as N@text
     std::string destinationQualifier;
 
     // Fills objectPath with the parts of objectName between its dots; an empty name is one empty
@@ -38,7 +38,11 @@ struct TarnInternalHeader {
     std::string encode() const;
 };
 
+namespace lumo {
+
 // Reads a header line. `now` decides whether its scheduled time is still to come; a message that
 // is scheduled is logged. Nothing when the line is no array of at least four items that begins with
 // a known type word and an object name. A source or destination in an unknown form reads as 0.
 std::optional<TarnInternalHeader> decodeHeader(const char* line, const timespec& now);
+
+}  // namespace lumo

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "bus/made_json.h"
+#include "bus/required_json.h"
 #include "util/item_count.h"
 #include "util/json_size.h"
 #include "util/line_limit.h"
@@ -72,11 +72,11 @@ TarnInternalMessage::TarnInternalMessage(MallocText payload) : text_(std::move(p
 
 TarnInternalMessage::TarnInternalMessage(MessageType type, std::string objectName,
                                          std::string uniqueId, int32_t destination)
-    : data_(made(util::jsonObject())), uniqueId_(std::move(uniqueId)) {
+    : data_(lumo::requireItem(util::jsonObject())), uniqueId_(std::move(uniqueId)) {
     header_.type = type;
     header_.destination = destination;
     header_.objectName = std::move(objectName);
-    addData("id", made(util::jsonString(uniqueId_)));
+    addData("id", lumo::requireItem(util::jsonString(uniqueId_)));
 }
 
 TarnInternalMessage::~TarnInternalMessage() {
@@ -152,7 +152,7 @@ TarnInternalMessage::DecodeFailure TarnInternalMessage::decode(char* payload) {
         return DecodeFailure::noHeader;
     }
     *lineEnd = '\0';
-    std::optional<TarnInternalHeader> header = decodeHeader(payload, currentTime());
+    std::optional<TarnInternalHeader> header = lumo::decodeHeader(payload, lumo::currentTime());
     if (!header) {
         return DecodeFailure::invalidHeader;
     }
@@ -253,6 +253,6 @@ ResponseStatus TarnInternalMessage::responseStatus() const {
 
 void TarnInternalMessage::addData(const char* key, util::UniqueJSON item) {
     if (item) {
-        addMade(data_.get(), key, std::move(item));
+        lumo::addRequired(data_.get(), key, std::move(item));
     }
 }

@@ -27,7 +27,7 @@ struct ResponseStatus {
 
 // One exchange on the bus: a header line and a JSON data object. Made by a constructor of its kind
 // (messages.h), decoded from received bytes, or loaded from a file. Data that was received is kept
-// as text and parsed when somebody asks for it. Used by one thread at a time; the readers are const
+// as text and parsed at the first use. Used by one thread at a time; the readers are const
 // but fill caches.
 class TarnInternalMessage {
   public:
@@ -84,8 +84,8 @@ class TarnInternalMessage {
     // Keeps the payload in a file of the directory, named after the scheduled time. A failure is
     // logged.
     void save(const std::string& directory);
-    // Becomes the message in the file. False, after a log line, when there is none to be had; this
-    // message then stays what it was.
+    // Becomes the message in the file. False, after a log line, when there is no valid one; this
+    // message is then unchanged.
     bool load(const std::string& path);
     // Deletes the file of the last save or load. False when there was none or it stays.
     bool remove();

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Logs what kept a file from being read.
+// Logs why a file could not be read.
 void logFailure(const util::FileContents& contents, const std::string& path) {
     if (contents.outcome == util::Reading::missing ||
         contents.outcome == util::Reading::notOpened) {
@@ -56,7 +56,7 @@ MallocText readText(const std::string& path) {
 
 }  // namespace
 
-// Seconds and nanoseconds stand side by side without filling; users know files by these names.
+// Seconds and nanoseconds follow each other without filling; users know files by these names.
 void TarnInternalMessage::save(const std::string& directory) {
     const std::string path = directory + "/" + std::to_string(header_.scheduled.seconds) +
                              std::to_string(header_.scheduled.nanoseconds);

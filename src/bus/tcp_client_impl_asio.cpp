@@ -227,7 +227,7 @@ void TCPClientImplAsio::connectDone(const std::error_code& error) {
     try {
         reportOutcome(error);
     } catch (const std::bad_alloc&) {
-        close("no memory");  // half a login is none
+        close("no memory");  // an incomplete login is useless
         return;
     }
     if (error) {

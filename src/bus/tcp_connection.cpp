@@ -44,7 +44,7 @@ std::error_code openSocket(TcpConnection::Socket& socket, const asio::ip::tcp& p
     return error;
 }
 
-// While nobody listens at a port of this machine, the kernel may pick that very port for the
+// While no program listens at a port of this machine, the kernel may pick that very port for the
 // caller's end, and the two ends of one socket meet (RFC 9293, 3.5, simultaneous open). The bus
 // could never listen there again.
 bool isItsOwnPeer(const TcpConnection::Socket& socket) {
@@ -170,7 +170,8 @@ void TcpConnection::sendAll(std::span<std::vector<std::string>> messages) {
     startWriting();
 }
 
-// Nobody waits for the outcome any more: a message that finds no room or no memory is dropped.
+// The sender has no use for the outcome any more: a message that finds no room or no memory is
+// dropped.
 void TcpConnection::offer(std::span<std::string> parts) {
     try {
         static_cast<void>(queue(parts));

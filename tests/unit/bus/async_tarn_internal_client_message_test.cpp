@@ -27,7 +27,7 @@ class BusClientMessage : public BusClientTest {
   protected:
     BusClientMessage() {
         // The first id of a process reads the host id, which it logs.
-        TarnInternalClient::ofProcess().nextUniqueId();
+        TarnInternalClient::forProcess().nextUniqueId();
         log_.take();
         client_->setOnMessage([this](TarnInternalMessage message) {
             received_.push_back(std::string(typeWord(message.type())) + " " + message.objectName() +

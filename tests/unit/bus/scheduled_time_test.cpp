@@ -12,6 +12,7 @@
 
 namespace {
 
+using namespace lumo;
 using ::testing::AnyOf;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -206,18 +207,18 @@ TEST_F(ScheduledTimeTest, EitherFieldMakesATimeScheduled) {
 
 TEST_F(ScheduledTimeTest, ItsTextIsLocalTimeWithMilliseconds) {
     constexpr time_t kElevenThirty = kMidnight - 61 * kDay + 11 * kHour + kHour / 2;
-    EXPECT_EQ(scheduledTimeText({kElevenThirty, 250'999'999}), "2026-11-15T11:30:00.250");
-    EXPECT_EQ(scheduledTimeText({kElevenThirty, 5'000'000}), "2026-11-15T11:30:00.005");
+    EXPECT_EQ(formatScheduledTime({kElevenThirty, 250'999'999}), "2026-11-15T11:30:00.250");
+    EXPECT_EQ(formatScheduledTime({kElevenThirty, 5'000'000}), "2026-11-15T11:30:00.005");
     const LocalZone east(kThreeHoursEast);
-    EXPECT_EQ(scheduledTimeText({kElevenThirty, 0}), "2026-11-15T14:30:00.000");
+    EXPECT_EQ(formatScheduledTime({kElevenThirty, 0}), "2026-11-15T14:30:00.000");
 }
 
 TEST_F(ScheduledTimeTest, TheTextOfNoTimeIsEmpty) {
-    EXPECT_EQ(scheduledTimeText({0, 0}), "");
+    EXPECT_EQ(formatScheduledTime({0, 0}), "");
 }
 
 TEST_F(ScheduledTimeTest, TheTextOfAYearThatDoesNotFitIsEmpty) {
-    EXPECT_EQ(scheduledTimeText({kLastSecond, 0}), "");
+    EXPECT_EQ(formatScheduledTime({kLastSecond, 0}), "");
 }
 
 TEST_F(ScheduledTimeTest, TheMachinesClockIsRealTime) {

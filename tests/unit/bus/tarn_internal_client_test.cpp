@@ -18,6 +18,7 @@
 namespace {
 
 using namespace std::string_literals;
+using lumo::readHostId;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Line = CapturedLog::Line;
@@ -138,8 +139,8 @@ TEST_F(TarnInternalClientTest, ThreadsNeverGetTheSameId) {
 
 TEST_F(TarnInternalClientTest, TheProcessHasOneCounter) {
     const auto counterOf = [](const std::string& id) { return std::stoull(id); };
-    const uint64_t first = counterOf(TarnInternalClient::ofProcess().nextUniqueId());
-    EXPECT_EQ(counterOf(TarnInternalClient::ofProcess().nextUniqueId()), first + 1);
+    const uint64_t first = counterOf(TarnInternalClient::forProcess().nextUniqueId());
+    EXPECT_EQ(counterOf(TarnInternalClient::forProcess().nextUniqueId()), first + 1);
 }
 
 }  // namespace

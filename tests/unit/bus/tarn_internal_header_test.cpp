@@ -19,7 +19,7 @@ using Line = CapturedLog::Line;
 constexpr timespec kNow = {1'800'000'000, 0};  // 2027-01-15T08:00:00 UTC
 
 std::optional<TarnInternalHeader> decode(const std::string& line) {
-    return decodeHeader(line.c_str(), kNow);
+    return lumo::decodeHeader(line.c_str(), kNow);
 }
 
 TarnInternalHeader header(MessageType type, const std::string& objectName) {
@@ -175,7 +175,7 @@ TEST(HeaderDecoding, NumbersAreTruncatedAndSaturate) {
 TEST(HeaderDecoding, ATimeToComeIsKeptAndLogged) {
     const LocalZone utc(kUtc);
     CapturedLog log;
-    const ScheduledTime time =
+    const lumo::ScheduledTime time =
         decode("[\"SET\", \"system\", 1, 0, \"+00:00:05.250\"]").value().scheduled;
     EXPECT_EQ(time.seconds, kNow.tv_sec + 5);
     EXPECT_EQ(time.nanoseconds, 250'000'000);

@@ -23,7 +23,7 @@ constexpr const char* kPayload = "[\"SET\", \"system\", 1, 0, 0]\n{\"id\":\"3@h\
 
 class MessageFileTest : public ::testing::Test {
   protected:
-    static TarnInternalMessage scheduled(const ScheduledTime& time) {
+    static TarnInternalMessage scheduled(const lumo::ScheduledTime& time) {
         TarnInternalMessage message = received(kPayload);
         message.header().scheduled = time;
         return message;
