@@ -59,7 +59,7 @@ std::optional<std::string> parseObjectName(std::string_view message) {
         return std::nullopt;
     }
     const std::string line(message.substr(begin, end - begin));
-    const auto header = decodeHeader(line.c_str(), timespec{});
+    const auto header = lumo::decodeHeader(line.c_str(), timespec{});
     return header ? std::optional(header->objectName) : std::nullopt;
 }
 
