@@ -4,6 +4,9 @@
 
 using namespace harness;
 using namespace outside;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -61,7 +64,10 @@ TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
         {{"fuzz", "requests"}, "fuzz knows --seconds N, not 'requests'"},
         {{"fuzz", "--seconds", "5", "requests"}, "fuzz knows --seconds N, not 'requests'"},
         {{"bench", "fast"}, "bench takes nothing, not 'fast'"},
-        {{"lint", "src"}, "lint takes nothing, not 'src'"},
+        {{"lint", "src"}, "lint knows --recent, not 'src'"},
+        {{"lint", "--recent", "src"}, "lint knows --recent, not '--recent src'"},
+        {{"check", "src"}, "check knows --short, not 'src'"},
+        {{"coverage", "src"}, "coverage takes nothing, not 'src'"},
     };
     for (const auto& [words, complaint] : misuses) {
         const Result result = dev(words);
@@ -71,12 +77,43 @@ TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
     }
 }
 
+TEST_F(Dev, CheckEndsWithTheFirstStepThatFails) {
+    standIn("cmake", "echo broken; exit 3");
+    const Result result = dev({"check"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.error, "broken\n");
+}
+
+// The directory has no history, so nothing is recent and clang-tidy has nothing to do.
+TEST_F(Dev, ShortCheckTestsEverythingAndTheDaemonAgainUnderSanitizers) {
+    standIn("cmake",
+            "mkdir -p build/alone/bin; cp /bin/true build/alone/bin/pallwatch; echo cmake $*");
+    standIn("ctest", "echo ctest $2 $5 $6 >>started");  // without the number of processors
+    standIn("clang-format", "echo clang-format >>started");
+    standIn("clang-tidy", "exit 1");
+    const Result result = dev({"check", "--short"});
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_THAT(result.error, HasSubstr("cmake -S . -B build/alone -DBUILD_TESTING=OFF"));
+    const std::string daemon = " -R ^(util|model|bus|systemstate|service)/\n";
+    EXPECT_EQ(readFile(directory.path("started")),
+              "ctest default\nclang-format\nctest asan" + daemon + "ctest tsan" + daemon);
+}
+
+TEST_F(Dev, CheckFailsWhenTheFormatIsWrong) {
+    standIn("cmake", "mkdir -p build/alone/bin; cp /bin/true build/alone/bin/pallwatch");
+    standIn("ctest", "exit 0");
+    standIn("clang-format", "echo bad; exit 1");
+    const Result result = dev({"check", "--short"});
+    EXPECT_NE(result.status, 0);
+    EXPECT_THAT(result.error, Not(HasSubstr("lint --recent took")));
+}
+
 // In the words of pallframe, which knows the products and is not built yet.
 TEST_F(Dev, RunRefusesAnUnknownProductBeforeTheBuild) {
     standIn("cmake", "echo built >&2");
     const Result result = dev({"run", "--product", "Foo"});
     EXPECT_EQ(result.status, 2);
-    EXPECT_THAT(result.error, testing::StartsWith("dev: unknown product 'Foo'; choose from "));
+    EXPECT_THAT(result.error, StartsWith("dev: unknown product 'Foo'; choose from "));
     const std::string complaint = result.error.substr(5, result.error.find('\n') - 5);
     EXPECT_EQ(run(pallframeCommand({"run", "--product", "Foo", "--", "true"})).error,
               "pallframe: --product: " + complaint + " (--help tells more)\n");
@@ -89,20 +126,21 @@ TEST_F(Dev, RunTakesAProductWhateverItsCapitals) {
 
 TEST_F(Dev, HelpOfAVerbIsWhatTheWholeHelpSaysOfIt) {
     const std::string all = dev({"--help"}).output;
-    for (const char* verb : {"run", "shell", "man", "test", "bench", "lint", "fuzz"}) {
+    for (const char* verb :
+         {"run", "shell", "man", "test", "bench", "lint", "check", "coverage", "fuzz"}) {
         const Result result = dev({verb, "--help"});
         EXPECT_EQ(result.status, 0) << verb;
         EXPECT_EQ(result.error, "") << verb;
-        EXPECT_THAT(result.output, testing::StartsWith(std::string("  ./dev ") + verb + " "));
-        EXPECT_THAT(all, testing::HasSubstr(result.output));
+        EXPECT_THAT(result.output, StartsWith(std::string("  ./dev ") + verb + " "));
+        EXPECT_THAT(all, HasSubstr(result.output));
         EXPECT_EQ(result.output.find("\n  ./dev"), std::string::npos) << result.output;
     }
 }
 
 TEST_F(Dev, HelpNamesTheVerbsWithAHelpOfTheirOwn) {
     const std::string all = dev({}).output;
-    EXPECT_THAT(all, testing::HasSubstr("\n  ./dev soak "));
-    EXPECT_THAT(all, testing::HasSubstr("\n  ./dev prove "));
+    EXPECT_THAT(all, HasSubstr("\n  ./dev soak "));
+    EXPECT_THAT(all, HasSubstr("\n  ./dev prove "));
 }
 
 TEST_F(Dev, ProveBuildsBeforeItProves) {
