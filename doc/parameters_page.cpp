@@ -9,6 +9,8 @@
 #include "systemstate/catalogue.h"
 #include "systemstate/serial_port.h"
 
+using namespace systemstate;
+
 namespace {
 
 // What a set of the parameter does.

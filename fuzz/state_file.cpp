@@ -14,7 +14,7 @@ constexpr const char* kContainer = "/vantor/etc/state";
 constexpr const char* kFile = "/vantor/etc/state.json";
 
 void requireComplete(const SystemState& state) {
-    for (const CatalogueRow& row : catalogue()) {
+    for (const systemstate::CatalogueRow& row : systemstate::catalogue()) {
         require(state.findParam(row.key) != nullptr);
     }
 }

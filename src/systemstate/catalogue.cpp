@@ -17,6 +17,8 @@
 #include "systemstate/service_control.h"
 #include "systemstate/set_reactions.h"
 
+namespace systemstate {
+
 namespace {
 
 constexpr const char* kAddressWidget = "WIDGET_IP_ADDRESS";
@@ -385,3 +387,5 @@ const CatalogueRow* findRow(std::string_view key) {
     const auto* const row = std::ranges::find(kCatalogue, key, &CatalogueRow::key);
     return row == std::end(kCatalogue) ? nullptr : row;
 }
+
+}  // namespace systemstate

@@ -8,6 +8,9 @@
 #include "model/tosk_param.h"
 
 class ServiceControl;
+
+namespace systemstate {
+
 class SetReactions;
 struct CatalogueSources;
 
@@ -93,3 +96,5 @@ std::span<const CatalogueRow> rowsBuiltBy(Builder builder);
 
 // The row of the parameter with that key; null when there is none.
 const CatalogueRow* findRow(std::string_view key);
+
+}  // namespace systemstate

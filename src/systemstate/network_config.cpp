@@ -20,6 +20,8 @@
 #include "util/time_stamp.h"
 #include "util/trace.h"
 
+using namespace systemstate;
+
 namespace {
 
 constexpr const char* kKeys[] = {kIpAddressKey, kNetmaskKey, kGatewayKey};

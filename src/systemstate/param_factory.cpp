@@ -7,6 +7,8 @@
 #include "systemstate/catalogue.h"
 #include "systemstate/product.h"
 
+namespace systemstate {
+
 namespace {
 
 InitialValue makeInitialValue(const CatalogueRow& row, const CatalogueSources& sources) {
@@ -89,3 +91,5 @@ std::unique_ptr<ToskParam> makeParam(const CatalogueRow& row, const CatalogueSou
     param->setValue(makeInitialValue(row, sources));
     return param;
 }
+
+}  // namespace systemstate

@@ -13,6 +13,9 @@
 #include "systemstate/serial_port.h"
 
 class Product;
+
+namespace systemstate {
+
 struct CatalogueRow;
 
 // Sources of the initial values; all of it is read when the catalogue is built.
@@ -77,3 +80,5 @@ InitialValue serialPort(const CatalogueSources& /*sources*/) {
 
 // A parameter as its row describes it, holding its initial value. It has no listener yet.
 std::unique_ptr<ToskParam> makeParam(const CatalogueRow& row, const CatalogueSources& sources);
+
+}  // namespace systemstate

@@ -2,6 +2,8 @@
 
 // The keys of the parameters that the code knows by name.
 
+namespace systemstate {
+
 inline constexpr const char* kFrameNameKey = "system.frameName";
 
 inline constexpr const char* kIpAddressKey = "system.ipAddress";
@@ -29,3 +31,5 @@ inline constexpr const char* kSecondaryIpAddressKey = "system.secondaryIPAddress
 inline constexpr const char* kSecondaryPresentKey = "system.secondaryPresent";
 inline constexpr const char* kSecondaryActiveKey = "system.secondaryActive";
 inline constexpr const char* kSecondaryVersionKey = "system.secondaryVersion";
+
+}  // namespace systemstate

@@ -4,6 +4,8 @@
 
 #include "model/tosk_struct_value.h"
 
+namespace systemstate {
+
 namespace {
 
 constexpr const char* kConnectionPoint = "connectionPoint";
@@ -46,3 +48,5 @@ void takeConnectionPoint(SerialPort& port, const ToskParam& param) {
         }
     }
 }
+
+}  // namespace systemstate

@@ -7,6 +7,8 @@
 class ToskParam;
 class ToskValue;
 
+namespace systemstate {
+
 // One serial port of the frame. Main thread.
 struct SerialPort {
     std::string device;           // path of its device file
@@ -36,3 +38,5 @@ std::shared_ptr<ToskValue> makeSerialValue(const SerialPort& port);
 
 // Takes the connection over that a client wrote into the port's parameter, if the value has one.
 void takeConnectionPoint(SerialPort& port, const ToskParam& param);
+
+}  // namespace systemstate

@@ -18,6 +18,8 @@
 #include "util/log.h"
 #include "util/trace.h"
 
+namespace systemstate {
+
 namespace {
 
 // True when a command parameter asks for its command.
@@ -92,3 +94,5 @@ void SetReactions::keepConnection(ToskParam& param) {
         }
     }
 }
+
+}  // namespace systemstate

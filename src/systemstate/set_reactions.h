@@ -11,6 +11,9 @@ class ParameterStore;
 class Product;
 class ServiceControl;
 class ToskParam;
+
+namespace systemstate {
+
 struct Reaction;
 
 // What a set of a parameter does to the machine; the rows of the catalogue name these functions.
@@ -48,3 +51,5 @@ class SetReactions {
   private:
     Parts parts_;
 };
+
+}  // namespace systemstate

@@ -20,6 +20,8 @@
 #include "util/text.h"
 #include "util/trace.h"
 
+using namespace systemstate;
+
 namespace {
 
 constexpr int kLastBatteryCycle = 150;

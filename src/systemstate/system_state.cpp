@@ -7,6 +7,8 @@
 #include "util/log.h"
 #include "util/text.h"
 
+using namespace systemstate;
+
 SystemState::SystemState(const std::string& containerName, Machine& machine)
     : ToskPersistedStructure(containerName),
       machine_(machine),

@@ -92,7 +92,7 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     // The bonded ports; names stay, statuses are the poll's.
     EthernetPorts& ethernetPorts() { return ethernetPorts_; }
     const EthernetPorts& ethernetPorts() const { return ethernetPorts_; }
-    const SerialPorts& serialPorts() const { return serialPorts_; }
+    const systemstate::SerialPorts& serialPorts() const { return serialPorts_; }
 
     ServiceControl& services() { return services_; }
 
@@ -104,7 +104,7 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     Machine& machine_;
     const Product product_;
     EthernetPorts ethernetPorts_ = makeEthernetPorts();
-    SerialPorts serialPorts_ = makeSerialPorts();
+    systemstate::SerialPorts serialPorts_ = systemstate::makeSerialPorts();
     MasterSystemDetails masterDetails_;
     bool active_ = true;
     ParamChanged paramChanged_;
@@ -112,6 +112,6 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     ParameterStore parameters_;
     ServiceControl services_;
     NetworkConfig network_;
-    SetReactions reactions_;
+    systemstate::SetReactions reactions_;
     StatusPoll poll_;
 };

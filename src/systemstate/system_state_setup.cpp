@@ -14,6 +14,8 @@
 #include "util/text.h"
 #include "util/trace.h"
 
+using namespace systemstate;
+
 namespace {
 
 // Makes the service what its held parameter says. True when that parameter is to stay.

@@ -17,15 +17,17 @@ namespace soak {
 
 namespace {
 
+using systemstate::CatalogueRow;
+
 constexpr int64_t kOftenWeight = 30;
 
 Values chooseValues(const CatalogueRow& row) {
     const std::string_view key(row.key);
-    if (key == kActiveEthernetKey) {
+    if (key == systemstate::kActiveEthernetKey) {
         return Values::port;
     }
     if (*row.widget != '\0') {
-        return key == kNetmaskKey ? Values::netmask : Values::address;
+        return key == systemstate::kNetmaskKey ? Values::netmask : Values::address;
     }
     if (row.type == kTypeString) {
         return Values::text;
@@ -33,7 +35,8 @@ Values chooseValues(const CatalogueRow& row) {
     if (row.type == kTypeStruct) {
         return Values::connectionPoint;
     }
-    return row.choices.data() == std::data(kCommandTexts) ? Values::command : Values::flag;
+    return row.choices.data() == std::data(systemstate::kCommandTexts) ? Values::command
+                                                                       : Values::flag;
 }
 
 // A set that runs commands delays all other requests.
@@ -49,7 +52,7 @@ Parameter describe(const CatalogueRow& row) {
     return {.name = leafName(row).data(),
             .values = values,
             .weight = weigh(row, values),
-            .saved = row.storage == Storage::published,
+            .saved = row.storage == systemstate::Storage::published,
             .steady = row.changedBy == nullptr && values != Values::connectionPoint};
 }
 
@@ -57,8 +60,8 @@ Parameter describe(const CatalogueRow& row) {
 const std::vector<Parameter>& parameters() {
     static const std::vector<Parameter> writable = [] {
         std::vector<Parameter> all;
-        for (const CatalogueRow& row : catalogue()) {
-            if (row.access == Access::writable) {
+        for (const CatalogueRow& row : systemstate::catalogue()) {
+            if (row.access == systemstate::Access::writable) {
                 all.push_back(describe(row));
             }
         }
@@ -81,7 +84,7 @@ bool isCheap(const Parameter& parameter) {
 
 // Any parameter of the device, most of which are readings.
 const char* pickReading(Random& random) {
-    const auto rows = catalogue();
+    const auto rows = systemstate::catalogue();
     const int64_t last = static_cast<int64_t>(rows.size()) - 1;
     return leafName(rows[static_cast<size_t>(random.between(0, last))]).data();
 }

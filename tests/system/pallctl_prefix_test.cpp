@@ -63,7 +63,8 @@ TEST_F(PallctlPrefix, SaysWhichValuesAreNotTold) {
               "pallctl: frameB.system.ipAddress: its value is not readable through a prefix\n");
     EXPECT_EQ(there({"get", "nosuch"}).status, 4);
     const Result all = there({"list"});
-    const auto unreadable = std::ranges::count(catalogue(), Storage::live, &CatalogueRow::storage);
+    const auto unreadable = std::ranges::count(systemstate::catalogue(), systemstate::Storage::live,
+                                               &systemstate::CatalogueRow::storage);
     EXPECT_EQ(all.error, "pallctl: frameB.system: " + std::to_string(unreadable) +
                              " values are not readable through a prefix\n");
     EXPECT_THAT(all.output, ContainsRegex("\nframeB.system.ipAddress +- +INT32 "));
@@ -76,8 +77,8 @@ TEST_F(PallctlPrefix, KnowsFromTheCatalogueWhatTheDeviceWouldSay) {
     };
     const util::UniqueJSON here = described({"describe", "--json"});
     const util::UniqueJSON prefixed = described(throughPrefix({"describe", "--json"}));
-    ASSERT_EQ(cJSON_GetArraySize(here.get()), std::ssize(catalogue()));
-    ASSERT_EQ(cJSON_GetArraySize(prefixed.get()), std::ssize(catalogue()));
+    ASSERT_EQ(cJSON_GetArraySize(here.get()), std::ssize(systemstate::catalogue()));
+    ASSERT_EQ(cJSON_GetArraySize(prefixed.get()), std::ssize(systemstate::catalogue()));
     const cJSON* parameter = nullptr;
     cJSON_ArrayForEach(parameter, here.get()) {
         const cJSON* other =

@@ -45,7 +45,7 @@ TEST_F(PallctlRead, ListsTheWholeCatalogue) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.error, "");
     EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'),
-              1 + std::ssize(catalogue()));
+              1 + std::ssize(systemstate::catalogue()));
     EXPECT_THAT(result.output, HasSubstr("\nsystem.ipAddress "));
 }
 
@@ -53,7 +53,7 @@ TEST_F(PallctlRead, ListsTheSameForPrograms) {
     const Result result = pallctl({"list", "--json"});
     EXPECT_EQ(result.status, 0);
     const util::UniqueJSON listed = json(result.output);
-    EXPECT_EQ(cJSON_GetArraySize(listed.get()), std::ssize(catalogue()));
+    EXPECT_EQ(cJSON_GetArraySize(listed.get()), std::ssize(systemstate::catalogue()));
     EXPECT_EQ(at(listed, "system.ipAddress", "value"), "167772165");
     EXPECT_EQ(at(listed, "system.ipAddress", "text"), "\"10.0.0.5\"");
     EXPECT_EQ(at(listed, "system.version", "readOnly"), "true");
@@ -127,7 +127,7 @@ TEST_F(PallctlRead, DescribesWhatTheDeviceSays) {
               "  read-only       yes\n"
               "  decimals        5\n");
     const util::UniqueJSON all = json(pallctl({"describe", "--json"}).output);
-    EXPECT_EQ(cJSON_GetArraySize(all.get()), std::ssize(catalogue()));
+    EXPECT_EQ(cJSON_GetArraySize(all.get()), std::ssize(systemstate::catalogue()));
     EXPECT_EQ(at(all, "system.ipAddress", "widget"), "\"WIDGET_IP_ADDRESS\"");
 }
 

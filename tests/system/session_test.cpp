@@ -55,7 +55,7 @@ TEST_P(Session, ListsAllParametersAndEnds) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.error, "");
     EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'),
-              1 + std::ssize(catalogue()));
+              1 + std::ssize(systemstate::catalogue()));
     const bool tessara = std::string(GetParam()).find("Tessara") == 0;
     const std::string name = tessara ? "Studio frame" : GetParam();
     EXPECT_EQ(cellsOf(result.output, "system.frameName"),

@@ -7,12 +7,12 @@ namespace client {
 
 namespace {
 
-Descriptor describeRow(const CatalogueRow& row) {
+Descriptor describeRow(const systemstate::CatalogueRow& row) {
     Descriptor descriptor;
     descriptor.name = row.key;
     descriptor.label = row.name;
     descriptor.type = valueTypeName(row.type);
-    descriptor.readOnly = row.access == Access::readonly;
+    descriptor.readOnly = row.access == systemstate::Access::readonly;
     descriptor.widget = row.widget;
     descriptor.precision = row.precision;
     if (!row.choices.empty()) {
@@ -28,7 +28,7 @@ Descriptor describeRow(const CatalogueRow& row) {
 
 std::vector<std::string> knownParameterNames() {
     std::vector<std::string> names;
-    for (const CatalogueRow& row : catalogue()) {
+    for (const systemstate::CatalogueRow& row : systemstate::catalogue()) {
         names.emplace_back(row.key);
     }
     return names;
@@ -36,7 +36,7 @@ std::vector<std::string> knownParameterNames() {
 
 std::vector<Descriptor> knownDescriptors() {
     std::vector<Descriptor> descriptors;
-    for (const CatalogueRow& row : catalogue()) {
+    for (const systemstate::CatalogueRow& row : systemstate::catalogue()) {
         descriptors.push_back(describeRow(row));
     }
     return descriptors;

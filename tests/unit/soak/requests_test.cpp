@@ -18,16 +18,17 @@ TEST(Requests, EveryWritableParameterOfTheCatalogueIsSet) {
     for (const Parameter& parameter : writableParameters()) {
         set.insert(std::string("system.") + parameter.name);
     }
-    for (const CatalogueRow& row : catalogue()) {
-        EXPECT_EQ(set.count(row.key) == 1, row.access == Access::writable) << row.key;
+    for (const systemstate::CatalogueRow& row : systemstate::catalogue()) {
+        EXPECT_EQ(set.count(row.key) == 1, row.access == systemstate::Access::writable) << row.key;
     }
 }
 
 TEST(Requests, SavedAreThoseThatTheCatalogueSaves) {
-    for (const CatalogueRow& row : catalogue()) {
+    for (const systemstate::CatalogueRow& row : systemstate::catalogue()) {
         for (const Parameter& parameter : writableParameters()) {
             if (parameter.name == leafName(row)) {
-                EXPECT_EQ(parameter.saved, row.storage == Storage::published) << row.key;
+                EXPECT_EQ(parameter.saved, row.storage == systemstate::Storage::published)
+                    << row.key;
             }
         }
     }

@@ -8,6 +8,8 @@
 
 #include "system_state_fixture.h"
 
+using namespace systemstate;
+
 namespace {
 
 using testing::ElementsAreArray;

@@ -9,6 +9,8 @@
 #include "systemstate/param_factory.h"
 #include "systemstate/product.h"
 
+using namespace systemstate;
+
 namespace {
 
 struct PortCase {

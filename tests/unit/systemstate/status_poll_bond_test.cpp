@@ -8,6 +8,8 @@
 #include "systemstate/param_keys.h"
 #include "systemstate/places.h"
 
+using namespace systemstate;
+
 namespace {
 
 using testing::Contains;

@@ -10,6 +10,8 @@
 #include "systemstate/places.h"
 #include "util/json.h"
 
+using namespace systemstate;
+
 namespace {
 
 using testing::Contains;

@@ -16,6 +16,8 @@
 #include "util/json.h"
 #include "xadc_dump_samples.h"
 
+using namespace systemstate;
+
 namespace {
 
 constexpr int kPolls = 200;

@@ -9,6 +9,8 @@
 #include "systemstate/places.h"
 #include "xadc_dump_samples.h"
 
+using namespace systemstate;
+
 namespace {
 
 using testing::Contains;

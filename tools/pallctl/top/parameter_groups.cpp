@@ -10,6 +10,9 @@ namespace pallctl::top {
 
 namespace {
 
+using systemstate::CatalogueRow;
+using systemstate::Group;
+
 struct GroupTitle {
     Group group;
     const char* title;
@@ -28,7 +31,7 @@ constexpr GroupTitle kGroupTitles[] = {
 };
 
 bool isInCatalogue(const std::string& leaf) {
-    return std::ranges::any_of(catalogue(),
+    return std::ranges::any_of(systemstate::catalogue(),
                                [&](const CatalogueRow& row) { return leafName(row) == leaf; });
 }
 
@@ -45,7 +48,7 @@ bool holds(std::string_view text, std::string_view part) {
 }
 
 void addParameters(Section& section, const DeviceState& state, Group group, bool leading) {
-    for (const CatalogueRow& row : catalogue()) {
+    for (const CatalogueRow& row : systemstate::catalogue()) {
         if (row.group == group && row.leadsGroup == leading) {
             if (const client::Parameter* parameter = state.find(std::string(leafName(row)))) {
                 section.parameters.push_back(parameter);

@@ -223,9 +223,10 @@ std::span<const Check> checks() {
 
 std::vector<Published> dependentParameters(const Check& check) {
     std::vector<Published> dependent;
-    for (const CatalogueRow& row : catalogue()) {
+    for (const systemstate::CatalogueRow& row : systemstate::catalogue()) {
         const auto need = std::ranges::find_if(
-            row.dependsOn, [&](const Dependency& each) { return names(check, each.place); });
+            row.dependsOn,
+            [&](const systemstate::Dependency& each) { return names(check, each.place); });
         if (need != row.dependsOn.end()) {
             dependent.push_back({leafName(row), need->valueWithout});
         }

@@ -65,8 +65,8 @@ ProbeResult settingsOf(const RootProbe& root, const Check& check, const Product&
 // All that the state file could have brought.
 std::vector<Published> savedParameters() {
     std::vector<Published> saved;
-    for (const CatalogueRow& row : catalogue()) {
-        if (row.storage == Storage::published) {
+    for (const systemstate::CatalogueRow& row : systemstate::catalogue()) {
+        if (row.storage == systemstate::Storage::published) {
             saved.push_back({leafName(row), ""});
         }
     }

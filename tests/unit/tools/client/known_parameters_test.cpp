@@ -22,9 +22,9 @@ Descriptor ofCatalogue(const std::string& name) {
 
 TEST(KnownParameters, AreSettingsReadingsAndSerialPortsInTheOrderOfTheCatalogue) {
     const std::vector<std::string> names = knownParameterNames();
-    ASSERT_EQ(names.size(), catalogue().size());
+    ASSERT_EQ(names.size(), systemstate::catalogue().size());
     for (size_t i = 0; i < names.size(); ++i) {
-        EXPECT_EQ(names[i], catalogue()[i].key);
+        EXPECT_EQ(names[i], systemstate::catalogue()[i].key);
     }
     EXPECT_EQ(names.front(), "system.frameName");
     EXPECT_EQ(names[5], "system.ipAddress");

@@ -133,8 +133,8 @@ TEST(Checks, EachConcernsSomeProduct) {
 }
 
 TEST(Checks, LookAtEverythingThatAParameterDependsOn) {
-    for (const CatalogueRow& row : catalogue()) {
-        for (const Dependency& dependency : row.dependsOn) {
+    for (const systemstate::CatalogueRow& row : systemstate::catalogue()) {
+        for (const systemstate::Dependency& dependency : row.dependsOn) {
             EXPECT_THAT(lookedFor(), Contains(dependency.place)) << row.key;
         }
     }
