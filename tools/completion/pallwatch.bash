@@ -1,5 +1,5 @@
-# Completion of pallctl, pallframe and pallbus for bash. What can stand where the programs tell
-# themselves (PROGRAM complete WORDS...); here it is only made to fit what readline takes for words.
+# Completion of pallctl, pallframe and pallbus for bash. The programs list the candidates themselves
+# (PROGRAM complete WORDS...); this script adapts them to the words of readline.
 
 # Sets REPLY to the text without quotes and backslashes, and `quote` to the quote left open.
 _pallwatch_unquote() {
@@ -19,7 +19,7 @@ _pallwatch_unquote() {
     done
 }
 
-# Sets REPLY to the word as it has to be written behind that quote, or without one.
+# Sets REPLY to the word, quoted for use after that open quote or without one.
 _pallwatch_quote() {
     local special
     case $2 in
@@ -34,8 +34,8 @@ _pallwatch_quote() {
     esac
 }
 
-# Sets `words` to the words up to the cursor, and `kept` to how much of the last one readline leaves
-# as it is: it takes "=" and ":" for the end of a word, too.
+# Sets `words` to the words up to the cursor, and `kept` to the length of the part of the last one
+# that readline does not replace, because "=" and ":" also end a word for it.
 _pallwatch_words() {
     local rest=${COMP_LINE:0:COMP_POINT} trimmed part i
     words=() kept=0
