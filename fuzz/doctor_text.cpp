@@ -7,7 +7,7 @@
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text = textOf(data, size);
-    const std::vector<std::string> interpreters = pallframe::doctor::interpretersOf(text);
+    const std::vector<std::string> interpreters = pallframe::doctor::findInterpreters(text);
     require(interpreters.size() <= 2);
     for (const std::string& one : interpreters) {
         require(!one.empty() && one.find('\n') == std::string::npos);

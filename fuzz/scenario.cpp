@@ -8,7 +8,7 @@
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     try {
         const auto steps = pallframe::simulation::readScenario(textOf(data, size), "name");
-        require(steps.size() <= pallframe::simulation::kMostSteps);
+        require(steps.size() <= pallframe::simulation::kMaxSteps);
         std::chrono::milliseconds before{};
         for (const pallframe::simulation::ScenarioStep& step : steps) {
             require(step.at >= before);

@@ -54,7 +54,7 @@ std::vector<cli::Completion> framePaths(const cli::CompletionRequest& request) {
     const simulation::FrameRoot tree = selector.tree();
     std::set<std::string> present;
     for (const doctor::Check& check : doctor::checks()) {
-        const std::string path = doctor::pathOf(check);
+        const std::string path = doctor::extractPath(check);
         if (path.starts_with("/") && tree.exists(path)) {
             present.insert(path);
         }

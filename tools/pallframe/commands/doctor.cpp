@@ -32,7 +32,7 @@ int examine(Arguments& arguments) {
     const simulation::FrameRoot tree = selectTree(arguments);
     const auto diagnosis = doctor::diagnose(doctor::RootProbe(tree.path("/")));
     if (arguments.json) {
-        cli::print(jsonOf(diagnosis));
+        cli::print(formatJSON(diagnosis));
     } else {
         const std::string& frame = arguments.selector.frame;
         const std::string& given =
@@ -40,7 +40,7 @@ int examine(Arguments& arguments) {
         const std::string root = given.empty() ? "/" : given;
         std::printf("%-16s%s\n", frame.empty() ? "root" : "frame",
                     (frame.empty() ? root : frame).c_str());
-        cli::print(linesOf(diagnosis));
+        cli::print(formatText(diagnosis));
     }
     return diagnosis.isWell() ? 0 : 1;
 }

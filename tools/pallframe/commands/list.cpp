@@ -13,7 +13,7 @@ void addList(cli::Command program, size_t) {
     command.addFlag("--json", *json, "One JSON object per line instead of a table");
     command.work([json] {
         const auto running = simulation::Registry::ofUser().running();
-        cli::print(*json ? doctor::jsonOf(running) : doctor::tableOf(running));
+        cli::print(*json ? doctor::formatJSON(running) : doctor::formatTable(running));
         return 0;
     });
 }

@@ -22,8 +22,8 @@ void addStatus(cli::Command program, size_t) {
     command.addFlag("--json", arguments->json, "One JSON object instead of a table");
     arguments->selector.addTo(command);
     command.work([arguments] {
-        const auto status = doctor::statusOf(arguments->selector.tree());
-        cli::print(arguments->json ? jsonOf(status) : tableOf(status));
+        const auto status = doctor::readStatus(arguments->selector.tree());
+        cli::print(arguments->json ? formatJSON(status) : formatTable(status));
         return 0;
     });
 }

@@ -256,7 +256,7 @@ std::string productNamed(const std::string& text) {
     return name;
 }
 
-std::string pathOf(const Check& check) {
+std::string extractPath(const Check& check) {
     std::istringstream words(check.places[0]);
     std::string word;
     for (size_t i = 0; i <= check.word; ++i) {

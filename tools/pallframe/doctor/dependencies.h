@@ -58,6 +58,6 @@ const Check& productCheck();
 std::string productNamed(const std::string& text);
 
 // The path, the address, or the name of a program or a unit that a check looks for.
-std::string pathOf(const Check& check);
+std::string extractPath(const Check& check);
 
 }  // namespace pallframe::doctor

@@ -13,18 +13,18 @@ namespace {
 constexpr const char* kUnlabelled =
     "Quorane";  // what the daemon takes a card for that says nothing
 
-Product productOf(const RootProbe& root) {
-    const std::string name = productNamed(root.file(pathOf(productCheck())).text);
+Product identifyProduct(const RootProbe& root) {
+    const std::string name = productNamed(root.file(extractPath(productCheck())).text);
     return Product(name.empty() ? kUnlabelled : name);
 }
 
-ProbeResult fileOf(const RootProbe& root, const Check& check, const Product& product) {
-    ProbeResult sight = root.file(pathOf(check));
-    if (sight.state == State::ok && check.decodes != nullptr &&
-        !check.decodes(sight.text, product)) {
+ProbeResult probeFile(const RootProbe& root, const Check& check, const Product& product) {
+    ProbeResult found = root.file(extractPath(check));
+    if (found.state == State::ok && check.decodes != nullptr &&
+        !check.decodes(found.text, product)) {
         return {State::undecodable, "does not say what it has to"};
     }
-    return sight;
+    return found;
 }
 
 bool isUsable(const ProbeResult& saved) {
@@ -33,7 +33,7 @@ bool isUsable(const ProbeResult& saved) {
 
 // Which state file the daemon starts from: the older copy serves when the present one is missing,
 // cannot be opened or is damaged.
-ProbeResult savedOf(const RootProbe& root, const std::string& path) {
+ProbeResult findSavedState(const RootProbe& root, const std::string& path) {
     ProbeResult present = root.file(path);
     if (present.state == State::notAccessible || isUsable(present)) {
         return present;
@@ -45,9 +45,9 @@ ProbeResult savedOf(const RootProbe& root, const std::string& path) {
 }
 
 // A frame that has never saved anything has neither file.
-ProbeResult settingsOf(const RootProbe& root, const Check& check, const Product& product) {
-    const ProbeResult present = root.file(pathOf(check));
-    const ProbeResult used = savedOf(root, pathOf(check));
+ProbeResult probeSettings(const RootProbe& root, const Check& check, const Product& product) {
+    const ProbeResult present = root.file(extractPath(check));
+    const ProbeResult used = findSavedState(root, extractPath(check));
     if (used.state == State::notAccessible) {
         return {used.state, used.reason};
     }
@@ -88,12 +88,12 @@ std::vector<Published> publishedWithout(const Check& check, State state) {
 }
 
 Finding optionalFinding(const RootProbe& root, const Check& check) {
-    const ProbeResult sight = root.file(pathOf(check));
-    Finding finding{pathOf(check)};
-    if (sight.state == State::notAccessible) {
-        finding.state = sight.state;
-        finding.reason = sight.reason;
-    } else if (sight.state == State::missing) {
+    const ProbeResult found = root.file(extractPath(check));
+    Finding finding{extractPath(check)};
+    if (found.state == State::notAccessible) {
+        finding.state = found.state;
+        finding.reason = found.reason;
+    } else if (found.state == State::missing) {
         finding.reason = "absent, as expected";
     } else {
         finding.reason = "present";
@@ -105,22 +105,22 @@ Finding optionalFinding(const RootProbe& root, const Check& check) {
 
 std::string settingsPath() {
     const auto all = checks();
-    return pathOf(*std::find_if(all.begin(), all.end(),
-                                [](const Check& check) { return check.kind == Kind::settings; }));
+    return extractPath(*std::find_if(
+        all.begin(), all.end(), [](const Check& check) { return check.kind == Kind::settings; }));
 }
 
 // A switch that was saved counts, whether there is a marker or not. One that was saved as on is as
 // usual without it.
 Finding markerFinding(const RootProbe& root, const Check& check) {
     Finding finding = optionalFinding(root, check);
-    const ProbeResult saved = savedOf(root, settingsPath());
+    const ProbeResult saved = findSavedState(root, settingsPath());
     const bool isMarked = !finding.published.empty();
     const std::string_view name = dependentParameters(check).front().name;
     if (isMarked && saved.state == State::notAccessible) {
         finding.published = {{name, ""}};
         finding.effect = "the service is off, unless a saved value says otherwise";
     }
-    const auto held = SavedSwitches(saved.text).stateOf(name);
+    const auto held = SavedSwitches(saved.text).findState(name);
     if (!held || finding.state == State::notAccessible) {
         return finding;
     }
@@ -134,23 +134,23 @@ Finding markerFinding(const RootProbe& root, const Check& check) {
     return finding;
 }
 
-uint16_t portOf(const std::string& address) {
+uint16_t parsePort(const std::string& address) {
     return static_cast<uint16_t>(std::stoi(address.substr(address.rfind(':') + 1)));
 }
 
-ProbeResult lookFor(const RootProbe& root, const Check& check, const Product& product) {
-    const std::string path = pathOf(check);
+ProbeResult probe(const RootProbe& root, const Check& check, const Product& product) {
+    const std::string path = extractPath(check);
     switch (check.kind) {
         case Kind::program:
             return root.program(path);
         case Kind::directory:
             return root.directory(path);
         case Kind::settings:
-            return settingsOf(root, check, product);
+            return probeSettings(root, check, product);
         case Kind::unit:
             return root.unit(path);
         case Kind::listener:
-            return root.listener(portOf(path));
+            return root.listener(parsePort(path));
         case Kind::syslog:
             return root.syslog(path);
         case Kind::device:
@@ -160,32 +160,32 @@ ProbeResult lookFor(const RootProbe& root, const Check& check, const Product& pr
         case Kind::marker:
             break;
     }
-    return fileOf(root, check, product);
+    return probeFile(root, check, product);
 }
 
 // A name that no product has is taken as it stands: another thing than none at all, which makes a
 // Quorane.
-void tellOfName(Finding& finding, const std::string& name) {
+void describeUnknownName(Finding& finding, const std::string& name) {
     finding.reason = "'" + name + "' is no known product's name, letter for letter";
     finding.published = {{"frameName", ""}, {"activeEthernet", ""}};
     finding.effect = "treated as a Quorane under that name, but its active port cannot be switched";
 }
 
-Finding findingOf(const RootProbe& root, const Check& check, const Product& product) {
+Finding makeFinding(const RootProbe& root, const Check& check, const Product& product) {
     if (check.kind == Kind::optional) {
         return optionalFinding(root, check);
     }
     if (check.kind == Kind::marker) {
         return markerFinding(root, check);
     }
-    const ProbeResult sight = lookFor(root, check, product);
-    Finding finding{pathOf(check), sight.state, sight.reason};
+    const ProbeResult found = probe(root, check, product);
+    Finding finding{extractPath(check), found.state, found.reason};
     if (finding.isProblem()) {
-        finding.published = publishedWithout(check, sight.state);
+        finding.published = publishedWithout(check, found.state);
         finding.effect = check.effect;
     }
     if (&check == &productCheck() && finding.isProblem() && !product.isQuorane()) {
-        tellOfName(finding, product.name());
+        describeUnknownName(finding, product.name());
     }
     return finding;
 }
@@ -198,11 +198,11 @@ bool Diagnosis::isWell() const {
 }
 
 Diagnosis diagnose(const RootProbe& root) {
-    const Product product = productOf(root);
+    const Product product = identifyProduct(root);
     Diagnosis diagnosis{product.name()};
     for (const Check& check : checks()) {
         if (check.concerns(product)) {
-            diagnosis.findings.push_back(findingOf(root, check, product));
+            diagnosis.findings.push_back(makeFinding(root, check, product));
         }
     }
     return diagnosis;

@@ -13,7 +13,7 @@ using cli::escapeForTerminal;
 using simulation::RunningFrame;
 
 // "2026-11-21 15:04:05"
-std::string startOf(const RunningFrame& frame) {
+std::string formatStart(const RunningFrame& frame) {
     constexpr size_t kDate = 10;
     constexpr size_t kWithSeconds = 19;
     return cli::isoTime(frame.started).substr(0, kWithSeconds).replace(kDate, 1, " ");
@@ -21,17 +21,18 @@ std::string startOf(const RunningFrame& frame) {
 
 }  // namespace
 
-std::string tableOf(const std::vector<RunningFrame>& running) {
+std::string formatTable(const std::vector<RunningFrame>& running) {
     cli::Table table({"FRAME", "PRODUCT", "STARTED", "FILES", "COMMAND"});
     for (const RunningFrame& frame : running) {
-        table.add({std::to_string(frame.pid), cli::escapeForTerminal(frame.product), startOf(frame),
+        table.add({std::to_string(frame.pid), cli::escapeForTerminal(frame.product),
+                   formatStart(frame),
                    frame.directory.empty() ? "in memory" : cli::escapeForTerminal(frame.directory),
                    cli::escapeForTerminal(frame.command)});
     }
     return table.text();
 }
 
-std::string jsonOf(const std::vector<RunningFrame>& running) {
+std::string formatJSON(const std::vector<RunningFrame>& running) {
     std::string text;
     for (const RunningFrame& frame : running) {
         const util::UniqueJSON item = util::jsonObject();

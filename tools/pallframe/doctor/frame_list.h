@@ -8,9 +8,9 @@
 namespace pallframe::doctor {
 
 // Frames that run for a person: a line for each, under a heading; only that when there are none.
-std::string tableOf(const std::vector<simulation::RunningFrame>& running);
+std::string formatTable(const std::vector<simulation::RunningFrame>& running);
 
 // The same for a program: one JSON object a line.
-std::string jsonOf(const std::vector<simulation::RunningFrame>& running);
+std::string formatJSON(const std::vector<simulation::RunningFrame>& running);
 
 }  // namespace pallframe::doctor

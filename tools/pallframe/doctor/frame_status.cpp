@@ -22,7 +22,7 @@ using simulation::Power;
 using simulation::ProgramSetting;
 using simulation::Slave;
 
-std::map<std::string, std::string> servicesOf(const FrameRoot& tree) {
+std::map<std::string, std::string> readServices(const FrameRoot& tree) {
     std::map<std::string, std::string> states;
     std::error_code none;
     const auto directory = tree.path(simulation::paths::kServices);
@@ -33,7 +33,7 @@ std::map<std::string, std::string> servicesOf(const FrameRoot& tree) {
     return states;
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
+std::vector<std::string> splitLines(const std::string& text) {
     std::istringstream stream(text);
     std::vector<std::string> lines;
     for (std::string line; std::getline(stream, line);) {
@@ -42,19 +42,19 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-std::string volts(double value) {
+std::string formatVolts(double value) {
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), "%.2f V", value);
     return text.data();
 }
 
-std::string seconds(double value) {
+std::string formatSeconds(double value) {
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), "%g s", value);
     return text.data();
 }
 
-std::string stateOf(const Slave& slave, const Bond& bond) {
+std::string describeState(const Slave& slave, const Bond& bond) {
     std::string state = slave.up ? "up" : "down";
     if (slave.interface == bond.active) {
         state += ", active";
@@ -63,10 +63,10 @@ std::string stateOf(const Slave& slave, const Bond& bond) {
                                    : state + ", failures: " + std::to_string(slave.linkFailures);
 }
 
-std::string stateOf(const ProgramSetting& program) {
+std::string describeState(const ProgramSetting& program) {
     std::string state;
     if (program.seconds > 0) {
-        state = "takes " + seconds(program.seconds);
+        state = "takes " + formatSeconds(program.seconds);
     }
     if (program.status != 0) {
         state += (state.empty() ? "" : ", ") + ("fails with " + std::to_string(program.status));
@@ -76,15 +76,16 @@ std::string stateOf(const ProgramSetting& program) {
 
 void addDevices(cli::Table& table, const FrameStatus& status) {
     for (const Slave& slave : status.bond.slaves) {
-        table.add({"port", cli::escapeForTerminal(slave.interface), stateOf(slave, status.bond)});
+        table.add(
+            {"port", cli::escapeForTerminal(slave.interface), describeState(slave, status.bond)});
     }
-    table.add({"supply", "1", volts(status.power.psu1)});
-    table.add({"supply", "2", volts(status.power.psu2)});
-    table.add(
-        {"battery", "", volts(status.power.battery) + (status.power.loaded ? ", load on" : "")});
+    table.add({"supply", "1", formatVolts(status.power.psu1)});
+    table.add({"supply", "2", formatVolts(status.power.psu2)});
+    table.add({"battery", "",
+               formatVolts(status.power.battery) + (status.power.loaded ? ", load on" : "")});
 }
 
-util::UniqueJSON portsOf(const Bond& bond) {
+util::UniqueJSON makePorts(const Bond& bond) {
     util::UniqueJSON ports = util::jsonArray();
     for (const Slave& slave : bond.slaves) {
         util::UniqueJSON port = util::jsonObject();
@@ -98,7 +99,7 @@ util::UniqueJSON portsOf(const Bond& bond) {
     return ports;
 }
 
-util::UniqueJSON powerOf(const Power& power) {
+util::UniqueJSON makePower(const Power& power) {
     util::UniqueJSON all = util::jsonObject();
     util::addMember(all.get(), "supply1", util::jsonNumber(power.psu1));
     util::addMember(all.get(), "supply2", util::jsonNumber(power.psu2));
@@ -107,7 +108,7 @@ util::UniqueJSON powerOf(const Power& power) {
     return all;
 }
 
-util::UniqueJSON servicesOf(const std::map<std::string, std::string>& services) {
+util::UniqueJSON makeServices(const std::map<std::string, std::string>& services) {
     util::UniqueJSON all = util::jsonObject();
     for (const auto& [name, state] : services) {
         util::addMember(all.get(), cli::validUTF8(name).c_str(), textItem(state));
@@ -115,7 +116,7 @@ util::UniqueJSON servicesOf(const std::map<std::string, std::string>& services) 
     return all;
 }
 
-util::UniqueJSON programsOf(const std::vector<ProgramSetting>& programs) {
+util::UniqueJSON makePrograms(const std::vector<ProgramSetting>& programs) {
     util::UniqueJSON all = util::jsonArray();
     for (const ProgramSetting& program : programs) {
         util::UniqueJSON one = util::jsonObject();
@@ -129,17 +130,17 @@ util::UniqueJSON programsOf(const std::vector<ProgramSetting>& programs) {
 
 }  // namespace
 
-FrameStatus statusOf(const FrameRoot& tree) {
-    return {std::string(simulation::productOf(tree).name),
-            simulation::bondOf(tree),
-            simulation::powerOf(tree),
-            servicesOf(tree),
+FrameStatus readStatus(const FrameRoot& tree) {
+    return {std::string(simulation::readProduct(tree).name),
+            simulation::readBond(tree),
+            simulation::readPower(tree),
+            readServices(tree),
             tree.filesSetAside(),
             simulation::programSettings(tree),
-            linesOf(tree.read(simulation::paths::kCommands))};
+            splitLines(tree.read(simulation::paths::kCommands))};
 }
 
-std::string tableOf(const FrameStatus& status) {
+std::string formatTable(const FrameStatus& status) {
     cli::Table table({"WHAT", "NAME", "STATE"});
     table.add({"product", "", status.product});
     addDevices(table, status);
@@ -147,7 +148,7 @@ std::string tableOf(const FrameStatus& status) {
         table.add({"service", cli::escapeForTerminal(name), cli::escapeForTerminal(state)});
     }
     for (const ProgramSetting& program : status.programs) {
-        table.add({"program", program.name, stateOf(program)});
+        table.add({"program", program.name, describeState(program)});
     }
     for (const std::string& path : status.missing) {
         table.add({"file", cli::escapeForTerminal(path), "missing"});
@@ -159,13 +160,13 @@ std::string tableOf(const FrameStatus& status) {
     return table.text();
 }
 
-std::string jsonOf(const FrameStatus& status) {
+std::string formatJSON(const FrameStatus& status) {
     const util::UniqueJSON all = util::jsonObject();
     util::addMember(all.get(), "product", textItem(status.product));
-    util::addMember(all.get(), "ports", portsOf(status.bond));
-    util::addMember(all.get(), "power", powerOf(status.power));
-    util::addMember(all.get(), "services", servicesOf(status.services));
-    util::addMember(all.get(), "programs", programsOf(status.programs));
+    util::addMember(all.get(), "ports", makePorts(status.bond));
+    util::addMember(all.get(), "power", makePower(status.power));
+    util::addMember(all.get(), "services", makeServices(status.services));
+    util::addMember(all.get(), "programs", makePrograms(status.programs));
     util::addMember(all.get(), "missing", textItems(status.missing));
     util::addMember(all.get(), "calls", textItems(status.calls));
     return util::renderJSON(all.get(), false) + "\n";

@@ -23,12 +23,12 @@ struct FrameStatus {
 };
 
 // Throws simulation::FrameError when the tree is no frame.
-FrameStatus statusOf(const simulation::FrameRoot& tree);
+FrameStatus readStatus(const simulation::FrameRoot& tree);
 
 // Lines for a person, in columns.
-std::string tableOf(const FrameStatus& status);
+std::string formatTable(const FrameStatus& status);
 
 // The same as one JSON object on a line, for a program; valid whatever texts the frame holds.
-std::string jsonOf(const FrameStatus& status);
+std::string formatJSON(const FrameStatus& status);
 
 }  // namespace pallframe::doctor

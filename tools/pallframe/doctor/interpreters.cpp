@@ -31,7 +31,7 @@ std::string nameBehindEnv(const std::string& word) {
 
 }  // namespace
 
-std::vector<std::string> interpretersOf(const std::string& text) {
+std::vector<std::string> findInterpreters(const std::string& text) {
     constexpr std::string_view kMark = "#!";
     if (!text.starts_with(kMark)) {
         return {};

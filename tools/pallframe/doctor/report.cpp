@@ -26,14 +26,14 @@ constexpr std::array<StateWord, 8> kStateWords{{
     {State::notRunning, "skipped"},
 }};
 
-std::string wordOf(State state) {
+std::string formatState(State state) {
     const auto* found = std::find_if(kStateWords.begin(), kStateWords.end(),
                                      [state](const StateWord& one) { return one.state == state; });
     return found->word;
 }
 
 // "ipAddress 0, netmask 0", without a value where none is known.
-std::string textOf(const std::vector<Published>& published) {
+std::string formatPublished(const std::vector<Published>& published) {
     std::string text;
     for (const Published& one : published) {
         text += text.empty() ? "" : ", ";
@@ -45,7 +45,7 @@ std::string textOf(const std::vector<Published>& published) {
 }
 
 std::string consequences(const Finding& finding) {
-    const std::string names = textOf(finding.published);
+    const std::string names = formatPublished(finding.published);
     std::string text(finding.effect);
     if (!names.empty()) {
         text = names + (text.empty() ? "" : ": ") + text;
@@ -53,60 +53,60 @@ std::string consequences(const Finding& finding) {
     return text.empty() ? "" : "    " + text + "\n";
 }
 
-std::string linesOf(const Finding& finding) {
+std::string formatText(const Finding& finding) {
     constexpr size_t kPathColumn = 16;
-    std::string line = wordOf(finding.state);
+    std::string line = formatState(finding.state);
     line.resize(kPathColumn, ' ');
     line += cli::escapeForTerminal(finding.path);
     line += finding.reason.empty() ? "" : " (" + cli::escapeForTerminal(finding.reason) + ")";
     return line + "\n" + consequences(finding);
 }
 
-size_t countOf(const Diagnosis& diagnosis, State state) {
+size_t countFindings(const Diagnosis& diagnosis, State state) {
     return static_cast<size_t>(
         std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
                       [state](const Finding& finding) { return finding.state == state; }));
 }
 
-size_t problemsOf(const Diagnosis& diagnosis) {
+size_t countProblems(const Diagnosis& diagnosis) {
     return static_cast<size_t>(
         std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
                       [](const Finding& finding) { return finding.isProblem(); }));
 }
 
 std::string skippedText(const Diagnosis& diagnosis, State state, const char* hint) {
-    const size_t count = countOf(diagnosis, state);
+    const size_t count = countFindings(diagnosis, state);
     return count == 0 ? "" : "; " + std::to_string(count) + " skipped (" + hint + ")";
 }
 
 std::string summary(const Diagnosis& diagnosis) {
-    const size_t problems = problemsOf(diagnosis);
+    const size_t problems = countProblems(diagnosis);
     const std::string all = std::to_string(diagnosis.findings.size());
     const std::string skipped = skippedText(diagnosis, State::notAccessible, "needs root") +
                                 skippedText(diagnosis, State::notRunning, "needs a running frame");
     const size_t passed = diagnosis.findings.size() - problems -
-                          countOf(diagnosis, State::notAccessible) -
-                          countOf(diagnosis, State::notRunning);
+                          countFindings(diagnosis, State::notAccessible) -
+                          countFindings(diagnosis, State::notRunning);
     const std::string result = problems == 0
                                    ? std::to_string(passed) + " checks passed"
                                    : std::to_string(problems) + " of " + all + " checks failed";
     return result + skipped + ".\n";
 }
 
-util::UniqueJSON valueOf(const Published& published) {
+util::UniqueJSON makeValue(const Published& published) {
     return published.value.empty()
                ? util::jsonNull()
                : util::parseJSON(published.value.data(), published.value.size());
 }
 
-util::UniqueJSON itemOf(const Finding& finding) {
+util::UniqueJSON makeItem(const Finding& finding) {
     util::UniqueJSON published = util::jsonObject();
     for (const Published& one : finding.published) {
-        util::addMember(published.get(), std::string(one.name).c_str(), valueOf(one));
+        util::addMember(published.get(), std::string(one.name).c_str(), makeValue(one));
     }
     util::UniqueJSON item = util::jsonObject();
     util::addMember(item.get(), "path", textItem(finding.path));
-    util::addMember(item.get(), "state", util::jsonString(wordOf(finding.state)));
+    util::addMember(item.get(), "state", util::jsonString(formatState(finding.state)));
     util::addMember(item.get(), "reason", textItem(finding.reason));
     util::addMember(item.get(), "published", std::move(published));
     util::addMember(item.get(), "effect", util::jsonString(std::string(finding.effect)));
@@ -115,18 +115,18 @@ util::UniqueJSON itemOf(const Finding& finding) {
 
 }  // namespace
 
-std::string linesOf(const Diagnosis& diagnosis) {
+std::string formatText(const Diagnosis& diagnosis) {
     std::string text = "product         " + cli::escapeForTerminal(diagnosis.product) + "\n";
     for (const Finding& finding : diagnosis.findings) {
-        text += linesOf(finding);
+        text += formatText(finding);
     }
     return text + summary(diagnosis);
 }
 
-std::string jsonOf(const Diagnosis& diagnosis) {
+std::string formatJSON(const Diagnosis& diagnosis) {
     util::UniqueJSON findings = util::jsonArray();
     for (const Finding& finding : diagnosis.findings) {
-        util::addElement(findings.get(), itemOf(finding));
+        util::addElement(findings.get(), makeItem(finding));
     }
     const util::UniqueJSON all = util::jsonObject();
     util::addMember(all.get(), "product", textItem(diagnosis.product));

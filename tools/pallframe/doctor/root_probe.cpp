@@ -49,30 +49,30 @@ ProbeResult failed(int error) {
     return {state, std::strerror(error)};
 }
 
-Descriptor openedRoot(const std::filesystem::path& directory) {
+Descriptor openRoot(const std::filesystem::path& directory) {
     return Descriptor(
         check(::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), directory));
 }
 
-mode_t modeOf(const Descriptor& opened) {
+mode_t readMode(const Descriptor& opened) {
     struct stat status {};
     check(::fstat(opened.get(), &status), "fstat");
     return status.st_mode;
 }
 
-ProbeResult textOf(const Descriptor& opened) {
-    ProbeResult sight;
+ProbeResult readText(const Descriptor& opened) {
+    ProbeResult found;
     std::array<char, 65536> buffer{};
     ssize_t size = 0;
-    while (sight.text.size() < kMaxTextBytes &&
+    while (found.text.size() < kMaxTextBytes &&
            (size = ::read(opened.get(), buffer.data(), buffer.size())) > 0) {
-        sight.text.append(buffer.data(), static_cast<size_t>(size));
+        found.text.append(buffer.data(), static_cast<size_t>(size));
     }
-    return size < 0 ? failed(errno) : sight;
+    return size < 0 ? failed(errno) : found;
 }
 
 // Connecting to a socket of datagrams sends nothing; it tells whether somebody has it open.
-ProbeResult answerOf(const Descriptor& opened) {
+ProbeResult probeConnection(const Descriptor& opened) {
     const Descriptor socket(check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket"));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -93,9 +93,9 @@ bool isOfMachine(std::string_view path) {
 }  // namespace
 
 RootProbe::RootProbe(const std::filesystem::path& directory)
-    : root_(openedRoot(directory)), process_(processIn(root_)) {
+    : root_(openRoot(directory)), process_(processIn(root_)) {
     if (!process_.empty()) {
-        root_ = openedRoot(process_ + "/root");  // with what is mounted for those inside
+        root_ = openRoot(process_ + "/root");  // with what is mounted for those inside
     }
 }
 
@@ -111,12 +111,12 @@ ProbeResult RootProbe::open(const std::string& path, int flags, Descriptor& open
 ProbeResult RootProbe::file(const std::string& path) const {
     Descriptor opened;
     // A pipe in the place of a file must not hold anybody up.
-    ProbeResult sight = open(path, O_RDONLY | O_NONBLOCK, opened);
-    if (sight.state != State::ok) {
-        return sight;
+    ProbeResult found = open(path, O_RDONLY | O_NONBLOCK, opened);
+    if (found.state != State::ok) {
+        return found;
     }
-    return S_ISREG(modeOf(opened)) ? textOf(opened)
-                                   : ProbeResult{State::unreadable, "not a plain file"};
+    return S_ISREG(readMode(opened)) ? readText(opened)
+                                     : ProbeResult{State::unreadable, "not a plain file"};
 }
 
 bool RootProbe::isFrame() const {
@@ -145,16 +145,16 @@ bool RootProbe::isFrameAtRest() const {
 ProbeResult RootProbe::executable(const std::string& path) const {
     constexpr mode_t kAnybody = S_IXUSR | S_IXGRP | S_IXOTH;
     Descriptor opened;
-    ProbeResult sight = open(path, O_PATH, opened);
-    if (sight.state == State::missing && isOfMachine(path) && isFrameAtRest()) {
-        sight = RootProbe("/").open(path, O_PATH, opened);  // from inside it is seen there
+    ProbeResult found = open(path, O_PATH, opened);
+    if (found.state == State::missing && isOfMachine(path) && isFrameAtRest()) {
+        found = RootProbe("/").open(path, O_PATH, opened);  // from inside it is seen there
     }
-    if (sight.state != State::ok) {
-        return sight;
+    if (found.state != State::ok) {
+        return found;
     }
-    const mode_t mode = modeOf(opened);
+    const mode_t mode = readMode(opened);
     return S_ISREG(mode) && (mode & kAnybody) != 0
-               ? sight
+               ? found
                : ProbeResult{State::notExecutable, "no program that may be run"};
 }
 
@@ -165,11 +165,11 @@ ProbeResult RootProbe::program(const std::string& name) const {
     ProbeResult best{State::missing, "not in " + std::string(simulation::kSearchPath)};
     std::istringstream directories(simulation::kSearchPath);
     for (std::string directory; std::getline(directories, directory, ':');) {
-        ProbeResult sight = programAt(directory.append("/").append(name));
-        if (sight.state == State::ok) {
-            return sight;
+        ProbeResult found = programAt(directory.append("/").append(name));
+        if (found.state == State::ok) {
+            return found;
         }
-        best = sight.state == State::missing ? best : sight;
+        best = found.state == State::missing ? best : found;
     }
     return best;
 }
@@ -178,15 +178,15 @@ ProbeResult RootProbe::programAt(const std::string& path) const {
     if (isSimulated(path)) {
         return {};
     }
-    ProbeResult sight = executable(path);
+    ProbeResult found = executable(path);
     const ProbeResult content = file(path);
-    if (sight.state != State::ok || content.state != State::ok) {
-        return sight;  // what may be run need not be readable
+    if (found.state != State::ok || content.state != State::ok) {
+        return found;  // what may be run need not be readable
     }
     if (content.text.empty()) {
         return {State::notExecutable, "empty"};
     }
-    for (const std::string& interpreter : interpretersOf(content.text)) {
+    for (const std::string& interpreter : findInterpreters(content.text)) {
         const ProbeResult behind =
             interpreter.starts_with("/") ? executable(interpreter) : program(interpreter);
         if (behind.state != State::ok) {
@@ -200,14 +200,14 @@ ProbeResult RootProbe::programAt(const std::string& path) const {
 
 ProbeResult RootProbe::directory(const std::string& path) const {
     Descriptor opened;
-    ProbeResult sight = open(path, O_PATH | O_DIRECTORY, opened);
-    if (sight.state != State::ok) {
-        return sight;
+    ProbeResult found = open(path, O_PATH | O_DIRECTORY, opened);
+    if (found.state != State::ok) {
+        return found;
     }
     struct statvfs system {};
     check(::fstatvfs(opened.get(), &system), path);
     return (system.f_flag & ST_RDONLY) == 0
-               ? sight
+               ? found
                : ProbeResult{State::readOnly, "the file system is read-only"};
 }
 
@@ -215,9 +215,9 @@ ProbeResult RootProbe::unit(const std::string& name) const {
     // The simulation's own systemctl knows no units of the machine that it runs on.
     const std::span directories(kUnitDirectories.data(), isFrame() ? 1 : kUnitDirectories.size());
     for (const std::string_view directory : directories) {
-        ProbeResult sight = file(std::string(directory) + "/" + name);
-        if (sight.state != State::missing) {
-            return {sight.state, sight.reason};
+        ProbeResult found = file(std::string(directory) + "/" + name);
+        if (found.state != State::missing) {
+            return {found.state, found.reason};
         }
     }
     return {State::missing, "no such unit"};
@@ -241,18 +241,18 @@ ProbeResult RootProbe::special(const std::string& path, mode_t type, Descriptor&
     if (process_.empty()) {
         return atRest();
     }
-    ProbeResult sight = open(path, O_PATH, opened);
-    if (sight.state != State::ok) {
-        return sight;
+    ProbeResult found = open(path, O_PATH, opened);
+    if (found.state != State::ok) {
+        return found;
     }
-    return (modeOf(opened) & S_IFMT) == type ? sight
-                                             : ProbeResult{State::unreadable, "something else"};
+    return (readMode(opened) & S_IFMT) == type ? found
+                                               : ProbeResult{State::unreadable, "something else"};
 }
 
 ProbeResult RootProbe::syslog(const std::string& path) const {
     Descriptor opened;
-    ProbeResult sight = special(path, S_IFSOCK, opened);
-    return sight.state == State::ok ? answerOf(opened) : sight;
+    ProbeResult found = special(path, S_IFSOCK, opened);
+    return found.state == State::ok ? probeConnection(opened) : found;
 }
 
 ProbeResult RootProbe::device(const std::string& path) const {

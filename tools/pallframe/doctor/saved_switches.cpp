@@ -30,7 +30,7 @@ SavedSwitches::SavedSwitches(const std::string& text) : saved_("") {
     usable_ = saved_.fromJSON(util::jsonMember(root.get(), kDevices)) == 0;
 }
 
-std::optional<std::string_view> SavedSwitches::stateOf(std::string_view name) const {
+std::optional<std::string_view> SavedSwitches::findState(std::string_view name) const {
     const ToskParam* const param =
         saved_.devices().empty() ? nullptr : findIn(*saved_.devices().front(), name);
     if (param == nullptr) {

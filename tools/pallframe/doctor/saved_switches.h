@@ -20,7 +20,7 @@ class SavedSwitches {
 
     // What stands there for a switch, such as "sshEnabled": "0" or "1", and an empty text for what
     // is neither. Nothing when it was not saved.
-    std::optional<std::string_view> stateOf(std::string_view name) const;
+    std::optional<std::string_view> findState(std::string_view name) const;
 
   private:
     ToskPersistedStructure saved_;

@@ -41,7 +41,7 @@ void join(const RunningFrame& frame) {
 // What tells those inside which frame this is. Both shells take the prompt from here, as there is
 // no file in the frame that sets another; so does one that a command of the caller's starts.
 void setNames(const RunningFrame& frame) {
-    const std::string product(productOf(simulation::FrameRoot("/")).name);
+    const std::string product(readProduct(simulation::FrameRoot("/")).name);
     const std::string prompt = "[" + product + " frame " + std::to_string(frame.pid) + "] ${PWD}# ";
     ::setenv("PS1", prompt.c_str(), 1);
     ::setenv(kNumberVariable, std::to_string(frame.pid).c_str(), 1);

@@ -24,7 +24,7 @@ using simulation::check;
 using simulation::Descriptor;
 
 [[noreturn]] void explain(int error) {
-    throw std::runtime_error(simulation::refusalText(error, [](const char* file) {
+    throw std::runtime_error(simulation::describeNamespaceError(error, [](const char* file) {
         std::string value;
         std::ifstream(file) >> value;
         return value;

@@ -16,7 +16,7 @@ void update(const FrameRoot& tree, std::string_view path, const std::string& tex
 
 }  // namespace
 
-const Product& productOf(const FrameRoot& tree) {
+const Product& readProduct(const FrameRoot& tree) {
     const Product* product = findProduct(tree.read(paths::kProduct));
     if (product == nullptr) {
         throw FrameError(tree.path("/").string() + " is no simulated frame");
@@ -24,24 +24,24 @@ const Product& productOf(const FrameRoot& tree) {
     return *product;
 }
 
-Bond bondOf(const FrameRoot& tree) {
+Bond readBond(const FrameRoot& tree) {
     return parseBond(tree.read(tree.whereKept(paths::kBond)));
 }
 
-Power powerOf(const FrameRoot& tree) {
+Power readPower(const FrameRoot& tree) {
     return parsePower(tree.read(paths::kPower));
 }
 
 void storeBond(const FrameRoot& tree, const Bond& bond) {
     update(tree, paths::kBond, renderBond(bond, true));
-    if (productOf(tree).tessara) {
+    if (readProduct(tree).tessara) {
         update(tree, paths::kBondCopy, renderBond(bond, false));
     }
 }
 
 void storePower(const FrameRoot& tree, const Power& power) {
     tree.replace(paths::kPower, renderPower(power));
-    const Product& product = productOf(tree);
+    const Product& product = readProduct(tree);
     if (product.hasXADC) {
         update(tree, paths::kRegisters, renderRegisters(power, product.battery));
     }
@@ -49,7 +49,7 @@ void storePower(const FrameRoot& tree, const Power& power) {
 
 void setCable(const FrameRoot& tree, std::string_view interface, bool up) {
     const FrameLock lock(tree);
-    Bond bond = bondOf(tree);
+    Bond bond = readBond(tree);
     if (!setLink(bond, interface, up)) {
         throw FrameError("this frame has no interface '" + std::string(interface) + "'");
     }
@@ -58,7 +58,7 @@ void setCable(const FrameRoot& tree, std::string_view interface, bool up) {
 
 bool swapActivePort(const FrameRoot& tree, std::string_view interface) {
     const FrameLock lock(tree);
-    Bond bond = bondOf(tree);
+    Bond bond = readBond(tree);
     if (!makeActive(bond, interface)) {
         return false;
     }
@@ -71,14 +71,14 @@ void setSupply(const FrameRoot& tree, int number, double volts) {
         throw FrameError("this frame has no supply " + std::to_string(number));
     }
     const FrameLock lock(tree);
-    Power power = powerOf(tree);
+    Power power = readPower(tree);
     (number == 1 ? power.psu1 : power.psu2) = volts;
     storePower(tree, power);
 }
 
 void setBattery(const FrameRoot& tree, double volts) {
     const FrameLock lock(tree);
-    Power power = powerOf(tree);
+    Power power = readPower(tree);
     power.battery = volts;
     storePower(tree, power);
 }
@@ -100,7 +100,7 @@ void editLine(const FrameRoot& tree, std::string_view path, std::string_view lin
 
 void setBatteryLoad(const FrameRoot& tree, bool on) {
     const FrameLock lock(tree);
-    Power power = powerOf(tree);
+    Power power = readPower(tree);
     power.loaded = on;
     storePower(tree, power);
 }

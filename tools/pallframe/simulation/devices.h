@@ -19,10 +19,10 @@ struct FrameError : std::runtime_error {
 };
 
 // The product that a tree was made for; throws FrameError when the tree is no frame.
-const Product& productOf(const FrameRoot& tree);
+const Product& readProduct(const FrameRoot& tree);
 
-Bond bondOf(const FrameRoot& tree);
-Power powerOf(const FrameRoot& tree);
+Bond readBond(const FrameRoot& tree);
+Power readPower(const FrameRoot& tree);
 
 // Puts a bond or a power state into every file that shows it.
 void storeBond(const FrameRoot& tree, const Bond& bond);

@@ -28,7 +28,7 @@ std::string readAll(const fs::path& path) {
 
 // When a process started, in the kernel's ticks; empty when there is no such process. The second
 // field, its name in parentheses, may hold anything, so fields are counted from its end (proc(5)).
-std::string startOf(const std::string& pid) {
+std::string readStartTime(const std::string& pid) {
     const std::string text = readAll("/proc/" + pid + "/stat");
     std::istringstream fields(text.substr(std::min(text.rfind(')') + 1, text.size())));
     constexpr int kStartTime = 22;
@@ -59,7 +59,7 @@ bool isNumber(const std::string& name) {
 }
 
 // The product of a running frame; empty for one that is still being made and has the host's root.
-std::string productOf(const RunningFrame& frame) {
+std::string readProductName(const RunningFrame& frame) {
     return FrameRoot("/proc/" + std::to_string(frame.pid) + "/root").read(paths::kProduct);
 }
 
@@ -71,30 +71,30 @@ std::chrono::system_clock::time_point writtenAt(const fs::path& file) {
 
 // An entry is a line with the start, one with the directory (empty for a frame in memory), and the
 // command. It was written when the frame began.
-std::optional<RunningFrame> frameOf(const fs::path& file) {
+std::optional<RunningFrame> readEntry(const fs::path& file) {
     const std::string pid = file.filename();
     std::istringstream text(readAll(file));
     std::string started;
     std::getline(text, started);
-    if (started.empty() || started != startOf(pid)) {
+    if (started.empty() || started != readStartTime(pid)) {
         return std::nullopt;
     }
     RunningFrame frame{std::stoi(pid), ""};
     std::getline(text, frame.directory);
     frame.command.assign(std::istreambuf_iterator<char>(text), {});
-    frame.product = productOf(frame);
+    frame.product = readProductName(frame);
     frame.started = writtenAt(file);
     return frame;
 }
 
-std::string nameOf(const RunningFrame& frame) {
+std::string formatFrame(const RunningFrame& frame) {
     return std::to_string(frame.pid) + " (" + frame.product + ")";
 }
 
-std::string namesOf(const std::vector<RunningFrame>& running) {
+std::string listFrames(const std::vector<RunningFrame>& running) {
     std::string names;
     for (const RunningFrame& frame : running) {
-        names += (names.empty() ? "" : ", ") + nameOf(frame);
+        names += (names.empty() ? "" : ", ") + formatFrame(frame);
     }
     return names;
 }
@@ -129,7 +129,7 @@ void Registry::add(const RunningFrame& frame) const {
     check(::chmod(directory_.c_str(), S_IRWXU), directory_);
     const std::string pid = std::to_string(frame.pid);
     const fs::path draft = directory_ / ("new-" + pid);
-    std::ofstream(draft) << startOf(pid) << "\n" << frame.directory << "\n" << frame.command;
+    std::ofstream(draft) << readStartTime(pid) << "\n" << frame.directory << "\n" << frame.command;
     fs::rename(draft, directory_ / pid);
 }
 
@@ -147,7 +147,7 @@ std::vector<RunningFrame> Registry::running() const {
         if (!isNumber(entry.path().filename())) {
             continue;
         }
-        const auto frame = frameOf(entry.path());
+        const auto frame = readEntry(entry.path());
         if (!frame) {
             fs::remove(entry.path());
         } else if (findProduct(frame->product) != nullptr) {
@@ -165,7 +165,7 @@ RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_v
         throw FrameError("you have no running frame; start one with pallframe run, or ./dev run");
     }
     if (name.empty() && running.size() > 1) {
-        throw FrameError("several frames are running; choose one: " + namesOf(running));
+        throw FrameError("several frames are running; choose one: " + listFrames(running));
     }
     const auto found =
         std::find_if(running.begin(), running.end(), [name](const RunningFrame& frame) {
@@ -173,7 +173,7 @@ RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_v
         });
     if (found == running.end()) {
         throw FrameError("frame '" + std::string(name) +
-                         "' is not running; running: " + namesOf(running));
+                         "' is not running; running: " + listFrames(running));
     }
     return *found;
 }

@@ -23,11 +23,12 @@ constexpr std::array<KernelSwitch, 3> kSwitches{{
 
 }  // namespace
 
-std::string refusalText(int error, const std::function<std::string(const char* file)>& valueOf) {
+std::string describeNamespaceError(int error,
+                                   const std::function<std::string(const char* file)>& readValue) {
     const std::string why =
         "no namespaces for this user (" + std::string(std::strerror(error)) + "): run as root";
     for (const KernelSwitch& one : kSwitches) {
-        if (valueOf(one.file) == one.forbids) {
+        if (readValue(one.file) == one.forbids) {
             return why + ", or allow them with: sudo sysctl -w " + one.allows;
         }
     }

@@ -18,17 +18,17 @@ namespace {
 
 using Arguments = OperationKind::Arguments;
 
-constexpr double kMostSupply = 29.0;  // volts; what the converter can show
-constexpr double kMostBattery = 5.0;  // volts
-constexpr double kLongestPause = 3600.0;
-constexpr int kHighestStatus = 255;
+constexpr double kMaxSupplyVolts = 29.0;  // volts; what the converter can show
+constexpr double kMaxBatteryVolts = 5.0;  // volts
+constexpr double kMaxPauseSeconds = 3600.0;
+constexpr int kMaxExitStatus = 255;
 
 [[noreturn]] void refuse(const std::string& word, const std::string& wanted) {
     throw FrameError("'" + word + "' is not " + wanted);
 }
 
 // Which of two words it is: true for the first.
-bool isFirstOf(const std::string& word, const char* first, const char* second) {
+bool parseEither(const std::string& word, const char* first, const char* second) {
     if (word != first && word != second) {
         refuse(word, std::string(first) + " or " + second);
     }
@@ -36,7 +36,7 @@ bool isFirstOf(const std::string& word, const char* first, const char* second) {
 }
 
 template <typename Number>
-Number numberFrom0To(Number most, const std::string& word) {
+Number parseNumberUpTo(Number most, const std::string& word) {
     const auto number = cli::parseNumber(word, Number{}, most);
     if (!number) {
         std::string bound = std::to_string(most);
@@ -54,7 +54,7 @@ bool isOwn(const fs::path& path) {
 }
 
 // Whoever writes a tree from outside is root of the host, so no path may lead out of the tree.
-std::string pathOf(const std::string& word) {
+std::string parsePath(const std::string& word) {
     const fs::path path(word);
     if (!path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end()) {
         refuse(word, "a path from the frame's root on");
@@ -79,7 +79,7 @@ void requireFile(const FrameRoot& tree, const std::string& path) {
     }
 }
 
-std::string programOf(const std::string& word) {
+std::string parseProgram(const std::string& word) {
     if (!isProgram(word)) {
         throw FrameError("the frame has no program '" + word + "'");
     }
@@ -90,24 +90,24 @@ Operation cable(Arguments words) {
     if (words[0] != "eth0" && words[0] != "eth1") {
         throw FrameError("the frame has no interface '" + words[0] + "'");
     }
-    const bool up = isFirstOf(words[1], "up", "down");
+    const bool up = parseEither(words[1], "up", "down");
     return {[port = words[0], up](const FrameRoot& tree) { setCable(tree, port, up); }};
 }
 
 Operation supply(Arguments words) {
-    const int number = isFirstOf(words[0], "1", "2") ? 1 : 2;
-    const double volts = numberFrom0To(kMostSupply, words[1]);
+    const int number = parseEither(words[0], "1", "2") ? 1 : 2;
+    const double volts = parseNumberUpTo(kMaxSupplyVolts, words[1]);
     return {[number, volts](const FrameRoot& tree) { setSupply(tree, number, volts); }};
 }
 
 Operation battery(Arguments words) {
-    const double volts = numberFrom0To(kMostBattery, words[0]);
+    const double volts = parseNumberUpTo(kMaxBatteryVolts, words[0]);
     return {[volts](const FrameRoot& tree) { setBattery(tree, volts); }};
 }
 
 Operation file(Arguments words) {
-    const bool present = isFirstOf(words[1], "present", "missing");
-    const std::string path = pathOf(words[0]);
+    const bool present = parseEither(words[1], "present", "missing");
+    const std::string path = parsePath(words[0]);
     if (present) {
         return {[path](const FrameRoot& tree) { tree.restore(path); }, {}, path};
     }
@@ -119,21 +119,21 @@ Operation edit(Arguments words) {
     if (words[1].find('=') == std::string::npos || words[1].find('\n') != std::string::npos) {
         refuse(words[1], "one line KEY=VALUE");
     }
-    const std::string path = pathOf(words[0]);
+    const std::string path = parsePath(words[0]);
     return {[path, line = words[1]](const FrameRoot& tree) { editLine(tree, path, line); },
             [path](const FrameRoot& tree) { requireFile(tree, path); }, path};
 }
 
 Operation delay(Arguments words) {
-    const double seconds = numberFrom0To(kLongestPause, words[1]);
-    return {[program = programOf(words[0]), seconds](const FrameRoot& tree) {
+    const double seconds = parseNumberUpTo(kMaxPauseSeconds, words[1]);
+    return {[program = parseProgram(words[0]), seconds](const FrameRoot& tree) {
         setPause(tree, program, seconds);
     }};
 }
 
 Operation exitStatus(Arguments words) {
-    const int status = numberFrom0To(kHighestStatus, words[1]);
-    return {[program = programOf(words[0]), status](const FrameRoot& tree) {
+    const int status = parseNumberUpTo(kMaxExitStatus, words[1]);
+    return {[program = parseProgram(words[0]), status](const FrameRoot& tree) {
         setExitStatus(tree, program, status);
     }};
 }
@@ -151,7 +151,7 @@ constexpr std::array<OperationKind, 7> kKinds{{
      "Status of each call, which has no effect; 0: normal"},
 }};
 
-size_t argumentsOf(const OperationKind& kind) {
+size_t countArguments(const OperationKind& kind) {
     return kind.arguments[1].empty() ? 1 : 2;
 }
 
@@ -183,7 +183,7 @@ Operation parseOperation(const Words& words) {
     if (kind == kKinds.end()) {
         throw UnknownOperation("'" + name + "' is not a change; choose from " + kindNames());
     }
-    if (words.size() != 1 + argumentsOf(*kind)) {
+    if (words.size() != 1 + countArguments(*kind)) {
         throw FrameError(std::string(kind->name)
                              .append(" needs ")
                              .append(kind->arguments[0])

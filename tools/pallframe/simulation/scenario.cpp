@@ -16,7 +16,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kRampStep{250};  // four for each look that the daemon takes
-constexpr int kMostRampSteps = 1000;
+constexpr int kMaxRampSteps = 1000;
 
 // "WHAT... FROM to TO over TIME"
 struct Ramp {
@@ -26,7 +26,7 @@ struct Ramp {
     milliseconds time;
 };
 
-double numberOf(const std::string& word) {
+double parseDecimal(const std::string& word) {
     double number = 0;
     const char* const end = word.data() + word.size();
     const auto [rest, error] = std::from_chars(word.data(), end, number, std::chars_format::fixed);
@@ -47,16 +47,16 @@ Ramp readRamp(const Words& words) {
         throw FrameError(cli::script::invalidDuration(words[size - 1]));
     }
     const Words what(words.begin() + 1, words.end() - kBehindWhat);
-    return {what, numberOf(words[size - 5]), numberOf(words[size - 3]), *time};
+    return {what, parseDecimal(words[size - 5]), parseDecimal(words[size - 3]), *time};
 }
 
-std::string valueText(double value) {
+std::string formatValue(double value) {
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), "%.3f", value);
     return text.data();
 }
 
-ScenarioStep stepOf(milliseconds at, const Words& words, int line) {
+ScenarioStep makeStep(milliseconds at, const Words& words, int line) {
     return {at, commandLine(words), parseOperation(words), line};
 }
 
@@ -83,7 +83,7 @@ class Steps {
   private:
     void takeChange(const cli::script::Line& line) {
         try {
-            add(stepOf(line.at, line.words, line.number));
+            add(makeStep(line.at, line.words, line.number));
         } catch (const UnknownOperation& unknown) {
             throw FrameError(std::string(unknown.what()) + ", ramp, repeat, end");
         }
@@ -91,18 +91,18 @@ class Steps {
 
     void takeRamp(const Ramp& ramp, const cli::script::Line& line) {
         const auto count = static_cast<int>(
-            std::clamp<milliseconds::rep>(ramp.time / kRampStep, 1, kMostRampSteps));
+            std::clamp<milliseconds::rep>(ramp.time / kRampStep, 1, kMaxRampSteps));
         for (int i = 0; i <= count; ++i) {
             Words words = ramp.what;
-            words.push_back(valueText(ramp.from + (ramp.to - ramp.from) * i / count));
-            add(stepOf(line.at + ramp.time * i / count, words, line.number));
+            words.push_back(formatValue(ramp.from + (ramp.to - ramp.from) * i / count));
+            add(makeStep(line.at + ramp.time * i / count, words, line.number));
         }
     }
 
     void add(ScenarioStep step) {
-        if (steps_.size() == kMostSteps) {
+        if (steps_.size() == kMaxSteps) {
             tooMany_ = true;
-            throw FrameError("more than " + std::to_string(kMostSteps) + " changes");
+            throw FrameError("more than " + std::to_string(kMaxSteps) + " changes");
         }
         steps_.push_back(std::move(step));
     }

@@ -19,7 +19,7 @@ struct ScenarioStep {
 };
 
 // How many changes a scenario makes at most, its repetitions and ramps written out.
-inline constexpr size_t kMostSteps = 100'000;
+inline constexpr size_t kMaxSteps = 100'000;
 
 // Reads a scenario (timed_script.h): changes, and ramps of a change whose last word is a number,
 //

@@ -168,7 +168,7 @@ const Program* findProgram(std::string_view name) {
 }
 
 // Where one of its settings is kept, in a directory with a file per program.
-std::string settingOf(const Program& program, std::string_view directory) {
+std::string locateSetting(const Program& program, std::string_view directory) {
     return std::string(directory).append("/").append(baseName(program.path));
 }
 
@@ -181,17 +181,17 @@ Number readNumber(const FrameRoot& tree, const std::string& file) {
 }
 
 void pause(const FrameRoot& tree, const Program& program) {
-    const auto seconds = readNumber<double>(tree, settingOf(program, paths::kPauses));
+    const auto seconds = readNumber<double>(tree, locateSetting(program, paths::kPauses));
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
-void keepSetting(const FrameRoot& tree, std::string_view program, std::string_view directory,
-                 const std::string& value) {
+void storeSetting(const FrameRoot& tree, std::string_view program, std::string_view directory,
+                  const std::string& value) {
     const Program* found = findProgram(program);
     if (found == nullptr) {
         throw FrameError("this frame has no program '" + std::string(program) + "'");
     }
-    tree.replace(settingOf(*found, directory), value);
+    tree.replace(locateSetting(*found, directory), value);
 }
 
 bool isPlain(const std::string& word) {
@@ -199,8 +199,8 @@ bool isPlain(const std::string& word) {
     return !word.empty() && word.find_first_of(kSpecial) == std::string::npos;
 }
 
-// What ends a quoted part, or the line, stands outside of it in a form of its own.
-std::string quoted(const std::string& word) {
+// A quote or a line end leaves the quoted part and has a form of its own.
+std::string quoteWord(const std::string& word) {
     std::string text = "'";
     for (const char sign : word) {
         switch (sign) {
@@ -237,26 +237,27 @@ int runProgram(const FrameRoot& tree, const Words& words) {
     }
     tree.append(paths::kCommands, commandLine(words) + "\n");
     pause(tree, *program);
-    if (const int status = readNumber<int>(tree, settingOf(*program, paths::kExits)); status != 0) {
+    if (const int status = readNumber<int>(tree, locateSetting(*program, paths::kExits));
+        status != 0) {
         return status;
     }
     return program->action(tree, *program, words);
 }
 
 void setPause(const FrameRoot& tree, std::string_view program, double seconds) {
-    keepSetting(tree, program, paths::kPauses, std::to_string(seconds));
+    storeSetting(tree, program, paths::kPauses, std::to_string(seconds));
 }
 
 void setExitStatus(const FrameRoot& tree, std::string_view program, int status) {
-    keepSetting(tree, program, paths::kExits, std::to_string(status));
+    storeSetting(tree, program, paths::kExits, std::to_string(status));
 }
 
 std::vector<ProgramSetting> programSettings(const FrameRoot& tree) {
     std::vector<ProgramSetting> settings;
     for (const Program& program : kPrograms) {
         const ProgramSetting one{std::string(baseName(program.path)),
-                                 readNumber<double>(tree, settingOf(program, paths::kPauses)),
-                                 readNumber<int>(tree, settingOf(program, paths::kExits))};
+                                 readNumber<double>(tree, locateSetting(program, paths::kPauses)),
+                                 readNumber<int>(tree, locateSetting(program, paths::kExits))};
         if (one.seconds != 0 || one.status != 0) {
             settings.push_back(one);
         }
@@ -268,7 +269,7 @@ std::string commandLine(const Words& words) {
     std::string line;
     for (const std::string& word : words) {
         line += line.empty() ? "" : " ";
-        line += isPlain(word) ? word : quoted(word);
+        line += isPlain(word) ? word : quoteWord(word);
     }
     return line;
 }

@@ -48,27 +48,27 @@ class ControlTest : public testing::Test {
     std::thread loop_{[this] { io_.run(); }};
 };
 
-std::string textOf(const std::optional<ControlReply>& reply) {
+std::string formatReply(const std::optional<ControlReply>& reply) {
     return reply ? (reply->ok ? "ok " : "error ") + reply->text : "no bus";
 }
 
 TEST_F(ControlTest, CarriesACommandAndItsReply) {
-    EXPECT_EQ(textOf(sendCommand(port_, "one")), "ok told: one");
+    EXPECT_EQ(formatReply(sendCommand(port_, "one")), "ok told: one");
     const std::string large(1'000'000, 'x');
-    EXPECT_EQ(textOf(sendCommand(port_, large)), "ok told: " + large);
+    EXPECT_EQ(formatReply(sendCommand(port_, large)), "ok told: " + large);
 }
 
 TEST_F(ControlTest, RejectsACommandWithoutEnd) {
-    EXPECT_EQ(textOf(sendCommand(port_, std::string(2'000'000, 'x'))), "no bus");
-    EXPECT_EQ(textOf(sendCommand(port_, "two")), "ok told: two") << "the next one is heard";
+    EXPECT_EQ(formatReply(sendCommand(port_, std::string(2'000'000, 'x'))), "no bus");
+    EXPECT_EQ(formatReply(sendCommand(port_, "two")), "ok told: two") << "the next one is heard";
 }
 
 TEST_F(ControlTest, WaitsForALateReply) {
     handle([this](const ControlRequest&, const ControlSocket::Answer& answer) {
         asio::post(io_, [answer] { answer({false, "later"}); });
     });
-    EXPECT_EQ(textOf(sendCommand(port_, "one")), "error later");
-    EXPECT_EQ(textOf(sendCommand(port_, "two")), "error later");
+    EXPECT_EQ(formatReply(sendCommand(port_, "one")), "error later");
+    EXPECT_EQ(formatReply(sendCommand(port_, "two")), "error later");
 }
 
 TEST_F(ControlTest, PassesAFileOfTheClient) {
@@ -77,10 +77,10 @@ TEST_F(ControlTest, PassesAFileOfTheClient) {
     });
     const TemporaryDirectory directory;
     const std::string text(200'000, 'x');
-    EXPECT_EQ(textOf(sendCommand(port_, text,
-                                 util::UniqueFile(std::fopen(directory.path("a").c_str(), "w")))),
+    EXPECT_EQ(formatReply(sendCommand(
+                  port_, text, util::UniqueFile(std::fopen(directory.path("a").c_str(), "w")))),
               "ok " + text);
-    EXPECT_EQ(textOf(sendCommand(port_, "none")), "error none")
+    EXPECT_EQ(formatReply(sendCommand(port_, "none")), "error none")
         << "no file is left over from before";
     EXPECT_EQ(directory.read("a"), "written");
 }
@@ -89,7 +89,7 @@ TEST_F(ControlTest, PassesNoFileThatCannotBeWritten) {
     handle([](const ControlRequest& told, const ControlSocket::Answer& answer) {
         answer({told.file != nullptr, ""});
     });
-    EXPECT_EQ(textOf(sendCommand(port_, "x", util::UniqueFile(std::fopen("/dev/null", "r")))),
+    EXPECT_EQ(formatReply(sendCommand(port_, "x", util::UniqueFile(std::fopen("/dev/null", "r")))),
               "error ");
 }
 

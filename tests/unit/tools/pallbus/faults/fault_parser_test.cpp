@@ -12,17 +12,17 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-std::vector<std::string> wordsOf(const std::string& text) {
+std::vector<std::string> splitWords(const std::string& text) {
     return cli::script::parse(text, "line").at(0).words;
 }
 
 FaultRule rule(const std::string& text) {
-    return std::get<FaultRule>(parseFault(wordsOf(text)));
+    return std::get<FaultRule>(parseFault(splitWords(text)));
 }
 
-std::string problemOf(const std::string& text) {
+std::string findProblem(const std::string& text) {
     try {
-        parseFault(wordsOf(text));
+        parseFault(splitWords(text));
     } catch (const FaultSyntaxError& problem) {
         return problem.what();
     }
@@ -30,7 +30,7 @@ std::string problemOf(const std::string& text) {
 }
 
 TEST(FaultParser, ClearEndsAllFaults) {
-    EXPECT_EQ(parseFault(wordsOf("clear")), FaultCommand(ClearFaults{}));
+    EXPECT_EQ(parseFault(splitWords("clear")), FaultCommand(ClearFaults{}));
 }
 
 TEST(FaultParser, AKindAloneAppliesToEverything) {
@@ -106,7 +106,7 @@ TEST(FaultParser, WhatIsDoneToWhatTheBusSendsIsOnlyDoneThere) {
     for (const char* kind : {"fragment", "coalesce 2", "truncate"}) {
         EXPECT_EQ(rule(kind).direction, Direction::to);
         EXPECT_EQ(rule(std::string(kind) + " daemon"), rule(std::string(kind) + " to daemon"));
-        EXPECT_THAT(problemOf(std::string(kind) + " from daemon"),
+        EXPECT_THAT(findProblem(std::string(kind) + " from daemon"),
                     HasSubstr("does not take 'from'"));
     }
 }
@@ -148,13 +148,13 @@ TEST(FaultParser, AProblemIsSaidInOneLine) {
         {"drop object 'a\tb'", "the object name contains a control character"},
     };
     for (const auto& [text, problem] : bad) {
-        EXPECT_EQ(problemOf(text), problem) << text;
+        EXPECT_EQ(findProblem(text), problem) << text;
     }
     EXPECT_THROW(parseFault({}), FaultSyntaxError);
 }
 
 std::vector<std::string> behind(const std::string& text) {
-    return nextKeywords(text.empty() ? std::vector<std::string>() : wordsOf(text));
+    return nextKeywords(text.empty() ? std::vector<std::string>() : splitWords(text));
 }
 
 TEST(FaultParser, ThatMayComeNextAreKnown) {

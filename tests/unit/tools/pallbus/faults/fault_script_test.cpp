@@ -15,7 +15,7 @@ FaultCommand order(const std::vector<std::string>& words) {
     return parseFault(words);
 }
 
-std::string problemOf(std::string_view text) {
+std::string findProblem(std::string_view text) {
     try {
         parseFaultScript(text, "bad.txt");
     } catch (const cli::script::Error& error) {
@@ -55,14 +55,14 @@ TEST(FaultScript, IsOneLineWithoutATime) {
 }
 
 TEST(FaultScript, NamesTheLineThatIsBad) {
-    EXPECT_EQ(problemOf("fragment\n\nafter 1s delay\n"),
+    EXPECT_EQ(findProblem("fragment\n\nafter 1s delay\n"),
               "bad.txt:3: incomplete fault; expected: delay TIME[-TIME]");
-    EXPECT_EQ(problemOf("at 1s\n"), "bad.txt:1: 'at' needs a time and something to do");
+    EXPECT_EQ(findProblem("at 1s\n"), "bad.txt:1: 'at' needs a time and something to do");
 }
 
 TEST(FaultScript, NamesAllLinesThatAreBadInTheirOrder) {
     EXPECT_EQ(
-        problemOf("at 1s close 10%\nat 2s fragment\nat 1500ms clear\nfoo\nrepeat 9\nbar\nend"),
+        findProblem("at 1s close 10%\nat 2s fragment\nat 1500ms clear\nfoo\nrepeat 9\nbar\nend"),
         "bad.txt:1: 'close' does not take '10%'\n"
         "bad.txt:3: 'at 1500ms' is earlier than the line before\n"
         "bad.txt:4: " +

@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 namespace {
 
-std::string textOf(const std::string& file) {
+std::string readSource(const std::string& file) {
     std::ifstream stream(PALLWATCH_SOURCE "/" + file);
     return {std::istreambuf_iterator<char>(stream), {}};
 }
@@ -30,7 +30,7 @@ std::string textOf(const std::string& file) {
 // The texts of all constants in a header.
 std::vector<std::string> constantsIn(const std::string& header) {
     static const std::regex constant(R"re(constexpr const char\* k\w+ =\s*"([^"]*)";)re");
-    const std::string text = textOf(header);
+    const std::string text = readSource(header);
     std::vector<std::string> found;
     const std::sregex_iterator matches(text.begin(), text.end(), constant);
     std::transform(matches, std::sregex_iterator(), std::back_inserter(found),
@@ -55,7 +55,7 @@ class Header : public testing::TestWithParam<const char*> {};
 INSTANTIATE_TEST_SUITE_P(OfTheDaemon, Header, testing::Values("src/systemstate/places.h"));
 
 TEST_P(Header, HasNoPlaceThatIsNotLookedAt) {
-    const std::string text = textOf(GetParam());
+    const std::string text = readSource(GetParam());
     const auto constants = constantsIn(GetParam());
     const auto written = static_cast<size_t>(std::count(text.begin(), text.end(), '='));
     EXPECT_EQ(constants.size(), written) << "constants that this test does not see";
@@ -87,7 +87,7 @@ TEST(Checks, LookAtEveryPathThatTheDaemonNames) {
     const std::set<std::string> onlyTold{"/dev/ttyS1", "/dev/ttyS2", "/dev/ttyS3"};  // never opened
     std::set<std::string> looked = onlyTold;
     for (const Check& check : checks()) {
-        looked.insert(pathOf(check));
+        looked.insert(extractPath(check));
     }
     looked.insert("/vantor/etc/configurableSystemDetails");  // .json comes behind it
     // The daemon's own descriptors are not files of the frame.
@@ -98,7 +98,7 @@ TEST(Checks, LookAtEveryPathThatTheDaemonNames) {
 }
 
 TEST(Checks, LookForTheBusWhereTheDaemonConnects) {
-    const std::string text = textOf("src/service/pallwatch_service.cpp");
+    const std::string text = readSource("src/service/pallwatch_service.cpp");
     std::smatch host;
     std::smatch port;
     ASSERT_TRUE(std::regex_search(text, host, std::regex("kBusHost = \"([^\"]*)\";")));
@@ -111,7 +111,7 @@ TEST(Checks, LookForEveryUnitThatTheDaemonSwitches) {
     std::set<std::string> units;
     for (const Check& check : checks()) {
         if (check.kind == Kind::unit) {
-            units.insert(pathOf(check));
+            units.insert(extractPath(check));
         }
     }
     for (const std::string& command : constantsIn("src/systemstate/places.h")) {
@@ -128,7 +128,7 @@ TEST(Checks, EachConcernsSomeProduct) {
         const bool concerns =
             check.concerns(Product("Quorane")) || check.concerns(Product("Tessara-5ru")) ||
             check.concerns(Product("QuoraneBrio")) || check.concerns(Product("KELI"));
-        EXPECT_TRUE(concerns) << pathOf(check);
+        EXPECT_TRUE(concerns) << extractPath(check);
     }
 }
 
@@ -144,7 +144,7 @@ TEST(Checks, LookAtEverythingThatAParameterDependsOn) {
 std::vector<std::string> dependentOn(const std::string& path, const std::string& product) {
     std::vector<std::string> texts;
     for (const Check& check : checks()) {
-        if (pathOf(check) == path && check.concerns(Product(product))) {
+        if (extractPath(check) == path && check.concerns(Product(product))) {
             for (const Published& one : dependentParameters(check)) {
                 texts.push_back(std::string(one.name) + (one.value.empty() ? "" : "=") +
                                 std::string(one.value));
@@ -178,7 +178,7 @@ TEST(Checks, NameTheParametersThatDependOnAPlace) {
 TEST(Checks, PathsComeFromThePlaces) {
     std::set<std::string> paths;
     for (const Check& check : checks()) {
-        paths.insert(pathOf(check));
+        paths.insert(extractPath(check));
     }
     EXPECT_THAT(paths, testing::IsSupersetOf({"/tmp/eeprom", "/vantor/etc/network.conf",
                                               "/etc/init.d/S40network", "/sbin/devmem", "systemctl",

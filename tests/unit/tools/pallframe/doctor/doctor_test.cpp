@@ -37,15 +37,15 @@ bool needsLife(const std::string& path) {
     return path == "127.0.0.1:15000" || path.starts_with("/dev/");
 }
 
-// Where a check's file lies in a furnished frame.
-std::string placeOf(const Check& check) {
-    const std::string path = pathOf(check);
+// Where a check's file lies in a populated frame.
+std::string locate(const Check& check) {
+    const std::string path = extractPath(check);
     const std::string directory =
         check.kind == Kind::unit ? "/etc/systemd/system/" : "/usr/local/sbin/";
     return path.starts_with("/") ? path : directory + path;
 }
 
-std::vector<std::string> namesOf(std::span<const Published> published) {
+std::vector<std::string> listNames(std::span<const Published> published) {
     std::vector<std::string> names;
     for (const Published& one : published) {
         if (!one.name.empty()) {
@@ -75,18 +75,19 @@ TEST_P(DoctorOn, MissesEachThingThatIsNotThere) {
             continue;
         }
         runAs(GetParam());
-        tree.setAside(placeOf(check));
+        tree.setAside(locate(check));
         size_t complaints = 0;
         for (const Finding& finding : diagnosis().findings) {
             complaints += finding.isProblem() ? 1U : 0U;
         }
-        const Finding finding = at(pathOf(check));
-        EXPECT_EQ(finding.state, State::missing) << pathOf(check);
+        const Finding finding = at(extractPath(check));
+        EXPECT_EQ(finding.state, State::missing) << extractPath(check);
         EXPECT_EQ(finding.effect, check.effect);
-        EXPECT_EQ(namesOf(finding.published), namesOf(dependentParameters(check)));
+        EXPECT_EQ(listNames(finding.published), listNames(dependentParameters(check)));
         EXPECT_FALSE(diagnosis().isWell());
         // Without the eeprom it is another product, of which more may be missing.
-        EXPECT_TRUE(complaints == 1 || pathOf(check) == pathOf(productCheck())) << pathOf(check);
+        EXPECT_TRUE(complaints == 1 || extractPath(check) == extractPath(productCheck()))
+            << extractPath(check);
     }
 }
 
@@ -95,9 +96,9 @@ TEST_P(DoctorOn, SaysWhenAFileDoesNotSayWhatItHasTo) {
     for (const Check& check : needed()) {
         if (check.kind == Kind::file && check.decodes != nullptr) {
             runAs(GetParam());
-            tree.replace(placeOf(check), "\n");
-            EXPECT_EQ(at(pathOf(check)).state, State::undecodable) << pathOf(check);
-            for (const Published& one : at(pathOf(check)).published) {
+            tree.replace(locate(check), "\n");
+            EXPECT_EQ(at(extractPath(check)).state, State::undecodable) << extractPath(check);
+            for (const Published& one : at(extractPath(check)).published) {
                 EXPECT_EQ(one.value.empty(), !check.isSure) << one.name;
             }
             ++tried;
@@ -110,8 +111,8 @@ TEST_P(DoctorOn, SaysWhenAProgramMayNotBeRun) {
     for (const Check& check : needed()) {
         if (check.kind == Kind::program) {
             runAs(GetParam());
-            tree.replace(placeOf(check), "", 0644);
-            EXPECT_EQ(at(pathOf(check)).state, State::notExecutable) << pathOf(check);
+            tree.replace(locate(check), "", 0644);
+            EXPECT_EQ(at(extractPath(check)).state, State::notExecutable) << extractPath(check);
         }
     }
 }
@@ -166,7 +167,7 @@ TEST_F(Doctor, ANameThatNoProductHasMakesNoQuorane) {
         const Finding finding = at("/tmp/eeprom");
         EXPECT_THAT(finding.reason, testing::HasSubstr("'" + name + "'"));
         EXPECT_THAT(finding.effect, testing::HasSubstr("active port cannot be switched"));
-        EXPECT_EQ(namesOf(finding.published),
+        EXPECT_EQ(listNames(finding.published),
                   (std::vector<std::string>{"frameName", "activeEthernet"}));
         EXPECT_EQ(finding.published.at(0).value, "") << "not that of a card without a name";
     }
@@ -264,7 +265,7 @@ TEST_F(Doctor, ReadsTheSettingsOrTheirOlderCopy) {
     tree.remove(kSettings);
     EXPECT_EQ(at(kSettings).reason, "its older copy is used");
     EXPECT_EQ(at(kSettings).state, State::missing);
-    const auto names = namesOf(at(kSettings).published);
+    const auto names = listNames(at(kSettings).published);
     EXPECT_THAT(names, testing::IsSupersetOf({"frameName", "systemName", "sshEnabled"}));
     EXPECT_THAT(names, testing::Not(testing::Contains("ipAddress")));
 }

@@ -29,14 +29,14 @@ class Frames : public testing::Test {
 };
 
 TEST_F(Frames, AreALineEachForAPerson) {
-    EXPECT_EQ(tableOf(two),
+    EXPECT_EQ(formatTable(two),
               "FRAME  PRODUCT      STARTED              FILES      COMMAND\n"
               "7      KELI         2001-09-09 01:46:40  in memory  sh -c 'a\\nb'\n"
               "12345  Tessara-5ru  2001-09-09 01:46:41  /tmp/\\xff  true\n");
 }
 
 TEST_F(Frames, AreALineEachForAProgram) {
-    EXPECT_EQ(jsonOf(two),
+    EXPECT_EQ(formatJSON(two),
               R"({"frame":7,"product":"KELI","started":"2001-09-09T01:46:40.000+00:00",)"
               R"("directory":null,"command":"sh -c 'a\nb'"})"
               "\n"
@@ -45,8 +45,8 @@ TEST_F(Frames, AreALineEachForAProgram) {
 }
 
 TEST_F(Frames, AreOnlyAHeadingWhenNoneRuns) {
-    EXPECT_EQ(tableOf({}), "FRAME  PRODUCT  STARTED  FILES  COMMAND\n");
-    EXPECT_EQ(jsonOf({}), "");
+    EXPECT_EQ(formatTable({}), "FRAME  PRODUCT  STARTED  FILES  COMMAND\n");
+    EXPECT_EQ(formatJSON({}), "");
 }
 
 }  // namespace

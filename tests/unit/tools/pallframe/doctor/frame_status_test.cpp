@@ -14,15 +14,15 @@ namespace {
 
 class Status : public TemporaryFrame {
   protected:
-    std::string table() const { return tableOf(statusOf(tree)); }
+    std::string table() const { return formatTable(readStatus(tree)); }
     util::UniqueJSON json() const {
-        const std::string text = jsonOf(statusOf(tree));
+        const std::string text = formatJSON(readStatus(tree));
         return util::parseJSON(text.data(), text.size());
     }
 };
 
 TEST_F(Status, AFreshFrameIsWell) {
-    furnishAs("Quorane");
+    populateAs("Quorane");
     setPause(tree, "S40network", 0);
     EXPECT_EQ(table(),
               "WHAT     NAME  STATE\n"
@@ -35,7 +35,7 @@ TEST_F(Status, AFreshFrameIsWell) {
 }
 
 TEST_F(Status, ShowsEverythingThatHappened) {
-    furnishAs("Tessara");
+    populateAs("Tessara");
     setCable(tree, "eth0", false);
     setSupply(tree, 2, 11.9);
     runProgram(tree, {"/sbin/devmem", "0x8aa00014", "32", "0x01"});
@@ -62,14 +62,14 @@ TEST_F(Status, ShowsEverythingThatHappened) {
 }
 
 TEST_F(Status, IsToldToProgramsAsJSON) {
-    furnishAs("KELI");
+    populateAs("KELI");
     setCable(tree, "eth0", false);
     setSupply(tree, 2, 11.9);
     setPause(tree, "S40network", 0);
     setExitStatus(tree, "pkill", 7);
     runProgram(tree, {"/etc/init.d/S56tcpsvd", "start"});
     tree.setAside(paths::kEeprom);
-    EXPECT_EQ(jsonOf(statusOf(tree)),
+    EXPECT_EQ(formatJSON(readStatus(tree)),
               R"({"product":"KELI","ports":[)"
               R"({"name":"eth0","up":false,"active":false,"failures":1,)"
               R"("address":"00:11:22:33:44:55"},)"
@@ -85,7 +85,7 @@ TEST_F(Status, IsToldToProgramsAsJSON) {
 
 // Whoever calls a program of the frame decides what stands in the list of calls.
 TEST_F(Status, NoTextBreaksTheTableOrTheJSON) {
-    furnishAs("Quorane");
+    populateAs("Quorane");
     const std::string nasty = "\"\\\x1b[2J\x7f\t\xff\xc3\xa9 \xc3";
     runProgram(tree, {"/vantor/bin/briskel", nasty});
     tree.replace(std::string(paths::kServices) + "/a\nb", nasty);
@@ -104,7 +104,7 @@ TEST_F(Status, NoTextBreaksTheTableOrTheJSON) {
 }
 
 TEST_F(Status, AnotherDirectoryIsNoFrame) {
-    EXPECT_THROW(statusOf(tree), FrameError);
+    EXPECT_THROW(readStatus(tree), FrameError);
 }
 
 }  // namespace

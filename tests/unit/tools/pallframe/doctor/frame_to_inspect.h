@@ -4,12 +4,12 @@
 #include "pallframe/simulation/paths.h"
 #include "temporary_frame.h"
 
-// A furnished frame as it is while it runs: with the program behind its programs, and the host's
+// A populated frame as it is while it runs: with the program behind its programs, and the host's
 // shell.
 class FrameToInspect : public TemporaryFrame {
   protected:
     void runAs(const char* product) {
-        furnishAs(product);
+        populateAs(product);
         tree.replace(pallframe::simulation::paths::kProgram,
                      "\x7f"
                      "ELF",

@@ -2,40 +2,40 @@
 
 #include <gmock/gmock.h>
 
-using pallframe::doctor::interpretersOf;
+using pallframe::doctor::findInterpreters;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
 TEST(Interpreters, IsTheProgramOfTheFirstLine) {
-    EXPECT_THAT(interpretersOf("#!/bin/sh\necho\n"), ElementsAre("/bin/sh"));
-    EXPECT_THAT(interpretersOf("#! \t/bin/sh -e\n"), ElementsAre("/bin/sh"));
-    EXPECT_THAT(interpretersOf("#!/bin/sh"), ElementsAre("/bin/sh"));
+    EXPECT_THAT(findInterpreters("#!/bin/sh\necho\n"), ElementsAre("/bin/sh"));
+    EXPECT_THAT(findInterpreters("#! \t/bin/sh -e\n"), ElementsAre("/bin/sh"));
+    EXPECT_THAT(findInterpreters("#!/bin/sh"), ElementsAre("/bin/sh"));
 }
 
 TEST(Interpreters, BehindEnvAreTwo) {
-    EXPECT_THAT(interpretersOf("#!/usr/bin/env python3 \n"),
+    EXPECT_THAT(findInterpreters("#!/usr/bin/env python3 \n"),
                 ElementsAre("/usr/bin/env", "python3"));
-    EXPECT_THAT(interpretersOf("#! /bin/env\n"), ElementsAre("/bin/env"));
+    EXPECT_THAT(findInterpreters("#! /bin/env\n"), ElementsAre("/bin/env"));
 }
 
 TEST(Interpreters, AllBehindEnvIsOneName) {
-    EXPECT_THAT(interpretersOf("#!/usr/bin/env python3 -u\n"),
+    EXPECT_THAT(findInterpreters("#!/usr/bin/env python3 -u\n"),
                 ElementsAre("/usr/bin/env", "python3 -u"))
         << "what the kernel hands on";
 }
 
 TEST(Interpreters, EnvTakesItsWordApartWhenItIsToldTo) {
-    EXPECT_THAT(interpretersOf("#!/usr/bin/env -S python3 -u\n"),
+    EXPECT_THAT(findInterpreters("#!/usr/bin/env -S python3 -u\n"),
                 ElementsAre("/usr/bin/env", "python3"));
-    EXPECT_THAT(interpretersOf("#!/usr/bin/env -S -i LANG=C python3\n"),
+    EXPECT_THAT(findInterpreters("#!/usr/bin/env -S -i LANG=C python3\n"),
                 ElementsAre("/usr/bin/env", "python3"));
-    EXPECT_THAT(interpretersOf("#!/usr/bin/env -S\n"), ElementsAre("/usr/bin/env"));
+    EXPECT_THAT(findInterpreters("#!/usr/bin/env -S\n"), ElementsAre("/usr/bin/env"));
 }
 
 TEST(Interpreters, TheLineEndOfAnotherSystemIsPartOfTheName) {
-    EXPECT_THAT(interpretersOf("#!/bin/sh\r\necho\r\n"), ElementsAre("/bin/sh\r"));
+    EXPECT_THAT(findInterpreters("#!/bin/sh\r\necho\r\n"), ElementsAre("/bin/sh\r"));
 }
 
 TEST(Interpreters, WhatIsNoScriptHasNone) {
@@ -43,7 +43,7 @@ TEST(Interpreters, WhatIsNoScriptHasNone) {
                              "\x7f"
                              "ELF",
                              " #!/bin/sh\n", "#!\n/bin/sh\n", "#! "}) {
-        EXPECT_THAT(interpretersOf(text), IsEmpty()) << text;
+        EXPECT_THAT(findInterpreters(text), IsEmpty()) << text;
     }
 }
 

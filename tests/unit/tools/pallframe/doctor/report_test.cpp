@@ -23,7 +23,7 @@ const Diagnosis kSome{
      {"/dev/log", State::notRunning, "needs a running frame"}}};
 
 TEST(Report, HasALineForEachCheckAndWhatFollowsBelow) {
-    EXPECT_EQ(linesOf(kSome),
+    EXPECT_EQ(formatText(kSome),
               "product         KELI\n"
               "ok              /etc/fine\n"
               "ok              /etc/marker (present)\n"
@@ -38,12 +38,12 @@ TEST(Report, HasALineForEachCheckAndWhatFollowsBelow) {
 }
 
 TEST(Report, SaysThatNothingIsWrong) {
-    EXPECT_EQ(linesOf({"KELI", {{"/etc/fine"}}}),
+    EXPECT_EQ(formatText({"KELI", {{"/etc/fine"}}}),
               "product         KELI\nok              /etc/fine\n1 checks passed.\n");
 }
 
 TEST(Report, IsToldToProgramsAsJSON) {
-    EXPECT_EQ(jsonOf({"KELI", {kSome.findings[2]}}),
+    EXPECT_EQ(formatJSON({"KELI", {kSome.findings[2]}}),
               R"({"product":"KELI","well":false,"checks":[{"path":"/etc/gone","state":"missing",)"
               R"("reason":"No such file or directory",)"
               R"("published":{"version":"read error","frameName":null},"effect":""}]})"
@@ -52,8 +52,8 @@ TEST(Report, IsToldToProgramsAsJSON) {
 
 TEST(Report, NoTextBreaksTheLinesOrTheJSON) {
     const Diagnosis nasty{"a\n\x1b[2J\xff\"", {}};
-    EXPECT_EQ(linesOf(nasty).find('\x1b'), std::string::npos);
-    const std::string json = jsonOf(nasty);
+    EXPECT_EQ(formatText(nasty).find('\x1b'), std::string::npos);
+    const std::string json = formatJSON(nasty);
     const util::UniqueJSON parsed = util::parseJSON(json.data(), json.size());
     ASSERT_NE(parsed, nullptr);
     EXPECT_STREQ(util::jsonText(util::jsonMember(parsed.get(), "product")),

@@ -21,7 +21,7 @@ constexpr const char* kHeading =
     "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid\n";
 
 // A table with a socket at that address; the kernel writes addresses in the machine's own order.
-std::string tableOf(const std::string& local, const std::string& state) {
+std::string formatTable(const std::string& local, const std::string& state) {
     return std::string(kHeading) + "   0: 0100007F:3A97 00000000:0000 0A 00000000:00000000\n" +
            "   1: " + local + " 00000000:0000 " + state + " 00000000:00000000\n";
 }
@@ -39,17 +39,17 @@ TEST_F(OnLittleEndian, AListenerIsOneThatLoopbackReaches) {
     for (const char* local :
          {"0100007F:3A98", "00000000:3A98", "00000000000000000000000000000000:3A98",
           "0000000000000000FFFF00000100007F:3A98"}) {
-        EXPECT_TRUE(hasListener(tableOf(local, "0A"), 15000)) << local;
+        EXPECT_TRUE(hasListener(formatTable(local, "0A"), 15000)) << local;
     }
     for (const char* local : {"0100A8C0:3A98", "0200007F:3A98", "0100007F:3A99",
                               "00000000000000000000000001000000:3A98", "0100007F", ":3A98"}) {
-        EXPECT_FALSE(hasListener(tableOf(local, "0A"), 15000)) << local;
+        EXPECT_FALSE(hasListener(formatTable(local, "0A"), 15000)) << local;
     }
 }
 
 TEST_F(OnLittleEndian, AConnectionToThatPortListensToNothing) {
-    EXPECT_FALSE(hasListener(tableOf("0100007F:3A98", "01"), 15000)) << "established";
-    EXPECT_FALSE(hasListener(tableOf("0100007F:3A98", "06"), 15000)) << "waits for its end";
+    EXPECT_FALSE(hasListener(formatTable("0100007F:3A98", "01"), 15000)) << "established";
+    EXPECT_FALSE(hasListener(formatTable("0100007F:3A98", "06"), 15000)) << "waits for its end";
     EXPECT_FALSE(hasListener("", 15000));
     EXPECT_FALSE(hasListener(kHeading, 15000));
 }

@@ -28,7 +28,7 @@ class RegistryTest : public testing::Test {
     const Registry registry{directory.path("frames")};
 };
 
-std::string problemOf(const std::vector<RunningFrame>& running, std::string_view name) {
+std::string findProblem(const std::vector<RunningFrame>& running, std::string_view name) {
     try {
         chooseFrame(running, name);
     } catch (const FrameError& bad) {
@@ -38,7 +38,7 @@ std::string problemOf(const std::vector<RunningFrame>& running, std::string_view
 }
 
 // This process has the host's root, and so looks like a frame that is still being made.
-TEST_F(RegistryTest, WhatIsNotFurnishedYetIsKeptAndNotShown) {
+TEST_F(RegistryTest, AFrameThatIsStillMadeIsKeptAndNotShown) {
     registry.add(kSelf);
     EXPECT_THAT(registry.running(), IsEmpty());
     EXPECT_TRUE(directory.holds(entry(kSelf.pid)));
@@ -122,11 +122,11 @@ TEST(ChooseFrame, TheOnlyOneNeedsNoName) {
 }
 
 TEST(ChooseFrame, SaysWhichThereAre) {
-    EXPECT_EQ(problemOf({}, "7"),
+    EXPECT_EQ(findProblem({}, "7"),
               "you have no running frame; start one with pallframe run, or ./dev run");
-    EXPECT_EQ(problemOf({{7, ""}, {8, ""}}, ""),
+    EXPECT_EQ(findProblem({{7, ""}, {8, ""}}, ""),
               "several frames are running; choose one: 7 (), 8 ()");
-    EXPECT_EQ(problemOf({{7, ""}}, "77"), "frame '77' is not running; running: 7 ()");
+    EXPECT_EQ(findProblem({{7, ""}}, "77"), "frame '77' is not running; running: 7 ()");
 }
 
 TEST(FrameIn, IsFoundByItsDirectoryHoweverThatIsWritten) {

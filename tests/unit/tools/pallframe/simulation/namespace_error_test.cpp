@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-using pallframe::simulation::refusalText;
+using pallframe::simulation::describeNamespaceError;
 
 namespace {
 
@@ -14,7 +14,7 @@ constexpr const char* kMost = "/proc/sys/user/max_user_namespaces";
 constexpr const char* kAppArmor = "/proc/sys/kernel/apparmor_restrict_unprivileged_userns";
 
 std::string textWith(const std::map<std::string, std::string>& files) {
-    return refusalText(EPERM, [&files](const char* file) {
+    return describeNamespaceError(EPERM, [&files](const char* file) {
         const auto found = files.find(file);
         return found == files.end() ? std::string() : found->second;
     });
@@ -41,7 +41,8 @@ TEST(Refusal, WithoutSuchASwitchOnlyRootIsLeft) {
 
 TEST(Refusal, SaysWhatTheKernelSaid) {
     const auto nothing = [](const char*) { return std::string(); };
-    EXPECT_NE(refusalText(ENOSPC, nothing).find("(No space left on device)"), std::string::npos);
+    EXPECT_NE(describeNamespaceError(ENOSPC, nothing).find("(No space left on device)"),
+              std::string::npos);
 }
 
 }  // namespace

@@ -15,23 +15,23 @@ namespace {
 
 class ChangesTest : public TemporaryFrame {
   protected:
-    ChangesTest() { furnishAs("Quorane"); }
+    ChangesTest() { populateAs("Quorane"); }
 
     void make(const Words& words) const { parseOperation(words)(tree); }
 };
 
 TEST_F(ChangesTest, CablesArePulledAndPluggedIn) {
     make({"cable", "eth0", "down"});
-    EXPECT_EQ(bondOf(tree).active, "eth1");
+    EXPECT_EQ(readBond(tree).active, "eth1");
     make({"cable", "eth0", "up"});
-    EXPECT_TRUE(bondOf(tree).slaves.at(0).up);
+    EXPECT_TRUE(readBond(tree).slaves.at(0).up);
 }
 
 TEST_F(ChangesTest, SuppliesAndBatteryGetTheirVolts) {
     make({"psu", "1", "11.5"});
     make({"psu", "2", "0"});
     make({"battery", "2.7"});
-    EXPECT_EQ(powerOf(tree), (Power{11.5, 0, 2.7, false}));
+    EXPECT_EQ(readPower(tree), (Power{11.5, 0, 2.7, false}));
 }
 
 TEST_F(ChangesTest, AFileIsTakenAwayAndPutBack) {

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 namespace {
 
 // What happens when, in words.
-std::vector<std::string> courseOf(const std::string& text) {
+std::vector<std::string> parseSteps(const std::string& text) {
     std::vector<std::string> course;
     for (const ScenarioStep& step : readScenario(text, "x")) {
         course.push_back(std::to_string(step.at.count()) + " " + step.text);
@@ -22,7 +22,7 @@ std::vector<std::string> courseOf(const std::string& text) {
     return course;
 }
 
-std::string problemOf(const std::string& text) {
+std::string findProblem(const std::string& text) {
     try {
         readScenario(text, "x.scenario");
     } catch (const cli::script::Error& error) {
@@ -34,7 +34,7 @@ std::string problemOf(const std::string& text) {
 class ScenarioTest : public TemporaryFrame {};
 
 TEST_F(ScenarioTest, AStepDoesWhatItsWordsSay) {
-    furnishAs("KELI");
+    populateAs("KELI");
     const auto steps = readScenario("at 2s cable eth0 down\nafter 1s file '/etc/a b' present", "x");
     ASSERT_EQ(steps.size(), 2U);
     EXPECT_EQ(steps[0].at, 2s);
@@ -44,20 +44,20 @@ TEST_F(ScenarioTest, AStepDoesWhatItsWordsSay) {
     for (const ScenarioStep& step : steps) {
         step.change(tree);
     }
-    EXPECT_FALSE(bondOf(tree).slaves.at(0).up);
+    EXPECT_FALSE(readBond(tree).slaves.at(0).up);
     EXPECT_TRUE(tree.exists("/etc/a b"));
 }
 
 TEST_F(ScenarioTest, ARampGoesFromItsFirstValueToItsLast) {
-    EXPECT_THAT(courseOf("at 1s ramp battery 3 to 2 over 1s"),
+    EXPECT_THAT(parseSteps("at 1s ramp battery 3 to 2 over 1s"),
                 ElementsAre("1000 battery 3.000", "1250 battery 2.750", "1500 battery 2.500",
                             "1750 battery 2.250", "2000 battery 2.000"));
-    EXPECT_THAT(courseOf("ramp psu 2 10 to 11 over 0s"),
+    EXPECT_THAT(parseSteps("ramp psu 2 10 to 11 over 0s"),
                 ElementsAre("0 psu 2 10.000", "0 psu 2 11.000"));
 }
 
 TEST_F(ScenarioTest, ARampGoesOnWhileTheLinesBehindItAreDone) {
-    EXPECT_THAT(courseOf("ramp battery 3 to 2 over 500ms\nafter 300ms cable eth0 down"),
+    EXPECT_THAT(parseSteps("ramp battery 3 to 2 over 500ms\nafter 300ms cable eth0 down"),
                 ElementsAre("0 battery 3.000", "250 battery 2.500", "300 cable eth0 down",
                             "500 battery 2.000"));
 }
@@ -70,32 +70,32 @@ TEST_F(ScenarioTest, ALongRampHasABoundedNumberOfSteps) {
 }
 
 TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
-    EXPECT_EQ(problemOf("\nat 2s cable eth5 down"),
+    EXPECT_EQ(findProblem("\nat 2s cable eth5 down"),
               "x.scenario:2: the frame has no interface 'eth5'");
-    EXPECT_EQ(problemOf("at 2x cable eth0 down"),
+    EXPECT_EQ(findProblem("at 2x cable eth0 down"),
               "x.scenario:1: invalid duration '2x'; use 500ms, 2s or 3m, up to 24 hours");
-    EXPECT_EQ(problemOf("ramp battery 3 to 2 over 5"),
+    EXPECT_EQ(findProblem("ramp battery 3 to 2 over 5"),
               "x.scenario:1: invalid duration '5'; use 500ms, 2s or 3m, up to 24 hours");
-    EXPECT_EQ(problemOf("foo 1"),
+    EXPECT_EQ(findProblem("foo 1"),
               "x.scenario:1: 'foo' is not a change; choose from cable, psu, "
               "battery, file, edit, delay, exit-status, ramp, repeat, end");
-    EXPECT_EQ(problemOf("ramp foo 1 to 2 over 5s"),
+    EXPECT_EQ(findProblem("ramp foo 1 to 2 over 5s"),
               "x.scenario:1: 'foo' is not a change; choose from cable, psu, battery, file, edit, "
               "delay, exit-status");
-    EXPECT_EQ(problemOf("ramp battery x to 2 over 5s"), "x.scenario:1: 'x' is no number");
-    EXPECT_EQ(problemOf("ramp battery 9 to 2 over 5s"),
+    EXPECT_EQ(findProblem("ramp battery x to 2 over 5s"), "x.scenario:1: 'x' is no number");
+    EXPECT_EQ(findProblem("ramp battery 9 to 2 over 5s"),
               "x.scenario:1: '9.000' is not a number from 0 to 5");
     for (const char* text : {"ramp", "ramp battery 3 2", "ramp 3 to 2 over 5s",
                              "ramp battery 3 to 2 in 5s", "ramp battery 3 till 2 over 5s"}) {
-        EXPECT_EQ(problemOf(text),
+        EXPECT_EQ(findProblem(text),
                   "x.scenario:1: a ramp is written: ramp battery 3.2 to 2.3 over 30s");
     }
-    EXPECT_EQ(problemOf("ramp cable eth0 0 to 1 over 5s"),
+    EXPECT_EQ(findProblem("ramp cable eth0 0 to 1 over 5s"),
               "x.scenario:1: '0.000' is not up or down");
 }
 
 TEST_F(ScenarioTest, AllProblemsAreTold) {
-    EXPECT_EQ(problemOf("at 2x cable eth5 down\npsu 1 12\nrepeat 3\nramp\nend\npsu 1"),
+    EXPECT_EQ(findProblem("at 2x cable eth5 down\npsu 1 12\nrepeat 3\nramp\nend\npsu 1"),
               "x.scenario:1: invalid duration '2x'; use 500ms, 2s or 3m, up to 24 hours\n"
               "x.scenario:1: the frame has no interface 'eth5'\n"
               "x.scenario:4: a ramp is written: ramp battery 3.2 to 2.3 over 30s\n"
@@ -103,17 +103,17 @@ TEST_F(ScenarioTest, AllProblemsAreTold) {
 }
 
 TEST_F(ScenarioTest, TooManyChangesAreToldOnce) {
-    EXPECT_EQ(problemOf("repeat 101\nramp psu 1 1 to 2 over 14m\nend\npsu 1 2\npsu 2 2"),
+    EXPECT_EQ(findProblem("repeat 101\nramp psu 1 1 to 2 over 14m\nend\npsu 1 2\npsu 2 2"),
               "x.scenario:2: more than 100000 changes");
 }
 
 TEST_F(ScenarioTest, RampsInRepetitionsAreBounded) {
-    EXPECT_EQ(problemOf("repeat 100\nramp psu 1 1 to 2 over 14m\nend"),
+    EXPECT_EQ(findProblem("repeat 100\nramp psu 1 1 to 2 over 14m\nend"),
               "x.scenario:2: more than 100000 changes");
 }
 
 // What is wrong with a scenario on this frame.
-std::string misfitOf(const FrameRoot& tree, const std::string& text) {
+std::string checkAgainst(const FrameRoot& tree, const std::string& text) {
     try {
         checkScenario(tree, readScenario(text, "x"), "x");
     } catch (const cli::script::Error& error) {
@@ -123,10 +123,10 @@ std::string misfitOf(const FrameRoot& tree, const std::string& text) {
 }
 
 TEST_F(ScenarioTest, FilesThatTheFrameDoesNotHaveAreFoundBeforehand) {
-    furnishAs("KELI");
-    EXPECT_EQ(misfitOf(tree,
-                       "after 5s file /nosuch missing\nfile /tmp/eeprom missing\n"
-                       "after 5s edit /tmp A=1\nfile /tmp/eeprim missing"),
+    populateAs("KELI");
+    EXPECT_EQ(checkAgainst(tree,
+                           "after 5s file /nosuch missing\nfile /tmp/eeprom missing\n"
+                           "after 5s edit /tmp A=1\nfile /tmp/eeprim missing"),
               "x:1: the frame has no file '/nosuch'\n"
               "x:3: '/tmp' is not a file\n"
               "x:4: the frame has no file '/tmp/eeprim'");
@@ -134,21 +134,21 @@ TEST_F(ScenarioTest, FilesThatTheFrameDoesNotHaveAreFoundBeforehand) {
 }
 
 TEST_F(ScenarioTest, AFileMayBeTakenAwayThatAnEarlierLineBrings) {
-    furnishAs("KELI");
+    populateAs("KELI");
     tree.setAside("/etc/build.prop");
-    EXPECT_EQ(misfitOf(tree,
-                       "file /new present\nafter 1s file /new missing\nedit /also A=1\n"
-                       "file /also missing\nrepeat 3\nafter 1s file /tmp/eeprom missing\n"
-                       "after 1s file /tmp/eeprom present\nend\n"
-                       "file /etc/build.prop missing"),
+    EXPECT_EQ(checkAgainst(tree,
+                           "file /new present\nafter 1s file /new missing\nedit /also A=1\n"
+                           "file /also missing\nrepeat 3\nafter 1s file /tmp/eeprom missing\n"
+                           "after 1s file /tmp/eeprom present\nend\n"
+                           "file /etc/build.prop missing"),
               "none");
-    EXPECT_EQ(misfitOf(tree, "at 2s file /new missing\nat 3s file /new present"),
+    EXPECT_EQ(checkAgainst(tree, "at 2s file /new missing\nat 3s file /new present"),
               "x:1: the frame has no file '/new'");
 }
 
 TEST_F(ScenarioTest, WhatTheDaemonWritesMayComeLater) {
-    furnishAs("KELI");
-    EXPECT_EQ(misfitOf(tree, "after 1m file /vantor/etc/configurableSystemDetails missing"),
+    populateAs("KELI");
+    EXPECT_EQ(checkAgainst(tree, "after 1m file /vantor/etc/configurableSystemDetails missing"),
               "none");
 }
 

@@ -14,7 +14,7 @@ namespace {
 class Programs : public TemporaryFrame {
   protected:
     Programs() {
-        furnishAs("Quorane");
+        populateAs("Quorane");
         setPause(tree, "S40network", 0);
     }
 
@@ -98,7 +98,7 @@ TEST_F(Programs, ReportsAndRestartsAnswerWithSuccess) {
 }
 
 TEST_F(Programs, SystemctlSwitchesTheUnitsOfABrio) {
-    furnishAs("QuoraneBrio");
+    populateAs("QuoraneBrio");
     for (const ServiceCase& one : kUnitCases) {
         EXPECT_EQ(run(one.words), 0) << commandLine(one.words);
         EXPECT_EQ(service(one.service), one.state) << commandLine(one.words);
@@ -106,13 +106,13 @@ TEST_F(Programs, SystemctlSwitchesTheUnitsOfABrio) {
 }
 
 TEST_F(Programs, AUnitThatIsNotThereIsNotSwitched) {
-    furnishAs("QuoraneBrio");
+    populateAs("QuoraneBrio");
     EXPECT_EQ(run({"systemctl", "start", "nginx"}), 5);
     EXPECT_EQ(run({"systemctl"}), 5);
     tree.setAside("/etc/systemd/system/ssh.service");
     EXPECT_EQ(run({"systemctl", "start", "ssh"}), 5);
     EXPECT_EQ(service("ssh"), "");
-    furnishAs("Quorane");
+    populateAs("Quorane");
     EXPECT_EQ(run({"systemctl", "start", "vsftpd"}), 5) << "no Brio";
 }
 
@@ -144,29 +144,29 @@ TEST_F(Programs, PkillDoesNotTakeTheUncutNameOfAProcess) {
 
 TEST_F(Programs, IfenslaveSwapsTheActivePort) {
     EXPECT_EQ(run({"/sbin/ifenslave", "--change-active", "bond0", "eth1"}), 0);
-    EXPECT_EQ(bondOf(tree).active, "eth1");
+    EXPECT_EQ(readBond(tree).active, "eth1");
     setCable(tree, "eth0", false);
     EXPECT_EQ(run({"/sbin/ifenslave", "--change-active", "bond0", "eth0"}), 1);
-    EXPECT_EQ(bondOf(tree).active, "eth1");
+    EXPECT_EQ(readBond(tree).active, "eth1");
 }
 
 TEST_F(Programs, IfenslaveRefusesOtherWords) {
     EXPECT_EQ(run({"/sbin/ifenslave", "bond0", "eth1"}), 2);
     EXPECT_EQ(run({"/sbin/ifenslave", "--change-active", "bond1", "eth1"}), 2);
-    EXPECT_EQ(bondOf(tree).active, "eth0");
+    EXPECT_EQ(readBond(tree).active, "eth0");
 }
 
 TEST_F(Programs, DevmemSwitchesTheBatteryLoad) {
     EXPECT_EQ(run({"/sbin/devmem", "0x8aa00014", "32", "0x01"}), 0);
-    EXPECT_TRUE(powerOf(tree).loaded);
+    EXPECT_TRUE(readPower(tree).loaded);
     EXPECT_EQ(run({"/sbin/devmem", "0x8aa00014", "32", "0x00"}), 0);
-    EXPECT_FALSE(powerOf(tree).loaded);
+    EXPECT_FALSE(readPower(tree).loaded);
 }
 
 TEST_F(Programs, DevmemLeavesTheLoadAloneAtOtherAddresses) {
     EXPECT_EQ(run({"/sbin/devmem", "0x8aa00018", "32", "0x01"}), 0);
     EXPECT_EQ(run({"/sbin/devmem", "0x8aa00014"}), 1);
-    EXPECT_FALSE(powerOf(tree).loaded);
+    EXPECT_FALSE(readPower(tree).loaded);
 }
 
 TEST_F(Programs, AProgramTakesTheTimeItIsSetTo) {

@@ -9,7 +9,7 @@
 // A tree in a directory of its own, taken away with the test.
 class TemporaryFrame : public testing::Test {
   protected:
-    void furnishAs(const char* product) {
+    void populateAs(const char* product) {
         pallframe::simulation::populate(tree, *pallframe::simulation::findProduct(product));
     }
 

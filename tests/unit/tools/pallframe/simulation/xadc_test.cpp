@@ -14,7 +14,7 @@ constexpr size_t kPSU2 = 131 + 8 * 8;
 constexpr size_t kChannel13 = 131 + 8 * 13;
 constexpr size_t kDedicated = 27;
 
-const BatteryInput& inputOf(const char* product) {
+const BatteryInput& findInput(const char* product) {
     return findProduct(product)->battery;
 }
 
@@ -26,15 +26,15 @@ std::string loadedDump(const char* product, double battery) {
     Power power;
     power.battery = battery;
     power.loaded = true;
-    return renderRegisters(power, inputOf(product));
+    return renderRegisters(power, findInput(product));
 }
 
 TEST(Xadc, ADumpIsLongEnoughToBeRead) {
-    EXPECT_GE(renderRegisters({}, inputOf("Quorane")).size(), 264U);
+    EXPECT_GE(renderRegisters({}, findInput("Quorane")).size(), 264U);
 }
 
 TEST(Xadc, EveryRegisterIsALineOfEightBytes) {
-    const std::string dump = renderRegisters({}, inputOf("Quorane"));
+    const std::string dump = renderRegisters({}, findInput("Quorane"));
     ASSERT_EQ(dump.size() % 8, 0U);
     for (size_t i = 0; i < dump.size(); i += 8) {
         EXPECT_EQ(dump[i + 2], ':');
@@ -48,7 +48,7 @@ TEST(Xadc, HalfScaleIsFourteenAndAHalfVolts) {
     Power power;
     power.psu1 = 14.55;
     power.psu2 = 0;
-    const std::string dump = renderRegisters(power, inputOf("Quorane"));
+    const std::string dump = renderRegisters(power, findInput("Quorane"));
     EXPECT_EQ(readingAt(dump, kPSU1), 2048);
     EXPECT_EQ(readingAt(dump, kPSU2), 0);
 }
@@ -56,12 +56,12 @@ TEST(Xadc, HalfScaleIsFourteenAndAHalfVolts) {
 TEST(Xadc, SuppliesAreExactToTheSecondDigit) {
     Power power;
     power.psu2 = 11.9;
-    const std::string dump = renderRegisters(power, inputOf("Quorane"));
+    const std::string dump = renderRegisters(power, findInput("Quorane"));
     EXPECT_NEAR(readingAt(dump, kPSU2) / 4096 * 29.1, 11.9, 0.004);
 }
 
 TEST(Xadc, SupplyAndTemperatureRegistersArePlausible) {
-    const std::string dump = renderRegisters({}, inputOf("Quorane"));
+    const std::string dump = renderRegisters({}, findInput("Quorane"));
     EXPECT_EQ(readingAt(dump, 11), 1366);
     EXPECT_NEAR(readingAt(dump, 3) * 503.975 / 4096 - 273.15, 40.0, 0.1);
 }
@@ -83,7 +83,7 @@ TEST(Xadc, TheBatteryIsOnOneInputOnly) {
 TEST(Xadc, WithoutLoadTheBatteryReadsHigher) {
     Power power;
     power.battery = 2.5;
-    const std::string dump = renderRegisters(power, inputOf("Tessara"));
+    const std::string dump = renderRegisters(power, findInput("Tessara"));
     EXPECT_NEAR(readingAt(dump, kDedicated) / 4096 * 3.21, 2.5 + kNoLoadGain, 0.001);
 }
 
@@ -91,7 +91,7 @@ TEST(Xadc, NoBatteryReadsZeroWithAndWithoutLoad) {
     Power power;
     power.battery = 0;
     for (const char* product : {"Quorane", "Tessara", "KELI"}) {
-        const std::string idle = renderRegisters(power, inputOf(product));
+        const std::string idle = renderRegisters(power, findInput(product));
         EXPECT_EQ(idle, loadedDump(product, 0)) << product;
         EXPECT_EQ(readingAt(idle, kDedicated) + readingAt(idle, kChannel13), 0) << product;
     }
@@ -101,7 +101,7 @@ TEST(Xadc, VoltsBeyondTheScaleReadAsItsEnd) {
     Power power;
     power.psu1 = 1000;
     power.psu2 = -5;
-    const std::string dump = renderRegisters(power, inputOf("Quorane"));
+    const std::string dump = renderRegisters(power, findInput("Quorane"));
     EXPECT_EQ(readingAt(dump, kPSU1), 4095);
     EXPECT_EQ(readingAt(dump, kPSU2), 0);
 }
