@@ -1,7 +1,7 @@
 #include "soak_lib/environment_faults.h"
 
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "systemstate/network_settings.h"
 #include "systemstate/places.h"
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "systemstate/network_settings.h"
 #include "util/json.h"
 

@@ -11,7 +11,7 @@
 #include <fstream>
 #include <string_view>
 
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 namespace soak {
 

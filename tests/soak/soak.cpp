@@ -14,7 +14,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/stub_programs.h"
 
 namespace soak {

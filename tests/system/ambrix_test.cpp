@@ -4,7 +4,7 @@
 #include "harness/held_program.h"
 #include "on_product.h"
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using namespace harness;
 using testing::ElementsAreArray;

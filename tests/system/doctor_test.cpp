@@ -2,7 +2,7 @@
 
 #include "on_product.h"
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "util/json.h"
 
 using namespace harness;

@@ -14,7 +14,7 @@
 
 #include "harness/process.h"
 #include "harness/syslog_receiver.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using namespace harness;
 namespace paths = pallframe::simulation::paths;

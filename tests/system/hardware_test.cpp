@@ -6,7 +6,7 @@
 
 #include "on_product.h"
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using namespace harness;
 using testing::ElementsAre;

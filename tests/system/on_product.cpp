@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <regex>
 
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using harness::BusMessage;
 using harness::LogLine;

@@ -6,7 +6,7 @@
 #include "harness/process_table.h"
 #include "harness/terminal.h"
 #include "on_pallbus.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using namespace harness;
 using testing::ElementsAre;

@@ -1,7 +1,7 @@
 // pallctl wait, with the real daemon.
 
 #include "on_pallbus.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using harness::Process;
 using harness::Result;

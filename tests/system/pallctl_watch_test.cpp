@@ -6,7 +6,7 @@
 #include "harness/terminal.h"
 #include "on_pallbus.h"
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using namespace harness;
 using testing::HasSubstr;

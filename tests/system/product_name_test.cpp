@@ -1,7 +1,7 @@
 // The product's name is what decides, however the card spells it.
 
 #include "on_product.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using namespace harness;
 using testing::Contains;

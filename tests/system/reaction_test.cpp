@@ -6,7 +6,7 @@
 
 #include "harness/file_version.h"
 #include "on_product.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using namespace harness;
 using testing::ElementsAreArray;

@@ -8,7 +8,7 @@
 #include <set>
 
 #include "on_product.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/scenario.h"
 
 using namespace harness;

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "on_product.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using namespace harness;
 using testing::ElementsAreArray;

@@ -10,7 +10,7 @@
 #include <fstream>
 
 #include "on_product.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 using namespace harness;
 using testing::Contains;

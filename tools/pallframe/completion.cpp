@@ -10,7 +10,7 @@
 #include "cli/time_text.h"
 #include "pallframe/doctor/dependencies.h"
 #include "pallframe/frame_selector.h"
-#include "pallframe/simulation/frame_registry.h"
+#include "pallframe/sandbox/frame_registry.h"
 #include "pallframe/simulation/product.h"
 #include "pallframe/simulation/stub_programs.h"
 
@@ -36,7 +36,7 @@ std::vector<cli::Completion> programs(const cli::CompletionRequest&) {
 
 std::vector<cli::Completion> runningFrames(const cli::CompletionRequest&) {
     std::vector<cli::Completion> found;
-    for (const simulation::RunningFrame& each : simulation::Registry::ofUser().running()) {
+    for (const sandbox::RunningFrame& each : sandbox::Registry::ofUser().running()) {
         found.push_back(
             {std::to_string(each.pid), each.product + ", since " + cli::clockTime(each.started)});
     }

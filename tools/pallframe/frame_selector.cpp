@@ -2,10 +2,10 @@
 
 #include <cstdlib>
 
-#include "pallframe/sandbox/process.h"
+#include "pallframe/sandbox/frame_process.h"
+#include "pallframe/sandbox/frame_registry.h"
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/frame_registry.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/product.h"
 
 namespace pallframe {
@@ -20,17 +20,17 @@ bool isFrame(const FrameRoot& tree) {
 
 // The number of the frame that this program runs in, from its environment.
 std::string ownNumber() {
-    const char* const number = std::getenv(kNumberVariable);
+    const char* const number = std::getenv(sandbox::kNumberVariable);
     return number == nullptr ? "" : number;
 }
 
 // Inside a frame only the frames that were made in it are visible, not those of the host.
-simulation::RunningFrame choose(const std::string& name, bool isInside) {
-    const auto running = simulation::Registry::ofUser().running();
+sandbox::RunningFrame choose(const std::string& name, bool isInside) {
+    const auto running = sandbox::Registry::ofUser().running();
     if (isInside && running.empty()) {
         throw simulation::FrameError("inside a frame, omit --frame");
     }
-    return chooseFrame(running, name);
+    return sandbox::chooseFrame(running, name);
 }
 
 }  // namespace
@@ -51,7 +51,7 @@ FrameRoot FrameSelector::tree() {
     if (isInside && (frame.empty() || frame == ownNumber())) {
         return FrameRoot("/");
     }
-    const simulation::RunningFrame chosen = choose(frame, isInside);
+    const sandbox::RunningFrame chosen = choose(frame, isInside);
     frame = std::to_string(chosen.pid);
     return chosen.tree();
 }

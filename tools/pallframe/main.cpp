@@ -9,7 +9,7 @@
 #include "cli/standard_output.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/completion.h"
-#include "pallframe/sandbox/process.h"
+#include "pallframe/sandbox/frame_process.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/stub_programs.h"
 
@@ -45,14 +45,14 @@ int main(int argc, char** argv) {
         cli::holdStandardDescriptors();
         const std::vector<std::string> words(argv, argv + argc);
         // The stub programs of a frame are links to this program.
-        if (!words.empty() && pallframe::simulation::isProgram(words[0])) {
-            return pallframe::simulation::runProgram(pallframe::simulation::FrameRoot("/"), words);
+        if (!words.empty() && simulation::isProgram(words[0])) {
+            return simulation::runProgram(simulation::FrameRoot("/"), words);
         }
         return runCommand(argc, argv);
-    } catch (const pallframe::simulation::FrameError& error) {
-        return complain(error);
+    } catch (const simulation::FrameError& error) {
+        return sandbox::reportFrameError(error);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallframe: %s\n", error.what());
-        return kNoFrame;
+        return sandbox::kNoFrame;
     }
 }

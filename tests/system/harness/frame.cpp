@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/populate.h"
 #include "pallframe/simulation/stub_programs.h"
 #include "process_table.h"

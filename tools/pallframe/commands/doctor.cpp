@@ -5,7 +5,7 @@
 #include "pallframe/commands/commands.h"
 #include "pallframe/doctor/report.h"
 #include "pallframe/frame_selector.h"
-#include "pallframe/simulation/frame_registry.h"
+#include "pallframe/sandbox/frame_registry.h"
 
 namespace pallframe {
 
@@ -21,7 +21,7 @@ struct Arguments {
 simulation::FrameRoot selectTree(Arguments& arguments) {
     const bool isSimulated = !arguments.selector.frame.empty() ||
                              !arguments.selector.directory.empty() ||
-                             !simulation::Registry::ofUser().running().empty();
+                             !sandbox::Registry::ofUser().running().empty();
     if (!arguments.root.empty() || !isSimulated) {
         return simulation::FrameRoot(arguments.root.empty() ? "/" : arguments.root);
     }

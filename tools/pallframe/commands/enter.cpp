@@ -1,13 +1,12 @@
-#include "pallframe/sandbox/enter.h"
-
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "pallframe/commands/commands.h"
+#include "pallframe/sandbox/enter_frame.h"
+#include "pallframe/sandbox/frame_registry.h"
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/frame_registry.h"
 
 namespace pallframe {
 
@@ -32,10 +31,11 @@ int enter(Arguments arguments, size_t wordsAfterDashes) {
     if (!arguments.frame.empty() && !arguments.directory.empty()) {
         throw simulation::FrameError("give either the number of the frame or --frame-dir");
     }
-    const auto running = simulation::Registry::ofUser().running();
-    return enterFrame(arguments.directory.empty() ? chooseFrame(running, arguments.frame)
-                                                  : frameIn(running, arguments.directory),
-                      arguments.command);
+    const auto running = sandbox::Registry::ofUser().running();
+    return sandbox::enterFrame(arguments.directory.empty()
+                                   ? sandbox::chooseFrame(running, arguments.frame)
+                                   : sandbox::frameIn(running, arguments.directory),
+                               arguments.command);
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include "cli/standard_output.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/doctor/frame_list.h"
-#include "pallframe/simulation/frame_registry.h"
+#include "pallframe/sandbox/frame_registry.h"
 
 namespace pallframe {
 
@@ -12,7 +12,7 @@ void addList(cli::Command program, size_t) {
     cli::Command command = program.addCommand("list", "List running frames");
     command.addFlag("--json", *json, "One JSON object per line instead of a table");
     command.work([json] {
-        const auto running = simulation::Registry::ofUser().running();
+        const auto running = sandbox::Registry::ofUser().running();
         cli::print(*json ? doctor::formatJSON(running) : doctor::formatTable(running));
         return 0;
     });

@@ -7,7 +7,7 @@
 #include "cli/standard_output.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/frame_selector.h"
-#include "pallframe/scenario_player.h"
+#include "pallframe/simulation/scenario_player.h"
 
 namespace pallframe {
 
@@ -25,12 +25,12 @@ void printStep(const simulation::ScenarioStep& step) {
 }
 
 int playFile(Arguments& arguments) {
-    const Scenario scenario = readScenarioFile(arguments.file);
+    const simulation::Scenario scenario = simulation::readScenarioFile(arguments.file);
     // The scenario goes on when the reader of the output has gone.
     std::signal(SIGPIPE, SIG_IGN);
     const simulation::FrameRoot tree = arguments.selector.tree();
-    checkScenario(tree, scenario);
-    play(tree, scenario, arguments.speed, [&](const simulation::ScenarioStep& step) {
+    simulation::checkScenario(tree, scenario);
+    simulation::play(tree, scenario, arguments.speed, [&](const simulation::ScenarioStep& step) {
         arguments.selector.tree();  // throws once the frame has ended, though its files are held
         printStep(step);
     });

@@ -20,11 +20,11 @@ struct Arguments {
     std::string product = "Quorane";
     std::string directory;
     std::string scenario;
-    RunRequest request;
+    sandbox::RunRequest request;
 };
 
 int run(Arguments& arguments) {
-    RunRequest& request = arguments.request;
+    sandbox::RunRequest& request = arguments.request;
     request.product = simulation::findProduct(arguments.product);
     if (!arguments.directory.empty()) {
         request.directory = std::filesystem::absolute(arguments.directory).lexically_normal();
@@ -34,9 +34,9 @@ int run(Arguments& arguments) {
             "--keep needs --frame-dir DIR: a root in memory cannot be kept");
     }
     if (!arguments.scenario.empty()) {
-        request.scenario = readScenarioFile(arguments.scenario);
+        request.scenario = simulation::readScenarioFile(arguments.scenario);
     }
-    return runInFrame(request);
+    return sandbox::runInFrame(request);
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace pallframe::doctor {
 namespace {
 
 using cli::escapeForTerminal;
-using simulation::RunningFrame;
+using sandbox::RunningFrame;
 
 // "2026-11-21 15:04:05"
 std::string formatStart(const RunningFrame& frame) {

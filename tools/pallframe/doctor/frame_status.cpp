@@ -8,7 +8,7 @@
 #include "cli/table.h"
 #include "pallframe/doctor/json_text.h"
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 namespace pallframe::doctor {
 

@@ -18,7 +18,7 @@
 
 #include "pallframe/doctor/interpreters.h"
 #include "pallframe/doctor/running_root.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/stub_programs.h"
 
 namespace pallframe::doctor {

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <sstream>
 
-#include "pallframe/simulation/frame_registry.h"
+#include "pallframe/sandbox/frame_registry.h"
 
 namespace pallframe::doctor {
 
@@ -49,7 +49,7 @@ std::string processIn(const simulation::Descriptor& root) {
     if (isSame(own, "/")) {
         return "/proc/self";
     }
-    for (const simulation::RunningFrame& frame : simulation::Registry::ofUser().running()) {
+    for (const sandbox::RunningFrame& frame : sandbox::Registry::ofUser().running()) {
         std::string process = "/proc/" + std::to_string(frame.pid);
         if (isSame(own, process + "/root")) {
             return process;

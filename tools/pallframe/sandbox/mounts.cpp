@@ -5,7 +5,7 @@
 
 #include <fstream>
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 namespace fs = std::filesystem;
 using simulation::check;
@@ -56,4 +56,4 @@ void showDevice(const fs::path& root, const fs::path& path) {
     HostMount(path).appearAt(target);
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

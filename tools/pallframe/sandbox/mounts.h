@@ -4,7 +4,7 @@
 
 #include "pallframe/simulation/system_call.h"
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 // A part of the host's files as it was when this was made, not yet visible anywhere (open_tree(2)).
 // Later mounts do not change it. All calls throw std::system_error.
@@ -30,4 +30,4 @@ void showDevice(const std::filesystem::path& root, const std::filesystem::path& 
 // Makes a directory with all above it, or an empty file, for something to appear at.
 void makePlace(const std::filesystem::path& target, bool directory);
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

@@ -8,23 +8,37 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstring>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 
-#include "pallframe/simulation/namespace_error.h"
 #include "pallframe/simulation/system_call.h"
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 namespace {
 
 using simulation::check;
 using simulation::Descriptor;
 
+// A switch of the kernel that keeps ordinary users from namespaces when it has this value.
+struct KernelSwitch {
+    const char* file;
+    const char* forbids;
+    const char* allows;
+};
+
+constexpr std::array<KernelSwitch, 3> kSwitches{{
+    {"/proc/sys/kernel/unprivileged_userns_clone", "0", "kernel.unprivileged_userns_clone=1"},
+    {"/proc/sys/user/max_user_namespaces", "0", "user.max_user_namespaces=15000"},
+    {"/proc/sys/kernel/apparmor_restrict_unprivileged_userns", "1",
+     "kernel.apparmor_restrict_unprivileged_userns=0"},
+}};
+
 [[noreturn]] void explain(int error) {
-    throw std::runtime_error(simulation::describeNamespaceError(error, [](const char* file) {
+    throw std::runtime_error(describeNamespaceError(error, [](const char* file) {
         std::string value;
         std::ifstream(file) >> value;
         return value;
@@ -43,6 +57,18 @@ void mapRootTo(uid_t user, gid_t group) {
 }
 
 }  // namespace
+
+std::string describeNamespaceError(int error,
+                                   const std::function<std::string(const char* file)>& readValue) {
+    const std::string why =
+        "no namespaces for this user (" + std::string(std::strerror(error)) + "): run as root";
+    for (const KernelSwitch& one : kSwitches) {
+        if (readValue(one.file) == one.forbids) {
+            return why + ", or allow them with: sudo sysctl -w " + one.allows;
+        }
+    }
+    return why + "; a container must be started with --privileged";
+}
 
 void unshareNamespaces() {
     constexpr int kOwn = CLONE_NEWNET | CLONE_NEWPID;
@@ -77,4 +103,4 @@ void enableLoopback() {
     check(::ioctl(socket.get(), SIOCSIFFLAGS, &request), "loopback");
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

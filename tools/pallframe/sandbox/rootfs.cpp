@@ -11,12 +11,12 @@
 #include <filesystem>
 #include <vector>
 
+#include "pallframe/sandbox/frame_process.h"
 #include "pallframe/sandbox/mounts.h"
-#include "pallframe/sandbox/process.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/populate.h"
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 namespace {
 
@@ -219,4 +219,4 @@ void showManyProcesses() {
     }
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

@@ -4,7 +4,7 @@
 
 #include "pallframe/simulation/product.h"
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 // How the root of a frame is made.
 struct RootPlan {
@@ -25,4 +25,4 @@ void enterRoot(const RootPlan& plan);
 // std::system_error.
 void showManyProcesses();
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

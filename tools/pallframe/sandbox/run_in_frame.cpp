@@ -7,22 +7,21 @@
 #include <filesystem>
 #include <optional>
 
+#include "pallframe/sandbox/frame_process.h"
+#include "pallframe/sandbox/frame_registry.h"
 #include "pallframe/sandbox/namespaces.h"
-#include "pallframe/sandbox/process.h"
 #include "pallframe/sandbox/rootfs.h"
 #include "pallframe/sandbox/supervisor.h"
 #include "pallframe/sandbox/syslog_file.h"
-#include "pallframe/simulation/frame_registry.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/stub_programs.h"
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 namespace {
 
 using simulation::check;
 using simulation::Descriptor;
-using simulation::Registry;
 
 constexpr std::chrono::seconds kTimeout{3};
 
@@ -37,10 +36,10 @@ void removeDirectory(const RunRequest& request) {
 // frame at the latest.
 void startScenario(const RunRequest& request) {
     if (!request.scenario.steps.empty()) {
-        checkScenario(simulation::FrameRoot("/"), request.scenario);
+        simulation::checkScenario(simulation::FrameRoot("/"), request.scenario);
         startProcess([&] {
-            play(simulation::FrameRoot("/"), request.scenario, 1,
-                 [](const simulation::ScenarioStep&) {});
+            simulation::play(simulation::FrameRoot("/"), request.scenario, 1,
+                             [](const simulation::ScenarioStep&) {});
             return 0;
         });
     }
@@ -75,7 +74,7 @@ int runInit(const RunRequest& request, Supervisor& supervisor, const Descriptor&
 }
 
 // Without an entry the frame works, but is not listed.
-void registerFrame(const Registry& registry, const simulation::RunningFrame& frame) {
+void registerFrame(const Registry& registry, const RunningFrame& frame) {
     try {
         registry.add(frame);
     } catch (const std::exception& error) {
@@ -114,4 +113,4 @@ int runInFrame(const RunRequest& request) {
     return status;
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

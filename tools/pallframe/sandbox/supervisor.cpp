@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <array>
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 namespace {
 
@@ -130,4 +130,4 @@ void Supervisor::handOn(int number, pid_t child) {
     }
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

@@ -10,7 +10,7 @@
 
 #include "pallframe/simulation/system_call.h"
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 // Waits for one child and hands on to it the signals that ask a program to end. A chain of these
 // stands between a person's terminal and the command in the frame: what is sent to the first
@@ -59,4 +59,4 @@ class Supervisor {
     std::optional<Clock::time_point> deadline_;
 };
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

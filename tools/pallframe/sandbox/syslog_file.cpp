@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <array>
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 using simulation::check;
 
@@ -37,4 +37,4 @@ void SyslogFile::takeAll() const {
     }
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

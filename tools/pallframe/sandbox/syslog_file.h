@@ -4,7 +4,7 @@
 
 #include "pallframe/simulation/system_call.h"
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 // The small system log of a frame: takes what programs send to /dev/log and writes each message,
 // "<priority>" first, as one line of a file. Lives in process 1 of the frame.
@@ -21,4 +21,4 @@ class SyslogFile {
     simulation::Descriptor file_;
 };
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 namespace {
 
@@ -53,4 +53,4 @@ void TerminalSettings::restore() const {
         ::write(kTerminal, kPlainScreen.data(), kPlainScreen.size());
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

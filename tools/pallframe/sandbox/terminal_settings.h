@@ -4,7 +4,7 @@
 
 #include <optional>
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 // How the terminal behind standard input was set before others got it. Only of one that this
 // process has in its hands: not in the background, and nothing where there is none.
@@ -20,4 +20,4 @@ class TerminalSettings {
     std::optional<termios> before_;
 };
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 namespace pallframe::simulation {
 

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 namespace pallframe::simulation {
 

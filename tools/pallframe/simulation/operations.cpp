@@ -7,7 +7,7 @@
 
 #include "cli/parse_number.h"
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/stub_programs.h"
 
 namespace pallframe::simulation {

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/stub_programs.h"
 
 namespace pallframe::simulation {

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
 namespace pallframe::simulation {
 

@@ -23,7 +23,7 @@ class Frames : public testing::Test {
 
     const std::chrono::system_clock::time_point start =
         std::chrono::system_clock::from_time_t(1000000000);  // of 2001
-    const std::vector<pallframe::simulation::RunningFrame> two{
+    const std::vector<pallframe::sandbox::RunningFrame> two{
         {7, "", "sh -c 'a\nb'", "KELI", start},
         {12345, "/tmp/\xff", "true", "Tessara-5ru", start + std::chrono::seconds(1)}};
 };

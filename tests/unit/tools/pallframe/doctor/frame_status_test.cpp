@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "temporary_frame.h"
 #include "util/json.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "pallframe/doctor/doctor.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "temporary_frame.h"
 
 // A populated frame as it is while it runs: with the program behind its programs, and the host's

@@ -1,7 +1,7 @@
 #include "pallframe/simulation/populate.h"
 
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/stub_programs.h"
 #include "temporary_frame.h"
 

@@ -4,7 +4,7 @@
 #include <chrono>
 
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 #include "temporary_frame.h"
 
 using namespace pallframe::simulation;

@@ -1,4 +1,4 @@
-#include "pallframe/simulation/frame_registry.h"
+#include "pallframe/sandbox/frame_registry.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,11 +13,15 @@
 #include <sstream>
 
 #include "pallframe/simulation/devices.h"
-#include "pallframe/simulation/paths.h"
+#include "pallframe/simulation/frame_paths.h"
 
-namespace pallframe::simulation {
+namespace pallframe::sandbox {
 
 namespace fs = std::filesystem;
+namespace paths = simulation::paths;
+using simulation::check;
+using simulation::FrameError;
+using simulation::FrameRoot;
 
 namespace {
 
@@ -103,8 +107,8 @@ std::string listFrames(const std::vector<RunningFrame>& running) {
 
 FrameRoot RunningFrame::tree() const {
     const std::string root = "/proc/" + std::to_string(pid) + "/root";
-    FrameRoot tree(Descriptor(::open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)));
-    if (findProduct(tree.read(paths::kProduct)) == nullptr) {
+    FrameRoot tree(simulation::Descriptor(::open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)));
+    if (simulation::findProduct(tree.read(paths::kProduct)) == nullptr) {
         throw FrameError("frame " + std::to_string(pid) + " has ended");
     }
     return tree;
@@ -124,7 +128,7 @@ void Registry::add(const RunningFrame& frame) const {
     fs::create_directory(directory_);
     if (!isOwn(directory_)) {
         errno = EPERM;
-        fail(directory_);
+        simulation::fail(directory_);
     }
     check(::chmod(directory_.c_str(), S_IRWXU), directory_);
     const std::string pid = std::to_string(frame.pid);
@@ -150,7 +154,7 @@ std::vector<RunningFrame> Registry::running() const {
         const auto frame = readEntry(entry.path());
         if (!frame) {
             fs::remove(entry.path());
-        } else if (findProduct(frame->product) != nullptr) {
+        } else if (simulation::findProduct(frame->product) != nullptr) {
             running.push_back(*frame);
         }
     }
@@ -190,4 +194,4 @@ RunningFrame frameIn(const std::vector<RunningFrame>& running, const std::string
     return *found;
 }
 
-}  // namespace pallframe::simulation
+}  // namespace pallframe::sandbox

@@ -1,4 +1,4 @@
-#include "pallframe/sandbox/process.h"
+#include "pallframe/sandbox/frame_process.h"
 
 #include <fcntl.h>
 #include <linux/close_range.h>
@@ -17,12 +17,12 @@
 #include "cli/command_line.h"
 #include "pallframe/simulation/stub_programs.h"
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 using simulation::check;
 using simulation::Descriptor;
 
-int complain(const simulation::FrameError& bad) {
+int reportFrameError(const simulation::FrameError& bad) {
     cli::printErrors("pallframe", bad.what());
     return cli::kUsageError;
 }
@@ -36,7 +36,7 @@ pid_t startProcess(const std::function<int()>& work) {
     try {
         status = work();
     } catch (const simulation::FrameError& bad) {
-        status = complain(bad);
+        status = reportFrameError(bad);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "pallframe: %s\n", error.what());
     }
@@ -118,4 +118,4 @@ int becomeCommand(const std::vector<std::string>& command, const Supervisor& sup
     return status;
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

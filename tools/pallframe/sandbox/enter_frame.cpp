@@ -1,4 +1,4 @@
-#include "pallframe/sandbox/enter.h"
+#include "pallframe/sandbox/enter_frame.h"
 
 #include <sched.h>
 #include <signal.h>
@@ -8,20 +8,19 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "pallframe/sandbox/process.h"
+#include "pallframe/sandbox/frame_process.h"
 #include "pallframe/sandbox/rootfs.h"
 #include "pallframe/sandbox/terminal_settings.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/product.h"
 
-namespace pallframe {
+namespace pallframe::sandbox {
 
 namespace {
 
 namespace fs = std::filesystem;
 using simulation::check;
 using simulation::Descriptor;
-using simulation::RunningFrame;
 
 fs::path userNamespace(const std::string& pid) {
     return fs::read_symlink("/proc/" + pid + "/ns/user");
@@ -98,4 +97,4 @@ int enterFrame(const RunningFrame& frame, const std::vector<std::string>& comman
         startSupervised(supervisor, [&] { return joinFrame(frame, command, supervisor, self); }));
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

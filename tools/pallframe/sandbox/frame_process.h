@@ -12,7 +12,7 @@
 #include "pallframe/simulation/system_call.h"
 
 // The processes that a frame is made of, and how each dies with the one before.
-namespace pallframe {
+namespace pallframe::sandbox {
 
 // The frame could not be made or entered; told apart from every status of an ordinary command.
 inline constexpr int kNoFrame = 125;
@@ -22,7 +22,7 @@ inline constexpr const char* kNumberVariable = "PALLFRAME";
 
 // Tells what was asked for in vain on standard error, a line for each problem. Result: the status
 // to end with.
-int complain(const simulation::FrameError& bad);
+int reportFrameError(const simulation::FrameError& bad);
 
 // A child whose whole life is `work`, its result the exit status; a simulation::FrameError is told,
 // and all other errors become a line and kNoFrame. Throws std::system_error when there can be none.
@@ -53,4 +53,4 @@ void searchAsInFrame();
 // error.
 int becomeCommand(const std::vector<std::string>& command, const Supervisor& supervisor);
 
-}  // namespace pallframe
+}  // namespace pallframe::sandbox

@@ -1,4 +1,4 @@
-#include "pallframe/scenario_player.h"
+#include "pallframe/simulation/scenario_player.h"
 
 #include <cerrno>
 #include <chrono>
@@ -11,9 +11,7 @@
 #include "cli/timed_script.h"
 #include "pallframe/simulation/devices.h"
 
-namespace pallframe {
-
-using simulation::FrameError;
+namespace pallframe::simulation {
 
 namespace {
 
@@ -37,18 +35,18 @@ Scenario readScenarioFile(const std::string& file) {
     }
     std::ostringstream text;
     text << stream.rdbuf();
-    return asked([&]() -> Scenario { return {file, simulation::readScenario(text.str(), file)}; });
+    return asked([&]() -> Scenario { return {file, readScenario(text.str(), file)}; });
 }
 
-void checkScenario(const simulation::FrameRoot& tree, const Scenario& scenario) {
+void checkScenario(const FrameRoot& tree, const Scenario& scenario) {
     asked([&] { simulation::checkScenario(tree, scenario.steps, scenario.file); });
 }
 
-void play(const simulation::FrameRoot& tree, const Scenario& scenario, double speed,
-          const std::function<void(const simulation::ScenarioStep&)>& done) {
+void play(const FrameRoot& tree, const Scenario& scenario, double speed,
+          const std::function<void(const ScenarioStep&)>& done) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
-    for (const simulation::ScenarioStep& step : scenario.steps) {
+    for (const ScenarioStep& step : scenario.steps) {
         const std::chrono::duration<double, std::milli> after(static_cast<double>(step.at.count()) /
                                                               speed);
         std::this_thread::sleep_until(start + std::chrono::duration_cast<Clock::duration>(after));
@@ -61,4 +59,4 @@ void play(const simulation::FrameRoot& tree, const Scenario& scenario, double sp
     }
 }
 
-}  // namespace pallframe
+}  // namespace pallframe::simulation

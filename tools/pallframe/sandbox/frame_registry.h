@@ -10,7 +10,7 @@
 
 #include "pallframe/simulation/frame_root.h"
 
-namespace pallframe::simulation {
+namespace pallframe::sandbox {
 
 // A frame that runs on this machine, as its user finds it from outside.
 struct RunningFrame {
@@ -24,7 +24,7 @@ struct RunningFrame {
 
     // The frame's files, also those in memory. What has this number by now and is no frame is a
     // FrameError, so that nothing is ever changed there.
-    FrameRoot tree() const;
+    simulation::FrameRoot tree() const;
 };
 
 // Which frames of one user run: a directory with a file per frame, named after its first process.
@@ -41,8 +41,8 @@ class Registry {
     void add(const RunningFrame& frame) const;
     void remove(pid_t pid) const;  // no error when it is not there
 
-    // Those that run and are furnished, in the order of their numbers. What ended ones left behind
-    // is taken away.
+    // The frames that run and are complete, in the order of their numbers. Removes the entries of
+    // frames that have ended.
     std::vector<RunningFrame> running() const;
 
   private:
@@ -56,4 +56,4 @@ RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_v
 // The one whose files are in that directory. Throws FrameError when none of them runs there.
 RunningFrame frameIn(const std::vector<RunningFrame>& running, const std::string& directory);
 
-}  // namespace pallframe::simulation
+}  // namespace pallframe::sandbox

@@ -1,4 +1,4 @@
-#include "pallframe/simulation/frame_registry.h"
+#include "pallframe/sandbox/frame_registry.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +11,8 @@
 #include "pallframe/simulation/devices.h"
 #include "support/temporary_directory.h"
 
-using namespace pallframe::simulation;
+using namespace pallframe::sandbox;
+using pallframe::simulation::FrameError;
 using testing::IsEmpty;
 
 namespace {
