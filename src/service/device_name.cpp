@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "systemstate/machine.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "util/file_replacement.h"
 #include "util/files.h"
 #include "util/log.h"

@@ -16,7 +16,7 @@
 #include "service/pallwatch_service.h"
 #include "service/service_manager.h"
 #include "systemstate/machine.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "systemstate/system_state.h"
 #include "util/log.h"
 #include "util/memory.h"

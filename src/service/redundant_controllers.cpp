@@ -10,7 +10,7 @@
 #include "model/tosk_value.h"
 #include "service/master_details_json.h"
 #include "systemstate/machine.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "systemstate/system_state.h"
 #include "util/line_limit.h"
 #include "util/log.h"

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "systemstate/machine.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "util/log.h"
 #include "util/trace.h"
 

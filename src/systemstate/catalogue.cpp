@@ -12,7 +12,7 @@
 
 #include "systemstate/param_factory.h"
 #include "systemstate/param_keys.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "systemstate/serial_port.h"
 #include "systemstate/service_control.h"
 #include "systemstate/set_reactions.h"

@@ -14,7 +14,7 @@
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
 #include "systemstate/parameter_store.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "systemstate/service_control.h"
 #include "util/log.h"
 #include "util/time_stamp.h"

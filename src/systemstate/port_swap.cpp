@@ -2,7 +2,7 @@
 
 #include "systemstate/ethernet_interface_status.h"
 #include "systemstate/machine.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "systemstate/product.h"
 #include "util/log.h"
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "systemstate/machine.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "util/trace.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "systemstate/service_control.h"
 
 #include "systemstate/machine.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "util/log.h"
 
 namespace {

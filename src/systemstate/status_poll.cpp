@@ -12,7 +12,7 @@
 #include "systemstate/network_config.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/parameter_store.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "systemstate/product.h"
 #include "systemstate/service_control.h"
 #include "systemstate/xadc_dump.h"

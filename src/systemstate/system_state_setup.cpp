@@ -8,7 +8,7 @@
 #include "systemstate/param_factory.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "systemstate/system_state.h"
 #include "util/log.h"
 #include "util/text.h"

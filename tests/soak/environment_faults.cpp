@@ -3,7 +3,7 @@
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/frame_paths.h"
 #include "systemstate/network_settings.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 
 namespace soak {
 

@@ -6,7 +6,7 @@
 
 #include "poll_fixture.h"
 #include "systemstate/param_keys.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 
 using namespace systemstate;
 

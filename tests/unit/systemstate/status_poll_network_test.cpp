@@ -7,7 +7,7 @@
 
 #include "poll_fixture.h"
 #include "systemstate/param_keys.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "util/json.h"
 
 using namespace systemstate;

@@ -11,7 +11,7 @@
 #include "support/captured_log.h"
 #include "systemstate/network_settings.h"
 #include "systemstate/param_keys.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "systemstate/system_state.h"
 #include "util/json.h"
 #include "xadc_dump_samples.h"

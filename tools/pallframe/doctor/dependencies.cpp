@@ -10,7 +10,7 @@
 #include "systemstate/catalogue.h"
 #include "systemstate/frame_detection.h"
 #include "systemstate/network_settings.h"
-#include "systemstate/places.h"
+#include "systemstate/paths.h"
 #include "systemstate/product.h"
 #include "systemstate/xadc_dump.h"
 #include "util/json.h"

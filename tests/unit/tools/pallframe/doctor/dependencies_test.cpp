@@ -52,7 +52,7 @@ std::set<std::string> lookedFor() {
 
 class Header : public testing::TestWithParam<const char*> {};
 
-INSTANTIATE_TEST_SUITE_P(OfTheDaemon, Header, testing::Values("src/systemstate/places.h"));
+INSTANTIATE_TEST_SUITE_P(OfTheDaemon, Header, testing::Values("src/systemstate/paths.h"));
 
 TEST_P(Header, HasNoPlaceThatIsNotLookedAt) {
     const std::string text = readSource(GetParam());
@@ -114,7 +114,7 @@ TEST(Checks, LookForEveryUnitThatTheDaemonSwitches) {
             units.insert(extractPath(check));
         }
     }
-    for (const std::string& command : constantsIn("src/systemstate/places.h")) {
+    for (const std::string& command : constantsIn("src/systemstate/paths.h")) {
         std::smatch match;
         if (std::regex_search(command, match, unit)) {
             EXPECT_THAT(units, Contains(match.str(1) + ".service"));

@@ -55,7 +55,7 @@ inline constexpr const char* kXadcFile = "/sys/devices/amba.1/f8007100.xadc/regi
 inline constexpr const char* kBatteryLoadOn = "/sbin/devmem 0x8aa00014 32 0x01";
 inline constexpr const char* kBatteryLoadOff = "/sbin/devmem 0x8aa00014 32 0x00";
 
-// The files and scripts that the service itself uses.
+// What the service itself uses. The state file without its ".json".
 inline constexpr const char* kStateContainer = "/vantor/etc/configurableSystemDetails";
 
 // One line, the first port's address as six colon-separated hexadecimal octets (kernel document
