@@ -1,5 +1,10 @@
 #include "systemstate/ethernet_interface_status.h"
 
+#include "systemstate/machine.h"
+#include "systemstate/paths.h"
+#include "systemstate/product.h"
+#include "util/log.h"
+
 EthernetPorts makeEthernetPorts() {
     EthernetPorts ports;
     for (std::size_t i = 0; i < ports.size(); ++i) {
@@ -22,4 +27,19 @@ int32_t activePortIndex(const EthernetPorts& ports) {
 
 std::string portStatusKey(std::size_t position) {
     return "system.ethPort" + std::to_string(position + 1) + "Status";
+}
+
+bool swapActivePort(Machine& machine, const Product& product, const EthernetInterfaceStatus& port) {
+    if (product.isQuorane()) {
+        machine.firstLine((kChangeActiveSlave + port.interfaceName).c_str());
+        return true;
+    }
+    if (product.name().empty()) {
+        util::logMessage(LOG_ERR,
+                         "Active ethernet port swapover not supported - product not specified.\n");
+    } else {
+        util::logMessage(LOG_ERR, "Active ethernet port swapover not supported on %.32s\n",
+                         product.name().c_str());
+    }
+    return false;
 }

@@ -7,6 +7,9 @@
 
 #include "util/relaxed.h"
 
+class Machine;
+class Product;
+
 // The state of a port: the codes that clients of the port status parameters know.
 enum class PortStatus : int32_t { linkDown = 0, active = 1, linkUp = 2, other = 3 };
 
@@ -44,3 +47,8 @@ int32_t activePortIndex(const EthernetPorts& ports);
 
 // The key of the port's status parameter: "system.ethPort1Status" for position 0.
 std::string portStatusKey(std::size_t position);
+
+// Asks the bonding driver to send through `port` from now on. False, and a log line at error
+// priority, on products whose bond is not swapped this way. The driver's status file alone shows
+// whether the swap took place. Main thread; waits for the command.
+bool swapActivePort(Machine& machine, const Product& product, const EthernetInterfaceStatus& port);

@@ -7,13 +7,13 @@
 #include <utility>
 
 #include "systemstate/catalogue.h"
+#include "systemstate/ethernet_interface_status.h"
 #include "systemstate/machine.h"
 #include "systemstate/network_config.h"
 #include "systemstate/param_keys.h"
 #include "systemstate/param_values.h"
 #include "systemstate/parameter_store.h"
 #include "systemstate/paths.h"
-#include "systemstate/port_swap.h"
 #include "systemstate/service_control.h"
 #include "util/log.h"
 #include "util/trace.h"

@@ -1,8 +1,16 @@
 #include "systemstate/ethernet_interface_status.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include "recording_machine.h"
+#include "support/captured_log.h"
+#include "systemstate/product.h"
 
 namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Line = CapturedLog::Line;
 
 TEST(EthernetPorts, AreTwoAndDown) {
     const EthernetPorts ports = makeEthernetPorts();
@@ -46,6 +54,65 @@ TEST(PortStatus, NumbersAreThoseThatClientsKnow) {
     EXPECT_EQ(static_cast<int>(PortStatus::active), 1);
     EXPECT_EQ(static_cast<int>(PortStatus::linkUp), 2);
     EXPECT_EQ(static_cast<int>(PortStatus::other), 3);
+}
+
+class PortSwap : public testing::Test {
+  protected:
+    bool swap(const char* product, std::size_t position) {
+        return swapActivePort(machine, Product(product), makeEthernetPorts()[position]);
+    }
+
+    RecordingMachine machine{""};
+    CapturedLog log;
+};
+
+TEST_F(PortSwap, QuoraneTellsTheBondWhichPortToUse) {
+    EXPECT_TRUE(swap("Quorane", 0));
+    EXPECT_TRUE(swap("Quorane", 1));
+    EXPECT_THAT(machine.take(), ElementsAre("/sbin/ifenslave --change-active bond0 eth0",
+                                            "/sbin/ifenslave --change-active bond0 eth1"));
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST_F(PortSwap, ResultOfTheCommandIsNotLookedAt) {
+    machine.setFirstLine("/sbin/ifenslave --change-active bond0 eth1", std::nullopt);
+    EXPECT_TRUE(swap("Quorane", 1));
+}
+
+TEST_F(PortSwap, OtherProductsAreRefused) {
+    EXPECT_FALSE(swap("Tessara", 1));
+    EXPECT_FALSE(swap("QuoraneBrio", 1));
+    EXPECT_FALSE(swap("KELI", 1));
+    EXPECT_THAT(machine.take(), IsEmpty());
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre(Line{LOG_ERR, "Active ethernet port swapover not supported on Tessara\n"},
+                    Line{LOG_ERR, "Active ethernet port swapover not supported on QuoraneBrio\n"},
+                    Line{LOG_ERR, "Active ethernet port swapover not supported on KELI\n"}));
+}
+
+TEST_F(PortSwap, NameCountsInItsCase) {
+    EXPECT_FALSE(swap("quorane", 1));
+    EXPECT_THAT(machine.take(), IsEmpty());
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre(Line{LOG_ERR, "Active ethernet port swapover not supported on quorane\n"}));
+}
+
+TEST_F(PortSwap, NameIsLoggedWithAtMost32Characters) {
+    EXPECT_FALSE(swap("0123456789abcdef0123456789ABCDEF!", 1));
+    EXPECT_THAT(log.take(), ElementsAre(Line{LOG_ERR,
+                                             "Active ethernet port swapover not supported on "
+                                             "0123456789abcdef0123456789ABCDEF\n"}));
+}
+
+TEST_F(PortSwap, WithoutAProductItIsRefusedToo) {
+    EXPECT_FALSE(swap("", 1));
+    EXPECT_THAT(machine.take(), IsEmpty());
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre(Line{
+            LOG_ERR, "Active ethernet port swapover not supported - product not specified.\n"}));
 }
 
 }  // namespace
