@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "systemstate/lines.h"
 #include "util/numbers.h"
+#include "util/text.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ std::vector<Block> decodeBlockFile(std::string_view text) {
         }
     };
     while (!text.empty() && blocks.size() < kMostBlocks) {
-        const std::string_view line = takeLine(text);
+        const std::string_view line = util::takeLine(text);
         if (line.empty()) {
             endBlock();
         } else {

@@ -1,6 +1,6 @@
 #include "systemstate/build_properties.h"
 
-#include "systemstate/lines.h"
+#include "util/text.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ std::string_view withoutQuotes(std::string_view value) {
 BuildProperties decodeBuildProperties(std::string_view text) {
     BuildProperties properties;
     while (!text.empty()) {
-        const std::string_view line = takeLine(text);
+        const std::string_view line = util::takeLine(text);
         const std::size_t equals = line.find('=');
         if (equals != std::string_view::npos) {
             properties.insert_or_assign(std::string(line.substr(0, equals)),

@@ -1,6 +1,6 @@
 #include "systemstate/network_settings.h"
 
-#include "systemstate/lines.h"
+#include "util/text.h"
 
 namespace {
 
@@ -85,7 +85,7 @@ std::string dottedText(uint32_t address) {
 NetworkConf decodeNetworkConf(std::string_view text) {
     NetworkConf conf;
     while (!text.empty()) {
-        readLine(conf, takeLine(text));
+        readLine(conf, util::takeLine(text));
     }
     return conf;
 }

@@ -42,6 +42,13 @@ std::string& trimLeft(std::string& text) {
     return text.erase(0, text.find_first_not_of(kWhiteSpace));
 }
 
+std::string_view takeLine(std::string_view& text) {
+    const std::size_t end = text.find('\n');
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    return line;
+}
+
 std::string shownPayload(std::string_view payload, LineFeeds lineFeeds) {
     const std::string_view begin = payload.substr(0, kLongestShown);
     std::string shown;

@@ -14,6 +14,10 @@ std::string stripQuotes(std::string text);
 // Erases leading white space in place and gives the same text.
 std::string& trimLeft(std::string& text);
 
+// Cuts the first line off the front of `text` and gives it without its line feed, which the last
+// line need not have.
+std::string_view takeLine(std::string_view& text);
+
 enum class LineFeeds { escaped, kept };
 
 // A text from the bus as a log or a terminal may have it: control characters as "\x1b" (those of

@@ -34,6 +34,21 @@ TEST(StripQuotes, LeavesWhatIsNoSingleQuoteAtAnEnd) {
     EXPECT_EQ(stripQuotes(" 'abc' "), " 'abc' ");
 }
 
+TEST(TakeLine, CutsOneLineAfterTheOther) {
+    std::string_view text = "one\n\nlast";
+    EXPECT_EQ(takeLine(text), "one");
+    EXPECT_EQ(takeLine(text), "");
+    EXPECT_EQ(text, "last");
+    EXPECT_EQ(takeLine(text), "last");
+    EXPECT_TRUE(text.empty());
+}
+
+TEST(TakeLine, LeavesNothingBehindTheLastLineFeed) {
+    std::string_view text = "one\n";
+    EXPECT_EQ(takeLine(text), "one");
+    EXPECT_TRUE(text.empty());
+}
+
 TEST(TrimLeft, ErasesEveryKindOfLeadingWhiteSpace) {
     std::string text = " \t\n\v\f\rabc \t";
     EXPECT_EQ(trimLeft(text), "abc \t");
