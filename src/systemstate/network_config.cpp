@@ -10,9 +10,9 @@
 #include <string>
 #include <utility>
 
+#include "model/param_values.h"
 #include "systemstate/machine.h"
 #include "systemstate/param_keys.h"
-#include "systemstate/param_values.h"
 #include "systemstate/parameter_store.h"
 #include "systemstate/paths.h"
 #include "systemstate/service_control.h"
@@ -48,7 +48,7 @@ constexpr FailureText kFailureTexts[] = {
 
 // Empty when the parameter is missing or holds no address.
 std::string formatSetting(const ParameterStore& parameters, const char* key) {
-    const std::optional<int64_t> held = integerOf(parameters.find(key));
+    const std::optional<int64_t> held = model::readInteger(parameters.find(key));
     if (!held) {
         return {};
     }
@@ -108,7 +108,7 @@ std::optional<NetworkSettings> shownSettings(const ParameterStore& parameters) {
     for (const auto& [key, setting] :
          {std::pair(kIpAddressKey, &settings.ip), std::pair(kNetmaskKey, &settings.netmask),
           std::pair(kGatewayKey, &settings.gateway)}) {
-        const int64_t held = integerOf(parameters.find(key)).value_or(0);
+        const int64_t held = model::readInteger(parameters.find(key)).value_or(0);
         *setting = static_cast<uint32_t>(held);
         if (*setting != held) {
             return std::nullopt;
@@ -249,7 +249,7 @@ void NetworkConfig::noteWritten(const NetworkSettings& written) {
 
 std::optional<NetworkSettings> NetworkConfig::findValidSettings() const {
     const auto held = [this](const char* key) {
-        return static_cast<uint32_t>(integerOf(parameters_.find(key)).value_or(0));
+        return static_cast<uint32_t>(model::readInteger(parameters_.find(key)).value_or(0));
     };
     const NetworkSettings settings{held(kIpAddressKey), held(kNetmaskKey), held(kGatewayKey)};
     if (areValid(settings)) {

@@ -6,12 +6,12 @@
 #include <string>
 #include <utility>
 
+#include "model/param_values.h"
 #include "systemstate/catalogue.h"
 #include "systemstate/ethernet_interface_status.h"
 #include "systemstate/machine.h"
 #include "systemstate/network_config.h"
 #include "systemstate/param_keys.h"
-#include "systemstate/param_values.h"
 #include "systemstate/parameter_store.h"
 #include "systemstate/paths.h"
 #include "systemstate/service_control.h"
@@ -24,7 +24,7 @@ namespace {
 
 // True when a command parameter asks for its command.
 bool isRequested(const char* key, const ToskParam& param) {
-    const int64_t value = integerOf(&param).value_or(0);
+    const int64_t value = model::readInteger(&param).value_or(0);
     util::trace("%s changed, value:%lld\n", key, static_cast<long long>(value));
     return value != 0;
 }
@@ -37,21 +37,21 @@ void SetReactions::carryOut(const Reaction& reaction, ToskParam& param) {
     if (reaction.carryOut != nullptr) {
         (this->*reaction.carryOut)(param);
     }
-    const std::optional<bool> running = isNonZero(param);
+    const std::optional<bool> running = model::isNonZero(param);
     if (reaction.setRunning != nullptr && running) {
         (parts_.services.*reaction.setRunning)(*running);
     }
 }
 
 void SetReactions::changeActivePort(ToskParam& param) {
-    const std::optional<int64_t> position = integerOf(&param);
+    const std::optional<int64_t> position = model::readInteger(&param);
     if (!position) {
         return;
     }
     if (static_cast<uint64_t>(*position) >= parts_.ports.size()) {
         util::logMessage(LOG_INFO, "Set Active Ethernet invalid interface index: %lld\n",
                          static_cast<long long>(*position));
-        setInPlace(param, activePortIndex(parts_.ports));
+        model::storeSilently(param, activePortIndex(parts_.ports));
         parts_.announce(param);
         return;
     }
@@ -72,7 +72,7 @@ void SetReactions::restartNetwork(ToskParam& param) {
     if (parts_.machine.run(kRestartNetworking) != 0) {
         util::logMessage(LOG_ERR, "Error restarting networking - %m");
     }
-    setInPlace(param, 0);
+    model::storeSilently(param, 0);
 }
 
 void SetReactions::generateReport(ToskParam& param) {

@@ -3,11 +3,11 @@
 #include <optional>
 #include <utility>
 
+#include "model/param_values.h"
 #include "systemstate/build_properties.h"
 #include "systemstate/catalogue.h"
 #include "systemstate/param_factory.h"
 #include "systemstate/param_keys.h"
-#include "systemstate/param_values.h"
 #include "systemstate/paths.h"
 #include "systemstate/system_state.h"
 #include "util/log.h"
@@ -20,7 +20,7 @@ namespace {
 
 // Makes the service what its held parameter says. True when that parameter is to stay.
 bool restoreService(ServiceControl& services, const Reaction& reaction, const ToskParam& held) {
-    if (const std::optional<int64_t> number = integerOf(&held)) {
+    if (const std::optional<int64_t> number = model::readInteger(&held)) {
         (services.*reaction.setRunning)(*number != 0);
         return true;
     }
@@ -35,7 +35,7 @@ void buildService(SystemState& state, const CatalogueRow& row, const CatalogueSo
     }
     std::unique_ptr<ToskParam> made = makeParam(row, sources);
     if (held == nullptr) {
-        (state.services().*row.reaction->setRunning)(*integerOf(made.get()) != 0);
+        (state.services().*row.reaction->setRunning)(*model::readInteger(made.get()) != 0);
     }
     state.device()->addParam(std::move(made));
 }

@@ -1,6 +1,6 @@
 #include "pallframe/doctor/saved_switches.h"
 
-#include "systemstate/param_values.h"
+#include "model/param_values.h"
 #include "util/json.h"
 
 namespace pallframe::doctor {
@@ -36,7 +36,7 @@ std::optional<std::string_view> SavedSwitches::findState(std::string_view name) 
     if (param == nullptr) {
         return std::nullopt;
     }
-    const std::optional<int64_t> number = integerOf(param);
+    const std::optional<int64_t> number = model::readInteger(param);
     return number == 0 ? "0" : number == 1 ? "1" : "";
 }
 
