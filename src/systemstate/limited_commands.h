@@ -2,14 +2,46 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
-class CommandOutput;
+// The beginning of what a command writes: a pipe, and the line that comes through it. Owned by
+// the function that runs the command; other commands do not inherit its ends.
+class CommandOutput {
+  public:
+    CommandOutput();  // both ends are -1, with errno set, when there is no pipe to be had
+    ~CommandOutput();
+    CommandOutput(const CommandOutput&) = delete;
+    CommandOutput& operator=(const CommandOutput&) = delete;
+
+    // For the command; closed here once the command has it.
+    int writeEnd() const { return writeEnd_; }
+    void closeWriteEnd();
+
+    // To wait at; -1 when nothing more is to be read.
+    int readEnd() const { return readEnd_; }
+
+    // Takes what is there, without waiting. Reading ends, and the pipe is closed, at the end of the
+    // output, with its 127th byte, and with a failure, whose result is printed on standard output.
+    void read();
+
+    // What was read up to the first line end or zero byte.
+    std::string firstLine() const;
+
+  private:
+    static constexpr std::size_t kMaxLineBytes = 127;
+
+    int readEnd_ = -1;
+    int writeEnd_ = -1;
+    std::array<char, kMaxLineBytes> bytes_{};
+    std::size_t filled_ = 0;
+};
 
 // Runs shell commands that nobody may wait for without an end. Each is in a process group of its
 // own; one that has not ended when its time is over is killed with its group, and a line at error
