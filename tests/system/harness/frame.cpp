@@ -10,7 +10,7 @@
 namespace harness {
 
 Frame::Frame(std::string_view product) {
-    pallframe::simulation::productOf(tree_);
+    pallframe::simulation::readProduct(tree_);
     const pallframe::simulation::Product* chosen = pallframe::simulation::findProduct(product);
     if (chosen == nullptr) {
         throw pallframe::simulation::FrameError("no product " + std::string(product));
