@@ -195,7 +195,7 @@ util::UniqueJSON TarnInternalMessage::takeData() {
 util::UniqueJSON TarnInternalMessage::parseDataText() const {
     const std::string_view text = dataText_;
     util::UniqueJSON data;
-    if (!util::hasMoreItems(text, util::kMostItems)) {
+    if (!util::hasMoreItems(text, util::kMaxItems)) {
         data = util::parseJSON(text.data(), text.size());
     }
     if (!data || !hasUsableId(data.get())) {

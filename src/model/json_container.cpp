@@ -49,7 +49,7 @@ util::UniqueJSON parseFile(const util::FileContents& contents, const std::string
     if (contents.bytes.size() < contents.statedSize) {
         abortLoading(path, "Reading", 0);
     }
-    if (util::hasMoreItems(contents.bytes, util::kMostItems)) {
+    if (util::hasMoreItems(contents.bytes, util::kMaxItems)) {
         return nullptr;
     }
     const unsigned long failures = util::failedJSONAllocations();

@@ -132,7 +132,7 @@ void PallwatchService::handleConnectionState(lumo::ConnectionState state) {
 }
 
 void PallwatchService::pollOnce() {
-    util::tellHeldBackLines();
+    util::reportHeldBackLines();
     util::flushLog();
     reportProgress();
     const auto batch = client_->gather();

@@ -31,7 +31,7 @@ UniqueFile openedFile(const std::string& path, const char* mode) {
     return file;
 }
 
-// Not waiting for whoever may be at the other end, and never becoming a terminal's process.
+// Without waiting for the other end of a pipe, and without taking a controlling terminal.
 constexpr int kReadFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 FileContents stoppedBy(Reading outcome, int errorNumber) {
@@ -70,7 +70,7 @@ void readBytes(int descriptor, size_t limit, FileContents& contents) {
     }
 }
 
-FileContents contentsOf(int descriptor, size_t limit) {
+FileContents readDescriptor(int descriptor, size_t limit) {
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {
         return stoppedBy(Reading::notOpened, errno);
@@ -84,12 +84,12 @@ FileContents contentsOf(int descriptor, size_t limit) {
     return contents;
 }
 
-// What is taken for missing is replaced, so one call that says so is not enough.
+// A file that counts as missing is replaced, so one failed call is not enough.
 bool isMissing(const std::string& path, int errorOfOpen) {
     return errorOfOpen == ENOENT && !fileExists(path) && errno == ENOENT;
 }
 
-// For callers who tell failures by exceptions; what they get may have been cut short by one.
+// For callers that report failures by exceptions. An error may have cut the contents short.
 FileContents openedContents(const std::string& path) {
     FileContents contents = readContents(path);
     if (contents.outcome == Reading::missing || contents.outcome == Reading::notOpened) {
@@ -131,7 +131,7 @@ FileContents readContents(const std::string& path, size_t limit) try {
         return stoppedBy(isMissing(path, errorNumber) ? Reading::missing : Reading::notOpened,
                          errorNumber);
     }
-    return contentsOf(descriptor.get(), limit);
+    return readDescriptor(descriptor.get(), limit);
 } catch (const std::bad_alloc&) {
     return stoppedBy(Reading::noMemory, ENOMEM);
 }

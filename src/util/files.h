@@ -9,7 +9,7 @@
 
 namespace util {
 
-// Whole files in and out; of what is read, the first mebibyte unless a function says otherwise.
+// Reads and writes whole files; reads the first mebibyte unless a function says otherwise.
 // Failures are exceptions here, std::runtime_error with the text "error while opening file: ",
 // "error while reading file: " or "error while writing file: " and the path, unless a function says
 // otherwise. Any thread may call these.
@@ -41,7 +41,7 @@ class UniqueDescriptor {
     int descriptor_;
 };
 
-// What became of reading a file.
+// The outcome of reading a file.
 enum class Reading {
     complete,
     tooLong,     // as many of its first bytes as were asked for
@@ -60,11 +60,10 @@ struct FileContents {
 };
 
 // The most that is read of a file whose reader names no other limit; no file of a frame comes near.
-inline constexpr size_t kMostFileBytes = size_t{1} << 20;
+inline constexpr size_t kMaxFileBytes = size_t{1} << 20;
 
-// Reads a file's first `limit` bytes. Waits for nobody, whatever stands in the file's place. Throws
-// nothing.
-FileContents readContents(const std::string& path, size_t limit = kMostFileBytes);
+// Reads a file's first `limit` bytes. Never waits, whatever the path leads to. Throws nothing.
+FileContents readContents(const std::string& path, size_t limit = kMaxFileBytes);
 
 // True when stat works on the path, whatever is there.
 bool fileExists(const std::string& path);

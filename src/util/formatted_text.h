@@ -8,9 +8,9 @@
 
 namespace util {
 
-// A text put together as vprintf does it, without an exception: what is usual stands in the object,
-// only a longer one asks for memory. `%m` is the text of errno at the call; errno is left as it
-// was.
+// A text put together as vprintf does it, without an exception: a text of the usual length is in
+// the object, only a longer one asks for memory. `%m` is the text of errno at the call; errno is
+// left as it was.
 class FormattedText {
   public:
     FormattedText(const char* format, va_list arguments) __attribute__((format(printf, 2, 0)));

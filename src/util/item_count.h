@@ -7,7 +7,7 @@ namespace util {
 
 // The most items of a JSON text that is parsed: the tree takes up to a hundred times the room of
 // the text. Neither a message nor a file of a frame comes near.
-inline constexpr std::size_t kMostItems = 50'000;
+inline constexpr std::size_t kMaxItems = 50'000;
 
 // Whether the array or object that the JSON text begins with has more than `most` items, those of
 // arrays and objects inside it counted: its brackets and commas outside of texts. Linear, takes no

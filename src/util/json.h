@@ -16,7 +16,7 @@ struct JSONDeleter {
 };
 using UniqueJSON = std::unique_ptr<cJSON, JSONDeleter>;
 
-// The member of that exact name, upper and lower case told apart, borrowed from `object`.
+// The member of that exact, case-sensitive name, borrowed from `object`.
 // Null when `object` is null or no object, or has no such member.
 const cJSON* jsonMember(const cJSON* object, const char* key);
 
@@ -47,12 +47,12 @@ UniqueJSON copyJSON(const cJSON* item);
 // Empty for a null item and when memory ran out.
 std::string renderJSON(const cJSON* item, bool formatted);
 
-// How often the JSON library has asked for memory in vain on this thread. A tree or a text that was
-// made while the number grew may lack any part of itself, whatever the calls said.
+// How often the JSON library was refused memory on this thread. A tree or a text that was made
+// while the number grew may be incomplete, whatever the calls returned.
 unsigned long failedJSONAllocations();
 
-// Where the JSON library gets its memory from, malloc unless told otherwise; what it gives is freed
-// by free. Gives the one it replaced. Made for tests. Call it while no other thread uses JSON.
+// Replaces the allocator of the JSON library, malloc at first; its memory is freed by free. Gives
+// the one that it replaced. Made for tests. Call it while no other thread uses JSON.
 using JSONAllocator = void* (*)(size_t size);
 JSONAllocator replaceJSONAllocator(JSONAllocator allocate);
 

@@ -9,7 +9,7 @@ namespace util {
 
 namespace {
 
-constexpr std::size_t kLongestNumber = 26;
+constexpr std::size_t kMaxNumberBytes = 26;
 // The library wants a little more room than it uses.
 constexpr std::size_t kMargin = 16;
 
@@ -41,7 +41,7 @@ std::size_t renderedText(const char* text) {
 
 RenderedSize renderedNumber(const cJSON& item) {
     if (item.valuedouble != static_cast<double>(item.valueint)) {
-        return {1, kLongestNumber};
+        return {1, kMaxNumberBytes};
     }
     const auto digits = static_cast<std::size_t>(std::snprintf(nullptr, 0, "%d", item.valueint));
     return {digits, digits};

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kStandardError = -1;  // where a log has its priority
 
-void tell(const char* kind, int priority, std::size_t heldBack) {
+void report(const char* kind, int priority, std::size_t heldBack) {
     if (heldBack == 0) {
         return;
     }
@@ -27,7 +27,7 @@ void tell(const char* kind, int priority, std::size_t heldBack) {
     }
 }
 
-// The kinds met so far. Any thread; nothing is told under the lock.
+// The kinds met so far. Any thread; nothing is reported under the lock.
 class LineKinds {
   public:
     bool admit(const char* kind, int priority, LineLimit::TimePoint now) {
@@ -37,17 +37,17 @@ class LineKinds {
             heldBack = known->limit.takeHeldBack(now);
             passes = known->limit.admit(now);
         }
-        tell(kind, priority, heldBack);
+        report(kind, priority, heldBack);
         return passes;
     }
 
-    void tellHeldBack(LineLimit::TimePoint now) {
-        for (std::size_t i = 0; i < kMost; ++i) {
+    void reportHeldBack(LineLimit::TimePoint now) {
+        for (std::size_t i = 0; i < kMaxKinds; ++i) {
             std::unique_lock lock(mutex_);
             Kind& kind = kinds_[i];
             const std::size_t heldBack = kind.limit.takeHeldBack(now);
             lock.unlock();
-            tell(kind.name, kind.priority, heldBack);
+            report(kind.name, kind.priority, heldBack);
         }
     }
 
@@ -77,9 +77,9 @@ class LineKinds {
         return nullptr;
     }
 
-    static constexpr std::size_t kMost = 16;
+    static constexpr std::size_t kMaxKinds = 16;
     std::mutex mutex_;
-    std::array<Kind, kMost> kinds_;
+    std::array<Kind, kMaxKinds> kinds_;
 };
 
 LineKinds& lineKinds() {
@@ -98,7 +98,7 @@ bool LineLimit::admit(TimePoint now) {
         begin_ = now;
         passed_ = 0;
     }
-    const bool passes = passed_ < kMostPerSecond;
+    const bool passes = passed_ < kMaxLinesPerSecond;
     ++(passes ? passed_ : heldBack_);
     return passes;
 }
@@ -128,8 +128,8 @@ void traceErrorLimited(const char* kind, const char* format, ...) {
     }
 }
 
-void tellHeldBackLines() {
-    lineKinds().tellHeldBack(std::chrono::steady_clock::now());
+void reportHeldBackLines() {
+    lineKinds().reportHeldBack(std::chrono::steady_clock::now());
 }
 
 void forgetHeldBackLines() {

@@ -17,15 +17,10 @@ LogSink& currentSink() {
     return sink;
 }
 
-// Never destroyed: what is destroyed later may have something to say.
+// Never destroyed: destructors of other objects may still log.
 SystemLog& systemLog() {
     static SystemLog& log = *new SystemLog("/dev/log");
     return log;
-}
-
-bool& silenced() {
-    thread_local bool silent = false;
-    return silent;
 }
 
 void send(int priority, const FormattedText& formatted) {
@@ -54,9 +49,6 @@ void logMessage(int priority, const char* format, ...) {
 }
 
 void logMessageWith(int priority, const char* format, va_list arguments) {
-    if (silenced()) {
-        return;
-    }
     const int errorNumber = errno;
     send(priority, FormattedText(format, arguments));
     errno = errorNumber;
@@ -69,12 +61,6 @@ void flushLog() {
 LogSink replaceLogSink(LogSink sink) {
     forgetHeldBackLines();
     return std::exchange(currentSink(), std::move(sink));
-}
-
-LogSilence::LogSilence() : before_(std::exchange(silenced(), true)) {}
-
-LogSilence::~LogSilence() {
-    silenced() = before_;
 }
 
 }  // namespace util

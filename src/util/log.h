@@ -34,17 +34,4 @@ void flushLog();
 // logs.
 LogSink replaceLogSink(LogSink sink);
 
-// While it lives, what its thread logs is dropped: for an attempt at something whose failure is
-// known already.
-class LogSilence {
-  public:
-    LogSilence();
-    ~LogSilence();
-    LogSilence(const LogSilence&) = delete;
-    LogSilence& operator=(const LogSilence&) = delete;
-
-  private:
-    bool before_;
-};
-
 }  // namespace util

@@ -6,7 +6,7 @@ namespace util {
 
 // How the process gets memory from the system, and when it gives it back. Any thread.
 
-// What is larger than these many bytes is worth giving back at once when it is done with.
+// Memory of more than this many bytes is returned at once after its use.
 constexpr std::size_t kLargeUse = std::size_t{64} * 1024;
 
 // From here on large pieces come straight from the system and go straight back, the rest comes from

@@ -18,8 +18,8 @@ namespace util {
 
 namespace {
 
-constexpr std::chrono::milliseconds kMostWaitingInASecond{100};
-constexpr std::size_t kMostKept = std::size_t{64} << 10;
+constexpr std::chrono::milliseconds kMaxWaitPerSecond{100};
+constexpr std::size_t kMaxKeptBytes = std::size_t{64} << 10;
 
 // "N log lines were lost", without asking for memory.
 class LostText {
@@ -53,10 +53,10 @@ void SystemLog::setSource(std::string ident, int facility) {
 
 void SystemLog::write(int priority, std::string_view text) {
     const std::lock_guard lock(mutex_);
-    const LogLineHeader header = headerOf(priority);
+    const LogLineHeader header = makeHeader(priority);
     Outcome outcome = sendKept();
     if (outcome == Outcome::sent) {
-        outcome = tellLost();
+        outcome = reportLost();
     }
     if (outcome == Outcome::sent) {
         outcome = sendLine(header.text(), text);
@@ -73,11 +73,11 @@ void SystemLog::countLost() {
 void SystemLog::flush() {
     const std::lock_guard lock(mutex_);
     if (sendKept() == Outcome::sent) {
-        tellLost();
+        reportLost();
     }
 }
 
-LogLineHeader SystemLog::headerOf(int priority) const {
+LogLineHeader SystemLog::makeHeader(int priority) const {
     const bool namesFacility = (priority & LOG_FACMASK) != 0;
     return {namesFacility ? priority : priority | facility_, std::time(nullptr), ident_};
 }
@@ -96,24 +96,24 @@ SystemLog::Outcome SystemLog::sendKept() {
     return Outcome::sent;
 }
 
-SystemLog::Outcome SystemLog::tellLost() {
+SystemLog::Outcome SystemLog::reportLost() {
     if (lost_ == 0) {
         return Outcome::sent;
     }
-    const Outcome outcome = sendLine(headerOf(LOG_WARNING).text(), LostText(lost_).text());
+    const Outcome outcome = sendLine(makeHeader(LOG_WARNING).text(), LostText(lost_).text());
     lost_ = outcome == Outcome::sent ? 0 : lost_;
     return outcome;
 }
 
 // False when there is no room or no memory for it. Behind a line that was lost nothing is kept, so
-// that one line tells of all of them.
+// that one line reports all of them.
 bool SystemLog::keep(std::string_view header, std::string_view text) try {
     const bool lostBehindKept = lost_ > 0 && !kept_.empty();
-    if (lostBehindKept || keptBytes_ + header.size() + text.size() > kMostKept) {
+    if (lostBehindKept || keptBytes_ + header.size() + text.size() > kMaxKeptBytes) {
         return false;
     }
     if (lost_ > 0) {
-        keepRecord(headerOf(LOG_WARNING).text(), LostText(lost_).text());
+        keepRecord(makeHeader(LOG_WARNING).text(), LostText(lost_).text());
         lost_ = 0;
     }
     keepRecord(header, text);
@@ -131,7 +131,7 @@ SystemLog::Outcome SystemLog::sendLine(std::string_view header, std::string_view
     if (sendInTime(header, text)) {
         return Outcome::sent;
     }
-    // The log may have been started anew, with either kind of socket.
+    // The log may have been restarted, with either kind of socket.
     disconnect();
     connect();
     if (sendInTime(header, text)) {
@@ -151,7 +151,7 @@ bool SystemLog::sendInTime(std::string_view header, std::string_view text) {
     while (!sent && errno == EAGAIN && waitForRoom()) {
         sent = sendRecord(header, text);
     }
-    standsStill_ = standsStill_ && !sent;
+    blocked_ = blocked_ && !sent;
     return sent;
 }
 
@@ -161,14 +161,14 @@ bool SystemLog::waitForRoom() {
         secondBegan_ = begin;
         waited_ = {};
     }
-    if (standsStill_ || waited_ >= kMostWaitingInASecond) {
+    if (blocked_ || waited_ >= kMaxWaitPerSecond) {
         return false;
     }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(kMostWaitingInASecond - waited_);
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(kMaxWaitPerSecond - waited_);
     pollfd log = {socket_, POLLOUT, 0};
-    standsStill_ = poll(&log, 1, static_cast<int>(left.count())) == 0;
+    blocked_ = poll(&log, 1, static_cast<int>(left.count())) == 0;
     waited_ += std::chrono::steady_clock::now() - begin;
-    return !standsStill_;
+    return !blocked_;
 }
 
 // A stream has a zero byte behind each line. A part of a line spoils the connection.

@@ -11,7 +11,7 @@
 
 namespace util {
 
-// What stands before the text of a line: "<134>Jan  1 00:00:00 Pallwatch: ", with the time in the
+// The header of a line: "<134>Jan  1 00:00:00 Pallwatch: ", with the time in the
 // local zone; without a time when the calendar has none for that moment.
 class LogLineHeader {
   public:
@@ -26,12 +26,12 @@ class LogLineHeader {
 // The socket of the system log. Any thread may write.
 //
 // Lines are those of syslog(3), byte for byte, and the connection is made and made again as syslog
-// makes it: by datagrams, by a stream when the log has no other socket, anew when a line does not
-// go. But nobody is held. The socket of a log holds a dozen lines, so a log that is just behind has
-// a tenth of every second, altogether, to make room; one that did not use it stands still and gets
-// no more. What it does not take then is kept, up to 64 KiB, and goes before the next line or with
-// a flush. What has no room there either, or no log to go to, is lost and counted, and one line
-// tells how many were lost as soon as lines go again.
+// makes it: by datagrams, by a stream when the log has no other socket, once more when a line
+// cannot be sent. But the caller never waits long. The socket of a log holds a dozen lines, so a
+// log that is just behind has a tenth of every second, altogether, to make room; one that did not
+// use it counts as blocked and gets no more. Lines that it does not take then are kept, up to 64
+// KiB, and sent before the next line or with a flush. A line without room there, or without a log,
+// is lost and counted, and one line reports the number as soon as the log takes lines again.
 class SystemLog {
   public:
     explicit SystemLog(std::string path);
@@ -48,7 +48,7 @@ class SystemLog {
     // For a line that could not even be put together.
     void countLost();
 
-    // Sends what was kept, and tells what was lost, as far as that goes now.
+    // Sends the kept lines and reports the lost ones, as far as the log takes them now.
     void flush();
 
   private:
@@ -57,12 +57,12 @@ class SystemLog {
     Outcome sendLine(std::string_view header, std::string_view text);
     bool sendRecord(std::string_view header, std::string_view text) const;
     Outcome sendKept();
-    Outcome tellLost();
+    Outcome reportLost();
     bool keep(std::string_view header, std::string_view text);
     void keepRecord(std::string_view header, std::string_view text);
     bool sendInTime(std::string_view header, std::string_view text);
     bool waitForRoom();
-    LogLineHeader headerOf(int priority) const;
+    LogLineHeader makeHeader(int priority) const;
     void connect();
     void disconnect();
     bool connectAs(int type);
@@ -76,7 +76,7 @@ class SystemLog {
     std::deque<std::string> kept_;
     std::size_t keptBytes_ = 0;
     std::size_t lost_ = 0;
-    bool standsStill_ = false;
+    bool blocked_ = false;
     std::chrono::steady_clock::time_point secondBegan_;
     std::chrono::nanoseconds waited_{0};  // in that second
 };

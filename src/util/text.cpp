@@ -7,7 +7,7 @@ namespace util {
 
 namespace {
 
-constexpr std::size_t kLongestShown = 1024;
+constexpr std::size_t kMaxShownBytes = 1024;
 
 unsigned byteAt(std::string_view text, std::size_t at) {
     return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
@@ -50,7 +50,7 @@ std::string_view takeLine(std::string_view& text) {
 }
 
 std::string shownPayload(std::string_view payload, LineFeeds lineFeeds) {
-    const std::string_view begin = payload.substr(0, kLongestShown);
+    const std::string_view begin = payload.substr(0, kMaxShownBytes);
     std::string shown;
     bool inControl = false;
     for (std::size_t i = 0; i < begin.size(); ++i) {

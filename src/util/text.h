@@ -5,7 +5,7 @@
 
 namespace util {
 
-// What isspace counts as white space in the C locale, the only one in use.
+// White space as isspace has it in the C locale, the only one in use.
 inline constexpr char kWhiteSpace[] = " \t\n\v\f\r";
 
 // Without one leading and one trailing single quote, each only where there is one.

@@ -1,6 +1,6 @@
-// A standard stream is shared with whoever started the process and with the commands that it runs,
-// so its descriptor stays as it is: what could make a write wait is asked to do otherwise for this
-// one write. A pipe or a terminal is opened once more, with a description that does not wait.
+// A standard stream is shared with the parent of the process and with the commands that it runs, so
+// the flags of its descriptor stay as they are, and each write is made non-blocking by itself. A
+// pipe or a terminal is opened once more, with a description that does not wait.
 
 #include "util/trace.h"
 

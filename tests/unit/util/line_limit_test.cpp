@@ -76,12 +76,12 @@ TEST(LogLimited, TellsOfTheOthersWhenTheSecondIsOver) {
     log.take();
     std::vector<CapturedLog::Line> told;
     while (told.empty()) {
-        tellHeldBackLines();
+        reportHeldBackLines();
         told = log.take();
         std::this_thread::sleep_for(milliseconds(5));
     }
     EXPECT_THAT(told, testing::ElementsAre(CapturedLog::Line{LOG_WARNING, "50 more: a kind\n"}));
-    tellHeldBackLines();
+    reportHeldBackLines();
     EXPECT_THAT(log.take(), testing::IsEmpty());
 }
 

@@ -1,7 +1,6 @@
 #include "util/log.h"
 
 #include <cerrno>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -71,25 +70,6 @@ TEST(ReplaceLogSink, GivesThePreviousSinkBack) {
     }
     logMessage(LOG_INFO, "outer");
     EXPECT_EQ(outer.lines(), (Lines{{LOG_INFO, "outer"}}));
-}
-
-TEST(LogSilence, DropsWhatItsOwnThreadLogs) {
-    CapturedLog log;
-    {
-        const LogSilence silence;
-        logMessage(LOG_INFO, "own");
-        std::thread([] { logMessage(LOG_INFO, "another's"); }).join();
-    }
-    logMessage(LOG_INFO, "later");
-    EXPECT_EQ(log.lines(), (Lines{{LOG_INFO, "another's"}, {LOG_INFO, "later"}}));
-}
-
-TEST(LogSilence, EndsWithTheOuterOne) {
-    CapturedLog log;
-    const LogSilence outer;
-    { const LogSilence inner; }
-    logMessage(LOG_INFO, "text");
-    EXPECT_TRUE(log.lines().empty());
 }
 
 }  // namespace
