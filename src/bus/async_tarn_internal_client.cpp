@@ -1,3 +1,8 @@
+// Everything that the client sends is stamped, encoded and framed in sendUnstamped(), which refuses
+// a message that lacks a part. Received payloads are decoded one by one in handlePayload(): the
+// bus's own questions on "system" are answered here, then the owner gets the message. While paused,
+// payloads of the chunk in work are kept, and resume() hands them on as one batch.
+
 #include "bus/async_tarn_internal_client.h"
 
 #include <syslog.h>

@@ -1,3 +1,7 @@
+// Two states take turns: readLength() collects the text before the ":", readPayload() the payload
+// and its terminator. Each consumes as much of the chunk as it can and returns how much. A payload
+// without memory is counted instead of collected, so the stream stays in step.
+
 #include "bus/netstring_stream_parser.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// A text is parsed into its parts, the parts are related to the clock or the calendar, the
+// milliseconds are added with their carry, and a result that is not later than `now` is dropped.
+// Steps that can overflow a time give no time.
+
 #include "bus/scheduled_time.h"
 
 #include <array>

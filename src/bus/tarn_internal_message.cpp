@@ -1,3 +1,7 @@
+// A received payload is split at its first line feed. The header line is decoded at once; the data
+// stays text in the payload until data() parses it, once. A message that is made here has its data
+// as a tree from the start. Both render in encode().
+
 #include "bus/tarn_internal_message.h"
 
 #include <cstring>
