@@ -1,7 +1,7 @@
 #pragma once
 
-// The library that reads command lines, for this room alone. All of what an App is made of: with
-// less, its parts lack their virtual tables under some compilers.
+// The command line parser, for this module only. Includes all parts of an App: with fewer, some
+// compilers miss its virtual tables.
 #include <CLI/CLI.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>

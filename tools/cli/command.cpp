@@ -22,7 +22,7 @@ Argument& Argument::choices(const std::vector<std::string>& words) {
                    ? ""
                    : "invalid value '" + text + "'; choose from " + list;
     };
-    // Help and completion take the words from this name (choicesOf).
+    // Help and completion take the words from this name (listChoices).
     option_->check(CLI::Validator(check, "{" + list + "}"));
     return *this;
 }

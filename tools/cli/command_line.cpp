@@ -1,15 +1,21 @@
 #include "cli/command_line.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <iostream>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "cli/completion.h"
 #include "cli/help_text.h"
+#include "cli/script_errors.h"
 #include "cli/standard_output.h"
 
 namespace cli {
@@ -69,7 +75,36 @@ void setUpParser(CLI::App& app) {
     setUpHelp(app);
 }
 
+// Takes the places of a standard input, output or error that the program was started without, so
+// that no file or connection of its own gets them. Using what was missing fails as before. The
+// lowest free descriptor is the next that is missing.
+void holdStandardDescriptors() {
+    struct Place {
+        int descriptor;
+        int mode;  // not used there
+    };
+    for (const Place& place : {Place{STDIN_FILENO, O_WRONLY}, Place{STDOUT_FILENO, O_RDONLY},
+                               Place{STDERR_FILENO, O_RDONLY}}) {
+        if (::fcntl(place.descriptor, F_GETFD) < 0 && ::open("/dev/null", place.mode) < 0) {
+            throw std::system_error(errno, std::generic_category(), "/dev/null");
+        }
+    }
+}
+
 }  // namespace
+
+int runProgram(const char* program, int failure, const std::function<int()>& work) {
+    try {
+        holdStandardDescriptors();
+        return work();
+    } catch (const script::Error& errors) {
+        printErrors(program, errors.what());
+        return kUsageError;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", program, error.what());
+        return failure;
+    }
+}
 
 std::string onOneLine(std::string text, char replacement) {
     std::replace_if(
@@ -115,7 +150,9 @@ int CommandLine::run(int argc, const char* const* argv, const CompleteValue& com
         return status == 0 ? 0 : kUsageError;
     }
     try {
-        return selected_.run ? selected_.run() : 0;
+        const int status = selected_.run ? selected_.run() : 0;
+        flushOutput();
+        return status;
     } catch (const UsageError& error) {
         std::fprintf(stderr, "%s: %s: %s (--help tells more)\n", app_->get_name().c_str(),
                      selected_.command.c_str(), onOneLine(error.what()).c_str());

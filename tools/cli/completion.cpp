@@ -1,3 +1,7 @@
+// The words before the last one are followed through the App as the parser would read them; that
+// leads to a Place: a command, its arguments so far, and perhaps an option that lacks its value.
+// The place decides whether options, commands or values complete the last word.
+
 #include "cli/completion.h"
 
 #include <algorithm>
@@ -12,26 +16,26 @@ namespace cli {
 namespace {
 
 // Kinds of values that a shell knows better than the program.
-struct ShellsOwn {
+struct ShellKind {
     const char* kind;
     const char* answer;
 };
-constexpr ShellsOwn kShellsOwn[] = {
+constexpr ShellKind kShellKinds[] = {
     {"FILE", "files"},
     {"DIR", "directories"},
     {"COMMAND", "commands"},
 };
 
-// Where the words before the one to be completed lead to.
+// The place in the command line to be completed.
 struct Place {
     const CLI::App* command = nullptr;
     const CLI::Option* wantsValue = nullptr;  // the last word was an option without its value
     std::vector<std::string> positionals;     // since the command, or since "--"
-    bool optionsEnded = false;  // by "--", behind which stands the last of the positionals
+    bool optionsEnded = false;                // by "--"; only the last positional argument follows
     std::map<std::string, std::string> options;
 };
 
-// The app and those whose options it takes, too.
+// The app, and those above it whose options it accepts.
 std::vector<const CLI::App*> withParents(const CLI::App* command) {
     std::vector<const CLI::App*> apps{command};
     while (command->get_fallthrough() && command->get_parent() != nullptr) {
@@ -41,7 +45,7 @@ std::vector<const CLI::App*> withParents(const CLI::App* command) {
     return apps;
 }
 
-std::vector<const CLI::Option*> optionsOf(const CLI::App* command) {
+std::vector<const CLI::Option*> collectOptions(const CLI::App* command) {
     std::vector<const CLI::Option*> found;
     for (const CLI::App* app : withParents(command)) {
         for (const CLI::Option* option : app->get_options()) {
@@ -54,7 +58,7 @@ std::vector<const CLI::Option*> optionsOf(const CLI::App* command) {
 }
 
 const CLI::Option* findOption(const CLI::App* command, const std::string& name) {
-    const auto all = optionsOf(command);
+    const auto all = collectOptions(command);
     const auto found = std::find_if(all.begin(), all.end(), [&name](const CLI::Option* option) {
         return option->check_name(name);
     });
@@ -112,7 +116,7 @@ void pass(Place& place, const std::string& word) {
     }
 }
 
-// The answer under way.
+// The completions found so far.
 struct Answer {
     std::string kind = "words";
     std::vector<Completion> completions;
@@ -120,7 +124,7 @@ struct Answer {
 
 void answerOptions(const Place& place, Answer& answer) {
     std::set<std::string> seen;  // every command has its own --help
-    for (const CLI::Option* option : optionsOf(place.command)) {
+    for (const CLI::Option* option : collectOptions(place.command)) {
         if (seen.insert(longName(*option)).second) {
             answer.completions.push_back({longName(*option), option->get_description()});
         }
@@ -136,18 +140,18 @@ void answerCommands(const Place& place, Answer& answer) {
     }
 }
 
-// `before` is what stands before the value in the same word.
+// `before` is the part of the word before the value.
 void answerValues(const Place& place, const CLI::Option& option, const std::string& word,
                   const std::string& before, const CompleteValue& completeValue, Answer& answer) {
     const std::string kind = option.get_positional() ? option.get_name(true) : valueWord(option);
-    const auto own = std::find_if(std::begin(kShellsOwn), std::end(kShellsOwn),
-                                  [&kind](const ShellsOwn& each) { return kind == each.kind; });
-    if (own != std::end(kShellsOwn)) {
+    const auto own = std::find_if(std::begin(kShellKinds), std::end(kShellKinds),
+                                  [&kind](const ShellKind& each) { return kind == each.kind; });
+    if (own != std::end(kShellKinds)) {
         answer.kind = own->answer;
         return;
     }
     std::vector<Completion> completions;
-    for (const std::string& choice : choicesOf(option)) {
+    for (const std::string& choice : listChoices(option)) {
         completions.push_back({choice, ""});
     }
     if (completions.empty() && completeValue) {
@@ -160,13 +164,13 @@ void answerValues(const Place& place, const CLI::Option& option, const std::stri
     }
 }
 
-std::vector<const CLI::Option*> positionalsOf(const CLI::App& command) {
+std::vector<const CLI::Option*> collectPositionals(const CLI::App& command) {
     return command.get_options([](const CLI::Option* option) { return option->get_positional(); });
 }
 
 void answerPositional(const Place& place, const std::string& word,
                       const CompleteValue& completeValue, Answer& answer) {
-    const auto all = positionalsOf(*place.command);
+    const auto all = collectPositionals(*place.command);
     if (all.empty()) {
         return;
     }
@@ -178,7 +182,7 @@ void answerPositional(const Place& place, const std::string& word,
     }
     answerValues(place, option, word, "", completeValue, answer);
     if (at > last && answer.kind == "commands") {
-        answer.kind = "files";  // the command's own words, of which nothing is known
+        answer.kind = "files";  // the arguments of an unknown command
     }
 }
 
@@ -201,13 +205,13 @@ Answer answerTo(const Place& place, const std::string& word, const CompleteValue
     return answer;
 }
 
-// A word that a line could not carry is not seen.
+// A word with a control character is left out.
 bool fitsALine(const std::string& word) {
     return onOneLine(word) == word;
 }
 
 template <typename Condition>
-std::string linesOf(const std::vector<Completion>& completions, Condition isMeant) {
+std::string formatLines(const std::vector<Completion>& completions, Condition isMeant) {
     std::string text;
     for (const Completion& completion : completions) {
         if (isMeant(completion.word) && fitsALine(completion.word)) {
@@ -233,9 +237,9 @@ std::string completion(const CLI::App& app, const std::vector<std::string>& word
     const auto beginsSomehow = [&last](const auto& word) {
         return startsWithIgnoringCase(word, last);
     };
-    const std::string exact = linesOf(answer.completions, begins);
+    const std::string exact = formatLines(answer.completions, begins);
     return answer.kind + "\n" +
-           (exact.empty() ? linesOf(answer.completions, beginsSomehow) : exact);
+           (exact.empty() ? formatLines(answer.completions, beginsSomehow) : exact);
 }
 
 }  // namespace cli

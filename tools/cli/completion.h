@@ -8,14 +8,12 @@
 
 namespace cli {
 
-// What may stand in one place of a command line, for the completion of the shells. Verbs, options
-// and choices are taken from the App that reads the line; only what changes while the program is
-// built once (names of parameters) has to be added by the program.
+// Completion for shells. Commands, options and choices come from the App that parses the line; the
+// program adds only values that are not known when it is built, such as names of parameters.
 
-// What `PROGRAM complete WORDS...` prints, where the last word is the one to be completed: in the
-// first line what can stand there ("words", "files", "directories" or "commands"), then each
-// possible word that begins with it (in any case, where none does exactly) and, behind a tab, what
-// it is.
+// The output of `PROGRAM complete WORDS...`, whose last word is to be completed. The first line is
+// the kind ("words", "files", "directories" or "commands"); each further line is a word that begins
+// with it (in any case, unless one does exactly), a tab, and its description.
 std::string completion(const CLI::App& app, const std::vector<std::string>& words,
                        const CompleteValue& completeValue = {});
 

@@ -1,3 +1,6 @@
+// Every function walks over the characters of UTF-8, found by their lead byte in kLeadBytes, and
+// replaces those that its destination must not receive; bytes that are not UTF-8 count singly.
+
 #include "cli/escape.h"
 
 #include <algorithm>
@@ -10,8 +13,8 @@ namespace {
 
 constexpr const char* kReplacement = "\xef\xbf\xbd";
 
-// The first bytes of longer characters, and what the byte behind each may be: beyond that stand
-// forms that are too long, halves of pairs, and what is no Unicode.
+// The lead bytes of longer characters, and the range of the byte after each: beyond it are overlong
+// forms, surrogates, and numbers above U+10FFFF.
 struct LeadByte {
     size_t length;
     unsigned char first, last;
@@ -29,32 +32,18 @@ bool isBetween(char character, unsigned char first, unsigned char last) {
     return byte >= first && byte <= last;
 }
 
-// How many bytes the character has that begins here, 0 when none does.
 size_t characterLength(const std::string& text, size_t at) {
-    if (isBetween(text[at], 0x00, 0x7f)) {
-        return 1;
-    }
-    const auto* lead =
-        std::find_if(std::begin(kLeadBytes), std::end(kLeadBytes),
-                     [&](const LeadByte& row) { return isBetween(text[at], row.first, row.last); });
-    if (lead == std::end(kLeadBytes) || text.size() - at < lead->length ||
-        !isBetween(text[at + 1], lead->secondFirst, lead->secondLast)) {
-        return 0;
-    }
-    const std::string rest = text.substr(at + 2, lead->length - 2);
-    const bool whole = std::all_of(rest.begin(), rest.end(),
-                                   [](char byte) { return isBetween(byte, 0x80, 0xbf); });
-    return whole ? lead->length : 0;
+    return utf8Length(std::string_view(text).substr(at));
 }
 
-// What a person would not see, or a terminal would obey: C0, DEL, and C1 as UTF-8 writes it.
+// Control characters: C0, DEL, and C1 as UTF-8 encodes it.
 bool isControl(const std::string& character) {
     return isBetween(character[0], 0x00, 0x1f) || character[0] == 0x7f ||
            (character[0] == '\xc2' && isBetween(character[1], 0x80, 0x9f));
 }
 
-// The marks and embeddings that turn the direction of what stands around them: U+200E, U+200F,
-// U+202A to U+202E and U+2066 to U+2069.
+// Marks and embeddings that change the direction of text: U+200E, U+200F, U+202A to U+202E and
+// U+2066 to U+2069.
 bool turnsDirection(const std::string& character) {
     if (character.size() != 3 || character[0] != '\xe2') {
         return false;
@@ -102,6 +91,23 @@ bool isVariableCharacter(char character) {
 }
 
 }  // namespace
+
+size_t utf8Length(std::string_view text) {
+    if (isBetween(text[0], 0x00, 0x7f)) {
+        return 1;
+    }
+    const auto* lead =
+        std::find_if(std::begin(kLeadBytes), std::end(kLeadBytes),
+                     [&](const LeadByte& row) { return isBetween(text[0], row.first, row.last); });
+    if (lead == std::end(kLeadBytes) || text.size() < lead->length ||
+        !isBetween(text[1], lead->secondFirst, lead->secondLast)) {
+        return 0;
+    }
+    const std::string_view rest = text.substr(2, lead->length - 2);
+    const bool whole = std::all_of(rest.begin(), rest.end(),
+                                   [](char byte) { return isBetween(byte, 0x80, 0xbf); });
+    return whole ? lead->length : 0;
+}
 
 std::string escapeForTerminal(const std::string& text) {
     std::string result;

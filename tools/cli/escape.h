@@ -1,28 +1,34 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 
-// What a device says, made safe for where it is shown. Pure functions.
+// Makes text from a device safe for its destination. Pure functions.
 
 namespace cli {
 
-// The text with every control character, and every byte that is no UTF-8, written as an escape
-// ("\n", "\x1b"), so that nothing a device says breaks a line or commands a terminal; the same for
-// characters that turn the direction of a text, which would let it look like another one.
+// Writes every control character, every byte that is not UTF-8, and every character that changes
+// the direction of text as an escape ("\n", "\x1b"), so that nothing from a device breaks a line,
+// commands a terminal, or looks like another text.
 std::string escapeForTerminal(const std::string& text);
 
-// The text with U+FFFD for every byte that is no UTF-8.
+// The length in bytes of the character of UTF-8 (shortest form, no surrogate, up to U+10FFFF) at
+// the beginning of a text that is not empty; 0 when there is none.
+size_t utf8Length(std::string_view text);
+
+// Replaces every byte that is not UTF-8 by U+FFFD.
 std::string validUTF8(const std::string& text);
 
-// JSON without white space, with the control characters that it may hold and a terminal would obey
-// (DEL and C1) as escapes: it means the same.
+// Escapes the control characters in JSON that a terminal would obey (DEL and C1); the meaning is
+// the same.
 std::string escapeJSON(const std::string& json);
 
-// The text as one word of a POSIX shell, which takes nothing in it for a command.
+// Quotes the text as one word of a POSIX shell.
 std::string shellQuoted(const std::string& text);
 
-// The name as a shell's variable, "system_ipAddress": every character that a variable cannot have
-// is "_".
+// The name as a shell variable, "system_ipAddress": characters that a variable cannot have become
+// "_".
 std::string shellName(const std::string& name);
 
 }  // namespace cli

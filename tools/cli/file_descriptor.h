@@ -6,7 +6,7 @@
 
 namespace cli {
 
-// Owns a file descriptor; -1 is none.
+// Owns a file descriptor, or none (-1).
 class FileDescriptor {
   public:
     FileDescriptor() = default;

@@ -1,3 +1,6 @@
+// The text is made from the same App that parses the line. Each row has a head and a text in a
+// column of its own, wrapped at kColumns.
+
 #include "cli/help_text.h"
 
 #include <algorithm>
@@ -10,7 +13,7 @@ namespace {
 constexpr size_t kColumns = 80;
 constexpr size_t kTextColumn = 26;
 
-// Words that the library has for types, which tell a person nothing.
+// The parser's words for types, which do not help people.
 constexpr const char* kTypes[] = {"TEXT", "INT", "UINT", "FLOAT", "BOOLEAN"};
 
 std::vector<std::string> split(const std::string& text, char separator) {
@@ -30,8 +33,8 @@ std::string join(const std::vector<std::string>& parts, const std::string& separ
     return text;
 }
 
-// "  head   text", the text in a column of its own; a head that leaves it no room has its own line.
-std::string row(const std::string& head, const std::string& text) {
+// "  head   text", the text in a column of its own; a long head has a line of its own.
+std::string formatRow(const std::string& head, const std::string& text) {
     std::string line = "  " + head;
     std::string lines;
     if (line.size() + 2 > kTextColumn) {
@@ -55,7 +58,7 @@ bool repeats(const CLI::Option& option) {
     return option.get_expected_max() >= CLI::detail::expected_max_vector_size;
 }
 
-std::string optionHead(const CLI::Option& option) {
+std::string formatOptionHead(const CLI::Option& option) {
     std::vector<std::string> names;
     for (const std::string& name : option.get_snames()) {
         names.push_back("-" + name);
@@ -67,12 +70,12 @@ std::string optionHead(const CLI::Option& option) {
     return join(names, ", ") + (word.empty() ? "" : " " + word);
 }
 
-std::string optionText(const CLI::Option& option) {
+std::string formatOptionText(const CLI::Option& option) {
     const std::string usual = option.get_default_str();
     return option.get_description() + (usual.empty() ? "" : " (" + usual + ")");
 }
 
-std::vector<const CLI::Option*> optionsOf(const CLI::App& app, bool positional) {
+std::vector<const CLI::Option*> listOptions(const CLI::App& app, bool positional) {
     return app.get_options(
         [positional](const CLI::Option* option) { return option->get_positional() == positional; });
 }
@@ -81,33 +84,33 @@ std::vector<const CLI::App*> findCommands(const CLI::App& app) {
     return app.get_subcommands([](const CLI::App*) { return true; });
 }
 
-// "NAME [VALUE...]", what stands behind a command.
-std::string positionals(const CLI::App& app) {
+// "NAME [VALUE...]", the arguments of a command.
+std::string listPositionals(const CLI::App& app) {
     std::vector<std::string> words;
-    for (const CLI::Option* option : optionsOf(app, true)) {
+    for (const CLI::Option* option : listOptions(app, true)) {
         const std::string word = option->get_name(true) + (repeats(*option) ? "..." : "");
         words.push_back(option->get_required() ? word : "[" + word + "]");
     }
     return join(words, " ");
 }
 
-std::string commandHead(const CLI::App& command) {
-    return join({command.get_name(), positionals(command)},
-                positionals(command).empty() ? "" : " ");
+std::string formatCommandHead(const CLI::App& command) {
+    return join({command.get_name(), listPositionals(command)},
+                listPositionals(command).empty() ? "" : " ");
 }
 
-std::string usage(const CLI::App& app, const std::string& name) {
+std::string formatUsage(const CLI::App& app, const std::string& name) {
     std::string line = "Usage: " + name + " [OPTIONS]";
     if (!findCommands(app).empty()) {
         line += app.get_require_subcommand_min() == 0 ? " [COMMAND]" : " COMMAND";
     }
-    const std::string words = positionals(app);
+    const std::string words = listPositionals(app);
     return line + (words.empty() ? "" : " " + words) + "\n";
 }
 
 }  // namespace
 
-std::vector<std::string> choicesOf(const CLI::Option& option) {
+std::vector<std::string> listChoices(const CLI::Option& option) {
     const std::string type = option.get_type_name();
     const size_t begin = type.find('{');
     const size_t end = type.find('}', begin);
@@ -119,34 +122,34 @@ std::string valueWord(const CLI::Option& option) {
     if (option.get_expected_max() == 0) {
         return "";
     }
-    // Checks add their own words to the type's, behind colons.
+    // Checks append their own words to the type, after colons.
     const std::string type = option.get_type_name();
     std::string word = type.substr(0, type.find(':'));
     const bool isNamed = std::find(std::begin(kTypes), std::end(kTypes), word) == std::end(kTypes);
     if (isNamed && !word.empty()) {
         return word;
     }
-    const std::string choices = join(choicesOf(option), "|");
+    const std::string choices = join(listChoices(option), "|");
     return choices.empty() ? "VALUE" : choices;
 }
 
 std::string helpText(const CLI::App& app, const std::string& name) {
     std::string text = app.get_description();
     text.erase(text.find_last_not_of('\n') + 1);
-    text += "\n" + usage(app, name);
-    for (const CLI::Option* option : optionsOf(app, true)) {
-        const std::string choices = join(choicesOf(*option), "|");
-        const std::string about = optionText(*option);
-        text += row(option->get_name(true), about.empty() ? choices : about);
+    text += "\n" + formatUsage(app, name);
+    for (const CLI::Option* option : listOptions(app, true)) {
+        const std::string choices = join(listChoices(*option), "|");
+        const std::string about = formatOptionText(*option);
+        text += formatRow(option->get_name(true), about.empty() ? choices : about);
     }
     text += "Options:\n";
-    for (const CLI::Option* option : optionsOf(app, false)) {
-        text += row(optionHead(*option), optionText(*option));
+    for (const CLI::Option* option : listOptions(app, false)) {
+        text += formatRow(formatOptionHead(*option), formatOptionText(*option));
     }
     const auto commands = findCommands(app);
     text += commands.empty() ? "" : "Commands (COMMAND --help tells more):\n";
     for (const CLI::App* command : commands) {
-        text += row(commandHead(*command), command->get_description());
+        text += formatRow(formatCommandHead(*command), command->get_description());
     }
     const std::string notes = app.get_footer();
     return text + (notes.empty() ? "" : "\n" + notes + "\n");

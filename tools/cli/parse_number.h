@@ -7,10 +7,9 @@
 
 namespace cli {
 
-// Numbers as people and scripts write them: nothing may stand before or behind them, not even a
-// blank. Pure.
+// Numbers as people and scripts write them, without any other character, not even a blank. Pure.
 
-// The number that the whole text is; nothing for another text and for one beyond the type.
+// The number in the whole text; empty for another text or a number out of range of the type.
 template <typename Number>
 std::optional<Number> parseNumber(std::string_view text) {
     Number number{};
@@ -19,11 +18,11 @@ std::optional<Number> parseNumber(std::string_view text) {
     return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
 }
 
-// The same, only from `least` to `most`; "nan" lies between no two.
+// The same, from `min` to `max`; never "nan".
 template <typename Number>
-std::optional<Number> parseNumber(std::string_view text, Number least, Number most) {
+std::optional<Number> parseNumber(std::string_view text, Number min, Number max) {
     const auto number = parseNumber<Number>(text);
-    return number && *number >= least && *number <= most ? number : std::nullopt;
+    return number && *number >= min && *number <= max ? number : std::nullopt;
 }
 
 }  // namespace cli

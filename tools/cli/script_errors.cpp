@@ -24,32 +24,32 @@ void Errors::add(int number, const std::string& problem) {
     all_.insert({number, problem});
 }
 
-bool Errors::hasBehind(int number) const {
+bool Errors::hasAfter(int number) const {
     return !all_.empty() && all_.rbegin()->first > number;
 }
 
 void Errors::throwFirst() const {
     if (!all_.empty()) {
-        throw Error(textOf(first_));
+        throw Error(formatProblem(first_));
     }
 }
 
 void Errors::throwAll() const {
     std::string text;
-    size_t told = 0;
+    size_t reported = 0;
     for (const Problem& problem : all_) {
-        if (told == kMaxReported) {
-            text += "\n" + name_ + ": and " + std::to_string(all_.size() - told) + " more";
+        if (reported == kMaxReported) {
+            text += "\n" + name_ + ": and " + std::to_string(all_.size() - reported) + " more";
             break;
         }
-        text += (told++ == 0 ? "" : "\n") + textOf(problem);
+        text += (reported++ == 0 ? "" : "\n") + formatProblem(problem);
     }
     if (!text.empty()) {
         throw Error(text);
     }
 }
 
-std::string Errors::textOf(const Problem& problem) const {
+std::string Errors::formatProblem(const Problem& problem) const {
     return Error(name_, problem.first, problem.second).what();
 }
 

@@ -8,30 +8,32 @@
 
 namespace cli::script {
 
-// What is wrong with a script, in a line for each problem: "FILE:LINE: problem".
+// The errors in a script, one line each: "FILE:LINE: problem".
 class Error : public std::runtime_error {
   public:
     Error(std::string_view name, int number, std::string_view problem);
     explicit Error(const std::string& lines);
 };
 
-// Gathers what is wrong with a script, so that whoever wrote it learns it all at once.
+// Collects the errors in a script, so that all of them are reported at once.
 class Errors {
   public:
     explicit Errors(std::string_view name) : name_(name) {}  // of the script
 
-    // In that line of the text, from 1. The same once more changes nothing.
+    // In that line of the text, from 1. Ignores a repetition.
     void add(int number, const std::string& problem);
 
-    bool hasBehind(int number) const;  // one of a later line
+    bool hasAfter(int number) const;  // one of a later line
 
-    void throwFirst() const;  // Error with the one that was added first; nothing without any
-    void throwAll() const;    // with all in the order of the lines, or as many as a person reads
+    // Throw Error, if there are any, with the one that was added first, or with all in the order of
+    // the lines up to a limit.
+    void throwFirst() const;
+    void throwAll() const;
 
   private:
     using Problem = std::pair<int, std::string>;
 
-    std::string textOf(const Problem& problem) const;
+    std::string formatProblem(const Problem& problem) const;
 
     std::string name_;
     std::set<Problem> all_;

@@ -11,15 +11,15 @@ namespace cli {
 inline constexpr std::initializer_list<int> kTerminationSignals = {SIGINT, SIGTERM, SIGHUP,
                                                                    SIGQUIT};
 
-// Signals to be read from a descriptor: from construction on they are blocked, also in threads and
-// processes that are started later. Construct it before any thread. Used by one thread.
+// Signals as a descriptor: from construction on they are blocked, also in threads and processes
+// that are started later. Construct it before any thread. Used by one thread.
 class SignalFD {
   public:
     explicit SignalFD(std::initializer_list<int> signals);
 
     // Readable once a signal has arrived.
     int descriptor() const { return descriptor_.get(); }
-    // The number of the next signal; 0 when there is none.
+    // Returns the number of the next signal, or 0.
     int take();
 
   private:

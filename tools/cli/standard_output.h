@@ -4,16 +4,16 @@
 
 namespace cli {
 
-// What a program prints. A reader that has gone had all that it wanted; when anything else keeps
-// the output from being written, these throw std::runtime_error, "standard output: reason".
+// Standard output. A reader that has gone is not an error; after any other failure these throw
+// std::runtime_error, "standard output: reason".
 
-// A text of any length, sooner or later. Short lines may be printed with stdio as well.
+// Prints a text, perhaps buffered. Short lines may be printed with stdio as well.
 void print(const std::string& text);
 
-// The text at once.
+// The same, and flushes.
 void printNow(const std::string& text);
 
-// What was printed so far. To be called before a program ends, behind which nobody looks.
+// Writes the buffered output. To be called before a program ends.
 void flushOutput();
 
 }  // namespace cli

@@ -7,7 +7,7 @@ namespace cli {
 
 enum class Paint { none, bold, faint };
 
-// What stands in one place of a table, and how a terminal shows it.
+// One cell of a table.
 struct Cell {
     Cell(std::string content, Paint look = Paint::none)  // NOLINT: a text is a cell
         : text(std::move(content)), paint(look) {}
@@ -17,15 +17,14 @@ struct Cell {
     Paint paint = Paint::none;
 };
 
-// Rows of text in columns that are as wide as their widest cell (in characters of UTF-8), two
-// blanks between them and nothing behind the last. Every row has as many cells as the first, which
-// is the head.
+// Rows of text in columns as wide as their widest cell (in characters of UTF-8), with two blanks
+// between them and no trailing blanks. The first row is the head; every row has as many cells.
 class Table {
   public:
     explicit Table(std::vector<Cell> heads);
     void add(std::vector<Cell> cells);
 
-    // With `colour` the cells are painted and the head is bold, as terminals understand it.
+    // With `colour` the cells are painted and the head is bold.
     std::string text(bool colour = false) const;
 
   private:
@@ -34,7 +33,7 @@ class Table {
     std::vector<std::vector<Cell>> rows_;
 };
 
-// How many columns the text takes: one for each character of UTF-8.
+// The width of the text in columns: one for each character of UTF-8.
 size_t textWidth(const std::string& text);
 
 // The text with the paint's escape sequences around it.

@@ -1,3 +1,7 @@
+// A script is parsed line by line: split into words, a leading time taken off, the rest kept in the
+// innermost open block. A block holds its lines with times from its own start; at "end" its passes
+// are written out into the block around it, within the limits for size and duration.
+
 #include "cli/timed_script.h"
 
 #include <algorithm>
@@ -16,7 +20,7 @@ namespace {
 using std::chrono::milliseconds;
 using Words = std::vector<std::string>;
 
-// What is wrong with a line, before it is known which one it is.
+// An error in a line, before its number is known.
 struct Problem : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -25,7 +29,7 @@ bool isBlank(char sign) {
     return sign == ' ' || sign == '\t' || sign == '\r';
 }
 
-// Takes one line apart; `text` is what is still to be read.
+// Splits one line; `text_` is the rest.
 class Splitter {
   public:
     explicit Splitter(std::string_view text) : text_(text) {}
@@ -81,7 +85,7 @@ class Splitter {
     std::string_view text_;
 };
 
-milliseconds durationOf(const std::string& word) {
+milliseconds requireDuration(const std::string& word) {
     const auto duration = parseDuration(word);
     if (!duration) {
         throw Problem(invalidDuration(word));
@@ -89,7 +93,7 @@ milliseconds durationOf(const std::string& word) {
     return *duration;
 }
 
-size_t countOf(const Words& words) {
+size_t requireCount(const Words& words) {
     const auto count = words.size() == 2 ? parseNumber<size_t>(words[1]) : std::nullopt;
     if (count.value_or(0) == 0) {
         throw Problem("repeat needs one number, 1 or more");
@@ -112,7 +116,7 @@ struct Block {
     size_t text = 0;  // bytes of all words, each with one that parts it from the next
 };
 
-size_t textOf(const Words& words) {
+size_t countTextBytes(const Words& words) {
     return std::accumulate(words.begin(), words.end(), words.size(),
                            [](size_t sum, const std::string& word) { return sum + word.size(); });
 }
@@ -141,22 +145,22 @@ std::string_view takeLine(std::string_view& text) {
     return line;
 }
 
-Words wordsOf(std::string_view line) {
+Words splitWords(std::string_view line) {
     if (line.find('\0') != std::string_view::npos) {
-        throw Problem("a zero byte: this is no text");
+        throw Problem("not a text: it contains a zero byte");
     }
     return Splitter(line).words();
 }
 
-// Goes on behind what is wrong as if only that part of the line were not there, so that one mistake
-// is one problem.
+// Continues after an error as if only that part of the line were missing, so that one mistake is
+// one problem.
 class Reader {
   public:
     explicit Reader(Errors& errors) : errors_(errors) {}
 
     void take(std::string_view line, int number) {
         Words words;
-        attempt(number, [&] { words = wordsOf(line); });
+        attempt(number, [&] { words = splitWords(line); });
         attempt(number, [&] { takeTime(words); });
         if (!words.empty()) {
             attempt(number, [&] { takeWords(std::move(words), number); });
@@ -191,10 +195,10 @@ class Reader {
         const Words taken(words.begin(), words.begin() + std::min<ptrdiff_t>(2, std::ssize(words)));
         words.erase(words.begin(), words.begin() + std::ssize(taken));
         if (words.empty()) {
-            throw Problem("'" + taken[0] + "' needs a time and something to do");
+            throw Problem("'" + taken[0] + "' needs a time and a command");
         }
         const milliseconds from = taken[0] == "at" ? milliseconds{} : block().now;
-        const milliseconds time = from + durationOf(taken[1]);
+        const milliseconds time = from + requireDuration(taken[1]);
         if (time < block().now) {
             throw Problem("'at " + taken[1] + "' is earlier than the line before");
         }
@@ -208,7 +212,7 @@ class Reader {
         } else if (words[0] == "end") {
             end(words);
         } else {
-            block().text += textOf(words);
+            block().text += countTextBytes(words);
             block().lines.push_back({block().now, std::move(words), number});
         }
     }
@@ -219,7 +223,7 @@ class Reader {
             throw Problem("more than " + std::to_string(kMaxRepeatDepth) +
                           " repetitions in one another");
         }
-        block().count = countOf(words);
+        block().count = requireCount(words);
     }
 
     void end(const Words& words) {
@@ -228,7 +232,7 @@ class Reader {
         }
         close();
         if (words.size() > 1) {
-            throw Problem("nothing may stand behind 'end'");
+            throw Problem("nothing may follow 'end'");
         }
     }
 
@@ -237,7 +241,7 @@ class Reader {
         blocks_.pop_back();
         if (!inner.lines.empty()) {
             writeOut(inner, block());
-        } else if (!errors_.hasBehind(inner.number)) {
+        } else if (!errors_.hasAfter(inner.number)) {
             throw Problem("nothing to repeat since line " + std::to_string(inner.number));
         }
     }

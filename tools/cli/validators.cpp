@@ -9,12 +9,12 @@ namespace cli {
 
 namespace {
 
-std::string quoted(const std::string& text) {
+std::string quote(const std::string& text) {
     return "'" + text + "'";
 }
 
-// As a person writes it, 0.001 and not 0.001000.
-std::string written(double number) {
+// 0.001, not 0.001000.
+std::string formatNumber(double number) {
     std::ostringstream stream;
     stream << number;
     return stream.str();
@@ -22,15 +22,14 @@ std::string written(double number) {
 
 }  // namespace
 
-// The library takes -1 for a large number, and says of other texts only that it could not convert
-// them.
-Validator wholeNumber(uint64_t least, uint64_t most) {
-    return [least, most](const std::string& text) {
+// The parser accepts -1 for a large number, and its errors do not say what is valid.
+Validator wholeNumber(uint64_t min, uint64_t max) {
+    return [min, max](const std::string& text) {
         const auto number = parseNumber<uint64_t>(text);
-        return number && *number >= least && *number <= most
+        return number && *number >= min && *number <= max
                    ? ""
-                   : quoted(text) + " is no whole number from " + std::to_string(least) + " to " +
-                         std::to_string(most);
+                   : "invalid number " + quote(text) + "; use an integer from " +
+                         std::to_string(min) + " to " + std::to_string(max);
     };
 }
 
@@ -38,13 +37,14 @@ Validator portNumber() {
     return wholeNumber(0, std::numeric_limits<uint16_t>::max());
 }
 
-// A text that stands for no number (nan) is between no two.
-Validator numberBetween(double least, double most) {
-    return [least, most](const std::string& text) {
+// Never "nan".
+Validator numberBetween(double min, double max) {
+    return [min, max](const std::string& text) {
         const auto number = parseNumber<double>(text);
-        return number && *number >= least && *number <= most
+        return number && *number >= min && *number <= max
                    ? ""
-                   : quoted(text) + " is no number from " + written(least) + " to " + written(most);
+                   : "invalid number " + quote(text) + "; use a number from " + formatNumber(min) +
+                         " to " + formatNumber(max);
     };
 }
 
@@ -52,7 +52,7 @@ Validator numberAboveZero() {
     return [](const std::string& text) {
         const auto number = parseNumber<double>(text);
         const bool isGood = number && *number > 0 && *number <= std::numeric_limits<double>::max();
-        return isGood ? "" : quoted(text) + " is no number above 0";
+        return isGood ? "" : "invalid number " + quote(text) + "; use a number above 0";
     };
 }
 
@@ -63,14 +63,14 @@ Validator existingFile() {
         const bool isThere = type != std::filesystem::file_type::not_found &&
                              type != std::filesystem::file_type::none;
         return isThere && type != std::filesystem::file_type::directory ? ""
-                                                                        : "no file " + quoted(path);
+                                                                        : "no file " + quote(path);
     };
 }
 
 Validator existingDirectory() {
     return [](const std::string& path) {
         std::error_code error;
-        return std::filesystem::is_directory(path, error) ? "" : "no directory " + quoted(path);
+        return std::filesystem::is_directory(path, error) ? "" : "no directory " + quote(path);
     };
 }
 

@@ -7,21 +7,21 @@
 
 namespace cli {
 
-// Whether a text is what an option takes: gives the complaint about it, "" when it is good.
+// Validates the value of an option: returns the error, or "".
 using Validator = std::function<std::string(const std::string& text)>;
 
-// A whole number without a sign.
-Validator wholeNumber(uint64_t least = 0, uint64_t most = std::numeric_limits<uint64_t>::max());
+// An integer without a sign.
+Validator wholeNumber(uint64_t min = 0, uint64_t max = std::numeric_limits<uint64_t>::max());
 
-// A port that can be listened on; 0 leaves the choice to the machine.
+// A port to listen on; 0 lets the system choose.
 Validator portNumber();
 
-// A finite number, perhaps with a fraction.
-Validator numberBetween(double least, double most);
+// A finite number, with or without a fraction.
+Validator numberBetween(double min, double max);
 
 Validator numberAboveZero();
 
-// Something there that is no directory.
+// An existing file that is not a directory.
 Validator existingFile();
 
 Validator existingDirectory();

@@ -3,9 +3,6 @@
 #include <csignal>
 #include <cstdio>
 
-#include "cli/standard_descriptors.h"
-#include "cli/standard_output.h"
-#include "cli/timed_script.h"
 #include "pallbus/commands/commands.h"
 #include "pallbus/completion.h"
 #include "pallbus/faults/fault_parser.h"
@@ -24,7 +21,6 @@ constexpr AddCommand kCommands[] = {
 };
 
 int run(int argc, char** argv) {
-    cli::holdStandardDescriptors();
     // The bus goes on when the reader of its output has gone.
     std::signal(SIGPIPE, SIG_IGN);
     uint16_t port = 15000;
@@ -39,24 +35,16 @@ int run(int argc, char** argv) {
     for (const auto add : kCommands) {
         add(program, port);
     }
-    const int status = line.run(argc, argv, completeFault);
-    cli::flushOutput();
-    return status;
+    try {
+        return line.run(argc, argv, completeFault);
+    } catch (const faults::FaultSyntaxError& error) {
+        std::fprintf(stderr, "pallbus: %s (inject --help tells more)\n", error.what());
+        return cli::kUsageError;
+    }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const faults::FaultSyntaxError& error) {
-        std::fprintf(stderr, "pallbus: %s (inject --help tells more)\n", error.what());
-        return cli::kUsageError;
-    } catch (const cli::script::Error& errors) {
-        cli::printErrors("pallbus", errors.what());
-        return cli::kUsageError;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "pallbus: %s\n", error.what());
-        return 1;
-    }
+    return cli::runProgram("pallbus", 1, [&] { return run(argc, argv); });
 }

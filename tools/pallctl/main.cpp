@@ -1,11 +1,7 @@
 // pallctl: a client of the daemon's device for people and scripts.
 
 #include <csignal>
-#include <cstdio>
-#include <exception>
 
-#include "cli/standard_descriptors.h"
-#include "cli/standard_output.h"
 #include "pallctl/commands/commands.h"
 #include "pallctl/completion.h"
 #include "util/log.h"
@@ -33,7 +29,6 @@ constexpr AddCommand kCommands[] = {
 // clang-format on
 
 int run(int argc, char** argv) {
-    cli::holdStandardDescriptors();
     // A write to a reader that has gone fails, and does not end the process.
     std::signal(SIGPIPE, SIG_IGN);
     util::replaceLogSink([](int, const std::string&) {});
@@ -44,18 +39,11 @@ int run(int argc, char** argv) {
     for (const AddCommand add : kCommands) {
         add(line.program(), options);
     }
-    const int status = line.run(argc, argv, completeFromDevice);
-    cli::flushOutput();
-    return status;
+    return line.run(argc, argv, completeFromDevice);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "pallctl: %s\n", error.what());
-        return kFailed;
-    }
+    return cli::runProgram("pallctl", kFailed, [&] { return run(argc, argv); });
 }

@@ -1,12 +1,9 @@
 // pallframe: simulates router frames.
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <vector>
 
-#include "cli/standard_descriptors.h"
-#include "cli/standard_output.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/completion.h"
 #include "pallframe/sandbox/frame_process.h"
@@ -33,26 +30,23 @@ int runCommand(int argc, char** argv) {
     for (const AddCommand add : kCommands) {
         add(line.program(), wordsAfterDashes);
     }
-    const int status = line.run(argc, argv, completeFrameValues);
-    cli::flushOutput();
-    return status;
+    return line.run(argc, argv, completeFrameValues);
+}
+
+int run(int argc, char** argv) {
+    const std::vector<std::string> words(argv, argv + argc);
+    try {
+        // The stub programs of a frame are links to this program.
+        return !words.empty() && simulation::isProgram(words[0])
+                   ? simulation::runProgram(simulation::FrameRoot("/"), words)
+                   : runCommand(argc, argv);
+    } catch (const simulation::FrameError& error) {
+        return sandbox::reportFrameError(error);
+    }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        cli::holdStandardDescriptors();
-        const std::vector<std::string> words(argv, argv + argc);
-        // The stub programs of a frame are links to this program.
-        if (!words.empty() && simulation::isProgram(words[0])) {
-            return simulation::runProgram(simulation::FrameRoot("/"), words);
-        }
-        return runCommand(argc, argv);
-    } catch (const simulation::FrameError& error) {
-        return sandbox::reportFrameError(error);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "pallframe: %s\n", error.what());
-        return sandbox::kNoFrame;
-    }
+    return cli::runProgram("pallframe", sandbox::kNoFrame, [&] { return run(argc, argv); });
 }

@@ -34,8 +34,8 @@ TEST(ScriptProblems, AreToldInTheOrderOfTheirLines) {
     errors.add(3, "early");
     errors.add(12, "late");
     EXPECT_EQ(textOf(errors), "a:3: early\na:12: late");
-    EXPECT_FALSE(errors.hasBehind(12));
-    EXPECT_TRUE(errors.hasBehind(11));
+    EXPECT_FALSE(errors.hasAfter(12));
+    EXPECT_TRUE(errors.hasAfter(11));
     EXPECT_THROW(errors.throwFirst(), script::Error);
 }
 
@@ -56,14 +56,14 @@ TEST(ScriptProblems, AreGatheredFromAllLines) {
               "a:2: the quote ' has no end\n"
               "a:4: 'at 1s' is earlier than the line before\n"
               "a:5: 'end' without 'repeat'\n"
-              "a:6: 'at' needs a time and something to do");
+              "a:6: 'at' needs a time and a command");
 }
 
 TEST(ScriptProblems, ARepetitionWithAMistakeIsOneAllTheSame) {
     EXPECT_EQ(problemsOf("repeat many\na\nend\nb"), "a:1: repeat needs one number, 1 or more");
     EXPECT_EQ(problemsOf("at soon repeat 2\na\nend"),
               "a:1: invalid duration 'soon'; use 500ms, 2s or 3m, up to 24 hours");
-    EXPECT_EQ(problemsOf("repeat 2\na\nend 5\nb"), "a:3: nothing may stand behind 'end'");
+    EXPECT_EQ(problemsOf("repeat 2\na\nend 5\nb"), "a:3: nothing may follow 'end'");
     EXPECT_EQ(problemsOf("repeat 2\nsay 'so\nend"), "a:2: the quote ' has no end");
     EXPECT_EQ(problemsOf("repeat 2\nrepeat 3\na\nb 'c"),
               "a:1: 'repeat' without 'end'\na:2: 'repeat' without 'end'\n"

@@ -83,11 +83,12 @@ TEST(Script, AWordIsOnlySpecialWhereItBelongs) {
 TEST(ScriptError, NamesFileAndLine) {
     EXPECT_EQ(problemOf("one\n\nat soon two"),
               "a.scenario:3: invalid duration 'soon'; use 500ms, 2s or 3m, up to 24 hours");
-    EXPECT_EQ(problemOf("at 2s"), "a.scenario:1: 'at' needs a time and something to do");
-    EXPECT_EQ(problemOf("after"), "a.scenario:1: 'after' needs a time and something to do");
+    EXPECT_EQ(problemOf("at 2s"), "a.scenario:1: 'at' needs a time and a command");
+    EXPECT_EQ(problemOf("after"), "a.scenario:1: 'after' needs a time and a command");
     EXPECT_EQ(problemOf("\nsay 'so"), "a.scenario:2: the quote ' has no end");
     EXPECT_EQ(problemOf("say \"so\\"), "a.scenario:1: the quote \" has no end");
-    EXPECT_EQ(problemOf(std::string("a\0b", 3)), "a.scenario:1: a zero byte: this is no text");
+    EXPECT_EQ(problemOf(std::string("a\0b", 3)),
+              "a.scenario:1: not a text: it contains a zero byte");
     EXPECT_EQ(problemOf("at 2s a\nat 1s b"),
               "a.scenario:2: 'at 1s' is earlier than the line before");
 }
@@ -96,7 +97,7 @@ TEST(ScriptError, OfARepetition) {
     EXPECT_EQ(problemOf("a\nrepeat 2\nb\n\n"), "a.scenario:2: 'repeat' without 'end'");
     EXPECT_EQ(problemOf("a\nend"), "a.scenario:2: 'end' without 'repeat'");
     EXPECT_EQ(problemOf("repeat 2\n# a\nend"), "a.scenario:3: nothing to repeat since line 1");
-    EXPECT_EQ(problemOf("repeat 2\na\nend 5"), "a.scenario:3: nothing may stand behind 'end'");
+    EXPECT_EQ(problemOf("repeat 2\na\nend 5"), "a.scenario:3: nothing may follow 'end'");
     for (const char* bad : {"repeat", "repeat 0", "repeat -1", "repeat 2x", "repeat 1 2",
                             "repeat 99999999999999999999"}) {
         EXPECT_EQ(problemOf(bad), "a.scenario:1: repeat needs one number, 1 or more") << bad;

@@ -59,7 +59,7 @@ TEST(PallbusProgram, TakesNoSeedThatItCannotKeep) {
     for (const char* seed : {"-1", "18446744073709551616", "", " 1"}) {
         const Outcome outcome = runProgram(pallbusCommand({"--port=0", "--seed", seed}));
         EXPECT_EQ(outcome.status, 2) << seed;
-        EXPECT_THAT(outcome.errors, HasSubstr("is no whole number from 0 to 18446744073709551615"));
+        EXPECT_THAT(outcome.errors, HasSubstr("use an integer from 0 to 18446744073709551615"));
     }
 }
 

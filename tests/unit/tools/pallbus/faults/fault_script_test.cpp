@@ -57,7 +57,7 @@ TEST(FaultScript, IsOneLineWithoutATime) {
 TEST(FaultScript, NamesTheLineThatIsBad) {
     EXPECT_EQ(findProblem("fragment\n\nafter 1s delay\n"),
               "bad.txt:3: incomplete fault; expected: delay TIME[-TIME]");
-    EXPECT_EQ(findProblem("at 1s\n"), "bad.txt:1: 'at' needs a time and something to do");
+    EXPECT_EQ(findProblem("at 1s\n"), "bad.txt:1: 'at' needs a time and a command");
 }
 
 TEST(FaultScript, NamesAllLinesThatAreBadInTheirOrder) {
