@@ -10,7 +10,7 @@
 #include <string>
 
 #include "fuzz_target.h"
-#include "recording/lines.h"
+#include "recording/line_format.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ std::optional<Reader> opened(std::string& text) try {
 // False at the end.
 bool readOne(Reader& reader) try {
     const std::optional<Entry> entry = reader.next();
-    require(!entry || recording::readEntryLine(recording::lineOf(*entry)) == *entry);
+    require(!entry || recording::parseEntryLine(recording::formatLine(*entry)) == *entry);
     return entry.has_value();
 } catch (const std::runtime_error& problem) {
     const std::string place = "input:" + std::to_string(reader.line()) + ": ";
@@ -49,7 +49,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     if (std::optional<Reader> reader = opened(text)) {
-        require(recording::readHeaderLine(recording::lineOf(reader->header())) == reader->header());
+        require(recording::parseHeaderLine(recording::formatLine(reader->header())) ==
+                reader->header());
         while (readOne(*reader)) {
         }
         require(reader->line() <= size_t(std::count(text.begin(), text.end(), '\n')) + 1);

@@ -2,14 +2,14 @@
 #include <cstdio>
 #include <system_error>
 
-#include "recording/lines.h"
+#include "recording/line_format.h"
 #include "recording/recording.h"
 
 namespace recording {
 
 namespace {
 
-util::UniqueFile opened(const std::string& path) {
+util::UniqueFile openOrThrow(const std::string& path) {
     util::UniqueFile file = util::openFile(path, "r");
     if (!file) {
         throw std::runtime_error(path + ": " + std::generic_category().message(errno));
@@ -23,7 +23,7 @@ bool isBlank(const std::string& text) {
 
 }  // namespace
 
-Reader::Reader(const std::string& path) : Reader(opened(path), path) {}
+Reader::Reader(const std::string& path) : Reader(openOrThrow(path), path) {}
 
 Reader::Reader(util::UniqueFile file, std::string path)
     : file_(std::move(file)), path_(std::move(path)) {
@@ -37,7 +37,7 @@ void Reader::readHeader() {
         throw std::runtime_error(place("not a recording: the file is empty"));
     }
     try {
-        header_ = readHeaderLine(line->text);
+        header_ = parseHeaderLine(line->text);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(place("not a recording: " + std::string(error.what())));
     }
@@ -46,24 +46,24 @@ void Reader::readHeader() {
 std::optional<Entry> Reader::next() {
     while (const std::optional<Line> line = readLine()) {
         if (line->tooLong || !isBlank(line->text)) {
-            return entryOf(*line);
+            return parseEntry(*line);
         }
     }
     return std::nullopt;
 }
 
-std::optional<Entry> Reader::entryOf(const Line& line) {
+std::optional<Entry> Reader::parseEntry(const Line& line) {
     if (line.tooLong) {
-        throw std::runtime_error(place("longer than " + std::to_string(kMostLineBytes) + " bytes"));
+        throw std::runtime_error(place("longer than " + std::to_string(kMaxLineBytes) + " bytes"));
     }
     try {
-        Entry entry = readEntryLine(line.text);
+        Entry entry = parseEntryLine(line.text);
         if (entry.at < last_) {
             throw std::runtime_error("earlier than the line before it");
         }
         last_ = entry.at;
         return entry;
-    } catch (const NoObject& error) {
+    } catch (const NotAnObject& error) {
         if (line.ended) {
             throw std::runtime_error(place(error.what()));
         }
@@ -78,7 +78,7 @@ std::optional<Reader::Line> Reader::readLine() {
     Line line;
     int character = 0;
     while ((character = getc_unlocked(file_.get())) != EOF && character != '\n') {
-        line.tooLong = line.text.size() >= kMostLineBytes;
+        line.tooLong = line.text.size() >= kMaxLineBytes;
         if (!line.tooLong) {
             line.text += static_cast<char>(character);
         }

@@ -1,3 +1,7 @@
+// The owner appends lines to waiting_ under the mutex; the thread takes all of them once a second,
+// or at kBatchBytes, and writes and syncs them outside the mutex. The first failure is kept, and
+// ends the recording.
+
 #include <signal.h>
 #include <unistd.h>
 
@@ -5,7 +9,7 @@
 #include <cstdio>
 #include <system_error>
 
-#include "recording/lines.h"
+#include "recording/line_format.h"
 #include "recording/recording.h"
 
 namespace recording {
@@ -13,33 +17,33 @@ namespace recording {
 namespace {
 
 constexpr std::chrono::seconds kPeriod{1};
-// So much is not kept back until the second is over.
+// As many bytes are written before the second is over.
 constexpr size_t kBatchBytes = size_t{1024} * 1024;
 
-std::string systemText(int error) {
+std::string formatError(int error) {
     return std::generic_category().message(error);
 }
 
-util::UniqueFile opened(const std::string& path) {
+util::UniqueFile openOrThrow(const std::string& path) {
     util::UniqueFile file = util::openFile(path, "w");
     if (!file) {
-        throw std::runtime_error(path + ": " + systemText(errno));
+        throw std::runtime_error(path + ": " + formatError(errno));
     }
     return file;
 }
 
-std::string firstLine(std::string by) {
+std::string formatFirstLine(std::string by) {
     const auto start =
         std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
-    return lineOf(Header{start, std::move(by)}) + "\n";
+    return formatLine(Header{start, std::move(by)}) + "\n";
 }
 
-// Lines are collected here, not twice.
-void keepNothingBack(FILE* file) {
+// The writer collects lines itself.
+void disableBuffering(FILE* file) {
     std::setvbuf(file, nullptr, _IONBF, 0);
 }
 
-// What cannot be written is an error of the call, and no reason to die of a signal.
+// A failed write is an error of the call, not a signal.
 void blockSignalsOfWriting() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -51,9 +55,9 @@ void blockSignalsOfWriting() {
 }  // namespace
 
 Writer::Writer(const std::string& path, std::string by)
-    : path_(path), start_(std::chrono::steady_clock::now()), file_(opened(path)) {
-    keepNothingBack(file_.get());
-    writeBatch(firstLine(std::move(by)));
+    : path_(path), start_(std::chrono::steady_clock::now()), file_(openOrThrow(path)) {
+    disableBuffering(file_.get());
+    writeBatch(formatFirstLine(std::move(by)));
     if (failure_) {
         throw std::runtime_error(*failure_);
     }
@@ -64,12 +68,12 @@ Writer::Writer(util::UniqueFile file, std::string path, std::string by)
     : path_(std::move(path)),
       start_(std::chrono::steady_clock::now()),
       file_(std::move(file)),
-      waiting_(firstLine(std::move(by))) {
-    keepNothingBack(file_.get());
+      waiting_(formatFirstLine(std::move(by))) {
+    disableBuffering(file_.get());
     thread_ = std::thread([this] {
-        // What cannot be emptied, such as a pipe, holds nothing.
+        // A file that cannot be truncated, such as a pipe, is empty.
         if (ftruncate(fileno(file_.get()), 0) != 0 && errno != EINVAL) {
-            fail(systemText(errno));
+            fail(formatError(errno));
         }
         writeOut();
     });
@@ -87,7 +91,7 @@ void Writer::record(int32_t from, std::string_view payload) {
 
 void Writer::write(const Entry& entry) {
     if (!failure()) {
-        add(lineOf(entry) + "\n");
+        add(formatLine(entry) + "\n");
     }
 }
 
@@ -96,7 +100,7 @@ void Writer::add(const std::string& line) {
     if (finishing_ || failure_) {
         return;
     }
-    if (waiting_.size() + line.size() > kMostWaitingBytes) {
+    if (waiting_.size() + line.size() > kMaxWaitingBytes) {
         failure_ = path_ + ": the disk is too slow";
         return;
     }
@@ -156,12 +160,12 @@ void Writer::writeBatch(const std::string& batch) {
         return;
     }
     if (std::fwrite(batch.data(), 1, batch.size(), file_.get()) != batch.size()) {
-        fail(systemText(errno));
+        fail(formatError(errno));
         return;
     }
-    // So that a power cut costs no more than what came since. What has no disk has nothing to do.
+    // A power cut then loses only later lines. Files without a disk cannot be synced.
     if (fdatasync(fileno(file_.get())) != 0 && errno != EINVAL && errno != EROFS) {
-        fail(systemText(errno));
+        fail(formatError(errno));
     }
 }
 

@@ -16,7 +16,7 @@
 #include "pallbus/replay/comparison.h"
 #include "pallbus/replay/replay_plan.h"
 #include "pallbus/replay/replayer.h"
-#include "recording/lines.h"
+#include "recording/line_format.h"
 #include "recording/recording.h"
 #include "util/log.h"
 

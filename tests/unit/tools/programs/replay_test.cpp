@@ -11,13 +11,13 @@
 
 #include "bus_peer.h"
 #include "program_process.h"
-#include "recording/lines.h"
+#include "recording/line_format.h"
 #include "support/temporary_directory.h"
 
 namespace {
 
 using namespace std::chrono_literals;
-using recording::lineOf;
+using recording::formatLine;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -54,11 +54,11 @@ std::string answer(const std::string& name, const std::string& value) {
 
 class ReplayTest : public testing::Test {
   protected:
-    ReplayTest() { file_ = lineOf(recording::Header{{}, "a test"}) + "\n"; }
+    ReplayTest() { file_ = formatLine(recording::Header{{}, "a test"}) + "\n"; }
 
     // Adds what was seen a second after what was added before.
     void record(int32_t from, const std::string& payload) {
-        file_ += lineOf(recording::Entry{at_, from, payload}) + "\n";
+        file_ += formatLine(recording::Entry{at_, from, payload}) + "\n";
         at_ += 1s;
     }
 
@@ -270,7 +270,8 @@ TEST_F(ReplayTest, EndsWithOneLineAndTwoWhereThereIsNothingToPlay) {
         {{wrong}, wrong + ":7: \"at\" is missing or out of range\n"},
         {{path_, "--as=9"}, path_ + ": participant 9 not found\n"},
         {{path_, "--as=frameB.system"}, path_ + ": participant \"frameB.system\" not found\n"},
-        {{path_, "--speed=0"}, "--speed: '0' is no number above 0 (--help tells more)\n"},
+        {{path_, "--speed=0"},
+         "--speed: invalid number '0'; use a number above 0 (--help tells more)\n"},
         {{path_, "--record=b"}, "replay excludes --record (--help tells more)\n"},
         {{path_, "--speed=2", "--fast"}, "--speed excludes --fast (--help tells more)\n"}};
     for (const auto& [words, problem] : attempts) {

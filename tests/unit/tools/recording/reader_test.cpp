@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "recording/lines.h"
+#include "recording/line_format.h"
 #include "recording/recording.h"
 #include "support/temporary_directory.h"
 
@@ -110,7 +110,7 @@ TEST_F(ReaderTest, TakesTheZeroesOfAFileSystemThatLostPowerForACut) {
 }
 
 TEST_F(ReaderTest, BoundsWhatItKeepsOfALine) {
-    const std::string endless(recording::kMostLineBytes + 1, ' ');
+    const std::string endless(recording::kMaxLineBytes + 1, ' ');
     Reader reader = this->reader(kHeader + endless + "{\n" + kSecond);
     EXPECT_EQ(problemOf([&] { reader.next(); }), place(":2: longer than 40001000 bytes"));
     EXPECT_EQ(reader.next(), (Entry{2s, 0, "two"}));

@@ -189,7 +189,7 @@ TEST_F(WriterTest, GivesUpOnADiskThatDoesNotKeepUpInsteadOfWaiting) {
     Writer writer(path_, "a test");
     const std::string payload(1024 * 1024, 'x');
     size_t recorded = 0;
-    while (!writer.failure() && recorded < Writer::kMostWaitingBytes * 2) {
+    while (!writer.failure() && recorded < Writer::kMaxWaitingBytes * 2) {
         writer.record(8, payload);
         recorded += payload.size();
     }

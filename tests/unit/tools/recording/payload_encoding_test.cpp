@@ -1,4 +1,4 @@
-#include "recording/payload_text.h"
+#include "recording/payload_encoding.h"
 
 #include <utility>
 #include <vector>
