@@ -11,7 +11,7 @@
 
 #include "fuzz_target.h"
 #include "pallctl/top/layout.h"
-#include "pallctl/top/lines.h"
+#include "pallctl/top/line_layout.h"
 
 namespace {
 

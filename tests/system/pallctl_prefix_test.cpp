@@ -105,8 +105,8 @@ TEST_F(PallctlPrefix, SetsInHumanForm) {
     const Result unfit = there({"set", "ipAddress=10.0.0", "sshEnabled=2", "psu1Voltage=1"});
     EXPECT_EQ(unfit.status, 2);
     EXPECT_EQ(unfit.error,
-              "pallctl: frameB.system.ipAddress: needs an address such as 10.1.2.3\n"
-              "pallctl: frameB.system.sshEnabled: needs one of: Disabled, Enabled\n"
+              "pallctl: frameB.system.ipAddress: must be an address such as 10.1.2.3\n"
+              "pallctl: frameB.system.sshEnabled: must be one of: Disabled, Enabled\n"
               "pallctl: frameB.system.psu1Voltage: is read-only\n");
 }
 

@@ -134,7 +134,7 @@ TEST_F(PallctlSet, TellsProgramsWhatKeptEachFromBeingSent) {
               R"({"system.systemName":{"name":"system.systemName","outcome":"notSent",)"
               R"("statusCode":null,"problem":"not sent"},)"
               R"("system.sshEnabled":{"name":"system.sshEnabled","outcome":"invalid",)"
-              R"("statusCode":null,"problem":"needs one of: Disabled, Enabled"},)"
+              R"("statusCode":null,"problem":"must be one of: Disabled, Enabled"},)"
               R"("system.nosuch":{"name":"system.nosuch","outcome":"notFound",)"
               R"("statusCode":null,"problem":"not found"}})"
               "\n");

@@ -48,7 +48,7 @@ TEST_F(TopEdit, DoesNotSendWhatDoesNotFit) {
     terminal->waitFor("new value: 10.0.0.5");
     terminal->type("x");
     terminal->press({"Enter"});
-    terminal->waitFor("needs an address");
+    terminal->waitFor("must be an address");
     terminal->press({"Escape"});
     edit("version");
     terminal->waitFor("version is read-only");
@@ -72,7 +72,7 @@ TEST_F(TopEdit, SaysThatThereIsNobodyToSet) {
     terminal->waitFor("no bus for");
     propose("systemName", "Truck");
     terminal->type("y");
-    terminal->waitFor("systemName: there is no bus; nothing was sent");
+    terminal->waitFor("systemName: no bus; nothing was sent");
 }
 
 }  // namespace

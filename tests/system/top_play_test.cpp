@@ -116,7 +116,7 @@ TEST_F(TopPlay, NothingCanBeSetInARecording) {
     play("/run/one.rec");
     terminal->waitFor("systemName");
     terminal->press({"Enter"});
-    terminal->waitFor("a recording is only looked at");
+    terminal->waitFor("a recording cannot be changed");
 }
 
 TEST_F(TopPlay, SaysWhichLineOfAFileIsWrong) {

@@ -101,7 +101,7 @@ TEST_F(TopTerminal, IsNeeded) {
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error,
-              "pallctl: top: needs a terminal to read from and to draw on (--help tells more)\n");
+              "pallctl: top: standard input and output must be a terminal (--help tells more)\n");
 }
 
 TEST_F(TopTerminal, IsAskedForBeforeARecordingIsBegun) {
@@ -111,10 +111,10 @@ TEST_F(TopTerminal, IsAskedForBeforeARecordingIsBegun) {
 
 TEST_F(TopTerminal, HasToBeOfAKindThatIsKnown) {
     open({}, {}, {"TERM=nobodys"});
-    terminal->waitFor("TERM names a terminal that this machine does not know: nobodys");
+    terminal->waitFor("unknown terminal type in TERM: nobodys");
     terminal->waitFor("ended with 2");
     open({}, {}, {"TERM=dumb"});
-    terminal->waitFor("TERM names a terminal that cannot be drawn on: dumb");
+    terminal->waitFor("the terminal type in TERM cannot move the cursor: dumb");
     terminal->waitFor("ended with 2");
     EXPECT_TRUE(terminalIsAsBefore());
 }

@@ -1,3 +1,7 @@
+// The socket does not block; every call waits in poll(2) for the socket, the output and a
+// descriptor to end with. Received chunks are split into payloads, which wait in received_. A
+// heartbeat that no message follows in time ends the connection.
+
 #include "client/bus_session.h"
 
 #include <netinet/in.h>
@@ -104,7 +108,7 @@ bool BusSession::connect(Deadline deadline) {
         return fail("connect", errno);
     }
     if (const Waited waited = waitFor(POLLOUT, deadline); waited != Waited::ready) {
-        return fail("connect", errorOf(waited));
+        return fail("connect", toErrno(waited));
     }
     int error = 0;
     socklen_t size = sizeof error;
@@ -128,7 +132,7 @@ bool BusSession::flush() {
         } else if (errno != EAGAIN) {
             return fail("send", errno);
         } else if (const Waited waited = waitFor(POLLOUT, deadline); waited != Waited::ready) {
-            return fail("send", errorOf(waited));
+            return fail("send", toErrno(waited));
         }
     }
     return isOpen();
@@ -145,7 +149,7 @@ std::optional<TarnInternalMessage> BusSession::receive(Deadline deadline) {
 
 BusSession::Payload BusSession::receivePayload(Deadline deadline) {
     keepAlive();
-    // Once in any case: a deadline that has passed asks for what is there.
+    // At least once: a deadline that has passed requests what has arrived.
     do {
         waitForChunk(deadline);
     } while (received_.empty() && isOpen() && !outputGone_ && Clock::now() < deadline);
@@ -165,7 +169,7 @@ void BusSession::waitForChunk(Deadline deadline) {
     if (waited == Waited::ready) {
         readChunk();
     } else if (waited == Waited::failed) {
-        fail("receive", errorOf(waited));
+        fail("receive", toErrno(waited));
     } else if (silentSince_ && Clock::now() - *silentSince_ >= heartbeat_.timeout) {
         // Only now: a process that did not run for a while finds the answers waiting.
         fail("receive", ETIMEDOUT);
@@ -193,7 +197,7 @@ BusSession::Waited BusSession::waitFor(short events, Deadline deadline) {
     return waitForAny(socket_.get(), events, deadline);
 }
 
-// The ends come first.
+// The other descriptors take precedence.
 BusSession::Waited BusSession::waitForAny(int socket, short events, Deadline deadline) {
     std::array<pollfd, 3> watched{{{socket, events, 0}, {output_, 0, 0}, {end_, POLLIN, 0}}};
     int ready = 0;
@@ -211,8 +215,8 @@ BusSession::Waited BusSession::waitForAny(int socket, short events, Deadline dea
     return ready > 0 ? Waited::ready : Waited::timedOut;
 }
 
-// Right behind the wait, whose errno it may be.
-int BusSession::errorOf(Waited waited) {
+// To be called directly after the wait, whose errno it may return.
+int BusSession::toErrno(Waited waited) {
     switch (waited) {
         case Waited::timedOut:
             return ETIMEDOUT;
@@ -237,7 +241,7 @@ void BusSession::readChunk() {
 
 bool BusSession::fail(const char* what, int error) {
     errorText_ = std::string(what) + ": " + std::strerror(error);
-    // What has arrived is still worth reading.
+    // Messages that have arrived are still valid.
     socket_.close();
     return false;
 }

@@ -87,7 +87,7 @@ class BusSession {
     bool connect(Deadline deadline);
     Waited waitFor(short events, Deadline deadline);
     Waited waitForAny(int socket, short events, Deadline deadline);
-    static int errorOf(Waited waited);
+    static int toErrno(Waited waited);
     void waitForChunk(Deadline deadline);
     void readChunk();
     void keepAlive();
@@ -103,7 +103,7 @@ class BusSession {
     std::string errorText_;
     Heartbeat heartbeat_;
     Deadline nextHeartbeat_;
-    std::optional<Deadline> silentSince_;  // the first heartbeat since the bus was last heard of
+    std::optional<Deadline> silentSince_;  // the first heartbeat since the last message
     std::string sendBuffer_;
     lumo::NetStringStreamParser parser_;
     std::deque<Payload> received_;

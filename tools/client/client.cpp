@@ -1,3 +1,6 @@
+// A client retries connecting and reading until the wait is over; afterwards the follower does
+// both. missing_ keeps what was reported as missing, so that each change is reported once.
+
 #include "client/client.h"
 
 #include <unistd.h>

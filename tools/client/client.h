@@ -71,7 +71,7 @@ class Client {
     const ParameterCache& cache() const { return cache_; }
 
   private:
-    // One attempt to reach what is wanted; it may take so long.
+    // One attempt with a maximum wait for an answer.
     using Attempt = std::function<ExitStatus(std::chrono::milliseconds timeout)>;
 
     ExitStatus retry(const Attempt& attempt);

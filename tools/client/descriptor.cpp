@@ -33,8 +33,8 @@ std::optional<double> decodeLimit(const cJSON* constraint, const char* key) {
 void decodeConstraint(const cJSON* constraint, Descriptor& descriptor) {
     util::readField(constraint, "type", descriptor.constraint);
     descriptor.choices = decodeChoices(constraint);
-    descriptor.least = decodeLimit(constraint, "min");
-    descriptor.most = decodeLimit(constraint, "max");
+    descriptor.minimum = decodeLimit(constraint, "min");
+    descriptor.maximum = decodeLimit(constraint, "max");
     descriptor.step = decodeLimit(constraint, "step");
 }
 

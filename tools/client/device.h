@@ -51,7 +51,7 @@ class Device {
     const std::string& object() const { return object_.path(); }
     bool isDaemon() const { return home() == kDaemonObject; }
     bool isThroughPrefix() const { return object_.isThroughPrefix(); }
-    // Through a prefix the daemon tells only values that are saved or have changed.
+    // Through a prefix the daemon announces only values that are saved or have changed.
     bool hidesValue(const Parameter& parameter) const {
         return isThroughPrefix() && !hasValue(parameter);
     }

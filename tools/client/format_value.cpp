@@ -9,35 +9,34 @@
 #include <cstdio>
 
 #include "cli/escape.h"
-#include "client/parse_struct.h"
 #include "util/numbers.h"
 
 namespace client {
 
 namespace {
 
-constexpr double kLargestAddress = 4294967295.0;
-constexpr int kMostDecimals = 17;  // a double says nothing beyond
+constexpr double kMaxAddress = 4294967295.0;
+constexpr int kMaxDecimals = 17;  // a double has no more
 
 // With a precision below 0 the shortest text that reads back as the same number.
-std::string decimal(double number, int precision) {
+std::string formatDecimal(double number, int precision) {
     std::array<char, 400> text;  // the largest double has 309 digits before the point
     char* const end = text.data() + text.size();
     const auto result = precision < 0
                             ? std::to_chars(text.data(), end, number)
                             : std::to_chars(text.data(), end, number, std::chars_format::fixed,
-                                            std::min(precision, kMostDecimals));
+                                            std::min(precision, kMaxDecimals));
     return {text.data(), result.ptr};
 }
 
-std::string dotted(double number) {
+std::string formatAddress(double number) {
     const in_addr address{htonl(util::saturatedUInt32(number))};
     std::array<char, INET_ADDRSTRLEN> text{};
     inet_ntop(AF_INET, &address, text.data(), text.size());
     return text.data();
 }
 
-const Choice* choiceOf(const Descriptor& descriptor, double number) {
+const Choice* findChoice(const Descriptor& descriptor, double number) {
     const auto& choices = descriptor.choices;
     const auto found = std::find_if(choices.begin(), choices.end(), [number](const Choice& each) {
         return static_cast<double>(each.value) == number;
@@ -45,23 +44,23 @@ const Choice* choiceOf(const Descriptor& descriptor, double number) {
     return found == choices.end() ? nullptr : &*found;
 }
 
-std::string humanNumber(const Descriptor& descriptor, double number) {
-    if (const Choice* choice = choiceOf(descriptor, number)) {
+std::string formatNumber(const Descriptor& descriptor, double number) {
+    if (const Choice* choice = findChoice(descriptor, number)) {
         return cli::escapeForTerminal(choice->name);
     }
     if (descriptor.type == "FLOAT") {
-        return decimal(number, descriptor.precision);
+        return formatDecimal(number, descriptor.precision);
     }
     if (std::trunc(number) != number) {
-        return decimal(number, -1);
+        return formatDecimal(number, -1);
     }
-    if (isAddress(descriptor) && number >= 0 && number <= kLargestAddress) {
-        return dotted(number);
+    if (isAddress(descriptor) && number >= 0 && number <= kMaxAddress) {
+        return formatAddress(number);
     }
-    return decimal(number + 0.0, 0);  // no integer is "-0"
+    return formatDecimal(number + 0.0, 0);  // never "-0"
 }
 
-std::string humanStructure(const cJSON* structure) {
+std::string formatStructure(const cJSON* structure) {
     std::string text;
     for (const Parameter& member : decodeMembers(structure)) {
         text += text.empty() ? "" : kMemberGap;
@@ -78,13 +77,13 @@ std::string formatValue(const Descriptor& descriptor, const cJSON* value) {
         return "-";
     }
     if (cJSON_IsNumber(value)) {
-        return humanNumber(descriptor, value->valuedouble);
+        return formatNumber(descriptor, value->valuedouble);
     }
     if (const char* text = util::jsonText(value)) {
         return cli::escapeForTerminal(text);
     }
     if (descriptor.type == kStructureType && cJSON_IsObject(value)) {
-        return humanStructure(value);
+        return formatStructure(value);
     }
     return cli::escapeForTerminal(util::renderJSON(value, false));
 }

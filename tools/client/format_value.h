@@ -4,16 +4,19 @@
 
 #include "client/descriptor.h"
 
-// Values as people read them, of the JSON that travels on the bus. Pure functions.
+// Formats raw values for people. Pure functions.
 
 namespace client {
 
-// The value as a person reads it: an address dotted, a choice by its name, a float with the
-// decimals its descriptor asks for, a structure as "member=value, member=value". A value that does
-// not fit its descriptor is shown as it came; none at all is "-".
+// Separates the members of a structure.
+inline constexpr const char* kMemberGap = ", ";
+
+// An address is dotted, a choice is its name, a float has the decimals of its descriptor, a
+// structure is "member=value, member=value". A value that does not fit its descriptor is shown as
+// it is; no value is "-".
 std::string formatValue(const Descriptor& descriptor, const cJSON* value);
 
-// The names of its choices, "Disabled, Enabled".
+// The names of the choices, "Disabled, Enabled".
 std::string choiceNames(const Descriptor& descriptor);
 
 }  // namespace client

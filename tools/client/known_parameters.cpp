@@ -46,8 +46,8 @@ void describeKnownParameters(const DevicePath& object, ParameterCache& cache) {
     for (Descriptor& descriptor : knownDescriptors()) {
         descriptor.name = object.fullName(descriptor.name);
         if (!cache.described(descriptor.name)) {
-            const Parameter* const heard = cache.find(descriptor.name);
-            util::UniqueJSON value = util::copyJSON(heard ? heard->value.get() : nullptr);
+            const Parameter* const announced = cache.find(descriptor.name);
+            util::UniqueJSON value = util::copyJSON(announced ? announced->value.get() : nullptr);
             cache.describe({std::move(descriptor), std::move(value)});
         }
     }

@@ -4,40 +4,39 @@
 
 #include "client/descriptor.h"
 
-// Values as people type them, made into the JSON that travels on the bus. Pure functions.
+// Parses values as people type them into raw values. Pure functions.
 
 namespace client {
 
-// What was typed, ready to send, or why it cannot be.
+// A value to send, or the error.
 struct ParsedValue {
-    util::UniqueJSON value;  // null when there is a problem
-    std::string problem;     // empty when there is none
+    util::UniqueJSON value;  // null on error
+    std::string problem;     // empty on success
 };
 
-// The value that the text means for this parameter: a dotted address, the name of a choice (in any
-// case) or its number, a number, a text. A problem also when there is an error from
-// validateValue().
+// The value for this parameter: a dotted address, the name of a choice (in any case) or its number,
+// a number, a text. An error of validateValue() is a problem, too.
 ParsedValue parseValue(const Descriptor& descriptor, const std::string& text);
 
-// The same, also for a structure: "member=value, member=value" for some or all of the members that
-// its value has.
+// The same, also for a structure: "member=value, member=value" for some or all of the members of
+// its value.
 ParsedValue parseValue(const Parameter& parameter, const std::string& text);
 
-// The value that the text is in JSON. A problem also when there is an error from validateValue().
+// A value in JSON. An error of validateValue() is a problem, too.
 ParsedValue parseRawValue(const Descriptor& descriptor, const std::string& text);
 
-// For a name that no descriptor is known for: a number, true or false when the text is one as a
-// whole, otherwise the text.
+// For a parameter without a descriptor: a number, true or false when the whole text is one,
+// otherwise the text.
 util::UniqueJSON parseUntypedValue(const std::string& text);
 
-// Whether a parameter that holds this value would be the same after being set to that one, which
-// may leave out members of a structure.
+// Whether a parameter with this value would be the same after being set to `wanted`, which may
+// contain only some members of a structure.
 bool isSameValue(const cJSON* held, const cJSON* wanted);
 
-// Takes out of a structure to be set the members that the value held has the same.
+// Removes the members from a structure to be set that are the same in the value held.
 void dropSameMembers(const cJSON* held, cJSON* wanted);
 
-// Whether the parameter's value is that one as people see it: the same, or the same in human form.
+// Whether the parameter has that value as people see it: the same raw value, or the same text.
 bool hasValueAsShown(const Parameter& parameter, const cJSON* wanted);
 
 }  // namespace client

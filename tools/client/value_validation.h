@@ -4,12 +4,26 @@
 
 #include "client/descriptor.h"
 
+// The types of values that can be set, and the validation of values. Pure functions, any thread.
+
 namespace client {
 
-// What speaks against sending this value, in its wire form, to a parameter that is described so:
-// its type, a choice that there is not, a range, a length. Empty when nothing does; a parameter
-// without a type takes anything. The daemon itself looks at less than that: a text for a number it
-// takes for 0. Pure function.
+struct ValueType {
+    const char* word;  // in a descriptor, "INT32"
+    bool (*fits)(const cJSON* value);
+    const char* valid;                                   // the valid values, for people
+    util::UniqueJSON (*parse)(const std::string& text);  // null: has members
+};
+
+// Null for a type that cannot be set.
+const ValueType* findValueType(const std::string& word);
+
+// A number, or a text when it is not one.
+util::UniqueJSON parseNumberOrText(const std::string& text);
+
+// The error in this raw value for a parameter with this descriptor: its type, its choices, its
+// range, its length. Empty for a valid value; a parameter without a type accepts everything. The
+// daemon itself checks less: it takes a text for a number as 0.
 std::string validateValue(const Descriptor& descriptor, const cJSON* value);
 
 }  // namespace client

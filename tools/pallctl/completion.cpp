@@ -15,32 +15,33 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Somebody waits at the keyboard.
+// The user is waiting at the keyboard.
 constexpr std::chrono::milliseconds kTimeout = 500ms;
 
-using OfferWords = std::vector<cli::Completion> (*)(const std::vector<const client::Parameter*>&,
-                                                    const client::DevicePath&, const std::string&);
+using CompleteWords = std::vector<cli::Completion> (*)(const std::vector<const client::Parameter*>&,
+                                                       const client::DevicePath&,
+                                                       const std::string&);
 
 struct Kind {
     const char* name;
-    OfferWords offer;
+    CompleteWords complete;
 };
 constexpr Kind kKinds[] = {
     {"NAME", completeNames},
     {"NAME=VALUE", completeAssignments},
 };
 
-std::string given(const cli::CompletionRequest& request, const char* option,
-                  const std::string& otherwise) {
+std::string findOption(const cli::CompletionRequest& request, const char* option,
+                       const std::string& otherwise) {
     const auto found = request.options.find(option);
     return found == request.options.end() ? otherwise : found->second;
 }
 
-client::ConnectionOptions reachOf(const cli::CompletionRequest& request) {
+client::ConnectionOptions makeConnection(const cli::CompletionRequest& request) {
     client::ConnectionOptions connection;
-    connection.object = given(request, "--object", connection.object);
+    connection.object = findOption(request, "--object", connection.object);
     connection.reportsFramingErrors = false;
-    const std::string port = given(request, "--port", "");
+    const std::string port = findOption(request, "--port", "");
     std::from_chars(port.data(), port.data() + port.size(), connection.port);
     return connection;
 }
@@ -54,7 +55,7 @@ bool readAll(client::Client& client) {
     return client.follower().read(client.catalogue(), left);
 }
 
-// What cannot be set is not offered to be set.
+// Read-only parameters are no completion for set.
 void keepSettable(std::vector<const client::Parameter*>& parameters) {
     const auto readOnly = [](const client::Parameter* parameter) {
         return parameter->descriptor.readOnly;
@@ -76,7 +77,7 @@ std::vector<cli::Completion> completeFromDevice(const cli::CompletionRequest& re
         return {};
     }
     util::replaceLogSink([](int, const std::string&) {});
-    client::Client client(reachOf(request), client::Subscription::answers);
+    client::Client client(makeConnection(request), client::Subscription::answers);
     if (!readAll(client)) {
         return {};
     }
@@ -87,7 +88,7 @@ std::vector<cli::Completion> completeFromDevice(const cli::CompletionRequest& re
     if (request.command == "set") {
         keepSettable(parameters);
     }
-    return kind->offer(parameters, client::DevicePath(client.device().object()), request.word);
+    return kind->complete(parameters, client::DevicePath(client.device().object()), request.word);
 }
 
 }  // namespace pallctl

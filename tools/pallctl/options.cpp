@@ -17,7 +17,7 @@ constexpr size_t kMaxObjectBytes = 128;
 constexpr const char* kObjectCharacters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.";
 
-// A message carries the name of its object as it is, in a line of limited length.
+// The header line of a message contains the name, and has a limited length.
 std::string checkObject(const std::string& object) {
     const bool named = !object.empty() && object.front() != '.' && object.back() != '.';
     return named && object.size() <= kMaxObjectBytes &&

@@ -9,8 +9,8 @@
 
 namespace pallctl {
 
-// The options that every command takes. Lives as long as the command line that it describes them
-// to; the calls return what was read.
+// The options of every command. Lives as long as the command line that it describes them to; the
+// calls return the parsed values.
 class Options {
   public:
     explicit Options(cli::Command program);

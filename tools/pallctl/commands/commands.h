@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,26 @@ void addWatch(cli::Command program, const Options& options);
 
 // For a command with one output format: throws cli::UsageError when another one is requested.
 void requirePlainFormat(const Options& options);
+
+// "NAME=VALUE" as typed; the value may contain more "=".
+struct Assignment {
+    std::string name;
+    std::string value;
+};
+
+// Empty, after an error message, when one of the words is not an assignment.
+std::optional<std::vector<Assignment>> parseAssignments(const std::vector<std::string>& words);
+
+// The outcome of a command for one parameter, as a word for programs and as an exit status.
+struct Outcome {
+    const char* word;
+    ExitStatus status;
+};
+
+// The outcomes that more than one command has.
+inline constexpr Outcome kInvalidValue{"invalid", kUsage};
+inline constexpr Outcome kUnknownName{"notFound", kNotFound};
+inline constexpr Outcome kUnanswered{"noAnswer", kNoAnswer};
 
 // The parameters of these names that the device describes; reports the others as not found, and
 // raises the status accordingly.

@@ -31,7 +31,7 @@ struct Filter {
     std::set<std::string> types;       // words of the wire; empty: all
 };
 
-// The width of the terminal; 0 when there is none, or it is unknown.
+// The width of the terminal; 0 if unknown.
 size_t terminalColumns() {
     winsize size{};
     return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;

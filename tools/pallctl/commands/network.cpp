@@ -43,7 +43,7 @@ struct NetworkRequest {
 // Reports why the settings cannot be changed; kSuccess when they can.
 ExitStatus checkChange(const NetworkSettings& before, const NetworkSettings& wanted, bool force) {
     if (!areValid(before)) {
-        client::complain(kSubject, "the current settings are incomplete (" + optionsFor(before) +
+        client::complain(kSubject, "the current settings are incomplete (" + formatOptions(before) +
                                        "); the daemon cannot change them");
         return kRefused;
     }
@@ -56,7 +56,7 @@ ExitStatus checkChange(const NetworkSettings& before, const NetworkSettings& wan
 }
 
 void printDifferences(const NetworkSettings& before, const NetworkSettings& wanted) {
-    for (const NetworkMember* member : differences(before, wanted)) {
+    for (const NetworkMember* member : findDifferences(before, wanted)) {
         std::printf("%s: %s -> %s\n", member->leaf, dottedText(before.*member->value).c_str(),
                     dottedText(wanted.*member->value).c_str());
     }
@@ -74,25 +74,25 @@ ExitStatus changeNow(const client::ConnectionOptions& connection, const NetworkS
     return status != kSuccess && change.isBegun() ? change.rollBack() : status;
 }
 
-// Runs in the detached process. The log keeps what the user may not see any more.
+// Runs in the detached process. The log keeps the reports, which the user may no longer see.
 ExitStatus runDetached(int line, const client::ConnectionOptions& connection,
                        const NetworkSettings& before, const NetworkSettings& wanted,
-                       std::chrono::milliseconds patience) {
+                       std::chrono::milliseconds timeout) {
     ::openlog("pallctl", LOG_PID, LOG_USER);
     NetworkChange change(connection, before, wanted, [line](const std::string& text) {
         ::syslog(LOG_NOTICE, "network: %s", text.c_str());
         sendText(line, sign::kReport + text);
     });
-    return commitConfirmed(line, change, patience);
+    return commitConfirmed(line, change, timeout);
 }
 
 ExitStatus changeConfirmed(const client::ConnectionOptions& connection,
                            const NetworkSettings& before, const NetworkSettings& wanted,
-                           std::chrono::milliseconds patience) {
+                           std::chrono::milliseconds timeout) {
     cli::SignalFD signals(cli::kTerminationSignals);
     DetachedProcess process(
-        [&](int line) { return runDetached(line, connection, before, wanted, patience); });
-    return ConfirmPrompt(process, signals, patience).run();
+        [&](int line) { return runDetached(line, connection, before, wanted, timeout); });
+    return ConfirmPrompt(process, signals, timeout).run();
 }
 
 ExitStatus changeNetwork(const client::ConnectionOptions& connection,
@@ -104,7 +104,7 @@ ExitStatus changeNetwork(const client::ConnectionOptions& connection,
             return status;
         }
     }
-    const NetworkSettings wanted = merged(before, request.wish);
+    const NetworkSettings wanted = merge(before, request.wish);
     const ExitStatus status = checkChange(before, wanted, request.force);
     if (status != kSuccess) {
         return status;
@@ -128,7 +128,7 @@ std::string checkAddress(const std::string& text) {
     if (text == "0.0.0.0") {
         return "0.0.0.0 cannot be set: for the daemon it means no address";
     }
-    return addressOf(text) ? "" : "invalid address '" + text + "'; use a form such as 10.1.2.3";
+    return parseAddress(text) ? "" : "invalid address '" + text + "'; use a form such as 10.1.2.3";
 }
 
 std::string checkTime(const std::string& text) {
@@ -142,7 +142,7 @@ NetworkRequest makeRequest(const Arguments& arguments) {
     NetworkRequest request;
     for (size_t member = 0; member < kNetworkMembers.size(); ++member) {
         request.wish.*kNetworkMembers[member].value =
-            addressOf(arguments.settings[member]).value_or(0);
+            parseAddress(arguments.settings[member]).value_or(0);
     }
     if (request.wish == NetworkSettings()) {
         throw cli::UsageError("needs --address, --netmask or --gateway");

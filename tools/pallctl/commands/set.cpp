@@ -14,9 +14,7 @@
 #include "cli/standard_output.h"
 #include "client/parse_value.h"
 #include "pallctl/commands/commands.h"
-#include "pallctl/commands/outcome.h"
 #include "pallctl/network/network_plan.h"
-#include "pallctl/values/assignment.h"
 
 namespace pallctl {
 
@@ -41,7 +39,7 @@ struct Change {
     std::string problem = "not sent";  // empty on success
 };
 
-Outcome outcomeOf(std::optional<int> code) {
+Outcome selectOutcome(std::optional<int> code) {
     if (!code) {
         return kUnanswered;
     }
@@ -52,7 +50,7 @@ Outcome outcomeOf(std::optional<int> code) {
     return status == kNotFound ? kUnknownName : kRefusedByDevice;
 }
 
-std::string problemOf(const Outcome& outcome, int code) {
+std::string formatProblem(const Outcome& outcome, int code) {
     if (outcome.status == kSuccess) {
         return "";
     }
@@ -71,7 +69,7 @@ util::UniqueJSON toJSON(const Change& change) {
     return object;
 }
 
-// The full name that is given more than once, in whatever form; null for none.
+// The full name that is given more than once, in any form; or null.
 const std::string* findRepeated(const std::vector<std::string>& names) {
     std::set<std::string> seen;
     const auto repeated = std::find_if(names.begin(), names.end(),
@@ -192,14 +190,14 @@ class SetRequest {
         }
         suggestRollback(change.name);
         const auto code = client_.device().set(change.name, std::move(change.value));
-        change.outcome = outcomeOf(code);
+        change.outcome = selectOutcome(code);
         change.code = code.value_or(0);
-        change.problem = problemOf(change.outcome, change.code);
+        change.problem = formatProblem(change.outcome, change.code);
     }
 
     // Only for people; through a prefix the old settings cannot be read.
     void suggestRollback(const std::string& name) const {
-        const NetworkMember* const member = networkMember(client_.device().leafName(name));
+        const NetworkMember* const member = findNetworkMember(client_.device().leafName(name));
         if (member && !client_.device().isThroughPrefix() && ::isatty(STDERR_FILENO) == 1) {
             client::complain(
                 name, std::string("takes effect even if it disconnects you; 'pallctl network ") +
@@ -220,7 +218,10 @@ ExitStatus set(const Options& options, const std::vector<std::string>& words,
         return kUsage;
     }
     client::Client client(options.connection(), client::Subscription::changes);
-    const auto names = client.device().fullNames(namesOf(*assignments));
+    std::vector<std::string> names;
+    for (const Assignment& assignment : *assignments) {
+        names.push_back(client.device().fullName(assignment.name));
+    }
     if (const std::string* const repeated = findRepeated(names)) {
         client::complain(*repeated, "given more than once");
         return kUsage;
@@ -242,6 +243,19 @@ struct Arguments {
 };
 
 }  // namespace
+
+std::optional<std::vector<Assignment>> parseAssignments(const std::vector<std::string>& words) {
+    std::vector<Assignment> assignments;
+    for (const std::string& word : words) {
+        const size_t equals = word.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            client::complain(word, "needs the form NAME=VALUE");
+            return std::nullopt;
+        }
+        assignments.push_back({word.substr(0, equals), word.substr(equals + 1)});
+    }
+    return assignments;
+}
 
 void addSet(cli::Command program, const Options& options) {
     cli::Command command = program.addCommand("set", "Set values, one after the other");

@@ -7,8 +7,6 @@
 #include "cli/standard_output.h"
 #include "client/parse_value.h"
 #include "pallctl/commands/commands.h"
-#include "pallctl/commands/outcome.h"
-#include "pallctl/values/assignment.h"
 
 namespace pallctl {
 

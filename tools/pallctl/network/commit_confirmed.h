@@ -6,9 +6,9 @@
 #include "pallctl/network/network_change.h"
 
 // A change of the network that is rolled back unless it is confirmed. A detached process makes the
-// change, waits for the confirmation and otherwise rolls back; the client in front of it shows what
-// the process reports, and asks the user. So whatever ends the client, after the first set there is
-// a process that knows the previous settings.
+// change, waits for the confirmation and otherwise rolls back; the client prints its reports and
+// asks the user. So once a set is sent, a process that knows the previous settings is running,
+// whatever ends the client.
 
 namespace pallctl {
 

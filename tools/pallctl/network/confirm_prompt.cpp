@@ -24,8 +24,8 @@ constexpr size_t kMaxAnswerBytes = 4096;
 }  // namespace
 
 ConfirmPrompt::ConfirmPrompt(DetachedProcess& process, cli::SignalFD& signals,
-                             std::chrono::milliseconds patience)
-    : process_(process), patience_(patience), signals_(signals) {}
+                             std::chrono::milliseconds timeout)
+    : process_(process), timeout_(timeout), signals_(signals) {}
 
 ExitStatus ConfirmPrompt::run() {
     while (!ended_ && !leaving_) {
@@ -69,12 +69,12 @@ void ConfirmPrompt::readProcess() {
     if (text.empty()) {
         ended_ = true;
     } else if (text.front() == sign::kReport) {
-        // It asks last: whatever it says then means that there is nothing left to answer.
+        // The question is its last message; any report after that closes it.
         asking_ = false;
         say(text.substr(1));
     } else if (!reverting_) {
         asking_ = true;
-        deadline_ = client::Clock::now() + patience_;
+        deadline_ = client::Clock::now() + timeout_;
         ask();
     }
 }
@@ -84,7 +84,7 @@ void ConfirmPrompt::readSignal() {
     if (signal == 0) {
         return;
     }
-    // A terminal that closes says so in more than one way.
+    // A terminal that closes sends SIGHUP and ends the input.
     leaving_ = reverting_ && signal != SIGHUP;
     revert();
 }

@@ -11,18 +11,17 @@
 
 namespace pallctl {
 
-// The part of a guarded change that a person sees: shows what the process says, asks on standard
-// error whether the settings are to stay, and reads the answer from standard input. Anything that
-// speaks of a person who has gone (a signal to end, the end of the input) is a no. Used by one
-// thread, the only one.
+// The user's side of a change that has to be confirmed: prints the reports of the process, asks on
+// standard error whether to keep the settings, and reads the answer from standard input. A signal
+// to end and the end of the input are a no. Used by one thread, the only one.
 class ConfirmPrompt {
   public:
-    // The signals mean no; they are older than the process, and outlive this.
+    // The signals mean no; they were blocked before the process was started, and outlive this.
     ConfirmPrompt(DetachedProcess& process, cli::SignalFD& signals,
-                  std::chrono::milliseconds patience);
+                  std::chrono::milliseconds timeout);
 
-    // Until the process has ended: its status, or kInDoubt when it did not end by itself or
-    // the person did not wait for it.
+    // Runs until the process has ended. Returns its status, or kInDoubt when it was killed or the
+    // user did not wait for it.
     ExitStatus run();
 
   private:
@@ -37,10 +36,10 @@ class ConfirmPrompt {
     void revert();
 
     DetachedProcess& process_;
-    std::chrono::milliseconds patience_;
+    std::chrono::milliseconds timeout_;
     cli::SignalFD& signals_;
-    bool asking_ = false;      // for as long as there is something to answer
-    bool promptOpen_ = false;  // the line has no end yet
+    bool asking_ = false;      // while a question is open
+    bool promptOpen_ = false;  // the line is not ended yet
     bool reverting_ = false;
     bool ended_ = false;
     bool leaving_ = false;

@@ -24,7 +24,7 @@ constexpr int kLine = STDERR_FILENO + 1;
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-// Keeps the line only: whoever reads what the client prints is not to wait for this process.
+// Keeps only the line: a reader of the client's output must not wait for this process.
 void detach(int line) {
     ::setsid();
     ::dup2(line, kLine);

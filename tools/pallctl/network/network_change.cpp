@@ -25,7 +25,7 @@ std::vector<std::string> networkNames(const client::Device& device) {
     return names;
 }
 
-std::optional<uint32_t> heldValue(const client::Client& client, const NetworkMember& member) {
+std::optional<uint32_t> findValue(const client::Client& client, const NetworkMember& member) {
     const client::Parameter* held = client.cache().find(client.device().fullName(member.leaf));
     return held && cJSON_IsNumber(held->value.get())
                ? std::optional(util::saturatedUInt32(held->value->valuedouble))
@@ -44,7 +44,7 @@ ExitStatus readNetwork(client::Client& client, NetworkSettings& settings) {
         return status;
     }
     for (const NetworkMember& member : kNetworkMembers) {
-        const auto value = heldValue(client, member);
+        const auto value = findValue(client, member);
         if (!value) {
             client::complain(client.device().fullName(member.leaf),
                              client.device().isThroughPrefix() ? "cannot be read through a prefix"
@@ -66,7 +66,7 @@ ExitStatus NetworkChange::apply(const std::function<bool()>& goOn) {
         say_("no bus: " + client.session().errorText());
         return kNoBus;
     }
-    for (const NetworkMember* member : differences(before_, wanted_)) {
+    for (const NetworkMember* member : findDifferences(before_, wanted_)) {
         if (!goOn()) {
             return kOldSettings;
         }
@@ -113,7 +113,7 @@ ExitStatus NetworkChange::rollBack() {
         say_("previous settings restored");
         return kOldSettings;
     }
-    say_("rollback FAILED; previous settings were " + optionsFor(before_));
+    say_("rollback FAILED; previous settings were " + formatOptions(before_));
     return kInDoubt;
 }
 
@@ -136,11 +136,11 @@ ExitStatus NetworkChange::tryRollBack() {
 bool NetworkChange::hasOldValues(client::Client& client) {
     return client.follower().read(networkNames(client.device())) &&
            std::all_of(sent_.begin(), sent_.end(), [&](const NetworkMember* member) {
-               return heldValue(client, *member) == before_.*member->value;
+               return findValue(client, *member) == before_.*member->value;
            });
 }
 
-std::string optionsFor(const NetworkSettings& settings) {
+std::string formatOptions(const NetworkSettings& settings) {
     std::string text;
     for (auto member = kNetworkMembers.rbegin(); member != kNetworkMembers.rend(); ++member) {
         text += text.empty() ? "" : " ";

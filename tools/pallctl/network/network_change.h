@@ -12,33 +12,32 @@
 
 namespace pallctl {
 
-// Reads the three settings that the device holds. What is missing is said on standard error.
+// Reads the three current settings of the device. Reports a missing one on standard error.
 ExitStatus readNetwork(client::Client& client, NetworkSettings& settings);
 
-// One change of the network: carries it out over the bus, and takes it back. Each of the two makes
-// connections of its own, so that it does not matter what became of an earlier one. Used by one
-// thread.
+// One change of the network settings over the bus, and its rollback. Each uses a connection of its
+// own, so an earlier failure does not matter. Used by one thread.
 class NetworkChange {
   public:
-    // Gets one line, without its end, for everything worth knowing.
+    // Receives each report, a line without its end.
     using Say = std::function<void(const std::string& line)>;
 
-    // A bus or a daemon that is away for so long does not come back by itself.
+    // A bus or a daemon that is away for longer does not come back by itself.
     static constexpr std::chrono::minutes kMaxRetryTime{60};
 
     NetworkChange(const client::ConnectionOptions& connection, const NetworkSettings& before,
                   const NetworkSettings& wanted, Say say);
 
-    // Sends what differs, one setting after the other, for as long as `goOn` gives true. kSuccess,
-    // or why it ended before: kOldSettings when `goOn` gave false, which is so at once when nothing
-    // has been sent, and otherwise after rollBack().
+    // Sends the settings that differ, one after the other, while `goOn` returns true. Returns
+    // kSuccess or the failure; kOldSettings when `goOn` returned false, which is true at once when
+    // nothing has been sent, otherwise after rollBack().
     ExitStatus apply(const std::function<bool()>& goOn);
 
-    // Whether something was sent that the device has taken, or may yet take.
+    // Whether a set was sent that the device has accepted or may still carry out.
     bool isBegun() const { return !sent_.empty(); }
 
-    // Sends the old values of all that was sent, over and over until the device shows them or
-    // kMaxRetryTime is over. kOldSettings or kInDoubt.
+    // Sends the previous values of all settings that were sent, again and again until the device
+    // has them or kMaxRetryTime is over. Returns kOldSettings or kInDoubt.
     ExitStatus rollBack();
 
   private:
@@ -55,6 +54,6 @@ class NetworkChange {
 };
 
 // "--address 10.1.2.3 --netmask 255.255.255.0 --gateway 10.1.2.1"
-std::string optionsFor(const NetworkSettings& settings);
+std::string formatOptions(const NetworkSettings& settings);
 
 }  // namespace pallctl

@@ -8,7 +8,7 @@ namespace pallctl {
 
 namespace {
 
-// A network of so few hosts has no address of its own and none for all of them (RFC 3021).
+// A smaller network has neither a network address nor a broadcast address (RFC 3021).
 constexpr uint32_t kSmallestHostPart = 3;
 
 uint32_t hostPart(const NetworkSettings& settings) {
@@ -59,26 +59,26 @@ constexpr const NetworkMember& kNetmask = kNetworkMembers[0];
 constexpr const NetworkMember& kGateway = kNetworkMembers[1];
 constexpr const NetworkMember& kAddress = kNetworkMembers[2];
 
-// Each row takes for granted that those above do not hold.
+// Each row assumes that the rows above do not apply.
 constexpr Objection kObjections[] = {
     {hasHoles, kNetmask, "has zeros before ones"},
-    {isNoUnicast, kAddress, "is no address of a host"},
-    {addressIsReserved, kAddress, "stands for the whole network, or for all hosts in it"},
+    {isNoUnicast, kAddress, "is not the address of a host"},
+    {addressIsReserved, kAddress, "is the network or broadcast address"},
     {gatewayIsOutside, kGateway, "is not in the network of the address"},
-    {gatewayIsReserved, kGateway, "stands for the whole network, or for all hosts in it"},
+    {gatewayIsReserved, kGateway, "is the network or broadcast address"},
     {gatewayIsItself, kGateway, "is the address of the frame itself"},
 };
 
 }  // namespace
 
-const NetworkMember* networkMember(const std::string& leaf) {
+const NetworkMember* findNetworkMember(const std::string& leaf) {
     const auto* const member =
         std::find_if(kNetworkMembers.begin(), kNetworkMembers.end(),
                      [&](const NetworkMember& each) { return leaf == each.leaf; });
     return member == kNetworkMembers.end() ? nullptr : member;
 }
 
-std::optional<uint32_t> addressOf(const std::string& text) {
+std::optional<uint32_t> parseAddress(const std::string& text) {
     in_addr address{};
     if (inet_pton(AF_INET, text.c_str(), &address) != 1 || text.find('\0') != std::string::npos) {
         return std::nullopt;
@@ -87,7 +87,7 @@ std::optional<uint32_t> addressOf(const std::string& text) {
     return isValidAddress(number) ? std::optional(number) : std::nullopt;
 }
 
-NetworkSettings merged(NetworkSettings before, const NetworkSettings& wish) {
+NetworkSettings merge(NetworkSettings before, const NetworkSettings& wish) {
     for (const NetworkMember& member : kNetworkMembers) {
         if (wish.*member.value != 0) {
             before.*member.value = wish.*member.value;
@@ -96,8 +96,8 @@ NetworkSettings merged(NetworkSettings before, const NetworkSettings& wish) {
     return before;
 }
 
-std::vector<const NetworkMember*> differences(const NetworkSettings& one,
-                                              const NetworkSettings& other) {
+std::vector<const NetworkMember*> findDifferences(const NetworkSettings& one,
+                                                  const NetworkSettings& other) {
     std::vector<const NetworkMember*> members;
     for (const NetworkMember& member : kNetworkMembers) {
         if (one.*member.value != other.*member.value) {

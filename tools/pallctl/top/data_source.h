@@ -11,7 +11,7 @@
 
 namespace pallctl::top {
 
-// The source of what is shown: a device, or a recording of one. Owns the device state. Never
+// The source of the displayed data: a device, or a recording of one. Owns the device state. Never
 // blocks. Used by one thread.
 class DataSource {
   public:
@@ -28,7 +28,7 @@ class DataSource {
     // The current time on the time axis of the state.
     virtual Moment now() const = 0;
     virtual Status status() const = 0;
-    // Carries out the request of a key, and tells the view the result.
+    // Carries out the request of a key, and reports the result to the view.
     virtual void carryOut(Request request, View& view) = 0;
     // Ends a recording. Returns the first failure of any recording, "PATH: reason"; empty on
     // success.
@@ -40,13 +40,13 @@ class DataSource {
     DeviceState state_;
 };
 
-// The device on the bus; what is heard of it goes into the file `recordTo` from the beginning
-// unless that is empty. Throws std::runtime_error when that file cannot be made.
+// The device on the bus; its messages are recorded to the file `recordTo` from the start unless
+// that is empty. Throws std::runtime_error when that file cannot be created.
 std::unique_ptr<DataSource> makeLiveSource(const client::ConnectionOptions& connection,
                                            const std::string& recordTo);
 
-// The recording in that file, for the device of that object. Throws cli::UsageError when it cannot
-// be read, or is none.
+// The recording in that file, for the device of that object. Throws cli::UsageError when the file
+// cannot be read or is not a recording.
 std::unique_ptr<DataSource> makeRecordingSource(const std::string& path, const std::string& object);
 
 }  // namespace pallctl::top

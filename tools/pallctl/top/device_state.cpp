@@ -4,7 +4,7 @@
 
 #include "client/format_value.h"
 #include "client/known_parameters.h"
-#include "pallctl/top/text.h"
+#include "pallctl/top/display_text.h"
 
 namespace pallctl::top {
 
@@ -45,18 +45,18 @@ bool DeviceState::take(const TarnInternalMessage& message, Moment at) {
     return restarted;
 }
 
-// What was only announced: nobody need have asked while a recording was made, and through a prefix
-// nobody can.
+// Parameters that were only announced: nobody may have asked for them while a recording was made,
+// and through a prefix nobody can.
 void DeviceState::describeFromCatalogue() {
     if (object_.home() != client::kDaemonObject) {
         return;
     }
-    for (const client::Parameter* heard : cache_.all()) {
-        const auto known = catalogue().find(leafName(*heard));
-        if (heard->descriptor.type.empty() && known != catalogue().end()) {
+    for (const client::Parameter* announced : cache_.all()) {
+        const auto known = catalogue().find(leafName(*announced));
+        if (announced->descriptor.type.empty() && known != catalogue().end()) {
             client::Descriptor descriptor = known->second;
-            descriptor.name = heard->descriptor.name;
-            cache_.describe({std::move(descriptor), util::copyJSON(heard->value.get())});
+            descriptor.name = announced->descriptor.name;
+            cache_.describe({std::move(descriptor), util::copyJSON(announced->value.get())});
         }
     }
 }
@@ -104,7 +104,7 @@ void DeviceState::sample(History& history, double volts, Moment at) {
     }
 }
 
-std::string valueOf(const client::Parameter* parameter) {
+std::string displayValue(const client::Parameter* parameter) {
     return parameter ? showable(client::formatValue(parameter->descriptor, parameter->value.get()))
                      : "-";
 }

@@ -12,10 +12,10 @@
 
 namespace pallctl::top {
 
-// How long a change catches the eye.
+// How long a change is highlighted.
 inline constexpr std::chrono::seconds kHighlightTime{3};
 
-// A voltage that is drawn: the last part of its parameter's name, and what people call it.
+// A voltage with a graph: the last part of its parameter's name, and its title.
 struct Voltage {
     const char* leaf;
     const char* title;
@@ -23,7 +23,7 @@ struct Voltage {
 inline constexpr std::array<Voltage, 3> kVoltages{
     {{"psu1Voltage", "PSU 1"}, {"psu2Voltage", "PSU 2"}, {"battVoltage", "Battery"}}};
 
-// What is known of the device, and since when: fed with the messages of the bus or of a recording.
+// The state of the device and the times of its changes, from messages of the bus or of a recording.
 // Used by one thread.
 class DeviceState {
   public:
@@ -31,24 +31,24 @@ class DeviceState {
     DeviceState(const DeviceState&) = delete;
     DeviceState& operator=(const DeviceState&) = delete;
 
-    // Takes over what the message says of the device; times do not go back. What is announced
-    // without ever having been described is what the daemon's catalogue says. True when it says
-    // that the daemon is new on the bus, so that what is known here may be old.
+    // Applies a message; times do not go back. A parameter without a descriptor gets that of the
+    // daemon's catalogue. True when the message announces a new start of the daemon, so that the
+    // state may be old.
     bool take(const TarnInternalMessage& message, Moment at);
-    // Nothing is heard from now on: values stay as they were last known, the graphs break off.
+    // No more messages arrive: values stay as they are, the graphs end.
     void markDisconnected(Moment at);
-    // Begins anew.
+    // Removes everything.
     void clear();
 
-    // Where all of it is kept.
+    // Contains all parameters.
     client::ParameterCache& cache() { return cache_; }
-    // What a parameter is called below the device, "ipAddress".
+    // The name of a parameter below the device, "ipAddress".
     std::string leafName(const client::Parameter& parameter) const;
-    // By that name. Null when nothing is known; borrowed until clear().
+    // By that name. Null when unknown; borrowed until clear().
     const client::Parameter* find(const std::string& leaf) const;
-    // All parameters, in the order in which they were first heard of.
+    // All parameters, in the order of their first messages.
     std::vector<const client::Parameter*> all() const { return cache_.all(); }
-    // When its value last became another one, by full name; nothing when it was only read so far.
+    // The time of the last change of its value, by full name; empty when it was only read.
     std::optional<Moment> changedAt(const std::string& name) const;
     // Of one of kVoltages.
     const History& history(std::size_t voltage) const { return histories_[voltage]; }
@@ -66,10 +66,10 @@ class DeviceState {
     std::array<History, kVoltages.size()> histories_;
 };
 
-// Its value as a person reads it, "-" when nothing is known; showable.
-std::string valueOf(const client::Parameter* parameter);
+// The formatted value, "-" without one; showable.
+std::string displayValue(const client::Parameter* parameter);
 
-// Whether a change happened so recently that it is to catch the eye.
+// Whether a change at that time is still highlighted.
 bool isHighlighted(const std::optional<Moment>& change, Moment now);
 
 }  // namespace pallctl::top

@@ -1,6 +1,6 @@
 #include "pallctl/top/help.h"
 
-#include "pallctl/top/text.h"
+#include "pallctl/top/display_text.h"
 
 namespace pallctl::top {
 
@@ -16,17 +16,17 @@ constexpr HelpRow kEverywhere[] = {
     {"up down, k j", "select a parameter"},
     {"PgUp PgDn", "a page up or down"},
     {"Home End, g G", "first, last"},
-    {"/ text", "search in names, labels and values"},
+    {"/ text", "search names, labels and values"},
     {"n N", "next, previous match"},
     {"f text", "show only what matches; Esc shows all again"},
-    {"Ctrl-L", "draw the screen anew"},
+    {"Ctrl-L", "redraw the screen"},
 };
 constexpr HelpRow kOfDevice[] = {
     {"Enter", "set the selected parameter, after a question"},
-    {"r", "start or stop to record what the bus carries"},
+    {"r", "start or stop recording the bus"},
 };
 constexpr HelpRow kOfRecording[] = {
-    {"space", "pause, go on"},
+    {"space", "pause, continue"},
     {"+ -", "faster, slower"},
     {"left right", "10 seconds back, ahead"},
     {"0", "from the beginning"},
@@ -38,13 +38,13 @@ template <std::size_t count>
 void add(std::vector<Line>& lines, const HelpRow (&rows)[count]) {
     for (const HelpRow& row : rows) {
         lines.push_back(
-            {{"  " + fitted(row.keys, kKeyColumns, Charset::ascii), Style::prompt}, {row.meaning}});
+            {{"  " + fit(row.keys, kKeyColumns, Charset::ascii), Style::prompt}, {row.meaning}});
     }
 }
 
 }  // namespace
 
-std::vector<Line> helpLines(const RenderInput& input) {
+std::vector<Line> renderHelp(const RenderInput& input) {
     std::vector<Line> lines{{{" Keys", Style::heading}}};
     add(lines, kEverywhere);
     if (input.view.sourceKind() == SourceKind::device) {

@@ -7,7 +7,7 @@
 
 namespace pallctl::top {
 
-// What every key does, in place of panels and table.
-std::vector<Line> helpLines(const RenderInput& input);
+// The keys and their meaning, in place of panels and table.
+std::vector<Line> renderHelp(const RenderInput& input);
 
 }  // namespace pallctl::top

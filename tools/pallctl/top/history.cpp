@@ -8,12 +8,12 @@ namespace pallctl::top {
 
 namespace {
 
-constexpr double kNarrowest = 0.05;
+constexpr double kMinHeightShare = 0.05;
 
 constexpr std::array<const char*, 8> kBlocks{"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
 constexpr std::array<const char*, 8> kLetters{"_", ".", ":", "-", "=", "+", "*", "#"};
 
-std::size_t levelOf(double reading, const Scale& scale) {
+std::size_t computeLevel(double reading, const Scale& scale) {
     const double part =
         scale.high > scale.low ? (reading - scale.low) / (scale.high - scale.low) : 0;
     const double level = std::floor(part * static_cast<double>(kBlocks.size()));
@@ -60,7 +60,7 @@ Reading History::lowestBetween(Moment from, Moment to) const {
     return lowest;
 }
 
-std::optional<Scale> scaleOf(const std::vector<Reading>& readings) {
+std::optional<Scale> findScale(const std::vector<Reading>& readings) {
     std::optional<Scale> scale;
     for (const Reading& reading : readings) {
         if (reading) {
@@ -73,13 +73,13 @@ std::optional<Scale> scaleOf(const std::vector<Reading>& readings) {
 }
 
 std::string sparkline(const std::vector<Reading>& readings, const Scale& scale, Charset charset) {
-    const double lacking = kNarrowest * std::abs(scale.high) - (scale.high - scale.low);
+    const double lacking = kMinHeightShare * std::abs(scale.high) - (scale.high - scale.low);
     const double widening = std::max(0.0, lacking / 2);
     const Scale shown{scale.low - widening, scale.high + widening};
     const auto& marks = charset == Charset::unicode ? kBlocks : kLetters;
     std::string graph;
     for (const Reading& reading : readings) {
-        graph += reading ? marks[levelOf(*reading, shown)] : " ";
+        graph += reading ? marks[computeLevel(*reading, shown)] : " ";
     }
     return graph;
 }

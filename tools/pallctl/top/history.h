@@ -7,30 +7,31 @@
 #include <string>
 #include <vector>
 
-#include "pallctl/top/text.h"
+#include "pallctl/top/display_text.h"
 
 namespace pallctl::top {
 
-// Time since the view, or what it plays, began.
+// Time since the start of the view, or of the recording.
 using Moment = std::chrono::microseconds;
 
-// How far back the graphs go.
+// The time span of the graphs.
 inline constexpr std::chrono::minutes kGraphSpan{4};
 
-// A column of a graph: nothing while nothing was known.
+// A column of a graph: empty for an unknown value.
 using Reading = std::optional<double>;
 
-// What one voltage was over the last minutes. A reading holds until the next one. Plain data.
+// The readings of one voltage over the last minutes. A reading is valid until the next one. Plain
+// data.
 class History {
   public:
-    // Takes a reading, or that nothing is known from now on. Times do not go back.
+    // Adds a reading, or an empty one when the value is unknown from now on. Times do not go back.
     void add(Moment at, Reading reading);
-    // The last one taken.
+    // The last reading added.
     Reading last() const;
 
-    // The lowest reading of each of `count` equal stretches of time, the last of which is now: what
-    // a supply fell to is what matters of it. The stretches begin at multiples of their length, so
-    // that a graph stands still between two of them.
+    // The lowest reading in each of `count` equal intervals, the last of which is now: the minimum
+    // of a supply is what matters. The intervals begin at multiples of their length, so that a
+    // graph does not move between two of them.
     std::vector<Reading> lowest(Moment now, std::size_t count) const;
 
   private:
@@ -41,20 +42,20 @@ class History {
 
     Reading lowestBetween(Moment from, Moment to) const;
 
-    std::deque<Sample> samples_;  // one that is older than the graphs, then all since
+    std::deque<Sample> samples_;  // the last one older than the graphs, and all since
 };
 
-// The lowest and the highest of what a graph shows.
+// The lowest and the highest value of a graph.
 struct Scale {
     double low = 0;
     double high = 0;
 };
 
-// Nothing when there are no readings.
-std::optional<Scale> scaleOf(const std::vector<Reading>& readings);
+// Empty without readings.
+std::optional<Scale> findScale(const std::vector<Reading>& readings);
 
-// One character for each reading, a blank for none. The graph is never stretched so far that noise
-// looks like an event: its height stands for 5 % of the highest reading at least.
+// One character for each reading, a blank for an empty one. The graph is stretched only so far that
+// noise does not look like an event: its height is at least 5 % of the highest reading.
 std::string sparkline(const std::vector<Reading>& readings, const Scale& scale, Charset charset);
 
 }  // namespace pallctl::top

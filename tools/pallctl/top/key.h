@@ -4,7 +4,7 @@
 
 namespace pallctl::top {
 
-// What a key of the keyboard stands for.
+// The meaning of a key.
 enum class KeyCode {
     character,
     up,

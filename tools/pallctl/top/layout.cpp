@@ -1,3 +1,6 @@
+// The screen is planned first: which panels, and how many table rows, fit its size. Then each part
+// is rendered as lines, and every line is cut or padded to the width of the screen.
+
 #include "pallctl/top/layout.h"
 
 #include <algorithm>
@@ -5,7 +8,7 @@
 #include <utility>
 
 #include "pallctl/top/help.h"
-#include "pallctl/top/lines.h"
+#include "pallctl/top/line_layout.h"
 #include "pallctl/top/panels.h"
 #include "pallctl/top/status_lines.h"
 
@@ -15,13 +18,13 @@ namespace {
 
 using client::Parameter;
 
-// Which parts a screen has room for.
+// The parts that fit on the screen.
 struct Plan {
     bool panels = false;  // beside each other
     bool stacked = false;
     std::size_t panelRows = 0;
     std::size_t footRows = 0;  // notice or question, and the keys
-    std::size_t tableRows = 0;
+    std::size_t countTableRows = 0;
 };
 
 constexpr std::size_t kHeadRows = 1;
@@ -41,28 +44,28 @@ bool holds(const Size& size, const Size& room) {
     return size.rows >= room.rows && size.columns >= room.columns;
 }
 
-Plan planOf(const Size& size) {
+Plan makePlan(const Size& size) {
     Plan plan;
     plan.panels = holds(size, kRoomForPanels);
     plan.stacked = !plan.panels && holds(size, kRoomForStack);
     plan.panelRows = plan.panels ? kPanelRows : plan.stacked ? kStackedRows : 0;
     plan.footRows = size.rows >= kRoomForFoot ? 2 : size.rows > kHeadRows ? 1 : 0;
     const std::size_t others = kHeadRows + plan.panelRows + plan.footRows;
-    plan.tableRows = size.rows > others ? size.rows - others : 0;
+    plan.countTableRows = size.rows > others ? size.rows - others : 0;
     return plan;
 }
 
-std::vector<Line> panelsOf(const RenderInput& input, const Size& size, const Plan& plan) {
-    std::vector<Line> lines = portsPanel(input);
-    const std::vector<Line> pair = pairPanel(input);
+std::vector<Line> renderPanels(const RenderInput& input, const Size& size, const Plan& plan) {
+    std::vector<Line> lines = renderPorts(input);
+    const std::vector<Line> pair = renderPair(input);
     lines.insert(lines.end(), pair.begin(), pair.end());
     const std::size_t columns = size.columns - (plan.panels ? kSideColumns : 0);
-    const std::vector<Line> voltages = voltagesPanel(input, columns);
+    const std::vector<Line> voltages = renderVoltages(input, columns);
     if (plan.stacked) {
         lines.insert(lines.end(), voltages.begin(), voltages.end());
     }
     for (std::size_t row = 0; plan.panels && row < voltages.size(); ++row) {
-        lines[row] = fittedLine(lines[row], kSideColumns);
+        lines[row] = fitLine(lines[row], kSideColumns);
         append(lines[row], voltages[row]);
     }
     return lines;
@@ -75,58 +78,59 @@ struct Row {
     bool isSelected = false;
 };
 
-// As much of it as there is room for, and how many parameters there was none for.
+// The visible rows, and the number of parameters above and below them.
 struct Table {
     std::vector<Line> lines;
     std::ptrdiff_t above = 0;
     std::ptrdiff_t below = 0;
 };
 
-Line parameterLine(const RenderInput& input, const client::Parameter& parameter, const Size& size) {
+Line renderParameter(const RenderInput& input, const client::Parameter& parameter,
+                     const Size& size) {
     const auto changedAt = input.state.changedAt(parameter.descriptor.name);
     const bool fresh = isHighlighted(changedAt, input.now);
     const std::string name = showable(input.state.leafName(parameter));
     Line line{{fresh ? " *" : "  ", Style::changed},
-              {fitted(name, kNameColumns, input.charset) + " "}};
+              {fit(name, kNameColumns, input.charset) + " "}};
     std::size_t others = 2 + kNameColumns + 1 + kTimeColumns;
     if (size.columns >= kRoomForLabels) {
         const std::string label = showable(parameter.descriptor.label);
-        line.push_back({fitted(label, kLabelColumns, input.charset) + " ", Style::dim});
+        line.push_back({fit(label, kLabelColumns, input.charset) + " ", Style::dim});
         others += kLabelColumns + 1;
     }
     const std::size_t room = size.columns > others ? size.columns - others : 0;
-    line.push_back(
-        {fitted(valueOf(&parameter), room, input.charset), fresh ? Style::changed : Style::plain});
+    line.push_back({fit(displayValue(&parameter), room, input.charset),
+                    fresh ? Style::changed : Style::plain});
     const std::string time =
-        changedAt ? timeText(input.status.begin + *changedAt, input.now - *changedAt) : "";
-    line.push_back({rightAligned(time, kTimeColumns), Style::dim});
+        changedAt ? formatTime(input.status.begin + *changedAt, input.now - *changedAt) : "";
+    line.push_back({alignRight(time, kTimeColumns), Style::dim});
     return line;
 }
 
-std::vector<Row> rowsOf(const RenderInput& input, const Size& size) {
+std::vector<Row> makeRows(const RenderInput& input, const Size& size) {
     std::vector<Row> rows;
     const client::Parameter* const selected = input.view.selected();
     for (const Section& section : input.view.sections()) {
         rows.push_back({{{" " + showable(section.title), Style::heading}}});
         for (const client::Parameter* parameter : section.parameters) {
-            rows.push_back({parameterLine(input, *parameter, size), true, parameter == selected});
+            rows.push_back({renderParameter(input, *parameter, size), true, parameter == selected});
         }
     }
     return rows;
 }
 
-Line selectedLine(const Line& line, std::size_t columns) {
+Line renderSelected(const Line& line, std::size_t columns) {
     std::string text;
     for (const Span& span : line) {
         text += span.text;
     }
-    return fittedLine({{text, Style::selected}}, columns, Style::selected);
+    return fitLine({{text, Style::selected}}, columns, Style::selected);
 }
 
-// The rows around the selected one, which stays in the middle as long as there are rows to fill
-// the table on either side.
-Table tableOf(const RenderInput& input, const Size& size, std::size_t room) {
-    const std::vector<Row> rows = rowsOf(input, size);
+// The rows around the selected one, which stays in the middle while there are rows to fill the
+// table on both sides.
+Table renderTable(const RenderInput& input, const Size& size, std::size_t room) {
+    const std::vector<Row> rows = makeRows(input, size);
     const auto selected =
         std::find_if(rows.begin(), rows.end(), [](const Row& row) { return row.isSelected; });
     const auto at = static_cast<std::size_t>(selected - rows.begin());
@@ -139,13 +143,13 @@ Table tableOf(const RenderInput& input, const Size& size, std::size_t room) {
     table.above = std::count_if(rows.begin(), begin, isParameter);
     table.below = std::count_if(end, rows.end(), isParameter);
     std::transform(begin, end, std::back_inserter(table.lines), [&](const Row& row) {
-        return row.isSelected ? selectedLine(row.line, size.columns) : row.line;
+        return row.isSelected ? renderSelected(row.line, size.columns) : row.line;
     });
     return table;
 }
 
-// Where there is more, at the end of the line for notices; what that says comes first.
-Line withHidden(const Line& notice, const Table& table, std::size_t columns) {
+// Adds the number of hidden parameters to the notice if there is room.
+Line addHiddenCount(const Line& notice, const Table& table, std::size_t columns) {
     std::string text;
     if (table.above > 0) {
         text = std::to_string(table.above) + " above";
@@ -155,7 +159,7 @@ Line withHidden(const Line& notice, const Table& table, std::size_t columns) {
     }
     const Line hidden{{text + " ", Style::dim}};
     return !text.empty() && lineWidth(notice) + lineWidth(hidden) < columns
-               ? justified(notice, hidden, columns)
+               ? justify(notice, hidden, columns)
                : notice;
 }
 
@@ -180,29 +184,29 @@ void addFoot(ScreenContent& content, const Footer& foot, const Plan& plan) {
 
 }  // namespace
 
-std::size_t tableRows(const Size& size) {
-    return planOf(size).tableRows;
+std::size_t countTableRows(const Size& size) {
+    return makePlan(size).countTableRows;
 }
 
 ScreenContent renderScreen(const RenderInput& input, const Size& size) {
-    const Plan plan = planOf(size);
+    const Plan plan = makePlan(size);
     ScreenContent content;
     content.lines.push_back(renderTitleBar(input, size.columns));
     Footer foot = renderFooter(input, size.columns);
     if (input.view.mode() == Mode::help) {
-        addLines(content, helpLines(input), plan.panelRows + plan.tableRows);
+        addLines(content, renderHelp(input), plan.panelRows + plan.countTableRows);
     } else {
         if (plan.panelRows > 0) {
-            addLines(content, panelsOf(input, size, plan), plan.panelRows);
+            addLines(content, renderPanels(input, size, plan), plan.panelRows);
         }
-        Table table = tableOf(input, size, plan.tableRows);
-        foot.notice = withHidden(foot.notice, table, size.columns);
-        addLines(content, std::move(table.lines), plan.tableRows);
+        Table table = renderTable(input, size, plan.countTableRows);
+        foot.notice = addHiddenCount(foot.notice, table, size.columns);
+        addLines(content, std::move(table.lines), plan.countTableRows);
     }
     addFoot(content, foot, plan);
     content.lines.resize(size.rows);
     for (Line& line : content.lines) {
-        line = fittedLine(line, size.columns);
+        line = fitLine(line, size.columns);
     }
     return content;
 }

@@ -7,11 +7,11 @@
 
 namespace pallctl::top {
 
-// How many rows of a screen of this size the table has; pages of the table are as long.
-std::size_t tableRows(const Size& size);
+// The number of table rows on a screen of this size, which is also the length of a page.
+std::size_t countTableRows(const Size& size);
 
-// What a screen of this size shows, down to one of no size. The row that keys act on is always on
-// it as long as the table has a row at all. Pure.
+// The content of a screen of this size, which may be 0. The selected row is always visible if the
+// table has a row. Pure.
 ScreenContent renderScreen(const RenderInput& input, const Size& size);
 
 }  // namespace pallctl::top

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <numeric>
 
-#include "pallctl/top/text.h"
+#include "pallctl/top/display_text.h"
 
 namespace pallctl::top {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& characters, std::size_t count) {
+std::string join(const std::vector<std::string>& characters, std::size_t count) {
     const auto end = characters.begin() + static_cast<std::ptrdiff_t>(count);
     return std::accumulate(characters.begin(), end, std::string());
 }
@@ -18,17 +18,17 @@ std::string joined(const std::vector<std::string>& characters, std::size_t count
 
 LineEditor::LineEditor(const std::string& text) {
     for (std::string rest = text; !rest.empty(); rest.erase(0, characters_.back().size())) {
-        characters_.push_back(firstCharacter(rest));
+        characters_.push_back(getFirstCharacter(rest));
     }
     cursor_ = characters_.size();
 }
 
 std::string LineEditor::text() const {
-    return joined(characters_, characters_.size());
+    return join(characters_, characters_.size());
 }
 
 std::string LineEditor::textBeforeCursor() const {
-    return joined(characters_, cursor_);
+    return join(characters_, cursor_);
 }
 
 bool LineEditor::press(const Key& key) {

@@ -8,14 +8,14 @@
 
 namespace pallctl::top {
 
-// One line of text that a person types. Plain data.
+// One line of text being typed. Plain data.
 class LineEditor {
   public:
     LineEditor() = default;
-    // With a text to begin with, the cursor behind it.
+    // With an initial text, and the cursor at its end.
     explicit LineEditor(const std::string& text);
 
-    // True when the key meant something to the line.
+    // Applies the key. False when it has no meaning in a line.
     bool press(const Key& key);
 
     std::string text() const;

@@ -9,10 +9,10 @@ namespace pallctl::top {
 
 namespace {
 
-// How long there has been no bus is shown in seconds, and so often the connection is looked after.
+// The time without a bus is shown in seconds, and the connection is checked as often.
 constexpr Moment kTick = std::chrono::seconds(1);
 
-// A name for a recording that begins now, in the present directory.
+// A name for a new recording in the current directory.
 std::string newRecordingName() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
@@ -71,7 +71,7 @@ Status LiveSource::status() const {
     status.place = place_;
     status.link = feed_.link();
     status.linkSince = feed_.linkSince();
-    // By the clock as it is now: a frame gets its time of day long after start.
+    // By the current clock: a frame gets its time of day long after start.
     status.begin = std::chrono::system_clock::now() - now_;
     if (feed_.recordingTo()) {
         status.recordingTo = showable(*feed_.recordingTo());

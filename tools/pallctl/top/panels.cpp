@@ -6,7 +6,7 @@
 #include <string>
 
 #include "client/format_value.h"
-#include "pallctl/top/lines.h"
+#include "pallctl/top/line_layout.h"
 #include "systemstate/ethernet_interface_status.h"
 #include "util/numbers.h"
 
@@ -17,14 +17,14 @@ namespace {
 constexpr std::size_t kTitleColumns = 9;
 constexpr std::size_t kValueColumns = 9;
 constexpr std::size_t kRangeColumns = 14;
-constexpr std::size_t kWidestGraph = 60;
+constexpr std::size_t kMaxGraphColumns = 60;
 constexpr int kDecimals = 2;
 
 std::string text(const RenderInput& input, const std::string& leaf) {
-    return valueOf(input.state.find(leaf));
+    return displayValue(input.state.find(leaf));
 }
 
-// The number that the parameter holds, -1 when it holds none.
+// The numeric value of the parameter, or -1.
 double number(const RenderInput& input, const std::string& leaf) {
     const client::Parameter* const parameter = input.state.find(leaf);
     const bool holdsOne = parameter && cJSON_IsNumber(parameter->value.get());
@@ -36,8 +36,8 @@ bool hasChanged(const RenderInput& input, const char* leaf) {
     return parameter && isHighlighted(input.state.changedAt(parameter->descriptor.name), input.now);
 }
 
-Span titleCell(const std::string& title) {
-    return {" " + fitted(title, kTitleColumns, Charset::unicode) + " "};
+Span renderTitle(const std::string& title) {
+    return {" " + fit(title, kTitleColumns, Charset::unicode) + " "};
 }
 
 struct PortWords {
@@ -51,8 +51,8 @@ constexpr std::array<PortWords, 4> kPortWords{
      {PortStatus::linkUp, "link up", Style::plain},
      {PortStatus::other, "neither up nor down", Style::bad}}};
 
-Line portLine(const RenderInput& input, const std::string& title, const char* leaf) {
-    Line line{titleCell(title)};
+Line renderPort(const RenderInput& input, const std::string& title, const char* leaf) {
+    Line line{renderTitle(title)};
     const double status = number(input, leaf);
     const auto* const words = std::find_if(
         kPortWords.begin(), kPortWords.end(),
@@ -66,78 +66,79 @@ Line portLine(const RenderInput& input, const std::string& title, const char* le
     return line;
 }
 
-Line controllerLine(const RenderInput& input, const char* title, const std::string& prefix) {
+Line renderController(const RenderInput& input, const char* title, const std::string& prefix) {
     if (number(input, prefix + "Present") != 1) {
-        return {titleCell(title), {"not present", Style::dim}};
+        return {renderTitle(title), {"not present", Style::dim}};
     }
     const bool active = number(input, prefix + "Active") == 1;
-    return {titleCell(title),
+    return {renderTitle(title),
             {active ? "active   " : "standby  ", active ? Style::good : Style::plain},
             {text(input, prefix + "Version") + "  " + text(input, prefix + "IPAddress")}};
 }
 
-std::string decimals(double volts, int precision) {
+std::string formatVolts(double volts, int precision) {
     client::Descriptor descriptor;
     descriptor.type = "FLOAT";
     descriptor.precision = precision;
     return client::formatValue(descriptor, util::jsonNumber(volts).get());
 }
 
-std::string rangeText(const Scale& scale, Charset charset) {
-    return decimals(scale.low, kDecimals) + (charset == Charset::unicode ? "…" : "..") +
-           decimals(scale.high, kDecimals);
+std::string formatRange(const Scale& scale, Charset charset) {
+    return formatVolts(scale.low, kDecimals) + (charset == Charset::unicode ? "…" : "..") +
+           formatVolts(scale.high, kDecimals);
 }
 
-// A battery that has not been measured yet reads below zero; a voltage that was only ever announced
-// has no precision of its own.
-std::string voltsText(const RenderInput& input, const Voltage& voltage) {
+// A battery that has not been measured yet is below zero; a voltage that was only announced has no
+// precision of its own.
+std::string formatVoltage(const RenderInput& input, const Voltage& voltage) {
     const double volts = number(input, voltage.leaf);
     if (volts < 0) {
-        return rightAligned("-", kValueColumns) + "  ";
+        return alignRight("-", kValueColumns) + "  ";
     }
     const int precision = input.state.find(voltage.leaf)->descriptor.precision;
-    return rightAligned(decimals(volts, precision < 0 ? kDecimals : precision) + " V",
-                        kValueColumns) +
+    return alignRight(formatVolts(volts, precision < 0 ? kDecimals : precision) + " V",
+                      kValueColumns) +
            "  ";
 }
 
-std::size_t graphColumns(std::size_t columns) {
+std::size_t countGraphColumns(std::size_t columns) {
     const std::size_t others = kTitleColumns + 2 + kValueColumns + 2 + kRangeColumns;
-    return columns > others ? std::min(columns - others, kWidestGraph) : 0;
+    return columns > others ? std::min(columns - others, kMaxGraphColumns) : 0;
 }
 
-Line voltageLine(const RenderInput& input, std::size_t voltage, std::size_t columns) {
+Line renderVoltage(const RenderInput& input, std::size_t voltage, std::size_t columns) {
     const Voltage& what = kVoltages[voltage];
     const Style style = hasChanged(input, what.leaf) ? Style::changed : Style::plain;
-    Line line{titleCell(what.title), {voltsText(input, what), style}};
-    const auto readings = input.state.history(voltage).lowest(input.now, graphColumns(columns));
-    if (const auto scale = scaleOf(readings)) {
+    Line line{renderTitle(what.title), {formatVoltage(input, what), style}};
+    const auto readings =
+        input.state.history(voltage).lowest(input.now, countGraphColumns(columns));
+    if (const auto scale = findScale(readings)) {
         line.push_back({sparkline(readings, *scale, input.charset), Style::graph});
-        line.push_back({"  " + rangeText(*scale, input.charset), Style::dim});
+        line.push_back({"  " + formatRange(*scale, input.charset), Style::dim});
     }
     return line;
 }
 
 }  // namespace
 
-std::vector<Line> portsPanel(const RenderInput& input) {
+std::vector<Line> renderPorts(const RenderInput& input) {
     return {{{" Ethernet ports", Style::heading}},
-            portLine(input, "Port 1", "ethPort1Status"),
-            portLine(input, "Port 2", "ethPort2Status")};
+            renderPort(input, "Port 1", "ethPort1Status"),
+            renderPort(input, "Port 2", "ethPort2Status")};
 }
 
-std::vector<Line> pairPanel(const RenderInput& input) {
+std::vector<Line> renderPair(const RenderInput& input) {
     return {{{" Redundant pair", Style::heading}},
-            controllerLine(input, "Primary", "primary"),
-            controllerLine(input, "Secondary", "secondary")};
+            renderController(input, "Primary", "primary"),
+            renderController(input, "Secondary", "secondary")};
 }
 
-std::vector<Line> voltagesPanel(const RenderInput& input, std::size_t columns) {
+std::vector<Line> renderVoltages(const RenderInput& input, std::size_t columns) {
     std::vector<Line> lines{
         {{" Voltages, the last " + std::to_string(kGraphSpan.count()) + " minutes",
           Style::heading}}};
     for (std::size_t voltage = 0; voltage < kVoltages.size(); ++voltage) {
-        lines.push_back(voltageLine(input, voltage, columns));
+        lines.push_back(renderVoltage(input, voltage, columns));
     }
     return lines;
 }

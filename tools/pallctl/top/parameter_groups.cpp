@@ -35,15 +35,15 @@ bool isInCatalogue(const std::string& leaf) {
                                [&](const CatalogueRow& row) { return leafName(row) == leaf; });
 }
 
-bool equalInAnyCase(char one, char other) {
+bool equalsIgnoringCase(char one, char other) {
     const auto lower = [](char character) {
         return std::tolower(static_cast<unsigned char>(character));
     };
     return lower(one) == lower(other);
 }
 
-bool holds(std::string_view text, std::string_view part) {
-    return std::search(text.begin(), text.end(), part.begin(), part.end(), equalInAnyCase) !=
+bool contains(std::string_view text, std::string_view part) {
+    return std::search(text.begin(), text.end(), part.begin(), part.end(), equalsIgnoringCase) !=
            text.end();
 }
 
@@ -93,8 +93,8 @@ std::vector<Section> groupParameters(const DeviceState& state, std::string_view 
 }
 
 bool matches(const DeviceState& state, const client::Parameter& parameter, std::string_view text) {
-    return holds(state.leafName(parameter), text) || holds(parameter.descriptor.label, text) ||
-           holds(valueOf(&parameter), text);
+    return contains(state.leafName(parameter), text) ||
+           contains(parameter.descriptor.label, text) || contains(displayValue(&parameter), text);
 }
 
 }  // namespace pallctl::top

@@ -13,16 +13,16 @@ namespace {
 constexpr std::array kSpeeds{0.25, 0.5, 1.0, 2.0, 4.0, 8.0, 16.0, 32.0, 64.0};
 constexpr std::size_t kUsualSpeed = 2;
 
-// Its place in the recording is what changes on a screen where nothing happens.
+// The position in the recording changes also when nothing else does.
 constexpr Moment kTick = std::chrono::seconds(1);
-// Nobody sees more pictures than these.
-constexpr Moment kShortest = std::chrono::milliseconds(50);
+// Faster changes would not be visible.
+constexpr Moment kMinInterval = std::chrono::milliseconds(50);
 
-Moment scaled(Moment time, double factor) {
+Moment scale(Moment time, double factor) {
     return std::chrono::duration_cast<Moment>(time * factor);
 }
 
-bool saysSomething(const TarnInternalMessage& message) {
+bool isShown(const TarnInternalMessage& message) {
     return message.type() == MessageType::NOT || message.type() == MessageType::RSP;
 }
 
@@ -39,7 +39,7 @@ void Player::read(const std::string& path) {
     while (const auto entry = reader.next()) {
         length_ = entry->at;
         auto message = TarnInternalMessage::tryDecode(entry->payload);
-        if (message && saysSomething(*message)) {
+        if (message && isShown(*message)) {
             events_.push_back({entry->at, std::move(*message)});
         }
     }
@@ -48,7 +48,7 @@ void Player::read(const std::string& path) {
 
 void Player::advance(Moment elapsed) {
     if (!paused_) {
-        playUpTo(std::min(at_ + scaled(elapsed, kSpeeds[speed_]), length_));
+        playUpTo(std::min(at_ + scale(elapsed, kSpeeds[speed_]), length_));
     }
 }
 
@@ -57,7 +57,7 @@ std::optional<Moment> Player::untilNext() const {
         return std::nullopt;
     }
     const Moment next = played_ < events_.size() ? events_[played_].at - at_ : length_ - at_;
-    return std::max(scaled(std::min(next, kTick), 1 / kSpeeds[speed_]), kShortest);
+    return std::max(scale(std::min(next, kTick), 1 / kSpeeds[speed_]), kMinInterval);
 }
 
 void Player::faster() {

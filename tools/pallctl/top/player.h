@@ -12,30 +12,29 @@
 
 namespace pallctl::top {
 
-// Plays a recording onto a device state: what the device was like, at any moment of it. Knows no
-// clock: whoever plays says how much time has passed. Keeps the state, which outlives it. Used by
-// one thread.
+// Plays a recording onto a device state. Has no clock: the caller says how much time has passed.
+// Keeps a reference to the state, which outlives it. Used by one thread.
 class Player {
   public:
-    // Reads all of the file. Throws std::runtime_error that names the file, and the line when it is
-    // one that does not belong into a recording.
+    // Reads the whole file. Throws std::runtime_error that names the file, and the line if it is
+    // invalid.
     Player(const std::string& path, DeviceState& state);
 
-    // So much real time has passed.
+    // Real time has passed.
     void advance(Moment elapsed);
-    // In how much real time there is something new to see; nothing when that is never.
+    // The real time until something changes; empty when nothing will.
     std::optional<Moment> untilNext() const;
 
     void pause() { paused_ = !paused_; }
     void faster();
     void slower();
-    // So much of the recording ahead or, below zero, back.
+    // Moves ahead in the recording or, below zero, back.
     void seek(Moment distance);
 
     Playing playing() const;
-    // When the recording began, by the clock that it was made by.
+    // The start of the recording, by the clock of its machine.
     std::chrono::system_clock::time_point start() const { return start_; }
-    // "PATH:LINE: ..." for a last line that is not whole; nothing when there is none such.
+    // "PATH:LINE: ..." for an incomplete last line; otherwise empty.
     const std::optional<std::string>& truncation() const { return truncation_; }
 
   private:
@@ -53,7 +52,7 @@ class Player {
     std::optional<std::string> truncation_;
     Moment length_{0};
     Moment at_{0};
-    std::size_t played_ = 0;  // how many events the state has taken
+    std::size_t played_ = 0;  // number of events applied
     std::size_t speed_;
     bool paused_ = false;
 };

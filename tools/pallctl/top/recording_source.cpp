@@ -17,7 +17,7 @@ class RecordingSource : public DataSource {
         : DataSource(object),
           place_(showable(path)),
           player_(path, state_),
-          untold_(player_.truncation()) {}
+          notice_(player_.truncation()) {}
 
     int descriptor() const override { return -1; }
     std::optional<Moment> untilNext() const override { return player_.untilNext(); }
@@ -35,13 +35,13 @@ class RecordingSource : public DataSource {
   private:
     const std::string place_;
     Player player_;
-    std::optional<std::string> untold_;  // what the person has to know of the file
+    std::optional<std::string> notice_;  // a message for the user about the file
 };
 
 void RecordingSource::step(View& view, Moment elapsed) {
     player_.advance(elapsed);
-    if (const auto told = std::exchange(untold_, std::nullopt)) {
-        view.say({showable(*told), Style::bad});
+    if (const auto notice = std::exchange(notice_, std::nullopt)) {
+        view.say({showable(*notice), Style::bad});
     }
 }
 

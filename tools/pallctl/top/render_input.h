@@ -13,7 +13,7 @@ namespace pallctl::top {
 
 using client::Link;
 
-// How a recording is being played.
+// The playback of a recording.
 struct Playing {
     Moment at{0};
     Moment length{0};
@@ -21,17 +21,17 @@ struct Playing {
     bool paused = false;
 };
 
-// What the bar at the top says besides the device's names.
+// The content of the title bar besides the names of the device.
 struct Status {
-    std::string place;  // where the bus is, or the file that is played; showable
+    std::string place;  // of the bus, or the file being played; showable
     Link link = Link::noBus;
     Moment linkSince{0};
-    std::optional<std::string> recordingTo;       // the file that is written; showable
+    std::optional<std::string> recordingTo;       // the file being written; showable
     std::optional<Playing> playing;               // instead of the link
-    std::chrono::system_clock::time_point begin;  // of all moments, by the clock of the day
+    std::chrono::system_clock::time_point begin;  // of all moments, by the system clock
 };
 
-// Everything that the screen is rendered from.
+// The input for rendering the screen.
 struct RenderInput {
     const DeviceState& state;
     const View& view;

@@ -1,15 +1,23 @@
+// A thin layer over curses: tables map styles to colours and keys to meanings. What is drawn comes
+// from ScreenContent.
+
 #include "pallctl/top/screen.h"
 
 // Without its macros, some of which have the names of everyday functions.
 #define NCURSES_NOMACROS
 #define NCURSES_WIDECHAR 1
 #include <curses.h>
+#include <term.h>
+// Capabilities of the terminal there, members of other types here.
+#undef lines
+#undef tab
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdlib>
 #include <cwchar>
 #include <optional>
 #include <string>
@@ -20,10 +28,10 @@ namespace pallctl::top {
 
 namespace {
 
-// Long enough for what a key sends behind its escape character, too short to notice.
+// Long enough for the bytes that a key sends after its escape character, too short to notice.
 constexpr int kEscapeMilliseconds = 25;
 
-constexpr short kTerminalsOwn = -1;
+constexpr short kDefaultColour = -1;
 
 struct Look {
     Style style;
@@ -32,16 +40,16 @@ struct Look {
 };
 
 constexpr std::array<Look, 10> kLooks{{
-    {Style::plain, A_NORMAL, kTerminalsOwn},
-    {Style::title, A_REVERSE | A_BOLD, kTerminalsOwn},
+    {Style::plain, A_NORMAL, kDefaultColour},
+    {Style::title, A_REVERSE | A_BOLD, kDefaultColour},
     {Style::heading, A_BOLD, COLOR_CYAN},
-    {Style::dim, A_DIM, kTerminalsOwn},
+    {Style::dim, A_DIM, kDefaultColour},
     {Style::changed, A_BOLD, COLOR_YELLOW},
     {Style::good, A_BOLD, COLOR_GREEN},
     {Style::bad, A_BOLD, COLOR_RED},
     {Style::graph, A_NORMAL, COLOR_GREEN},
-    {Style::selected, A_REVERSE, kTerminalsOwn},
-    {Style::prompt, A_BOLD, kTerminalsOwn},
+    {Style::selected, A_REVERSE, kDefaultColour},
+    {Style::prompt, A_BOLD, kDefaultColour},
 }};
 
 struct KeyRow {
@@ -81,8 +89,8 @@ constexpr KeyRow kKeys[] = {
     {false, control('L'), KeyCode::redraw},
 };
 
-// Nothing for keys and characters that mean nothing here.
-std::optional<Key> keyOf(bool isCode, wint_t value) {
+// Empty for keys and characters without a meaning.
+std::optional<Key> decodeKey(bool isCode, wint_t value) {
     const auto* const row = std::find_if(
         std::begin(kKeys), std::end(kKeys),
         [&](const KeyRow& each) { return each.isCode == isCode && each.value == value; });
@@ -100,7 +108,7 @@ std::optional<Key> keyOf(bool isCode, wint_t value) {
     return Key{KeyCode::character, {bytes.data(), size}};
 }
 
-short pairOf(const Look& look) {
+short findColourPair(const Look& look) {
     return static_cast<short>(&look - kLooks.data() + 1);
 }
 
@@ -111,18 +119,56 @@ void prepareColours() {
     ::start_color();
     ::use_default_colors();
     for (const Look& look : kLooks) {
-        ::init_pair(pairOf(look), look.colour, kTerminalsOwn);
+        ::init_pair(findColourPair(look), look.colour, kDefaultColour);
     }
 }
 
 void showSpan(const Span& span) {
     const auto* const look = std::find_if(
         kLooks.begin(), kLooks.end(), [&](const Look& each) { return each.style == span.style; });
-    ::attr_set(look->attributes, ::has_colors() ? pairOf(*look) : short{0}, nullptr);
+    ::attr_set(look->attributes, ::has_colors() ? findColourPair(*look) : short{0}, nullptr);
     ::addnstr(span.text.data(), static_cast<int>(span.text.size()));
 }
 
+std::string terminalName() {
+    const char* const name = std::getenv("TERM");
+    return name ? name : "";
+}
+
+// The description of the terminal.
+struct Description {
+    Description() : isKnown(::setupterm(nullptr, STDOUT_FILENO, &error) == OK) {}
+    ~Description() {
+        if (isKnown) {
+            ::del_curterm(cur_term);
+        }
+    }
+    Description(const Description&) = delete;
+    Description& operator=(const Description&) = delete;
+
+    int error = 0;
+    const bool isKnown;
+};
+
 }  // namespace
+
+void checkTerminal() {
+    if (::isatty(STDIN_FILENO) == 0 || ::isatty(STDOUT_FILENO) == 0) {
+        throw cli::UsageError("standard input and output must be a terminal");
+    }
+    const std::string name = terminalName();
+    if (name.empty()) {
+        throw cli::UsageError("TERM is not set");
+    }
+    const Description description;
+    if (!description.isKnown) {
+        throw cli::UsageError("unknown terminal type in TERM: " + name);
+    }
+    std::array<char, 4> moveCursor{"cup"};
+    if (!::tigetstr(moveCursor.data())) {
+        throw cli::UsageError("the terminal type in TERM cannot move the cursor: " + name);
+    }
+}
 
 struct Screen::Terminal {
     Terminal() : screen(::newterm(nullptr, stdout, stdin)) {
@@ -190,7 +236,7 @@ std::vector<Key> Screen::keys() {
     std::vector<Key> keys;
     wint_t value = 0;
     for (int kind = ::wget_wch(stdscr, &value); kind != ERR; kind = ::wget_wch(stdscr, &value)) {
-        if (const auto key = keyOf(kind == KEY_CODE_YES, value)) {
+        if (const auto key = decodeKey(kind == KEY_CODE_YES, value)) {
             keys.push_back(*key);
         }
     }

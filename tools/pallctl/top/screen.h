@@ -8,24 +8,27 @@
 
 namespace pallctl::top {
 
-// The terminal of standard input and output, as long as this lives; afterwards it is what it was
-// before. There is one at a time. Used by one thread.
+// Throws cli::UsageError with the reason when standard input and output are not a terminal that can
+// be drawn on.
+void checkTerminal();
+
+// The terminal of standard input and output during the lifetime of this object, which then restores
+// it. There is one at a time. Used by one thread.
 class Screen {
   public:
-    // Throws cli::UsageError with the reason when there is no terminal, or one that cannot do what
-    // is needed.
+    // Throws cli::UsageError when the terminal cannot be drawn on.
     Screen();
     ~Screen();
     Screen(const Screen&) = delete;
     Screen& operator=(const Screen&) = delete;
 
     Size size() const;
-    // Takes over the terminal's present size.
+    // Reads the current size of the terminal.
     void resize();
     void show(const ScreenContent& content);
-    // Draws everything at the next show(), whatever the terminal is thought to hold.
+    // Redraws everything at the next show().
     void forget();
-    // What was typed so far.
+    // The keys pressed since the last call.
     std::vector<Key> keys();
 
   private:

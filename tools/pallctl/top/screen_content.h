@@ -5,22 +5,22 @@
 #include <string>
 #include <vector>
 
-// What a screen is to show, without a terminal: lines of text in styles. Plain data.
+// The content of the screen, independent of a terminal: lines of text in styles. Plain data.
 
 namespace pallctl::top {
 
-// What a piece of text is; the screen decides what that looks like.
+// The role of a text; the screen decides how it looks.
 enum class Style {
     plain,
     title,    // the bar at the top
     heading,  // of a group or a panel
-    dim,      // what is seldom needed
-    changed,  // a value that has just changed
+    dim,      // rarely needed
+    changed,  // a value that changed just now
     good,
     bad,
     graph,
-    selected,  // the row that keys act on
-    prompt,    // what the person is asked, and answers
+    selected,  // the selected row
+    prompt,    // questions and answers
 };
 
 struct Span {
@@ -30,7 +30,7 @@ struct Span {
 
 using Line = std::vector<Span>;
 
-// A place on the screen, from 0 at the upper left.
+// A position on the screen, from 0 at the upper left.
 struct Place {
     std::size_t row = 0;
     std::size_t column = 0;
@@ -41,10 +41,10 @@ struct Size {
     std::size_t columns = 0;
 };
 
-// As many lines as the screen has rows, none wider than its columns.
+// As many lines as the screen has rows, at most as wide as the screen.
 struct ScreenContent {
     std::vector<Line> lines;
-    std::optional<Place> cursor;  // where the person types, if anywhere
+    std::optional<Place> cursor;  // while the user types
 };
 
 }  // namespace pallctl::top

@@ -1,10 +1,13 @@
+// The title bar has the names of the device on the left and its link on the right. The footer
+// depends on the mode: a notice and the keys, a line being typed, or a question.
+
 #include "pallctl/top/status_lines.h"
 
 #include <cstdio>
 
 #include "client/format_value.h"
 #include "pallctl/network/network_plan.h"
-#include "pallctl/top/lines.h"
+#include "pallctl/top/line_layout.h"
 
 namespace pallctl::top {
 
@@ -13,66 +16,67 @@ namespace {
 using client::Descriptor;
 using client::Parameter;
 
-std::string separator(Charset charset) {
+std::string selectSeparator(Charset charset) {
     return charset == Charset::unicode ? " · " : " - ";
 }
 
-Line namesOf(const RenderInput& input) {
+Line renderNames(const RenderInput& input) {
     Line line;
     for (const char* leaf : {"frameName", "systemName", "version"}) {
         if (input.state.find(leaf)) {
-            const std::string between = line.empty() ? " " : separator(input.charset);
-            line.push_back({between + valueOf(input.state.find(leaf)), Style::title});
+            const std::string between = line.empty() ? " " : selectSeparator(input.charset);
+            line.push_back({between + displayValue(input.state.find(leaf)), Style::title});
         }
     }
     return line.empty() ? Line{{" pallctl top", Style::title}} : line;
 }
 
-std::string speedText(double speed) {
+std::string formatSpeed(double speed) {
     char text[16];
     std::snprintf(text, sizeof text, "x%g", speed);
     return text;
 }
 
-std::string linkText(const Status& status, Moment now) {
+std::string formatLink(const Status& status, Moment now) {
     if (status.link == Link::connected) {
         return "connected";
     }
     const char* const missing = status.link == Link::noBus ? "no bus" : "no answer";
-    return missing + (" for " + ageText(now - status.linkSince));
+    return missing + (" for " + formatAge(now - status.linkSince));
 }
 
-std::string paceText(const Playing& playing) {
+std::string formatPace(const Playing& playing) {
     if (playing.at >= playing.length) {
         return "end";
     }
-    return playing.paused ? "paused" : speedText(playing.speed);
+    return playing.paused ? "paused" : formatSpeed(playing.speed);
 }
 
-std::string stateText(const RenderInput& input) {
+std::string formatState(const RenderInput& input) {
     const Status& status = input.status;
     if (!status.playing) {
-        return linkText(status, input.now);
+        return formatLink(status, input.now);
     }
     const Playing& playing = *status.playing;
-    return clockText(playing.at) + "/" + clockText(playing.length) + " " + paceText(playing);
+    return formatClock(playing.at) + "/" + formatClock(playing.length) + " " + formatPace(playing);
 }
 
-std::string rangeText(const client::Descriptor& descriptor) {
+std::string describeRange(const client::Descriptor& descriptor) {
     client::Descriptor number = descriptor;
     number.widget.clear();
     std::string text;
-    if (descriptor.least) {
-        text += " from " + client::formatValue(number, util::jsonNumber(*descriptor.least).get());
+    if (descriptor.minimum) {
+        text += " from " + client::formatValue(number, util::jsonNumber(*descriptor.minimum).get());
     }
-    if (descriptor.most) {
-        text += " up to " + client::formatValue(number, util::jsonNumber(*descriptor.most).get());
+    if (descriptor.maximum) {
+        text +=
+            " up to " + client::formatValue(number, util::jsonNumber(*descriptor.maximum).get());
     }
     return text;
 }
 
-// What a parameter takes.
-std::string kindText(const client::Descriptor& descriptor) {
+// The valid values of a parameter.
+std::string describeKind(const client::Descriptor& descriptor) {
     if (!descriptor.choices.empty()) {
         return "one of: " + showable(client::choiceNames(descriptor)) + " (up, down)";
     }
@@ -87,10 +91,10 @@ std::string kindText(const client::Descriptor& descriptor) {
                    ? "a text"
                    : "a text of up to " + std::to_string(descriptor.maxLength) + " bytes";
     }
-    return (descriptor.type == "FLOAT" ? "a number" : "a whole number") + rangeText(descriptor);
+    return (descriptor.type == "FLOAT" ? "a number" : "a whole number") + describeRange(descriptor);
 }
 
-Line editNotice(const RenderInput& input) {
+Line renderEditNotice(const RenderInput& input) {
     const client::Parameter* const parameter = input.view.edited();
     if (!input.view.notice().text.empty() || !parameter) {
         return {{" " + input.view.notice().text, input.view.notice().style}};
@@ -98,11 +102,11 @@ Line editNotice(const RenderInput& input) {
     const client::Descriptor& descriptor = parameter->descriptor;
     return {{" " + showable(descriptor.label) + " (" + showable(descriptor.type) + "): ",
              Style::prompt},
-            {kindText(descriptor)}};
+            {describeKind(descriptor)}};
 }
 
-// What the person types, scrolled so that the cursor stays in sight.
-Footer typed(const RenderInput& input, const std::string& question, std::size_t columns) {
+// The text being typed, scrolled so that the cursor is visible.
+Footer renderInputLine(const RenderInput& input, const std::string& question, std::size_t columns) {
     const std::string shown = " " + question;
     const std::string before = showable(input.view.line().textBeforeCursor());
     const std::string all = showable(input.view.line().text());
@@ -115,14 +119,14 @@ Footer typed(const RenderInput& input, const std::string& question, std::size_t 
     }
     std::string tail = before;
     while (lineWidth(tail) >= columns && !tail.empty()) {
-        tail.erase(0, firstCharacter(tail).size());
+        tail.erase(0, getFirstCharacter(tail).size());
     }
     foot.keys = {{tail}};
     foot.cursor = lineWidth(tail);
     return foot;
 }
 
-Line hintsOf(const RenderInput& input) {
+Line renderHints(const RenderInput& input) {
     const bool playing = input.view.sourceKind() == SourceKind::recording;
     const char* const hints =
         playing ? " q quit  ? help  space pause  + - speed  left right seek  / search  f filter"
@@ -130,7 +134,7 @@ Line hintsOf(const RenderInput& input) {
     return {{hints, Style::dim}};
 }
 
-Line noticeOf(const RenderInput& input) {
+Line renderNotice(const RenderInput& input) {
     const View& view = input.view;
     if (!view.notice().text.empty()) {
         return {{" " + view.notice().text, view.notice().style}};
@@ -138,7 +142,7 @@ Line noticeOf(const RenderInput& input) {
     if (view.waiting()) {
         const Waiting& waiting = *view.waiting();
         return {{" setting " + showable(waiting.leaf) + " to " + waiting.to + ", " +
-                     ageText(input.now - waiting.since),
+                     formatAge(input.now - waiting.since),
                  Style::prompt}};
     }
     if (!view.filter().empty()) {
@@ -150,13 +154,13 @@ Line noticeOf(const RenderInput& input) {
     return {};
 }
 
-Footer confirmFoot(const RenderInput& input) {
+Footer renderQuestion(const RenderInput& input) {
     const Change& change = input.view.change();
     Footer foot;
     foot.notice = {
         {" Set " + showable(change.leaf) + " from " + change.from + " to " + change.to + "? y/n",
          Style::prompt}};
-    if (const auto* member = pallctl::networkMember(change.leaf)) {
+    if (const auto* member = pallctl::findNetworkMember(change.leaf)) {
         foot.keys = {{std::string(" Takes effect even if it disconnects you; pallctl network ") +
                           member->option + " can roll back",
                       Style::bad}};
@@ -167,35 +171,35 @@ Footer confirmFoot(const RenderInput& input) {
 }  // namespace
 
 Line renderTitleBar(const RenderInput& input, std::size_t columns) {
-    Line right{{" " + input.status.place + separator(input.charset), Style::title},
-               {stateText(input) + " ", Style::title}};
+    Line right{{" " + input.status.place + selectSeparator(input.charset), Style::title},
+               {formatState(input) + " ", Style::title}};
     if (input.status.recordingTo) {
         right.insert(right.begin(), {" REC " + *input.status.recordingTo + " ", Style::bad});
     }
-    return justified(namesOf(input), right, columns, Style::title);
+    return justify(renderNames(input), right, columns, Style::title);
 }
 
 Footer renderFooter(const RenderInput& input, std::size_t columns) {
     Footer foot;
     switch (input.view.mode()) {
         case Mode::search:
-            foot = typed(input, "search: ", columns);
-            foot.notice = noticeOf(input);
+            foot = renderInputLine(input, "search: ", columns);
+            foot.notice = renderNotice(input);
             break;
         case Mode::filter:
-            foot = typed(input, "filter: ", columns);
-            foot.notice = noticeOf(input);
+            foot = renderInputLine(input, "filter: ", columns);
+            foot.notice = renderNotice(input);
             break;
         case Mode::edit:
-            foot = typed(input, "new value: ", columns);
-            foot.notice = editNotice(input);
+            foot = renderInputLine(input, "new value: ", columns);
+            foot.notice = renderEditNotice(input);
             break;
         case Mode::confirm:
-            return confirmFoot(input);
+            return renderQuestion(input);
         case Mode::browse:
         case Mode::help:
-            foot.notice = noticeOf(input);
-            foot.keys = hintsOf(input);
+            foot.notice = renderNotice(input);
+            foot.keys = renderHints(input);
             break;
     }
     return foot;

@@ -10,13 +10,13 @@
 
 namespace pallctl::top {
 
-// Who the device is, how it is reached, whether something is recorded.
+// The names of the device, its link, and whether a recording is made.
 Line renderTitleBar(const RenderInput& input, std::size_t columns);
 
 struct Footer {
-    Line notice;                        // what happened, or what is expected in the line below
-    Line keys;                          // what can be pressed, or what is being typed
-    std::optional<std::size_t> cursor;  // its column in `keys`, when something is being typed
+    Line notice;                        // a message, or what to type in the line below
+    Line keys;                          // the keys, or the text being typed
+    std::optional<std::size_t> cursor;  // its column in `keys` while the user types
 };
 Footer renderFooter(const RenderInput& input, std::size_t columns);
 

@@ -1,3 +1,6 @@
+// One loop waits for keys, signals and the source, and draws at most every kMinFrameInterval unless
+// a key was pressed.
+
 #include "pallctl/top/top.h"
 
 #include <poll.h>
@@ -13,7 +16,6 @@
 #include "pallctl/top/data_source.h"
 #include "pallctl/top/layout.h"
 #include "pallctl/top/screen.h"
-#include "pallctl/top/terminal_check.h"
 
 namespace pallctl::top {
 
@@ -21,7 +23,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A bus with much to say redraws the screen no more often than a person can see.
+// A busy bus redraws the screen no more often than is visible.
 constexpr Moment kMinFrameInterval = std::chrono::milliseconds(50);
 
 std::unique_ptr<DataSource> makeSource(const Options& options) {
@@ -29,13 +31,13 @@ std::unique_ptr<DataSource> makeSource(const Options& options) {
                                 : makeRecordingSource(options.play, options.connection.object);
 }
 
-// Keys, signals and the source, taken as they come.
+// The event loop: keys, signals and the source.
 class Loop {
   public:
     Loop(DataSource& source, SourceKind kind, cli::SignalFD& signals, Screen& screen)
         : source_(source), view_(source.state(), kind), signals_(signals), screen_(screen) {}
 
-    // Until it is to end; gives the signal that ended it, 0 for none.
+    // Runs until the end. Returns the signal that caused it, or 0.
     int run();
 
   private:
@@ -51,7 +53,7 @@ class Loop {
     View view_;
     cli::SignalFD& signals_;
     Screen& screen_;
-    const Charset charset_ = charsetOfLocale();
+    const Charset charset_ = detectCharset();
     Clock::time_point stepped_ = Clock::now();
     Clock::time_point drawn_{};
     bool urgent_ = true;  // the user waits for the screen
@@ -82,7 +84,7 @@ void Loop::draw() {
     }
     urgent_ = false;
     const Size size = screen_.size();
-    view_.setPage(tableRows(size));
+    view_.setPage(countTableRows(size));
     const Status status = source_.status();
     screen_.show(renderScreen({source_.state(), view_, status, source_.now(), charset_}, size));
     drawn_ = Clock::now();
@@ -95,7 +97,7 @@ void Loop::wait() {
     ::poll(watched.data(), watched.size(), millisecondsToWait());
     takeSignals();
     if (watched[0].revents & ~POLLIN) {
-        end(SIGHUP);  // the terminal has gone, also where nobody sends the signal for it
+        end(SIGHUP);  // the terminal has gone, perhaps without a signal
     } else if (watched[0].revents != 0) {
         takeKeys();
     }
@@ -145,7 +147,7 @@ int runScreen(const Options& options, DataSource& source, cli::SignalFD& signals
     return Loop(source, kind, signals, screen).run();
 }
 
-// What was to be recorded and is not is told when the screen is the person's again.
+// A failed recording is reported once the terminal is restored.
 ExitStatus finish(DataSource& source) {
     const auto failure = source.finish();
     if (failure) {

@@ -13,10 +13,10 @@ struct Options {
     std::string play;    // the recording to show instead of a device; empty: none
 };
 
-// The full-screen view, until the person quits it or its terminal goes. A signal that ends it ends
-// the process, with the terminal left as it was. kFailed, after a complaint on standard error, when
-// a recording is not whole. Throws cli::UsageError when there is no terminal to draw on or no such
-// file to play, and std::runtime_error, "PATH: reason", when the one to record to cannot be made.
+// Runs the full-screen view until the user quits it or its terminal goes. A signal ends the process
+// after the terminal is restored. Returns kFailed, after an error message, when a recording is
+// incomplete. Throws cli::UsageError without a suitable terminal or for an invalid file to play,
+// and std::runtime_error, "PATH: reason", when the file to record to cannot be created.
 ExitStatus run(const Options& options);
 
 }  // namespace pallctl::top

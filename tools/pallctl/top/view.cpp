@@ -1,3 +1,7 @@
+// The view is a state machine with a mode. In mode browse a table binds keys to functions and to
+// requests; the other modes pass their keys to the line being typed. The selection is kept by name,
+// so that it survives changes of the table.
+
 #include "pallctl/top/view.h"
 
 #include <algorithm>
@@ -8,7 +12,7 @@ namespace pallctl::top {
 
 using client::Parameter;
 
-// What a key does while the table is looked at: something here, or a request to others.
+// The meaning of a key in mode browse: a function of the view, or a request to others.
 struct View::Binding {
     enum class Where { everywhere, device, recording };
     KeyCode code;
@@ -96,7 +100,7 @@ Request View::pressBrowse(const Key& key) {
 void View::pressSearch(const Key& key) {
     if (key.code == KeyCode::enter) {
         mode_ = Mode::browse;
-        find(0, 1);  // says again when that is nowhere
+        find(0, 1);  // repeats the message without a match
     } else if (key.code == KeyCode::escape) {
         mode_ = Mode::browse;
         selected_ = beforehand_;
@@ -141,7 +145,7 @@ const client::Parameter* View::selected() const {
     return parameters.empty() ? nullptr : parameters[position()];
 }
 
-// The first row when what was selected is not shown.
+// The first row when the selected parameter is not visible.
 std::size_t View::position() const {
     const auto parameters = visible();
     const auto found =
@@ -168,7 +172,7 @@ void View::move(std::ptrdiff_t rows) {
     select(static_cast<std::size_t>(std::max<std::ptrdiff_t>(target, 0)));
 }
 
-// Looks at every row once, from `start` rows behind the selected one on.
+// Checks every row once, starting `start` rows after the selected one.
 void View::find(std::ptrdiff_t start, std::ptrdiff_t step) {
     const auto parameters = visible();
     const auto count = static_cast<std::ptrdiff_t>(parameters.size());
@@ -188,7 +192,7 @@ void View::find(std::ptrdiff_t start, std::ptrdiff_t step) {
 
 void View::findOnward(std::ptrdiff_t step) {
     if (search_.empty()) {
-        say({"nothing to search for yet: type / and a text", Style::bad});
+        say({"no search yet: type / and a text", Style::bad});
     } else {
         find(step, step);
     }

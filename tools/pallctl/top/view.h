@@ -14,74 +14,74 @@
 
 namespace pallctl::top {
 
-// Whether the state shows a device or a recording of one.
+// The kind of source of the state.
 enum class SourceKind { device, recording };
 
-// What a key asks of those who own terminal, bus and files.
+// A request to the owners of terminal, bus and files.
 enum class Request { none, quit, set, record, pause, faster, slower, back, forward, begin, redraw };
 
-// A new value that a person typed for a parameter. It becomes a set when the question is answered
-// with yes.
+// A new value for a parameter. It becomes a set when the user confirms it.
 struct Change {
     std::string leaf;
-    std::string from;  // as a person reads it, like the next
+    std::string from;  // formatted, as is the next
     std::string to;
     util::UniqueJSON value;
 };
 
-// How a set went.
+// The result of a set.
 struct SetResult {
     enum class Kind { answered, noAnswer, connectionLost, notConnected };
     Kind kind = Kind::answered;
     int statusCode = 0;  // of the answer
 };
 
-// What the keys do.
+// The current meaning of the keys.
 enum class Mode { browse, search, filter, edit, confirm, help };
 
-// A line of the person's doing or for the person's eyes.
+// A message for the user.
 struct Notice {
     std::string text;  // showable
     Style style = Style::plain;
 };
 
-// A set that has not been answered yet.
+// A set without an answer yet.
 struct Waiting {
     std::string leaf;
     std::string to;
     Moment since{0};
 };
 
-// Where the person is in the table, and in the middle of what. Knows no terminal and no bus: keys
-// come in, requests go out. Keeps the state, which outlives it. Used by one thread.
+// The state of the user interface: selection, search, filter, and the value being edited.
+// Independent of terminal and bus: keys come in, requests go out. Keeps a reference to the device
+// state, which outlives it. Used by one thread.
 class View {
   public:
     View(const DeviceState& state, SourceKind kind);
 
-    // Whoever gets a set carries out takeChange() and tells showSetResult().
+    // The owner carries out a set with takeChange() and reports to showSetResult().
     Request press(const Key& key, Moment now);
-    // The change that was agreed to.
+    // The confirmed change.
     Change takeChange() { return std::move(change_); }
     void showSetResult(const SetResult& result);
     // Shown until the next key.
     void say(Notice notice) { notice_ = std::move(notice); }
-    // How many rows a page of the table has.
+    // The number of table rows in a page.
     void setPage(std::size_t rows) { page_ = rows > 1 ? rows : 1; }
 
     SourceKind sourceKind() const { return sourceKind_; }
     Mode mode() const { return mode_; }
-    // The table as far as the filter lets it through.
+    // The parameters that pass the filter.
     std::vector<Section> sections() const { return groupParameters(state_, filter_); }
-    // The parameter that keys act on; null when the table is empty.
+    // The selected parameter; null when the table is empty.
     const client::Parameter* selected() const;
-    // The one whose value is being typed, in mode edit; null when it is not known any more.
+    // The parameter being edited, in mode edit; null when it is no longer known.
     const client::Parameter* edited() const;
     const std::string& filter() const { return filter_; }
     const Notice& notice() const { return notice_; }
     const std::optional<Waiting>& waiting() const { return waiting_; }
-    // What is being typed, in the modes in which something is.
+    // The text being typed, in the modes that have one.
     const LineEditor& line() const { return line_; }
-    // What is asked about, in mode confirm.
+    // The change to confirm, in mode confirm.
     const Change& change() const { return change_; }
 
   private:
@@ -122,7 +122,7 @@ class View {
     Mode mode_ = Mode::browse;
     std::size_t page_ = 1;
     std::string selected_;    // by the last part of its name
-    std::string beforehand_;  // what was selected when the search began
+    std::string beforehand_;  // selected when the search began
     std::string search_;
     std::string filter_;
     LineEditor line_;

@@ -1,5 +1,4 @@
-// The part of the view that changes the device: type a value, answer a question, see what became
-// of it.
+// The part of the view that changes the device: type a value, confirm it, see the result.
 
 #include <algorithm>
 #include <utility>
@@ -19,7 +18,7 @@ using client::Parameter;
 
 constexpr const char* kMayHappen = "; it may still be carried out";
 
-Notice noticeOf(const std::string& leaf, const SetResult& result) {
+Notice makeNotice(const std::string& leaf, const SetResult& result) {
     const std::string subject = showable(leaf) + ": ";
     switch (result.kind) {
         case SetResult::Kind::answered:
@@ -29,7 +28,7 @@ Notice noticeOf(const std::string& leaf, const SetResult& result) {
         case SetResult::Kind::connectionLost:
             return {subject + "connection lost" + kMayHappen, Style::bad};
         case SetResult::Kind::notConnected:
-            return {subject + "there is no bus; nothing was sent", Style::bad};
+            return {subject + "no bus; nothing was sent", Style::bad};
     }
     const int code = result.statusCode;
     return {subject + std::to_string(code) + " " + statusText(code),
@@ -45,20 +44,19 @@ void View::startEdit() {
     }
     const std::string leaf = showable(state_.leafName(*parameter));
     if (sourceKind_ == SourceKind::recording) {
-        say({"a recording is only looked at", Style::bad});
+        say({"a recording cannot be changed", Style::bad});
     } else if (parameter->descriptor.readOnly) {
         say({leaf + " is read-only", Style::bad});
     } else if (waiting_) {
-        say({"one after the other: " + showable(waiting_->leaf) + " is not answered yet",
-             Style::bad});
+        say({"still waiting for the answer to " + showable(waiting_->leaf), Style::bad});
     } else {
         mode_ = Mode::edit;
         selected_ = state_.leafName(*parameter);
-        line_ = LineEditor(client::hasValue(*parameter) ? valueOf(parameter) : "");
+        line_ = LineEditor(client::hasValue(*parameter) ? displayValue(parameter) : "");
     }
 }
 
-// Also when the filter does not let its present value through.
+// Even if the filter hides it.
 const client::Parameter* View::edited() const {
     return selected_.empty() ? nullptr : state_.find(selected_);
 }
@@ -77,7 +75,7 @@ void View::pressEdit(const Key& key) {
     }
 }
 
-// The choice behind (or before) the one that stands in the line; the first one for another text.
+// The choice after (or before) the one in the line; the first one for another text.
 void View::nextChoice(std::ptrdiff_t step) {
     const client::Parameter* const parameter = edited();
     if (!parameter || parameter->descriptor.choices.empty()) {
@@ -103,14 +101,15 @@ void View::propose() {
         say({showable(form.problem), Style::bad});
     } else if (client::isSameValue(parameter->value.get(), form.value.get())) {
         mode_ = Mode::browse;
-        say({showable(state_.leafName(*parameter)) + " is " + valueOf(parameter) + " already"});
+        say({showable(state_.leafName(*parameter)) + " is " + displayValue(parameter) +
+             " already"});
     } else {
-        // The line holds all members, whichever the person changed.
+        // The line contains all members, not only the changed ones.
         if (cJSON_IsObject(form.value.get())) {
             client::dropSameMembers(parameter->value.get(), form.value.get());
         }
         mode_ = Mode::confirm;
-        change_ = {state_.leafName(*parameter), valueOf(parameter),
+        change_ = {state_.leafName(*parameter), displayValue(parameter),
                    showable(client::formatValue(parameter->descriptor, form.value.get())),
                    std::move(form.value)};
     }
@@ -131,7 +130,7 @@ Request View::pressConfirm(const Key& key, Moment now) {
 
 void View::showSetResult(const SetResult& result) {
     if (const auto waiting = std::exchange(waiting_, std::nullopt)) {
-        say(noticeOf(waiting->leaf, result));
+        say(makeNotice(waiting->leaf, result));
     }
 }
 

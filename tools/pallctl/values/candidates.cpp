@@ -10,13 +10,13 @@ namespace pallctl {
 
 namespace {
 
-std::string aboutOf(const client::Parameter& parameter) {
+std::string describe(const client::Parameter& parameter) {
     const std::string value = client::formatValue(parameter.descriptor, parameter.value.get());
     return cli::escapeForTerminal(parameter.descriptor.label) + ": " + value;
 }
 
-// Some forms are only for the eye: a text that had to be escaped.
-bool isTakenBack(const client::Parameter& parameter, const std::string& shown) {
+// Not a text with escapes: it is shown in a way that cannot be typed.
+bool canBeTyped(const client::Parameter& parameter, const std::string& shown) {
     const client::ParsedValue wire = client::parseValue(parameter, shown);
     return wire.value && client::hasValueAsShown(parameter, wire.value.get()) &&
            shown.find('\\') == std::string::npos;
@@ -29,20 +29,20 @@ std::vector<cli::Completion> completeNames(const std::vector<const client::Param
                                            const std::string& word) {
     const std::string prefix = object.path() + ".";
     const bool full = word.starts_with(prefix);
-    std::vector<cli::Completion> offers;
+    std::vector<cli::Completion> completions;
     for (const client::Parameter* parameter : parameters) {
         const std::string& name = parameter->descriptor.name;
-        offers.push_back({full ? name : object.leafName(name), aboutOf(*parameter)});
+        completions.push_back({full ? name : object.leafName(name), describe(*parameter)});
     }
     if (!full && !word.empty()) {
-        offers.push_back({prefix, ""});
+        completions.push_back({prefix, ""});
     }
-    const auto others =
-        std::remove_if(offers.begin(), offers.end(), [&word](const cli::Completion& offer) {
-            return !cli::startsWithIgnoringCase(offer.word, word);
+    const auto others = std::remove_if(
+        completions.begin(), completions.end(), [&word](const cli::Completion& completion) {
+            return !cli::startsWithIgnoringCase(completion.word, word);
         });
-    offers.erase(others, offers.end());
-    return offers;
+    completions.erase(others, completions.end());
+    return completions;
 }
 
 std::vector<cli::Completion> completeAssignments(
@@ -50,37 +50,37 @@ std::vector<cli::Completion> completeAssignments(
     const std::string& word) {
     const size_t equals = word.find('=');
     if (equals == std::string::npos) {
-        std::vector<cli::Completion> offers = completeNames(parameters, object, word);
-        for (cli::Completion& offer : offers) {
-            offer.word += offer.word.ends_with('.') ? "" : "=";
+        std::vector<cli::Completion> completions = completeNames(parameters, object, word);
+        for (cli::Completion& completion : completions) {
+            completion.word += completion.word.ends_with('.') ? "" : "=";
         }
-        return offers;
+        return completions;
     }
     const std::string name = object.fullName(word.substr(0, equals));
     const auto found = std::find_if(
         parameters.begin(), parameters.end(),
         [&name](const client::Parameter* parameter) { return parameter->descriptor.name == name; });
-    std::vector<cli::Completion> offers =
+    std::vector<cli::Completion> completions =
         completeValues(found == parameters.end() ? nullptr : *found);
-    for (cli::Completion& offer : offers) {
-        offer.word.insert(0, word, 0, equals + 1);
+    for (cli::Completion& completion : completions) {
+        completion.word.insert(0, word, 0, equals + 1);
     }
-    return offers;
+    return completions;
 }
 
 std::vector<cli::Completion> completeValues(const client::Parameter* parameter) {
     if (parameter == nullptr) {
         return {};
     }
-    std::vector<cli::Completion> offers;
+    std::vector<cli::Completion> completions;
     for (const client::Choice& choice : parameter->descriptor.choices) {
-        offers.push_back({choice.name, ""});
+        completions.push_back({choice.name, ""});
     }
     const std::string value = client::formatValue(parameter->descriptor, parameter->value.get());
-    if (offers.empty() && parameter->value && isTakenBack(*parameter, value)) {
-        offers.push_back({value, ""});
+    if (completions.empty() && parameter->value && canBeTyped(*parameter, value)) {
+        completions.push_back({value, ""});
     }
-    return offers;
+    return completions;
 }
 
 }  // namespace pallctl

@@ -10,7 +10,7 @@ namespace {
 
 using Moment = std::chrono::system_clock::time_point;
 
-std::string jsonChange(const client::Parameter& parameter, Moment moment) {
+std::string formatJSON(const client::Parameter& parameter, Moment moment) {
     const util::UniqueJSON form = toJSON(parameter);
     const util::UniqueJSON change = util::jsonObject();
     util::addMember(change.get(), "time", util::jsonString(cli::isoTime(moment)));
@@ -20,13 +20,13 @@ std::string jsonChange(const client::Parameter& parameter, Moment moment) {
     return jsonLine(change.get()) + '\n';
 }
 
-std::string shellChange(const client::Parameter& parameter, Moment moment, const Style& style) {
+std::string formatShell(const client::Parameter& parameter, Moment moment, const Style& style) {
     return "time=" + cli::shellQuoted(cli::isoTime(moment)) +
            " name=" + cli::shellQuoted(cli::escapeForTerminal(parameter.descriptor.name)) +
            " value=" + cli::shellQuoted(formatExact(parameter, style)) + '\n';
 }
 
-std::string plainChange(const client::Parameter& parameter, Moment moment, const Style& style) {
+std::string formatPlain(const client::Parameter& parameter, Moment moment, const Style& style) {
     const std::string time = cli::clockTime(moment);
     const std::string value = formatOneLine(parameter, style);
     return (style.colour ? cli::painted(time, cli::Paint::faint) : time) + '\t' +
@@ -39,13 +39,13 @@ std::string plainChange(const client::Parameter& parameter, Moment moment, const
 std::string formatChange(const client::Parameter& parameter, Moment moment, const Style& style) {
     switch (style.format) {
         case Format::json:
-            return jsonChange(parameter, moment);
+            return formatJSON(parameter, moment);
         case Format::keyvalue:
-            return shellChange(parameter, moment, style);
+            return formatShell(parameter, moment, style);
         case Format::table:
             break;
     }
-    return plainChange(parameter, moment, style);
+    return formatPlain(parameter, moment, style);
 }
 
 }  // namespace pallctl

@@ -8,9 +8,8 @@
 
 namespace pallctl {
 
-// One change of a parameter on one line, whatever it holds, with its line end: time of day, name
-// and value with tabs between them; { "time", "name", "value", "text" }; or time='…' name='…'
-// value='…' for a shell. Pure.
+// One change of a parameter as a line: time of day, name and value separated by tabs; { "time",
+// "name", "value", "text" }; or time='…' name='…' value='…' for a shell. Pure.
 std::string formatChange(const client::Parameter& parameter,
                          std::chrono::system_clock::time_point moment, const Style& style);
 

@@ -1,3 +1,7 @@
+// A parameter is a list of facts. Paragraphs and shell lines are made from their texts; the JSON
+// forms have values of their own types, under the names of this program or, raw, under those of the
+// wire.
+
 #include "pallctl/values/description.h"
 
 #include <utility>
@@ -14,11 +18,11 @@ constexpr size_t kFactWidth = 16;
 constexpr const char* kValue = "value";
 
 struct Fact {
-    const char* what;
-    std::string text;  // empty: not said
+    const char* name;
+    std::string text;  // empty: not stated
 };
 
-std::string choicesOf(const client::Descriptor& descriptor) {
+std::string formatChoices(const client::Descriptor& descriptor) {
     std::string text;
     for (const client::Choice& choice : descriptor.choices) {
         text += (text.empty() ? "" : ", ") + std::to_string(choice.value) + " " + choice.name;
@@ -26,15 +30,16 @@ std::string choicesOf(const client::Descriptor& descriptor) {
     return text;
 }
 
-std::string numberOf(const client::Descriptor& descriptor, const std::optional<double>& number) {
+std::string formatNumber(const client::Descriptor& descriptor,
+                         const std::optional<double>& number) {
     return number ? client::formatValue(descriptor, util::jsonNumber(*number).get()) : "";
 }
 
-std::string countOf(int count) {
+std::string formatCount(int count) {
     return count < 0 ? "" : std::to_string(count);
 }
 
-std::vector<Fact> factsOf(const client::Parameter& parameter, const Style& style) {
+std::vector<Fact> collectFacts(const client::Parameter& parameter, const Style& style) {
     const client::Descriptor& descriptor = parameter.descriptor;
     return {
         {"label", descriptor.label},
@@ -42,23 +47,23 @@ std::vector<Fact> factsOf(const client::Parameter& parameter, const Style& style
         {"type", descriptor.type},
         {"read-only", descriptor.readOnly ? "yes" : "no"},
         {"constraint", descriptor.constraint},
-        {"choices", choicesOf(descriptor)},
-        {"minimum", numberOf(descriptor, descriptor.least)},
-        {"maximum", numberOf(descriptor, descriptor.most)},
-        {"step", numberOf(descriptor, descriptor.step)},
-        {"maximum length", countOf(descriptor.maxLength)},
-        {"total length", countOf(descriptor.totalLength)},
-        {"decimals", countOf(descriptor.precision)},
+        {"choices", formatChoices(descriptor)},
+        {"minimum", formatNumber(descriptor, descriptor.minimum)},
+        {"maximum", formatNumber(descriptor, descriptor.maximum)},
+        {"step", formatNumber(descriptor, descriptor.step)},
+        {"maximum length", formatCount(descriptor.maxLength)},
+        {"total length", formatCount(descriptor.totalLength)},
+        {"decimals", formatCount(descriptor.precision)},
         {"widget", descriptor.widget},
     };
 }
 
-std::string paragraph(const client::Parameter& parameter, const Style& style) {
+std::string formatParagraph(const client::Parameter& parameter, const Style& style) {
     const std::string name = cli::escapeForTerminal(parameter.descriptor.name);
     std::string text = (style.colour ? cli::painted(name, cli::Paint::bold) : name) + '\n';
-    for (const Fact& fact : factsOf(parameter, style)) {
+    for (const Fact& fact : collectFacts(parameter, style)) {
         if (!fact.text.empty()) {
-            const std::string what = fact.what;
+            const std::string what = fact.name;
             text += "  " + what + std::string(kFactWidth - what.size(), ' ') +
                     cli::escapeForTerminal(fact.text) + '\n';
         }
@@ -66,12 +71,12 @@ std::string paragraph(const client::Parameter& parameter, const Style& style) {
     return text;
 }
 
-std::string assignments(const client::Parameter& parameter, const Style& style) {
+std::string formatAssignments(const client::Parameter& parameter, const Style& style) {
     std::string lines = formatAssignment(parameter, style) + '\n';
-    for (const Fact& fact : factsOf(parameter, style)) {
-        if (fact.what != std::string(kValue)) {
+    for (const Fact& fact : collectFacts(parameter, style)) {
+        if (fact.name != std::string(kValue)) {
             lines +=
-                formatAssignment(parameter.descriptor.name + "." + fact.what, fact.text) + '\n';
+                formatAssignment(parameter.descriptor.name + "." + fact.name, fact.text) + '\n';
         }
     }
     return lines;
@@ -105,8 +110,8 @@ util::UniqueJSON wholeForm(const client::Parameter& parameter) {
     util::UniqueJSON object = pallctl::toJSON(parameter);
     util::addMember(object.get(), "constraint", orNull(descriptor.constraint));
     util::addMember(object.get(), "choices", toJSON(descriptor.choices));
-    util::addMember(object.get(), "minimum", orNull(descriptor.least));
-    util::addMember(object.get(), "maximum", orNull(descriptor.most));
+    util::addMember(object.get(), "minimum", orNull(descriptor.minimum));
+    util::addMember(object.get(), "maximum", orNull(descriptor.maximum));
     util::addMember(object.get(), "step", orNull(descriptor.step));
     util::addMember(object.get(), "maximumLength", orNull(descriptor.maxLength));
     util::addMember(object.get(), "totalLength", orNull(descriptor.totalLength));
@@ -115,8 +120,8 @@ util::UniqueJSON wholeForm(const client::Parameter& parameter) {
     return object;
 }
 
-// What is not said has no member.
-void addSaid(const util::UniqueJSON& object, const char* key, util::UniqueJSON value) {
+// A fact that the device does not state has no member.
+void addStated(const util::UniqueJSON& object, const char* key, util::UniqueJSON value) {
     if (!cJSON_IsNull(value.get())) {
         util::addMember(object.get(), key, std::move(value));
     }
@@ -124,16 +129,16 @@ void addSaid(const util::UniqueJSON& object, const char* key, util::UniqueJSON v
 
 util::UniqueJSON wireConstraint(const client::Descriptor& descriptor) {
     util::UniqueJSON object = util::jsonObject();
-    addSaid(object, "type", orNull(descriptor.constraint));
-    addSaid(object, "min", orNull(descriptor.least));
-    addSaid(object, "max", orNull(descriptor.most));
-    addSaid(object, "step", orNull(descriptor.step));
-    addSaid(object, "choices",
-            descriptor.choices.empty() ? util::jsonNull() : toJSON(descriptor.choices));
+    addStated(object, "type", orNull(descriptor.constraint));
+    addStated(object, "min", orNull(descriptor.minimum));
+    addStated(object, "max", orNull(descriptor.maximum));
+    addStated(object, "step", orNull(descriptor.step));
+    addStated(object, "choices",
+              descriptor.choices.empty() ? util::jsonNull() : toJSON(descriptor.choices));
     return object->child ? std::move(object) : util::jsonNull();
 }
 
-// As the device says it, with the members' names and in their order there.
+// With the members' names and order of the device.
 util::UniqueJSON wireDescriptor(const client::Parameter& parameter) {
     const client::Descriptor& descriptor = parameter.descriptor;
     util::UniqueJSON object = util::jsonObject();
@@ -141,13 +146,14 @@ util::UniqueJSON wireDescriptor(const client::Parameter& parameter) {
     util::addMember(object.get(), "name", util::jsonString(descriptor.label));
     util::addMember(object.get(), "type", util::jsonString(descriptor.type));
     util::addMember(object.get(), "readonly", util::jsonBool(descriptor.readOnly));
-    addSaid(object, "widget", orNull(descriptor.widget));
-    addSaid(object, "precision", orNull(descriptor.precision));
-    addSaid(object, "constraint", wireConstraint(descriptor));
-    addSaid(object, "maxlength", orNull(descriptor.maxLength));
-    addSaid(object, "totallength", orNull(descriptor.totalLength));
-    addSaid(object, "value",
-            client::hasValue(parameter) ? util::copyJSON(parameter.value.get()) : util::jsonNull());
+    addStated(object, "widget", orNull(descriptor.widget));
+    addStated(object, "precision", orNull(descriptor.precision));
+    addStated(object, "constraint", wireConstraint(descriptor));
+    addStated(object, "maxlength", orNull(descriptor.maxLength));
+    addStated(object, "totallength", orNull(descriptor.totalLength));
+    addStated(
+        object, "value",
+        client::hasValue(parameter) ? util::copyJSON(parameter.value.get()) : util::jsonNull());
     return object;
 }
 
@@ -160,8 +166,8 @@ std::string describeParameters(const std::vector<const client::Parameter*>& para
     }
     std::string text;
     for (const client::Parameter* parameter : parameters) {
-        text += style.format == Format::keyvalue ? assignments(*parameter, style)
-                                                 : paragraph(*parameter, style);
+        text += style.format == Format::keyvalue ? formatAssignments(*parameter, style)
+                                                 : formatParagraph(*parameter, style);
     }
     return text;
 }

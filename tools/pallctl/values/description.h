@@ -8,10 +8,9 @@
 
 namespace pallctl {
 
-// Everything that is known of these parameters, in their order: for people a paragraph each, with a
-// line for each thing that the device says; for programs an object with a member per name, and in
-// it null for what the device does not say, or with raw its descriptor as it travels; for shells
-// NAME_THING='VALUE' lines. Pure function.
+// All facts about these parameters, in their order: for people a paragraph each; for programs an
+// object with a member for each parameter, with null for what the device does not state, or with
+// `raw` its descriptor as received; for shells NAME_FACT='VALUE' lines. Pure function.
 std::string describeParameters(const std::vector<const client::Parameter*>& parameters,
                                const Style& style);
 

@@ -12,24 +12,25 @@ namespace pallctl {
 
 namespace {
 
-std::string environment(const char* name) {
+std::string readEnvironment(const char* name) {
     const char* const value = std::getenv(name);
     return value ? value : "";
 }
 
-cli::Paint paintOf(const client::Parameter& parameter) {
+cli::Paint selectPaint(const client::Parameter& parameter) {
     if (!client::hasValue(parameter)) {
         return cli::Paint::faint;
     }
     return parameter.descriptor.readOnly ? cli::Paint::none : cli::Paint::bold;
 }
 
-std::string tableOf(const std::vector<const client::Parameter*>& parameters, const Style& style) {
+std::string formatTable(const std::vector<const client::Parameter*>& parameters,
+                        const Style& style) {
     cli::Table table({"NAME", "VALUE", "TYPE", "READ-ONLY"});
     for (const client::Parameter* parameter : parameters) {
         const client::Descriptor& descriptor = parameter->descriptor;
         table.add({cli::escapeForTerminal(descriptor.name),
-                   {formatOneLine(*parameter, style), paintOf(*parameter)},
+                   {formatOneLine(*parameter, style), selectPaint(*parameter)},
                    cli::escapeForTerminal(descriptor.type),
                    descriptor.readOnly ? "yes" : "no"});
     }
@@ -39,8 +40,8 @@ std::string tableOf(const std::vector<const client::Parameter*>& parameters, con
 }  // namespace
 
 bool supportsColours(int descriptor) {
-    return ::isatty(descriptor) == 1 && environment("NO_COLOR").empty() &&
-           environment("TERM") != "dumb";
+    return ::isatty(descriptor) == 1 && readEnvironment("NO_COLOR").empty() &&
+           readEnvironment("TERM") != "dumb";
 }
 
 std::string formatOneLine(const client::Parameter& parameter, const Style& style) {
@@ -115,7 +116,7 @@ std::string formatParameters(const std::vector<const client::Parameter*>& parame
         case Format::json:
             return formatJSONObject(parameters, toJSON);
         case Format::table:
-            return tableOf(parameters, style);
+            return formatTable(parameters, style);
         case Format::keyvalue:
             break;
     }

@@ -7,12 +7,12 @@
 
 #include "pallctl/values/output.h"
 
-// What goes over the bus, on one line for each message, whatever bytes it consists of. Pure
-// functions; any thread.
+// Formats messages on the bus, one line each, whatever bytes they contain. Pure functions; any
+// thread.
 
 namespace pallctl {
 
-// Who sent it, about what, to whom; that of a payload that is no message is empty and from 0.
+// The header of a message; empty and from 0 for an invalid one.
 struct MessageHead {
     std::string type;  // the word of the wire
     std::string object;
@@ -21,10 +21,10 @@ struct MessageHead {
 };
 MessageHead parseMessageHead(std::string_view payload);
 
-// The message with a line end. For people: time of day, type, sender and addressee ("*" is
-// everybody), object, what it carries, id; of at most so many columns, 0 for all. As JSON and for a
-// shell whole: { "time", "type", "from", "to", "object", "data" }, and { "time", "payload" } for
-// what is no message, "base64" instead when it is no text. With raw the data as it came.
+// The message as a line. For people: time of day, type, sender and destination ("*" for all
+// subscribers), object, content, ID; at most `columns` wide, 0 for any width. As JSON and for a
+// shell: { "time", "type", "from", "to", "object", "data" }, or { "time", "payload" } for an
+// invalid message, "base64" instead when it is not legible. With `raw` the data is unchanged.
 std::string formatMessageLine(std::string_view payload,
                               std::chrono::system_clock::time_point moment, const Style& style,
                               size_t columns);

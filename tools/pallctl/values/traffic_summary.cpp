@@ -19,16 +19,16 @@ void append(std::string& text, const std::string& more, const char* between) {
     text += more;
 }
 
-std::string keyOf(const cJSON* member) {
+std::string getKey(const cJSON* member) {
     return member->string ? member->string : "";
 }
 
-std::string pairText(const cJSON* member) {
-    return keyOf(member) + '=' + util::renderJSON(member, false);
+std::string formatPair(const cJSON* member) {
+    return getKey(member) + '=' + util::renderJSON(member, false);
 }
 
-// The names that a question lists; "" when it is none.
-std::string askedNames(const cJSON* object) {
+// The names in a request; empty otherwise.
+std::string listRequestedNames(const cJSON* object) {
     std::string names;
     const cJSON* name = nullptr;
     cJSON_ArrayForEach(name, util::jsonMember(object, "objectName")) {
@@ -38,31 +38,31 @@ std::string askedNames(const cJSON* object) {
     return names;
 }
 
-std::string valuesText(const cJSON* param) {
-    std::string text = askedNames(param);
+std::string formatValues(const cJSON* param) {
+    std::string text = listRequestedNames(param);
     if (!text.empty() || !cJSON_IsObject(param)) {
         return text.empty() ? util::renderJSON(param, false) : text;
     }
     const cJSON* member = nullptr;
     cJSON_ArrayForEach(member, param) {
-        append(text, pairText(member), ", ");
+        append(text, formatPair(member), ", ");
     }
     return text;
 }
 
-std::string descriptorsText(const cJSON* descriptors) {
-    std::string names = askedNames(descriptors);
+std::string formatDescriptors(const cJSON* descriptors) {
+    std::string names = listRequestedNames(descriptors);
     const cJSON* const described = names.empty() ? descriptors : nullptr;
     const cJSON* member = nullptr;
     cJSON_ArrayForEach(member, described) {
-        const std::string key = keyOf(member);
+        const std::string key = getKey(member);
         append(names, key.substr(key.starts_with(kDescriptorMark) ? kDescriptorMark.size() : 0),
                ", ");
     }
     return "descriptors of " + names;
 }
 
-std::string codeText(const cJSON* code) {
+std::string formatCode(const cJSON* code) {
     if (!cJSON_IsNumber(code)) {
         return util::renderJSON(code, false);
     }
@@ -72,25 +72,26 @@ std::string codeText(const cJSON* code) {
     return text;
 }
 
-std::string nothing(const cJSON*) {
+std::string formatNothing(const cJSON*) {
     return "";
 }
 
-// The keys that say more in other words, or what the line shows anyway.
+// Keys with a text of their own, or that the line shows anyway.
 struct KeyRow {
     std::string_view key;
     std::string (*text)(const cJSON* item);
 };
 
 constexpr KeyRow kKeys[] = {
-    {"id", nothing},          {"requestCommand", nothing}, {"statusMsg", nothing},
-    {"statusCode", codeText}, {"param", valuesText},       {"paramDescriptor", descriptorsText},
+    {"id", formatNothing},        {"requestCommand", formatNothing},
+    {"statusMsg", formatNothing}, {"statusCode", formatCode},
+    {"param", formatValues},      {"paramDescriptor", formatDescriptors},
 };
 
-std::string memberText(const cJSON* member) {
+std::string formatMember(const cJSON* member) {
     const auto* row = std::find_if(std::begin(kKeys), std::end(kKeys),
-                                   [&](const KeyRow& each) { return each.key == keyOf(member); });
-    return row == std::end(kKeys) ? pairText(member) : row->text(member);
+                                   [&](const KeyRow& each) { return each.key == getKey(member); });
+    return row == std::end(kKeys) ? formatPair(member) : row->text(member);
 }
 
 }  // namespace
@@ -102,7 +103,7 @@ std::string summarizeData(const cJSON* data) {
     std::string text;
     const cJSON* member = nullptr;
     cJSON_ArrayForEach(member, data) {
-        append(text, memberText(member), " ");
+        append(text, formatMember(member), " ");
     }
     return cli::escapeForTerminal(text);
 }

@@ -6,8 +6,8 @@
 
 namespace pallctl {
 
-// What the data of a message say, in short: "psu1Voltage=11.5", "ipAddress, netmask" for a
-// question, "200 OK", "descriptors of system.ipAddress". Without control characters. Pure.
+// Summarises the data of a message: "psu1Voltage=11.5", "ipAddress, netmask" for a request, "200
+// OK", "descriptors of system.ipAddress". Without control characters. Pure.
 std::string summarizeData(const cJSON* data);
 
 }  // namespace pallctl

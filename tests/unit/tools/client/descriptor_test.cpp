@@ -38,8 +38,8 @@ TEST(Descriptor, ReadsTheLimitsOfAValue) {
     EXPECT_EQ(descriptor.maxLength, 12);
     EXPECT_EQ(descriptor.totalLength, 40);
     EXPECT_EQ(descriptor.constraint, "FLOAT_STEP_RANGE");
-    EXPECT_EQ(descriptor.least, -1.5);
-    EXPECT_EQ(descriptor.most, 7);
+    EXPECT_EQ(descriptor.minimum, -1.5);
+    EXPECT_EQ(descriptor.maximum, 7);
     EXPECT_EQ(descriptor.step, 0.5);
 }
 
@@ -47,8 +47,8 @@ TEST(Descriptor, PassesOverLimitsThatAreNoNumbers) {
     const auto item = json(R"({"oid":"s.x","constraint":{"type":3,"min":"0","max":null}})");
     const Descriptor descriptor = decodeParameter(item.get())->descriptor;
     EXPECT_EQ(descriptor.constraint, "");
-    EXPECT_EQ(descriptor.least, std::nullopt);
-    EXPECT_EQ(descriptor.most, std::nullopt);
+    EXPECT_EQ(descriptor.minimum, std::nullopt);
+    EXPECT_EQ(descriptor.maximum, std::nullopt);
 }
 
 TEST(Descriptor, TakesAbsentAttributesAsNotSaid) {
@@ -60,8 +60,8 @@ TEST(Descriptor, TakesAbsentAttributesAsNotSaid) {
     EXPECT_EQ(parameter->descriptor.precision, -1);
     EXPECT_EQ(parameter->descriptor.constraint, "");
     EXPECT_TRUE(parameter->descriptor.choices.empty());
-    EXPECT_EQ(parameter->descriptor.least, std::nullopt);
-    EXPECT_EQ(parameter->descriptor.most, std::nullopt);
+    EXPECT_EQ(parameter->descriptor.minimum, std::nullopt);
+    EXPECT_EQ(parameter->descriptor.maximum, std::nullopt);
     EXPECT_EQ(parameter->descriptor.step, std::nullopt);
     EXPECT_EQ(parameter->descriptor.maxLength, -1);
     EXPECT_EQ(parameter->descriptor.totalLength, -1);

@@ -11,63 +11,63 @@ std::string human(const Descriptor& descriptor, const std::string& value) {
     return formatValue(descriptor, json(value).get());
 }
 
-TEST(HumanForm, ShowsAddressesDotted) {
+TEST(FormatValue, ShowsAddressesDotted) {
     EXPECT_EQ(human(address(), "167837955"), "10.1.1.3");
     EXPECT_EQ(human(address(), "3232235777"), "192.168.1.1");
     EXPECT_EQ(human(address(), "0"), "0.0.0.0");
     EXPECT_EQ(human(address(), "4294967295"), "255.255.255.255");
 }
 
-TEST(HumanForm, ShowsAnAddressOutOfRangeAsItCame) {
+TEST(FormatValue, ShowsAnAddressOutOfRangeAsItCame) {
     EXPECT_EQ(human(address(), "-1"), "-1");
     EXPECT_EQ(human(address(), "4294967296"), "4294967296");
     EXPECT_EQ(human(address(), "1.5"), "1.5");
 }
 
-TEST(HumanForm, ShowsChoicesByName) {
+TEST(FormatValue, ShowsChoicesByName) {
     EXPECT_EQ(human(switchDescriptor(), "0"), "Disabled");
     EXPECT_EQ(human(switchDescriptor(), "1"), "Enabled");
     EXPECT_EQ(human(switchDescriptor(), "2"), "2");
     EXPECT_EQ(human(switchDescriptor(), "0.5"), "0.5");
 }
 
-TEST(HumanForm, ShowsAChoiceOfAFloatByName) {
+TEST(FormatValue, ShowsAChoiceOfAFloatByName) {
     Descriptor descriptor = switchDescriptor();
     descriptor.type = "FLOAT";
     EXPECT_EQ(human(descriptor, "1"), "Enabled");
     EXPECT_EQ(human(descriptor, "0.5"), "0.5");
 }
 
-TEST(HumanForm, ShowsFloatsWithTheirPrecision) {
+TEST(FormatValue, ShowsFloatsWithTheirPrecision) {
     EXPECT_EQ(human(ofPrecision(2), "11.987"), "11.99");
     EXPECT_EQ(human(ofPrecision(5), "-1"), "-1.00000");
     EXPECT_EQ(human(ofPrecision(0), "2.6"), "3");
     EXPECT_EQ(human(ofPrecision(-1), "0.1"), "0.1");
 }
 
-TEST(HumanForm, SurvivesAbsurdFloats) {
+TEST(FormatValue, SurvivesAbsurdFloats) {
     EXPECT_EQ(human(ofPrecision(2147483647), "0.5"), "0.50000000000000000");
     EXPECT_EQ(human(ofPrecision(17), "-1.7e308").size(), 1u + 309u + 1u + 17u);
     EXPECT_EQ(human(ofType("INT32"), "1e300").size(), 301u);
 }
 
-TEST(HumanForm, ShowsIntegersWhole) {
+TEST(FormatValue, ShowsIntegersWhole) {
     EXPECT_EQ(human(ofType("INT32"), "-7"), "-7");
     EXPECT_EQ(human(ofType("INT16"), "4294967295"), "4294967295");
 }
 
-TEST(HumanForm, ShowsNoValueAsADash) {
+TEST(FormatValue, ShowsNoValueAsADash) {
     EXPECT_EQ(human(ofType("INT32"), "null"), "-");
     EXPECT_EQ(formatValue(ofType("INT32"), nullptr), "-");
 }
 
-TEST(HumanForm, ShowsTextAsItIs) {
+TEST(FormatValue, ShowsTextAsItIs) {
     EXPECT_EQ(human(ofType("STRING"), R"("Rack 4 \"left\"")"), "Rack 4 \"left\"");
     EXPECT_EQ(human(ofType("STRING"), R"("")"), "");
     EXPECT_EQ(human(ofType("STRING"), R"("Zürich")"), "Zürich");
 }
 
-TEST(HumanForm, LetsNoTextBreakALineOrCommandATerminal) {
+TEST(FormatValue, LetsNoTextBreakALineOrCommandATerminal) {
     EXPECT_EQ(human(ofType("STRING"), R"("a\nb\tc\u001b[2Jd\u007f\u009b")"),
               "a\\nb\\tc\\x1b[2Jd\\x7f\\xc2\\x9b");
     Descriptor descriptor = switchDescriptor();
@@ -75,7 +75,7 @@ TEST(HumanForm, LetsNoTextBreakALineOrCommandATerminal) {
     EXPECT_EQ(human(descriptor, "1"), "On\\x0d");
 }
 
-TEST(HumanForm, ShowsStructuresMemberByMember) {
+TEST(FormatValue, ShowsStructuresMemberByMember) {
     EXPECT_EQ(
         human(ofType("STRUCT"), R"({"_d_name":{"name":"Name","type":"STRING","value":"COM1"},)"
                                 R"("_d_level":{"type":"FLOAT","precision":1,"value":2.26},)"
@@ -83,14 +83,14 @@ TEST(HumanForm, ShowsStructuresMemberByMember) {
         "name=COM1, level=2.3, connectionPoint=");
 }
 
-TEST(HumanForm, ShowsWhatHasNoFormOfItsOwnAsJSON) {
+TEST(FormatValue, ShowsWhatHasNoFormOfItsOwnAsJSON) {
     EXPECT_EQ(human(ofType("INT32_ARRAY"), "[1,2]"), "[1,2]");
     EXPECT_EQ(human(ofType(""), R"({"primary":{"active":true}})"),
               R"({"primary":{"active":true}})");
     EXPECT_EQ(human(ofType("INT32"), "true"), "true");
 }
 
-TEST(HumanForm, ShowsNoIntegerAsMinusZero) {
+TEST(FormatValue, ShowsNoIntegerAsMinusZero) {
     EXPECT_EQ(human(ofType("INT32"), "-0"), "0");
 }
 

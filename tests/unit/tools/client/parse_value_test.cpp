@@ -31,7 +31,7 @@ TEST(ParsedValue, TakesAnAddressOnlyForAWholeNumber) {
 TEST(ParsedValue, RefusesWhatIsNoAddress) {
     for (const char* text :
          {"", "10.1.1", "10.1.1.256", "10.1.1.3.", "10.1.1.3x", "4294967296", "-1", " 10.1.1.3"}) {
-        EXPECT_EQ(wire(address(), text), "needs an address such as 10.1.2.3") << text;
+        EXPECT_EQ(wire(address(), text), "must be an address such as 10.1.2.3") << text;
     }
 }
 
@@ -51,7 +51,7 @@ TEST(ParsedValue, TakesAChoiceAsItIsShown) {
 
 TEST(ParsedValue, NamesTheChoicesWhenItIsNone) {
     for (const char* text : {"", "on", "2", "1.5", "0x1"}) {
-        EXPECT_EQ(wire(switchDescriptor(), text), "needs one of: Disabled, Enabled") << text;
+        EXPECT_EQ(wire(switchDescriptor(), text), "must be one of: Disabled, Enabled") << text;
     }
 }
 
@@ -62,7 +62,7 @@ TEST(ParsedValue, TakesWholeNumbersOf32Bits) {
     EXPECT_EQ(wire(ofType("INT32"), "4294967295"), "4294967295");
     for (const char* text :
          {"", "1.5", "7x", "4294967296", "-2147483649", "99999999999999999999"}) {
-        EXPECT_EQ(wire(ofType("INT32"), text), "needs a whole number of 32 bits") << text;
+        EXPECT_EQ(wire(ofType("INT32"), text), "must be a 32-bit integer") << text;
     }
 }
 
@@ -70,7 +70,7 @@ TEST(ParsedValue, TakesFiniteNumbersForFloats) {
     EXPECT_EQ(wire(ofType("FLOAT"), "11.5"), "11.5");
     EXPECT_EQ(wire(ofType("FLOAT"), "-3"), "-3");
     for (const char* text : {"", "x", "1,5", "nan", "inf", "1e999"}) {
-        EXPECT_EQ(wire(ofType("FLOAT"), text), "needs a number") << text;
+        EXPECT_EQ(wire(ofType("FLOAT"), text), "must be a number") << text;
     }
 }
 
@@ -82,9 +82,9 @@ TEST(ParsedValue, TakesAnyTextForStrings) {
 
 TEST(ParsedValue, RefusesWhatThereIsAnObjectionTo) {
     Descriptor descriptor = ofType("INT32");
-    descriptor.most = 10;
+    descriptor.maximum = 10;
     EXPECT_EQ(wire(descriptor, "10"), "10");
-    EXPECT_EQ(wire(descriptor, "11"), "needs 10 or less");
+    EXPECT_EQ(wire(descriptor, "11"), "must be 10 or less");
 }
 
 TEST(ParsedValue, RefusesTypesThatHaveNoText) {
@@ -119,17 +119,17 @@ TEST(ParsedValue, ReadsBackWhatHumanFormShows) {
     }
 }
 
-TEST(RawForm, TakesTheValueInJSON) {
+TEST(ParseRawValue, TakesTheValueInJSON) {
     const auto raw = [](const Descriptor& descriptor, const char* text) {
         const ParsedValue form = parseRawValue(descriptor, text);
         return form.value ? util::renderJSON(form.value.get(), false) : form.problem;
     };
     EXPECT_EQ(raw(address(), "167772165"), "167772165");
     EXPECT_EQ(raw(ofType("STRING"), R"("a")"), R"("a")");
-    EXPECT_EQ(raw(ofType("STRING"), "a"), "needs a value in JSON");
-    EXPECT_EQ(raw(ofType("INT32"), "1 2"), "needs a value in JSON");
-    EXPECT_EQ(raw(ofType("INT32"), ""), "needs a value in JSON");
-    EXPECT_EQ(raw(ofType("INT32"), R"("7")"), "needs a whole number of 32 bits");
+    EXPECT_EQ(raw(ofType("STRING"), "a"), "must be a JSON value");
+    EXPECT_EQ(raw(ofType("INT32"), "1 2"), "must be a JSON value");
+    EXPECT_EQ(raw(ofType("INT32"), ""), "must be a JSON value");
+    EXPECT_EQ(raw(ofType("INT32"), R"("7")"), "must be a 32-bit integer");
     EXPECT_EQ(raw(ofType("STRUCT"), "{}"), "{}");
 }
 
@@ -162,7 +162,7 @@ TEST(DropSameMembers, LeavesWhatDiffers) {
     EXPECT_EQ(util::renderJSON(wanted.get(), false), util::renderJSON(one.get(), false));
 }
 
-TEST(ReadsAs, TakesForEqualWhatPeopleSeeAsEqual) {
+TEST(HasValueAsShown, TakesForEqualWhatPeopleSeeAsEqual) {
     const Parameter voltage = holding(ofPrecision(2), "11.987");
     EXPECT_TRUE(hasValueAsShown(voltage, json("11.99").get()));
     EXPECT_FALSE(hasValueAsShown(voltage, json("11.98").get()));

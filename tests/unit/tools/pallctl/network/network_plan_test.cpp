@@ -9,7 +9,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 NetworkSettings settings(const char* ip, const char* netmask, const char* gateway) {
-    return {addressOf(ip).value(), addressOf(netmask).value(), addressOf(gateway).value()};
+    return {parseAddress(ip).value(), parseAddress(netmask).value(), parseAddress(gateway).value()};
 }
 
 const NetworkSettings kUsual = settings("10.1.2.3", "255.255.255.0", "10.1.2.1");
@@ -23,33 +23,33 @@ std::vector<std::string> options(const std::vector<const NetworkMember*>& member
 }
 
 TEST(NetworkAddress, IsFourOctets) {
-    EXPECT_EQ(addressOf("10.1.2.3"), 0x0A010203u);
-    EXPECT_EQ(addressOf("255.255.255.254"), 0xFFFFFFFEu);
+    EXPECT_EQ(parseAddress("10.1.2.3"), 0x0A010203u);
+    EXPECT_EQ(parseAddress("255.255.255.254"), 0xFFFFFFFEu);
     for (const char* text : {"", "10.1.2", "10.1.2.3.4", "10.1.2.256", "10.1..3", "10.1.2.3 ",
                              " 10.1.2.3", "167772163", "frame", "10.1.2.3/24", "0x0a.1.2.3"}) {
-        EXPECT_EQ(addressOf(text), std::nullopt) << text;
+        EXPECT_EQ(parseAddress(text), std::nullopt) << text;
     }
-    EXPECT_EQ(addressOf(std::string("10.1.2.3\0x", 10)), std::nullopt);
+    EXPECT_EQ(parseAddress(std::string("10.1.2.3\0x", 10)), std::nullopt);
 }
 
 TEST(NetworkAddress, IsNoneOfTheTwoThatTheDaemonTakesForNone) {
-    EXPECT_EQ(addressOf("0.0.0.0"), std::nullopt);
-    EXPECT_EQ(addressOf("255.255.255.255"), std::nullopt);
+    EXPECT_EQ(parseAddress("0.0.0.0"), std::nullopt);
+    EXPECT_EQ(parseAddress("255.255.255.255"), std::nullopt);
 }
 
 TEST(NetworkWish, LeavesWhatItDoesNotSay) {
-    EXPECT_EQ(merged(kUsual, {}), kUsual);
-    EXPECT_EQ(merged(kUsual, {0, 0, 0x0A0102FEu}),
+    EXPECT_EQ(merge(kUsual, {}), kUsual);
+    EXPECT_EQ(merge(kUsual, {0, 0, 0x0A0102FEu}),
               settings("10.1.2.3", "255.255.255.0", "10.1.2.254"));
     const NetworkSettings other = settings("10.9.0.3", "255.255.0.0", "10.9.0.1");
-    EXPECT_EQ(merged(kUsual, other), other);
+    EXPECT_EQ(merge(kUsual, other), other);
 }
 
 TEST(NetworkDifferences, AreThoseToSendWithTheAddressLast) {
-    EXPECT_THAT(differences(kUsual, kUsual), IsEmpty());
-    EXPECT_THAT(options(differences(kUsual, settings("10.9.0.3", "255.255.0.0", "10.9.0.1"))),
+    EXPECT_THAT(findDifferences(kUsual, kUsual), IsEmpty());
+    EXPECT_THAT(options(findDifferences(kUsual, settings("10.9.0.3", "255.255.0.0", "10.9.0.1"))),
                 ElementsAre("--netmask", "--gateway", "--address"));
-    EXPECT_THAT(options(differences(kUsual, settings("10.1.2.4", "255.255.255.0", "10.1.2.1"))),
+    EXPECT_THAT(options(findDifferences(kUsual, settings("10.1.2.4", "255.255.255.0", "10.1.2.1"))),
                 ElementsAre("--address"));
 }
 
@@ -60,14 +60,14 @@ struct Case {
     const char* problem;
 };
 
-class NetworkObjection : public testing::TestWithParam<Case> {};
+class NetworkReachability : public testing::TestWithParam<Case> {};
 
-TEST_P(NetworkObjection, IsTheFirstReasonAgainstTheSettings) {
+TEST_P(NetworkReachability, IsTheFirstReasonAgainstTheSettings) {
     const Case& one = GetParam();
     EXPECT_EQ(findReachabilityProblem(settings(one.ip, one.netmask, one.gateway)), one.problem);
 }
 
-constexpr const char* kReserved = "stands for the whole network, or for all hosts in it";
+constexpr const char* kReserved = "is the network or broadcast address";
 const std::string kAddressIsNetwork = std::string("--address 10.1.2.0: ") + kReserved;
 const std::string kAddressIsBroadcast = std::string("--address 10.1.2.255: ") + kReserved;
 const std::string kGatewayIsBroadcast = std::string("--gateway 10.1.2.255: ") + kReserved;
@@ -79,9 +79,11 @@ const Case kCases[] = {
     {"10.1.2.3", "128.0.0.0", "99.0.0.1", ""},
     {"10.1.2.3", "255.0.255.0", "10.1.2.1", "--netmask 255.0.255.0: has zeros before ones"},
     {"10.1.2.3", "0.0.0.255", "10.1.2.1", "--netmask 0.0.0.255: has zeros before ones"},
-    {"224.0.0.1", "255.255.255.0", "224.0.0.2", "--address 224.0.0.1: is no address of a host"},
-    {"127.0.0.1", "255.255.255.0", "127.0.0.2", "--address 127.0.0.1: is no address of a host"},
-    {"0.1.2.3", "255.255.255.0", "0.1.2.1", "--address 0.1.2.3: is no address of a host"},
+    {"224.0.0.1", "255.255.255.0", "224.0.0.2",
+     "--address 224.0.0.1: is not the address of a host"},
+    {"127.0.0.1", "255.255.255.0", "127.0.0.2",
+     "--address 127.0.0.1: is not the address of a host"},
+    {"0.1.2.3", "255.255.255.0", "0.1.2.1", "--address 0.1.2.3: is not the address of a host"},
     {"10.1.2.0", "255.255.255.0", "10.1.2.1", kAddressIsNetwork.c_str()},
     {"10.1.2.255", "255.255.255.0", "10.1.2.1", kAddressIsBroadcast.c_str()},
     {"10.1.2.3", "255.255.255.0", "10.1.3.1",
@@ -91,7 +93,7 @@ const Case kCases[] = {
      "--gateway 10.1.2.3: is the address of the frame itself"},
 };
 
-INSTANTIATE_TEST_SUITE_P(To, NetworkObjection, testing::ValuesIn(kCases));
+INSTANTIATE_TEST_SUITE_P(To, NetworkReachability, testing::ValuesIn(kCases));
 
 }  // namespace
 }  // namespace pallctl

@@ -11,9 +11,9 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class DeviceStateTest : public OnBoard {
+class DeviceStateTest : public DeviceStateFixture {
   protected:
-    std::string shown(const std::string& leaf) const { return valueOf(state.find(leaf)); }
+    std::string shown(const std::string& leaf) const { return displayValue(state.find(leaf)); }
     std::vector<Reading> psu1() const { return state.history(0).lowest(now, 4); }
 };
 
@@ -116,7 +116,7 @@ TEST_F(DeviceStateTest, BeginsAnew) {
     EXPECT_EQ(state.changedAt("system.a"), now) << "and still listens";
 }
 
-TEST(FreshTest, LastsForThreeSeconds) {
+TEST(HighlightTest, LastsForThreeSeconds) {
     EXPECT_TRUE(isHighlighted(Moment(1s), 3999ms));
     EXPECT_FALSE(isHighlighted(Moment(1s), 4s));
     EXPECT_FALSE(isHighlighted(std::nullopt, 0s));

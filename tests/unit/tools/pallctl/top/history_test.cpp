@@ -59,11 +59,11 @@ TEST(HistoryTest, HasNoColumnsWhereThereIsNoRoom) {
 }
 
 TEST(ScaleTest, IsFromTheLowestToTheHighest) {
-    const auto scale = scaleOf({kNone, 9.0, 12.0, kNone});
+    const auto scale = findScale({kNone, 9.0, 12.0, kNone});
     ASSERT_TRUE(scale);
     EXPECT_EQ(scale->low, 9.0);
     EXPECT_EQ(scale->high, 12.0);
-    EXPECT_FALSE(scaleOf({kNone, kNone}));
+    EXPECT_FALSE(findScale({kNone, kNone}));
 }
 
 TEST(SparklineTest, DrawsFromTheLowestToTheHighest) {

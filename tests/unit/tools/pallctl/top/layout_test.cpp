@@ -4,8 +4,8 @@
 
 #include "bus/local_zone.h"
 #include "messages.h"
-#include "pallctl/top/lines.h"
-#include "pictures.h"
+#include "pallctl/top/line_layout.h"
+#include "screen_contents.h"
 
 namespace pallctl::top {
 namespace {
@@ -19,7 +19,7 @@ using testing::StartsWith;
 
 constexpr Size kUsual{24, 80};
 
-class LayoutTest : public OnBoard {
+class LayoutTest : public DeviceStateFixture {
   protected:
     LayoutTest() {
         status.place = "127.0.0.1:15000";
@@ -39,7 +39,7 @@ class LayoutTest : public OnBoard {
     // The table alone, which begins below the panels.
     std::vector<std::string> table(const Size& size) const {
         auto lines = shown(size);
-        const auto begin = lines.end() - 2 - static_cast<std::ptrdiff_t>(tableRows(size));
+        const auto begin = lines.end() - 2 - static_cast<std::ptrdiff_t>(countTableRows(size));
         return {begin, lines.end() - 2};
     }
 
@@ -183,19 +183,19 @@ TEST_F(LayoutTest, TextsOfTheDeviceCannotCommandTheTerminal) {
 }
 
 TEST(AgeTest, HasOneUnit) {
-    EXPECT_EQ(ageText(0s), "0s");
-    EXPECT_EQ(ageText(59999ms), "59s");
-    EXPECT_EQ(ageText(60s), "1m");
-    EXPECT_EQ(ageText(3599s), "59m");
-    EXPECT_EQ(ageText(3600s), "1h");
-    EXPECT_EQ(ageText(86400s), "1d");
-    EXPECT_EQ(ageText(864000s), "10d");
+    EXPECT_EQ(formatAge(0s), "0s");
+    EXPECT_EQ(formatAge(59999ms), "59s");
+    EXPECT_EQ(formatAge(60s), "1m");
+    EXPECT_EQ(formatAge(3599s), "59m");
+    EXPECT_EQ(formatAge(3600s), "1h");
+    EXPECT_EQ(formatAge(86400s), "1d");
+    EXPECT_EQ(formatAge(864000s), "10d");
 }
 
 TEST(ClockTest, HasHoursWhenThereAreAny) {
-    EXPECT_EQ(clockText(0s), "0:00");
-    EXPECT_EQ(clockText(62900ms), "1:02");
-    EXPECT_EQ(clockText(3661s), "1:01:01");
+    EXPECT_EQ(formatClock(0s), "0:00");
+    EXPECT_EQ(formatClock(62900ms), "1:02");
+    EXPECT_EQ(formatClock(3661s), "1:01:01");
 }
 
 }  // namespace

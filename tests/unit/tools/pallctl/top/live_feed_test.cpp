@@ -99,7 +99,7 @@ TEST_F(LiveFeedTest, LogsInSubscribesAndReadsEverything) {
     handleMessage(describeParameters({descriptor("ipAddress", "INT32", "7")}));
     answerQuestion();
     EXPECT_EQ(feed.link(), Link::connected);
-    EXPECT_EQ(valueOf(state.find("ipAddress")), "7");
+    EXPECT_EQ(displayValue(state.find("ipAddress")), "7");
 }
 
 TEST_F(LiveFeedTest, ConnectsAgainAndReadsEverythingAgain) {
@@ -137,8 +137,8 @@ TEST_F(PrefixedFeedTest, WhatIsNotToldHasItsRowWithoutAValue) {
     handleMessage("[\"NOT\", \"frameB.system\", 8, 0, 0]\n{\"param\":{\"netmask\":4294967040}}");
     answerQuestion();
     ASSERT_TRUE(state.find("ipAddress"));
-    EXPECT_EQ(valueOf(state.find("ipAddress")), "-");
-    EXPECT_EQ(valueOf(state.find("netmask")), "255.255.255.0");
+    EXPECT_EQ(displayValue(state.find("ipAddress")), "-");
+    EXPECT_EQ(displayValue(state.find("netmask")), "255.255.255.0");
     EXPECT_EQ(state.all().size(), client::knownParameterNames().size());
 }
 
@@ -213,13 +213,13 @@ TEST_F(LiveFeedTest, AnAnswerThatWasOvertakenDoesNotBringBackTheOldValue) {
     asked = peer.read();
     handleMessage(announcement(R"("psu1Voltage":9)"));
     handleMessage(describeParameters({descriptor("psu1Voltage", "FLOAT", "12")}));
-    EXPECT_EQ(valueOf(state.find("psu1Voltage")), "9");
+    EXPECT_EQ(displayValue(state.find("psu1Voltage")), "9");
     answerQuestion();
     asked = peer.read();
     EXPECT_THAT(asked, HasSubstr(R"("psu1Voltage")")) << "in doubt";
     handleMessage(describeParameters({descriptor("psu1Voltage", "FLOAT", "8")}));
     answerQuestion();
-    EXPECT_EQ(valueOf(state.find("psu1Voltage")), "8");
+    EXPECT_EQ(displayValue(state.find("psu1Voltage")), "8");
 }
 
 TEST_F(LiveFeedTest, ABusThatNeverStopsTalkingLeavesTimeForOthers) {
@@ -348,7 +348,7 @@ TEST_F(LiveFeedTest, SurvivesWhatIsNoMessage) {
     greet();
     handleMessage("neither header nor data");
     handleMessage(announcement(R"("systemName":"Studio")"));
-    EXPECT_EQ(valueOf(state.find("systemName")), "Studio");
+    EXPECT_EQ(displayValue(state.find("systemName")), "Studio");
 }
 
 }  // namespace

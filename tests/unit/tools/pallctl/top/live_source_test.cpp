@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 // Nobody listens on this port.
 const client::ConnectionOptions kNowhere{1, {}, {}, "system"};
 
-TEST(LiveStageTest, SaysWhereItLooksAndWhatItFinds) {
+TEST(LiveSourceTest, SaysWhereItLooksAndWhatItFinds) {
     const auto source = makeLiveSource(kNowhere, "");
     View view(source->state(), SourceKind::device);
     source->step(view, 1s);
@@ -28,7 +28,7 @@ TEST(LiveStageTest, SaysWhereItLooksAndWhatItFinds) {
 }
 
 // Whatever the clock does meanwhile: what was just now was just now.
-TEST(LiveStageTest, ItsPresentIsThatOfTheClock) {
+TEST(LiveSourceTest, ItsPresentIsThatOfTheClock) {
     const auto source = makeLiveSource(kNowhere, "");
     View view(source->state(), SourceKind::device);
     source->step(view, 5s);
@@ -38,7 +38,7 @@ TEST(LiveStageTest, ItsPresentIsThatOfTheClock) {
     EXPECT_LE(present, std::chrono::system_clock::now());
 }
 
-TEST(LiveStageTest, IsDueAgainAtOnceWhileThereIsMoreToTakeIn) {
+TEST(LiveSourceTest, IsDueAgainAtOnceWhileThereIsMoreToTakeIn) {
     ListeningPeer peer;
     const auto source = makeLiveSource({peer.port(), {}, {}, "system"}, "");
     View view(source->state(), SourceKind::device);
@@ -50,7 +50,7 @@ TEST(LiveStageTest, IsDueAgainAtOnceWhileThereIsMoreToTakeIn) {
     }
     // It has come in time or is about to, and each step takes in a part.
     int hurried = 0;
-    while (valueOf(source->state().find("psu1Voltage")) != "1000") {
+    while (displayValue(source->state().find("psu1Voltage")) != "1000") {
         source->step(view, 0s);
         hurried += source->untilNext() == Moment(0) ? 1 : 0;
     }
@@ -59,7 +59,7 @@ TEST(LiveStageTest, IsDueAgainAtOnceWhileThereIsMoreToTakeIn) {
     EXPECT_EQ(source->untilNext(), Moment(1s));
 }
 
-TEST(LiveStageTest, AGoodRecordingNeedsNoWord) {
+TEST(LiveSourceTest, AGoodRecordingNeedsNoWord) {
     const TemporaryDirectory directory;
     const auto source = makeLiveSource(kNowhere, directory.path("bus.rec"));
     EXPECT_EQ(source->status().recordingTo, directory.path("bus.rec"));
@@ -67,7 +67,7 @@ TEST(LiveStageTest, AGoodRecordingNeedsNoWord) {
     EXPECT_TRUE(directory.holds("bus.rec"));
 }
 
-TEST(LiveStageTest, ARecordingThatEndedByItselfIsToldAgainInTheEnd) {
+TEST(LiveSourceTest, ARecordingThatEndedByItselfIsToldAgainInTheEnd) {
     const TemporaryDirectory directory;
     ListeningPeer peer;
     const auto source = makeLiveSource({peer.port(), {}, {}, "system"}, directory.path("bus.rec"));

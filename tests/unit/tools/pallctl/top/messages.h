@@ -49,9 +49,9 @@ constexpr const char* kReadOnly = R"(,"readonly":true)";
 constexpr const char* kAddress = R"(,"widget":"WIDGET_IP_ADDRESS")";
 
 // A state that some parameters were described to, in a locale that shows everything.
-class OnBoard : public testing::Test {
+class DeviceStateFixture : public testing::Test {
   protected:
-    OnBoard() { std::setlocale(LC_CTYPE, "C.UTF-8"); }
+    DeviceStateFixture() { std::setlocale(LC_CTYPE, "C.UTF-8"); }
 
     void describe(const std::vector<std::string>& descriptors) {
         state.take(received(describeParameters(descriptors)), now);

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "messages.h"
-#include "pictures.h"
+#include "screen_contents.h"
 
 namespace pallctl::top {
 namespace {
@@ -11,7 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 
-class PanelsTest : public OnBoard {
+class PanelsTest : public DeviceStateFixture {
   protected:
     RenderInput input(Charset charset = Charset::unicode) const {
         return {state, view, status, now, charset};
@@ -24,27 +24,28 @@ class PanelsTest : public OnBoard {
 TEST_F(PanelsTest, PortsAreInWords) {
     describe(
         {descriptor("ethPort1Status", "INT32", "1"), descriptor("ethPort2Status", "INT32", "2")});
-    EXPECT_THAT(textsOf(portsPanel(input())),
+    EXPECT_THAT(textsOf(renderPorts(input())),
                 ElementsAre(" Ethernet ports", " Port 1    link up, active", " Port 2    link up"));
     describe(
         {descriptor("ethPort1Status", "INT32", "0"), descriptor("ethPort2Status", "INT32", "3")});
-    EXPECT_THAT(textsOf(portsPanel(input())), ElementsAre(" Ethernet ports", " Port 1    link down",
-                                                          " Port 2    neither up nor down"));
+    EXPECT_THAT(
+        textsOf(renderPorts(input())),
+        ElementsAre(" Ethernet ports", " Port 1    link down", " Port 2    neither up nor down"));
 }
 
 TEST_F(PanelsTest, APortThatGoesDownCatchesTheEyeAndThenStaysRed) {
     describe({descriptor("ethPort1Status", "INT32", "1")});
-    EXPECT_EQ(styleOf(portsPanel(input())[1], "link up"), Style::good);
+    EXPECT_EQ(styleOf(renderPorts(input())[1], "link up"), Style::good);
     announce(R"("ethPort1Status":0)");
-    EXPECT_EQ(styleOf(portsPanel(input())[1], "link down"), Style::changed);
+    EXPECT_EQ(styleOf(renderPorts(input())[1], "link down"), Style::changed);
     now += 3s;
-    EXPECT_EQ(styleOf(portsPanel(input())[1], "link down"), Style::bad);
+    EXPECT_EQ(styleOf(renderPorts(input())[1], "link down"), Style::bad);
 }
 
 TEST_F(PanelsTest, WhatIsNotKnownIsADash) {
-    EXPECT_THAT(textsOf(portsPanel(input())),
+    EXPECT_THAT(textsOf(renderPorts(input())),
                 ElementsAre(" Ethernet ports", " Port 1    -", " Port 2    -"));
-    EXPECT_THAT(textsOf(voltagesPanel(input(), 60)),
+    EXPECT_THAT(textsOf(renderVoltages(input(), 60)),
                 ElementsAre(" Voltages, the last 4 minutes", " PSU 1             -",
                             " PSU 2             -", " Battery           -"));
 }
@@ -57,11 +58,11 @@ TEST_F(PanelsTest, ThePairIsToldApart) {
               descriptor("secondaryActive", "INT32", "0"),
               descriptor("secondaryVersion", "STRING", "\"1.3\""),
               descriptor("secondaryIPAddress", "STRING", "\"10.1.1.2\"")});
-    EXPECT_THAT(textsOf(pairPanel(input())),
+    EXPECT_THAT(textsOf(renderPair(input())),
                 ElementsAre(" Redundant pair", " Primary   active   1.2  10.1.1.1",
                             " Secondary standby  1.3  10.1.1.2"));
     announce(R"("secondaryPresent":0)");
-    EXPECT_EQ(textOf(pairPanel(input())[2]), " Secondary not present");
+    EXPECT_EQ(textOf(renderPair(input())[2]), " Secondary not present");
 }
 
 // 4 minutes in 24 columns: a column is 10 seconds.
@@ -70,7 +71,7 @@ TEST_F(PanelsTest, AVoltageHasItsGraphAndItsRange) {
     now = 225s;
     announce(R"("psu1Voltage":8)");
     now = 239s;
-    const Line line = voltagesPanel(input(), 60)[1];
+    const Line line = renderVoltages(input(), 60)[1];
     EXPECT_EQ(textOf(line), " PSU 1        8.00 V  ██████████████████████▁▁  8.00…12.00");
     EXPECT_EQ(lineWidth(line[2].text), 24u);
 }
@@ -80,23 +81,24 @@ TEST_F(PanelsTest, ATypewriterHasGraphsToo) {
     now = 225s;
     announce(R"("psu1Voltage":8)");
     now = 239s;
-    EXPECT_EQ(textOf(voltagesPanel(input(Charset::ascii), 60)[1]),
+    EXPECT_EQ(textOf(renderVoltages(input(Charset::ascii), 60)[1]),
               " PSU 1        8.00 V  ######################__  8.00..12.00");
 }
 
 TEST_F(PanelsTest, ABatteryThatWasNotMeasuredHasNoVoltage) {
     describe({descriptor("battVoltage", "FLOAT", "-1", R"(,"precision":5)")});
-    EXPECT_EQ(textOf(voltagesPanel(input(), 60)[3]), " Battery           -");
+    EXPECT_EQ(textOf(renderVoltages(input(), 60)[3]), " Battery           -");
 }
 
 TEST_F(PanelsTest, AVoltageThatWasNeverDescribedHasTwoDecimals) {
     announce(R"("psu1Voltage":11.9994873046875)");
-    EXPECT_THAT(textOf(voltagesPanel(input(), 60)[1]), testing::StartsWith(" PSU 1       12.00 V"));
+    EXPECT_THAT(textOf(renderVoltages(input(), 60)[1]),
+                testing::StartsWith(" PSU 1       12.00 V"));
 }
 
 TEST_F(PanelsTest, ThereIsNoGraphWithoutRoom) {
     describe({descriptor("psu1Voltage", "FLOAT", "12", R"(,"precision":2)")});
-    EXPECT_EQ(textOf(voltagesPanel(input(), 20)[1]), " PSU 1       12.00 V");
+    EXPECT_EQ(textOf(renderVoltages(input(), 20)[1]), " PSU 1       12.00 V");
 }
 
 }  // namespace

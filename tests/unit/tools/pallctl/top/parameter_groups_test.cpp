@@ -10,7 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 
-class GroupsTest : public OnBoard {
+class ParameterGroupsTest : public DeviceStateFixture {
   protected:
     std::vector<std::string> shown(const std::string& text = "") const {
         std::vector<std::string> lines;
@@ -24,7 +24,7 @@ class GroupsTest : public OnBoard {
     }
 };
 
-TEST_F(GroupsTest, EveryParameterOfTheCatalogueHasAGroup) {
+TEST_F(ParameterGroupsTest, EveryParameterOfTheCatalogueHasAGroup) {
     for (const std::string& name : client::knownParameterNames()) {
         describe({descriptor(name.substr(name.find('.') + 1), "INT32", "1")});
     }
@@ -36,19 +36,19 @@ TEST_F(GroupsTest, EveryParameterOfTheCatalogueHasAGroup) {
     EXPECT_EQ(count, client::knownParameterNames().size());
 }
 
-TEST_F(GroupsTest, WhatBelongsTogetherStandsTogetherWhateverCameFirst) {
+TEST_F(ParameterGroupsTest, WhatBelongsTogetherStandsTogetherWhateverCameFirst) {
     describe({descriptor("netmask", "INT32", "1"), descriptor("new", "INT32", "1"),
               descriptor("frameName", "STRING", "\"Q\""), descriptor("ipAddress", "INT32", "1")});
     EXPECT_THAT(shown(), ElementsAre("Identity", "  frameName", "Network", "  ipAddress",
                                      "  netmask", "Other", "  new"));
 }
 
-TEST_F(GroupsTest, WhatIsOnlyAnnouncedIsShownWhenTheCatalogueKnowsIt) {
+TEST_F(ParameterGroupsTest, WhatIsOnlyAnnouncedIsShownWhenTheCatalogueKnowsIt) {
     announce(R"("systemName":"Studio","details":{"primary":{}})");
     EXPECT_THAT(shown(), ElementsAre("Identity", "  systemName"));
 }
 
-TEST_F(GroupsTest, ATextLetsThroughWhatHasItInNameLabelOrValue) {
+TEST_F(ParameterGroupsTest, ATextLetsThroughWhatHasItInNameLabelOrValue) {
     describe({descriptor("ipAddress", "INT32", "167772165", kAddress),
               descriptor("sshEnabled", "INT32", "1", kSwitchChoices),
               descriptor("systemName", "STRING", "\"Address book\"")});

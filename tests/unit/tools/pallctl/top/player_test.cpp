@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::Throws;
 
 // systemName is One at 0 s, Two at 10 s, Three at 20 s; the bus says a last word at 30 s.
-class PlayerTest : public OnBoard {
+class PlayerTest : public DeviceStateFixture {
   protected:
     PlayerTest() {
         recording::Writer writer(path, "test");
@@ -28,7 +28,7 @@ class PlayerTest : public OnBoard {
         EXPECT_EQ(writer.finish(), std::nullopt);
     }
 
-    std::string name() const { return valueOf(state.find("systemName")); }
+    std::string name() const { return displayValue(state.find("systemName")); }
 
     TemporaryDirectory directory;
     const std::string path = directory.path("bus.rec");

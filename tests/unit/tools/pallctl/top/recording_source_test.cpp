@@ -18,7 +18,7 @@ std::string recorded(const TemporaryDirectory& directory) {
     return directory.path("bus.rec");
 }
 
-class PlayStageTest : public testing::Test {
+class RecordingSourceTest : public testing::Test {
   protected:
     Moment at() const { return source->status().playing->at; }
 
@@ -27,7 +27,7 @@ class PlayStageTest : public testing::Test {
     View view{source->state(), SourceKind::recording};
 };
 
-TEST_F(PlayStageTest, CarriesOutWhatTheKeysAskFor) {
+TEST_F(RecordingSourceTest, CarriesOutWhatTheKeysAskFor) {
     source->carryOut(Request::forward, view);
     source->carryOut(Request::forward, view);
     EXPECT_EQ(at(), Moment(20s));
@@ -44,7 +44,7 @@ TEST_F(PlayStageTest, CarriesOutWhatTheKeysAskFor) {
     EXPECT_TRUE(source->status().playing->paused);
 }
 
-TEST_F(PlayStageTest, ItsPresentIsThatOfTheRecording) {
+TEST_F(RecordingSourceTest, ItsPresentIsThatOfTheRecording) {
     source->step(view, 5s);
     EXPECT_EQ(source->now(), Moment(5s));
     EXPECT_EQ(source->descriptor(), -1);
@@ -52,7 +52,7 @@ TEST_F(PlayStageTest, ItsPresentIsThatOfTheRecording) {
     EXPECT_EQ(view.notice().text, "") << "the file is whole";
 }
 
-TEST_F(PlayStageTest, ItsTimeOfDayIsThatOfTheRecording) {
+TEST_F(RecordingSourceTest, ItsTimeOfDayIsThatOfTheRecording) {
     directory.write("made.rec",
                     R"({"recording":1,"start":"1970-01-01T01:02:03.000004Z","by":"test"})"
                     "\n");
@@ -60,7 +60,7 @@ TEST_F(PlayStageTest, ItsTimeOfDayIsThatOfTheRecording) {
     EXPECT_EQ(made->status().begin.time_since_epoch(), 1h + 2min + 3s + 4us);
 }
 
-TEST_F(PlayStageTest, ALastLineThatIsNotWholeIsToldOnce) {
+TEST_F(RecordingSourceTest, ALastLineThatIsNotWholeIsToldOnce) {
     directory.write("torn.rec", directory.read("bus.rec") + R"({"at":40.000000,"fro)");
     const auto torn = makeRecordingSource(directory.path("torn.rec"), "system");
     torn->step(view, 0s);

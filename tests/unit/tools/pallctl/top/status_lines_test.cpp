@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "messages.h"
-#include "pallctl/top/lines.h"
-#include "pictures.h"
+#include "pallctl/top/line_layout.h"
+#include "screen_contents.h"
 
 namespace pallctl::top {
 namespace {
@@ -14,9 +14,9 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-class PromptsTest : public OnBoard {
+class StatusLinesTest : public DeviceStateFixture {
   protected:
-    PromptsTest() {
+    StatusLinesTest() {
         status.place = "127.0.0.1:15000";
         describe({descriptor("frameName", "STRING", "\"Quorane\""),
                   descriptor("systemName", "STRING", "\"Studio\""),
@@ -39,13 +39,13 @@ class PromptsTest : public OnBoard {
     Status status;
 };
 
-TEST_F(PromptsTest, TheBarNamesDeviceAndConnection) {
+TEST_F(StatusLinesTest, TheBarNamesDeviceAndConnection) {
     status.link = Link::connected;
     EXPECT_THAT(bar(), StartsWith(" Quorane · Studio · 4.2 "));
     EXPECT_THAT(bar(), EndsWith(" 127.0.0.1:15000 · connected"));
 }
 
-TEST_F(PromptsTest, TheBarTellsForHowLongSomethingIsMissing) {
+TEST_F(StatusLinesTest, TheBarTellsForHowLongSomethingIsMissing) {
     status.linkSince = 10s;
     now = 22s;
     EXPECT_THAT(bar(), EndsWith("no bus for 12s"));
@@ -53,17 +53,17 @@ TEST_F(PromptsTest, TheBarTellsForHowLongSomethingIsMissing) {
     EXPECT_THAT(bar(), EndsWith("no answer for 12s"));
 }
 
-TEST_F(PromptsTest, TheConnectionIsWhatANarrowBarKeeps) {
+TEST_F(StatusLinesTest, TheConnectionIsWhatANarrowBarKeeps) {
     status.link = Link::connected;
     EXPECT_EQ(bar(35), " Quora 127.0.0.1:15000 · connected");
 }
 
-TEST_F(PromptsTest, TheBarShowsThatSomethingIsRecorded) {
+TEST_F(StatusLinesTest, TheBarShowsThatSomethingIsRecorded) {
     status.recordingTo = "out.rec";
     EXPECT_THAT(bar(), HasSubstr(" REC out.rec "));
 }
 
-TEST_F(PromptsTest, TheBarShowsWhereARecordingIs) {
+TEST_F(StatusLinesTest, TheBarShowsWhereARecordingIs) {
     status.place = "out.rec";
     status.playing = Playing{62s, 600s, 0.5, false};
     EXPECT_THAT(bar(), EndsWith(" out.rec · 1:02/10:00 x0.5"));
@@ -73,7 +73,7 @@ TEST_F(PromptsTest, TheBarShowsWhereARecordingIs) {
     EXPECT_THAT(bar(), EndsWith(" out.rec · 10:00/10:00 end"));
 }
 
-TEST_F(PromptsTest, AFilterThatLetsNothingThroughSaysSo) {
+TEST_F(StatusLinesTest, AFilterThatLetsNothingThroughSaysSo) {
     type(view, "fssh");
     EXPECT_EQ(notice(), " only what matches ssh (Esc shows all)");
     type(view, "x");
@@ -82,7 +82,7 @@ TEST_F(PromptsTest, AFilterThatLetsNothingThroughSaysSo) {
     EXPECT_EQ(notice(), " nothing matches sshx (Esc shows all)");
 }
 
-TEST_F(PromptsTest, EditingSaysWhatFits) {
+TEST_F(StatusLinesTest, EditingSaysWhatFits) {
     edit("ipAddress");
     EXPECT_EQ(notice(), " ipAddress label (INT32): an address such as 10.1.2.3");
     EXPECT_EQ(keys(), " new value: 10.0.0.5");
@@ -94,22 +94,22 @@ TEST_F(PromptsTest, EditingSaysWhatFits) {
     EXPECT_EQ(notice(), " systemName label (STRING): a text");
 }
 
-TEST_F(PromptsTest, AProblemTakesThePlaceOfWhatFits) {
+TEST_F(StatusLinesTest, AProblemTakesThePlaceOfWhatFits) {
     edit("ipAddress");
     type(view, "x");
     press(view, KeyCode::enter);
-    EXPECT_THAT(notice(), HasSubstr("needs an address"));
+    EXPECT_THAT(notice(), HasSubstr("must be an address"));
     EXPECT_EQ(keys(), " new value: 10.0.0.5x");
 }
 
-TEST_F(PromptsTest, TheCursorIsWhereThePersonTypes) {
+TEST_F(StatusLinesTest, TheCursorIsWhereThePersonTypes) {
     edit("systemName");
     EXPECT_EQ(renderFooter(input(), 80).cursor, std::string(" new value: Studio").size());
     press(view, KeyCode::home);
     EXPECT_EQ(renderFooter(input(), 80).cursor, std::string(" new value: ").size());
 }
 
-TEST_F(PromptsTest, ALongLineIsScrolledToItsCursor) {
+TEST_F(StatusLinesTest, ALongLineIsScrolledToItsCursor) {
     edit("systemName");
     type(view, "abcdefghijklmnopqrstuvwxyz");
     const Footer foot = renderFooter(input(), 10);
@@ -117,7 +117,7 @@ TEST_F(PromptsTest, ALongLineIsScrolledToItsCursor) {
     EXPECT_EQ(foot.cursor, 9u);
 }
 
-TEST_F(PromptsTest, TheQuestionNamesBothValues) {
+TEST_F(StatusLinesTest, TheQuestionNamesBothValues) {
     edit("systemName");
     type(view, "x");
     press(view, KeyCode::enter);
@@ -126,7 +126,7 @@ TEST_F(PromptsTest, TheQuestionNamesBothValues) {
     EXPECT_FALSE(renderFooter(input(), 80).cursor);
 }
 
-TEST_F(PromptsTest, TheQuestionAboutTheNetworkNamesTheWayBack) {
+TEST_F(StatusLinesTest, TheQuestionAboutTheNetworkNamesTheWayBack) {
     edit("ipAddress");
     press(view, KeyCode::backspace);
     type(view, "7");
@@ -136,7 +136,7 @@ TEST_F(PromptsTest, TheQuestionAboutTheNetworkNamesTheWayBack) {
               " Takes effect even if it disconnects you; pallctl network --address can roll back");
 }
 
-TEST_F(PromptsTest, ASetThatTakesLongIsShown) {
+TEST_F(StatusLinesTest, ASetThatTakesLongIsShown) {
     edit("systemName");
     type(view, "x");
     press(view, KeyCode::enter);
@@ -145,7 +145,7 @@ TEST_F(PromptsTest, ASetThatTakesLongIsShown) {
     EXPECT_EQ(notice(), " setting systemName to Studiox, 7s");
 }
 
-TEST_F(PromptsTest, AFilterIsNotForgotten) {
+TEST_F(StatusLinesTest, AFilterIsNotForgotten) {
     type(view, "fssh");
     EXPECT_EQ(keys(), " filter: ssh");
     press(view, KeyCode::enter);

@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 using testing::AllOf;
 using testing::HasSubstr;
 
-class EditTest : public OnBoard {
+class EditTest : public DeviceStateFixture {
   protected:
     EditTest() {
         describe({descriptor("systemName", "STRING", "\"Studio\""),
@@ -87,7 +87,7 @@ TEST_F(EditTest, NothingButYesAndNoAnswersTheQuestion) {
 TEST_F(EditTest, AValueThatDoesNotFitIsNotAskedAbout) {
     propose("ipAddress", "10.0.0.256");
     EXPECT_EQ(view.mode(), Mode::edit);
-    EXPECT_THAT(view.notice().text, HasSubstr("needs an address"));
+    EXPECT_THAT(view.notice().text, HasSubstr("must be an address"));
     EXPECT_EQ(view.notice().style, Style::bad);
     EXPECT_EQ(view.line().text(), "10.0.0.256") << "to be corrected";
 }
@@ -138,7 +138,7 @@ TEST_F(EditTest, ARecordingIsNotEdited) {
     View played(state, SourceKind::recording);
     press(played, KeyCode::enter);
     EXPECT_EQ(played.mode(), Mode::browse);
-    EXPECT_EQ(played.notice().text, "a recording is only looked at");
+    EXPECT_EQ(played.notice().text, "a recording cannot be changed");
 }
 
 TEST_F(EditTest, StaysWithItsParameterWhenTheFilterLosesIt) {
@@ -158,7 +158,7 @@ TEST_F(EditTest, OneSetAfterTheOther) {
     type(view, "y");
     edit("ipAddress");
     EXPECT_EQ(view.mode(), Mode::browse);
-    EXPECT_THAT(view.notice().text, HasSubstr("systemName is not answered yet"));
+    EXPECT_THAT(view.notice().text, HasSubstr("still waiting for the answer to systemName"));
     view.showSetResult({SetResult::Kind::answered, 200});
     edit("ipAddress");
     EXPECT_EQ(view.mode(), Mode::edit);
@@ -180,7 +180,7 @@ TEST_F(EditTest, TellsHowASetWent) {
         {{Kind::connectionLost, 0},
          "systemName: connection lost; it may still be carried out",
          Style::bad},
-        {{Kind::notConnected, 0}, "systemName: there is no bus; nothing was sent", Style::bad},
+        {{Kind::notConnected, 0}, "systemName: no bus; nothing was sent", Style::bad},
     };
     for (const OutcomeRow& row : rows) {
         propose("systemName", "Truck");

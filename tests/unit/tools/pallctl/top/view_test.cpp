@@ -10,7 +10,7 @@ namespace {
 using testing::HasSubstr;
 
 // Three groups: two, one and two parameters.
-class ViewTest : public OnBoard {
+class ViewTest : public DeviceStateFixture {
   protected:
     ViewTest() {
         describe({descriptor("frameName", "STRING", "\"Quorane\""),

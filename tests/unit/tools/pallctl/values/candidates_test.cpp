@@ -18,9 +18,9 @@ Words wordsOf(const std::vector<cli::Completion>& offers) {
     return words;
 }
 
-class OffersTest : public testing::Test {
+class CandidatesTest : public testing::Test {
   protected:
-    OffersTest() {
+    CandidatesTest() {
         add("systemName", "STRING", R"("Rack 4")").descriptor.label = "System Name";
         add("ipAddress", "INT32", "3232235777").descriptor.widget = "WIDGET_IP_ADDRESS";
         add("activeEthernet", "INT32", "1").descriptor.choices = {{0, "Port 1"}, {1, "Port 2"}};
@@ -54,7 +54,7 @@ class OffersTest : public testing::Test {
     std::vector<const client::Parameter*> parameters_;
 };
 
-TEST_F(OffersTest, OffersBareNamesInTheOrderOfTheDevice) {
+TEST_F(CandidatesTest, OffersBareNamesInTheOrderOfTheDevice) {
     EXPECT_THAT(names(""), ElementsAre("systemName", "ipAddress", "activeEthernet", "serial0",
                                        "empty", "tricky", "voltage"));
     EXPECT_THAT(names("i"), ElementsAre("ipAddress"));
@@ -62,16 +62,16 @@ TEST_F(OffersTest, OffersBareNamesInTheOrderOfTheDevice) {
     EXPECT_THAT(names("nosuch"), IsEmpty());
 }
 
-TEST_F(OffersTest, OffersTheObjectUntilItIsWrittenAndThenItsNames) {
+TEST_F(CandidatesTest, OffersTheObjectUntilItIsWrittenAndThenItsNames) {
     EXPECT_THAT(names("sys"), ElementsAre("systemName", "system."));
     EXPECT_THAT(names("system.s"), ElementsAre("system.systemName", "system.serial0"));
 }
 
-TEST_F(OffersTest, SaysWhatANameStandsFor) {
+TEST_F(CandidatesTest, SaysWhatANameStandsFor) {
     EXPECT_EQ(completeNames(parameters_, object_, "systemN").front().about, "System Name: Rack 4");
 }
 
-TEST_F(OffersTest, GoesOnFromANameToItsValue) {
+TEST_F(CandidatesTest, GoesOnFromANameToItsValue) {
     EXPECT_THAT(assignments("sys"), ElementsAre("systemName=", "system."));
     EXPECT_THAT(assignments("system.i"), ElementsAre("system.ipAddress="));
     EXPECT_THAT(assignments("ipAddress="), ElementsAre("ipAddress=192.168.1.1"));
@@ -81,18 +81,18 @@ TEST_F(OffersTest, GoesOnFromANameToItsValue) {
     EXPECT_THAT(assignments("nosuch="), IsEmpty());
 }
 
-TEST_F(OffersTest, OffersChoicesByTheirNames) {
+TEST_F(CandidatesTest, OffersChoicesByTheirNames) {
     EXPECT_THAT(assignments("activeEthernet=Po"),
                 ElementsAre("activeEthernet=Port 1", "activeEthernet=Port 2"));
 }
 
-TEST_F(OffersTest, OffersNoValueThatCouldNotBeSetAgain) {
+TEST_F(CandidatesTest, OffersNoValueThatCouldNotBeSetAgain) {
     EXPECT_THAT(assignments("empty="), IsEmpty());
     EXPECT_THAT(assignments("tricky="), IsEmpty());
     EXPECT_THAT(completeValues(nullptr), IsEmpty());
 }
 
-TEST_F(OffersTest, KnowsTheNamesOfAnotherObject) {
+TEST_F(CandidatesTest, KnowsTheNamesOfAnotherObject) {
     owned_[0].descriptor.name = "frameB.system.systemName";
     const client::DevicePath other("frameB.system");
     const std::vector<const client::Parameter*> one{&owned_[0]};

@@ -23,8 +23,8 @@ client::Parameter everythingSaid() {
     made.descriptor.label = "Level's";
     made.descriptor.readOnly = true;
     made.descriptor.constraint = "FLOAT_STEP_RANGE";
-    made.descriptor.least = -1.5;
-    made.descriptor.most = 7;
+    made.descriptor.minimum = -1.5;
+    made.descriptor.maximum = 7;
     made.descriptor.step = 0.5;
     made.descriptor.maxLength = 4;
     made.descriptor.totalLength = 8;

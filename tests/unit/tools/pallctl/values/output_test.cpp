@@ -49,19 +49,19 @@ TEST(ShownValue, IsADashForNone) {
     EXPECT_EQ(formatOneLine(unknown(), kWire), "-");
 }
 
-TEST(JSONForm, HoldsBothFormsOfTheValue) {
+TEST(FormatJSON, HoldsBothFormsOfTheValue) {
     EXPECT_EQ(jsonLine(toJSON(address()).get()),
               R"({"name":"system.ipAddress","label":"IP Address","type":"INT32",)"
               R"("readOnly":false,"value":167772165,"text":"10.0.0.5"})");
 }
 
-TEST(JSONForm, HoldsNullForNoValue) {
+TEST(FormatJSON, HoldsNullForNoValue) {
     EXPECT_EQ(jsonLine(toJSON(unknown()).get()),
               R"({"name":"system.gateway","label":"","type":"INT32",)"
               R"("readOnly":true,"value":null,"text":null})");
 }
 
-TEST(JSONForm, HoldsTextsExactly) {
+TEST(FormatJSON, HoldsTextsExactly) {
     EXPECT_EQ(jsonLine(toJSON(hostile()).get()),
               R"({"name":"system.frameName","label":"","type":"STRING","readOnly":false,)"
               R"j("value":"it's \u001b[2J\n$(reboot)","text":"it's \u001b[2J\n$(reboot)"})j");
@@ -72,7 +72,7 @@ TEST(JSONLine, IsJSONWhateverBytesTheDeviceSends) {
     EXPECT_EQ(jsonLine(item.get()), "\"a\xef\xbf\xbd\\\"b\"");
 }
 
-TEST(KeyValueForm, CanBeEvaluated) {
+TEST(FormatKeyValue, CanBeEvaluated) {
     EXPECT_EQ(formatAssignment(address(), kKeyValue), "system_ipAddress='10.0.0.5'");
     EXPECT_EQ(formatAssignment(address(), {Format::keyvalue, true, false}),
               "system_ipAddress='167772165'");

@@ -1,4 +1,4 @@
-#include "pallctl/top/text.h"
+#include "pallctl/top/display_text.h"
 
 #include <clocale>
 
@@ -14,9 +14,9 @@ class TextTest : public testing::Test {
 };
 
 TEST_F(TextTest, TheLocaleSaysWhatCanBeShown) {
-    EXPECT_EQ(charsetOfLocale(), Charset::unicode);
+    EXPECT_EQ(detectCharset(), Charset::unicode);
     std::setlocale(LC_CTYPE, "C");
-    EXPECT_EQ(charsetOfLocale(), Charset::ascii);
+    EXPECT_EQ(detectCharset(), Charset::ascii);
 }
 
 TEST_F(TextTest, WhatCommandsATerminalIsNotShown) {
@@ -43,28 +43,28 @@ TEST_F(TextTest, CountsColumnsNotBytes) {
 }
 
 TEST_F(TextTest, FillsOrCutsToTheColumn) {
-    EXPECT_EQ(fitted("abc", 5, Charset::unicode), "abc  ");
-    EXPECT_EQ(fitted("abc", 3, Charset::unicode), "abc");
-    EXPECT_EQ(fitted("abcd", 3, Charset::unicode), "ab…");
-    EXPECT_EQ(fitted("abcd", 3, Charset::ascii), "ab>");
-    EXPECT_EQ(fitted("abcd", 0, Charset::unicode), "");
+    EXPECT_EQ(fit("abc", 5, Charset::unicode), "abc  ");
+    EXPECT_EQ(fit("abc", 3, Charset::unicode), "abc");
+    EXPECT_EQ(fit("abcd", 3, Charset::unicode), "ab…");
+    EXPECT_EQ(fit("abcd", 3, Charset::ascii), "ab>");
+    EXPECT_EQ(fit("abcd", 0, Charset::unicode), "");
 }
 
 TEST_F(TextTest, PushesToTheRightWhatFits) {
-    EXPECT_EQ(rightAligned("東", 4), "  東");
-    EXPECT_EQ(rightAligned("abcd", 3), "abcd");
+    EXPECT_EQ(alignRight("東", 4), "  東");
+    EXPECT_EQ(alignRight("abcd", 3), "abcd");
 }
 
 TEST_F(TextTest, NeverCutsAWideCharacterInTwo) {
-    EXPECT_EQ(fitted("東京都", 4, Charset::unicode), "東… ");
-    EXPECT_EQ(clipped("東京", 3), "東");
+    EXPECT_EQ(fit("東京都", 4, Charset::unicode), "東… ");
+    EXPECT_EQ(clip("東京", 3), "東");
 }
 
 TEST_F(TextTest, TakesTheFirstCharacterWithAllItsBytes) {
-    EXPECT_EQ(firstCharacter("東京"), "東");
-    EXPECT_EQ(firstCharacter("ab"), "a");
-    EXPECT_EQ(firstCharacter("\xff"
-                             "a"),
+    EXPECT_EQ(getFirstCharacter("東京"), "東");
+    EXPECT_EQ(getFirstCharacter("ab"), "a");
+    EXPECT_EQ(getFirstCharacter("\xff"
+                                "a"),
               "\xff");
 }
 

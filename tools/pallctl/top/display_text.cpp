@@ -1,4 +1,4 @@
-#include "pallctl/top/text.h"
+#include "pallctl/top/display_text.h"
 
 #include <langinfo.h>
 
@@ -16,7 +16,7 @@ struct Character {
     int columns = -1;  // negative: nothing that a screen can show
 };
 
-Character firstOf(std::string_view text) {
+Character readCharacter(std::string_view text) {
     std::mbstate_t state{};
     wchar_t character = 0;
     const std::size_t bytes = std::mbrtowc(&character, text.data(), text.size(), &state);
@@ -26,14 +26,14 @@ Character firstOf(std::string_view text) {
 
 }  // namespace
 
-Charset charsetOfLocale() {
+Charset detectCharset() {
     return std::string_view(::nl_langinfo(CODESET)) == "UTF-8" ? Charset::unicode : Charset::ascii;
 }
 
 std::string showable(std::string_view text) {
     std::string result;
     while (!text.empty()) {
-        const Character character = firstOf(text);
+        const Character character = readCharacter(text);
         if (character.columns < 0) {
             result += kUnknown;
         } else {
@@ -44,24 +44,24 @@ std::string showable(std::string_view text) {
     return result;
 }
 
-std::string firstCharacter(std::string_view text) {
-    return std::string(text.substr(0, firstOf(text).bytes));
+std::string getFirstCharacter(std::string_view text) {
+    return std::string(text.substr(0, readCharacter(text).bytes));
 }
 
 std::size_t lineWidth(std::string_view text) {
     std::size_t columns = 0;
     while (!text.empty()) {
-        const Character character = firstOf(text);
+        const Character character = readCharacter(text);
         columns += character.columns < 0 ? 1 : static_cast<std::size_t>(character.columns);
         text.remove_prefix(character.bytes);
     }
     return columns;
 }
 
-std::string clipped(std::string_view text, std::size_t columns) {
+std::string clip(std::string_view text, std::size_t columns) {
     std::size_t end = 0;
     while (end < text.size()) {
-        const Character character = firstOf(text.substr(end));
+        const Character character = readCharacter(text.substr(end));
         const auto width = character.columns < 0 ? 1 : static_cast<std::size_t>(character.columns);
         if (width > columns) {
             break;
@@ -72,15 +72,15 @@ std::string clipped(std::string_view text, std::size_t columns) {
     return std::string(text.substr(0, end));
 }
 
-std::string rightAligned(const std::string& text, std::size_t columns) {
+std::string alignRight(const std::string& text, std::size_t columns) {
     const std::size_t own = lineWidth(text);
     return std::string(own < columns ? columns - own : 0, ' ') + text;
 }
 
-std::string fitted(std::string_view text, std::size_t columns, Charset charset) {
-    std::string result = clipped(text, columns);
+std::string fit(std::string_view text, std::size_t columns, Charset charset) {
+    std::string result = clip(text, columns);
     if (result.size() < text.size() && columns > 0) {
-        result = clipped(text, columns - 1) + (charset == Charset::unicode ? "…" : ">");
+        result = clip(text, columns - 1) + (charset == Charset::unicode ? "…" : ">");
     }
     return result.append(columns - lineWidth(result), ' ');
 }

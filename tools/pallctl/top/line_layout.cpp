@@ -1,4 +1,4 @@
-#include "pallctl/top/lines.h"
+#include "pallctl/top/line_layout.h"
 
 #include <array>
 #include <cstdio>
@@ -33,10 +33,10 @@ std::size_t lineWidth(const Line& line) {
     return columns;
 }
 
-Line fittedLine(const Line& line, std::size_t columns, Style filling) {
+Line fitLine(const Line& line, std::size_t columns, Style filling) {
     Line result;
     for (const Span& span : line) {
-        result.push_back({clipped(span.text, columns), span.style});
+        result.push_back({clip(span.text, columns), span.style});
         columns -= lineWidth(result.back().text);
         if (result.back().text.size() < span.text.size()) {
             break;
@@ -46,18 +46,18 @@ Line fittedLine(const Line& line, std::size_t columns, Style filling) {
     return result;
 }
 
-Line justified(const Line& left, const Line& right, std::size_t columns, Style filling) {
+Line justify(const Line& left, const Line& right, std::size_t columns, Style filling) {
     const std::size_t rightColumns = lineWidth(right);
-    Line line = fittedLine(left, columns > rightColumns ? columns - rightColumns : 0, filling);
+    Line line = fitLine(left, columns > rightColumns ? columns - rightColumns : 0, filling);
     append(line, right);
-    return fittedLine(line, columns, filling);
+    return fitLine(line, columns, filling);
 }
 
 void append(Line& line, const Line& other) {
     line.insert(line.end(), other.begin(), other.end());
 }
 
-std::string timeText(std::chrono::system_clock::time_point moment, Moment age) {
+std::string formatTime(std::chrono::system_clock::time_point moment, Moment age) {
     constexpr std::size_t kMonth = 5;  // in "2026-11-21T15:04:05.123+01:00"
     constexpr std::size_t kTime = 11;
     const std::string text = cli::isoTime(moment);
@@ -65,7 +65,7 @@ std::string timeText(std::chrono::system_clock::time_point moment, Moment age) {
                                       : text.substr(kMonth, std::strlen("11-21"));
 }
 
-std::string ageText(Moment age) {
+std::string formatAge(Moment age) {
     for (const Unit& unit : kUnits) {
         if (age >= unit.length) {
             return std::to_string(age / unit.length) + unit.letter;
@@ -74,7 +74,7 @@ std::string ageText(Moment age) {
     return "0s";
 }
 
-std::string clockText(Moment time) {
+std::string formatClock(Moment time) {
     const auto seconds = static_cast<long>(wholeSeconds(time).count());
     std::array<char, 40> text{};
     if (seconds >= 3600) {
