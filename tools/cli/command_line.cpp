@@ -1,3 +1,6 @@
+// The parser library reads the line and selects the work of a command, which runs afterwards. Its
+// own messages are replaced: help by help_text.h, errors by one line that names the word.
+
 #include "cli/command_line.h"
 
 #include <fcntl.h>

@@ -1,3 +1,6 @@
+// Lines are written as text and read with the JSON library. A time is accepted only if it is
+// written back as the same text.
+
 #include "recording/line_format.h"
 
 #include <array>

@@ -1,3 +1,6 @@
+// The monitor subscribes to everything, filters the payloads by type and object, and prints and
+// records them as they arrive. With a recording, a signal ends the loop through a descriptor.
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 

@@ -1,3 +1,6 @@
+// One loop waits for reports of the process, signals, and input while a question is open. It ends
+// with the process, or at a second signal during the rollback.
+
 #include "pallctl/network/confirm_prompt.h"
 
 #include <poll.h>

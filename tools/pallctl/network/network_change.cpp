@@ -1,3 +1,6 @@
+// Settings are sent one after the other and remembered in sent_. A rollback sends the previous
+// values of those on a new connection, reads them back, and is retried until they are in force.
+
 #include "pallctl/network/network_change.h"
 
 #include <algorithm>
