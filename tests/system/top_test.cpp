@@ -1,8 +1,10 @@
 // `pallctl top` as a person sees it: what is on the screen, and what the keys do to it.
 
 #include <algorithm>
+#include <string>
 
 #include "on_top.h"
+#include "systemstate/catalogue.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -34,7 +36,7 @@ TEST_F(TopOnBrio, ShowsThePanelsAndTheFirstGroups) {
             "  quoraneUsersEnabled      Enabled", " Network", "  ipAddress                10.0.0.5",
             "  netmask                  255.255.255.0", "  gateway                  10.0.0.1",
             "  restartNetwork           Cancel", " Ethernet ports", "  ethPort1Status           0",
-            std::string(71, ' ') + "25 below",
+            std::string(71, ' ') + std::to_string(systemstate::catalogue().size() - 11) + " below",
             " q quit  ? help  / search  n N next  f filter  Enter set  r record"));
 }
 
