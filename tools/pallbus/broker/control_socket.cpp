@@ -47,7 +47,7 @@ void send(stream_protocol::socket& socket, const std::string& command,
 ControlSocket::ControlSocket(asio::io_context& io, uint16_t port, Handle handle)
     : acceptor_(io, socketName(port), false),
       client_(io),
-      timeout_(io),
+      timeout_(io, [this] { closeClient(); }),
       handle_(std::move(handle)) {
     accept();
 }
@@ -58,19 +58,10 @@ void ControlSocket::accept() {
             return;
         }
         // After an error too: without free descriptors the next attempt would fail at once.
-        startTimeout();
+        timeout_.arm(kClientTimeout);
         if (!error) {
             request_ = {};
             read();
-        }
-    });
-}
-
-void ControlSocket::startTimeout() {
-    timeout_.expires_after(kClientTimeout);
-    timeout_.async_wait([this, number = clientNumber_](const asio::error_code& error) {
-        if (!error && number == clientNumber_) {
-            closeClient();
         }
     });
 }
@@ -109,7 +100,7 @@ void ControlSocket::receive() {
 }
 
 void ControlSocket::answer(const ControlReply& reply) {
-    startTimeout();
+    timeout_.arm(kClientTimeout);
     reply_ = std::string(reply.ok ? kOk : kError) + reply.text;
     asio::async_write(client_, asio::buffer(reply_),
                       [this, number = clientNumber_](const asio::error_code&, size_t) {

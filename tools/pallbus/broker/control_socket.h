@@ -7,8 +7,8 @@
 
 #include <asio/io_context.hpp>
 #include <asio/local/stream_protocol.hpp>
-#include <asio/steady_timer.hpp>
 
+#include "bus/timer.h"
 #include "util/files.h"
 
 // Controls a running bus over a unix socket. The name of the socket contains the port and belongs
@@ -44,13 +44,12 @@ class ControlSocket {
     void read();
     void receive();
     void answer(const ControlReply& reply);
-    void startTimeout();
     void closeClient();
 
     asio::local::stream_protocol::acceptor acceptor_;
     asio::local::stream_protocol::socket client_;
     uint64_t clientNumber_ = 0;  // handlers that belong to an earlier client do nothing
-    asio::steady_timer timeout_;
+    lumo::Timer timeout_;
     Handle handle_;
     ControlRequest request_;
     std::string reply_;

@@ -19,7 +19,7 @@ std::string formatCommand(const faults::FaultCommand& command) {
 
 FaultScheduler::FaultScheduler(asio::io_context& io, faults::FaultInjector& injector,
                                Actions actions)
-    : injector_(injector), actions_(std::move(actions)), timer_(io) {}
+    : injector_(injector), actions_(std::move(actions)), timer_(io, [this] { executeDue(); }) {}
 
 void FaultScheduler::run(const std::vector<faults::FaultStep>& steps) {
     const Clock::time_point now = Clock::now();
@@ -62,15 +62,9 @@ void FaultScheduler::executeDue() {
     if (!scheduled_.empty() && (!next || scheduled_.begin()->first < *next)) {
         next = scheduled_.begin()->first;
     }
-    if (!next) {
-        return;
+    if (next) {
+        timer_.arm(*next - Clock::now());
     }
-    timer_.expires_at(*next);
-    timer_.async_wait([this](const asio::error_code& error) {
-        if (!error) {
-            executeDue();
-        }
-    });
 }
 
 std::vector<std::string> FaultScheduler::describe() const {

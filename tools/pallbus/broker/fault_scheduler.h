@@ -8,8 +8,8 @@
 #include <vector>
 
 #include <asio/io_context.hpp>
-#include <asio/steady_timer.hpp>
 
+#include "bus/timer.h"
 #include "pallbus/faults/fault_injector.h"
 #include "pallbus/faults/fault_script.h"
 
@@ -45,7 +45,7 @@ class FaultScheduler {
     faults::FaultInjector& injector_;
     Actions actions_;
     std::multimap<Clock::time_point, faults::FaultCommand> scheduled_;
-    asio::steady_timer timer_;
+    lumo::Timer timer_;
 };
 
 }  // namespace pallbus::broker

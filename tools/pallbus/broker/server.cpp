@@ -30,8 +30,8 @@ Server::Server(asio::io_context& io, uint16_t port, uint64_t seed, Report report
     : io_(io),
       endpoint_(asio::ip::address_v4::loopback(), port),
       acceptor_(io),
-      acceptPause_(io),
-      timeoutTimer_(io),
+      acceptPause_(io, [this] { acceptAgain(); }),
+      timeoutTimer_(io, [this] { answerTimedOut(); }),
       report_(std::move(report)),
       broker_([this](ClientID client, const std::string& frame) { deliver(client, frame); }),
       faults_(seed),
@@ -57,7 +57,7 @@ void Server::listen() {
 // Another program may have taken the port meanwhile.
 void Server::listenAgain() try { listen(); } catch (const std::system_error& error) {
     report_(std::string("not listening: ") + error.code().message());
-    acceptLater();
+    acceptPause_.arm(kAcceptPause);
 }
 
 void Server::accept() {
@@ -67,7 +67,7 @@ void Server::accept() {
         }
         if (error) {
             report_("cannot accept a connection: " + error.message());
-            acceptLater();
+            acceptPause_.arm(kAcceptPause);
             return;
         }
         addConnection(std::move(socket));
@@ -77,18 +77,12 @@ void Server::accept() {
     });
 }
 
-void Server::acceptLater() {
-    acceptPause_.expires_after(kAcceptPause);
-    acceptPause_.async_wait([this](const asio::error_code& error) {
-        if (error || faults_.refusesConnections()) {
-            return;
-        }
-        if (acceptor_.is_open()) {
-            accept();
-        } else {
-            listenAgain();
-        }
-    });
+void Server::acceptAgain() {
+    if (acceptor_.is_open()) {
+        accept();
+    } else if (!faults_.refusesConnections()) {
+        listenAgain();
+    }
 }
 
 void Server::addConnection(tcp::socket socket) {
@@ -205,18 +199,14 @@ void Server::removeConnection(ClientID client, const std::string& reason) {
 
 void Server::scheduleTimeout() {
     const auto timeout = broker_.nextTimeout();
-    if (timeoutScheduled_ || !timeout) {
-        return;
+    if (timeout && !timeoutTimer_.armed()) {
+        timeoutTimer_.arm(*timeout - Broker::Clock::now());
     }
-    timeoutScheduled_ = true;
-    timeoutTimer_.expires_at(*timeout);
-    timeoutTimer_.async_wait([this](const asio::error_code& error) {
-        if (!error) {
-            timeoutScheduled_ = false;
-            broker_.answerTimedOut(Broker::Clock::now());
-            scheduleTimeout();
-        }
-    });
+}
+
+void Server::answerTimedOut() {
+    broker_.answerTimedOut(Broker::Clock::now());
+    scheduleTimeout();
 }
 
 }  // namespace pallbus::broker

@@ -10,8 +10,8 @@
 
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
 
+#include "bus/timer.h"
 #include "pallbus/broker/broker.h"
 #include "pallbus/broker/connection.h"
 #include "pallbus/broker/fault_scheduler.h"
@@ -46,13 +46,14 @@ class Server {
     void listen();
     void listenAgain();
     void accept();
-    void acceptLater();
+    void acceptAgain();
     void addConnection(asio::ip::tcp::socket socket);
     void removeConnection(ClientID client, const std::string& reason);
     void receive(ClientID client, Payload payload);
     void route(ClientID client, Payload payload);
     void deliver(ClientID client, const std::string& frame);
     void scheduleTimeout();
+    void answerTimedOut();
 
     void applyActiveFaults();
     faults::Delivery applyFaults(faults::Direction direction, ClientID client,
@@ -65,9 +66,8 @@ class Server {
     asio::io_context& io_;
     asio::ip::tcp::endpoint endpoint_;
     asio::ip::tcp::acceptor acceptor_;
-    asio::steady_timer acceptPause_;
-    asio::steady_timer timeoutTimer_;
-    bool timeoutScheduled_ = false;
+    lumo::Timer acceptPause_;
+    lumo::Timer timeoutTimer_;
     Report report_;
     ClientID lastClient_ = 0;
     std::map<ClientID, std::shared_ptr<Connection>> connections_;

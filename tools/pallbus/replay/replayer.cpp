@@ -39,7 +39,7 @@ std::string heartbeatAnswer(const Message& heartbeat) {
 Replayer::Replayer(asio::io_context& io, uint16_t port, const std::vector<Step>& steps,
                    Comparison& comparison, Speed speed, std::function<void()> done)
     : acceptor_(io, tcp::endpoint(asio::ip::address_v4::loopback(), port)),
-      timer_(io),
+      timer_(io, [this] { advance(); }),
       steps_(steps),
       comparison_(comparison),
       speed_(speed),
@@ -130,14 +130,9 @@ void Replayer::advance() {
 void Replayer::scheduleCheck(Clock::time_point when) {
     if (when == Clock::time_point::max()) {
         timer_.cancel();
-        return;
+    } else {
+        timer_.arm(when - Clock::now());
     }
-    timer_.expires_at(when);
-    timer_.async_wait([this](const asio::error_code& error) {
-        if (!error) {
-            advance();
-        }
-    });
 }
 
 std::optional<Replayer::Clock::time_point> Replayer::perform(size_t index) {

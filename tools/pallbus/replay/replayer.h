@@ -10,8 +10,8 @@
 
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
 
+#include "bus/timer.h"
 #include "pallbus/broker/connection.h"
 #include "pallbus/replay/comparison.h"
 #include "pallbus/replay/replay_plan.h"
@@ -74,7 +74,7 @@ class Replayer {
     std::chrono::microseconds now() const;
 
     asio::ip::tcp::acceptor acceptor_;
-    asio::steady_timer timer_;
+    lumo::Timer timer_;
     const std::vector<Step>& steps_;
     Comparison& comparison_;
     const Speed speed_;
