@@ -19,7 +19,6 @@ using broker::ControlRequest;
 using broker::ControlSocket;
 using broker::FaultScheduler;
 
-constexpr std::string_view kScriptPrefix = "script\n";
 constexpr std::string_view kRecordPrefix = "record\n";
 
 std::string formatStatus(const FaultScheduler& faultScheduler, const Recorder& recorder) {
@@ -29,15 +28,6 @@ std::string formatStatus(const FaultScheduler& faultScheduler, const Recorder& r
     }
     text = text.empty() ? "no active faults\n" : text;
     return recorder.isRecording() ? text + "# recording to " + recorder.path() + "\n" : text;
-}
-
-void injectFaults(const std::string& command, FaultScheduler& faultScheduler) {
-    if (command.starts_with(kScriptPrefix)) {
-        faultScheduler.run(
-            faults::parseFaultScript(command.substr(kScriptPrefix.size()), "script"));
-    } else {
-        faultScheduler.run(faults::parseFaultLine(command));
-    }
 }
 
 ControlReply startRecording(ControlRequest request, Recorder& recorder) {
@@ -81,10 +71,6 @@ std::string readScript(const std::string& path) {
     return text.empty() || text.back() == '\n' ? text : text + '\n';
 }
 
-std::string scriptCommand(const std::string& script) {
-    return std::string(kScriptPrefix) + script;
-}
-
 std::string recordCommand(const std::string& path) {
     return std::string(kRecordPrefix) + path;
 }
@@ -102,10 +88,10 @@ void handleControlRequest(ControlRequest request, FaultScheduler& faultScheduler
         faultScheduler.clear();
         answer({true, ""});
     } else {
-        injectFaults(command, faultScheduler);
+        faultScheduler.run(faults::parseFaultScript(command, "script"));
         answer({true, ""});
     }
-} catch (const std::runtime_error& error) {  // FaultSyntaxError, script::Error
+} catch (const std::runtime_error& error) {  // script::Error
     answer({false, error.what()});
 }
 

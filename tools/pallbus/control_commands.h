@@ -7,7 +7,7 @@
 #include "pallbus/broker/fault_scheduler.h"
 #include "pallbus/recorder.h"
 
-// The commands that a running bus carries out. A line of the fault language is one, too.
+// The commands that a running bus carries out. Any other text is a fault script, which it runs.
 
 namespace pallbus {
 
@@ -18,9 +18,6 @@ inline constexpr const char* kStopRecordingCommand = "stop recording";
 // Reads a fault script from a file, or from anything else that can be read to an end, such as a
 // pipe. Throws std::runtime_error.
 std::string readScript(const std::string& path);
-
-// Runs the text of a fault script.
-std::string scriptCommand(const std::string& script);
 
 // Records to the file that is passed with the command. `path` is the name of that file.
 std::string recordCommand(const std::string& path);

@@ -40,11 +40,6 @@ std::string_view extractPayload(std::string_view frame) {
     return frame.substr(start, frame.size() - start - 1);
 }
 
-bool isResponse(MessageType type) {
-    return type == MessageType::RSP || type == MessageType::CMDRSP || type == MessageType::ACK ||
-           type == MessageType::NAK;
-}
-
 bool asksForControllerDetails(const TarnInternalMessage& message) {
     if (message.type() != MessageType::GET || message.objectName() != "system") {
         return false;

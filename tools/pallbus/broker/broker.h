@@ -14,6 +14,12 @@
 
 namespace pallbus::broker {
 
+// Whether a message of this type goes to the client that sent the request.
+inline bool isResponse(MessageType type) {
+    return type == MessageType::RSP || type == MessageType::CMDRSP || type == MessageType::ACK ||
+           type == MessageType::NAK;
+}
+
 // Routes the messages of the bus: passes each on byte for byte, or answers it. Has no sockets and
 // no clock of its own: the caller passes payloads and times in, and a callback sends. Used by one
 // thread.

@@ -89,8 +89,8 @@ bool RoutingTable::subscribe(ClientID client, const std::string& path, bool rece
     return true;
 }
 
-template <typename Predicate>
-std::vector<ClientID> RoutingTable::select(std::string_view objectName, Predicate accept) const {
+std::vector<ClientID> RoutingTable::select(std::string_view objectName, ClientID sender,
+                                           bool onlyReceiveAll) const {
     std::vector<ClientID> selected;
     forEachPathTo(objectName, [&](std::string_view path) {
         const auto found = subscribers_.find(path);
@@ -98,7 +98,7 @@ std::vector<ClientID> RoutingTable::select(std::string_view objectName, Predicat
             return;
         }
         for (const auto& [client, receiveAll] : found->second) {
-            if (accept(client, receiveAll)) {
+            if (client != sender && (receiveAll || !onlyReceiveAll)) {
                 selected.push_back(client);
             }
         }
@@ -110,14 +110,12 @@ std::vector<ClientID> RoutingTable::select(std::string_view objectName, Predicat
 
 std::vector<ClientID> RoutingTable::subscribers(const std::string& objectName,
                                                 ClientID sender) const {
-    return select(objectName, [sender](ClientID client, bool) { return client != sender; });
+    return select(objectName, sender, /*onlyReceiveAll=*/false);
 }
 
 std::vector<ClientID> RoutingTable::receiveAllSubscribers(const std::string& objectName,
                                                           ClientID sender) const {
-    return select(objectName, [sender](ClientID client, bool receiveAll) {
-        return client != sender && receiveAll;
-    });
+    return select(objectName, sender, /*onlyReceiveAll=*/true);
 }
 
 }  // namespace pallbus::broker

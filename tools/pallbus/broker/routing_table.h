@@ -56,8 +56,8 @@ class RoutingTable {
     using Subscribers = std::map<ClientID, bool>;  // with receiveAll
 
     void release(ClientID client, const Client& known);
-    template <typename Predicate>
-    std::vector<ClientID> select(std::string_view objectName, Predicate accept) const;
+    std::vector<ClientID> select(std::string_view objectName, ClientID sender,
+                                 bool onlyReceiveAll) const;
 
     std::map<ClientID, Client> clients_;
     std::map<std::string, Subscribers, std::less<>> subscribers_;  // by path; no set is empty

@@ -42,9 +42,9 @@ std::string joinWords(const std::vector<std::string>& words) {
 // Reports errors here, before the bus sees anything.
 std::string buildCommand(const Options& options) {
     if (!options.script.empty()) {
-        const std::string text = readScript(options.script);
-        faults::parseFaultScript(text, options.script);
-        return scriptCommand(text);
+        std::string script = readScript(options.script);
+        faults::parseFaultScript(script, options.script);
+        return script;
     }
     std::string line = joinWords(options.words);
     faults::parseFaultLine(line);

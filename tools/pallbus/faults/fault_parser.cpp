@@ -290,7 +290,7 @@ FaultCommand parseFault(std::span<const std::string> words) {
         return Parser(words).parse();
     }
     if (words.size() > 1) {
-        throw FaultSyntaxError("'clear' stands alone");
+        throw FaultSyntaxError("'clear' takes no words");
     }
     return ClearFaults{};
 }

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "bus/tarn_internal_message.h"
+#include "pallbus/broker/broker.h"
 
 namespace pallbus::replay {
 
@@ -52,8 +53,7 @@ Message parseMessage(std::string_view payload) {
 }
 
 bool isResponse(const Message& message) {
-    return message.type == MessageType::RSP || message.type == MessageType::CMDRSP ||
-           message.type == MessageType::ACK || message.type == MessageType::NAK;
+    return broker::isResponse(message.type);
 }
 
 bool isHeartbeat(const Message& message) {

@@ -121,7 +121,7 @@ TEST(FaultParser, AProblemIsSaidInOneLine) {
         {"dorp",
          "unknown fault 'dorp'; choose from drop, delay, corrupt, fragment, coalesce, truncate, "
          "close, refuse, blackhole, stall, clear; at TIME or after TIME may precede it"},
-        {"clear now", "'clear' stands alone"},
+        {"clear now", "'clear' takes no words"},
         {"delay", "incomplete fault; expected: delay TIME[-TIME]"},
         {"coalesce", "incomplete fault; expected: coalesce MESSAGES"},
         {"coalesce 1", "'1' is not an integer from 2 to 1000000"},
