@@ -24,7 +24,7 @@ void checkBond(const std::vector<Block>& blocks, size_t headerBlock) {
             require((value.key == "Up Delay (ms)" ? bond->upDelay : bond->downDelay) == -1);
         }
         for (const BondSlave& slave : bond->slaves) {
-            require(portStatusOf(slave.miiStatus) != PortStatus::active);
+            require(decodePortStatus(slave.miiStatus) != PortStatus::active);
         }
     }
 }

@@ -25,7 +25,7 @@ constexpr int kNotFound = 404;
 constexpr int kAsDescriptor = 1;
 
 // Parameters are stored under their identifier's full text.
-std::string keyOf(const std::string& prefix, const char* leaf) {
+std::string makeKey(const std::string& prefix, const char* leaf) {
     return prefix + "." + leaf;
 }
 
@@ -86,7 +86,7 @@ bool SystemObject::sendValues(const TarnInternalMessage& request, const cJSON* n
                              singleMember(kWholeDevice, systemState_.device()->toJSON())));
             foundDescriptor = true;
         } else if (const ToskParam* const param =
-                       systemState_.findParam(keyOf(request.objectName(), name))) {
+                       systemState_.findParam(makeKey(request.objectName(), name))) {
             send_(RSPMessage(request, std::nullopt,
                              singleMember(param->oid().leaf().c_str(), param->valueToJSON())));
         }
@@ -109,7 +109,7 @@ bool SystemObject::sendDescriptors(const TarnInternalMessage& request, const cJS
 bool SystemObject::addDescriptor(cJSON* result, const TarnInternalMessage& request,
                                  const char* name) const {
     const std::string& objectName = request.objectName();
-    ToskParam* const param = systemState_.findParam(keyOf(localObjectName(objectName), name));
+    ToskParam* const param = systemState_.findParam(makeKey(localObjectName(objectName), name));
     if (!param) {
         return false;
     }
@@ -158,7 +158,7 @@ bool SystemObject::setMembers(SetUnderWay& set, const std::function<bool()>& isT
 }
 
 void SystemObject::setMember(const SetUnderWay& set, const cJSON* member) {
-    const std::string key = keyOf(set.localName, member->string);
+    const std::string key = makeKey(set.localName, member->string);
     ToskParam* const param = systemState_.findParam(key);
     if (!param) {
         send_(RSPMessage(set.request, kNotFound));

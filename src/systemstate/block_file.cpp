@@ -21,12 +21,12 @@ std::string_view valueAfterColon(std::string_view value) {
 }
 
 // More than any reader looks at, of a file that anybody may have written.
-constexpr std::size_t kMostBlocks = 16;
-constexpr std::size_t kMostKeys = 256;
+constexpr std::size_t kMaxBlocks = 16;
+constexpr std::size_t kMaxKeysPerBlock = 256;
 
 void addLine(Block& block, std::string_view line) {
     const std::size_t colon = line.find(':');
-    if (colon != std::string_view::npos && block.size() < kMostKeys) {
+    if (colon != std::string_view::npos && block.size() < kMaxKeysPerBlock) {
         block.insert_or_assign(std::string(line.substr(0, colon)),
                                std::string(valueAfterColon(line.substr(colon + 1))));
     }
@@ -42,7 +42,7 @@ std::vector<Block> decodeBlockFile(std::string_view text) {
             blocks.push_back(std::exchange(block, {}));
         }
     };
-    while (!text.empty() && blocks.size() < kMostBlocks) {
+    while (!text.empty() && blocks.size() < kMaxBlocks) {
         const std::string_view line = util::takeLine(text);
         if (line.empty()) {
             endBlock();

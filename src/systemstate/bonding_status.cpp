@@ -31,7 +31,7 @@ std::optional<BondingStatus> decodeBonding(const std::vector<Block>& blocks,
     return bond;
 }
 
-PortStatus portStatusOf(std::string_view miiStatus) {
+PortStatus decodePortStatus(std::string_view miiStatus) {
     if (miiStatus.starts_with("down")) {
         return PortStatus::linkDown;
     }

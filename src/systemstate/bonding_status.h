@@ -44,4 +44,4 @@ std::optional<BondingStatus> decodeBonding(const std::vector<Block>& blocks,
 
 // The status a port has by its slave's "MII Status": any text that starts with neither "up" nor
 // "down", such as the driver's "going back", is `other`.
-PortStatus portStatusOf(std::string_view miiStatus);
+PortStatus decodePortStatus(std::string_view miiStatus);

@@ -26,7 +26,7 @@ using Milliseconds = LimitedCommands::Milliseconds;
 // Between two looks whether a command has ended passes an eighth of the time that it has taken so
 // far, within these bounds.
 constexpr std::chrono::microseconds kFirstStep{100};
-constexpr std::chrono::microseconds kLongestStep{20000};
+constexpr std::chrono::microseconds kMaxStep{20000};
 constexpr int kLooksPerDoubling = 8;
 constexpr Milliseconds kLeftByInterruption{1000};
 constexpr Milliseconds kLeastTime{200};
@@ -78,14 +78,13 @@ class SpawnSettings {
 };
 
 // Nothing while it runs. A process that somebody else has waited for has ended as well.
-std::optional<int> statusOf(pid_t child) {
+std::optional<int> readEndStatus(pid_t child) {
     int status = -1;
     return waitpid(child, &status, WNOHANG) == 0 ? std::nullopt : std::optional(status);
 }
 
 std::chrono::nanoseconds nextStep(std::chrono::nanoseconds elapsed) {
-    return std::clamp<std::chrono::nanoseconds>(elapsed / kLooksPerDoubling, kFirstStep,
-                                                kLongestStep);
+    return std::clamp<std::chrono::nanoseconds>(elapsed / kLooksPerDoubling, kFirstStep, kMaxStep);
 }
 
 // Until there is output to read, or for so long.
@@ -190,10 +189,10 @@ LimitedCommands::End LimitedCommands::waitForEnd(const char* command, pid_t chil
                                                  CommandOutput* output) {
     const Clock::time_point start = Clock::now();
     while (true) {
-        if (const std::optional<int> status = statusOf(child)) {
+        if (const std::optional<int> status = readEndStatus(child)) {
             return {*status, false};
         }
-        if (Clock::now() >= deadlineOf(start)) {
+        if (Clock::now() >= computeDeadline(start)) {
             break;
         }
         waitAt(output, nextStep(Clock::now() - start));
@@ -213,7 +212,7 @@ LimitedCommands::End LimitedCommands::waitForEnd(const char* command, pid_t chil
 int LimitedCommands::killGroup(pid_t child) {
     kill(-child, SIGKILL);
     for (int i = 0; i < kLooksForTheKilled; ++i) {
-        if (const std::optional<int> status = statusOf(child)) {
+        if (const std::optional<int> status = readEndStatus(child)) {
             return *status;
         }
         waitAt(nullptr, i == 0 ? Milliseconds(1) : kLeastTime / kLooksForTheKilled);
@@ -223,7 +222,7 @@ int LimitedCommands::killGroup(pid_t child) {
     return SIGKILL;
 }
 
-LimitedCommands::Clock::time_point LimitedCommands::deadlineOf(Clock::time_point start) {
+LimitedCommands::Clock::time_point LimitedCommands::computeDeadline(Clock::time_point start) {
     const std::lock_guard lock(mutex_);
     const Clock::time_point usual = start + limit_;
     return interruptedAt_ ? std::min(usual, std::max(*interruptedAt_ + kLeftByInterruption,
@@ -233,5 +232,5 @@ LimitedCommands::Clock::time_point LimitedCommands::deadlineOf(Clock::time_point
 
 void LimitedCommands::reapAbandoned() {
     const std::lock_guard lock(mutex_);
-    std::erase_if(abandoned_, [](pid_t child) { return statusOf(child).has_value(); });
+    std::erase_if(abandoned_, [](pid_t child) { return readEndStatus(child).has_value(); });
 }

@@ -78,7 +78,7 @@ class LimitedCommands {
     pid_t start(const char* command, int output);
     End waitForEnd(const char* command, pid_t child, CommandOutput* output);
     int killGroup(pid_t child);
-    Clock::time_point deadlineOf(Clock::time_point start);
+    Clock::time_point computeDeadline(Clock::time_point start);
     void reapAbandoned();
 
     const Milliseconds limit_;

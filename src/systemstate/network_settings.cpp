@@ -6,7 +6,7 @@ namespace {
 
 constexpr uint32_t kNoAddress = 0;
 constexpr uint32_t kBroadcastAddress = 0xFFFFFFFF;
-constexpr uint32_t kLargestOctet = 255;
+constexpr uint32_t kMaxOctet = 255;
 constexpr int kOctets = 4;
 
 struct Key {
@@ -25,7 +25,7 @@ constexpr Key kKeys[] = {
 uint32_t takeGroup(std::string_view& text) {
     uint32_t value = 0;
     while (!text.empty() && text.front() >= '0' && text.front() <= '9') {
-        if (value <= kLargestOctet) {
+        if (value <= kMaxOctet) {
             value = value * 10 + static_cast<uint32_t>(text.front() - '0');
         }
         text.remove_prefix(1);
@@ -69,7 +69,7 @@ uint32_t parseDotted(std::string_view text) {
     uint32_t address = 0;
     for (int octet = 1; octet <= kOctets; ++octet) {
         const uint32_t group = takeGroup(text);
-        if (group > kLargestOctet || (octet < kOctets && !takeDot(text))) {
+        if (group > kMaxOctet || (octet < kOctets && !takeDot(text))) {
             return kNoAddress;
         }
         address = address << 8 | group;

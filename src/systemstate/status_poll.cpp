@@ -63,7 +63,7 @@ PortStatuses nextStatuses(const EthernetPorts& ports, PortStatuses statuses,
     for (std::size_t i = 0; i < ports.size(); ++i) {
         for (const BondSlave& slave : bond.slaves) {
             if (slave.interface == ports[i].interfaceName) {
-                statuses[i] = portStatusOf(slave.miiStatus);
+                statuses[i] = decodePortStatus(slave.miiStatus);
             }
         }
         if (ports[i].interfaceName == bond.activeSlave && statuses[i] == PortStatus::linkUp) {

@@ -120,7 +120,7 @@ struct MiiCase {
 class PortStatusOf : public testing::TestWithParam<MiiCase> {};
 
 TEST_P(PortStatusOf, MiiText) {
-    EXPECT_EQ(portStatusOf(GetParam().text), GetParam().status);
+    EXPECT_EQ(decodePortStatus(GetParam().text), GetParam().status);
 }
 
 INSTANTIATE_TEST_SUITE_P(
