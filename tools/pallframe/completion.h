@@ -6,8 +6,8 @@
 
 namespace pallframe {
 
-// What a shell may offer and only this program knows: products, running frames, the words of
-// what can be set, and what the frame has that can be taken away.
+// Completes the values that only this program knows: products, running frames, arguments of `set`,
+// and files of the frame that can be set aside.
 std::vector<cli::Completion> completeFrameValues(const cli::CompletionRequest& request);
 
 }  // namespace pallframe

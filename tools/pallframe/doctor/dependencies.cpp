@@ -1,3 +1,7 @@
+// One table of everything that the daemon needs. Paths, commands and decoders are the daemon's own,
+// so that the doctor cannot disagree with it. A row applies to the products that its predicate
+// names; for a command, the row says which word of it is the file to look for.
+
 #include "pallframe/doctor/dependencies.h"
 
 #include <algorithm>

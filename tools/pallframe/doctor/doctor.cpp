@@ -1,3 +1,7 @@
+// The product comes first, because it decides which checks apply. Each check probes one place of
+// the root and becomes a finding; the state file and the marker files of the services need more,
+// because a saved value overrides a marker.
+
 #include "pallframe/doctor/doctor.h"
 
 #include <algorithm>

@@ -18,7 +18,7 @@ struct Finding {
     std::vector<Published> published{};  // what the daemon publishes then
     std::string_view effect{};           // and what else comes of it
 
-    // What could not be seen is none.
+    // A check that could not look is not a problem.
     bool isProblem() const {
         return state != State::ok && state != State::notAccessible && state != State::notRunning;
     }

@@ -7,10 +7,10 @@
 
 namespace pallframe::doctor {
 
-// Frames that run for a person: a line for each, under a heading; only that when there are none.
+// A table of the frames with a heading; without frames only the heading.
 std::string formatTable(const std::vector<sandbox::RunningFrame>& running);
 
-// The same for a program: one JSON object a line.
+// One JSON object on a line for each frame.
 std::string formatJSON(const std::vector<sandbox::RunningFrame>& running);
 
 }  // namespace pallframe::doctor

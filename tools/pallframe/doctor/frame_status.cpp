@@ -1,3 +1,6 @@
+// readStatus() reads all of a frame's state at one time into a plain value; formatTable() and
+// formatJSON() show that value.
+
 #include "pallframe/doctor/frame_status.h"
 
 #include <array>

@@ -16,13 +16,13 @@ struct FrameStatus {
     std::string product;
     simulation::Bond bond;
     simulation::Power power;
-    std::map<std::string, std::string> services;       // "running" or "stopped", as it was told
+    std::map<std::string, std::string> services;       // "running" or "stopped"
     std::vector<std::string> missing;                  // files put aside, sorted
     std::vector<simulation::ProgramSetting> programs;  // those that are slow or fail
-    std::vector<std::string> calls;                    // what the programs were told, oldest first
+    std::vector<std::string> calls;                    // calls of the stub programs, oldest first
 };
 
-// Throws simulation::FrameError when the tree is no frame.
+// Throws simulation::FrameError when the tree is not a frame.
 FrameStatus readStatus(const simulation::FrameRoot& tree);
 
 // Lines for a person, in columns.

@@ -15,8 +15,8 @@ std::string trimmed(const std::string& text) {
     return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
-// The program that env looks for. All that stands behind env is one word to it, as the kernel hands
-// it on (execve(2)), unless -S has it take that apart.
+// The program that env looks for. The kernel passes the rest of the line to env as one word
+// (execve(2)); with -S, env splits it.
 std::string nameBehindEnv(const std::string& word) {
     constexpr std::string_view kTakeApart = "-S";
     if (!word.starts_with(kTakeApart)) {

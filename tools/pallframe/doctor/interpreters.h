@@ -5,8 +5,8 @@
 
 namespace pallframe::doctor {
 
-// What has to be there so that a script can be run: the program that its first line names, and
-// behind env(1) also the one that is looked for by its name. None when the text is no script's.
+// The programs that a script needs to run: the one that its first line names and, after env(1),
+// also the one that env looks for. Empty when the text is not a script.
 std::vector<std::string> findInterpreters(const std::string& text);
 
 }  // namespace pallframe::doctor

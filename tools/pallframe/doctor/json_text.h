@@ -8,7 +8,7 @@
 
 namespace pallframe::doctor {
 
-// Texts that files may hold, as JSON can: what is no UTF-8 in them is replaced.
+// Texts of any file as JSON; invalid UTF-8 is replaced.
 inline util::UniqueJSON textItem(const std::string& text) {
     return util::jsonString(cli::validUTF8(text));
 }

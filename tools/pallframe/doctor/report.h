@@ -6,11 +6,10 @@
 
 namespace pallframe::doctor {
 
-// A diagnosis for a person: a line for each check, and below those that did not go well what the
-// daemon makes of it; in the end how many there are.
+// A line for each check, below each problem its consequences, and at the end a summary.
 std::string formatText(const Diagnosis& diagnosis);
 
-// The same as one JSON object on a line, for a program; valid whatever the frame holds.
+// One JSON object on a line; valid whatever texts the frame contains.
 std::string formatJSON(const Diagnosis& diagnosis);
 
 }  // namespace pallframe::doctor

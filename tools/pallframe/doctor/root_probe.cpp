@@ -1,3 +1,7 @@
+// Paths are resolved by openat2(2) below a descriptor of the root, so that no link leads out of it.
+// If a process has this directory as its root, the probe goes through /proc/PID/root and sees the
+// mounts of that process too. Parts that only a running frame has are reported as not running.
+
 #include "pallframe/doctor/root_probe.h"
 
 #include <fcntl.h>
@@ -71,7 +75,7 @@ ProbeResult readText(const Descriptor& opened) {
     return size < 0 ? failed(errno) : found;
 }
 
-// Connecting to a socket of datagrams sends nothing; it tells whether somebody has it open.
+// Connecting to a datagram socket sends nothing, and fails unless a process has the socket open.
 ProbeResult probeConnection(const Descriptor& opened) {
     const Descriptor socket(check(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket"));
     sockaddr_un address{};
@@ -110,7 +114,7 @@ ProbeResult RootProbe::open(const std::string& path, int flags, Descriptor& open
 
 ProbeResult RootProbe::file(const std::string& path) const {
     Descriptor opened;
-    // A pipe in the place of a file must not hold anybody up.
+    // A pipe in the place of the file must not block the doctor.
     ProbeResult found = open(path, O_RDONLY | O_NONBLOCK, opened);
     if (found.state != State::ok) {
         return found;
@@ -155,7 +159,7 @@ ProbeResult RootProbe::executable(const std::string& path) const {
     const mode_t mode = readMode(opened);
     return S_ISREG(mode) && (mode & kAnybody) != 0
                ? found
-               : ProbeResult{State::notExecutable, "no program that may be run"};
+               : ProbeResult{State::notExecutable, "not an executable file"};
 }
 
 ProbeResult RootProbe::program(const std::string& name) const {

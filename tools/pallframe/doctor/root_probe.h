@@ -13,18 +13,18 @@ namespace pallframe::doctor {
 enum class State {
     ok,
     missing,
-    unreadable,     // it is there, and reading it fails
-    notExecutable,  // a program that nobody may run
-    readOnly,       // a directory that nothing can be written to
-    undecodable,    // it can be read, and does not say what it has to
-    notAccessible,  // this user may not look
-    notRunning,     // it shows only while something runs in this root
+    unreadable,     // exists, but cannot be read
+    notExecutable,  // a program without execute permission
+    readOnly,       // a directory on a read-only file system
+    undecodable,    // can be read, but lacks what the daemon needs
+    notAccessible,  // this user has no permission to look
+    notRunning,     // exists only while processes run in this root
 };
 
 // What was found at a path.
 struct ProbeResult {
     State state = State::ok;
-    std::string reason{};  // of a state that is not well, as the system or the doctor has it
+    std::string reason{};  // of any state but ok
     std::string text{};    // of a file that can be read
 };
 
@@ -35,16 +35,16 @@ class RootProbe {
     explicit RootProbe(const std::filesystem::path& directory);  // throws std::system_error
 
     ProbeResult file(const std::string& path) const;  // its text, at most a mebibyte of it
-    // May be run, and has something to run it with. A name without a directory is searched where a
-    // shell does.
+    // Can be executed, by its interpreter if it is a script. A name without a directory is searched
+    // like a shell does.
     ProbeResult program(const std::string& name) const;
     ProbeResult directory(const std::string& path) const;
     ProbeResult unit(const std::string& name) const;  // of systemd, "ssh.service"
 
-    // What a system has while it runs.
-    ProbeResult listener(uint16_t port) const;          // for who connects to 127.0.0.1
-    ProbeResult syslog(const std::string& path) const;  // a socket, with somebody behind it
-    ProbeResult device(const std::string& path) const;  // one of characters
+    // What exists only while the system runs.
+    ProbeResult listener(uint16_t port) const;          // that 127.0.0.1 reaches
+    ProbeResult syslog(const std::string& path) const;  // a socket that a process has open
+    ProbeResult device(const std::string& path) const;  // a character device
 
   private:
     bool isFrame() const;
@@ -52,12 +52,12 @@ class RootProbe {
     bool isFrameAtRest() const;
     ProbeResult programAt(const std::string& path) const;
     ProbeResult executable(const std::string& path) const;
-    // What is no plain file but of that type (stat(2)).
+    // A file of that type (stat(2)).
     ProbeResult special(const std::string& path, mode_t type, simulation::Descriptor& opened) const;
     ProbeResult open(const std::string& path, int flags, simulation::Descriptor& opened) const;
 
     simulation::Descriptor root_;
-    std::string process_;  // of those that run in it, as processIn() has it
+    std::string process_;  // the result of processIn()
 };
 
 }  // namespace pallframe::doctor

@@ -5,15 +5,15 @@
 
 #include "pallframe/simulation/system_call.h"
 
-// What the kernel tells of a root that something runs in.
+// What the kernel reports of a root in which processes run.
 namespace pallframe::doctor {
 
-// "/proc/PID" of a process that has this directory as its root: of this one, or of the first one
-// of a simulated frame of this user. Empty when there is none.
+// "/proc/PID" of a process with this directory as its root: this process, or the first process of a
+// simulated frame of this user. Empty without one.
 std::string processIn(const simulation::Descriptor& root);
 
-// Whether somebody listens to that port where 127.0.0.1 reaches it, by the text of a network's
-// table of sockets: /proc/net/tcp or tcp6 (proc(5)).
+// Whether a socket that 127.0.0.1 reaches listens on the port. `table` is the text of /proc/net/tcp
+// or tcp6 (proc(5)).
 bool hasListener(const std::string& table, uint16_t port);
 
 }  // namespace pallframe::doctor

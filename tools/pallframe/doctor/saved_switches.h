@@ -8,18 +8,18 @@
 
 namespace pallframe::doctor {
 
-// The switches of services as an earlier life of the daemon saved them, read as the daemon reads
-// them at its start: what is saved counts more than a marker file.
+// The switches of services that the daemon saved, read as the daemon reads them at its start: a
+// saved value overrides a marker file.
 class SavedSwitches {
   public:
-    // Of the state file's text; of any other text there is none.
+    // `text` is that of the state file; any other text has no switches.
     explicit SavedSwitches(const std::string& text);
 
-    // Whether the daemon starts from that text at all.
+    // Whether the daemon accepts the text.
     bool isUsable() const { return usable_; }
 
-    // What stands there for a switch, such as "sshEnabled": "0" or "1", and an empty text for what
-    // is neither. Nothing when it was not saved.
+    // The saved value of a switch such as "sshEnabled": "0" or "1", an empty text for any other
+    // value. Empty when it was not saved.
     std::optional<std::string_view> findState(std::string_view name) const;
 
   private:

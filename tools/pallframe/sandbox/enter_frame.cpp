@@ -27,7 +27,7 @@ fs::path userNamespace(const std::string& pid) {
 }
 
 // Puts this process into the frame's network and files, and its future children into the frame's
-// process space. A user namespace comes along only where it differs: nobody can join their own.
+// process namespace. Joins the user namespace only if it differs: the kernel refuses its own.
 void join(const RunningFrame& frame) {
     const Descriptor first = watch(frame.pid);
     const std::string pid = std::to_string(frame.pid);
@@ -37,8 +37,8 @@ void join(const RunningFrame& frame) {
           "cannot enter frame " + pid);
 }
 
-// What tells those inside which frame this is. Both shells take the prompt from here, as there is
-// no file in the frame that sets another; so does one that a command of the caller's starts.
+// The prompt and the environment show which frame this is. Both shells take the prompt from the
+// environment, because no file in the frame sets another one.
 void setNames(const RunningFrame& frame) {
     const std::string product(readProduct(simulation::FrameRoot("/")).name);
     const std::string prompt = "[" + product + " frame " + std::to_string(frame.pid) + "] ${PWD}# ";
@@ -46,8 +46,8 @@ void setNames(const RunningFrame& frame) {
     ::setenv(kNumberVariable, std::to_string(frame.pid).c_str(), 1);
 }
 
-// A process space whose first process goes takes in no new ones, and the others of it go before the
-// first is gone (pid_namespaces(7)).
+// A process namespace whose first process ends accepts no new ones, and the others end before the
+// first is collected (pid_namespaces(7)).
 bool isEnding() {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -61,8 +61,8 @@ std::vector<std::string> shell() {
                                    : std::vector<std::string>{"/bin/sh", "-i"};
 }
 
-// The process that joins: apart from its caller, because all that it starts from then on is in the
-// other process space, even what a sanitizer starts at the end to look back at it.
+// The process that joins. It is not the caller itself, because every process that it starts from
+// then on is in the frame's process namespace, even a sanitizer's helper at the exit.
 int joinFrame(const RunningFrame& frame, const std::vector<std::string>& command,
               Supervisor& supervisor, const Descriptor& caller) {
     dieWith(caller, Supervisor::kParentDied);

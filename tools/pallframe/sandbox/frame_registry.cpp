@@ -1,3 +1,8 @@
+// A running frame has an entry: a file that is named after the frame's first process and contains
+// the start time of that process. An entry whose start time differs belongs to an earlier process
+// with the same number, and is removed by the next reader. Entries are written under another name
+// and renamed, so that no reader sees half of one.
+
 #include "pallframe/sandbox/frame_registry.h"
 
 #include <fcntl.h>
@@ -25,7 +30,7 @@ using simulation::FrameRoot;
 
 namespace {
 
-// Empty also for a process that goes while it is looked at.
+// Empty also for a process that ends during the read.
 std::string readAll(const fs::path& path) {
     return FrameRoot("/").read(path.native());
 }
@@ -73,8 +78,8 @@ std::chrono::system_clock::time_point writtenAt(const fs::path& file) {
     return std::chrono::system_clock::from_time_t(status.st_mtim.tv_sec);
 }
 
-// An entry is a line with the start, one with the directory (empty for a frame in memory), and the
-// command. It was written when the frame began.
+// An entry is a line with the start time, one with the directory (empty for a frame in memory), and
+// the command. The file is as old as the frame.
 std::optional<RunningFrame> readEntry(const fs::path& file) {
     const std::string pid = file.filename();
     std::istringstream text(readAll(file));

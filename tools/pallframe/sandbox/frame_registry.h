@@ -12,34 +12,34 @@
 
 namespace pallframe::sandbox {
 
-// A frame that runs on this machine, as its user finds it from outside.
+// A frame that runs on this machine, seen from outside.
 struct RunningFrame {
-    pid_t pid;              // of the frame's first process; it names the frame
-    std::string directory;  // of its files; empty: they live in memory
-    std::string command{};  // that it was made for, as a shell reads it
+    pid_t pid;              // of the frame's first process; the number of the frame
+    std::string directory;  // with its files; empty: they are in memory
+    std::string command{};  // that runs in it, as a shell reads it
 
-    // Known of those that a registry has found.
+    // Set by Registry::running().
     std::string product{};
     std::chrono::system_clock::time_point started{};
 
-    // The frame's files, also those in memory. What has this number by now and is no frame is a
-    // FrameError, so that nothing is ever changed there.
+    // The frame's files, also those in memory. Throws FrameError when the number belongs to another
+    // process by now.
     simulation::FrameRoot tree() const;
 };
 
-// Which frames of one user run: a directory with a file per frame, named after its first process.
-// It also holds when that process started, since the kernel gives numbers out again.
+// The running frames of one user: a directory with a file for each frame, named after its first
+// process. The file also contains the start time of that process, since the kernel reuses numbers.
 class Registry {
   public:
     explicit Registry(std::filesystem::path directory);
 
-    // The calling user's: in XDG_RUNTIME_DIR, or in /tmp where there is none that can be used.
+    // The registry of the calling user: in XDG_RUNTIME_DIR, or in /tmp without a usable one.
     static Registry ofUser();
 
-    // Makes a frame known; throws std::system_error, also when the directory belongs to another
+    // Adds a frame; throws std::system_error, also when the directory belongs to another
     // user.
     void add(const RunningFrame& frame) const;
-    void remove(pid_t pid) const;  // no error when it is not there
+    void remove(pid_t pid) const;  // no error without an entry
 
     // The frames that run and are complete, in the order of their numbers. Removes the entries of
     // frames that have ended.
@@ -49,11 +49,11 @@ class Registry {
     std::filesystem::path directory_;
 };
 
-// The one that is meant: by its number, or the only one when that is empty. Throws FrameError with
-// a text that lists them when that does not name one.
+// The frame with that number, or the only frame when `name` is empty. Throws FrameError with the
+// list of frames when that is not one frame.
 RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_view name);
 
-// The one whose files are in that directory. Throws FrameError when none of them runs there.
+// The frame with its files in that directory. Throws FrameError without one.
 RunningFrame frameIn(const std::vector<RunningFrame>& running, const std::string& directory);
 
 }  // namespace pallframe::sandbox

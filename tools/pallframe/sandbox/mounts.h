@@ -20,14 +20,14 @@ class HostMount {
     simulation::Descriptor tree_;
 };
 
-// Shows the host's `path` under `root` as it is there: a link as a link, a file or directory to be
-// read. Nothing when the host has no such path.
+// Shows the host's `path` under `root`: a link as a link, a file or directory read-only. Does
+// nothing when the host has no such path.
 void showReadOnly(const std::filesystem::path& root, const std::filesystem::path& path);
 
 // Shows a device of the host under `root`, as it is.
 void showDevice(const std::filesystem::path& root, const std::filesystem::path& path);
 
-// Makes a directory with all above it, or an empty file, for something to appear at.
+// Creates a directory with its parents, or an empty file, as a mount point.
 void makePlace(const std::filesystem::path& target, bool directory);
 
 }  // namespace pallframe::sandbox

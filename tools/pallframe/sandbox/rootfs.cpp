@@ -1,3 +1,9 @@
+// The root is a directory or a file system in memory. The simulation populates it; then the host's
+// programs and libraries are mounted into it read-only, and pivot_root(2) makes it the root.
+// Everything of the host that must appear at a path which the new root hides is opened as a
+// detached mount before. /proc is a directory of links to the kernel's, since that cannot hold a
+// bonding file.
+
 #include "pallframe/sandbox/rootfs.h"
 
 #include <sys/mount.h>
@@ -27,8 +33,8 @@ using simulation::check;
 constexpr const char* kMemoryRoot = "/tmp";
 
 constexpr const char* kProcesses = "/run/proc";
-// Enough for a test, and made in no time. Under a sanitizer each process looks itself up by number
-// and starts others for it, so that it takes more.
+// Enough for a test, and quick to make. Under the address sanitizer each process looks itself up by
+// number and starts others for that, so it takes more.
 #ifdef __SANITIZE_ADDRESS__
 constexpr int kFewProcesses = 5000;
 #else
@@ -93,7 +99,7 @@ fs::path mountRoot(const std::string& directory) {
     return directory;
 }
 
-// What the host has in a directory and the frame has not.
+// The entries of a directory of the host that the frame does not have.
 void showEntries(const fs::path& root, const fs::path& directory) {
     if (!fs::is_directory(directory)) {
         return;
@@ -143,7 +149,7 @@ void linkEntries(const fs::path& from, const fs::path& seenAs, const fs::path& t
     }
 }
 
-// Another one who enters may be making the same links.
+// Another process that enters may be making the same links.
 void linkNumbers(const fs::path& to, int first, int last) {
     for (int number = first; number <= last; ++number) {
         const std::string name = std::to_string(number);
@@ -171,12 +177,12 @@ void makeProcesses(const fs::path& root, const HostMount& hostProcesses) {
 void showOwnProgram(const fs::path& root, const HostMount& program) {
     const fs::path target = root / fs::path(simulation::paths::kProgram).relative_path();
     makePlace(target, false);
-    // Every program of the frame is this file: what changes one of them must not reach the host's.
+    // Every program of the frame is this file; a change to one must not reach the host's file.
     program.makeReadOnly();
     program.appearAt(target);
 }
 
-// The old root ends up under the new one and is taken off it (pivot_root(2), "pivot_root(".",
+// The old root lands on top of the new one and is unmounted (pivot_root(2), "pivot_root(".",
 // ".")").
 void changeRoot(const fs::path& root) {
     check(::chdir(root.c_str()), root);

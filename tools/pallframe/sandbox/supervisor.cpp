@@ -13,7 +13,7 @@ namespace {
 
 using simulation::check;
 
-// Whoever started this wants it to outlive its terminal (nohup(1)).
+// Started to outlive its terminal (nohup(1)).
 bool staysWithoutTerminal() {
     struct sigaction action {};
     return ::sigaction(SIGHUP, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
@@ -106,8 +106,8 @@ void Supervisor::takeSignal(pid_t child) {
         return;
     }
     const int number = static_cast<int>(info->ssi_signo);
-    // What a terminal sends (SI_KERNEL) has reached the command itself; but that it went away is
-    // told only to the first process on it.
+    // Signals of the terminal (SI_KERNEL) have reached the command itself, except SIGHUP, which
+    // only the first process of the terminal receives.
     if (info->ssi_code != SI_KERNEL || number == SIGHUP) {
         handOn(number, child);
     }

@@ -12,13 +12,12 @@
 
 namespace pallframe::sandbox {
 
-// Waits for one child and hands on to it the signals that ask a program to end. A chain of these
-// stands between a person's terminal and the command in the frame: what is sent to the first
-// reaches the last. While one lives, those signals are blocked in its process.
+// Waits for one child and forwards to it the signals that ask a program to end. A chain of these
+// connects the terminal and the command in the frame: a signal to the first reaches the last. While
+// a supervisor lives, those signals are blocked in its process.
 class Supervisor {
   public:
-    // What the parent's death sends to a child that asked for it (PR_SET_PDEATHSIG): the supervisor
-    // then kills its own child.
+    // The signal at the parent's death (PR_SET_PDEATHSIG), at which the supervisor kills its child.
     static constexpr int kParentDied = SIGUSR1;
 
     Supervisor();
@@ -29,18 +28,18 @@ class Supervisor {
     // Also calls `serve` whenever the descriptor is readable.
     void serve(int descriptor, std::function<void()> serve);
 
-    // From the first request to end on, the child has this long.
+    // The time that the child has after the first signal that asks it to end.
     void setKillTimeout(std::chrono::milliseconds patience) { killTimeout_ = patience; }
 
-    // Waits for the child's end, collecting all other children that end meanwhile. Result: its exit
-    // status, 128 + signal when a signal ended it or its time ran out.
+    // Waits for the child's end and collects all other children that end before it. Returns its
+    // exit status; 128 + signal if a signal ended it, 128 + SIGKILL if its time ran out.
     int waitFor(pid_t child);
 
-    // Hands on what came before there was this child, which has not yet let signals through again:
-    // what a terminal has sent to both comes to it once.
+    // Forwards the signals that arrived before the child existed. The child still blocks signals,
+    // so that a signal of the terminal to both processes reaches it once.
     void handOnEarlier(pid_t child);
 
-    // Gives a child process back the signals as they were before; for between fork and exec.
+    // Restores the signal mask of the time before the supervisor; called between fork and exec.
     void release() const;
 
   private:

@@ -48,7 +48,7 @@ void TerminalSettings::restore() const {
     }
     const InBackground background;
     ::tcsetattr(kTerminal, TCSANOW, &*before_);
-    // Where it cannot be written, it shows nothing either.
+    // A terminal that cannot be written to shows nothing either.
     [[maybe_unused]] const ssize_t written =
         ::write(kTerminal, kPlainScreen.data(), kPlainScreen.size());
 }

@@ -6,14 +6,14 @@
 
 namespace pallframe::sandbox {
 
-// How the terminal behind standard input was set before others got it. Only of one that this
-// process has in its hands: not in the background, and nothing where there is none.
+// The settings of the terminal on standard input, as they were at construction. Empty without a
+// terminal, and in a process in the background.
 class TerminalSettings {
   public:
     TerminalSettings();
 
-    // Sets it so again, for one whose program was killed and could not: lines and echo, no second
-    // screen, a cursor that is seen. From the background too.
+    // Restores them after a program that was killed: lines and echo, the first screen, a visible
+    // cursor. Also works in the background.
     void restore() const;
 
   private:

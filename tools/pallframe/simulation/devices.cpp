@@ -19,7 +19,7 @@ void update(const FrameRoot& tree, std::string_view path, const std::string& tex
 const Product& readProduct(const FrameRoot& tree) {
     const Product* product = findProduct(tree.read(paths::kProduct));
     if (product == nullptr) {
-        throw FrameError(tree.path("/").string() + " is no simulated frame");
+        throw FrameError(tree.path("/").string() + " is not a simulated frame");
     }
     return *product;
 }

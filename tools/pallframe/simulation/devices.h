@@ -8,8 +8,8 @@
 #include "pallframe/simulation/product.h"
 #include "pallframe/simulation/xadc.h"
 
-// A frame's devices, as seen and moved by an operator's hand or by a program of the frame. Their
-// state lives in the tree's files; each call here is one change, safe against all others. All throw
+// A frame's devices, for an operator and for the programs of the frame. Their state is in the
+// tree's files; each call here is one change and safe against concurrent ones. All throw
 // std::system_error when the tree cannot be read or written.
 namespace pallframe::simulation {
 
@@ -18,7 +18,7 @@ struct FrameError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The product that a tree was made for; throws FrameError when the tree is no frame.
+// The product that a tree was made for; throws FrameError when the tree is not a frame.
 const Product& readProduct(const FrameRoot& tree);
 
 Bond readBond(const FrameRoot& tree);
@@ -42,8 +42,7 @@ void setBattery(const FrameRoot& tree, double volts);
 
 void setBatteryLoad(const FrameRoot& tree, bool on);
 
-// Gives a file of KEY=VALUE lines this one, in the place of the one with its key or at the end, as
-// somebody does who edits it on the card.
+// Writes a line to a file of KEY=VALUE lines: replaces the line with the same key, or appends it.
 void editLine(const FrameRoot& tree, std::string_view path, std::string_view line);
 
 }  // namespace pallframe::simulation

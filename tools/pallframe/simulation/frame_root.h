@@ -12,16 +12,16 @@ namespace pallframe::simulation {
 
 // The directory that is a frame's root: "/" for a program inside the frame, any other place from
 // outside. Files are named by the absolute path they have in the frame. Several programs use one
-// tree at the same time; whoever changes a device's state holds a FrameLock from reading it to
-// writing it.
+// tree at the same time; a change of a
+// device's state holds a FrameLock from reading to writing it.
 class FrameRoot {
   public:
     explicit FrameRoot(std::filesystem::path root);
 
-    // The same, held by an open descriptor: it stays that directory whatever becomes of its path.
+    // The same by an open descriptor: the directory stays the same even if its path changes.
     explicit FrameRoot(Descriptor root);
 
-    // Where the frame's file lies for this process.
+    // The path of the frame's file for this process.
     std::filesystem::path path(std::string_view absolute) const;
 
     bool exists(std::string_view absolute) const;  // also for a dangling link
@@ -29,8 +29,8 @@ class FrameRoot {
     // The whole text, empty when there is no such file or it cannot be read.
     std::string read(std::string_view absolute) const;
 
-    // Writes a file anew, with its directories. A reader finds the old text or the new, never a
-    // part. Throws std::system_error.
+    // Replaces a file, or creates it with its directories. A reader finds the old text or the new
+    // one, never a part. Throws std::system_error.
     void replace(std::string_view absolute, std::string_view text, mode_t mode = 0644) const;
 
     // Adds to the end of a file in one write. Throws std::system_error.

@@ -1,3 +1,7 @@
+// kKinds has one row for each kind of operation: its name, its arguments, the function that parses
+// them and its help. Parsing checks all that does not depend on a frame and returns the change as a
+// function; Operation::check tells beforehand whether a particular frame allows it.
+
 #include "pallframe/simulation/operations.h"
 
 #include <algorithm>
@@ -53,7 +57,7 @@ bool isOwn(const fs::path& path) {
     return ownRest == own.end() || pathRest == path.end();
 }
 
-// Whoever writes a tree from outside is root of the host, so no path may lead out of the tree.
+// A process outside the frame may be root of the host, so no path may lead out of the tree.
 std::string parsePath(const std::string& word) {
     const fs::path path(word);
     if (!path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end()) {

@@ -10,8 +10,7 @@
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/frame_root.h"
 
-// What can be done to a frame while it runs, in the words of a person: "cable eth0 down". The same
-// for the command line and for scenarios.
+// Changes to a running frame as text, "cable eth0 down", for the command line and for scenarios.
 namespace pallframe::simulation {
 
 using Words = std::vector<std::string>;
@@ -33,7 +32,7 @@ struct OperationKind {
     using Arguments = std::span<const std::string>;
 
     std::string_view name;                      // the first word
-    std::array<std::string_view, 2> arguments;  // what stands behind it; the second may be ""
+    std::array<std::string_view, 2> arguments;  // that follow it; the second may be ""
     Operation (*read)(Arguments words);         // as many as it asks for; throws FrameError
     std::string_view about;
 };
@@ -41,12 +40,12 @@ struct OperationKind {
 // All kinds, in the order in which help lists them.
 std::span<const OperationKind> operationKinds();
 
-// For a first word that is none of theirs: the text ends with those that are.
+// The first word is not the name of a kind; the text ends with the list of names.
 struct UnknownOperation : FrameError {
     using FrameError::FrameError;
 };
 
-// Understands the words, the first one the kind. Throws FrameError with what is wrong with them.
+// Parses the words, the first of which names the kind. Throws FrameError with the reason.
 Operation parseOperation(const Words& words);
 
 }  // namespace pallframe::simulation

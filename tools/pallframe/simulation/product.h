@@ -23,10 +23,10 @@ struct Product {
     BatteryInput battery;
 };
 
-// All of them, in the order in which a person is told them.
+// All products, in the order in which messages list them.
 std::span<const Product> products();
 
-// The product of that name in any case, null when there is none.
+// The product of that name, ignoring case; null when the name is unknown.
 const Product* findProduct(std::string_view name);
 
 // All names, as a message lists them: "Tessara, Tessara-5ru, …".

@@ -1,3 +1,7 @@
+// Each line becomes one step, a ramp becomes four steps a second. Reading goes on after an error,
+// so that one run reports all of them. checkScenario() then follows the files through the steps:
+// which exist at the start, and which an earlier step restores.
+
 #include "pallframe/simulation/scenario.h"
 
 #include <algorithm>
@@ -31,7 +35,7 @@ double parseDecimal(const std::string& word) {
     const char* const end = word.data() + word.size();
     const auto [rest, error] = std::from_chars(word.data(), end, number, std::chars_format::fixed);
     if (error != std::errc() || rest != end) {
-        throw FrameError("'" + word + "' is no number");
+        throw FrameError("'" + word + "' is not a number");
     }
     return number;
 }
@@ -111,7 +115,7 @@ class Steps {
     bool tooMany_ = false;
 };
 
-// Where the daemon writes files that it has not from the start on, such as what it saves.
+// The directory in which the daemon creates files after its start, such as its saved state.
 bool mayCome(std::string_view file) {
     return file.starts_with("/vantor/etc/");
 }

@@ -15,7 +15,7 @@ namespace pallframe::simulation {
 
 namespace {
 
-// What is wrong with a scenario is the business of whoever gave it.
+// Errors in a scenario are errors of the user.
 template <typename Work>
 auto asked(Work work) {
     try {

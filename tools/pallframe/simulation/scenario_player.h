@@ -9,22 +9,22 @@
 
 namespace pallframe::simulation {
 
-// A scenario as it stands in a file.
+// A scenario from a file.
 struct Scenario {
     std::string file;
     std::vector<ScenarioStep> steps;
 };
 
-// Throws FrameError, also for what is wrong with its text.
+// Throws FrameError, also for errors in its text.
 Scenario readScenarioFile(const std::string& file);
 
 // Throws FrameError with all steps that this frame, as it is before the first, does not
 // allow.
 void checkScenario(const FrameRoot& tree, const Scenario& scenario);
 
-// Does the steps on a frame, each at its time from now on; `speed` 2 takes half of the time. Tells
-// of each one that is done. Comes back after the last one. A step that this frame does not allow is
-// a FrameError; throws std::system_error when its files cannot be written.
+// Performs the steps on a frame, each at its time from now on; `speed` 2 takes half of the time.
+// Calls `done` after each step. Returns after the last one. A step that this frame does not allow
+// is a FrameError; throws std::system_error when its files cannot be written.
 void play(const FrameRoot& tree, const Scenario& scenario, double speed,
           const std::function<void(const ScenarioStep&)>& done);
 

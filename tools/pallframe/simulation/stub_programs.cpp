@@ -1,3 +1,7 @@
+// kPrograms has one row for each program: its path, its action and its service. All paths are links
+// to pallframe, which finds the row by the name it was called by. Each call is logged, delayed and
+// failed as the frame's settings say, and only then performs its action.
+
 #include "pallframe/simulation/stub_programs.h"
 
 #include <unistd.h>

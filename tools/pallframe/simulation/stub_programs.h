@@ -7,9 +7,9 @@
 #include "pallframe/simulation/frame_root.h"
 
 // The programs and scripts that the daemon on the card runs: init scripts, service tools,
-// ifenslave, devmem. One program stands behind all of them and is told by its name which one it is.
-// Each writes down what it was told in paths::kCommands, one line per call in the order of the
-// calls, and then changes the frame's devices or the noted state of a service.
+// ifenslave, devmem. All are links to one program, which knows by its name which of them it is.
+// Each call is logged in paths::kCommands, one line per call in the order of the calls, and then
+// changes the frame's devices or the state of a service.
 namespace pallframe::simulation {
 
 // Where programs are searched in a frame; the same as a shell's own default.
@@ -19,11 +19,11 @@ inline constexpr const char* kSearchPath =
 // The absolute paths of all of them.
 std::vector<std::string> programPaths();
 
-// Is this how one of them was called (argv[0], with or without directory)?
+// Whether the name (argv[0], with or without directory) is that of a stub program.
 bool isProgram(std::string_view name);
 
-// Is one of them, told these words (the first one its name); returns its exit status. Does not
-// return for sudo, which becomes what it was told to run. Throws std::system_error.
+// Acts as the program with these arguments (the first is its name); returns the exit status. Does
+// not return for sudo, which executes its command. Throws std::system_error.
 int runProgram(const FrameRoot& tree, const std::vector<std::string>& words);
 
 // How long each call of a program takes; FrameError when there is no such program.

@@ -18,7 +18,7 @@ const Diagnosis kSome{
       "No such file or directory",
       {{"version", "\"read error\""}, {"frameName", ""}},
       ""},
-     {"/sbin/tool", State::notExecutable, "no program that may be run", {}, "nothing is done"},
+     {"/sbin/tool", State::notExecutable, "not an executable file", {}, "nothing is done"},
      {"/root/secret", State::notAccessible, "Permission denied"},
      {"/dev/log", State::notRunning, "needs a running frame"}}};
 
@@ -30,7 +30,7 @@ TEST(Report, HasALineForEachCheckAndWhatFollowsBelow) {
               "    sshEnabled 0: the service is off\n"
               "missing         /etc/gone (No such file or directory)\n"
               "    version \"read error\", frameName\n"
-              "not executable  /sbin/tool (no program that may be run)\n"
+              "not executable  /sbin/tool (not an executable file)\n"
               "    nothing is done\n"
               "skipped         /root/secret (Permission denied)\n"
               "skipped         /dev/log (needs a running frame)\n"

@@ -82,7 +82,7 @@ TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
     EXPECT_EQ(findProblem("ramp foo 1 to 2 over 5s"),
               "x.scenario:1: 'foo' is not a change; choose from cable, psu, battery, file, edit, "
               "delay, exit-status");
-    EXPECT_EQ(findProblem("ramp battery x to 2 over 5s"), "x.scenario:1: 'x' is no number");
+    EXPECT_EQ(findProblem("ramp battery x to 2 over 5s"), "x.scenario:1: 'x' is not a number");
     EXPECT_EQ(findProblem("ramp battery 9 to 2 over 5s"),
               "x.scenario:1: '9.000' is not a number from 0 to 5");
     for (const char* text : {"ramp", "ramp battery 3 2", "ramp 3 to 2 over 5s",
