@@ -67,7 +67,7 @@ class Parser {
     struct Modifier {
         std::string_view name;
         unsigned bit;
-        void (Parser::*parse)();
+        void (*parse)(Parser& parser);
     };
     static const std::array<Modifier, 9> kModifiers;
 
@@ -111,7 +111,7 @@ class Parser {
         const auto* const modifier = std::ranges::find(kModifiers, word, &Modifier::name);
         if (modifier != kModifiers.end()) {
             expectOnce(modifier->bit, word);
-            (this->*modifier->parse)();
+            modifier->parse(*this);
         } else if (word.ends_with('%')) {
             expectOnce(kFrequency, word);
             parsePercent(word);
@@ -134,9 +134,6 @@ class Parser {
         seen_ |= modifier;
     }
 
-    void parseFrom() { parseDirection(Direction::from, "from"); }
-    void parseTo() { parseDirection(Direction::to, "to"); }
-
     // A direction includes its client, so that "from daemon to daemon" is a conflict.
     void parseDirection(Direction direction, std::string_view keyword) {
         rule_.direction = direction;
@@ -145,15 +142,12 @@ class Parser {
         if (client == "client") {
             parseClient();
         } else if (client == "daemon") {
-            parseDaemon();
+            rule_.client = kDaemonID;
         } else if (client != "any") {
             throw FaultSyntaxError("unknown client " + quoted(client) +
                                    "; use daemon, client ID or any");
         }
     }
-
-    void parseAny() {}
-    void parseDaemon() { rule_.client = kDaemonID; }
 
     void parseClient() {
         const std::string text = takeAfter("client", "a connection ID");
@@ -172,15 +166,12 @@ class Parser {
         rule_.object = name;
     }
 
-    void parseEvery() { parseFrequency(Frequency::every, "every"); }
-    void parseNext() { parseFrequency(Frequency::next, "next"); }
-
     void parseFrequency(Frequency frequency, std::string_view keyword) {
         rule_.frequency = frequency;
         rule_.number = parseCount(takeAfter(keyword, "a count"), 1);
     }
 
-    void parseFor() { rule_.duration = parseTime(takeAfter("for", "a time")); }
+    void parseDuration() { rule_.duration = parseTime(takeAfter("for", "a time")); }
 
     void parsePercent(std::string_view text) {
         const auto percent = cli::parseNumber<double>(text.substr(0, text.size() - 1), 0, 100);
@@ -244,15 +235,15 @@ class Parser {
 };
 
 const std::array<Parser::Modifier, 9> Parser::kModifiers{{
-    {"from", kFrom, &Parser::parseFrom},
-    {"to", kTo, &Parser::parseTo},
-    {"daemon", kClient, &Parser::parseDaemon},
-    {"client", kClient, &Parser::parseClient},
-    {"any", kClient, &Parser::parseAny},
-    {"object", kObject, &Parser::parseObject},
-    {"every", kFrequency, &Parser::parseEvery},
-    {"next", kFrequency, &Parser::parseNext},
-    {"for", kFor, &Parser::parseFor},
+    {"from", kFrom, [](Parser& parser) { parser.parseDirection(Direction::from, "from"); }},
+    {"to", kTo, [](Parser& parser) { parser.parseDirection(Direction::to, "to"); }},
+    {"daemon", kClient, [](Parser& parser) { parser.rule_.client = kDaemonID; }},
+    {"client", kClient, [](Parser& parser) { parser.parseClient(); }},
+    {"any", kClient, [](Parser&) {}},
+    {"object", kObject, [](Parser& parser) { parser.parseObject(); }},
+    {"every", kFrequency, [](Parser& parser) { parser.parseFrequency(Frequency::every, "every"); }},
+    {"next", kFrequency, [](Parser& parser) { parser.parseFrequency(Frequency::next, "next"); }},
+    {"for", kFor, [](Parser& parser) { parser.parseDuration(); }},
 }};
 
 std::vector<std::string> allKeywords() {

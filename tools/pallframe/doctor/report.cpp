@@ -10,26 +10,14 @@ namespace pallframe::doctor {
 
 namespace {
 
-struct StateWord {
-    State state;
-    const char* word;
+// In the order of the enumeration.
+constexpr std::array<const char*, 8> kStateWords{
+    "ok",        "missing",     "unreadable", "not executable",
+    "read-only", "undecodable", "skipped",    "skipped",
 };
 
-constexpr std::array<StateWord, 8> kStateWords{{
-    {State::ok, "ok"},
-    {State::missing, "missing"},
-    {State::unreadable, "unreadable"},
-    {State::notExecutable, "not executable"},
-    {State::readOnly, "read-only"},
-    {State::undecodable, "undecodable"},
-    {State::notAccessible, "skipped"},
-    {State::notRunning, "skipped"},
-}};
-
 std::string formatState(State state) {
-    const auto* found = std::find_if(kStateWords.begin(), kStateWords.end(),
-                                     [state](const StateWord& one) { return one.state == state; });
-    return found->word;
+    return kStateWords.at(static_cast<size_t>(state));
 }
 
 // "ipAddress 0, netmask 0", without a value where none is known.
@@ -63,15 +51,11 @@ std::string formatText(const Finding& finding) {
 }
 
 size_t countFindings(const Diagnosis& diagnosis, State state) {
-    return static_cast<size_t>(
-        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
-                      [state](const Finding& finding) { return finding.state == state; }));
+    return static_cast<size_t>(std::ranges::count(diagnosis.findings, state, &Finding::state));
 }
 
 size_t countProblems(const Diagnosis& diagnosis) {
-    return static_cast<size_t>(
-        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
-                      [](const Finding& finding) { return finding.isProblem(); }));
+    return static_cast<size_t>(std::ranges::count_if(diagnosis.findings, &Finding::isProblem));
 }
 
 std::string skippedText(const Diagnosis& diagnosis, State state, const char* hint) {

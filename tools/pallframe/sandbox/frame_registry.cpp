@@ -163,9 +163,7 @@ std::vector<RunningFrame> Registry::running() const {
             running.push_back(*frame);
         }
     }
-    std::sort(
-        running.begin(), running.end(),
-        [](const RunningFrame& one, const RunningFrame& other) { return one.pid < other.pid; });
+    std::ranges::sort(running, {}, &RunningFrame::pid);
     return running;
 }
 
@@ -176,10 +174,9 @@ RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_v
     if (name.empty() && running.size() > 1) {
         throw FrameError("several frames are running; choose one: " + listFrames(running));
     }
-    const auto found =
-        std::find_if(running.begin(), running.end(), [name](const RunningFrame& frame) {
-            return name.empty() || std::to_string(frame.pid) == name;
-        });
+    const auto found = std::ranges::find_if(running, [name](const RunningFrame& frame) {
+        return name.empty() || std::to_string(frame.pid) == name;
+    });
     if (found == running.end()) {
         throw FrameError("frame '" + std::string(name) +
                          "' is not running; running: " + listFrames(running));
@@ -189,10 +186,9 @@ RunningFrame chooseFrame(const std::vector<RunningFrame>& running, std::string_v
 
 RunningFrame frameIn(const std::vector<RunningFrame>& running, const std::string& directory) {
     const fs::path wanted = canonical(directory);
-    const auto found =
-        std::find_if(running.begin(), running.end(), [&wanted](const RunningFrame& frame) {
-            return !frame.directory.empty() && canonical(frame.directory) == wanted;
-        });
+    const auto found = std::ranges::find_if(running, [&wanted](const RunningFrame& frame) {
+        return !frame.directory.empty() && canonical(frame.directory) == wanted;
+    });
     if (found == running.end()) {
         throw FrameError("no frame is running in " + directory);
     }

@@ -11,9 +11,7 @@ constexpr std::string_view kDriverLine =
     "Ethernet Channel Bonding Driver: v3.7.1 (April 27, 2011)\n\n";
 
 Slave* findSlave(Bond& bond, std::string_view interface) {
-    const auto found =
-        std::find_if(bond.slaves.begin(), bond.slaves.end(),
-                     [interface](const Slave& slave) { return slave.interface == interface; });
+    const auto found = std::ranges::find(bond.slaves, interface, &Slave::interface);
     return found == bond.slaves.end() ? nullptr : &*found;
 }
 
@@ -62,8 +60,7 @@ void chooseActive(Bond& bond) {
     if (active != nullptr && active->up) {
         return;
     }
-    const auto next = std::find_if(bond.slaves.begin(), bond.slaves.end(),
-                                   [](const Slave& slave) { return slave.up; });
+    const auto next = std::ranges::find(bond.slaves, true, &Slave::up);
     bond.active = next == bond.slaves.end() ? "" : next->interface;
 }
 

@@ -14,6 +14,15 @@ void update(const FrameRoot& tree, std::string_view path, const std::string& tex
     tree.replace(tree.whereKept(path), text);
 }
 
+// Changes one member of the power state.
+template <typename Value>
+void setPower(const FrameRoot& tree, Value Power::*member, Value value) {
+    const FrameLock lock(tree);
+    Power power = readPower(tree);
+    power.*member = value;
+    storePower(tree, power);
+}
+
 }  // namespace
 
 const Product& readProduct(const FrameRoot& tree) {
@@ -70,17 +79,15 @@ void setSupply(const FrameRoot& tree, int number, double volts) {
     if (number != 1 && number != 2) {
         throw FrameError("this frame has no supply " + std::to_string(number));
     }
-    const FrameLock lock(tree);
-    Power power = readPower(tree);
-    (number == 1 ? power.psu1 : power.psu2) = volts;
-    storePower(tree, power);
+    setPower(tree, number == 1 ? &Power::psu1 : &Power::psu2, volts);
 }
 
 void setBattery(const FrameRoot& tree, double volts) {
-    const FrameLock lock(tree);
-    Power power = readPower(tree);
-    power.battery = volts;
-    storePower(tree, power);
+    setPower(tree, &Power::battery, volts);
+}
+
+void setBatteryLoad(const FrameRoot& tree, bool on) {
+    setPower(tree, &Power::loaded, on);
 }
 
 void editLine(const FrameRoot& tree, std::string_view path, std::string_view line) {
@@ -96,13 +103,6 @@ void editLine(const FrameRoot& tree, std::string_view path, std::string_view lin
         text.append(isIt ? line : each).append("\n");
     }
     tree.replace(file, replaced ? text : text.append(line).append("\n"));
-}
-
-void setBatteryLoad(const FrameRoot& tree, bool on) {
-    const FrameLock lock(tree);
-    Power power = readPower(tree);
-    power.loaded = on;
-    storePower(tree, power);
 }
 
 }  // namespace pallframe::simulation

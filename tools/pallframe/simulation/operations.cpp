@@ -182,8 +182,7 @@ std::span<const OperationKind> operationKinds() {
 
 Operation parseOperation(const Words& words) {
     const std::string name = words.empty() ? "" : words[0];
-    const auto* kind = std::find_if(kKinds.begin(), kKinds.end(),
-                                    [&name](const OperationKind& one) { return one.name == name; });
+    const auto* kind = std::ranges::find(kKinds, name, &OperationKind::name);
     if (kind == kKinds.end()) {
         throw UnknownOperation("'" + name + "' is not a change; choose from " + kindNames());
     }

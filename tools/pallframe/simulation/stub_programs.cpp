@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "cli/escape.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/frame_paths.h"
 
@@ -165,9 +166,8 @@ std::string_view baseName(std::string_view path) {
 }
 
 const Program* findProgram(std::string_view name) {
-    const auto* found = std::find_if(
-        kPrograms.begin(), kPrograms.end(),
-        [name](const Program& program) { return baseName(program.path) == baseName(name); });
+    const auto* found = std::ranges::find(
+        kPrograms, baseName(name), [](const Program& program) { return baseName(program.path); });
     return found == kPrograms.end() ? nullptr : found;
 }
 
@@ -203,31 +203,24 @@ bool isPlain(const std::string& word) {
     return !word.empty() && word.find_first_of(kSpecial) == std::string::npos;
 }
 
-// A quote or a line end leaves the quoted part and has a form of its own.
+// A line end leaves the quoted part and has a form of its own.
 std::string quoteWord(const std::string& word) {
-    std::string text = "'";
-    for (const char sign : word) {
-        switch (sign) {
-            case '\'':
-                text += "'\\''";
-                break;
-            case '\n':
-                text += "'$'\\n''";
-                break;
-            default:
-                text += sign;
-        }
+    constexpr std::string_view kLineEnd = "'$'\\n''";
+    std::string text = cli::shellQuoted(word);
+    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += kLineEnd.size()) {
+        text.replace(at, 1, kLineEnd);
     }
-    return text + "'";
+    return text;
 }
 
 }  // namespace
 
 std::vector<std::string> programPaths() {
-    std::vector<std::string> all(kPrograms.size());
-    std::transform(kPrograms.begin(), kPrograms.end(), all.begin(),
-                   [](const Program& program) { return program.path; });
-    return all;
+    std::vector<std::string> paths;
+    for (const Program& program : kPrograms) {
+        paths.emplace_back(program.path);
+    }
+    return paths;
 }
 
 bool isProgram(std::string_view name) {
