@@ -54,7 +54,7 @@ void Server::listen() {
     accept();
 }
 
-// Another program may have taken the port meanwhile.
+// Another program may have taken the port.
 void Server::listenAgain() try { listen(); } catch (const std::system_error& error) {
     report_(std::string("not listening: ") + error.code().message());
     acceptPause_.arm(kAcceptPause);

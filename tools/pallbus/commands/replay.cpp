@@ -1,3 +1,6 @@
+// Reads the whole recording, plans the steps of one participant, replays them to the device that
+// connects, and prints the differences. The exit status is that of diff(1).
+
 #include <csignal>
 #include <cstdio>
 #include <memory>

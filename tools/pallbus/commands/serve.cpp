@@ -100,7 +100,7 @@ void runBus(uint16_t port, const Options& options) {
         [&](broker::ControlRequest request, const broker::ControlSocket::Answer& answer) {
             handleControlRequest(std::move(request), server.faultScheduler(), recorder, answer);
         });
-    // Before the line below: whoever reads it may send a signal at once.
+    // Before the line below, because its reader may send a signal at once.
     asio::signal_set stop(io, SIGINT, SIGTERM);
     stop.async_wait([&io](const asio::error_code&, int) { io.stop(); });
     cli::printNow("pallbus: listening on 127.0.0.1:" + std::to_string(server.port()) +
