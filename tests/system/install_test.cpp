@@ -4,6 +4,7 @@
 
 using namespace outside;
 using testing::HasSubstr;
+using testing::Not;
 using testing::UnorderedElementsAre;
 
 namespace {
@@ -88,6 +89,50 @@ TEST(InstallOfTheDaemonAlone, BringsNothingForPeopleAtAWorkstation) {
     ASSERT_EQ(result.status, 0) << result.error;
     EXPECT_TRUE(fs::exists(directory.path("usr/sbin/pallwatch")));
     EXPECT_FALSE(fs::exists(directory.path("usr/bin")));
+}
+
+// A build without a preset, on a machine with a compiler, asio and cJSON.
+class PlainDaemon : public testing::Test {
+  protected:
+    void SetUp() override {
+        const Result result =
+            run({"env", "-u", "CXXFLAGS", "cmake", "-S", ".", "-B", directory.path(),
+                 "-DBUILD_TESTING=OFF", "-DPALLWATCH_TOOLS=OFF", without("GTest"),
+                 without("benchmark"), without("CLI11"), without("PkgConfig")});
+        ASSERT_EQ(result.status, 0) << result.error;
+        commands = readFile(directory.path("compile_commands.json"));
+    }
+
+    static std::string without(const std::string& package) {
+        return "-DCMAKE_DISABLE_FIND_PACKAGE_" + package + "=ON";
+    }
+
+    // How the commands name a file in that directory of the checkout.
+    static std::string fileIn(const std::string& room) {
+        return "\"file\": \"" + (fs::current_path() / room / "").string();
+    }
+
+    const TemporaryDirectory directory;
+    std::string commands;
+};
+
+TEST_F(PlainDaemon, IsBuiltWithoutToolsAndTestsAndWhatTheyNeed) {
+    EXPECT_THAT(commands, HasSubstr(fileIn("src") + "service/main.cpp"));
+    for (const char* room : {"tools", "tests", "fuzz", "bench"}) {
+        EXPECT_THAT(commands, Not(HasSubstr(fileIn(room)))) << room;
+    }
+}
+
+TEST_F(PlainDaemon, IsBuiltWithTheWarningsOfItsUser) {
+    EXPECT_THAT(commands, Not(HasSubstr(" -W")));
+}
+
+TEST(Presets, TreatWarningsAsErrors) {
+    for (const char* preset : {"default", "asan", "tsan", "clang", "coverage"}) {
+        EXPECT_THAT(run({"cmake", "--preset", preset, "-N"}).output,
+                    HasSubstr("PALLWATCH_WARNINGS=\"ON\""))
+            << preset;
+    }
 }
 
 constexpr const char* kFindAll =
