@@ -10,9 +10,9 @@
 #include <asio/io_service.hpp>
 #include <asio/signal_set.hpp>
 
-#include "bus/timer.h"
 #include "bus/async_tarn_internal_client.h"
 #include "bus/async_task_service.h"
+#include "bus/timer.h"
 #include "service/redundant_controllers.h"
 #include "service/service_manager.h"
 #include "service/state_saver.h"

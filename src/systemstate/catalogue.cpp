@@ -379,8 +379,9 @@ std::span<const CatalogueRow> catalogue() {
 }
 
 std::span<const CatalogueRow> rowsBuiltBy(Builder builder) {
-    const auto rows = std::ranges::equal_range(kCatalogue, builder, {}, &CatalogueRow::builder);
-    return {rows.begin(), rows.end()};
+    const auto isBuilt = [builder](const CatalogueRow& row) { return row.builder == builder; };
+    const auto* const begin = std::ranges::find_if(kCatalogue, isBuilt);
+    return {begin, std::ranges::find_if_not(begin, std::end(kCatalogue), isBuilt)};
 }
 
 const CatalogueRow* findRow(std::string_view key) {
