@@ -4,13 +4,19 @@
 
 #include "cli/timed_script.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <numeric>
 #include <utility>
 
+#include "cli/file_descriptor.h"
 #include "cli/parse_number.h"
 
 namespace cli::script {
@@ -276,6 +282,20 @@ std::vector<Line> parse(std::string_view text, Errors& errors) {
         reader.take(takeLine(text), number);
     }
     return std::move(reader).lines();
+}
+
+std::string readFile(const std::string& path) {
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::string text;
+    ssize_t size = file.get() < 0 ? -1 : 1;
+    for (std::array<char, 4096> chunk; size > 0;) {
+        size = ::read(file.get(), chunk.data(), chunk.size());
+        text.append(chunk.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+    }
+    if (size < 0) {
+        throw std::runtime_error("cannot read " + path + ": " + std::strerror(errno));
+    }
+    return text;
 }
 
 std::string quoted(std::string_view word) {

@@ -35,6 +35,10 @@ std::vector<Line> parse(std::string_view text, Errors& errors);
 // Quotes a word without a line end so that parse() returns it again.
 std::string quoted(std::string_view word);
 
+// The text of a script file, or of anything else that can be read to an end, such as a pipe. Throws
+// std::runtime_error, "cannot read PATH: reason".
+std::string readFile(const std::string& path);
+
 // "500ms", "2s", "1.5s", "3m", up to kMaxDuration; otherwise empty.
 std::optional<std::chrono::milliseconds> parseDuration(std::string_view text);
 // The error message for any other text.

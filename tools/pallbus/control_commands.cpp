@@ -1,14 +1,12 @@
 #include "pallbus/control_commands.h"
 
-#include <array>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include "cli/command_line.h"
-#include "util/files.h"
+#include "cli/timed_script.h"
 
 namespace pallbus {
 
@@ -56,18 +54,7 @@ void stopRecording(Recorder& recorder, const ControlSocket::Answer& answer) {
 }  // namespace
 
 std::string readScript(const std::string& path) {
-    const util::UniqueFile file = util::openFile(path, "r");
-    if (!file) {
-        throw std::runtime_error("error while opening file: " + path);
-    }
-    std::string text;
-    std::array<char, 4096> chunk;
-    while (const size_t count = std::fread(chunk.data(), 1, chunk.size(), file.get())) {
-        text.append(chunk.data(), count);
-    }
-    if (std::ferror(file.get()) != 0) {
-        throw std::runtime_error("error while reading file: " + path);
-    }
+    std::string text = cli::script::readFile(path);
     return text.empty() || text.back() == '\n' ? text : text + '\n';
 }
 

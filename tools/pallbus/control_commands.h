@@ -15,8 +15,8 @@ inline constexpr const char* kClearCommand = "clear";
 inline constexpr const char* kStatusCommand = "status";
 inline constexpr const char* kStopRecordingCommand = "stop recording";
 
-// Reads a fault script from a file, or from anything else that can be read to an end, such as a
-// pipe. Throws std::runtime_error.
+// Reads a fault script (script::readFile); the text ends with a line feed, so that it is not taken
+// for another command. Throws std::runtime_error.
 std::string readScript(const std::string& path);
 
 // Records to the file that is passed with the command. `path` is the name of that file.

@@ -1,11 +1,7 @@
 #include "pallframe/simulation/scenario_player.h"
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <stdexcept>
 #include <thread>
 
 #include "cli/timed_script.h"
@@ -13,33 +9,16 @@
 
 namespace pallframe::simulation {
 
-namespace {
-
-// Errors in a scenario are errors of the user.
-template <typename Work>
-auto asked(Work work) {
-    try {
-        return work();
-    } catch (const cli::script::Error& error) {
-        throw FrameError(error.what());
-    }
+Scenario readScenarioFile(const std::string& file) try {
+    return {file, readScenario(cli::script::readFile(file), file)};
+} catch (const std::runtime_error& error) {  // of the file or of its text
+    throw FrameError(error.what());
 }
 
-}  // namespace
-
-Scenario readScenarioFile(const std::string& file) {
-    const std::ifstream stream(file, std::ios::binary);
-    if (!stream.is_open() || std::filesystem::is_directory(file)) {
-        throw FrameError("cannot read " + file + ": " +
-                         (stream.is_open() ? "it is a directory" : std::strerror(errno)));
-    }
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return asked([&]() -> Scenario { return {file, readScenario(text.str(), file)}; });
-}
-
-void checkScenario(const FrameRoot& tree, const Scenario& scenario) {
-    asked([&] { simulation::checkScenario(tree, scenario.steps, scenario.file); });
+void checkScenario(const FrameRoot& tree, const Scenario& scenario) try {
+    simulation::checkScenario(tree, scenario.steps, scenario.file);
+} catch (const cli::script::Error& errors) {
+    throw FrameError(errors.what());
 }
 
 void play(const FrameRoot& tree, const Scenario& scenario, double speed,

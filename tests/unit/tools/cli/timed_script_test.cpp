@@ -1,6 +1,10 @@
 #include "cli/timed_script.h"
 
+#include <fstream>
+
 #include <gmock/gmock.h>
+
+#include "support/temporary_directory.h"
 
 namespace cli {
 
@@ -154,6 +158,28 @@ TEST(Script, ReadsAQuotedWordAsItWas) {
         EXPECT_EQ(script::parse(script::quoted(word) + " next", "").at(0).words,
                   (std::vector<std::string>{word, "next"}));
     }
+}
+
+std::string readError(const std::string& path) {
+    try {
+        script::readFile(path);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+TEST(ScriptFile, IsReadToItsEnd) {
+    const TemporaryDirectory directory;
+    const std::string text = std::string(10'000, 'x') + "\nend";
+    std::ofstream(directory.path("script")) << text;
+    EXPECT_EQ(script::readFile(directory.path("script")), text);
+    EXPECT_EQ(script::readFile("/dev/null"), "");
+}
+
+TEST(ScriptFile, ThatCannotBeReadIsAnError) {
+    EXPECT_EQ(readError("/no/such/file"), "cannot read /no/such/file: No such file or directory");
+    EXPECT_EQ(readError("/"), "cannot read /: Is a directory");
 }
 
 TEST(ScriptDuration, IsInSecondsOnACommandLineWithoutAUnit) {
