@@ -248,6 +248,7 @@ const std::array<Parser::Modifier, 9> Parser::kModifiers{{
 
 std::vector<std::string> allKeywords() {
     std::vector<std::string> words;
+    words.reserve(kKinds.size() + Parser::kModifiers.size() + 1);
     for (const KindGrammar& kind : kKinds) {
         words.emplace_back(kind.name);
     }
