@@ -63,7 +63,7 @@ std::vector<replay::Step> makePlan(const Options& options) try {
     throw std::runtime_error(options.file + ": " + error.what());
 }
 
-// A name may stand with or without its object.
+// A name may be given with or without its object.
 replay::IgnoredNames parseIgnored(const Options& options) {
     replay::IgnoredNames names;
     for (const std::string& name : options.ignored) {

@@ -133,7 +133,8 @@ constexpr Check marker(const char* place) {
 }
 
 constexpr std::string_view kPortsStay = "the ports stay as they were found last";
-constexpr std::string_view kNotSwitched = "what is set is shown, and the service not switched";
+constexpr std::string_view kNotSwitched =
+    "the new value is published, but the service is not started or stopped";
 constexpr std::string_view kNotFound = "a new address is not announced, the frame is not found";
 constexpr std::string_view kRestarts = "a new address of the remote controller restarts modules";
 
@@ -167,14 +168,17 @@ constexpr Check kChecks[] = {
     file(kDeviceLabelsFile, tessaraFrame, isJSON, "the frame keeps the name that it has"),
 
     {{kStateContainer}, Kind::settings, all, "", isJSON},
-    {{kStateContainer}, Kind::directory, all, "what is set from the bus is lost at the end"},
+    {{kStateContainer},
+     Kind::directory,
+     all,
+     "settings from the bus are lost when the daemon ends"},
     optional(kDeviceNameFile, tessaraFrame, "the name for the user interface, kept up to date"),
 
     program({kShell}, all, "no command at all is carried out"),
     program({kBatteryLoadOn, kBatteryLoadOff}, tessaraEdition,
             "the battery is measured without its load, and looks better than it is"),
     program({kChangeActiveSlave}, quorane,
-            "what is set is shown, and the traffic stays on its port"),
+            "the new value is published, but the traffic stays on its port"),
     program({kRestartNetworkService}, all,
             "new settings are written, and taken up at the next boot only"),
     program({kRegisterLocationService}, all, kNotFound),
@@ -205,7 +209,7 @@ constexpr Check kChecks[] = {
     optional(kKeliControlModeFile, remoteControlled, kRestarts),
     optional(kRemoteControlModeFile, remoteControlled, kRestarts),
     program({kKeliIpChangedScript}, remoteControlled,
-            "modules are not told a new address of the remote controller"),
+            "modules do not learn a new address of the remote controller"),
 };
 
 bool names(const Check& check, std::string_view place) {

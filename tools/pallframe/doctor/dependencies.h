@@ -12,19 +12,19 @@ namespace pallframe::doctor {
 
 // What a check looks for.
 enum class Kind {
-    file,       // is there and says what it has to
-    program,    // is there and may be run
-    directory,  // is there and can be written to
-    optional,   // both ways are good; what it means that it is there is told
-    marker,     // the same, of a service's switch that may also have been saved
+    file,       // exists, and its text can be decoded
+    program,    // exists and is executable
+    directory,  // exists and is writable
+    optional,   // may exist; the effect is that of its presence
+    marker,     // the same, for the switch of a service, which may also have been saved
     settings,   // the state file with its older copy
-    unit,       // of systemd, is installed
-    listener,   // somebody listens there
-    syslog,     // a socket with somebody behind it
-    device,     // of characters
+    unit,       // a systemd unit that is installed
+    listener,   // an address that a program listens on
+    syslog,     // a socket that a log daemon reads
+    device,     // a character device
 };
 
-// A parameter and what is published for it, as JSON; empty when that is not known beforehand.
+// A parameter and what is published for it, as JSON; empty when the value is not known in advance.
 struct Published {
     std::string_view name{};  // without "system."
     std::string_view value{};

@@ -167,10 +167,9 @@ ProbeResult probe(const RootProbe& root, const Check& check, const Product& prod
     return probeFile(root, check, product);
 }
 
-// A name that no product has is taken as it stands: another thing than none at all, which makes a
-// Quorane.
+// The daemon takes an unknown name literally; only a card without a name counts as a Quorane.
 void describeUnknownName(Finding& finding, const std::string& name) {
-    finding.reason = "'" + name + "' is no known product's name, letter for letter";
+    finding.reason = "'" + name + "' is not the exact name of a known product";
     finding.published = {{"frameName", ""}, {"activeEthernet", ""}};
     finding.effect = "treated as a Quorane under that name, but its active port cannot be switched";
 }

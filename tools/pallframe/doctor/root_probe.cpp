@@ -140,8 +140,8 @@ bool RootProbe::isSimulated(const std::string& path) const {
            isFrameAtRest();
 }
 
-// What a simulated frame shows of the machine, and the program behind all of its own, is mounted
-// where only those inside see it.
+// The host's directories, and the program behind the stub programs, are mounted in the namespace of
+// a running frame, where only its processes see them.
 bool RootProbe::isFrameAtRest() const {
     return isFrame() && executable(std::string(simulation::paths::kProgram)).state != State::ok;
 }

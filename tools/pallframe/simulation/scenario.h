@@ -25,13 +25,13 @@ inline constexpr size_t kMaxSteps = 100'000;
 //
 //     after 2s ramp battery 3.2 to 2.3 over 30s
 //
-// which go on while the lines behind them are done. The steps come in the order of their times.
-// Nothing is done yet. Throws script::Error with all that is wrong.
+// which continue while the following lines run. Returns the steps in the order of their times and
+// carries out none. Throws script::Error with all errors.
 std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view name);
 
-// Holds the steps of a scenario against a frame as it is now: a file that is to go has to be there
-// unless an earlier step brings it, and what is edited has to be a file. Of those that the daemon
-// keeps, any may come while the scenario goes on. Throws script::Error with all that is wrong.
+// Checks the steps of a scenario against a frame as it is now: a file to set aside must exist
+// unless an earlier step restores it, and only files can be edited. Files that the daemon writes
+// may appear while the scenario is running. Throws script::Error with all errors.
 void checkScenario(const FrameRoot& tree, const std::vector<ScenarioStep>& steps,
                    std::string_view name);
 

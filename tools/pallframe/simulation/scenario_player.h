@@ -18,7 +18,7 @@ struct Scenario {
 // Throws FrameError, also for errors in its text.
 Scenario readScenarioFile(const std::string& file);
 
-// Throws FrameError with all steps that this frame, as it is before the first, does not
+// Throws FrameError with all steps that this frame, as it is before the first step, does not
 // allow.
 void checkScenario(const FrameRoot& tree, const Scenario& scenario);
 

@@ -178,7 +178,7 @@ TEST_F(BrokerTest, NeverEchoesARequestToItsSender) {
     EXPECT_THAT(sent_, IsEmpty());
 }
 
-TEST_F(BrokerTest, IsSilentAboutObjectsThatNobodyServes) {
+TEST_F(BrokerTest, DoesNotAnswerForObjectsWithoutSubscribers) {
     EXPECT_TRUE(accept(2, "[\"GET\", \"nobody\", 20, 0, 0]\n{\"id\":\"1@1\"}"));
     EXPECT_THAT(sent_, IsEmpty());
 }
@@ -202,7 +202,7 @@ TEST_F(BrokerTest, ShowsAnswersToThoseWhoReceiveAllOnce) {
     EXPECT_THAT(sent_, ElementsAre(Pair(3, framed(payload)), Pair(2, framed(payload))));
 }
 
-TEST_F(BrokerTest, DropsAnswersToNobodyAndToOneself) {
+TEST_F(BrokerTest, DropsResponsesToUnknownClientsAndToTheSender) {
     accept(1, "[\"RSP\", \"system\", 8, 99, 0]\n{}");
     accept(1, "[\"RSP\", \"system\", 8, 8, 0]\n{}");
     broker_.removeClient(2);
@@ -252,7 +252,7 @@ TEST_F(BrokerTest, SurvivesDataThatIsNoJSON) {
     EXPECT_FALSE(sent_.empty());
 }
 
-TEST_F(BrokerTest, AnswersTheDetailsQuestionAtOnceWhenNobodyElseIsThere) {
+TEST_F(BrokerTest, AnswersTheDetailsQuestionAtOnceWithoutOtherClients) {
     accept(1, detailsQuestion(8));
     EXPECT_THAT(sent_, ElementsAre(Pair(1, detailsAnswer(8))));
     EXPECT_EQ(broker_.nextTimeout(), std::nullopt);
@@ -370,7 +370,7 @@ TEST_F(BrokerTest, ShowsAWitnessWhatComesInAndWhatTheBusAnswers) {
                     Pair(8, detailsQuestion(8)), Pair(0, extractPayload(detailsAnswer(8)))));
 }
 
-TEST_F(BrokerTest, NamesToAWitnessWhoIsNotLoggedInByTheMessageAndBytesByNobody) {
+TEST_F(BrokerTest, TapSeesTheSourceOfAMessageWithoutLoginAndNoSenderOfOtherBytes) {
     std::vector<int32_t> seen;
     broker_.setTap([&seen](int32_t from, std::string_view) { seen.push_back(from); });
     broker_.addClient(4);

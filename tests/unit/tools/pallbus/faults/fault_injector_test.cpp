@@ -86,7 +86,7 @@ TEST_F(FaultInjectorTest, AppliesToAnObjectAndAllBelowIt) {
     }
 }
 
-TEST_F(FaultInjectorTest, TheEmptyObjectStandsForAll) {
+TEST_F(FaultInjectorTest, TheEmptyObjectMatchesAll) {
     add("drop object ''");
     EXPECT_TRUE(from(20).dropped);
 }
@@ -192,7 +192,7 @@ TEST_F(FaultInjectorTest, StopsReadingFromThoseItConcerns) {
     EXPECT_FALSE(injector_.readsFrom(std::nullopt));
 }
 
-TEST_F(FaultInjectorTest, RefusesWhileTold) {
+TEST_F(FaultInjectorTest, RefusesConnectionsWhileTheFaultIsActive) {
     add("refuse 2s");
     EXPECT_TRUE(injector_.refusesConnections());
     EXPECT_EQ(from(20), Delivery{});

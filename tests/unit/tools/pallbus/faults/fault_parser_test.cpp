@@ -111,7 +111,7 @@ TEST(FaultParser, WhatIsDoneToWhatTheBusSendsIsOnlyDoneThere) {
     }
 }
 
-TEST(FaultParser, AConnectionIsCutOnceUnlessToldOtherwise) {
+TEST(FaultParser, TruncateAppliesOnceUnlessTheLineSaysOtherwise) {
     EXPECT_EQ(rule("truncate"), rule("truncate next 1"));
     EXPECT_EQ(rule("truncate every 9").frequency, Frequency::every);
 }

@@ -31,7 +31,7 @@ Descriptor socketAt(const std::string& path, int type) {
     return socket;
 }
 
-TEST_F(DoctorOfLife, CannotSeeItInADirectoryThatIsNobodysRoot) {
+TEST_F(DoctorOfLife, SkipsItInADirectoryThatIsNotARunningRoot) {
     runAs("KELI");
     for (const char* path : {"127.0.0.1:15000", "/dev/log", "/dev/null"}) {
         EXPECT_EQ(at(path).state, State::notRunning) << path;
@@ -65,7 +65,7 @@ TEST_F(DoctorOfLife, ADeviceIsOneOfCharacters) {
     EXPECT_EQ(machine.device(inMachine("/null")).reason, "something else");
 }
 
-TEST_F(DoctorOfLife, NobodyListensToAPortThatIsNone) {
+TEST_F(DoctorOfLife, NoProgramListensOnAnUnusedPort) {
     EXPECT_EQ(machine.listener(0).state, State::missing);
     EXPECT_EQ(machine.listener(0).reason, "nothing is listening");
 }

@@ -61,7 +61,7 @@ TEST_F(Status, ShowsEverythingThatHappened) {
               "call     3            /etc/init.d/S50dropbear restart\n");
 }
 
-TEST_F(Status, IsToldToProgramsAsJSON) {
+TEST_F(Status, IsAvailableAsJSON) {
     populateAs("KELI");
     setCable(tree, "eth0", false);
     setSupply(tree, 2, 11.9);

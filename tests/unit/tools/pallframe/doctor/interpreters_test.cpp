@@ -26,7 +26,7 @@ TEST(Interpreters, AllBehindEnvIsOneName) {
         << "what the kernel hands on";
 }
 
-TEST(Interpreters, EnvTakesItsWordApartWhenItIsToldTo) {
+TEST(Interpreters, EnvSplitsItsWordWithTheOptionS) {
     EXPECT_THAT(findInterpreters("#!/usr/bin/env -S python3 -u\n"),
                 ElementsAre("/usr/bin/env", "python3"));
     EXPECT_THAT(findInterpreters("#!/usr/bin/env -S -i LANG=C python3\n"),
@@ -38,7 +38,7 @@ TEST(Interpreters, TheLineEndOfAnotherSystemIsPartOfTheName) {
     EXPECT_THAT(findInterpreters("#!/bin/sh\r\necho\r\n"), ElementsAre("/bin/sh\r"));
 }
 
-TEST(Interpreters, WhatIsNoScriptHasNone) {
+TEST(Interpreters, ATextThatIsNotAScriptHasNone) {
     for (const char* text : {"", "echo\n", "#\n",
                              "\x7f"
                              "ELF",

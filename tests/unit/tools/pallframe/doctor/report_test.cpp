@@ -42,7 +42,7 @@ TEST(Report, SaysThatNothingIsWrong) {
               "product         KELI\nok              /etc/fine\n1 checks passed.\n");
 }
 
-TEST(Report, IsToldToProgramsAsJSON) {
+TEST(Report, IsAvailableAsJSON) {
     EXPECT_EQ(formatJSON({"KELI", {kSome.findings[2]}}),
               R"({"product":"KELI","well":false,"checks":[{"path":"/etc/gone","state":"missing",)"
               R"("reason":"No such file or directory",)"

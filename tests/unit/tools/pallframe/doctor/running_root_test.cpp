@@ -92,7 +92,7 @@ TEST(ProcessIn, IsThisOneForItsOwnRoot) {
     EXPECT_EQ(processIn(opened("/proc/self/root")), "/proc/self");
 }
 
-TEST(ProcessIn, IsNoneForADirectoryThatIsNobodysRoot) {
+TEST(ProcessIn, IsEmptyForADirectoryThatIsNotARunningRoot) {
     const TemporaryDirectory directory;
     EXPECT_EQ(processIn(opened(directory.path())), "");
 }

@@ -75,7 +75,7 @@ TEST_F(RegistryTest, FilesThatAreNoEntriesAreLeftAlone) {
     }
 }
 
-TEST_F(RegistryTest, NobodyElseCanWriteOrRead) {
+TEST_F(RegistryTest, OnlyTheUserCanReadAndWrite) {
     registry.add(kSelf);
     EXPECT_EQ(fs::status(directory.path("frames")).permissions(), fs::perms::owner_all);
 }

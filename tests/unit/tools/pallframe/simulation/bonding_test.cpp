@@ -56,7 +56,7 @@ TEST(Bonding, ParsesWhatItRendered) {
     EXPECT_EQ(parseBond(renderBond(movedToPort2(), false)), movedToPort2());
 }
 
-TEST(Bonding, NoActiveSlaveIsNoneInTheText) {
+TEST(Bonding, WithoutAnActiveSlaveTheTextSaysNone) {
     Bond bond = bothUp();
     ASSERT_TRUE(setLink(bond, "eth0", false));
     ASSERT_TRUE(setLink(bond, "eth1", false));
