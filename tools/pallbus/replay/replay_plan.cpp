@@ -2,10 +2,6 @@
 // of others are sent if they would have reached the client, which a routing table with that one
 // client decides. A login of the client is a new connection.
 
-// The planner passes over the recording once. What the recorded client sent is expected from the
-// device; what the broker would have delivered to that client, by the routing table of the broker,
-// is sent to it. Each login of the client is a new connection.
-
 #include "pallbus/replay/replay_plan.h"
 
 #include <algorithm>
