@@ -257,7 +257,7 @@ TEST_F(PallctlNetwork, SetsBackAsSoonAsThereIsABusAgain) {
 }
 
 TEST_F(PallctlNetwork, SetsBackAsSoonAsThereIsADaemonAgain) {
-    Terminal terminal(program("pallctl", network(kAll, {"--confirm-within=2m", "-t", "0.1"})));
+    Terminal terminal(program("pallctl", network(kAll, {"--confirm-within=2m", "-t", "1"})));
     terminal.screen().waitFor("or no: ");
     stopDaemon();
     terminal.type("no\n");
