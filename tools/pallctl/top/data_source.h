@@ -1,10 +1,8 @@
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 
-#include "client/client.h"
 #include "pallctl/top/device_state.h"
 #include "pallctl/top/render_input.h"
 #include "pallctl/top/view.h"
@@ -39,14 +37,5 @@ class DataSource {
 
     DeviceState state_;
 };
-
-// The device on the bus; its messages are recorded to the file `recordTo` from the start unless
-// that is empty. Throws std::runtime_error when that file cannot be created.
-std::unique_ptr<DataSource> makeLiveSource(const client::ConnectionOptions& connection,
-                                           const std::string& recordTo);
-
-// The recording in that file, for the device of that object. Throws cli::UsageError when the file
-// cannot be read or is not a recording.
-std::unique_ptr<DataSource> makeRecordingSource(const std::string& path, const std::string& object);
 
 }  // namespace pallctl::top

@@ -7,7 +7,6 @@
 #include <iterator>
 #include <utility>
 
-#include "pallctl/top/help.h"
 #include "pallctl/top/line_layout.h"
 #include "pallctl/top/panels.h"
 #include "pallctl/top/status_lines.h"

@@ -6,7 +6,8 @@
 #include "pallctl/top/render_input.h"
 #include "pallctl/top/screen_content.h"
 
-// The panels between title bar and table. A line may be wider than requested. Pure functions.
+// The panels between title bar and table, and the help in place of both. A line may be wider than
+// requested. Pure functions.
 
 namespace pallctl::top {
 
@@ -16,5 +17,8 @@ std::vector<Line> renderPair(const RenderInput& input);
 
 // The voltages with their graphs, in that many columns.
 std::vector<Line> renderVoltages(const RenderInput& input, std::size_t columns);
+
+// The keys and their meaning.
+std::vector<Line> renderHelp(const RenderInput& input);
 
 }  // namespace pallctl::top
