@@ -5,7 +5,7 @@
 #include <string>
 
 #include "cli/command.h"
-#include "cli/completion_request.h"
+#include "cli/completion.h"
 
 namespace cli {
 

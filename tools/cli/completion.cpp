@@ -8,6 +8,7 @@
 #include <iterator>
 #include <set>
 
+#include "cli/cli11.h"
 #include "cli/command_line.h"
 #include "cli/help_text.h"
 

@@ -10,28 +10,14 @@ namespace cli {
 
 namespace {
 
+using CLI::detail::join;
+using CLI::detail::split;
+
 constexpr size_t kColumns = 80;
 constexpr size_t kTextColumn = 26;
 
 // The parser's words for types, which do not help people.
 constexpr const char* kTypes[] = {"TEXT", "INT", "UINT", "FLOAT", "BOOLEAN"};
-
-std::vector<std::string> split(const std::string& text, char separator) {
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, separator);) {
-        parts.push_back(part);
-    }
-    return parts;
-}
-
-std::string join(const std::vector<std::string>& parts, const std::string& separator) {
-    std::string text;
-    for (const std::string& part : parts) {
-        text += (text.empty() ? "" : separator) + part;
-    }
-    return text;
-}
 
 // "  head   text", the text in a column of its own; a long head has a line of its own.
 std::string formatRow(const std::string& head, const std::string& text) {
@@ -95,8 +81,8 @@ std::string listPositionals(const CLI::App& app) {
 }
 
 std::string formatCommandHead(const CLI::App& command) {
-    return join({command.get_name(), listPositionals(command)},
-                listPositionals(command).empty() ? "" : " ");
+    const std::string words = listPositionals(command);
+    return command.get_name() + (words.empty() ? "" : " " + words);
 }
 
 std::string formatUsage(const CLI::App& app, const std::string& name) {

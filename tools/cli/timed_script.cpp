@@ -18,6 +18,7 @@
 
 #include "cli/file_descriptor.h"
 #include "cli/parse_number.h"
+#include "util/text.h"
 
 namespace cli::script {
 
@@ -142,13 +143,6 @@ void writeOut(const Block& inner, Block& outer) {
         }
         outer.now += inner.now;
     }
-}
-
-std::string_view takeLine(std::string_view& text) {
-    const size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    return line;
 }
 
 Words splitWords(std::string_view line) {
@@ -279,7 +273,7 @@ std::vector<Line> parse(std::string_view text, Errors& errors) {
     }
     Reader reader(errors);
     for (int number = 1; !text.empty(); ++number) {
-        reader.take(takeLine(text), number);
+        reader.take(util::takeLine(text), number);
     }
     return std::move(reader).lines();
 }

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "cli/completion_request.h"
+#include "cli/completion.h"
 
 namespace pallbus {
 

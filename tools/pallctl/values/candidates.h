@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/completion_request.h"
+#include "cli/completion.h"
 #include "client/descriptor.h"
 #include "client/device_path.h"
 
