@@ -16,9 +16,6 @@
 #include "cli/timed_script.h"
 #include "pallctl/commands/commands.h"
 #include "pallctl/network/commit_confirmed.h"
-#include "pallctl/network/confirm_prompt.h"
-#include "pallctl/network/detached_process.h"
-#include "pallctl/network/network_change.h"
 
 namespace pallctl {
 
@@ -81,7 +78,7 @@ ExitStatus runDetached(int line, const client::ConnectionOptions& connection,
     ::openlog("pallctl", LOG_PID, LOG_USER);
     NetworkChange change(connection, before, wanted, [line](const std::string& text) {
         ::syslog(LOG_NOTICE, "network: %s", text.c_str());
-        sendText(line, sign::kReport + text);
+        sendReport(line, text);
     });
     return commitConfirmed(line, change, timeout);
 }
@@ -92,7 +89,7 @@ ExitStatus changeConfirmed(const client::ConnectionOptions& connection,
     cli::SignalFD signals(cli::kTerminationSignals);
     DetachedProcess process(
         [&](int line) { return runDetached(line, connection, before, wanted, timeout); });
-    return ConfirmPrompt(process, signals, timeout).run();
+    return askToConfirm(process, signals, timeout);
 }
 
 ExitStatus changeNetwork(const client::ConnectionOptions& connection,
