@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace util {
 
@@ -26,10 +27,16 @@ UniqueFile openFile(const std::string& path, const char* mode);
 // Owns an open descriptor, or none (-1). Its end leaves errno alone.
 class UniqueDescriptor {
   public:
+    UniqueDescriptor() = default;
     explicit UniqueDescriptor(int descriptor) : descriptor_(descriptor) {}
+    UniqueDescriptor(UniqueDescriptor&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+    }
+    UniqueDescriptor& operator=(UniqueDescriptor&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
     ~UniqueDescriptor();
-    UniqueDescriptor(const UniqueDescriptor&) = delete;
-    UniqueDescriptor& operator=(const UniqueDescriptor&) = delete;
 
     explicit operator bool() const { return descriptor_ >= 0; }
     int get() const { return descriptor_; }
@@ -38,7 +45,7 @@ class UniqueDescriptor {
     bool close();
 
   private:
-    int descriptor_;
+    int descriptor_ = -1;
 };
 
 // The outcome of reading a file.

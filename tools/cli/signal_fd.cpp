@@ -12,7 +12,7 @@ SignalFD::SignalFD(std::initializer_list<int> signals) {
         sigaddset(&set, number);
     }
     ::sigprocmask(SIG_BLOCK, &set, nullptr);
-    descriptor_ = FileDescriptor(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
+    descriptor_ = util::UniqueDescriptor(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 int SignalFD::take() {

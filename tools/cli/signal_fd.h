@@ -3,7 +3,7 @@
 #include <csignal>
 #include <initializer_list>
 
-#include "cli/file_descriptor.h"
+#include "util/files.h"
 
 namespace cli {
 
@@ -23,7 +23,7 @@ class SignalFD {
     int take();
 
   private:
-    FileDescriptor descriptor_;
+    util::UniqueDescriptor descriptor_;
 };
 
 }  // namespace cli

@@ -92,7 +92,8 @@ void BusSession::subscribe(const std::string& path, bool receiveAll) {
 }
 
 bool BusSession::connect(Deadline deadline) {
-    socket_ = cli::FileDescriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    socket_ =
+        util::UniqueDescriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int on = 1;
     ::setsockopt(socket_.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     sockaddr_in address{};

@@ -12,7 +12,7 @@
 
 #include "bus/netstring_stream_parser.h"
 #include "bus/tarn_internal_message.h"
-#include "cli/file_descriptor.h"
+#include "util/files.h"
 
 namespace client {
 
@@ -99,7 +99,7 @@ class BusSession {
     int end_ = -1;
     bool outputGone_ = false;
     bool isAlive_ = false;
-    cli::FileDescriptor socket_;
+    util::UniqueDescriptor socket_;
     std::string errorText_;
     Heartbeat heartbeat_;
     Deadline nextHeartbeat_;

@@ -38,7 +38,7 @@ void detach(int line) {
 
 [[noreturn]] void live(const std::function<int(int line)>& life, int line) {
     detach(line);
-    int status = kInDoubt;
+    int status = client::kInDoubt;
     try {
         status = life(kLine);
     } catch (const std::exception& error) {
@@ -54,8 +54,8 @@ DetachedProcess::DetachedProcess(const std::function<int(int line)>& life) {
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         fail("socketpair");
     }
-    line_ = cli::FileDescriptor(ends[0]);
-    const cli::FileDescriptor other(ends[1]);
+    line_ = util::UniqueDescriptor(ends[0]);
+    const util::UniqueDescriptor other(ends[1]);
     process_ = ::fork();
     if (process_ < 0) {
         fail("fork");

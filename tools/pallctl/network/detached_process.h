@@ -6,8 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "client/bus_session.h"
-#include "pallctl/values/output.h"
+#include "util/files.h"
 
 namespace pallctl {
 
@@ -29,7 +28,7 @@ class DetachedProcess {
     std::optional<int> wait();
 
   private:
-    cli::FileDescriptor line_;
+    util::UniqueDescriptor line_;
     pid_t process_ = -1;
 };
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <system_error>
 
-#include "cli/file_descriptor.h"
+#include "util/files.h"
 
 namespace pallframe::simulation {
 
@@ -22,6 +22,6 @@ Result check(Result result, const std::string& what) {
     return result;
 }
 
-using Descriptor = cli::FileDescriptor;
+using Descriptor = util::UniqueDescriptor;
 
 }  // namespace pallframe::simulation

@@ -113,7 +113,7 @@ TEST_F(BusSessionTest, WithoutConnectionSendsAndReceivesNothing) {
 TEST_F(BusSessionTest, WaitsForNothingWhenTheReaderOfItsOutputHasGone) {
     std::array<int, 2> pipe{};
     ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
-    const cli::FileDescriptor output(pipe[1]);
+    const util::UniqueDescriptor output(pipe[1]);
     BusSession session(peer_.port(), 1, output.get());
     open(session);
     EXPECT_FALSE(session.receive(Clock::now()));
@@ -129,7 +129,7 @@ TEST_F(BusSessionTest, WaitsForNothingWhenTheReaderOfItsOutputHasGone) {
 TEST_F(BusSessionTest, DoesNotTakeAnOutputWithoutReaderForABusThatTakesTooLong) {
     std::array<int, 2> pipe{};
     ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
-    const cli::FileDescriptor output(pipe[1]);
+    const util::UniqueDescriptor output(pipe[1]);
     ::close(pipe[0]);
     BusSession session(peer_.port(), 1, output.get());
     EXPECT_FALSE(session.open(soon()));
@@ -141,7 +141,7 @@ TEST_F(BusSessionTest, DoesNotTakeAnOutputWithoutReaderForABusThatTakesTooLong) 
 TEST_F(BusSessionTest, PausesNoLongerThanItsOutputHasAReader) {
     std::array<int, 2> pipe{};
     ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
-    const cli::FileDescriptor output(pipe[1]);
+    const util::UniqueDescriptor output(pipe[1]);
     BusSession session(peer_.port(), 1, output.get());
     session.pause(Clock::now() + 1ms);
     EXPECT_FALSE(session.outputGone());
