@@ -16,8 +16,8 @@
 #include <numeric>
 #include <utility>
 
-#include "cli/file_descriptor.h"
 #include "cli/parse_number.h"
+#include "util/files.h"
 #include "util/text.h"
 
 namespace cli::script {
@@ -279,7 +279,7 @@ std::vector<Line> parse(std::string_view text, Errors& errors) {
 }
 
 std::string readFile(const std::string& path) {
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const util::UniqueDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     std::string text;
     ssize_t size = file.get() < 0 ? -1 : 1;
     for (std::array<char, 4096> chunk; size > 0;) {
