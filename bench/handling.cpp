@@ -26,9 +26,9 @@
 namespace {
 
 // Its commands succeed at once.
-class QuietMachine : public Machine {
+class QuietMachine : public systemstate::Machine {
   public:
-    using Machine::Machine;
+    using systemstate::Machine::Machine;
 
   private:
     int runCommand(const char* /*command*/) override { return 0; }

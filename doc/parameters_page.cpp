@@ -9,13 +9,13 @@
 #include "systemstate/catalogue.h"
 #include "systemstate/serial_port.h"
 
-using namespace systemstate;
-
 namespace {
+
+using systemstate::CatalogueRow;
 
 // What a set of the parameter does.
 std::string effect(const CatalogueRow& row) {
-    const bool saved = row.storage == Storage::published;
+    const bool saved = row.storage == systemstate::Storage::published;
     if (row.reaction == nullptr) {
         return saved ? "announced and saved" : "announced, nothing else";
     }
@@ -24,7 +24,7 @@ std::string effect(const CatalogueRow& row) {
 
 std::string changedBy(const CatalogueRow& row) {
     const std::string other = row.changedBy == nullptr ? "" : row.changedBy;
-    if (row.access == Access::readonly) {
+    if (row.access == systemstate::Access::readonly) {
         return other.empty() ? "nothing" : other;
     }
     return other.empty() ? "a set" : "a set; " + other;
@@ -61,9 +61,9 @@ void printGroup(const char* title, std::span<const CatalogueRow> rows) {
     for (const CatalogueRow& row : rows) {
         std::printf("| `%s` | %s | %s | %s | %s | %s | %s | %s | %s |\n", row.key, row.name,
                     valueTypeName(row.type), form(row).c_str(),
-                    row.access == Access::readonly ? "read-only" : "writable",
-                    row.storage == Storage::published ? "yes" : "no", startsAs(row).c_str(),
-                    effect(row).c_str(), changedBy(row).c_str());
+                    row.access == systemstate::Access::readonly ? "read-only" : "writable",
+                    row.storage == systemstate::Storage::published ? "yes" : "no",
+                    startsAs(row).c_str(), effect(row).c_str(), changedBy(row).c_str());
     }
 }
 
@@ -82,8 +82,8 @@ int main() {
         "with every set of one of them, come back after a restart, and are the ones that the whole "
         "device's\n"
         "descriptor shows; every other parameter is there when it is asked for by name.");
-    printGroup("Identity", rowsBuiltBy(Builder::identityGroup));
-    printGroup("Machine", rowsBuiltBy(Builder::mainCatalogue));
+    printGroup("Identity", systemstate::rowsBuiltBy(systemstate::Builder::identityGroup));
+    printGroup("Machine", systemstate::rowsBuiltBy(systemstate::Builder::mainCatalogue));
     std::puts(
         "\nA port's status is 0 without a link, 1 while it carries the traffic, 2 while it has a "
         "link "
@@ -97,7 +97,7 @@ int main() {
         "is kept as\n"
         "the port's connection point.\n\n"
         "| parameter | label | device |\n|---|---|---|");
-    for (const SerialPort& port : makeSerialPorts()) {
+    for (const systemstate::SerialPort& port : systemstate::makeSerialPorts()) {
         std::printf("| `%s` | %s | %s |\n", port.oid.c_str(), port.label.c_str(),
                     port.device.c_str());
     }

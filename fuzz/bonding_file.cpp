@@ -6,8 +6,8 @@
 
 namespace {
 
-void checkBlocks(const std::vector<Block>& blocks) {
-    for (const Block& block : blocks) {
+void checkBlocks(const std::vector<systemstate::Block>& blocks) {
+    for (const systemstate::Block& block : blocks) {
         require(!block.empty());
         for (const auto& [key, value] : block) {
             require(key.find_first_of(":\n") == std::string::npos);
@@ -16,15 +16,17 @@ void checkBlocks(const std::vector<Block>& blocks) {
     }
 }
 
-void checkBond(const std::vector<Block>& blocks, size_t headerBlock) {
-    const std::optional<BondingStatus> bond = decodeBonding(blocks, headerBlock);
+void checkBond(const std::vector<systemstate::Block>& blocks, size_t headerBlock) {
+    const std::optional<systemstate::BondingStatus> bond =
+        systemstate::decodeBonding(blocks, headerBlock);
     require(bond.has_value() == (blocks.size() >= headerBlock + 3));
     if (bond) {
-        for (const UnreadInteger& value : bond->unread) {
+        for (const systemstate::UnreadInteger& value : bond->unread) {
             require((value.key == "Up Delay (ms)" ? bond->upDelay : bond->downDelay) == -1);
         }
-        for (const BondSlave& slave : bond->slaves) {
-            require(decodePortStatus(slave.miiStatus) != PortStatus::active);
+        for (const systemstate::BondSlave& slave : bond->slaves) {
+            require(systemstate::decodePortStatus(slave.miiStatus) !=
+                    systemstate::PortStatus::active);
         }
     }
 }
@@ -32,9 +34,9 @@ void checkBond(const std::vector<Block>& blocks, size_t headerBlock) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::vector<Block> blocks = decodeBlockFile(textOf(data, size));
+    const std::vector<systemstate::Block> blocks = systemstate::decodeBlockFile(textOf(data, size));
     checkBlocks(blocks);
-    checkBond(blocks, kDriverHeaderBlock);
-    checkBond(blocks, kTessaraHeaderBlock);
+    checkBond(blocks, systemstate::kDriverHeaderBlock);
+    checkBond(blocks, systemstate::kTessaraHeaderBlock);
     return 0;
 }

@@ -5,11 +5,12 @@
 #include "fuzz_target.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const BuildProperties properties = decodeBuildProperties(textOf(data, size));
+    const systemstate::BuildProperties properties =
+        systemstate::decodeBuildProperties(textOf(data, size));
     for (const auto& [key, value] : properties) {
         require(key.find_first_of("=\n") == std::string::npos);
         require(value.find('\n') == std::string::npos);
     }
-    require(!versionText(properties).empty());
+    require(!systemstate::versionText(properties).empty());
     return 0;
 }

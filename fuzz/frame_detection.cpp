@@ -6,7 +6,7 @@
 
 namespace {
 
-int32_t valueUnder(const FrameDetection& frame, const std::string& key) {
+int32_t valueUnder(const systemstate::FrameDetection& frame, const std::string& key) {
     if (key == "Frame Type") {
         return frame.frameType;
     }
@@ -19,11 +19,12 @@ int32_t valueUnder(const FrameDetection& frame, const std::string& key) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::vector<Block> blocks = decodeBlockFile(textOf(data, size));
-    const std::optional<FrameDetection> frame = decodeFrameDetection(blocks);
+    const std::vector<systemstate::Block> blocks = systemstate::decodeBlockFile(textOf(data, size));
+    const std::optional<systemstate::FrameDetection> frame =
+        systemstate::decodeFrameDetection(blocks);
     require(frame.has_value() == !blocks.empty());
     if (frame) {
-        for (const UnreadInteger& value : frame->unread) {
+        for (const systemstate::UnreadInteger& value : frame->unread) {
             require(blocks.front().contains(value.key));
             require(valueUnder(*frame, value.key) == -1);
         }

@@ -20,7 +20,7 @@ void requireComplete(const SystemState& state) {
 }
 
 // Starts on the file as it is, saves, and gives what is in the file then.
-std::string saveAfterStart(Machine& machine) {
+std::string saveAfterStart(systemstate::Machine& machine) {
     SystemState state(machine.path(kContainer), machine);
     state.load();
     state.buildIdentityGroup("");

@@ -41,9 +41,9 @@ class FuzzRoot {
 };
 
 // Whose commands do nothing, at once.
-class QuietMachine : public Machine {
+class QuietMachine : public systemstate::Machine {
   public:
-    using Machine::Machine;
+    using systemstate::Machine::Machine;
 
   private:
     int runCommand(const char* /*command*/) override { return 0; }

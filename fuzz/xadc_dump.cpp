@@ -19,13 +19,14 @@ bool isReading(int32_t value) {
     return value >= kLowest && value <= kHighest;
 }
 
-void checkSamples(const AdcSamples& samples) {
+void checkSamples(const systemstate::AdcSamples& samples) {
     require(std::ranges::all_of(samples.channels, isReading));
-    require(samples.temperature >= dieTemperature(kLowest));
-    require(samples.temperature <= dieTemperature(kHighest));
+    require(samples.temperature >= systemstate::dieTemperature(kLowest));
+    require(samples.temperature <= systemstate::dieTemperature(kHighest));
     require(!std::isnan(samples.supplyScale));
-    require(std::abs(psuVolts(samples.channels[0])) < 16 * 29.1);
-    const double volts = batteryVolts(samples.channels[kBatteryChannel], BatteryWiring::other);
+    require(std::abs(systemstate::psuVolts(samples.channels[0])) < 16 * 29.1);
+    const double volts = systemstate::batteryVolts(samples.channels[systemstate::kBatteryChannel],
+                                                   systemstate::BatteryWiring::other);
     require(volts == 0.0 || volts >= 2.0);
 }
 
@@ -35,16 +36,20 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) {
         return 0;
     }
-    const auto source = data[0] % 2 == 0 ? BatterySource::channel : BatterySource::dedicatedInput;
+    const auto source = data[0] % 2 == 0 ? systemstate::BatterySource::channel
+                                         : systemstate::BatterySource::dedicatedInput;
     const std::string dump = textOf(data + 1, size - 1);
-    if (const std::optional<XadcReadings> readings = decodeXadcDump(dump, source)) {
-        require(dump.size() >= kXadcDumpSize);
+    if (const std::optional<systemstate::XadcReadings> readings =
+            systemstate::decodeXadcDump(dump, source)) {
+        require(dump.size() >= systemstate::kXadcDumpSize);
         require(std::ranges::all_of(readings->channels, isReading));
-        AdcSamples samples = filterReadings({}, *readings, Filtering::first);
+        systemstate::AdcSamples samples =
+            systemstate::filterReadings({}, *readings, systemstate::Filtering::first);
         checkSamples(samples);
         for (const int32_t previous : {kLowest, kHighest}) {
             samples.channels.fill(previous);
-            checkSamples(filterReadings(samples, *readings, Filtering::smoothed));
+            checkSamples(
+                systemstate::filterReadings(samples, *readings, systemstate::Filtering::smoothed));
         }
     }
     return 0;

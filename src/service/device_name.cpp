@@ -14,14 +14,14 @@
 namespace {
 
 // As text without colons, the form in which ports are labelled.
-std::string macAddress(const Machine& machine) {
-    std::string mac = util::readFirstLine(machine.path(kMacAddressFile));
+std::string macAddress(const systemstate::Machine& machine) {
+    std::string mac = util::readFirstLine(machine.path(systemstate::kMacAddressFile));
     mac.erase(std::remove(mac.begin(), mac.end(), ':'), mac.end());
     return mac;
 }
 
-std::string readDeviceLabel(const Machine& machine) {
-    const std::string text = util::readWholeFile(machine.path(kDeviceLabelsFile));
+std::string readDeviceLabel(const systemstate::Machine& machine) {
+    const std::string text = util::readWholeFile(machine.path(systemstate::kDeviceLabelsFile));
     const util::UniqueJSON labels = util::parseJSON(text.data(), text.size());
     return findDeviceLabel(labels.get(), macAddress(machine));
 }
@@ -40,9 +40,9 @@ std::string findDeviceLabel(const cJSON* labels, const std::string& mac) {
     return {};
 }
 
-std::string synchroniseDeviceName(const Machine& machine) {
+std::string synchroniseDeviceName(const systemstate::Machine& machine) {
     std::string label = readDeviceLabel(machine);
-    const std::string path = machine.path(kDeviceNameFile);
+    const std::string path = machine.path(systemstate::kDeviceNameFile);
     const std::string held = util::readFirstLine(path);
     if (label.empty() || label == held) {
         return label;

@@ -4,7 +4,9 @@
 
 #include "util/json.h"
 
+namespace systemstate {
 class Machine;
+}  // namespace systemstate
 
 // The name a Tessara frame shows in its user interface. The node application publishes a label for
 // each port of the frame; the port that carries this card's MAC address names the device. Used once
@@ -18,4 +20,4 @@ std::string findDeviceLabel(const cJSON* labels, const std::string& mac);
 // Finds this card's label and brings the file with the device name in line with it. A missing or
 // unreadable file counts as an empty text. Gives the label, empty when there is none (the file then
 // stays as it is).
-std::string synchroniseDeviceName(const Machine& machine);
+std::string synchroniseDeviceName(const systemstate::Machine& machine);

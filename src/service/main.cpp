@@ -69,9 +69,9 @@ void surviveSignals(bool detached) {
 constexpr std::chrono::minutes kStartLimit{2};
 
 void runService(const Options& options, pallwatch::ServiceManager manager) {
-    Machine machine;
+    systemstate::Machine machine;
     machine.limitRuns(kStartLimit);
-    SystemState systemState(machine.path(kStateContainer), machine);
+    SystemState systemState(machine.path(systemstate::kStateContainer), machine);
     systemState.load();
     systemState.buildIdentityGroup(systemState.isTessaraFrame() ? synchroniseDeviceName(machine)
                                                                 : std::string());

@@ -34,8 +34,8 @@ constexpr std::size_t kMaxGatheredBytes = std::size_t{1} << 20;
 
 }  // namespace
 
-PallwatchService::PallwatchService(SystemState* systemState, Machine& machine, std::string prefix,
-                                   ServiceManager manager)
+PallwatchService::PallwatchService(SystemState* systemState, systemstate::Machine& machine,
+                                   std::string prefix, ServiceManager manager)
     : signals_(io_, SIGINT, SIGTERM, SIGQUIT),
       systemState_(systemState),
       machine_(machine),
@@ -68,8 +68,8 @@ void PallwatchService::run() {
     const std::unique_ptr<lumo::AsyncTaskService, void (*)(lumo::AsyncTaskService*)> joinPoll(
         &tasks_, [](lumo::AsyncTaskService* tasks) { tasks->stop(); });
     // Ends what the poll is in the middle of, so that the thread can be joined soon.
-    const std::unique_ptr<Machine, void (*)(Machine*)> interruptPoll(
-        &machine_, [](Machine* machine) { machine->interrupt(); });
+    const std::unique_ptr<systemstate::Machine, void (*)(systemstate::Machine*)> interruptPoll(
+        &machine_, [](systemstate::Machine* machine) { machine->interrupt(); });
     tasks_.setPeriodicTask(pollPeriod_, [this] { pollOnce(); });
     tasks_.start();
     saver_.followUp();

@@ -18,9 +18,12 @@
 #include "service/state_saver.h"
 #include "service/system_object.h"
 
-class Machine;
 class SystemState;
 class TarnInternalMessage;
+
+namespace systemstate {
+class Machine;
+}  // namespace systemstate
 
 // Joins the system-state device to the frame's local message bus.
 namespace pallwatch {
@@ -32,7 +35,7 @@ class PallwatchService {
   public:
     // Keeps `systemState` and `machine`, owns neither. `prefix` is the tunnelling prefix, may be
     // empty. `manager` is told when the loop runs, that it makes progress, and when it has ended.
-    PallwatchService(SystemState* systemState, Machine& machine, std::string prefix,
+    PallwatchService(SystemState* systemState, systemstate::Machine& machine, std::string prefix,
                      ServiceManager manager = ServiceManager({}));
     ~PallwatchService();
     PallwatchService(const PallwatchService&) = delete;
@@ -76,7 +79,7 @@ class PallwatchService {
     lumo::AsyncTaskService tasks_;
     std::unique_ptr<lumo::AsyncTarnInternalClient> client_;
     SystemState* systemState_;
-    Machine& machine_;
+    systemstate::Machine& machine_;
     std::string prefix_;
     const ServiceManager manager_;
     std::atomic<bool> loopAnswered_{true};  // what the poll asked it last

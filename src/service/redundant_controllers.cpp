@@ -25,7 +25,7 @@ constexpr const char* kDetailsKey = "kelMasterSystemDetails";
 
 }  // namespace
 
-RedundantControllers::RedundantControllers(SystemState& systemState, Machine& machine,
+RedundantControllers::RedundantControllers(SystemState& systemState, systemstate::Machine& machine,
                                            const std::string& prefix, const SendMessage& send)
     : systemState_(systemState), machine_(machine), prefix_(prefix), send_(send) {}
 
@@ -87,12 +87,13 @@ void RedundantControllers::followRemoteAddress() const {
     if (strcasecmp(systemState_.productName().c_str(), "Tessara-5ru") != 0) {
         return;
     }
-    if (!machine_.stats(kKeliControlModeFile) || !machine_.stats(kRemoteControlModeFile)) {
+    if (!machine_.stats(systemstate::kKeliControlModeFile) ||
+        !machine_.stats(systemstate::kRemoteControlModeFile)) {
         util::logMessage(LOG_ERR,
                          "Received keliIpAdressChanged when not in KELI Control mode. Ignoring.");
         return;
     }
-    if (machine_.run(kKeliIpChangedScript) != 0) {
+    if (machine_.run(systemstate::kKeliIpChangedScript) != 0) {
         util::logMessage(LOG_ERR, "Error restarting Tessara modules with new KELI IP - %m");
     }
 }

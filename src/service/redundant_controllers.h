@@ -5,10 +5,13 @@
 
 #include "util/json.h"
 
-class Machine;
 class SystemState;
 class TarnInternalMessage;
 class ToskParam;
+
+namespace systemstate {
+class Machine;
+}  // namespace systemstate
 
 namespace pallwatch {
 
@@ -22,8 +25,8 @@ using SendMessage = std::function<void(TarnInternalMessage)>;
 class RedundantControllers {
   public:
     // Keeps references to all of them.
-    RedundantControllers(SystemState& systemState, Machine& machine, const std::string& prefix,
-                         const SendMessage& send);
+    RedundantControllers(SystemState& systemState, systemstate::Machine& machine,
+                         const std::string& prefix, const SendMessage& send);
 
     // Asks the bus for the details of both controllers; they arrive in `handleSystemRsp`.
     void requestDetails() const;
@@ -45,7 +48,7 @@ class RedundantControllers {
     void followRemoteAddress() const;
 
     SystemState& systemState_;
-    Machine& machine_;
+    systemstate::Machine& machine_;
     const std::string& prefix_;
     const SendMessage& send_;
 };

@@ -8,6 +8,8 @@
 #include "util/log.h"
 #include "util/trace.h"
 
+namespace systemstate {
+
 AdcReader::AdcReader(const Machine& machine) : machine_(machine) {}
 
 void AdcReader::read(BatterySource source) {
@@ -37,3 +39,5 @@ void AdcReader::reportGarbled() {
         garbledReported_ = true;
     }
 }
+
+}  // namespace systemstate

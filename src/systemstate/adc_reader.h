@@ -2,6 +2,8 @@
 
 #include "systemstate/xadc_dump.h"
 
+namespace systemstate {
+
 class Machine;
 
 // The samples of the on-chip converter, carried from read to read. They begin as zeros. Owned by
@@ -26,3 +28,5 @@ class AdcReader {
     Filtering filtering_ = Filtering::first;
     bool garbledReported_ = false;
 };
+
+}  // namespace systemstate

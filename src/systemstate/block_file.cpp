@@ -5,6 +5,8 @@
 #include "util/numbers.h"
 #include "util/text.h"
 
+namespace systemstate {
+
 namespace {
 
 std::string_view valueAfterColon(std::string_view value) {
@@ -69,3 +71,5 @@ std::int32_t blockInteger(const Block& block, std::string_view key,
     unread.push_back({std::string(key), std::move(text)});
     return -1;
 }
+
+}  // namespace systemstate

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+namespace systemstate {
+
 // The block file: the form of the bonding driver's status (Linux Documentation/networking/bonding)
 // and of the frame detection's result. Lines read "key: value"; an empty line ends a block.
 // Pure functions over text, usable from any thread.
@@ -34,3 +36,5 @@ std::string blockText(const Block& block, std::string_view key);
 // a missing key's empty text included, is added to `unread` and counts as -1.
 std::int32_t blockInteger(const Block& block, std::string_view key,
                           std::vector<UnreadInteger>& unread);
+
+}  // namespace systemstate

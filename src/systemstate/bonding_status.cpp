@@ -1,5 +1,7 @@
 #include "systemstate/bonding_status.h"
 
+namespace systemstate {
+
 namespace {
 
 BondSlave decodeSlave(const Block& block) {
@@ -37,3 +39,5 @@ PortStatus decodePortStatus(std::string_view miiStatus) {
     }
     return miiStatus.starts_with("up") ? PortStatus::linkUp : PortStatus::other;
 }
+
+}  // namespace systemstate

@@ -11,6 +11,8 @@
 #include "systemstate/block_file.h"
 #include "systemstate/ethernet_interface_status.h"
 
+namespace systemstate {
+
 // What the Linux bonding driver says of the frame's bond (Documentation/networking/bonding.rst):
 // a header block and one block per slave. Pure functions, usable from any thread.
 
@@ -45,3 +47,5 @@ std::optional<BondingStatus> decodeBonding(const std::vector<Block>& blocks,
 // The status a port has by its slave's "MII Status": any text that starts with neither "up" nor
 // "down", such as the driver's "going back", is `other`.
 PortStatus decodePortStatus(std::string_view miiStatus);
+
+}  // namespace systemstate

@@ -2,6 +2,8 @@
 
 #include "util/text.h"
 
+namespace systemstate {
+
 namespace {
 
 std::string_view withoutQuotes(std::string_view value) {
@@ -39,3 +41,5 @@ std::string versionText(const BuildProperties& properties) {
     }
     return text.empty() ? "read error" : text;
 }
+
+}  // namespace systemstate

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+namespace systemstate {
+
 // What the build wrote about the frame's software, one KEY=value per line. Pure functions, usable
 // from any thread.
 
@@ -16,3 +18,5 @@ BuildProperties decodeBuildProperties(std::string_view text);
 // The version and, in brackets right behind it, the revision if there is one; "read error" when
 // that is nothing.
 std::string versionText(const BuildProperties& properties);
+
+}  // namespace systemstate

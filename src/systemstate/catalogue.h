@@ -7,10 +7,9 @@
 
 #include "model/tosk_param.h"
 
-class ServiceControl;
-
 namespace systemstate {
 
+class ServiceControl;
 class SetReactions;
 struct CatalogueSources;
 

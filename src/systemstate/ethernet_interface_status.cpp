@@ -5,6 +5,8 @@
 #include "systemstate/product.h"
 #include "util/log.h"
 
+namespace systemstate {
+
 EthernetPorts makeEthernetPorts() {
     EthernetPorts ports;
     for (std::size_t i = 0; i < ports.size(); ++i) {
@@ -43,3 +45,5 @@ bool swapActivePort(Machine& machine, const Product& product, const EthernetInte
     }
     return false;
 }
+
+}  // namespace systemstate

@@ -7,20 +7,26 @@
 
 #include "util/relaxed.h"
 
+namespace systemstate {
+
 class Machine;
 class Product;
 
 // The state of a port: the codes that clients of the port status parameters know.
 enum class PortStatus : int32_t { linkDown = 0, active = 1, linkUp = 2, other = 3 };
 
+}  // namespace systemstate
+
 // One slave of the frame's bond. Names and position stay as they were made; the status is written
 // by the poll thread and read by both.
 struct EthernetInterfaceStatus {
     std::string interfaceName;  // as the kernel calls it
     int32_t index = 0;          // position in the list, from 0
-    util::Relaxed<PortStatus> status{PortStatus::linkDown};
+    util::Relaxed<systemstate::PortStatus> status{systemstate::PortStatus::linkDown};
     std::string label;  // what people call it
 };
+
+namespace systemstate {
 
 // What a port is called: by the kernel, and by people if they have a name of their own for it.
 struct PortNames {
@@ -52,3 +58,5 @@ std::string portStatusKey(std::size_t position);
 // priority, on products whose bond is not swapped this way. The driver's status file alone shows
 // whether the swap took place. Main thread; waits for the command.
 bool swapActivePort(Machine& machine, const Product& product, const EthernetInterfaceStatus& port);
+
+}  // namespace systemstate

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+namespace systemstate {
+
 std::optional<FrameDetection> decodeFrameDetection(const std::vector<Block>& blocks) {
     if (blocks.empty()) {
         return std::nullopt;
@@ -17,3 +19,5 @@ std::optional<FrameDetection> decodeFrameDetection(const std::vector<Block>& blo
     frame.plRevision = integer("PL Rev");
     return frame;
 }
+
+}  // namespace systemstate

@@ -6,6 +6,8 @@
 
 #include "systemstate/block_file.h"
 
+namespace systemstate {
+
 // What the tools of a Tessara frame found out about the frame. -1: not known.
 struct FrameDetection {
     std::int32_t frameType = -1;
@@ -17,3 +19,5 @@ struct FrameDetection {
 
 // Reads the first block; nothing when there is none. A missing key leaves its value unknown.
 std::optional<FrameDetection> decodeFrameDetection(const std::vector<Block>& blocks);
+
+}  // namespace systemstate

@@ -19,6 +19,8 @@
 #include "util/log.h"
 #include "util/trace.h"
 
+namespace systemstate {
+
 namespace {
 
 using Milliseconds = LimitedCommands::Milliseconds;
@@ -234,3 +236,5 @@ void LimitedCommands::reapAbandoned() {
     const std::lock_guard lock(mutex_);
     std::erase_if(abandoned_, [](pid_t child) { return readEndStatus(child).has_value(); });
 }
+
+}  // namespace systemstate

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+namespace systemstate {
+
 // The beginning of what a command writes: a pipe, and the line that comes through it. Owned by
 // the function that runs the command; other commands do not inherit its ends.
 class CommandOutput {
@@ -87,3 +89,5 @@ class LimitedCommands {
     std::optional<Clock::time_point> interruptedAt_;
     std::vector<pid_t> abandoned_;  // killed, but held by the kernel
 };
+
+}  // namespace systemstate

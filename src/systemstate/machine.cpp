@@ -13,6 +13,8 @@
 #include "util/log.h"
 #include "util/trace.h"
 
+namespace systemstate {
+
 namespace {
 
 // A reader of our output that stands still must not hold a command as well.
@@ -124,3 +126,5 @@ std::optional<std::string> Machine::readCommand(const char* command) {
 void Machine::waitFor(std::chrono::milliseconds time) {
     limited_.pause(time);
 }
+
+}  // namespace systemstate

@@ -10,6 +10,8 @@
 #include "systemstate/limited_commands.h"
 #include "util/file_replacement.h"
 
+namespace systemstate {
+
 // Whether a command may take as long as it likes. What is carried out on request may; what the poll
 // runs by itself may not.
 enum class TimeLimit { none, fiveSeconds };
@@ -81,3 +83,5 @@ class Machine {
     LimitedCommands limited_;
     std::optional<LimitedCommands> limitedRuns_;
 };
+
+}  // namespace systemstate

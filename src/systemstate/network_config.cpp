@@ -20,7 +20,7 @@
 #include "util/time_stamp.h"
 #include "util/trace.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -280,3 +280,5 @@ std::optional<NetworkSettings> NetworkConfig::findSettingsToReplace(
     }
     return stored;
 }
+
+}  // namespace systemstate

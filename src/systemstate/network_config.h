@@ -8,9 +8,12 @@
 #include "systemstate/network_settings.h"
 #include "util/relaxed.h"
 
+class ToskParam;
+
+namespace systemstate {
+
 class Machine;
 class ParameterStore;
-class ToskParam;
 
 // The frame's own address settings: their file network.conf, the three parameters that show them,
 // and the services that depend on them. Owned by SystemState. The main thread carries out sets, the
@@ -80,3 +83,5 @@ class NetworkConfig {
     std::mutex mutex_;
     std::unique_lock<std::mutex> setLock_{mutex_, std::defer_lock};  // of the set under way
 };
+
+}  // namespace systemstate

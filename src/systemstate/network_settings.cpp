@@ -2,6 +2,8 @@
 
 #include "util/text.h"
 
+namespace systemstate {
+
 namespace {
 
 constexpr uint32_t kNoAddress = 0;
@@ -94,3 +96,5 @@ std::string renderNetworkConf(const std::string& ip, const std::string& netmask,
                               const std::string& gateway) {
     return "USE_DHCP=0\nIPADDR=" + ip + "\nNETMASK=" + netmask + "\nGATEWAY=" + gateway + '\n';
 }
+
+}  // namespace systemstate

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+namespace systemstate {
+
 // The frame's own address settings and their text form in network.conf. Addresses are 32-bit
 // numbers in host order with the first dotted octet in the most significant byte. Pure functions,
 // usable from any thread.
@@ -45,3 +47,5 @@ NetworkConf decodeNetworkConf(std::string_view text);
 // The whole text of the file for these dotted texts.
 std::string renderNetworkConf(const std::string& ip, const std::string& netmask,
                               const std::string& gateway);
+
+}  // namespace systemstate

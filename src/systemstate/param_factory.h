@@ -12,10 +12,9 @@
 #include "systemstate/network_settings.h"
 #include "systemstate/serial_port.h"
 
-class Product;
-
 namespace systemstate {
 
+class Product;
 struct CatalogueRow;
 
 // Sources of the initial values; all of it is read when the catalogue is built.

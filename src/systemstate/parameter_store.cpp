@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace systemstate {
+
 ParameterStore::ParameterStore(const ToskPersistedStructure& structure,
                                ReadingChanged readingChanged)
     : structure_(structure), readingChanged_(std::move(readingChanged)) {}
@@ -47,3 +49,5 @@ void ParameterStore::publish(const std::string& key, const ToskValue& reading) {
         readingChanged_(*param);
     }
 }
+
+}  // namespace systemstate

@@ -6,6 +6,8 @@
 
 #include "model/tosk_persisted_structure.h"
 
+namespace systemstate {
+
 // The parameters of the device, by the keys they were stored under. A change has two entries: a set
 // is carried out, a reading is only published. Owned by SystemState. Which parameters there are is
 // settled before the poll thread starts; from then on both threads read and write their numbers,
@@ -42,3 +44,5 @@ class ParameterStore {
     const ToskPersistedStructure& structure_;
     const ReadingChanged readingChanged_;
 };
+
+}  // namespace systemstate

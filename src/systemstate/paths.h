@@ -1,5 +1,7 @@
 #pragma once
 
+namespace systemstate {
+
 // Every path and every command of the daemon, once. They are part of the frame's software, which
 // changes independently of the daemon.
 
@@ -70,3 +72,5 @@ inline constexpr const char* kDeviceNameFile = "/vantor/etc/deviceName";
 inline constexpr const char* kKeliControlModeFile = "/vantor/etc/keliControlMode";
 inline constexpr const char* kRemoteControlModeFile = "/vantor/etc/remoteQuoraneControlMode";
 inline constexpr const char* kKeliIpChangedScript = "/vantor/bin/keli-ip-changed-restart.sh";
+
+}  // namespace systemstate

@@ -9,6 +9,8 @@
 #include "systemstate/paths.h"
 #include "util/trace.h"
 
+namespace systemstate {
+
 namespace {
 
 // An unlabelled card is a controller.
@@ -51,3 +53,5 @@ Product readProduct(Machine& machine) {
     }
     return Product(std::move(name));
 }
+
+}  // namespace systemstate

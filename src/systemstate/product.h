@@ -2,6 +2,8 @@
 
 #include <string>
 
+namespace systemstate {
+
 // What kind of card the daemon runs on, told by the product name that the frame wrote at boot.
 // Every test ignores case but the one for the default controller. Never changes; any thread.
 class Product {
@@ -28,3 +30,5 @@ class Machine;
 
 // The product of this machine; "Quorane", and a line on standard output, when it names none.
 Product readProduct(Machine& machine);
+
+}  // namespace systemstate

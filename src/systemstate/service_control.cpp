@@ -4,6 +4,8 @@
 #include "systemstate/paths.h"
 #include "util/log.h"
 
+namespace systemstate {
+
 namespace {
 
 // A service of one command: what is run, and what is logged when it ran.
@@ -128,3 +130,5 @@ bool ServiceControl::stopDisabledAmbrix() {
     carryOut(machine_, kStopAmbrix, edition_, TimeLimit::fiveSeconds);
     return true;
 }
+
+}  // namespace systemstate

@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+namespace systemstate {
+
 class Machine;
 
 // The editions of the frame's software, which have different commands for their services.
@@ -37,3 +39,5 @@ class ServiceControl {
     // Ordered: a thread that sees the flag set also sees the value that the same set may have made.
     std::atomic<bool> ambrixStarted_{false};
 };
+
+}  // namespace systemstate

@@ -5,15 +5,15 @@
 #include "systemstate/ethernet_interface_status.h"
 #include "systemstate/serial_port.h"
 
+class ToskParam;
+
+namespace systemstate {
+
 class Machine;
 class NetworkConfig;
 class ParameterStore;
 class Product;
 class ServiceControl;
-class ToskParam;
-
-namespace systemstate {
-
 struct Reaction;
 
 // What a set of a parameter does to the machine; the rows of the catalogue name these functions.

@@ -20,7 +20,7 @@
 #include "util/text.h"
 #include "util/trace.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -219,3 +219,5 @@ void StatusPoll::publishSupplies() {
     parameters_.publishFloat(kPsu1VoltageKey, psuVolts(channels[kPsu1Channel]));
     parameters_.publishFloat(kPsu2VoltageKey, psuVolts(channels[kPsu2Channel]));
 }
+
+}  // namespace systemstate

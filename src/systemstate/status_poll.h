@@ -8,6 +8,8 @@
 #include "systemstate/block_file.h"
 #include "systemstate/ethernet_interface_status.h"
 
+namespace systemstate {
+
 class Machine;
 class NetworkConfig;
 class ParameterStore;
@@ -64,3 +66,5 @@ class StatusPoll {
     std::vector<UnreadInteger> unreadOfBond_;
     std::vector<UnreadInteger> unreadOfFrame_;
 };
+
+}  // namespace systemstate

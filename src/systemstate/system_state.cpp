@@ -7,14 +7,12 @@
 #include "util/log.h"
 #include "util/text.h"
 
-using namespace systemstate;
-
-SystemState::SystemState(const std::string& containerName, Machine& machine)
+SystemState::SystemState(const std::string& containerName, systemstate::Machine& machine)
     : ToskPersistedStructure(containerName),
       machine_(machine),
-      product_(readProduct(machine)),
+      product_(systemstate::readProduct(machine)),
       parameters_(*this, [this](ToskParam& param) { readingChanged(param); }),
-      services_(machine, isBrio() ? Edition::brio : Edition::tessara),
+      services_(machine, isBrio() ? systemstate::Edition::brio : systemstate::Edition::tessara),
       network_(machine, parameters_),
       reactions_({machine, product_, ethernetPorts_, serialPorts_, parameters_, services_, network_,
                   [this](const ToskParam& param) { announce(param); }}),
@@ -31,37 +29,37 @@ void SystemState::setParamChanged_cb(ParamChanged callback) {
 void SystemState::updateRedundancy(const ControllerDetails& primary,
                                    const ControllerDetails& secondary) {
     masterDetails_ = {primary, secondary};
-    parameters_.setInteger(kActiveKeliKey, primary.active ? 0 : 1);
-    parameters_.setText(kPrimaryIpAddressKey, primary.ipAddress);
-    parameters_.setInteger(kPrimaryPresentKey, primary.present ? 1 : 0);
-    parameters_.setInteger(kPrimaryActiveKey, primary.active ? 1 : 0);
-    parameters_.setText(kPrimaryVersionKey, primary.version);
-    parameters_.setText(kSecondaryIpAddressKey, secondary.ipAddress);
-    parameters_.setInteger(kSecondaryPresentKey, secondary.present ? 1 : 0);
-    parameters_.setInteger(kSecondaryActiveKey, secondary.active ? 1 : 0);
-    parameters_.setText(kSecondaryVersionKey, secondary.version);
+    parameters_.setInteger(systemstate::kActiveKeliKey, primary.active ? 0 : 1);
+    parameters_.setText(systemstate::kPrimaryIpAddressKey, primary.ipAddress);
+    parameters_.setInteger(systemstate::kPrimaryPresentKey, primary.present ? 1 : 0);
+    parameters_.setInteger(systemstate::kPrimaryActiveKey, primary.active ? 1 : 0);
+    parameters_.setText(systemstate::kPrimaryVersionKey, primary.version);
+    parameters_.setText(systemstate::kSecondaryIpAddressKey, secondary.ipAddress);
+    parameters_.setInteger(systemstate::kSecondaryPresentKey, secondary.present ? 1 : 0);
+    parameters_.setInteger(systemstate::kSecondaryActiveKey, secondary.active ? 1 : 0);
+    parameters_.setText(systemstate::kSecondaryVersionKey, secondary.version);
 }
 
 int SystemState::setFromRequest(ToskParam& param, const cJSON* value) {
-    const NetworkConfig::SetUnderWay set(network_, param);
+    const systemstate::NetworkConfig::SetUnderWay set(network_, param);
     return param.setValueFromJSON(value);
 }
 
 void SystemState::valueChanged(ToskParam* param) {
-    const CatalogueRow* const row = findRow(reportChange(*param));
+    const systemstate::CatalogueRow* const row = systemstate::findRow(reportChange(*param));
     if (row != nullptr && row->reaction != nullptr) {
         reactions_.carryOut(*row->reaction, *param);
     }
 }
 
 void SystemState::readingChanged(ToskParam& param) {
-    if (NetworkConfig::isSetting(reportChange(param))) {
+    if (systemstate::NetworkConfig::isSetting(reportChange(param))) {
         network_.check();
     }
 }
 
 bool SystemState::runsCommands(const ToskParam& param) const {
-    const CatalogueRow* const row = findRow(param.oid().toString());
+    const systemstate::CatalogueRow* const row = systemstate::findRow(param.oid().toString());
     return row != nullptr && row->reaction != nullptr && row->reaction->runsCommands;
 }
 

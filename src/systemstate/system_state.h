@@ -31,14 +31,14 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     using ParamChanged = std::function<void(const ToskParam&)>;
 
     // Asks the machine for its product. `containerName` is the state file's path without ".json".
-    SystemState(const std::string& containerName, Machine& machine);
+    SystemState(const std::string& containerName, systemstate::Machine& machine);
     SystemState(const SystemState&) = delete;
     SystemState& operator=(const SystemState&) = delete;
 
     // "systemState", the device's name in its file.
     const char* getName() const override;
 
-    const Product& product() const { return product_; }
+    const systemstate::Product& product() const { return product_; }
     const std::string& productName() const { return product_.name(); }
     bool isTessaraFrame() const { return product_.isTessaraFrame(); }
     bool isBrio() const { return product_.isBrio(); }
@@ -57,7 +57,7 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     ToskDevice* device() const { return parameters_.device(); }
     // By the key the parameter was stored under; null when there is none.
     ToskParam* findParam(const std::string& key) const { return parameters_.find(key); }
-    ParameterStore& parameters() { return parameters_; }
+    systemstate::ParameterStore& parameters() { return parameters_; }
 
     // The callback that announces changes; called on the thread that changed the parameter. Set it
     // before the poll thread starts and clear it after it ended.
@@ -90,28 +90,28 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     int config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway);
 
     // The bonded ports; names stay, statuses are the poll's.
-    EthernetPorts& ethernetPorts() { return ethernetPorts_; }
-    const EthernetPorts& ethernetPorts() const { return ethernetPorts_; }
+    systemstate::EthernetPorts& ethernetPorts() { return ethernetPorts_; }
+    const systemstate::EthernetPorts& ethernetPorts() const { return ethernetPorts_; }
     const systemstate::SerialPorts& serialPorts() const { return serialPorts_; }
 
-    ServiceControl& services() { return services_; }
+    systemstate::ServiceControl& services() { return services_; }
 
   private:
     void readingChanged(ToskParam& param);
     std::string reportChange(const ToskParam& param);
     void announce(const ToskParam& param);
 
-    Machine& machine_;
-    const Product product_;
-    EthernetPorts ethernetPorts_ = makeEthernetPorts();
+    systemstate::Machine& machine_;
+    const systemstate::Product product_;
+    systemstate::EthernetPorts ethernetPorts_ = systemstate::makeEthernetPorts();
     systemstate::SerialPorts serialPorts_ = systemstate::makeSerialPorts();
     MasterSystemDetails masterDetails_;
     bool active_ = true;
     ParamChanged paramChanged_;
     std::unique_ptr<ToskDevice> ownDevice_;
-    ParameterStore parameters_;
-    ServiceControl services_;
-    NetworkConfig network_;
+    systemstate::ParameterStore parameters_;
+    systemstate::ServiceControl services_;
+    systemstate::NetworkConfig network_;
     systemstate::SetReactions reactions_;
-    StatusPoll poll_;
+    systemstate::StatusPoll poll_;
 };

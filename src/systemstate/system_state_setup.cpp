@@ -14,7 +14,7 @@
 #include "util/text.h"
 #include "util/trace.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -122,20 +122,24 @@ void listenToAll(SystemState& state) {
 
 }  // namespace
 
+}  // namespace systemstate
+
 void SystemState::buildIdentityGroup(const std::string& deviceLabel) {
     if (device() == nullptr) {
         ownDevice_ = std::make_unique<ToskDevice>();
         addDevice(ownDevice_.get());
     }
-    restoreTunnelledNames(*device());
-    const CatalogueSources sources{machine_, product_, ethernetPorts_, masterDetails_, {}, {}};
+    systemstate::restoreTunnelledNames(*device());
+    const systemstate::CatalogueSources sources{machine_,       product_, ethernetPorts_,
+                                                masterDetails_, {},       {}};
     bool changed = false;
-    for (const CatalogueRow& row : rowsBuiltBy(Builder::identityGroup)) {
-        changed = ensureSetting(*this, row, sources) || changed;
+    for (const systemstate::CatalogueRow& row :
+         systemstate::rowsBuiltBy(systemstate::Builder::identityGroup)) {
+        changed = systemstate::ensureSetting(*this, row, sources) || changed;
     }
-    listenToAll(*this);
+    systemstate::listenToAll(*this);
     if (isTessaraFrame() && !deviceLabel.empty()) {
-        changed = correctFrameName(*this, deviceLabel, sources) || changed;
+        changed = systemstate::correctFrameName(*this, deviceLabel, sources) || changed;
     }
     if (changed) {
         saveToOwnPath(false);
@@ -143,13 +147,15 @@ void SystemState::buildIdentityGroup(const std::string& deviceLabel) {
 }
 
 void SystemState::buildCatalogue() {
-    const std::string buildText = machine_.readFile(kBuildPropertiesFile).value_or("");
-    const CatalogueSources sources{machine_,        product_,
-                                   ethernetPorts_,  masterDetails_,
-                                   network_.read(), versionText(decodeBuildProperties(buildText))};
-    for (const CatalogueRow& row : rowsBuiltBy(Builder::mainCatalogue)) {
-        buildRow(*this, row, sources);
+    const std::string buildText = machine_.readFile(systemstate::kBuildPropertiesFile).value_or("");
+    const systemstate::CatalogueSources sources{
+        machine_,        product_,
+        ethernetPorts_,  masterDetails_,
+        network_.read(), systemstate::versionText(systemstate::decodeBuildProperties(buildText))};
+    for (const systemstate::CatalogueRow& row :
+         systemstate::rowsBuiltBy(systemstate::Builder::mainCatalogue)) {
+        systemstate::buildRow(*this, row, sources);
     }
-    buildSerialParams(*this, sources);
-    listenToAll(*this);
+    systemstate::buildSerialParams(*this, sources);
+    systemstate::listenToAll(*this);
 }

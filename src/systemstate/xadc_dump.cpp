@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <limits>
 
+namespace systemstate {
+
 namespace {
 
 constexpr std::size_t kTemperatureOffset = 3;
@@ -114,3 +116,5 @@ std::int32_t dieTemperature(std::int32_t reading) {
     const std::int64_t thousandths = std::int64_t{reading} * 503975 / 4096 - 272650;
     return static_cast<std::int32_t>(thousandths / 1000);
 }
+
+}  // namespace systemstate

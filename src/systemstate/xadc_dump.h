@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+namespace systemstate {
+
 // The register dump of the Zynq's on-chip XADC and the arithmetic on its readings. The dump holds
 // one register in 8 bytes: an index, a separator, and from byte 3 on the value in hexadecimal
 // digits. Each register is 16 bits wide with the converter's 12-bit result in the upper bits
@@ -56,3 +58,5 @@ double batteryVolts(std::int32_t sample, BatteryWiring wiring);
 
 // The die temperature in whole degrees Celsius, truncated toward zero twice (thousandths, degrees).
 std::int32_t dieTemperature(std::int32_t reading);
+
+}  // namespace systemstate

@@ -73,7 +73,8 @@ void EnvironmentFaults::overwriteNetwork(Clock::time_point now) {
         editNetwork(now);
     } else {
         settings_.forgetNetwork();
-        root_.replace(paths::kNetwork, renderNetworkConf("10.1.2.3", "255.255.0.0", "10.1.0.1"));
+        root_.replace(paths::kNetwork,
+                      systemstate::renderNetworkConf("10.1.2.3", "255.255.0.0", "10.1.0.1"));
     }
 }
 
@@ -84,8 +85,9 @@ void EnvironmentFaults::editNetwork(Clock::time_point now) {
     const ExpectedSettings::Addresses addresses{randomAddress(), 0xFFFFFF00, randomAddress()};
     settings_.editNetwork(addresses);
     root_.replace(paths::kNetwork,
-                  renderNetworkConf(dottedText(addresses[0]), dottedText(addresses[1]),
-                                    dottedText(addresses[2])));
+                  systemstate::renderNetworkConf(systemstate::dottedText(addresses[0]),
+                                                 systemstate::dottedText(addresses[1]),
+                                                 systemstate::dottedText(addresses[2])));
     settledFrom_ = now + kPollTime;
 }
 
@@ -119,10 +121,10 @@ void EnvironmentFaults::corruptRegisters(Clock::time_point now) {
 }
 
 void EnvironmentFaults::toggleAmbrix(Clock::time_point /*now*/) {
-    if (root_.exists(kAmbrixDisabledMarker)) {
-        root_.remove(kAmbrixDisabledMarker);
+    if (root_.exists(systemstate::kAmbrixDisabledMarker)) {
+        root_.remove(systemstate::kAmbrixDisabledMarker);
     } else {
-        root_.replace(kAmbrixDisabledMarker, "");
+        root_.replace(systemstate::kAmbrixDisabledMarker, "");
     }
 }
 
@@ -130,7 +132,7 @@ void EnvironmentFaults::restoreAll(Clock::time_point now) {
     if (!hidden_.empty()) {
         restoreFile(now);
     }
-    root_.remove(kAmbrixDisabledMarker);
+    root_.remove(systemstate::kAmbrixDisabledMarker);
     simulation::setCable(root_, "eth0", true);
     simulation::setCable(root_, "eth1", true);
     simulation::setSupply(root_, 1, 12);

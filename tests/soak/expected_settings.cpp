@@ -85,7 +85,7 @@ void ExpectedSettings::compareStateFile(const std::string& text,
 
 void ExpectedSettings::compareNetwork(const std::string& text,
                                       std::vector<std::string>& differences) const {
-    const NetworkConf conf = decodeNetworkConf(text);
+    const systemstate::NetworkConf conf = systemstate::decodeNetworkConf(text);
     const std::array addresses{conf.ip, conf.netmask, conf.gateway};
     for (size_t i = 0; i < kNetwork.size(); ++i) {
         const auto expected = value(kNetwork[i]);

@@ -41,7 +41,7 @@ std::vector<std::string> without(const std::set<std::string>& some,
 TEST(RunException, LeavesTheLoopAfterThePollThreadWasJoined) {
     const harness::Frame frame;
     const harness::BusPeer bus;
-    Machine machine;
+    systemstate::Machine machine;
     SystemState state("/vantor/etc/configurableSystemDetails", machine);
     state.buildIdentityGroup("");
     state.buildCatalogue();

@@ -74,8 +74,8 @@ class SynchroniseDeviceName : public testing::Test {
         root_.write("/vantor/etc/deviceName", "Old name");
     }
 
-    FrameRoot root_;
-    Machine machine_{root_.path()};
+    systemstate::FrameRoot root_;
+    systemstate::Machine machine_{root_.path()};
     CapturedLog log_;
 };
 

@@ -95,9 +95,9 @@ class ServiceFixture : public testing::Test {
         return lines;
     }
 
-    FrameRoot root_;
+    systemstate::FrameRoot root_;
     CapturedLog log_;
-    RecordingMachine machine_{root_.path()};
+    systemstate::RecordingMachine machine_{root_.path()};
 
   private:
     std::string prefix_;

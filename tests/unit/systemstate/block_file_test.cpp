@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -158,3 +160,5 @@ TEST(BlockFile, BlockHas256KeysAtMost) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

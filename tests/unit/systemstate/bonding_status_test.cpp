@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -135,3 +137,5 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.name; });
 
 }  // namespace
+
+}  // namespace systemstate

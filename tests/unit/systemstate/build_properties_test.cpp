@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -69,3 +71,5 @@ TEST(VersionText, RevisionAloneIsNoError) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -8,7 +8,7 @@
 
 #include "system_state_fixture.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -220,3 +220,5 @@ TEST_F(CatalogueTest, NetworkFileIsReadOnce) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -6,6 +6,8 @@
 #include "support/captured_log.h"
 #include "systemstate/product.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -116,3 +118,5 @@ TEST_F(PortSwap, WithoutAProductItIsRefusedToo) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -61,3 +63,5 @@ TEST(FrameDetection, NegativeFrameTypeIsReadAsItStands) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

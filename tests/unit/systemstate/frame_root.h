@@ -5,6 +5,8 @@
 
 #include "support/temporary_directory.h"
 
+namespace systemstate {
+
 // A directory that stands for the root of a frame: files go by their absolute paths, and their
 // directories are made on the way.
 class FrameRoot {
@@ -40,3 +42,5 @@ class FrameRoot {
 
     TemporaryDirectory directory_;
 };
+
+}  // namespace systemstate

@@ -18,6 +18,8 @@
 #include "support/captured_log.h"
 #include "support/no_free_descriptors.h"
 
+namespace systemstate {
+
 namespace {
 
 using std::chrono::milliseconds;
@@ -245,3 +247,5 @@ TEST(CommandOutput, FailedReadIsPrintedAndGivesAnEmptyLine) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -16,6 +16,8 @@
 #include "support/file_size_limit.h"
 #include "support/no_free_descriptors.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -253,3 +255,5 @@ TEST(MachinePause, LastsAtLeastAsLongAsAsked) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

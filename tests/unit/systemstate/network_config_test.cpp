@@ -8,6 +8,8 @@
 #include "support/file_size_limit.h"
 #include "system_state_fixture.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -403,3 +405,5 @@ TEST_F(NetworkTest, MissingParameterKeepsTheFileWithoutAWord) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+namespace systemstate {
+
 namespace {
 
 struct DottedCase {
@@ -152,3 +154,5 @@ TEST(NetworkConf, IsWrittenAsFourLines) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

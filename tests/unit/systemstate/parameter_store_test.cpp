@@ -6,6 +6,8 @@
 
 #include "system_state_fixture.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -109,3 +111,5 @@ TEST_F(Readings, OfARenamedNetworkSettingAreNotChecked) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

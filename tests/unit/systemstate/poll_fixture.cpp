@@ -4,6 +4,8 @@
 
 #include "util/log.h"
 
+namespace systemstate {
+
 PollFixture::~PollFixture() {
     util::replaceLogSink({});
 }
@@ -63,3 +65,5 @@ std::string tessaraBondingFile(const std::string& active, const std::string& eth
            "Slave Interface: eth0\nMII Status: " +
            eth0 + "\n\nSlave Interface: eth1\nMII Status: " + eth1 + "\n";
 }
+
+}  // namespace systemstate

@@ -10,6 +10,8 @@
 #include "recording_machine.h"
 #include "systemstate/system_state.h"
 
+namespace systemstate {
+
 // A device on a directory of sample files, polled by hand, and a diary of what can be seen of that:
 // what is logged, as "<priority> <text>" with debug lines left out, commands and pauses as the
 // recording machine writes them, and announcements as "NOT <identifier>=<value>".
@@ -44,3 +46,5 @@ std::string bondingFile(const std::string& active, const std::string& eth0,
                         const std::string& eth1);
 std::string tessaraBondingFile(const std::string& active, const std::string& eth0,
                                const std::string& eth1);
+
+}  // namespace systemstate

@@ -5,6 +5,8 @@
 #include "frame_root.h"
 #include "recording_machine.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -68,3 +70,5 @@ TEST(ReadProduct, NoAnswerIsAQuorane) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

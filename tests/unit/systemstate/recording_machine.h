@@ -12,6 +12,8 @@
 
 #include "systemstate/machine.h"
 
+namespace systemstate {
+
 // A machine that runs nothing: it writes down what it was told to run, in order, and answers as it
 // was told before. Its files are those under the root it is given. Any thread.
 class RecordingMachine : public Machine {
@@ -90,3 +92,5 @@ class RecordingMachine : public Machine {
     std::map<std::string, std::optional<std::string>> lines_;
     std::function<void(const std::string&)> onCommand_;
 };
+
+}  // namespace systemstate

@@ -9,7 +9,7 @@
 #include "systemstate/param_factory.h"
 #include "systemstate/product.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -108,3 +108,5 @@ TEST(SerialConnection, ValueThatIsNoStructIsPassedOver) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -9,6 +9,8 @@
 #include "recording_machine.h"
 #include "support/captured_log.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -270,3 +272,5 @@ INSTANTIATE_TEST_SUITE_P(Table, DisabledMarker,
                                          "/vantor/etc/ambrixDisabled"));
 
 }  // namespace
+
+}  // namespace systemstate

@@ -6,6 +6,8 @@
 
 #include "system_state_fixture.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -375,3 +377,5 @@ TEST_F(Reactions, SwitchThatIsNoNumberSwitchesNothing) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

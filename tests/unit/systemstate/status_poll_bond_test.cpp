@@ -8,7 +8,7 @@
 #include "systemstate/param_keys.h"
 #include "systemstate/paths.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -242,3 +242,5 @@ TEST_F(BondTest, ChangeThatATickDidNotComeToIsFoundByTheNextOne) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -10,7 +10,7 @@
 #include "systemstate/paths.h"
 #include "util/json.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -266,3 +266,5 @@ TEST_F(NetworkPoll, EditAfterASetThatIsNotAppliedIsPublished) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -9,7 +9,7 @@
 #include "systemstate/paths.h"
 #include "xadc_dump_samples.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -174,3 +174,5 @@ TEST_F(FrameType, ThatIsNoIntegerIsLoggedOnceAndTriedAgain) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -16,7 +16,7 @@
 #include "util/json.h"
 #include "xadc_dump_samples.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -81,3 +81,5 @@ TEST_F(PollBesideMain, EveryAcceptedRequestForAnAddressIsInTheFile) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -9,7 +9,7 @@
 #include "systemstate/paths.h"
 #include "xadc_dump_samples.h"
 
-using namespace systemstate;
+namespace systemstate {
 
 namespace {
 
@@ -278,3 +278,5 @@ TEST_F(VoltagesTest, SupplyRegisterOfZeroPublishesNothingOdd) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

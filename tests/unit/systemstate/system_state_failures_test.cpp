@@ -9,6 +9,8 @@
 #include "support/file_calls.h"
 #include "system_state_fixture.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::HasSubstr;
@@ -135,3 +137,5 @@ TEST_F(Failures, OfAnyCallOfANetworkWriteLeaveTheOldFileOrTheNewOne) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

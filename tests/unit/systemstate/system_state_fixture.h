@@ -14,6 +14,8 @@
 #include "systemstate/system_state.h"
 #include "util/json.h"
 
+namespace systemstate {
+
 // A device on a machine that runs nothing, with what it logs, prints, announces and commands.
 class SystemStateTest : public testing::Test {
   protected:
@@ -96,3 +98,5 @@ class SystemStateTest : public testing::Test {
     std::vector<std::string> announced;  // "key=value"
     std::string bootOutput;
 };
+
+}  // namespace systemstate

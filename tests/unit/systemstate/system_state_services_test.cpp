@@ -4,6 +4,8 @@
 
 #include "system_state_fixture.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -175,3 +177,5 @@ TEST_F(AmbrixAtStart, BrioHasItsOwnCommands) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -4,6 +4,8 @@
 
 #include "system_state_fixture.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -297,3 +299,5 @@ TEST_F(MainCatalogue, ActiveFlagStartsSet) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

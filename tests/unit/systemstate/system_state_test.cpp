@@ -13,6 +13,8 @@
 #include "system_state_fixture.h"
 #include "xadc_dump_samples.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::ElementsAre;
@@ -178,3 +180,5 @@ TEST_F(TwoThreads, SwitchesAndPortsMayBeSetWhileThePollRuns) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

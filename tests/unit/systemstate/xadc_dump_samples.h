@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string>
 
+namespace systemstate {
+
 // A register dump as a frame gives it, 33 registers of 8 bytes, and edits of it.
 
 // Temperature A8F0, supply 5550, dedicated input 1230; channel n reads n * 256 + 128 (of 4096),
@@ -60,3 +62,5 @@ inline std::string registerText(std::string text) {
     text.resize(5, '\n');
     return text;
 }
+
+}  // namespace systemstate

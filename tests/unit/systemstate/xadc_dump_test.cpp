@@ -8,6 +8,8 @@
 
 #include "xadc_dump_samples.h"
 
+namespace systemstate {
+
 namespace {
 
 using testing::Each;
@@ -283,3 +285,5 @@ TEST(BatteryVolts, BelowTwoVoltsIsNoBattery) {
 }
 
 }  // namespace
+
+}  // namespace systemstate

@@ -32,14 +32,15 @@ constexpr const char* kNotes =
     "Exits with 0, 7 restored, 8 not restored; all others: nothing has changed.";
 
 struct NetworkRequest {
-    NetworkSettings wish;  // 0: unchanged
-    bool force = false;    // also settings that could hardly be reached
+    systemstate::NetworkSettings wish;  // 0: unchanged
+    bool force = false;                 // also settings that could hardly be reached
     std::optional<std::chrono::milliseconds> confirmWithin;
 };
 
 // Reports why the settings cannot be changed; kSuccess when they can.
-ExitStatus checkChange(const NetworkSettings& before, const NetworkSettings& wanted, bool force) {
-    if (!areValid(before)) {
+ExitStatus checkChange(const systemstate::NetworkSettings& before,
+                       const systemstate::NetworkSettings& wanted, bool force) {
+    if (!systemstate::areValid(before)) {
         client::complain(kSubject, "the current settings are incomplete (" + formatOptions(before) +
                                        "); the daemon cannot change them");
         return kRefused;
@@ -52,10 +53,12 @@ ExitStatus checkChange(const NetworkSettings& before, const NetworkSettings& wan
     return kSuccess;
 }
 
-void printDifferences(const NetworkSettings& before, const NetworkSettings& wanted) {
+void printDifferences(const systemstate::NetworkSettings& before,
+                      const systemstate::NetworkSettings& wanted) {
     for (const NetworkMember* member : findDifferences(before, wanted)) {
-        std::printf("%s: %s -> %s\n", member->leaf, dottedText(before.*member->value).c_str(),
-                    dottedText(wanted.*member->value).c_str());
+        std::printf("%s: %s -> %s\n", member->leaf,
+                    systemstate::dottedText(before.*member->value).c_str(),
+                    systemstate::dottedText(wanted.*member->value).c_str());
     }
     if (before == wanted) {
         std::puts("nothing to change");
@@ -63,8 +66,9 @@ void printDifferences(const NetworkSettings& before, const NetworkSettings& want
     cli::flushOutput();
 }
 
-ExitStatus changeNow(const client::ConnectionOptions& connection, const NetworkSettings& before,
-                     const NetworkSettings& wanted) {
+ExitStatus changeNow(const client::ConnectionOptions& connection,
+                     const systemstate::NetworkSettings& before,
+                     const systemstate::NetworkSettings& wanted) {
     NetworkChange change(connection, before, wanted,
                          [](const std::string& line) { client::complain(kSubject, line); });
     const ExitStatus status = change.apply([] { return true; });
@@ -73,7 +77,8 @@ ExitStatus changeNow(const client::ConnectionOptions& connection, const NetworkS
 
 // Runs in the detached process. The log keeps the reports, which the user may no longer see.
 ExitStatus runDetached(int line, const client::ConnectionOptions& connection,
-                       const NetworkSettings& before, const NetworkSettings& wanted,
+                       const systemstate::NetworkSettings& before,
+                       const systemstate::NetworkSettings& wanted,
                        std::chrono::milliseconds timeout) {
     ::openlog("pallctl", LOG_PID, LOG_USER);
     NetworkChange change(connection, before, wanted, [line](const std::string& text) {
@@ -84,7 +89,8 @@ ExitStatus runDetached(int line, const client::ConnectionOptions& connection,
 }
 
 ExitStatus changeConfirmed(const client::ConnectionOptions& connection,
-                           const NetworkSettings& before, const NetworkSettings& wanted,
+                           const systemstate::NetworkSettings& before,
+                           const systemstate::NetworkSettings& wanted,
                            std::chrono::milliseconds timeout) {
     cli::SignalFD signals(cli::kTerminationSignals);
     DetachedProcess process(
@@ -94,14 +100,14 @@ ExitStatus changeConfirmed(const client::ConnectionOptions& connection,
 
 ExitStatus changeNetwork(const client::ConnectionOptions& connection,
                          const NetworkRequest& request) {
-    NetworkSettings before;
+    systemstate::NetworkSettings before;
     {
         client::Client client(connection, client::Subscription::answers);
         if (const ExitStatus status = readNetwork(client, before); status != kSuccess) {
             return status;
         }
     }
-    const NetworkSettings wanted = merge(before, request.wish);
+    const systemstate::NetworkSettings wanted = merge(before, request.wish);
     const ExitStatus status = checkChange(before, wanted, request.force);
     if (status != kSuccess) {
         return status;
@@ -141,7 +147,7 @@ NetworkRequest makeRequest(const Arguments& arguments) {
         request.wish.*kNetworkMembers[member].value =
             parseAddress(arguments.settings[member]).value_or(0);
     }
-    if (request.wish == NetworkSettings()) {
+    if (request.wish == systemstate::NetworkSettings()) {
         throw cli::UsageError("needs --address, --netmask or --gateway");
     }
     request.confirmWithin = cli::script::parseTimeOption(arguments.confirmWithin);

@@ -41,7 +41,7 @@ bool isRefusal(ExitStatus status) {
 
 }  // namespace
 
-ExitStatus readNetwork(client::Client& client, NetworkSettings& settings) {
+ExitStatus readNetwork(client::Client& client, systemstate::NetworkSettings& settings) {
     const ExitStatus status = client.read(networkNames(client.device()));
     if (status != kSuccess) {
         return status;
@@ -60,7 +60,8 @@ ExitStatus readNetwork(client::Client& client, NetworkSettings& settings) {
 }
 
 NetworkChange::NetworkChange(const client::ConnectionOptions& connection,
-                             const NetworkSettings& before, const NetworkSettings& wanted, Say say)
+                             const systemstate::NetworkSettings& before,
+                             const systemstate::NetworkSettings& wanted, Say say)
     : connection_(connection), before_(before), wanted_(wanted), say_(std::move(say)) {}
 
 ExitStatus NetworkChange::apply(const std::function<bool()>& goOn) {
@@ -86,7 +87,7 @@ ExitStatus NetworkChange::apply(const std::function<bool()>& goOn) {
 }
 
 ExitStatus NetworkChange::send(client::Device& device, const NetworkMember& member,
-                               const NetworkSettings& settings) {
+                               const systemstate::NetworkSettings& settings) {
     const std::string name = device.fullName(member.leaf);
     const auto code = device.set(name, util::jsonNumber(settings.*member.value));
     if (!code) {
@@ -143,11 +144,12 @@ bool NetworkChange::hasOldValues(client::Client& client) {
            });
 }
 
-std::string formatOptions(const NetworkSettings& settings) {
+std::string formatOptions(const systemstate::NetworkSettings& settings) {
     std::string text;
     for (auto member = kNetworkMembers.rbegin(); member != kNetworkMembers.rend(); ++member) {
         text += text.empty() ? "" : " ";
-        text += std::string(member->option) + " " + dottedText(settings.*member->value);
+        text +=
+            std::string(member->option) + " " + systemstate::dottedText(settings.*member->value);
     }
     return text;
 }

@@ -13,7 +13,7 @@
 namespace pallctl {
 
 // Reads the three current settings of the device. Reports a missing one on standard error.
-ExitStatus readNetwork(client::Client& client, NetworkSettings& settings);
+ExitStatus readNetwork(client::Client& client, systemstate::NetworkSettings& settings);
 
 // One change of the network settings over the bus, and its rollback. Each uses a connection of its
 // own, so an earlier failure does not matter. Used by one thread.
@@ -25,8 +25,9 @@ class NetworkChange {
     // A bus or a daemon that is away for longer does not come back by itself.
     static constexpr std::chrono::minutes kMaxRetryTime{60};
 
-    NetworkChange(const client::ConnectionOptions& connection, const NetworkSettings& before,
-                  const NetworkSettings& wanted, Say say);
+    NetworkChange(const client::ConnectionOptions& connection,
+                  const systemstate::NetworkSettings& before,
+                  const systemstate::NetworkSettings& wanted, Say say);
 
     // Sends the settings that differ, one after the other, while `goOn` returns true. Returns
     // kSuccess or the failure; kOldSettings when `goOn` returned false, which is true at once when
@@ -42,18 +43,18 @@ class NetworkChange {
 
   private:
     ExitStatus send(client::Device& device, const NetworkMember& member,
-                    const NetworkSettings& settings);
+                    const systemstate::NetworkSettings& settings);
     ExitStatus tryRollBack();
     bool hasOldValues(client::Client& client);
 
     client::ConnectionOptions connection_;
-    NetworkSettings before_;
-    NetworkSettings wanted_;
+    systemstate::NetworkSettings before_;
+    systemstate::NetworkSettings wanted_;
     Say say_;
     std::vector<const NetworkMember*> sent_;
 };
 
 // "--address 10.1.2.3 --netmask 255.255.255.0 --gateway 10.1.2.1"
-std::string formatOptions(const NetworkSettings& settings);
+std::string formatOptions(const systemstate::NetworkSettings& settings);
 
 }  // namespace pallctl

@@ -11,11 +11,11 @@ namespace {
 // A smaller network has neither a network address nor a broadcast address (RFC 3021).
 constexpr uint32_t kSmallestHostPart = 3;
 
-uint32_t hostPart(const NetworkSettings& settings) {
+uint32_t hostPart(const systemstate::NetworkSettings& settings) {
     return ~settings.netmask;
 }
 
-bool hasHoles(const NetworkSettings& settings) {
+bool hasHoles(const systemstate::NetworkSettings& settings) {
     return (hostPart(settings) & (hostPart(settings) + 1)) != 0;
 }
 
@@ -24,33 +24,33 @@ bool isNoHost(uint32_t address) {
     return first == 0 || first == 127 || first >= 224;
 }
 
-bool isNoUnicast(const NetworkSettings& settings) {
+bool isNoUnicast(const systemstate::NetworkSettings& settings) {
     return isNoHost(settings.ip);
 }
 
-bool isReserved(uint32_t address, const NetworkSettings& settings) {
+bool isReserved(uint32_t address, const systemstate::NetworkSettings& settings) {
     const uint32_t host = address & hostPart(settings);
     return hostPart(settings) >= kSmallestHostPart && (host == 0 || host == hostPart(settings));
 }
 
-bool addressIsReserved(const NetworkSettings& settings) {
+bool addressIsReserved(const systemstate::NetworkSettings& settings) {
     return isReserved(settings.ip, settings);
 }
 
-bool gatewayIsOutside(const NetworkSettings& settings) {
+bool gatewayIsOutside(const systemstate::NetworkSettings& settings) {
     return ((settings.ip ^ settings.gateway) & settings.netmask) != 0;
 }
 
-bool gatewayIsReserved(const NetworkSettings& settings) {
+bool gatewayIsReserved(const systemstate::NetworkSettings& settings) {
     return isReserved(settings.gateway, settings);
 }
 
-bool gatewayIsItself(const NetworkSettings& settings) {
+bool gatewayIsItself(const systemstate::NetworkSettings& settings) {
     return settings.gateway == settings.ip;
 }
 
 struct Objection {
-    bool (*holds)(const NetworkSettings&);
+    bool (*holds)(const systemstate::NetworkSettings&);
     const NetworkMember& member;
     const char* text;
 };
@@ -84,10 +84,11 @@ std::optional<uint32_t> parseAddress(const std::string& text) {
         return std::nullopt;
     }
     const uint32_t number = ntohl(address.s_addr);
-    return isValidAddress(number) ? std::optional(number) : std::nullopt;
+    return systemstate::isValidAddress(number) ? std::optional(number) : std::nullopt;
 }
 
-NetworkSettings merge(NetworkSettings before, const NetworkSettings& wish) {
+systemstate::NetworkSettings merge(systemstate::NetworkSettings before,
+                                   const systemstate::NetworkSettings& wish) {
     for (const NetworkMember& member : kNetworkMembers) {
         if (wish.*member.value != 0) {
             before.*member.value = wish.*member.value;
@@ -96,8 +97,8 @@ NetworkSettings merge(NetworkSettings before, const NetworkSettings& wish) {
     return before;
 }
 
-std::vector<const NetworkMember*> findDifferences(const NetworkSettings& one,
-                                                  const NetworkSettings& other) {
+std::vector<const NetworkMember*> findDifferences(const systemstate::NetworkSettings& one,
+                                                  const systemstate::NetworkSettings& other) {
     std::vector<const NetworkMember*> members;
     for (const NetworkMember& member : kNetworkMembers) {
         if (one.*member.value != other.*member.value) {
@@ -107,15 +108,15 @@ std::vector<const NetworkMember*> findDifferences(const NetworkSettings& one,
     return members;
 }
 
-std::string findReachabilityProblem(const NetworkSettings& settings) {
+std::string findReachabilityProblem(const systemstate::NetworkSettings& settings) {
     const auto* row =
         std::find_if(std::begin(kObjections), std::end(kObjections),
                      [&](const Objection& objection) { return objection.holds(settings); });
     if (row == std::end(kObjections)) {
         return "";
     }
-    return std::string(row->member.option) + " " + dottedText(settings.*row->member.value) + ": " +
-           row->text;
+    return std::string(row->member.option) + " " +
+           systemstate::dottedText(settings.*row->member.value) + ": " + row->text;
 }
 
 }  // namespace pallctl

@@ -17,6 +17,8 @@ namespace pallctl::top {
 
 namespace {
 
+using systemstate::PortStatus;
+
 constexpr std::size_t kTitleColumns = 9;
 constexpr std::size_t kValueColumns = 9;
 constexpr std::size_t kRangeColumns = 14;

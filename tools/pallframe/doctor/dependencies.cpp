@@ -23,6 +23,8 @@ namespace pallframe::doctor {
 
 namespace {
 
+using systemstate::Product;
+
 bool all(const Product&) {
     return true;
 }
@@ -63,29 +65,33 @@ bool isKnownProduct(const std::string& text, const Product&) {
 }
 
 bool hasVersion(const std::string& text, const Product&) {
-    return versionText(decodeBuildProperties(text)) != versionText({});
+    return systemstate::versionText(systemstate::decodeBuildProperties(text)) !=
+           systemstate::versionText({});
 }
 
 bool hasSettings(const std::string& text, const Product&) {
-    const NetworkConf conf = decodeNetworkConf(text);
-    return areValid({conf.ip.value_or(0), conf.netmask.value_or(0), conf.gateway.value_or(0)});
+    const systemstate::NetworkConf conf = systemstate::decodeNetworkConf(text);
+    return systemstate::areValid(
+        {conf.ip.value_or(0), conf.netmask.value_or(0), conf.gateway.value_or(0)});
 }
 
 bool hasPorts(const std::string& text, const Product& product) {
-    return decodeBonding(decodeBlockFile(text),
-                         product.isTessaraFrame() ? kTessaraHeaderBlock : kDriverHeaderBlock)
+    return systemstate::decodeBonding(systemstate::decodeBlockFile(text),
+                                      product.isTessaraFrame() ? systemstate::kTessaraHeaderBlock
+                                                               : systemstate::kDriverHeaderBlock)
         .has_value();
 }
 
 bool hasFrameType(const std::string& text, const Product&) {
-    const auto detection = decodeFrameDetection(decodeBlockFile(text));
+    const auto detection = systemstate::decodeFrameDetection(systemstate::decodeBlockFile(text));
     return detection && detection->frameType >= 0;
 }
 
 bool hasReadings(const std::string& text, const Product& product) {
     const bool dedicated = product.isTessaraFrame() || product.isKeli();
-    return text.size() >= kXadcDumpSize &&
-           decodeXadcDump(text, dedicated ? BatterySource::dedicatedInput : BatterySource::channel);
+    return text.size() >= systemstate::kXadcDumpSize &&
+           systemstate::decodeXadcDump(text, dedicated ? systemstate::BatterySource::dedicatedInput
+                                                       : systemstate::BatterySource::channel);
 }
 
 bool isJSON(const std::string& text, const Product&) {
@@ -138,7 +144,8 @@ constexpr std::string_view kNotSwitched =
 constexpr std::string_view kNotFound = "a new address is not announced, the frame is not found";
 constexpr std::string_view kRestarts = "a new address of the remote controller restarts modules";
 
-constexpr Places kBrioSwitches{kBrioStartSsh, kBrioStopSsh, kBrioStartFtp, kBrioStopFtp};
+constexpr Places kBrioSwitches{systemstate::kBrioStartSsh, systemstate::kBrioStopSsh,
+                               systemstate::kBrioStartFtp, systemstate::kBrioStopFtp};
 
 constexpr Check kChecks[] = {
     {{kBus},
@@ -148,67 +155,75 @@ constexpr Check kChecks[] = {
     {{kSyslog}, Kind::syslog, all, "values as usual, and nobody reads what the daemon logs"},
     {{kNoDevice}, Kind::device, all, "with -d the daemon ends at once, nothing is published"},
 
-    {{kProductCommand},
+    {{systemstate::kProductCommand},
      Kind::file,
      all,
      "the card counts as a Quorane",
      isKnownProduct,
      kSourced,
      true},
-    {{kBuildPropertiesFile}, Kind::file, all, "", hasVersion, 0, true},
-    file(kNetworkFile, all, hasSettings, "settings from the bus are not applied"),
-    file(kBondingFile, driversBond, hasPorts, kPortsStay),
-    file(kTessaraBondingFile, bondCopy, hasPorts, kPortsStay),
-    file(kFrameDetectionFile, tessaraFrame, hasFrameType,
+    {{systemstate::kBuildPropertiesFile}, Kind::file, all, "", hasVersion, 0, true},
+    file(systemstate::kNetworkFile, all, hasSettings, "settings from the bus are not applied"),
+    file(systemstate::kBondingFile, driversBond, hasPorts, kPortsStay),
+    file(systemstate::kTessaraBondingFile, bondCopy, hasPorts, kPortsStay),
+    file(systemstate::kFrameDetectionFile, tessaraFrame, hasFrameType,
          "looked for each second until it is there"),
-    file(kXadcFile, tessaraEdition, hasReadings,
+    file(systemstate::kXadcFile, tessaraEdition, hasReadings,
          "voltages stay as they were read last; standard error says so each second"),
-    file(kMacAddressFile, all, hasLine,
+    file(systemstate::kMacAddressFile, all, hasLine,
          "ids of messages end at their @; a Tessara frame takes the first label for its own"),
-    file(kDeviceLabelsFile, tessaraFrame, isJSON, "the frame keeps the name that it has"),
+    file(systemstate::kDeviceLabelsFile, tessaraFrame, isJSON,
+         "the frame keeps the name that it has"),
 
-    {{kStateContainer}, Kind::settings, all, "", isJSON},
-    {{kStateContainer},
+    {{systemstate::kStateContainer}, Kind::settings, all, "", isJSON},
+    {{systemstate::kStateContainer},
      Kind::directory,
      all,
      "settings from the bus are lost when the daemon ends"},
-    optional(kDeviceNameFile, tessaraFrame, "the name for the user interface, kept up to date"),
+    optional(systemstate::kDeviceNameFile, tessaraFrame,
+             "the name for the user interface, kept up to date"),
 
     program({kShell}, all, "no command at all is carried out"),
-    program({kBatteryLoadOn, kBatteryLoadOff}, tessaraEdition,
+    program({systemstate::kBatteryLoadOn, systemstate::kBatteryLoadOff}, tessaraEdition,
             "the battery is measured without its load, and looks better than it is"),
-    program({kChangeActiveSlave}, quorane,
+    program({systemstate::kChangeActiveSlave}, quorane,
             "the new value is published, but the traffic stays on its port"),
-    program({kRestartNetworkService}, all,
+    program({systemstate::kRestartNetworkService}, all,
             "new settings are written, and taken up at the next boot only"),
-    program({kRegisterLocationService}, all, kNotFound),
-    program({kRestartLocationService}, all, kNotFound),
-    program({kRestartView}, all, "the view goes on serving at the old address"),
-    program({kRestartNetworking}, all, "nothing is restarted, and the parameter goes back to 0"),
-    program({kGenerateReport}, all, "there is no report, and the parameter goes back to 0"),
+    program({systemstate::kRegisterLocationService}, all, kNotFound),
+    program({systemstate::kRestartLocationService}, all, kNotFound),
+    program({systemstate::kRestartView}, all, "the view goes on serving at the old address"),
+    program({systemstate::kRestartNetworking}, all,
+            "nothing is restarted, and the parameter goes back to 0"),
+    program({systemstate::kGenerateReport}, all,
+            "there is no report, and the parameter goes back to 0"),
 
-    marker(kSshDisabledMarker),
-    marker(kFtpDisabledMarker),
-    optional(kAmbrixDisabledMarker, all,
+    marker(systemstate::kSshDisabledMarker),
+    marker(systemstate::kFtpDisabledMarker),
+    optional(systemstate::kAmbrixDisabledMarker, all,
              "the service is off; one that was saved as on is stopped by the first poll"),
-    program({kTessaraStartSsh, kTessaraStopSsh}, tessaraEdition, kNotSwitched),
-    program({kTessaraStartFtp, kTessaraStopFtp}, tessaraEdition, kNotSwitched),
+    program({systemstate::kTessaraStartSsh, systemstate::kTessaraStopSsh}, tessaraEdition,
+            kNotSwitched),
+    program({systemstate::kTessaraStartFtp, systemstate::kTessaraStopFtp}, tessaraEdition,
+            kNotSwitched),
     program(kBrioSwitches, brio, kNotSwitched),
     program(kBrioSwitches, brio, kNotSwitched, kBehindSudo),
-    unit({kBrioStartSsh, kBrioStopSsh}, kNotSwitched),
-    unit({kBrioStartFtp, kBrioStopFtp}, kNotSwitched),
-    program({kTessaraStartAmbrix, kTessaraStopAmbrix}, tessaraEdition, kNotSwitched),
-    program({kTessaraStartAmbrixWatch}, tessaraEdition, "Ambrix never shuts itself off"),
-    program({kTessaraStopAmbrixWatch}, tessaraEdition,
+    unit({systemstate::kBrioStartSsh, systemstate::kBrioStopSsh}, kNotSwitched),
+    unit({systemstate::kBrioStartFtp, systemstate::kBrioStopFtp}, kNotSwitched),
+    program({systemstate::kTessaraStartAmbrix, systemstate::kTessaraStopAmbrix}, tessaraEdition,
+            kNotSwitched),
+    program({systemstate::kTessaraStartAmbrixWatch}, tessaraEdition,
+            "Ambrix never shuts itself off"),
+    program({systemstate::kTessaraStopAmbrixWatch}, tessaraEdition,
             "the watch goes on when Ambrix is switched off"),
-    program({kBrioStartAmbrix}, brio, kNotSwitched),
-    program({kBrioStartAmbrixWatch}, brio, "Ambrix never shuts itself off"),
-    program({kBrioStopAmbrix, kBrioStopAmbrixWatch}, brio,
+    program({systemstate::kBrioStartAmbrix}, brio, kNotSwitched),
+    program({systemstate::kBrioStartAmbrixWatch}, brio, "Ambrix never shuts itself off"),
+    program({systemstate::kBrioStopAmbrix, systemstate::kBrioStopAmbrixWatch}, brio,
             "Ambrix and its watch go on when it is switched off"),
 
-    optional(kKeliControlModeFile, remoteControlled, kRestarts),
-    optional(kRemoteControlModeFile, remoteControlled, kRestarts),
-    program({kKeliIpChangedScript}, remoteControlled,
+    optional(systemstate::kKeliControlModeFile, remoteControlled, kRestarts),
+    optional(systemstate::kRemoteControlModeFile, remoteControlled, kRestarts),
+    program({systemstate::kKeliIpChangedScript}, remoteControlled,
             "modules do not learn a new address of the remote controller"),
 };
 

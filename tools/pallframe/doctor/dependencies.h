@@ -6,7 +6,9 @@
 #include <string_view>
 #include <vector>
 
+namespace systemstate {
 class Product;
+}  // namespace systemstate
 
 namespace pallframe::doctor {
 
@@ -35,10 +37,10 @@ struct Check {
     // What the daemon has: a path, or commands that begin with the program. The first names it.
     std::array<const char*, 4> places;
     Kind kind;
-    bool (*concerns)(const Product& product);
+    bool (*concerns)(const systemstate::Product& product);
     std::string_view effect;  // what a daemon that starts without it does, beyond its parameters
     // A file's text says what it has to; null: any text does.
-    bool (*decodes)(const std::string& text, const Product& product) = nullptr;
+    bool (*decodes)(const std::string& text, const systemstate::Product& product) = nullptr;
     size_t word = 0;      // which word of the commands names it
     bool isSure = false;  // the same is published without a file and with one that says nothing
 };

@@ -14,6 +14,8 @@ namespace pallframe::doctor {
 
 namespace {
 
+using systemstate::Product;
+
 constexpr const char* kUnlabelled =
     "Quorane";  // what the daemon takes a card for that says nothing
 

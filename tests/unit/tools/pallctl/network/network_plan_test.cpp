@@ -8,11 +8,11 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-NetworkSettings settings(const char* ip, const char* netmask, const char* gateway) {
+systemstate::NetworkSettings settings(const char* ip, const char* netmask, const char* gateway) {
     return {parseAddress(ip).value(), parseAddress(netmask).value(), parseAddress(gateway).value()};
 }
 
-const NetworkSettings kUsual = settings("10.1.2.3", "255.255.255.0", "10.1.2.1");
+const systemstate::NetworkSettings kUsual = settings("10.1.2.3", "255.255.255.0", "10.1.2.1");
 
 std::vector<std::string> options(const std::vector<const NetworkMember*>& members) {
     std::vector<std::string> texts;
@@ -41,7 +41,7 @@ TEST(NetworkWish, LeavesWhatItDoesNotSay) {
     EXPECT_EQ(merge(kUsual, {}), kUsual);
     EXPECT_EQ(merge(kUsual, {0, 0, 0x0A0102FEu}),
               settings("10.1.2.3", "255.255.255.0", "10.1.2.254"));
-    const NetworkSettings other = settings("10.9.0.3", "255.255.0.0", "10.9.0.1");
+    const systemstate::NetworkSettings other = settings("10.9.0.3", "255.255.0.0", "10.9.0.1");
     EXPECT_EQ(merge(kUsual, other), other);
 }
 

@@ -125,9 +125,10 @@ TEST(Checks, LookForEveryUnitThatTheDaemonSwitches) {
 
 TEST(Checks, EachConcernsSomeProduct) {
     for (const Check& check : checks()) {
-        const bool concerns =
-            check.concerns(Product("Quorane")) || check.concerns(Product("Tessara-5ru")) ||
-            check.concerns(Product("QuoraneBrio")) || check.concerns(Product("KELI"));
+        const bool concerns = check.concerns(systemstate::Product("Quorane")) ||
+                              check.concerns(systemstate::Product("Tessara-5ru")) ||
+                              check.concerns(systemstate::Product("QuoraneBrio")) ||
+                              check.concerns(systemstate::Product("KELI"));
         EXPECT_TRUE(concerns) << extractPath(check);
     }
 }
@@ -144,7 +145,7 @@ TEST(Checks, LookAtEverythingThatAParameterDependsOn) {
 std::vector<std::string> dependentOn(const std::string& path, const std::string& product) {
     std::vector<std::string> texts;
     for (const Check& check : checks()) {
-        if (extractPath(check) == path && check.concerns(Product(product))) {
+        if (extractPath(check) == path && check.concerns(systemstate::Product(product))) {
             for (const Published& one : dependentParameters(check)) {
                 texts.push_back(std::string(one.name) + (one.value.empty() ? "" : "=") +
                                 std::string(one.value));

@@ -24,7 +24,7 @@ class DoctorOn : public FrameToInspect, public testing::WithParamInterface<const
     std::vector<Check> needed() const {
         std::vector<Check> all;
         for (const Check& check : checks()) {
-            if (check.concerns(Product(GetParam())) && check.kind != Kind::optional &&
+            if (check.concerns(systemstate::Product(GetParam())) && check.kind != Kind::optional &&
                 check.kind != Kind::marker) {
                 all.push_back(check);
             }
