@@ -34,7 +34,7 @@ std::string startsAs(const CatalogueRow& row) {
     if (row.startsAs != nullptr) {
         return row.startsAs;
     }
-    return row.type == kTypeString ? "empty" : row.type == kTypeFloat ? "0.0" : "0";
+    return row.type == model::kTypeString ? "empty" : row.type == model::kTypeFloat ? "0.0" : "0";
 }
 
 std::string choices(const CatalogueRow& row) {

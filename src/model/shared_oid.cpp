@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace model {
+
 namespace {
 
 // What every parameter carries before it is named.
@@ -37,3 +39,5 @@ const ToskOID* SharedOID::keep(const ToskOID& oid) {
     }
     return kept_.emplace_back(std::make_unique<const ToskOID>(oid)).get();
 }
+
+}  // namespace model

@@ -6,6 +6,8 @@
 
 #include "model/tosk_oid.h"
 
+namespace model {
+
 // The identifier of one parameter, which one thread may rename while others read it without a
 // lock. What is read is never written again: a rename publishes another identifier and keeps the
 // old one for those who still hold it, and for the next time that it is asked for. So the memory
@@ -29,3 +31,5 @@ class SharedOID {
     std::vector<std::unique_ptr<const ToskOID>> kept_;
     std::atomic<const ToskOID*> current_;
 };
+
+}  // namespace model

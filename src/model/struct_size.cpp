@@ -8,6 +8,8 @@
 #include "model/tosk_value.h"
 #include "util/json.h"
 
+namespace model {
+
 namespace {
 
 // A choice takes that even without a name.
@@ -93,3 +95,5 @@ StructSize sizeOfMember(const cJSON* item, std::string_view name) {
 bool isMemberKey(const char* key) {
     return key != nullptr && std::string_view(key).starts_with(kMemberPrefix);
 }
+
+}  // namespace model

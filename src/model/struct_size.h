@@ -8,6 +8,8 @@
 class ToskParam;
 class ToskValue;
 
+namespace model {
+
 // How much a struct holds, or would hold: whoever may write to it could make it grow for ever.
 struct StructSize {
     static constexpr std::size_t kMostMembers = 64;
@@ -32,3 +34,5 @@ StructSize sizeOfMember(const cJSON* item, std::string_view name);
 // What the key of a struct's JSON begins with when a member follows; the rest is its name.
 constexpr std::string_view kMemberPrefix = "_d_";
 bool isMemberKey(const char* key);
+
+}  // namespace model

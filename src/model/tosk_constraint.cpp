@@ -60,7 +60,7 @@ util::UniqueJSON ToskIntegerChoiceConstraint::toJSON() const {
 
 std::unique_ptr<ToskConstraint> createConstraint(const cJSON* item) {
     const char* name = util::jsonText(util::jsonMember(item, "type"));
-    if (!name || constraintTypeCode(name) != kConstraintIntChoice) {
+    if (!name || constraintTypeCode(name) != model::kConstraintIntChoice) {
         return nullptr;
     }
     return std::make_unique<ToskIntegerChoiceConstraint>();

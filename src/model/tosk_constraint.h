@@ -14,7 +14,7 @@
 // parameters through shared ownership and not written once it is shared.
 class ToskConstraint {
   public:
-    explicit ToskConstraint(int32_t type = kConstraintUndefined) : type_(type) {}
+    explicit ToskConstraint(int32_t type = model::kConstraintUndefined) : type_(type) {}
 
     // Reads the type: 0, or -1 for a null item and one whose "type" is no string.
     virtual int fromJSON(const cJSON* item);
@@ -39,9 +39,9 @@ class ToskIntegerChoiceConstraint : public ToskConstraint {
         bool operator==(const Choice&) const = default;
     };
 
-    ToskIntegerChoiceConstraint() : ToskConstraint(kConstraintIntChoice) {}
+    ToskIntegerChoiceConstraint() : ToskConstraint(model::kConstraintIntChoice) {}
     explicit ToskIntegerChoiceConstraint(std::vector<Choice> choices)
-        : ToskConstraint(kConstraintIntChoice), choices_(std::move(choices)) {}
+        : ToskConstraint(model::kConstraintIntChoice), choices_(std::move(choices)) {}
 
     // Forgets the choices in every case, then reads type and choices; a choice without "name" or
     // "value" is passed over. 0, or -1 when the item, its type or its "choices" is missing.

@@ -18,7 +18,7 @@ class ToskDevice : public ToskObject {
     // In ascending byte order of the keys.
     using Params = std::map<std::string, std::unique_ptr<ToskParam>>;
 
-    ToskDevice() : ToskObject(kKindDevice) {}
+    ToskDevice() : ToskObject(model::kKindDevice) {}
     ToskDevice(const ToskDevice&) = delete;
     ToskDevice& operator=(const ToskDevice&) = delete;
 

@@ -10,7 +10,7 @@
 // that it read itself live as long as it does; those that others added are theirs. Main thread.
 class ToskMenu : public ToskObject {
   public:
-    ToskMenu() : ToskObject(kKindMenu) {}
+    ToskMenu() : ToskObject(model::kKindMenu) {}
     ToskMenu(const ToskMenu&) = delete;
     ToskMenu& operator=(const ToskMenu&) = delete;
 
@@ -29,7 +29,7 @@ class ToskMenu : public ToskObject {
 // are theirs. Main thread.
 class ToskMenuGroup : public ToskObject {
   public:
-    ToskMenuGroup() : ToskObject(kKindMenuGroup) {}
+    ToskMenuGroup() : ToskObject(model::kKindMenuGroup) {}
     ToskMenuGroup(const ToskMenuGroup&) = delete;
     ToskMenuGroup& operator=(const ToskMenuGroup&) = delete;
 

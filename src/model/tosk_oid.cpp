@@ -2,7 +2,7 @@
 
 #include <utility>
 
-ToskOID::ToskOID(const std::string& text, int dotIndex) : ToskObject(kKindOID) {
+ToskOID::ToskOID(const std::string& text, int dotIndex) : ToskObject(model::kKindOID) {
     parse(text, dotIndex);
 }
 

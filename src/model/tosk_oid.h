@@ -8,7 +8,7 @@
 // joined by a dot, is the parameter's key everywhere. A menu lists its parameters by these.
 class ToskOID : public ToskObject {
   public:
-    ToskOID() : ToskObject(kKindOID) {}
+    ToskOID() : ToskObject(model::kKindOID) {}
 
     // An identifier parsed from `text`; without a dot in it both parts stay empty.
     ToskOID(const std::string& text, int dotIndex);

@@ -110,9 +110,9 @@ class ToskParam {
     ToskValue* valueOnDemand();
     void notify();
 
-    SharedOID oid_;
+    model::SharedOID oid_;
     std::string name_;
-    int32_t type_ = kTypeInt16;
+    int32_t type_ = model::kTypeInt16;
     bool readonly_ = false;
     std::string widget_;
     int32_t precision_ = -1;

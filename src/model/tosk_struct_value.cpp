@@ -39,8 +39,8 @@ int ToskStructValue::fromJSON(const cJSON* item) {
     }
     const cJSON* member = nullptr;
     cJSON_ArrayForEach(member, item) {
-        if (isMemberKey(member->string)) {
-            readMember(places, member, member->string + kMemberPrefix.size());
+        if (model::isMemberKey(member->string)) {
+            readMember(places, member, member->string + model::kMemberPrefix.size());
         }
     }
     return 0;
@@ -48,19 +48,19 @@ int ToskStructValue::fromJSON(const cJSON* item) {
 
 // A member that is held takes over no more than the value, and may keep the one it has.
 bool ToskStructValue::fits(const Places& places, const cJSON* item) const {
-    StructSize size = sizeOfValue(this);
+    model::StructSize size = model::sizeOfValue(this);
     const cJSON* member = nullptr;
     cJSON_ArrayForEach(member, item) {
-        if (!isMemberKey(member->string)) {
+        if (!model::isMemberKey(member->string)) {
             continue;
         }
-        const std::string name = member->string + kMemberPrefix.size();
+        const std::string name = member->string + model::kMemberPrefix.size();
         const auto held = places.find(name);
         if (held == places.end()) {
-            size += sizeOfMember(member, name);
+            size += model::sizeOfMember(member, name);
         } else {
-            const StructSize old = sizeOfValue(params_[held->second].value().get());
-            size += sizeOfValue(util::jsonMember(member, "value")).over(old);
+            const model::StructSize old = model::sizeOfValue(params_[held->second].value().get());
+            size += model::sizeOfValue(util::jsonMember(member, "value")).over(old);
         }
     }
     return !size.tooLarge();
@@ -91,7 +91,7 @@ void ToskStructValue::readMember(Places& places, const cJSON* json, const std::s
 util::UniqueJSON ToskStructValue::toJSON() const {
     util::UniqueJSON json = util::jsonObject();
     for (const ToskParam& param : params_) {
-        const std::string key = std::string(kMemberPrefix) + param.oid().leaf();
+        const std::string key = std::string(model::kMemberPrefix) + param.oid().leaf();
         util::addMember(json.get(), key.c_str(), memberToJSON(param));
     }
     return json;

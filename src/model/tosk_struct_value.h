@@ -13,7 +13,7 @@
 // in it, share the member values. Belongs to one thread at a time.
 class ToskStructValue : public ToskValue {
   public:
-    ToskStructValue() : ToskValue(kTypeStruct) {}
+    ToskStructValue() : ToskValue(model::kTypeStruct) {}
 
     // Always empty: a struct has no text form.
     std::string toString() const override { return {}; }

@@ -51,9 +51,9 @@ const char* constraintTypeName(int32_t code) {
 }
 
 int32_t constraintTypeCode(std::string_view name) {
-    return codeOf(kConstraintTypeNames, name).value_or(kConstraintUndefined);
+    return codeOf(kConstraintTypeNames, name).value_or(model::kConstraintUndefined);
 }
 
-const char* objectKindName(int32_t kind) {
+const char* model::objectKindName(int32_t kind) {
     return nameOf(kObjectKindNames, kind, "");
 }

@@ -6,6 +6,8 @@
 
 // The vocabulary of the parameter model: codes inside the program, names in JSON.
 
+namespace model {
+
 // What a parameter's value is. The array types can be named but have no value class.
 enum ToskValueType : int32_t {
     kTypeInt16 = 0,
@@ -44,6 +46,8 @@ enum ToskObjectKind : int32_t {
     kKindOID = 5,
 };
 
+}  // namespace model
+
 // "INT16" to "STRUCT_ARRAY"; the empty text for a code that is none of the ten.
 const char* valueTypeName(int32_t code);
 
@@ -56,5 +60,9 @@ const char* constraintTypeName(int32_t code);
 // The code of exactly this name; kConstraintUndefined for any other text.
 int32_t constraintTypeCode(std::string_view name);
 
+namespace model {
+
 // "object" to "oid"; the empty text for a code that is none of the six. No JSON carries these.
 const char* objectKindName(int32_t kind);
+
+}  // namespace model

@@ -69,7 +69,7 @@ util::UniqueJSON ToskIntegerValue::toJSON() const {
 }
 
 bool ToskIntegerValue::isCompatible(const ToskValue& other) const {
-    return other.type() == kTypeInt16 || other.type() == kTypeInt32;
+    return other.type() == model::kTypeInt16 || other.type() == model::kTypeInt32;
 }
 
 bool ToskIntegerValue::updateFrom(const ToskParam&, const ToskValue* other) {
@@ -153,14 +153,14 @@ bool ToskStringValue::updateFrom(const ToskParam&, const ToskValue* other) {
 
 std::unique_ptr<ToskValue> createValue(int32_t typeCode) {
     switch (typeCode) {
-        case kTypeInt16:
-        case kTypeInt32:
+        case model::kTypeInt16:
+        case model::kTypeInt32:
             return std::make_unique<ToskIntegerValue>();
-        case kTypeFloat:
+        case model::kTypeFloat:
             return std::make_unique<ToskFloatValue>();
-        case kTypeString:
+        case model::kTypeString:
             return std::make_unique<ToskStringValue>();
-        case kTypeStruct:
+        case model::kTypeStruct:
             return std::make_unique<ToskStructValue>();
         default:
             util::trace("InvalidToskParamType: %d\n", typeCode);

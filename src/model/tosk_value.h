@@ -58,7 +58,7 @@ class ToskValue {
 // A whole number of 64 bits, for INT16 and INT32 alike.
 class ToskIntegerValue : public ToskValue {
   public:
-    explicit ToskIntegerValue(int64_t value = 0) : ToskValue(kTypeInt32), value_(value) {}
+    explicit ToskIntegerValue(int64_t value = 0) : ToskValue(model::kTypeInt32), value_(value) {}
 
     std::string toString() const override;
     // Any item reads as its number, cut toward zero: what is no number is 0.
@@ -79,7 +79,7 @@ class ToskIntegerValue : public ToskValue {
 // A reading. Changes below the owner's precision are stored but not reported by updateFrom.
 class ToskFloatValue : public ToskValue {
   public:
-    explicit ToskFloatValue(double value = 0) : ToskValue(kTypeFloat), value_(value) {}
+    explicit ToskFloatValue(double value = 0) : ToskValue(model::kTypeFloat), value_(value) {}
 
     // Six decimals, always.
     std::string toString() const override;
@@ -103,7 +103,7 @@ class ToskStringValue : public ToskValue {
     static constexpr std::size_t kLongest = std::size_t{1} * 1024 * 1024;
 
     explicit ToskStringValue(std::string text = {})
-        : ToskValue(kTypeString), text_(std::move(text)) {}
+        : ToskValue(model::kTypeString), text_(std::move(text)) {}
 
     std::string toString() const override { return text_; }
     int fromJSON(const cJSON* item) override;

@@ -62,7 +62,7 @@ struct CatalogueRow {
     const char* name;  // label for people, "IP Address"
     Group group;
 
-    ToskValueType type = kTypeInt32;
+    model::ToskValueType type = model::kTypeInt32;
     Access access = Access::readonly;
     Storage storage = Storage::live;
     Builder builder = Builder::mainCatalogue;

@@ -16,9 +16,9 @@ InitialValue makeInitialValue(const CatalogueRow& row, const CatalogueSources& s
         return row.initialValue(sources);
     }
     switch (row.type) {
-        case kTypeString:
+        case model::kTypeString:
             return initial::text("");
-        case kTypeFloat:
+        case model::kTypeFloat:
             return std::make_shared<ToskFloatValue>(0.0);
         default:
             return initial::integer(0);

@@ -14,7 +14,7 @@ ToskParam textMember(const char* leaf, const char* name, const std::string& text
     ToskParam member;
     member.setOid(ToskOID::fromParts("", leaf));
     member.setName(name);
-    member.setType(kTypeString);
+    member.setType(model::kTypeString);
     member.setValue(std::make_shared<ToskStringValue>(text));
     return member;
 }

@@ -29,10 +29,10 @@ Values chooseValues(const CatalogueRow& row) {
     if (*row.widget != '\0') {
         return key == systemstate::kNetmaskKey ? Values::netmask : Values::address;
     }
-    if (row.type == kTypeString) {
+    if (row.type == model::kTypeString) {
         return Values::text;
     }
-    if (row.type == kTypeStruct) {
+    if (row.type == model::kTypeStruct) {
         return Values::connectionPoint;
     }
     return row.choices.data() == std::data(systemstate::kCommandTexts) ? Values::command

@@ -16,7 +16,7 @@ Descriptor describeRow(const systemstate::CatalogueRow& row) {
     descriptor.widget = row.widget;
     descriptor.precision = row.precision;
     if (!row.choices.empty()) {
-        descriptor.constraint = constraintTypeName(kConstraintIntChoice);
+        descriptor.constraint = constraintTypeName(model::kConstraintIntChoice);
     }
     for (const char* text : row.choices) {
         descriptor.choices.push_back({static_cast<int64_t>(descriptor.choices.size()), text});

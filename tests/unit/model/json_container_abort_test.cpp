@@ -17,6 +17,8 @@
 #include "support/temporary_directory.h"
 #include "util/log.h"
 
+namespace model {
+
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 // As without a sanitizer: no memory is a null pointer. The sanitizer asks before it can watch
 // anything, the functions that it asks included.
@@ -162,3 +164,5 @@ TEST_F(UnreadableFileDeathTest, PayloadThatDoesNotFitIntoMemoryEndsTheProcess) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -16,6 +16,8 @@
 #include "support/file_calls.h"
 #include "support/temporary_directory.h"
 
+namespace model {
+
 namespace {
 
 using Files = std::map<std::string, std::string>;
@@ -160,3 +162,5 @@ TEST(SaveAllocations, ThatNobodyNoticedAreASaveThatFailed) {
 }
 
 }  // namespace
+
+}  // namespace model

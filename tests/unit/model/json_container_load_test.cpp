@@ -13,6 +13,8 @@
 #include "support/file_calls.h"
 #include "support/temporary_directory.h"
 
+namespace model {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -428,3 +430,5 @@ TEST_F(ContainerLoad, NeverTakesALeftOverNewFileForItsOwn) {
 }
 
 }  // namespace
+
+}  // namespace model

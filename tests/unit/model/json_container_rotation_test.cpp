@@ -17,6 +17,8 @@
 #include "support/no_free_descriptors.h"
 #include "support/temporary_directory.h"
 
+namespace model {
+
 namespace {
 
 using Line = CapturedLog::Line;
@@ -365,3 +367,5 @@ TEST_F(Rotation, RetriedSaveIsSilentAndTellsWhetherItWorked) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -11,6 +11,8 @@
 #include "support/exhausted_memory.h"
 #include "support/temporary_directory.h"
 
+namespace model {
+
 namespace {
 
 using Lines = std::vector<CapturedLog::Line>;
@@ -294,3 +296,5 @@ TEST_F(JSONContainer, LoadReadsTheFileAnewEachTime) {
 }
 
 }  // namespace
+
+}  // namespace model

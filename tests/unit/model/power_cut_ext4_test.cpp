@@ -30,6 +30,8 @@
 #include "support/temporary_directory.h"
 #include "util/files.h"
 
+namespace model {
+
 namespace {
 
 bool runs(const std::string& command) {
@@ -192,3 +194,5 @@ TEST_F(PowerCutOnExt4, LeavesTheNewStateWhenNamesAreWrittenDownAfterTheSave) {
 }
 
 }  // namespace
+
+}  // namespace model

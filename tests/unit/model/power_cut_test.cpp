@@ -21,6 +21,8 @@
 #include "support/temporary_directory.h"
 #include "util/file_replacement.h"
 
+namespace model {
+
 namespace {
 
 // The names in a directory, each with the bytes behind it.
@@ -332,3 +334,5 @@ TEST_F(PowerCutOfAReplacedFile, WouldLoseTheTextIfTheNewFileWereNotSynced) {
 }
 
 }  // namespace
+
+}  // namespace model

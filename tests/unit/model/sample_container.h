@@ -5,6 +5,8 @@
 
 #include "model/json_container.h"
 
+namespace model {
+
 // A container called "sample" whose payload is one text: {"sample": {"text": ...}}.
 class SampleContainer : public AbstractJSONTopLevelContainer {
   public:
@@ -39,3 +41,5 @@ class SampleContainer : public AbstractJSONTopLevelContainer {
 inline std::string sampleFile(const std::string& text) {
     return "{\n\t\"version\":\t0,\n\t\"sample\":\t{\n\t\t\"text\":\t\"" + text + "\"\n\t}\n}";
 }
+
+}  // namespace model

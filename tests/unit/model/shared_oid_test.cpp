@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+namespace model {
+
 namespace {
 
 const ToskOID kLocal("system.ipAddress", 1);
@@ -102,3 +104,5 @@ TEST(SharedOID, ReaderOnAnotherThreadSeesWholeIdentifiersDuringRenames) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -9,6 +9,8 @@
 #include "model/tosk_struct_value.h"
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 int read(ToskStructValue& value, const std::string& json) {
@@ -111,3 +113,5 @@ TEST(StructSize, MeasuresWhatIsHeldAsItMeasuresWhatIsRead) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -6,6 +6,8 @@
 
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 using Choices = std::vector<ToskIntegerChoiceConstraint::Choice>;
@@ -127,3 +129,5 @@ TEST(CreateConstraint, EveryOtherTypeGivesNone) {
 }
 
 }  // namespace
+
+}  // namespace model

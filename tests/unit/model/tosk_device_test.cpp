@@ -7,6 +7,8 @@
 
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 using testing::ElementsAre;
@@ -311,3 +313,5 @@ TEST(ToskDeviceRename, UnknownKeyChangesNothing) {
 }
 
 }  // namespace
+
+}  // namespace model

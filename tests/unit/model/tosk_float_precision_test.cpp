@@ -9,6 +9,8 @@
 #include "model/tosk_value.h"
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -116,3 +118,5 @@ TEST(FloatPrecision, SmallStepsAddUpUnreportedUntilTheDisplayMoves) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -10,6 +10,8 @@
 #include "support/seeded_random.h"
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 constexpr int kRounds = 2000;
@@ -152,3 +154,5 @@ TEST(HostileJSON, DeepestNestingOfTheParserIsReadEverywhere) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -6,6 +6,8 @@
 
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 void read(ToskObject& object, const std::string& json) {
@@ -171,3 +173,5 @@ TEST(ToskMenuGroup, NumberIsCutAndSaturates) {
 }
 
 }  // namespace
+
+}  // namespace model

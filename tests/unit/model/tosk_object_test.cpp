@@ -6,6 +6,8 @@
 #include "model/tosk_menu.h"
 #include "model/tosk_oid.h"
 
+namespace model {
+
 namespace {
 
 TEST(ToskObject, StartsWithNothing) {
@@ -49,3 +51,5 @@ TEST(ToskObject, ChildrenOutliveTheObjectTheyWereAddedTo) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -4,6 +4,8 @@
 
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 void expectParts(const ToskOID& oid, const std::string& prefix, const std::string& leaf) {
@@ -132,3 +134,5 @@ TEST(ToskOID, IsEmptyEvenWithChildren) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -12,6 +12,8 @@
 #include "support/captured_log.h"
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 using testing::ElementsAre;
@@ -270,3 +272,5 @@ TEST(ToskParamThreads, ReadingsAndRenamesMeetWithoutARace) {
 }
 
 }  // namespace
+
+}  // namespace model

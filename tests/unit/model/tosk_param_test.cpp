@@ -8,6 +8,8 @@
 #include "model/tosk_struct_value.h"
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 // The parameter that `json` reads into, which has to work.
@@ -328,3 +330,5 @@ TEST(ToskParamFromJSON, NewConstraintIsAnotherObjectThanTheSharedOne) {
 }
 
 }  // namespace
+
+}  // namespace model

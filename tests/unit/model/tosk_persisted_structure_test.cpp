@@ -6,6 +6,8 @@
 #include "support/temporary_directory.h"
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 void read(ToskPersistedStructure& structure, const std::string& json) {
@@ -120,3 +122,5 @@ TEST(ToskPersistedStructure, DerivedClassesMayBearAnotherName) {
 }
 
 }  // namespace
+
+}  // namespace model

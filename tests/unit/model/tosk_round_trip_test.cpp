@@ -10,6 +10,8 @@
 #include "support/seeded_random.h"
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 constexpr int kRounds = 300;
@@ -178,3 +180,5 @@ TEST(RoundTrip, ValueSetFromAnothersJSONIsTheOthersValue) {
 }
 
 }  // namespace
+
+}  // namespace model

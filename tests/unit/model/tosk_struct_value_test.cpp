@@ -4,6 +4,8 @@
 
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 ToskParam textMember(const std::string& leaf, const std::string& text) {
@@ -256,3 +258,5 @@ TEST(ToskStructValue, StructsInStructsAreReadAsDeepAsTheyHaveMembers) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -12,6 +12,8 @@
 #include "support/json_text.h"
 #include "util/json.h"
 
+namespace model {
+
 // What the tests of the parameter model have in common: JSON from literals, and a listener
 // and standard output that remember what they were told.
 
@@ -60,3 +62,5 @@ inline int64_t integerOf(const ToskParam& param) {
     EXPECT_NE(nullptr, value) << param.oid().toString() << " holds no integer";
     return value ? value->value() : 0;
 }
+
+}  // namespace model

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+namespace model {
+
 namespace {
 
 constexpr std::array kValueTypes{
@@ -73,3 +75,5 @@ TEST(ObjectKindNames, SixKindsHaveTheirNames) {
 }
 
 }  // namespace
+
+}  // namespace model

@@ -8,6 +8,8 @@
 #include "model/tosk_struct_value.h"
 #include "tosk_test_support.h"
 
+namespace model {
+
 namespace {
 
 constexpr int64_t kLowest = std::numeric_limits<int64_t>::min();
@@ -318,3 +320,5 @@ TEST(ToskStringValue, UpdateIgnoresOtherKinds) {
 }
 
 }  // namespace
+
+}  // namespace model

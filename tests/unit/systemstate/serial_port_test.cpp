@@ -51,7 +51,7 @@ TEST_P(SerialPortRow, Param) {
     const std::unique_ptr<ToskParam> param = makePortParam();
     EXPECT_EQ(param->oid().toString(), expected().oid);
     EXPECT_EQ(param->name(), expected().label);
-    EXPECT_EQ(param->type(), kTypeStruct);
+    EXPECT_EQ(param->type(), model::kTypeStruct);
     EXPECT_FALSE(param->published());
     EXPECT_FALSE(param->readonly());
 }
@@ -77,7 +77,7 @@ util::UniqueJSON json(const std::string& text) {
 TEST(SerialConnection, IsTakenFromTheMember) {
     SerialPort port = makeSerialPorts()[0];
     ToskParam param;
-    param.setType(kTypeStruct);
+    param.setType(model::kTypeStruct);
     param.setValue(makeSerialValue(port));
     ASSERT_EQ(param.setValueFromJSON(
                   json(R"({"_d_connectionPoint":{"type":"STRING","value":"Router A"}})").get()),
@@ -90,7 +90,7 @@ TEST(SerialConnection, OtherMembersDoNotTouchIt) {
     SerialPort port = makeSerialPorts()[0];
     port.connectionPoint = "Router A";
     ToskParam param;
-    param.setType(kTypeStruct);
+    param.setType(model::kTypeStruct);
     ASSERT_EQ(
         param.setValueFromJSON(json(R"({"_d_name":{"type":"STRING","value":"Router B"}})").get()),
         0);

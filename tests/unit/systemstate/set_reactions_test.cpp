@@ -355,7 +355,7 @@ TEST_F(Reactions, SwitchRestoredAsAFloatWorksLikeAnyOther) {
     run();
     auto odd = std::make_unique<ToskParam>();
     odd->setOid(ToskOID("system.ambrixEnabled", 1));
-    odd->setType(kTypeFloat);
+    odd->setType(model::kTypeFloat);
     odd->setListener(state.get());
     state->device()->addParam(std::move(odd));
     EXPECT_EQ(set("system.ambrixEnabled", "0"), 0);
@@ -368,7 +368,7 @@ TEST_F(Reactions, SwitchThatIsNoNumberSwitchesNothing) {
     run();
     auto odd = std::make_unique<ToskParam>();
     odd->setOid(ToskOID("system.ambrixEnabled", 1));
-    odd->setType(kTypeString);
+    odd->setType(model::kTypeString);
     odd->setListener(state.get());
     state->device()->addParam(std::move(odd));
     EXPECT_EQ(set("system.ambrixEnabled", "\"on\""), 0);

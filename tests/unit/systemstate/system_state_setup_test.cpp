@@ -193,7 +193,7 @@ TEST_F(IdentityGroup, FrameNameThatIsNoTextMakesWayForTheLabel) {
     load("Tessara", fileOf(R"("a":{"oid":"system.frameName","type":"INT32","value":7})"));
     build("Bay 3");
     EXPECT_EQ(valueOf("system.frameName"), "Bay 3");
-    EXPECT_EQ(state->findParam("system.frameName")->type(), kTypeString);
+    EXPECT_EQ(state->findParam("system.frameName")->type(), model::kTypeString);
     EXPECT_EQ(state->findParam("system.frameName")->listener(), state.get());
 }
 
