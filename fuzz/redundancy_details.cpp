@@ -7,11 +7,13 @@
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text = textOf(data, size);
     const util::UniqueJSON item = util::parseJSON(text.data(), text.size());
-    const util::UniqueJSON written = masterDetailsToJSON(masterDetailsFromJSON(item.get()));
+    const util::UniqueJSON written =
+        pallwatch::masterDetailsToJSON(pallwatch::masterDetailsFromJSON(item.get()));
     const std::string once = util::renderJSON(written.get(), false);
     const util::UniqueJSON back = util::parseJSON(once.data(), once.size());
-    require(util::renderJSON(masterDetailsToJSON(masterDetailsFromJSON(back.get())).get(), false) ==
-            once);
+    require(util::renderJSON(
+                pallwatch::masterDetailsToJSON(pallwatch::masterDetailsFromJSON(back.get())).get(),
+                false) == once);
     for (const char* const half : {"primary", "secondary"}) {
         const cJSON* const controller = util::jsonMember(back.get(), half);
         require(cJSON_IsString(util::jsonMember(controller, "ipAddress")) != 0);

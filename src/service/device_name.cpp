@@ -11,6 +11,8 @@
 #include "util/log.h"
 #include "util/text.h"
 
+namespace pallwatch {
+
 namespace {
 
 // As text without colons, the form in which ports are labelled.
@@ -55,3 +57,5 @@ std::string synchroniseDeviceName(const systemstate::Machine& machine) {
     }
     return label;
 }
+
+}  // namespace pallwatch

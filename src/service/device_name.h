@@ -8,6 +8,8 @@ namespace systemstate {
 class Machine;
 }  // namespace systemstate
 
+namespace pallwatch {
+
 // The name a Tessara frame shows in its user interface. The node application publishes a label for
 // each port of the frame; the port that carries this card's MAC address names the device. Used once
 // at start, on the main thread.
@@ -21,3 +23,5 @@ std::string findDeviceLabel(const cJSON* labels, const std::string& mac);
 // unreadable file counts as an empty text. Gives the label, empty when there is none (the file then
 // stays as it is).
 std::string synchroniseDeviceName(const systemstate::Machine& machine);
+
+}  // namespace pallwatch

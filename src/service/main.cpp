@@ -68,13 +68,13 @@ void surviveSignals(bool detached) {
 // that makes its keys takes a minute.
 constexpr std::chrono::minutes kStartLimit{2};
 
-void runService(const Options& options, pallwatch::ServiceManager manager) {
+void runService(const pallwatch::Options& options, pallwatch::ServiceManager manager) {
     systemstate::Machine machine;
     machine.limitRuns(kStartLimit);
     SystemState systemState(machine.path(systemstate::kStateContainer), machine);
     systemState.load();
-    systemState.buildIdentityGroup(systemState.isTessaraFrame() ? synchroniseDeviceName(machine)
-                                                                : std::string());
+    systemState.buildIdentityGroup(
+        systemState.isTessaraFrame() ? pallwatch::synchroniseDeviceName(machine) : std::string());
     systemState.buildCatalogue();
     machine.limitRuns(std::nullopt);
     util::returnFreeMemory();
@@ -92,7 +92,7 @@ int main(int argc, char* argv[]) {
     openStandardStreams();
     takeSignalsAsUsual();
     auto manager = pallwatch::ServiceManager::fromEnvironment();
-    const ParsedOptions parsed = parseOptions(argc, argv, stderr, ::daemon);
+    const pallwatch::ParsedOptions parsed = pallwatch::parseOptions(argc, argv, stderr, ::daemon);
     if (parsed.exitStatus) {
         return *parsed.exitStatus;
     }

@@ -5,6 +5,8 @@
 
 #include "model/tosk_value.h"
 
+namespace pallwatch {
+
 namespace {
 
 // What is no text, or longer than a parameter takes, changes nothing.
@@ -46,3 +48,5 @@ util::UniqueJSON masterDetailsToJSON(const MasterSystemDetails& details) {
     util::addMember(item.get(), "secondary", controllerToJSON(details.secondary));
     return item;
 }
+
+}  // namespace pallwatch

@@ -3,6 +3,8 @@
 #include "systemstate/controller_details.h"
 #include "util/json.h"
 
+namespace pallwatch {
+
 // The bus's picture of the redundant controller pair, as it travels under "kelMasterSystemDetails":
 // {"primary": {"ipAddress", "present", "active", "version"}, "secondary": {the same four}}.
 
@@ -12,3 +14,5 @@ MasterSystemDetails masterDetailsFromJSON(const cJSON* item);
 
 // Writes a pair, members in the order above.
 util::UniqueJSON masterDetailsToJSON(const MasterSystemDetails& details);
+
+}  // namespace pallwatch

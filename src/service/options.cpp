@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace pallwatch {
+
 namespace {
 
 constexpr const char* kShortOptions = "vdhp:b";
@@ -81,3 +83,5 @@ ParsedOptions parseOptions(int argc, char* argv[], std::FILE* errors, const Deta
     }
     return parsed;
 }
+
+}  // namespace pallwatch

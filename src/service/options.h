@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+namespace pallwatch {
+
 // What the command line asks for. Read once by `main`, before there is any second thread.
 struct Options {
     std::string prefix;            // also serve "<prefix>.system"; empty: only "system"
@@ -26,3 +28,5 @@ using Detach = std::function<int(int, int)>;
 // met: -h writes the usage and ends, -d calls `detach` so that the rest is parsed in the child.
 // Usage and this program's own error lines go to `errors`, the parser's lines to standard error.
 ParsedOptions parseOptions(int argc, char* argv[], std::FILE* errors, const Detach& detach);
+
+}  // namespace pallwatch

@@ -11,6 +11,8 @@
 #include "systemstate/frame_root.h"
 #include "systemstate/machine.h"
 
+namespace pallwatch {
+
 namespace {
 
 using testing::ElementsAre;
@@ -153,3 +155,5 @@ TEST_F(SynchroniseDeviceName, FailedRewriteIsLoggedAndTheLabelStillUsed) {
 }
 
 }  // namespace
+
+}  // namespace pallwatch

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+namespace pallwatch {
+
 namespace {
 
 MasterSystemDetails read(const std::string& text) {
@@ -66,3 +68,5 @@ TEST(MasterDetailsJson, MemberNamesAreCaseSensitive) {
 }
 
 }  // namespace
+
+}  // namespace pallwatch

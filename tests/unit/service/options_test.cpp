@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+namespace pallwatch {
+
 namespace {
 
 constexpr const char* kUsage =
@@ -137,3 +139,5 @@ TEST_F(OptionsTest, FailedDetachReportsTheSystemsReasonAndEndsWithOne) {
 }
 
 }  // namespace
+
+}  // namespace pallwatch

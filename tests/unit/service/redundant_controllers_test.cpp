@@ -9,6 +9,8 @@
 
 #include "service_fixture.h"
 
+namespace pallwatch {
+
 namespace {
 
 using testing::Contains;
@@ -268,3 +270,5 @@ TEST_F(RemoteAddress, MasterStateComesFirstThenTheAddressThenTheMembers) {
 }
 
 }  // namespace
+
+}  // namespace pallwatch

@@ -17,6 +17,8 @@
 #include "systemstate/recording_machine.h"
 #include "systemstate/system_state.h"
 
+namespace pallwatch {
+
 // A message as it comes from the bus: connection 5 asks, or the bus itself answers.
 inline TarnInternalMessage received(const std::string& type, const std::string& objectName,
                                     const std::string& data) {
@@ -42,11 +44,9 @@ class ServiceFixture : public testing::Test {
         testing::internal::GetCapturedStdout();
         state_->setParamChanged_cb(
             [this](const ToskParam& param) { object().announceChange(param); });
-        controllers_ =
-            std::make_unique<pallwatch::RedundantControllers>(*state_, machine_, prefix_, send_);
-        saver_ = std::make_unique<pallwatch::StateSaver>(io_, *state_);
-        object_ = std::make_unique<pallwatch::SystemObject>(*state_, prefix_, *controllers_,
-                                                            *saver_, send_);
+        controllers_ = std::make_unique<RedundantControllers>(*state_, machine_, prefix_, send_);
+        saver_ = std::make_unique<StateSaver>(io_, *state_);
+        object_ = std::make_unique<SystemObject>(*state_, prefix_, *controllers_, *saver_, send_);
         machine_.take();
         log_.take();
     }
@@ -57,8 +57,8 @@ class ServiceFixture : public testing::Test {
         }
     }
 
-    pallwatch::SystemObject& object() const { return *object_; }
-    const pallwatch::RedundantControllers& controllers() const { return *controllers_; }
+    SystemObject& object() const { return *object_; }
+    const RedundantControllers& controllers() const { return *controllers_; }
     SystemState& state() { return *state_; }
 
     void get(const std::string& objectName, const std::string& data) {
@@ -102,12 +102,14 @@ class ServiceFixture : public testing::Test {
   private:
     std::string prefix_;
     std::vector<TarnInternalMessage> sent_;
-    const pallwatch::SendMessage send_ = [this](TarnInternalMessage message) {
+    const SendMessage send_ = [this](TarnInternalMessage message) {
         sent_.push_back(std::move(message));
     };
     std::unique_ptr<SystemState> state_;
-    std::unique_ptr<pallwatch::RedundantControllers> controllers_;
+    std::unique_ptr<RedundantControllers> controllers_;
     asio::io_service io_;
-    std::unique_ptr<pallwatch::StateSaver> saver_;
-    std::unique_ptr<pallwatch::SystemObject> object_;
+    std::unique_ptr<StateSaver> saver_;
+    std::unique_ptr<SystemObject> object_;
 };
+
+}  // namespace pallwatch

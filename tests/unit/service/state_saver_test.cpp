@@ -9,6 +9,8 @@
 
 #include "service_fixture.h"
 
+namespace pallwatch {
+
 namespace {
 
 using testing::HasSubstr;
@@ -21,7 +23,7 @@ class StateSaverTest : public ServiceFixture {
   protected:
     void SetUp() override {
         start("Quorane", "");
-        saver_ = std::make_unique<pallwatch::StateSaver>(io_, state());
+        saver_ = std::make_unique<StateSaver>(io_, state());
     }
 
     void makeUnwritable() const { std::filesystem::rename(directory(), aside()); }
@@ -49,7 +51,7 @@ class StateSaverTest : public ServiceFixture {
     }
 
     asio::io_service io_;
-    std::unique_ptr<pallwatch::StateSaver> saver_;
+    std::unique_ptr<StateSaver> saver_;
 
   private:
     std::filesystem::path directory() const { return root_.path() + "/vantor/etc"; }
@@ -136,3 +138,5 @@ TEST_F(StateSaverTest, GoesOnWithWhatTheStartCouldNotWrite) {
 }
 
 }  // namespace
+
+}  // namespace pallwatch

@@ -14,6 +14,8 @@
 #include "model/tosk_device.h"
 #include "service_fixture.h"
 
+namespace pallwatch {
+
 namespace {
 
 using testing::AllOf;
@@ -375,3 +377,5 @@ TEST_F(SystemObjectSet, ThePollPublishesAnEditOfTheNetworkSettingsAfterAnyMember
 }
 
 }  // namespace
+
+}  // namespace pallwatch
