@@ -9,7 +9,6 @@
 
 #include "cli/standard_output.h"
 #include "pallctl/commands/commands.h"
-#include "pallctl/values/change_line.h"
 
 namespace pallctl {
 

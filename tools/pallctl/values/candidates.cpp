@@ -37,11 +37,9 @@ std::vector<cli::Completion> completeNames(const std::vector<const client::Param
     if (!full && !word.empty()) {
         completions.push_back({prefix, ""});
     }
-    const auto others = std::remove_if(
-        completions.begin(), completions.end(), [&word](const cli::Completion& completion) {
-            return !cli::startsWithIgnoringCase(completion.word, word);
-        });
-    completions.erase(others, completions.end());
+    std::erase_if(completions, [&](const cli::Completion& completion) {
+        return !cli::startsWithIgnoringCase(completion.word, word);
+    });
     return completions;
 }
 
@@ -57,9 +55,8 @@ std::vector<cli::Completion> completeAssignments(
         return completions;
     }
     const std::string name = object.fullName(word.substr(0, equals));
-    const auto found = std::find_if(
-        parameters.begin(), parameters.end(),
-        [&name](const client::Parameter* parameter) { return parameter->descriptor.name == name; });
+    const auto found = std::ranges::find(
+        parameters, name, [](const client::Parameter* each) { return each->descriptor.name; });
     std::vector<cli::Completion> completions =
         completeValues(found == parameters.end() ? nullptr : *found);
     for (cli::Completion& completion : completions) {

@@ -1,3 +1,6 @@
+// A parameter is printed in one of three formats: JSON from toJSON(), lines for a shell from
+// formatExact(), and text for people from formatOneLine().
+
 #include "pallctl/values/output.h"
 
 #include <unistd.h>
@@ -6,11 +9,14 @@
 
 #include "cli/escape.h"
 #include "cli/table.h"
+#include "cli/time_text.h"
 #include "client/format_value.h"
 
 namespace pallctl {
 
 namespace {
+
+using Moment = std::chrono::system_clock::time_point;
 
 std::string readEnvironment(const char* name) {
     const char* const value = std::getenv(name);
@@ -35,6 +41,32 @@ std::string formatTable(const std::vector<const client::Parameter*>& parameters,
                    descriptor.readOnly ? "yes" : "no"});
     }
     return table.text(style.colour);
+}
+
+std::string formatChangeForJSON(const client::Parameter& parameter, Moment moment) {
+    const util::UniqueJSON form = toJSON(parameter);
+    const util::UniqueJSON change = util::jsonObject();
+    util::addMember(change.get(), "time", util::jsonString(cli::isoTime(moment)));
+    for (const char* key : {"name", "value", "text"}) {
+        util::addMember(change.get(), key, util::copyJSON(util::jsonMember(form.get(), key)));
+    }
+    return jsonLine(change.get()) + '\n';
+}
+
+std::string formatChangeForShell(const client::Parameter& parameter, Moment moment,
+                                 const Style& style) {
+    return "time=" + cli::shellQuoted(cli::isoTime(moment)) +
+           " name=" + cli::shellQuoted(cli::escapeForTerminal(parameter.descriptor.name)) +
+           " value=" + cli::shellQuoted(formatExact(parameter, style)) + '\n';
+}
+
+std::string formatChangeForPeople(const client::Parameter& parameter, Moment moment,
+                                  const Style& style) {
+    const std::string time = cli::clockTime(moment);
+    const std::string value = formatOneLine(parameter, style);
+    return (style.colour ? cli::painted(time, cli::Paint::faint) : time) + '\t' +
+           cli::escapeForTerminal(parameter.descriptor.name) + '\t' +
+           (style.colour ? cli::painted(value, cli::Paint::bold) : value) + '\n';
 }
 
 }  // namespace
@@ -125,6 +157,18 @@ std::string formatParameters(const std::vector<const client::Parameter*>& parame
         lines += formatAssignment(*parameter, style) + '\n';
     }
     return lines;
+}
+
+std::string formatChange(const client::Parameter& parameter, Moment moment, const Style& style) {
+    switch (style.format) {
+        case Format::json:
+            return formatChangeForJSON(parameter, moment);
+        case Format::keyvalue:
+            return formatChangeForShell(parameter, moment, style);
+        case Format::table:
+            break;
+    }
+    return formatChangeForPeople(parameter, moment, style);
 }
 
 }  // namespace pallctl

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -57,5 +58,10 @@ std::string formatNameValueLines(const std::vector<const client::Parameter*>& pa
 // member per name; a line of NAME='VALUE' each. Ends with a line end unless it is empty.
 std::string formatParameters(const std::vector<const client::Parameter*>& parameters,
                              const Style& style);
+
+// One change of a parameter as a line: time of day, name and value separated by tabs; { "time",
+// "name", "value", "text" }; or time='…' name='…' value='…' for a shell.
+std::string formatChange(const client::Parameter& parameter,
+                         std::chrono::system_clock::time_point moment, const Style& style);
 
 }  // namespace pallctl

@@ -1,18 +1,21 @@
 // A payload is decoded once into a header and data, and formatted as JSON, for a shell, or for
-// people. The line for people is cut to the terminal part by part before it is painted.
+// people. The line for people has a summary of the data, made from the texts of its members, and is
+// cut to the terminal part by part before it is painted.
 
 #include "pallctl/values/traffic_line.h"
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <optional>
 
+#include "bus/message_types.h"
 #include "bus/tarn_internal_message.h"
 #include "cli/escape.h"
 #include "cli/table.h"
 #include "cli/time_text.h"
-#include "pallctl/values/traffic_summary.h"
 #include "recording/payload_encoding.h"
+#include "util/numbers.h"
 
 namespace pallctl {
 
@@ -25,6 +28,88 @@ constexpr size_t kIdWidth = 7;    // a connection ID of a client
 constexpr size_t kMinMiddleColumns = 40;
 const std::string kGap = "  ";
 constexpr const char* kCut = "\u2026";
+
+constexpr std::string_view kDescriptorMark = "d_";
+
+void append(std::string& text, const std::string& more, const char* between) {
+    text += text.empty() || more.empty() ? "" : between;
+    text += more;
+}
+
+std::string getKey(const cJSON* member) {
+    return member->string ? member->string : "";
+}
+
+std::string formatPair(const cJSON* member) {
+    return getKey(member) + '=' + util::renderJSON(member, false);
+}
+
+// The names in a request; empty otherwise.
+std::string listRequestedNames(const cJSON* object) {
+    std::string names;
+    const cJSON* name = nullptr;
+    cJSON_ArrayForEach(name, util::jsonMember(object, "objectName")) {
+        const char* text = util::jsonText(name);
+        append(names, text ? text : util::renderJSON(name, false), ", ");
+    }
+    return names;
+}
+
+std::string formatValues(const cJSON* param) {
+    std::string text = listRequestedNames(param);
+    if (!text.empty() || !cJSON_IsObject(param)) {
+        return text.empty() ? util::renderJSON(param, false) : text;
+    }
+    const cJSON* member = nullptr;
+    cJSON_ArrayForEach(member, param) {
+        append(text, formatPair(member), ", ");
+    }
+    return text;
+}
+
+std::string formatDescriptors(const cJSON* descriptors) {
+    std::string names = listRequestedNames(descriptors);
+    const cJSON* const described = names.empty() ? descriptors : nullptr;
+    const cJSON* member = nullptr;
+    cJSON_ArrayForEach(member, described) {
+        const std::string key = getKey(member);
+        append(names, key.substr(key.starts_with(kDescriptorMark) ? kDescriptorMark.size() : 0),
+               ", ");
+    }
+    return "descriptors of " + names;
+}
+
+std::string formatCode(const cJSON* code) {
+    if (!cJSON_IsNumber(code)) {
+        return util::renderJSON(code, false);
+    }
+    const int number = util::saturatedInt32(code->valuedouble);
+    std::string text = std::to_string(number);
+    append(text, statusText(number), " ");
+    return text;
+}
+
+std::string formatNothing(const cJSON*) {
+    return "";
+}
+
+// Keys with a text of their own, or that the line shows anyway.
+struct KeyRow {
+    std::string_view key;
+    std::string (*text)(const cJSON* item);
+};
+
+constexpr KeyRow kKeys[] = {
+    {"id", formatNothing},        {"requestCommand", formatNothing},
+    {"statusMsg", formatNothing}, {"statusCode", formatCode},
+    {"param", formatValues},      {"paramDescriptor", formatDescriptors},
+};
+
+std::string summarizeMember(const cJSON* member) {
+    const auto* row = std::find_if(std::begin(kKeys), std::end(kKeys),
+                                   [&](const KeyRow& each) { return each.key == getKey(member); });
+    return row == std::end(kKeys) ? formatPair(member) : row->text(member);
+}
 
 MessageHead makeHead(const TarnInternalMessage& message) {
     return {typeWord(message.type()), message.objectName(), message.source(),
@@ -177,6 +262,18 @@ std::string formatPlain(std::string_view payload, Moment moment, const Style& st
 }
 
 }  // namespace
+
+std::string summarizeData(const cJSON* data) {
+    if (!cJSON_IsObject(data)) {
+        return cli::escapeForTerminal(util::renderJSON(data, false));
+    }
+    std::string text;
+    const cJSON* member = nullptr;
+    cJSON_ArrayForEach(member, data) {
+        append(text, summarizeMember(member), " ");
+    }
+    return cli::escapeForTerminal(text);
+}
 
 MessageHead parseMessageHead(std::string_view payload) {
     const auto message = TarnInternalMessage::tryDecode(payload);

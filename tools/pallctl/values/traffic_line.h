@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "pallctl/values/output.h"
+#include "util/json.h"
 
 // Formats messages on the bus, one line each, whatever bytes they contain. Pure functions; any
 // thread.
@@ -28,5 +29,9 @@ MessageHead parseMessageHead(std::string_view payload);
 std::string formatMessageLine(std::string_view payload,
                               std::chrono::system_clock::time_point moment, const Style& style,
                               size_t columns);
+
+// Summarises the data of a message: "psu1Voltage=11.5", "ipAddress, netmask" for a request, "200
+// OK", "descriptors of system.ipAddress". Without control characters.
+std::string summarizeData(const cJSON* data);
 
 }  // namespace pallctl

@@ -1,6 +1,6 @@
-#include "pallctl/values/traffic_summary.h"
-
 #include <gtest/gtest.h>
+
+#include "pallctl/values/traffic_line.h"
 
 namespace pallctl {
 namespace {

@@ -1,8 +1,7 @@
-#include "pallctl/values/change_line.h"
-
 #include <gtest/gtest.h>
 
 #include "bus/local_zone.h"
+#include "pallctl/values/output.h"
 
 namespace pallctl {
 namespace {
