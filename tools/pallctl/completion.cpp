@@ -55,15 +55,6 @@ bool readAll(client::Client& client) {
     return client.follower().read(client.catalogue(), left);
 }
 
-// Read-only parameters are no completion for set.
-void keepSettable(std::vector<const client::Parameter*>& parameters) {
-    const auto readOnly = [](const client::Parameter* parameter) {
-        return parameter->descriptor.readOnly;
-    };
-    parameters.erase(std::remove_if(parameters.begin(), parameters.end(), readOnly),
-                     parameters.end());
-}
-
 }  // namespace
 
 std::vector<cli::Completion> completeFromDevice(const cli::CompletionRequest& request) {
@@ -71,8 +62,7 @@ std::vector<cli::Completion> completeFromDevice(const cli::CompletionRequest& re
         return request.kind == each.name && request.option.empty();
     });
     const auto* const setting =
-        std::find_if(kNetworkMembers.begin(), kNetworkMembers.end(),
-                     [&](const NetworkMember& each) { return request.option == each.option; });
+        std::ranges::find(kNetworkMembers, request.option, &NetworkMember::option);
     if (kind == std::end(kKinds) && setting == kNetworkMembers.end()) {
         return {};
     }
@@ -86,7 +76,7 @@ std::vector<cli::Completion> completeFromDevice(const cli::CompletionRequest& re
     }
     std::vector<const client::Parameter*> parameters = client.described();
     if (request.command == "set") {
-        keepSettable(parameters);
+        std::erase_if(parameters, [](const auto* each) { return each->descriptor.readOnly; });
     }
     return kind->complete(parameters, client::DevicePath(client.device().object()), request.word);
 }

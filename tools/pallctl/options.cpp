@@ -26,19 +26,14 @@ std::string checkObject(const std::string& object) {
                : "invalid object '" + object + "'; use a name such as system or frameB.system";
 }
 
-std::string checkTime(const std::string& text, std::chrono::milliseconds min, const char* minText) {
-    const auto time = cli::script::parseTimeOption(text);
-    return time && *time >= min ? ""
-                                : "invalid duration '" + text + "'; use 500ms, 2s or 3m, from " +
-                                      minText + " to 24 hours";
-}
-
-std::string checkTimeout(const std::string& text) {
-    return checkTime(text, 1ms, "1ms");
-}
-
-std::string checkWait(const std::string& text) {
-    return checkTime(text, 0ms, "0s");
+cli::Validator timeFrom(std::chrono::milliseconds min, const std::string& minText) {
+    return [=](const std::string& text) {
+        const auto time = cli::script::parseTimeOption(text);
+        return time && *time >= min
+                   ? ""
+                   : "invalid duration '" + text + "'; use 500ms, 2s or 3m, from " + minText +
+                         " to 24 hours";
+    };
 }
 
 std::string secondsText(std::chrono::milliseconds time) {
@@ -73,11 +68,11 @@ void Options::addConnectionOptions(cli::Command program) {
         .add("-t,--timeout", timeout_,
              "Maximum wait for an answer: " + timeouts + ", wait unlimited")
         .kind("TIME")
-        .check(checkTimeout);
+        .check(timeFrom(1ms, "1ms"));
     program
         .add("-w,--wait", wait_, "Wait up to TIME for bus and daemon: " + secondsText(usual.wait))
         .kind("TIME")
-        .check(checkWait);
+        .check(timeFrom(0ms, "0s"));
 }
 
 client::ConnectionOptions Options::connection() const {

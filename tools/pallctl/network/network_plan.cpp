@@ -72,9 +72,7 @@ constexpr Objection kObjections[] = {
 }  // namespace
 
 const NetworkMember* findNetworkMember(const std::string& leaf) {
-    const auto* const member =
-        std::find_if(kNetworkMembers.begin(), kNetworkMembers.end(),
-                     [&](const NetworkMember& each) { return leaf == each.leaf; });
+    const auto* const member = std::ranges::find(kNetworkMembers, leaf, &NetworkMember::leaf);
     return member == kNetworkMembers.end() ? nullptr : member;
 }
 
@@ -109,9 +107,8 @@ std::vector<const NetworkMember*> findDifferences(const systemstate::NetworkSett
 }
 
 std::string findReachabilityProblem(const systemstate::NetworkSettings& settings) {
-    const auto* row =
-        std::find_if(std::begin(kObjections), std::end(kObjections),
-                     [&](const Objection& objection) { return objection.holds(settings); });
+    const auto* row = std::ranges::find_if(
+        kObjections, [&](const Objection& objection) { return objection.holds(settings); });
     if (row == std::end(kObjections)) {
         return "";
     }
