@@ -112,14 +112,24 @@ function(pallwatch_unit_tests path)
   add_executable(unit_${module} ${UNIT_SOURCES})
   target_link_libraries(unit_${module} PRIVATE ${module} ${UNIT_LIBRARIES} GTest::gmock GTest::gtest_main)
   pallwatch_test_sources(unit_${module})
-  gtest_discover_tests(unit_${module} TEST_PREFIX ${path}/ PROPERTIES LABELS unit TIMEOUT 60
+  set(timeout 60)
+  if(CMAKE_CROSSCOMPILING)
+    set(timeout 600)  # emulation takes ten times as long
+  endif()
+  gtest_discover_tests(unit_${module} TEST_PREFIX ${path}/ PROPERTIES LABELS unit TIMEOUT ${timeout}
                        DISCOVERY_TIMEOUT 60)
 endfunction()
 
 # Lets the unit tests of a module see its file calls, and answer one in the system's place.
 function(pallwatch_watch_file_calls module)
   target_sources(unit_${module} PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit/support/file_calls.cpp)
-  foreach(call stat fstat readlink open read write fchown fchmod fsync close rename unlink rmdir mkdir)
+  set(calls stat fstat open)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # What 64-bit time and offsets make of them, see BuildSettings.cmake.
+    set(calls __stat64_time64 __fstat64_time64 open64)
+  endif()
+  list(APPEND calls readlink read write fchown fchmod fsync close rename unlink rmdir mkdir)
+  foreach(call ${calls})
     target_link_options(unit_${module} PRIVATE LINKER:--wrap=${call})
   endforeach()
 endfunction()

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
 #include <mutex>
 
 #include "allocations.h"
@@ -43,6 +44,14 @@ Function* original(const char* name) {
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
+// For a call that takes or may give a time: on a 32-bit machine, programs with 64-bit time use, and
+// here define, another one.
+template <typename Function>
+Function* original(const char* name, const char* nameFor64BitTime) {
+    constexpr bool hasTimeOfOwnSize = sizeof(time_t) > sizeof(void*);
+    return original<Function>(hasTimeOfOwnSize ? nameFor64BitTime : name);
+}
+
 }  // namespace
 
 extern "C" {
@@ -53,7 +62,7 @@ ssize_t send(int fd, const void* data, size_t size, int flags) {
 }
 
 ssize_t sendmsg(int fd, const msghdr* message, int flags) {
-    static auto* const real = original<decltype(sendmsg)>("sendmsg");
+    static auto* const real = original<decltype(sendmsg)>("sendmsg", "__sendmsg64");
     return refused(SystemCall::send) ? -1 : real(fd, message, flags);
 }
 
@@ -63,12 +72,13 @@ ssize_t recv(int fd, void* data, size_t size, int flags) {
 }
 
 ssize_t recvmsg(int fd, msghdr* message, int flags) {
-    static auto* const real = original<decltype(recvmsg)>("recvmsg");
+    static auto* const real = original<decltype(recvmsg)>("recvmsg", "__recvmsg64");
     return refused(SystemCall::receive) ? -1 : real(fd, message, flags);
 }
 
 int timerfd_settime(int fd, int flags, const itimerspec* time, itimerspec* old) noexcept {
-    static auto* const real = original<decltype(timerfd_settime)>("timerfd_settime");
+    static auto* const real =
+        original<decltype(timerfd_settime)>("timerfd_settime", "__timerfd_settime64");
     return refused(SystemCall::setTimer) ? -1 : real(fd, flags, time, old);
 }
 
@@ -78,7 +88,7 @@ int socket(int domain, int type, int protocol) noexcept {
 }
 
 int setsockopt(int fd, int level, int name, const void* value, socklen_t size) noexcept {
-    static auto* const real = original<decltype(setsockopt)>("setsockopt");
+    static auto* const real = original<decltype(setsockopt)>("setsockopt", "__setsockopt64");
     if (level == IPPROTO_TCP && name == TCP_NODELAY) {
         const std::lock_guard lock(valuesMutex);
         values.push_back(*static_cast<const int*>(value));

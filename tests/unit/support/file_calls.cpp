@@ -10,6 +10,17 @@
 #include <cstdio>
 #include <utility>
 
+// On a 32-bit machine the C library has these calls under other names for programs with 64-bit time
+// and offsets.
+#if defined(_TIME_BITS) && _TIME_BITS == 64
+#define __real_stat __real___stat64_time64
+#define __wrap_stat __wrap___stat64_time64
+#define __real_fstat __real___fstat64_time64
+#define __wrap_fstat __wrap___fstat64_time64
+#define __real_open __real_open64
+#define __wrap_open __wrap_open64
+#endif
+
 extern "C" ssize_t __real_readlink(const char* path, char* target, size_t size);
 
 namespace {
