@@ -1,15 +1,15 @@
-# What every target is built with.
+# Compiler settings of every target.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
-# Function names and lines, which is what a trace of calls shows; everything else of the debugger's
-# takes a tenth of the build.
+# Function names and line numbers are enough for a stack trace; full debug information would take a
+# tenth of the build time.
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1 -DNDEBUG")
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 
-# On 32-bit cards too, time goes on after 2038 and files may be large (feature_test_macros(7)).
+# 64-bit times and file sizes on 32-bit cards, too (feature_test_macros(7)).
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   add_compile_definitions(_TIME_BITS=64 _FILE_OFFSET_BITS=64)
 endif()
@@ -17,8 +17,8 @@ endif()
 set(PALLWATCH_SANITIZE "" CACHE STRING "Sanitizers for every target: empty, 'address,undefined' or 'thread'")
 set_property(CACHE PALLWATCH_SANITIZE PROPERTY STRINGS "" "address,undefined" "thread")
 
-# The presets turn this on. A plain build takes the warnings of its user: another compiler may warn of more than
-# the one that this code is developed with.
+# The presets turn this on. A plain build uses the warning options of its user, because other compilers may warn of
+# more than the compiler of the developers.
 set(warnings OFF)
 if(DEFINED CACHE{cJSON_DIR})
   set(warnings ON)  # configured before this option existed, with a preset

@@ -1,5 +1,5 @@
 # Fails when one of FILES includes a header of a module that is not in ALLOWED. MODULES has a directory
-# for each module, see Modules.cmake. STAMP is written when all is well.
+# for each module, see Modules.cmake. On success STAMP is written.
 
 cmake_minimum_required(VERSION 3.25)
 

@@ -1,5 +1,5 @@
-# What `cmake --install` puts where. Components: "daemon" for a card, "tools" for people; without
-# --component both.
+# Files for `cmake --install`. Components: "daemon" for a card, "tools" for the command-line tools;
+# without --component both are installed.
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tools)
 
@@ -15,7 +15,7 @@ install(CODE "
   message(STATUS \"Installing: \$ENV{DESTDIR}\${file}\")
 " COMPONENT daemon)
 
-# The man pages, see doc/man, name the files of doc.
+# The man pages (doc/man) refer to these pages.
 install(DIRECTORY doc/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon FILES_MATCHING PATTERN *.md
         PATTERN man EXCLUDE PATTERN picture EXCLUDE)
 install(FILES packaging/inittab packaging/pallwatch.init packaging/syslog.conf
@@ -25,7 +25,7 @@ if(NOT PALLWATCH_TOOLS)
   return()
 endif()
 install(TARGETS pallbus pallctl pallframe)
-# A shell loads the completion of a program by the program's name.
+# The file name of a completion is the name of the program.
 foreach(program pallbus pallctl pallframe)
   install(FILES tools/completion/pallwatch.bash RENAME ${program}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

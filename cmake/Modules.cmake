@@ -1,10 +1,10 @@
 # A module is one directory built as one static library, named by the path under which its headers are
 # included: pallwatch_module(pallbus/faults ...) is the target pallbus_faults. It can include only its own
-# headers and those of the modules it DEPENDS on. Each module is published through an include directory
-# that holds nothing but a link to it, and before a module is compiled, CheckIncludes.cmake rejects
-# headers of modules that are only reachable through another one.
+# headers and those of the modules listed after DEPENDS. Each module has an include directory that
+# contains only a link to the module. Before a module is compiled, CheckIncludes.cmake rejects headers
+# that it can reach only through another module.
 
-# The include directory through which the current source directory is seen as `path`.
+# Returns an include directory in which the current source directory has the name `path`.
 function(pallwatch_include_directory result name path)
   set(view ${CMAKE_BINARY_DIR}/include/${name})
   get_filename_component(parent ${view}/${path} DIRECTORY)
@@ -13,9 +13,9 @@ function(pallwatch_include_directory result name path)
   set(${result} ${view} PARENT_SCOPE)
 endfunction()
 
-# Checks the includes of the sources, and of the headers beside them, before `target` is compiled.
-# `path` is how the current source directory is included, `depends` are the modules of which the
-# sources may include headers.
+# Checks the includes of the sources, and of the headers in the same directories, before `target` is
+# compiled. `path` is the name of the current source directory in includes; `depends` lists the modules
+# whose headers the sources may include.
 function(pallwatch_check_includes target path sources depends)
   set(directories "")
   foreach(source ${sources})
@@ -39,9 +39,9 @@ function(pallwatch_check_includes target path sources depends)
   add_custom_target(${target}_includes DEPENDS ${stamp})
 endfunction()
 
-# A program without threads may have to be built without the thread sanitizer: the sanitizer's own
-# thread keeps a process from entering a user namespace. Programs and modules that are THREADLESS are
-# built in a second way for that, <name>_threadless; with another sanitizer or none both are the same.
+# THREADLESS programs and modules are built without the thread sanitizer, because the sanitizer's own
+# thread prevents a process from entering a user namespace. Their modules then exist twice; the second
+# target is <name>_threadless. In other builds there is only one target.
 set(PALLWATCH_THREADLESS "")
 if(PALLWATCH_SANITIZE MATCHES thread)
   set(PALLWATCH_THREADLESS _threadless)
@@ -72,7 +72,7 @@ function(pallwatch_module path)
   endforeach()
 endfunction()
 
-# A program of tools/, whose own headers are included by the program's name.
+# A program of tools/. Its own headers are included under the program's name.
 function(pallwatch_program name)
   cmake_parse_arguments(PROGRAM "THREADLESS" "" "SOURCES;DEPENDS" ${ARGN})
   pallwatch_include_directory(view program_${name} ${name})
@@ -89,8 +89,8 @@ function(pallwatch_program name)
   target_link_libraries(${name} PRIVATE ${PROGRAM_DEPENDS})
 endfunction()
 
-# Tests are compiled more often than they run: without optimisation, and with the headers of the test
-# library compiled once for all of them. What they test is built as it ships.
+# Tests are compiled more often than they run, so they are not optimised, and share precompiled headers
+# of the test library. The tested code is built as it ships.
 set(PALLWATCH_TEST_OPTIONS -O0 -g1)
 function(pallwatch_test_headers)
   file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "")
@@ -105,7 +105,7 @@ function(pallwatch_test_sources target)
   target_precompile_headers(${target} REUSE_FROM test_headers)
 endfunction()
 
-# The unit tests of one module: one file per source file, one executable, every test known to CTest.
+# The unit tests of one module: one executable; CTest knows each test.
 function(pallwatch_unit_tests path)
   cmake_parse_arguments(UNIT "" "" "SOURCES;LIBRARIES" ${ARGN})
   string(REPLACE "/" "_" module ${path})
@@ -120,7 +120,7 @@ function(pallwatch_unit_tests path)
                        DISCOVERY_TIMEOUT 60)
 endfunction()
 
-# Lets the unit tests of a module see its file calls, and answer one in the system's place.
+# Lets the unit tests of a module observe its file calls and replace the result of one.
 function(pallwatch_watch_file_calls module)
   target_sources(unit_${module} PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit/support/file_calls.cpp)
   set(calls stat fstat open)
