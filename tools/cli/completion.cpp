@@ -60,9 +60,8 @@ std::vector<const CLI::Option*> collectOptions(const CLI::App* command) {
 
 const CLI::Option* findOption(const CLI::App* command, const std::string& name) {
     const auto all = collectOptions(command);
-    const auto found = std::find_if(all.begin(), all.end(), [&name](const CLI::Option* option) {
-        return option->check_name(name);
-    });
+    const auto found = std::ranges::find_if(
+        all, [&](const CLI::Option* option) { return option->check_name(name); });
     return found == all.end() ? nullptr : *found;
 }
 
@@ -145,8 +144,7 @@ void answerCommands(const Place& place, Answer& answer) {
 void answerValues(const Place& place, const CLI::Option& option, const std::string& word,
                   const std::string& before, const CompleteValue& completeValue, Answer& answer) {
     const std::string kind = option.get_positional() ? option.get_name(true) : valueWord(option);
-    const auto own = std::find_if(std::begin(kShellKinds), std::end(kShellKinds),
-                                  [&kind](const ShellKind& each) { return kind == each.kind; });
+    const auto* const own = std::ranges::find(kShellKinds, kind, &ShellKind::kind);
     if (own != std::end(kShellKinds)) {
         answer.kind = own->answer;
         return;
@@ -234,10 +232,8 @@ std::string completion(const CLI::App& app, const std::vector<std::string>& word
         pass(place, words[i]);
     }
     const Answer answer = answerTo(place, last, completeValue);
-    const auto begins = [&last](const std::string& word) { return word.starts_with(last); };
-    const auto beginsSomehow = [&last](const auto& word) {
-        return startsWithIgnoringCase(word, last);
-    };
+    const auto begins = [&](const std::string& word) { return word.starts_with(last); };
+    const auto beginsSomehow = [&](const auto& word) { return startsWithIgnoringCase(word, last); };
     const std::string exact = formatLines(answer.completions, begins);
     return answer.kind + "\n" +
            (exact.empty() ? formatLines(answer.completions, beginsSomehow) : exact);

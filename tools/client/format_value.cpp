@@ -38,9 +38,8 @@ std::string formatAddress(double number) {
 
 const Choice* findChoice(const Descriptor& descriptor, double number) {
     const auto& choices = descriptor.choices;
-    const auto found = std::find_if(choices.begin(), choices.end(), [number](const Choice& each) {
-        return static_cast<double>(each.value) == number;
-    });
+    const auto found = std::ranges::find(
+        choices, number, [](const Choice& each) { return static_cast<double>(each.value); });
     return found == choices.end() ? nullptr : &*found;
 }
 

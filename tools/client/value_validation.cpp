@@ -70,7 +70,7 @@ std::string checkType(const Descriptor& descriptor, const cJSON* value) {
 
 bool isChoice(const Descriptor& descriptor, const cJSON* value) {
     return cJSON_IsNumber(value) &&
-           std::any_of(descriptor.choices.begin(), descriptor.choices.end(), [&](const auto& each) {
+           std::ranges::any_of(descriptor.choices, [&](const Choice& each) {
                return static_cast<double>(each.value) == value->valuedouble;
            });
 }
@@ -117,9 +117,7 @@ constexpr std::string (*kChecks[])(const Descriptor& descriptor, const cJSON* va
 }  // namespace
 
 const ValueType* findValueType(const std::string& word) {
-    const auto* const found =
-        std::find_if(std::begin(kTypes), std::end(kTypes),
-                     [&](const ValueType& each) { return word == each.word; });
+    const auto* const found = std::ranges::find(kTypes, word, &ValueType::word);
     return found == std::end(kTypes) ? nullptr : found;
 }
 

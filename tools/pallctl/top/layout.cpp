@@ -130,17 +130,15 @@ Line renderSelected(const Line& line, std::size_t columns) {
 // table on both sides.
 Table renderTable(const RenderInput& input, const Size& size, std::size_t room) {
     const std::vector<Row> rows = makeRows(input, size);
-    const auto selected =
-        std::find_if(rows.begin(), rows.end(), [](const Row& row) { return row.isSelected; });
+    const auto selected = std::ranges::find(rows, true, &Row::isSelected);
     const auto at = static_cast<std::size_t>(selected - rows.begin());
     const std::size_t last = rows.size() > room ? rows.size() - room : 0;
     const std::size_t first = std::min(at > room / 2 ? at - room / 2 : 0, last);
     const auto begin = rows.begin() + static_cast<std::ptrdiff_t>(first);
     const auto end = begin + static_cast<std::ptrdiff_t>(std::min(room, rows.size() - first));
-    const auto isParameter = [](const Row& row) { return row.isParameter; };
     Table table;
-    table.above = std::count_if(rows.begin(), begin, isParameter);
-    table.below = std::count_if(end, rows.end(), isParameter);
+    table.above = std::ranges::count(rows.begin(), begin, true, &Row::isParameter);
+    table.below = std::ranges::count(end, rows.end(), true, &Row::isParameter);
     std::transform(begin, end, std::back_inserter(table.lines), [&](const Row& row) {
         return row.isSelected ? renderSelected(row.line, size.columns) : row.line;
     });

@@ -91,9 +91,8 @@ constexpr KeyRow kKeys[] = {
 
 // Empty for keys and characters without a meaning.
 std::optional<Key> decodeKey(bool isCode, wint_t value) {
-    const auto* const row = std::find_if(
-        std::begin(kKeys), std::end(kKeys),
-        [&](const KeyRow& each) { return each.isCode == isCode && each.value == value; });
+    const auto* const row = std::ranges::find_if(
+        kKeys, [&](const KeyRow& each) { return each.isCode == isCode && each.value == value; });
     if (row != std::end(kKeys)) {
         return Key{row->code, ""};
     }
@@ -124,8 +123,7 @@ void prepareColours() {
 }
 
 void showSpan(const Span& span) {
-    const auto* const look = std::find_if(
-        kLooks.begin(), kLooks.end(), [&](const Look& each) { return each.style == span.style; });
+    const auto* const look = std::ranges::find(kLooks, span.style, &Look::style);
     ::attr_set(look->attributes, ::has_colors() ? findColourPair(*look) : short{0}, nullptr);
     ::addnstr(span.text.data(), static_cast<int>(span.text.size()));
 }
@@ -134,21 +132,6 @@ std::string terminalName() {
     const char* const name = std::getenv("TERM");
     return name ? name : "";
 }
-
-// The description of the terminal.
-struct Description {
-    Description() : isKnown(::setupterm(nullptr, STDOUT_FILENO, &error) == OK) {}
-    ~Description() {
-        if (isKnown) {
-            ::del_curterm(cur_term);
-        }
-    }
-    Description(const Description&) = delete;
-    Description& operator=(const Description&) = delete;
-
-    int error = 0;
-    const bool isKnown;
-};
 
 }  // namespace
 
@@ -160,10 +143,11 @@ void checkTerminal() {
     if (name.empty()) {
         throw cli::UsageError("TERM is not set");
     }
-    const Description description;
-    if (!description.isKnown) {
+    int error = 0;
+    if (::setupterm(nullptr, STDOUT_FILENO, &error) != OK) {
         throw cli::UsageError("unknown terminal type in TERM: " + name);
     }
+    const std::unique_ptr<TERMINAL, int (*)(TERMINAL*)> description(cur_term, ::del_curterm);
     std::array<char, 4> moveCursor{"cup"};
     if (!::tigetstr(moveCursor.data())) {
         throw cli::UsageError("the terminal type in TERM cannot move the cursor: " + name);

@@ -85,9 +85,8 @@ Request View::press(const Key& key, Moment now) {
 }
 
 Request View::pressBrowse(const Key& key) {
-    const auto* const binding = std::find_if(
-        std::begin(kBindings), std::end(kBindings),
-        [&](const Binding& each) { return each.isFor(key) && each.isIn(sourceKind_); });
+    const auto* const binding = std::ranges::find_if(
+        kBindings, [&](const Binding& each) { return each.isFor(key) && each.isIn(sourceKind_); });
     if (binding == std::end(kBindings)) {
         return Request::none;
     }
@@ -148,10 +147,8 @@ const client::Parameter* View::selected() const {
 // The first row when the selected parameter is not visible.
 std::size_t View::position() const {
     const auto parameters = visible();
-    const auto found =
-        std::find_if(parameters.begin(), parameters.end(), [&](const client::Parameter* parameter) {
-            return state_.leafName(*parameter) == selected_;
-        });
+    const auto found = std::ranges::find(parameters, selected_,
+                                         [&](const auto* each) { return state_.leafName(*each); });
     return found == parameters.end() ? 0 : static_cast<std::size_t>(found - parameters.begin());
 }
 

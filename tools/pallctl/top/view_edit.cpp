@@ -83,9 +83,7 @@ void View::nextChoice(std::ptrdiff_t step) {
     }
     const std::vector<client::Choice>& choices = parameter->descriptor.choices;
     const auto count = static_cast<std::ptrdiff_t>(choices.size());
-    const auto current =
-        std::find_if(choices.begin(), choices.end(),
-                     [&](const client::Choice& choice) { return choice.name == line_.text(); });
+    const auto current = std::ranges::find(choices, line_.text(), &client::Choice::name);
     const auto next = current == choices.end() ? 0 : current - choices.begin() + step + count;
     line_ = LineEditor(showable(choices[static_cast<std::size_t>(next % count)].name));
 }
