@@ -49,11 +49,8 @@ std::vector<const CLI::App*> withParents(const CLI::App* command) {
 std::vector<const CLI::Option*> collectOptions(const CLI::App* command) {
     std::vector<const CLI::Option*> found;
     for (const CLI::App* app : withParents(command)) {
-        for (const CLI::Option* option : app->get_options()) {
-            if (option->nonpositional()) {
-                found.push_back(option);
-            }
-        }
+        const auto own = listOptions(*app, false);
+        found.insert(found.end(), own.begin(), own.end());
     }
     return found;
 }
@@ -163,13 +160,9 @@ void answerValues(const Place& place, const CLI::Option& option, const std::stri
     }
 }
 
-std::vector<const CLI::Option*> collectPositionals(const CLI::App& command) {
-    return command.get_options([](const CLI::Option* option) { return option->get_positional(); });
-}
-
 void answerPositional(const Place& place, const std::string& word,
                       const CompleteValue& completeValue, Answer& answer) {
-    const auto all = collectPositionals(*place.command);
+    const auto all = listOptions(*place.command, true);
     if (all.empty()) {
         return;
     }

@@ -8,6 +8,11 @@
 
 namespace cli {
 
+std::vector<const CLI::Option*> listOptions(const CLI::App& app, bool positional) {
+    return app.get_options(
+        [positional](const CLI::Option* option) { return option->get_positional() == positional; });
+}
+
 namespace {
 
 using CLI::detail::join;
@@ -59,11 +64,6 @@ std::string formatOptionHead(const CLI::Option& option) {
 std::string formatOptionText(const CLI::Option& option) {
     const std::string usual = option.get_default_str();
     return option.get_description() + (usual.empty() ? "" : " (" + usual + ")");
-}
-
-std::vector<const CLI::Option*> listOptions(const CLI::App& app, bool positional) {
-    return app.get_options(
-        [positional](const CLI::Option* option) { return option->get_positional() == positional; });
 }
 
 std::vector<const CLI::App*> findCommands(const CLI::App& app) {

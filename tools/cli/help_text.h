@@ -10,6 +10,9 @@ namespace cli {
 // The help of all programs: description, usage, and a line for each option and command, without
 // blank lines and within 80 columns, so that it fits a screen.
 
+// The positional arguments of a command, or its options.
+std::vector<const CLI::Option*> listOptions(const CLI::App& app, bool positional);
+
 // The word for the value of an option or a positional argument, such as "PORT", or "down|up" for
 // one of a few (CLI::IsMember); "" for a flag.
 std::string valueWord(const CLI::Option& option);
