@@ -25,16 +25,14 @@ struct Options {
 
 void describe(cli::Command program, Options& options) {
     program.addFlag("--short", options.proof.isShort, "A sample of everything, in seconds");
-    program.add("--kills", options.proof.kills, "How many kills at random moments")
+    program.add("--kills", options.proof.kills, "Number of kills at random moments")
         .check(cli::numberAboveZero())
         .showsDefault();
-    program.add("--seed", options.proof.seed, "Of everything left to chance; 0 takes a new one")
-        .showsDefault();
+    program.add("--seed", options.proof.seed, "Random seed; 0 chooses a new one").showsDefault();
     program.add("--daemon", options.proof.program, "The daemon, beside this program")
         .showsDefault();
-    program.addFlag("--attacks", options.attacks,
-                    "Instead: what a frame may do to the daemon, and what it cost");
-    program.add("--only", options.only, "Of the attacks, those whose name holds this");
+    program.addFlag("--attacks", options.attacks, "Run the attacks instead, and print their cost");
+    program.add("--only", options.only, "Only attacks whose name contains TEXT");
 }
 
 int run(int argc, char** argv) {
