@@ -81,7 +81,7 @@ bool hasText(const cJSON* array, const std::string& text) {
     return false;
 }
 
-// Nothing for a payload that is no message, which the decoder has logged.
+// Nothing for an invalid message, which the decoder has logged.
 std::optional<TarnInternalMessage> decode(std::unique_ptr<std::vector<char>> payload) {
     std::optional<TarnInternalMessage> message;
     try {

@@ -81,7 +81,7 @@ class AsyncTarnInternalClient {
     // reconnects go on. Messages that came in the same chunk are kept in their order, also when
     // their connection is lost. The loop's thread, also from a callback.
     void pause();
-    // Hands on what was kept, as one batch, until the next pause(); then reading goes on.
+    // Hands on what was kept, as one batch, until the next pause(); then reading continues.
     void resume();
 
     bool standby() const { return standby_; }

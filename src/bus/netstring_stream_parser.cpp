@@ -31,7 +31,7 @@ void printPayload(std::string_view payload) {
                             util::shownPayload(payload, util::LineFeeds::kept).c_str());
 }
 
-// The payload of a frame with room for its terminator, null when there is no memory for it.
+// The payload of a frame with room for its terminator, null without memory for it.
 std::unique_ptr<std::vector<char>> newBuffer(size_t capacity) try {
     auto buffer = std::make_unique<std::vector<char>>();
     buffer->reserve(capacity);

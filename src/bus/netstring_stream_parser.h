@@ -10,17 +10,16 @@
 
 namespace lumo {
 
-// Cuts the byte stream of the bus back into payloads, whatever the chunks it arrives in. A frame
-// with an unusable length is skipped without a word, one with a wrong terminator is a framing
-// error, and one that there is no memory for is passed over. Owned by a client of the bus and used
-// on its thread only.
+// Splits the byte stream of the bus, which arrives in chunks of any size, into payloads. A frame
+// with an invalid length is skipped silently, one with a wrong terminator is a framing error, and
+// one without memory for it is skipped. Owned by a client of the bus and used on its thread only.
 //
 // Two states take turns: the length of a frame is read up to its ":", then its payload up to and
 // including the terminator. The payload is collected in one buffer of its final size, which is
 // handed on, never copied.
 class NetStringStreamParser {
   public:
-    // A complete payload with a NUL byte behind it.
+    // A complete payload, followed by a NUL byte.
     using OnMessage = std::function<void(std::unique_ptr<std::vector<char>> payload)>;
 
     // The payload of a frame that was dropped for its terminator.

@@ -19,11 +19,11 @@ struct ScheduledTime {
 // nanoseconds, both signed.
 int compareTimes(const ScheduledTime& left, const ScheduledTime& right);
 
-// Reads a due time as senders write it, each form with "." and milliseconds behind it or without:
+// Reads a due time as senders write it, each form with or without "." and milliseconds at its end:
 //   2026-11-15T11:30:00   that local time
 //   11:30:00              that time of day, today, never tomorrow
 //   +00:00:05             that long after `now`
-// Gives "not scheduled" for any other text and for a time that is not later than `now`.
+// Returns "not scheduled" for any other text and for a time that is not later than `now`.
 // Faults in a relative time and in milliseconds are logged.
 ScheduledTime decodeScheduledTime(const char* text, const timespec& now);
 

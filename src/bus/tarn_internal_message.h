@@ -76,7 +76,7 @@ class TarnInternalMessage {
     const std::string& uniqueId() const;
     // Data "statusCode" when it is one of the defined codes, otherwise 0.
     int statusCode() const;
-    // Data "seq" as (number of this part, number of parts); zeros when it is no such pair.
+    // Data "seq" as (number of this part, number of parts); zeros for anything else.
     std::pair<int32_t, int32_t> sequence() const;
     // Throws std::runtime_error that names what is missing or of the wrong type.
     ResponseStatus responseStatus() const;

@@ -5,7 +5,7 @@
 //
 // Each attempt is a TcpConnection of its own, so nothing queued for one connection reaches the
 // next. Only the loop's thread replaces it; other threads take a reference under a mutex that is
-// held for no longer, and a connection that was replaced meanwhile refuses what they send.
+// held for no longer, and a replaced connection refuses their messages.
 
 #include "bus/tcp_client_impl_asio.h"
 

@@ -27,8 +27,8 @@ namespace lumo {
 // One outgoing TCP connection, kept alive for the life of the process.
 //
 // Made, used and destroyed on the thread that runs the I/O service, which also calls every
-// callback; stop(), send(), flush() and batches are for any thread. By exception leave start() or
-// the loop: asio::system_error "resolve" and "set_option", and a monotonic clock that fails.
+// callback; stop(), send(), flush() and batches are for any thread. start() and the loop throw
+// asio::system_error "resolve" and "set_option", and a monotonic clock that fails.
 class TCPClientImplAsio final : private TcpConnection::Owner {
   public:
     struct IpDetails {
@@ -78,9 +78,9 @@ class TCPClientImplAsio final : private TcpConnection::Owner {
     void close(const std::string& reason);
     bool connected() const;
 
-    // See TcpConnection::send(); 107 also without a connection. What a batch keeps is no error.
+    // See TcpConnection::send(); 107 also without a connection. 0 for a message kept by a batch.
     std::error_code send(std::span<std::string> parts);
-    // Whether so many bytes would find no socket, or no room behind a write in flight.
+    // Whether so many bytes would find no socket, or no room after a write in flight.
     bool refuses(std::size_t bytes) const;
     // Starts writing what is queued, with what the batch of this thread has kept so far.
     void flush();
@@ -89,10 +89,10 @@ class TCPClientImplAsio final : private TcpConnection::Owner {
     // How many bytes the batch of this thread keeps.
     std::size_t gathered() const;
 
-    // Starts no further read; one under way still delivers. Nothing else stops, and the peer is not
-    // blamed for silence meanwhile. The loop's thread, also from a callback.
+    // Starts no further read; a pending read still delivers. Nothing else stops, and the idle time
+    // of the peer does not count. The loop's thread, also from a callback.
     void pauseReading();
-    // Reads on, on the connection that there is by now. Both are harmless when they change nothing.
+    // Reads on, on the current connection. Both are harmless when they change nothing.
     void resumeReading();
 
     // Arm the heartbeat timer, when a heartbeat is set, and the idle timer.

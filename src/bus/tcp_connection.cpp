@@ -238,7 +238,7 @@ void TcpConnection::startWriting() {
     }
 }
 
-// Only a socket that takes no more, or fails, leaves a write in flight behind.
+// A write stays in flight only if the socket takes no more, or fails.
 void TcpConnection::writeOn() {
     std::error_code error;
     while (!error && (queue_.writing() || queue_.waiting())) {

@@ -68,15 +68,15 @@ class TcpConnection : public std::enable_shared_from_this<TcpConnection> {
     void close();
 
     // Queues the strings, to be written back to back, and moves from them. On an error (generic
-    // category) they stay the caller's: 107 after close(), 105 when more than 1000 strings wait
-    // behind a write in flight or for the connection, or when these would make it more than 4 MiB.
+    // category) they stay the caller's: 107 after close(), 105 when more than 1000 strings wait for
+    // a write in flight or for the connection, or when these would make it more than 4 MiB.
     std::error_code send(std::span<std::string> parts);
     // Queues the messages and writes them together. A message that finds no room is dropped as a
     // whole.
     void sendAll(std::span<std::vector<std::string>> messages);
     // Starts writing what is queued.
     void flush();
-    // Whether so many bytes would find no socket, or no room behind a write in flight.
+    // Whether so many bytes would find no socket, or no room after a write in flight.
     bool refuses(std::size_t bytes) const;
     bool isOpen() const;
     // Whether the login is being sent, and by this thread.

@@ -39,7 +39,7 @@ class WriteQueue {
     bool waiting() const { return !collecting().empty(); }
     bool writing() const { return !gather_.empty(); }
 
-    // Moves the strings behind everything that waits.
+    // Moves the strings to the end of the queue.
     void append(std::span<std::string> parts);
     // Moves the strings behind the login's earlier ones and before all others: what waited
     // while the connection was made goes out after what the new connection must hear first. The

@@ -4,8 +4,8 @@
 
 #include "util/json.h"
 
-// What reads itself from a JSON item and writes itself to one: every object of the parameter model.
-// Lives on the thread of whoever owns it.
+// An object that can be read from a JSON item and written to one: the base of the parameter model.
+// Belongs to the thread of its owner.
 class AbstractJSONBackedData {
   public:
     virtual ~AbstractJSONBackedData() = default;

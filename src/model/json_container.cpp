@@ -251,7 +251,7 @@ bool AbstractJSONTopLevelContainer::setUnusableAside(const Names& names) {
     return true;
 }
 
-// A file that has gone meanwhile is not an error.
+// A missing file is not an error.
 bool AbstractJSONTopLevelContainer::setAside(const std::string& from, const std::string& to) const {
     if (util::moveAside(from, to) || errno == ENOENT) {
         return true;

@@ -5,7 +5,7 @@
 
 class ToskParam;
 
-// The number in a parameter, whatever kind of value it holds. Any thread.
+// The number in a parameter with any kind of value. Any thread.
 namespace model {
 
 // The number that the parameter holds; nothing for a null parameter and for a value of another

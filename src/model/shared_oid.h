@@ -8,10 +8,10 @@
 
 namespace model {
 
-// The identifier of one parameter, which one thread may rename while others read it without a
-// lock. What is read is never written again: a rename publishes another identifier and keeps the
-// old one for those who still hold it, and for the next time that it is asked for. So the memory
-// grows with the number of different names, not of renames.
+// The identifier of one parameter, which one thread may rename while others read it without a lock.
+// An identifier is never written again: a rename publishes another one and keeps the old one for
+// threads that still hold it, and for later renames to it. So the memory grows with the number of
+// different names, not of renames.
 class SharedOID {
   public:
     SharedOID();

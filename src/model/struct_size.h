@@ -10,7 +10,7 @@ class ToskValue;
 
 namespace model {
 
-// How much a struct holds, or would hold: whoever may write to it could make it grow for ever.
+// The size of a struct, now or after a set: without limits, a sender could make it grow for ever.
 struct StructSize {
     static constexpr std::size_t kMostMembers = 64;
     static constexpr std::size_t kMostTexts = std::size_t{1} * 1024 * 1024;

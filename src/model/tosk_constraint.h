@@ -16,7 +16,7 @@ class ToskConstraint {
   public:
     explicit ToskConstraint(int32_t type = model::kConstraintUndefined) : type_(type) {}
 
-    // Reads the type: 0, or -1 for a null item and one whose "type" is no string.
+    // Reads the type: 0, or -1 for a null item and one whose "type" is not a string.
     virtual int fromJSON(const cJSON* item);
 
     // A new object { "type": <name> }, owned by the caller.

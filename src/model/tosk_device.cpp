@@ -17,7 +17,7 @@ int ToskDevice::fromJSON(const cJSON* item) {
         readParams(util::jsonMember(item, "params"));
         readMenuGroups(util::jsonMember(item, "menu_groups"));
     }
-    // Also after a complete read: whoever reads a list of devices keeps those that give -1.
+    // Also after a complete read: the reader of a device list keeps devices that return -1.
     return -1;
 }
 

@@ -22,10 +22,10 @@ class ToskDevice : public ToskObject {
     ToskDevice(const ToskDevice&) = delete;
     ToskDevice& operator=(const ToskDevice&) = delete;
 
-    // Reads slot, parameters and menu groups and gives -1 in every case, so that the result does
-    // not tell a good read from a bad one. A foreign "type" or no "slot" ends the read before the
+    // Reads slot, parameters and menu groups and returns -1 in every case, so that the result does
+    // not distinguish success from failure. A foreign "type" or no "slot" ends the read before the
     // first parameter. A parameter replaces one of the same identifier; unreadable ones are
-    // dropped. Groups are listed without being told of their parent.
+    // dropped. Groups are listed without a link to their parent.
     int fromJSON(const cJSON* item) override;
 
     // The device's descriptor: slot, menu groups and published parameters, owned by the caller.
@@ -34,7 +34,7 @@ class ToskDevice : public ToskObject {
     // A new object of all values, published or not, each under its parameter's full identifier.
     util::UniqueJSON valuesToJSON() const;
 
-    // The parameter that was stored under this text, whatever it is called since; null for none.
+    // The parameter that was stored under this text, even if it was renamed; null for none.
     ToskParam* findParam(const std::string& key) const;
 
     // The first parameter, in key order, of exactly this display name; null for none.

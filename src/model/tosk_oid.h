@@ -13,7 +13,7 @@ class ToskOID : public ToskObject {
     // An identifier parsed from `text`; without a dot in it both parts stay empty.
     ToskOID(const std::string& text, int dotIndex);
 
-    // An identifier of exactly these parts, whatever dots they contain.
+    // An identifier of exactly these parts, even if they contain dots.
     static ToskOID fromParts(std::string prefix, std::string leaf);
 
     // Splits `text` at its `dotIndex`-th dot, or at its last one when there are fewer: true.
@@ -26,8 +26,8 @@ class ToskOID : public ToskObject {
     const std::string& prefix() const { return prefix_; }
     const std::string& leaf() const { return leaf_; }
 
-    // Splits the item's text at the first dot: 0, also when there is none and nothing changes.
-    // -1 for a null item and one that is no string.
+    // Splits the item's text at the first dot: 0, also when there is none and nothing changes. -1
+    // for a null item and one that is not a string.
     int fromJSON(const cJSON* item) override;
 
     // The full text as a JSON string.

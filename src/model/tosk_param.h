@@ -23,10 +23,10 @@ class ToskValueChangeListener {
     ~ToskValueChangeListener() = default;
 };
 
-// One published setting, reading or command: an identifier, how to show it, and a typed value that
-// comes into being on the first set when nobody gave one. Owned by its device or struct. Reading
-// oid() and the numbers of the value is safe while another thread changes them; everything else
-// is arranged before the threads start. A copy shares constraint and value with its original.
+// One published setting, reading or command: an identifier, how to show it, and a typed value,
+// which the first set creates if the parameter has none. Owned by its device or struct. Reading
+// oid() and the numbers of the value is safe while another thread changes them; everything else is
+// arranged before the threads start. A copy shares constraint and value with its original.
 class ToskParam {
   public:
     // More decimals than these have no power of ten in 64 bits.
@@ -44,11 +44,11 @@ class ToskParam {
     // The parameter's whole JSON, as descriptors and the state file carry it; owned by the caller.
     virtual util::UniqueJSON toJSON() const;
 
-    // The path of set requests: 0 and the listener is told, whether the value differs or not; -1
-    // without a word to it when the item is null or refused, or the type has no value class.
+    // The path of set requests: 0 and the listener is called, even if the value is equal; -1
+    // without a call when the item is null or refused, or the type has no value class.
     int setValueFromJSON(const cJSON* item);
 
-    // Sets the value, and tells the listener only of a difference.
+    // Sets the value, and calls the listener only if it differs.
     void setValueFromJSONIfChanged(const cJSON* item);
 
     // The path of new readings: copies `other` (null changes nothing) into the own value, and tells

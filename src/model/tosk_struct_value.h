@@ -28,14 +28,14 @@ class ToskStructValue : public ToskValue {
     util::UniqueJSON toJSON() const override;
 
     // Replaces all members by copies of the other's, prints a trace line for each on standard
-    // output, and reports a change whatever they hold.
+    // output, and reports a change even if all are equal.
     bool updateFrom(const ToskParam& owner, const ToskValue* other) override;
 
     const std::vector<ToskParam>& params() const { return params_; }
     void addParam(const ToskParam& param) { params_.push_back(param); }
 
   private:
-    // Where the first member of each name stands, for members without a prefix.
+    // The place of the first member of each name, for members without a prefix.
     using Places = std::unordered_map<std::string, std::size_t>;
     bool fits(const Places& places, const cJSON* item) const;
     void notePlace(Places& places, std::size_t place) const;

@@ -36,7 +36,7 @@ enum ToskConstraintType : int32_t {
     kConstraintUndefined = 9,
 };
 
-// Which class of the object tree an object is. No class stands for page layout groups.
+// The class of an object in the object tree. Page layout groups have no class.
 enum ToskObjectKind : int32_t {
     kKindObject = 0,
     kKindDevice = 1,

@@ -40,7 +40,7 @@ class ToskValue {
     // clears `changed`. Null or unusable items give false, a null one without touching `changed`.
     virtual bool setFromJSONChanged(const cJSON* item);
 
-    // The code of the value's own kind, which for integers is kTypeInt32 whatever made them.
+    // The code of the value's own kind, which is kTypeInt32 for every integer.
     int32_t type() const { return type_; }
     bool changed() const { return changed_.get(); }
 
@@ -61,7 +61,7 @@ class ToskIntegerValue : public ToskValue {
     explicit ToskIntegerValue(int64_t value = 0) : ToskValue(model::kTypeInt32), value_(value) {}
 
     std::string toString() const override;
-    // Any item reads as its number, cut toward zero: what is no number is 0.
+    // Any item reads as its number, cut toward zero; an item without a number is 0.
     int fromJSON(const cJSON* item) override;
     util::UniqueJSON toJSON() const override;
     bool isCompatible(const ToskValue& other) const override;
@@ -83,7 +83,7 @@ class ToskFloatValue : public ToskValue {
 
     // Six decimals, always.
     std::string toString() const override;
-    // Any item reads as its number: what is no number is 0.
+    // Any item reads as its number; an item without a number is 0.
     int fromJSON(const cJSON* item) override;
     util::UniqueJSON toJSON() const override;
     bool updateFrom(const ToskParam& owner, const ToskValue* other) override;
@@ -97,7 +97,7 @@ class ToskFloatValue : public ToskValue {
     util::Relaxed<double> value_;
 };
 
-// A text. Refuses every item that is no JSON string, and one of more than 1 MiB.
+// A text. Refuses items other than JSON strings, and texts of more than 1 MiB.
 class ToskStringValue : public ToskValue {
   public:
     static constexpr std::size_t kLongest = std::size_t{1} * 1024 * 1024;

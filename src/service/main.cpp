@@ -24,8 +24,8 @@
 
 namespace {
 
-// Whoever started us may have closed them. The next descriptors, those of the bus and of the log,
-// would take their numbers, and traces and the output of commands would go there.
+// The parent process may have closed them. The next descriptors, those of the bus and of the log,
+// would get their numbers, and traces and the output of commands would go there.
 void openStandardStreams() {
     int descriptor = -1;
     do {
@@ -36,8 +36,8 @@ void openStandardStreams() {
     }
 }
 
-// Whoever started us may have signals blocked or ignored, which would last: no stop signal would
-// come, and no command would have an end.
+// The parent process may have blocked or ignored signals, which the daemon inherits: it would get
+// no stop signal, and never see the end of a command.
 void takeSignalsAsUsual() {
     sigset_t none;
     sigemptyset(&none);

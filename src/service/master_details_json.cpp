@@ -9,7 +9,7 @@ namespace pallwatch {
 
 namespace {
 
-// What is no text, or longer than a parameter takes, changes nothing.
+// An item that is not a text, or is too long for a parameter, is ignored.
 void readText(const cJSON* item, std::string& text) {
     const char* const found = util::jsonText(item);
     if (found && strnlen(found, ToskStringValue::kLongest + 1) <= ToskStringValue::kLongest) {

@@ -41,7 +41,7 @@ std::optional<int> runDetached(const Detach& detach, std::FILE* errors) {
 }
 
 int reportInvalid(const char* program, int result, std::FILE* errors) {
-    // An unknown long option has no letter; the parser's answer stands in for it.
+    // An unknown long option has no letter; the parser's result is shown instead.
     const int letter = optopt != 0 ? optopt : result;
     const char* const fault = result == ':' ? "requires an argument" : "is invalid: ignored";
     std::fprintf(errors, "%s: option `-%c' %s. Try --help.\n", program, letter, fault);

@@ -52,7 +52,7 @@ PallwatchService::~PallwatchService() {
     systemState_->setParamChanged_cb(nullptr);
 }
 
-// Whatever ends the loop, the poll thread is gone before anything it uses.
+// However the loop ends, the poll thread ends before the objects that it uses.
 void PallwatchService::run() {
     util::logMessage(LOG_INFO, "Kel Master Service initialization begins.");
     createClient();
@@ -79,8 +79,8 @@ void PallwatchService::run() {
     saver_.finish();
 }
 
-// A handler that lacked memory may have left the connection without its next step, so that is made
-// anew; everything else goes on.
+// A handler that lacked memory may have left the connection without its next step, so the daemon
+// reconnects; everything else continues.
 void PallwatchService::runLoop() {
     while (!io_.stopped()) {
         try {
@@ -146,8 +146,8 @@ void PallwatchService::pollOnce() {
     }
 }
 
-// A loop that stands still is one that has not run what the poll gave it a tick ago. While a
-// command is under way it does not move either, and that is no fault: a report takes minutes.
+// A loop is blocked if it has not run the handler that the poll posted a tick ago. A running
+// command blocks the loop too, which is not a fault: a report takes minutes.
 void PallwatchService::reportProgress() {
     if (!manager_.isPresent()) {
         return;

@@ -34,7 +34,7 @@ namespace pallwatch {
 class PallwatchService {
   public:
     // Keeps `systemState` and `machine`, owns neither. `prefix` is the tunnelling prefix, may be
-    // empty. `manager` is told when the loop runs, that it makes progress, and when it has ended.
+    // empty. `manager` gets a notice when the loop starts, makes progress, and has ended.
     PallwatchService(SystemState* systemState, systemstate::Machine& machine, std::string prefix,
                      ServiceManager manager = ServiceManager({}));
     ~PallwatchService();

@@ -5,9 +5,9 @@
 
 namespace pallwatch {
 
-// The service manager that started the daemon, told of its state as sd_notify(3) describes: one
-// datagram for each change, to the socket that $NOTIFY_SOCKET names. Without that variable there is
-// nobody to tell, and every call does nothing.
+// Reports the state of the daemon to its service manager as sd_notify(3) describes: one datagram
+// for each change, to the socket that $NOTIFY_SOCKET names. Without that variable there is no
+// service manager, and every call does nothing.
 //
 // Any thread. No call waits, takes memory or fails: a manager that does not take a datagram misses
 // it.
@@ -18,7 +18,7 @@ class ServiceManager {
     static ServiceManager fromEnvironment();
 
     // `address`: an absolute path, or "@" and a name in the abstract namespace (unix(7)); empty, or
-    // anything else, means that there is nobody.
+    // anything else, means no service manager.
     explicit ServiceManager(std::string address);
 
     bool isPresent() const { return !address_.empty(); }

@@ -39,8 +39,7 @@ class SystemObject {
     // Carries out the SET member by member and answers each: 200, 400 (the value does not fit) or
     // 404 (no such parameter). Returns true when all is done, false when `isTurnOver`, asked after
     // each member, wants a pause. The state file is saved once before it returns, and before a
-    // command that would send earlier answers on their way. Whatever leaves it by exception also
-    // ends the SET.
+    // command that would send earlier answers on their way. An exception also ends the SET.
     bool workOnSet(const std::function<bool()>& isTurnOver);
 
     // Tells every subscriber, also under the tunnelled name, that a parameter has a new value.

@@ -32,8 +32,8 @@ std::vector<Block> decodeBlockFile(std::string_view text);
 // The text under `key`; empty when the block has no such key.
 std::string blockText(const Block& block, std::string_view key);
 
-// The integer under `key` (base 10, text after the number is accepted). A text that is no integer,
-// a missing key's empty text included, is added to `unread` and counts as -1.
+// The integer under `key` (base 10, text after the number is accepted). A text that is not an
+// integer, such as a missing key's empty text, is added to `unread` and counts as -1.
 std::int32_t blockInteger(const Block& block, std::string_view key,
                           std::vector<UnreadInteger>& unread);
 

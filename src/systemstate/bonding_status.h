@@ -35,7 +35,7 @@ struct BondingStatus {
     std::vector<UnreadInteger> unread;  // the delays that could not be read
 };
 
-// Where the header block stands. The driver's own file starts with a block that holds its version;
+// The index of the header block. The driver's own file starts with a block that holds its version;
 // the copy that the tools of a Tessara frame make does not.
 inline constexpr std::size_t kDriverHeaderBlock = 1;
 inline constexpr std::size_t kTessaraHeaderBlock = 0;

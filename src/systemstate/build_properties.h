@@ -15,8 +15,8 @@ using BuildProperties = std::map<std::string, std::string>;
 // quote right after the "=" and one before the line end are dropped.
 BuildProperties decodeBuildProperties(std::string_view text);
 
-// The version and, in brackets right behind it, the revision if there is one; "read error" when
-// that is nothing.
+// The version, directly followed by the revision in brackets if there is one; "read error" if both
+// are empty.
 std::string versionText(const BuildProperties& properties);
 
 }  // namespace systemstate

@@ -1,6 +1,6 @@
-// There is no descriptor to wait at for the end of a process on the kernels of the frames, so the
-// end is looked for at growing intervals: a command of the usual few milliseconds is not kept
-// waiting, and one that takes seconds costs little.
+// The kernels of the frames have no descriptor for the end of a process, so the class polls for the
+// end at growing intervals: a command of the usual few milliseconds is not delayed, and one that
+// takes seconds costs little.
 
 #include "systemstate/limited_commands.h"
 
@@ -42,7 +42,7 @@ void closeEnd(int& end) {
     }
 }
 
-// What posix_spawn is told besides the command.
+// The arguments of posix_spawn besides the command.
 class SpawnSettings {
   public:
     explicit SpawnSettings(int output) {
@@ -68,7 +68,7 @@ class SpawnSettings {
     const posix_spawnattr_t* attributes() const { return &attributes_; }
 
   private:
-    // A reader of our output that stands still must not hold the command as well.
+    // A blocked reader of our output must not block the command as well.
     void spare(int stream) {
         if (!util::takesOutput(stream)) {
             posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_WRONLY, 0);

@@ -13,7 +13,7 @@
 
 namespace systemstate {
 
-// The beginning of what a command writes: a pipe, and the line that comes through it. Owned by
+// The beginning of a command's output: a pipe, and the first line that comes through it. Owned by
 // the function that runs the command; other commands do not inherit its ends.
 class CommandOutput {
   public:
@@ -45,9 +45,9 @@ class CommandOutput {
     std::size_t filled_ = 0;
 };
 
-// Runs shell commands that nobody may wait for without an end. Each is in a process group of its
-// own; one that has not ended when its time is over is killed with its group, and a line at error
-// priority says so. What a command left in the background is not waited for. Any thread.
+// Runs shell commands with a time limit. Each is in a process group of its own; a command that
+// exceeds the limit is killed with its group, and a line at error priority reports it. Processes
+// that a command leaves in the background are not waited for. Any thread.
 class LimitedCommands {
   public:
     using Milliseconds = std::chrono::milliseconds;
@@ -66,8 +66,8 @@ class LimitedCommands {
     // Waits, but not beyond an interruption.
     void pause(Milliseconds time);
 
-    // From now on nothing takes long: a second after this every command under way is killed, a
-    // later one has a fraction of a second, and there is no pause. For good.
+    // Final: kills running commands after one second, limits later ones to a fraction of a second,
+    // and ends pauses at once.
     void interrupt();
 
   private:

@@ -17,7 +17,7 @@ namespace systemstate {
 
 namespace {
 
-// A reader of our output that stands still must not hold a command as well.
+// A blocked reader of our output must not block a command as well.
 std::string withoutStuckStreams(const char* command) {
     std::string text;
     if (!util::takesOutput(STDOUT_FILENO)) {

@@ -12,13 +12,13 @@
 
 namespace systemstate {
 
-// Whether a command may take as long as it likes. What is carried out on request may; what the poll
-// runs by itself may not.
+// The time limit of a command. A command that a request causes has none; a command that the poll
+// runs has one.
 enum class TimeLimit { none, fiveSeconds };
 
-// The one door to the machine: its files, under a root that is empty on a frame and a directory of
-// samples in tests, and its commands. Owned by main, which outlives every user. Both threads come
-// through it, for different things; the calls themselves keep no state. Commands see the real root.
+// The only access to the host: its files, under a root that is empty on a frame and a directory of
+// samples in tests, and its commands. Owned by main, which outlives every user. Both threads use
+// it, for different things; the calls themselves keep no state. Commands see the real root.
 class Machine {
   public:
     explicit Machine(std::string root = "");
@@ -34,14 +34,14 @@ class Machine {
     // so that a mere exit code has no old error text. With a limit see LimitedCommands.
     int run(const char* command, TimeLimit limit = TimeLimit::none);
 
-    // With a limit, a run that has none of its own takes no longer, and as with a limit of its own
-    // is killed with its group. For the start: nobody asked for what it runs, and until it is
-    // through nobody is served. Before the second thread starts.
+    // Sets a limit for runs without one of their own; a run that exceeds it is killed with its
+    // group. For the start: these commands are the daemon's own, and no request is served before
+    // they end. Before the second thread starts.
     void limitRuns(std::optional<std::chrono::milliseconds> limit);
 
-    // Runs a shell command, waits for it for five seconds at most, and gives the first line of its
-    // output without the line end, at most 127 bytes. Nothing, and a log line at error priority,
-    // when it was not started.
+    // Runs a shell command, waits for it for five seconds at most, and returns the first line of
+    // its output without the line end, at most 127 bytes. Nothing, and a log line at error
+    // priority, when it was not started.
     std::optional<std::string> firstLine(const char* command);
 
     // Whether the path can be reached, by access(2) with F_OK.
@@ -51,14 +51,14 @@ class Machine {
     bool stats(const char* absolute) const;
 
     // The file's bytes, at most the first mebibyte of them (no file of a frame comes near it).
-    // Nothing, with errno set, when it cannot be opened; what was read until then when reading
-    // fails, which is nothing of whatever is no regular file. Throws std::bad_alloc alone.
+    // Nothing, with errno set, when it cannot be opened; the bytes so far when reading fails; empty
+    // for anything but a regular file. Throws only std::bad_alloc.
     std::optional<std::string> readFile(const char* absolute) const;
 
     // Puts a new file with that text in the place of the old one, as replaceFile does.
     util::WriteFailure writeFile(const char* absolute, std::string_view text) const;
 
-    // Lets the calling thread wait for what has no event to wait for.
+    // Lets the calling thread wait if there is no event to wait for.
     void pause(std::chrono::milliseconds time) { waitFor(time); }
 
     // The daemon is to end: see LimitedCommands. Any thread.
@@ -67,8 +67,8 @@ class Machine {
     // Whether a command is under way, on any thread. Any thread.
     bool isRunningCommand() const { return commandsUnderWay_.load() > 0; }
 
-    // Called on the commanding thread before each command: what waits there to be sent must be on
-    // its way before a command that may take a minute. Set before the second thread starts.
+    // Called on the commanding thread before each command, to send queued messages before a command
+    // that may take a minute. Set before the second thread starts.
     void setBeforeCommand(std::function<void()> hook);
 
   private:

@@ -59,8 +59,8 @@ class NetworkConfig {
     // for which it ends what SetUnderWay keeps from the poll.
     int config_ip(uint32_t ip, uint32_t netmask, uint32_t gateway);
 
-    // Publishes the settings in the file that differ from what the file said last. Waits for
-    // nobody: with a set under way this is left to the next call. Poll thread.
+    // Publishes the settings in the file that differ from its last contents. Never waits: during a
+    // set, this is left to the next call. Poll thread.
     void publishFile();
 
   private:

@@ -41,7 +41,7 @@ std::string dottedText(uint32_t address);
 
 // Reads the lines with "=". A key counts as the first of IPADDR, NETMASK and GATEWAY that begins
 // with it, so that a shortened key, even an empty one, is accepted. A later line overwrites an
-// earlier one; a value that is no dotted address, such as a quoted one, is 0.
+// earlier one; a value that is not a dotted address, such as a quoted one, is 0.
 NetworkConf decodeNetworkConf(std::string_view text);
 
 // The whole text of the file for these dotted texts.

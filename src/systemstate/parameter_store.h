@@ -25,9 +25,9 @@ class ParameterStore {
     // Null when there is no such parameter.
     ToskParam* find(const std::string& key) const;
 
-    // Set a value that differs from the held one and tell the parameter's listener, which carries
-    // out what the parameter stands for. A missing parameter is passed over, and so is one whose
-    // value is of another kind.
+    // Set a value that differs from the held one and call the parameter's listener, which performs
+    // the reaction to the set. A missing parameter is passed over, and so is one whose value is of
+    // another kind.
     void setInteger(const std::string& key, int64_t value);
     void setFloat(const std::string& key, double value);
     void setText(const std::string& key, const std::string& value);

@@ -4,8 +4,8 @@
 
 namespace systemstate {
 
-// What kind of card the daemon runs on, told by the product name that the frame wrote at boot.
-// Every test ignores case but the one for the default controller. Never changes; any thread.
+// The kind of card, from the product name that the frame wrote at boot. All tests except the one
+// for the default controller ignore case. Never changes; any thread.
 class Product {
   public:
     explicit Product(std::string name);

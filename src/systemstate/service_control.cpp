@@ -120,7 +120,7 @@ void ServiceControl::setAmbrixRunning(bool running) {
     }
 }
 
-// The flag is lowered first: a set that starts Ambrix meanwhile raises it again, and the next poll
+// The flag is lowered first: a concurrent set that starts Ambrix raises it again, and the next poll
 // stops Ambrix once more.
 bool ServiceControl::stopDisabledAmbrix() {
     if (!ambrixStarted_ || isServiceEnabled(machine_, kAmbrixDisabledMarker)) {

@@ -67,7 +67,7 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     // thread.
     int setFromRequest(ToskParam& param, const cJSON* value);
 
-    // After a set: announces the change, then carries out what the parameter stands for.
+    // After a set: sends a notification of the change, then performs the reaction to the set.
     void valueChanged(ToskParam* param) override;
 
     // Whether a set of the parameter runs commands, which may take a minute.

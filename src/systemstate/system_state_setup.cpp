@@ -1,4 +1,4 @@
-// The builders of the device: what the state file brought is kept, what it did not is made.
+// Builds the device: parameters from the state file are kept, and missing ones are created.
 
 #include <optional>
 #include <utility>

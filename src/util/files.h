@@ -69,21 +69,21 @@ struct FileContents {
 // The most that is read of a file whose reader names no other limit; no file of a frame comes near.
 inline constexpr size_t kMaxFileBytes = size_t{1} << 20;
 
-// Reads a file's first `limit` bytes. Never waits, whatever the path leads to. Throws nothing.
+// Reads a file's first `limit` bytes. Never waits, even for a pipe or device. Throws nothing.
 FileContents readContents(const std::string& path, size_t limit = kMaxFileBytes);
 
-// True when stat works on the path, whatever is there.
+// True when stat works on the path, for any kind of file.
 bool fileExists(const std::string& path);
 
 // Makes one directory (mode 0700) where nothing is yet; its parent has to be there. Throws
 // std::system_error with errno and the text "mkdir" and the path, without a space between them.
 void makeDirectory(const std::string& path);
 
-// The file's lines: all newlines dropped, or each line with one behind it, the last one too.
+// The file's lines: all newlines dropped, or each line with one at its end, the last one too.
 std::string readFile(const std::string& path, bool keepNewlines);
 
-// For callers to whom an unreadable file is an empty one, without log line: the bytes as they are;
-// the first line without its newline. Throw std::bad_alloc alone.
+// For callers that treat an unreadable file as an empty one, without log line: the bytes as they
+// are; the first line without its newline. Throw only std::bad_alloc.
 std::string readWholeFile(const std::string& path);
 std::string readFirstLine(const std::string& path);
 

@@ -4,7 +4,7 @@ namespace util {
 
 namespace {
 
-// Where the text that begins behind `quote` ends, the end of the JSON when it does not.
+// The end of the text that begins after `quote`, or the end of the JSON if it has none.
 std::size_t endOfText(std::string_view json, std::size_t quote) {
     std::size_t place = quote + 1;
     while (place < json.size() && json[place] != '"') {

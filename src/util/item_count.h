@@ -11,7 +11,7 @@ inline constexpr std::size_t kMaxItems = 50'000;
 
 // Whether the array or object that the JSON text begins with has more than `most` items, those of
 // arrays and objects inside it counted: its brackets and commas outside of texts. Linear, takes no
-// memory. A text that is no JSON is looked at as far as a parser would come.
+// memory. Invalid JSON is counted as far as a parser would read it.
 bool hasMoreItems(std::string_view json, std::size_t most);
 
 }  // namespace util

@@ -48,7 +48,7 @@ UniqueJSON copyJSON(const cJSON* item);
 std::string renderJSON(const cJSON* item, bool formatted);
 
 // How often the JSON library was refused memory on this thread. A tree or a text that was made
-// while the number grew may be incomplete, whatever the calls returned.
+// while the number grew may be incomplete, even without an error.
 unsigned long failedJSONAllocations();
 
 // Replaces the allocator of the JSON library, malloc at first; its memory is freed by free. Gives

@@ -15,7 +15,7 @@ int32_t integerValue(const cJSON* item);
 // for the member of that exact name, stores its value and gives true. When `object` is null or no
 // object, or the member is absent, it gives false and leaves `value` as it was.
 
-// False also when the member is no string.
+// False also when the member is not a string.
 bool readField(const cJSON* object, const char* key, std::string& value);
 
 // Numbers are truncated and stop at the ends of the type; any other member stores 0.

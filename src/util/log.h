@@ -8,8 +8,8 @@
 
 namespace util {
 
-// The one way into the system log. Any thread may log, and none waits for the log: see
-// model/system_log.h.
+// The only way to the system log. Any thread may log, and none waits for the log: see
+// util/system_log.h.
 
 // Receives every message instead of the system log; the text is complete, `%m` included.
 using LogSink = std::function<void(int priority, const std::string& text)>;

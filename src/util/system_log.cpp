@@ -105,8 +105,8 @@ SystemLog::Outcome SystemLog::reportLost() {
     return outcome;
 }
 
-// False when there is no room or no memory for it. Behind a line that was lost nothing is kept, so
-// that one line reports all of them.
+// False when there is no room or no memory for it. After a lost line nothing is kept, so that one
+// line reports all of them.
 bool SystemLog::keep(std::string_view header, std::string_view text) try {
     const bool lostBehindKept = lost_ > 0 && !kept_.empty();
     if (lostBehindKept || keptBytes_ + header.size() + text.size() > kMaxKeptBytes) {
@@ -171,7 +171,7 @@ bool SystemLog::waitForRoom() {
     return !blocked_;
 }
 
-// A stream has a zero byte behind each line. A part of a line spoils the connection.
+// On a stream a zero byte ends each line. A partial line spoils the connection.
 bool SystemLog::sendRecord(std::string_view header, std::string_view text) const {
     const auto part = [](std::string_view bytes) {
         return iovec{const_cast<char*>(bytes.data()), bytes.size()};

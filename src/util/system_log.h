@@ -28,10 +28,10 @@ class LogLineHeader {
 // Lines are those of syslog(3), byte for byte, and the connection is made and made again as syslog
 // makes it: by datagrams, by a stream when the log has no other socket, once more when a line
 // cannot be sent. But the caller never waits long. The socket of a log holds a dozen lines, so a
-// log that is just behind has a tenth of every second, altogether, to make room; one that did not
-// use it counts as blocked and gets no more. Lines that it does not take then are kept, up to 64
-// KiB, and sent before the next line or with a flush. A line without room there, or without a log,
-// is lost and counted, and one line reports the number as soon as the log takes lines again.
+// slow log has a tenth of every second, altogether, to make room; a log that does not use it counts
+// as blocked and gets no more. Lines that it does not take then are kept, up to 64 KiB, and sent
+// before the next line or with a flush. A line without room there, or without a log, is lost and
+// counted, and one line reports the number as soon as the log takes lines again.
 class SystemLog {
   public:
     explicit SystemLog(std::string path);

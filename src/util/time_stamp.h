@@ -7,7 +7,7 @@
 namespace util {
 
 // Stamps for trace lines on standard output. Each is followed by a tab and no newline, so that the
-// line goes on behind it. Any thread may print one.
+// line continues after it. Any thread may print one.
 
 // Prints the time of day in local time, as in "14:03:07.052" and a tab.
 void printTimeStamp();

@@ -4,7 +4,7 @@
 
 namespace util {
 
-// Standard output and standard error, for a person who watches the process. Any thread may trace.
+// Standard output and standard error, for an operator of the process. Any thread may trace.
 //
 // A trace never waits: it is written at once, without a buffer, and dropped when there is no room
 // for it or no reader. A reader that does not read must not stop the daemon. Up to PIPE_BUF
