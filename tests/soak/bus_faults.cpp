@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <sstream>
 #include <stdexcept>
 
 #include "harness/deadline.h"
@@ -52,16 +51,11 @@ std::span<const BusFault> busFaults() {
     return kFaults;
 }
 
-std::vector<std::string> splitFaultLines(std::string commands, int connectionID) {
+std::string nameClient(std::string commands, int connectionID) {
     if (const size_t at = commands.find("ID"); at != std::string::npos) {
         commands.replace(at, 2, std::to_string(connectionID));
     }
-    std::vector<std::string> lines;
-    std::istringstream text(commands);
-    for (std::string line; std::getline(text, line);) {
-        lines.push_back(line);
-    }
-    return lines;
+    return commands;
 }
 
 void BusFaults::step(Clock::time_point now, bool mayBegin) {
@@ -149,12 +143,11 @@ bool BusFaults::hasRecovered(Clock::time_point now) const {
 }
 
 void BusFaults::inject(const char* commands) const {
-    for (const std::string& line : splitFaultLines(commands, clients_.connectionID(victim_))) {
-        const auto reply = pallbus::broker::sendCommand(kBusPort, line);
-        if (!reply || !reply->ok) {
-            throw std::runtime_error("the bus rejects '" + line +
-                                     "': " + (reply ? reply->text : "it has gone"));
-        }
+    const std::string script = nameClient(commands, clients_.connectionID(victim_));
+    const auto reply = pallbus::broker::sendCommand(kBusPort, script);
+    if (!reply || !reply->ok) {
+        throw std::runtime_error("the bus rejects '" + script +
+                                 "': " + (reply ? reply->text : "it has gone"));
     }
 }
 

@@ -5,7 +5,6 @@
 #include <map>
 #include <span>
 #include <string>
-#include <vector>
 
 #include "soak_lib/many_clients.h"
 #include "soak_lib/random.h"
@@ -34,8 +33,8 @@ struct BusFault {
 };
 
 std::span<const BusFault> busFaults();
-// The fault lines, with the connection id in place of "ID".
-std::vector<std::string> splitFaultLines(std::string commands, int connectionID);
+// The commands, with the connection id in place of "ID".
+std::string nameClient(std::string commands, int connectionID);
 
 // Injects one fault after the other into the running bus. While one is active, and until all have
 // reconnected afterwards, the requests of its victims are excused.

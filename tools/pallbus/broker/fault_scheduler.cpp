@@ -4,18 +4,8 @@
 
 namespace pallbus::broker {
 
-namespace {
-
-using faults::FaultRule;
 using std::chrono::duration_cast;
 using std::chrono::milliseconds;
-
-std::string formatCommand(const faults::FaultCommand& command) {
-    const FaultRule* rule = std::get_if<FaultRule>(&command);
-    return rule != nullptr ? formatFault(*rule) : "clear";
-}
-
-}  // namespace
 
 FaultScheduler::FaultScheduler(asio::io_context& io, faults::FaultInjector& injector,
                                Actions actions)
@@ -24,25 +14,32 @@ FaultScheduler::FaultScheduler(asio::io_context& io, faults::FaultInjector& inje
 void FaultScheduler::run(const std::vector<faults::FaultStep>& steps) {
     const Clock::time_point now = Clock::now();
     for (const faults::FaultStep& step : steps) {
-        scheduled_.emplace(now + step.at, step.command);
+        scheduled_.emplace(now + step.at, step.fault);
     }
     executeDue();
 }
 
 void FaultScheduler::clear() {
     scheduled_.clear();
-    run({{milliseconds{}, faults::ClearFaults{}}});
+    endFaults();
+    executeDue();
 }
 
-void FaultScheduler::execute(const faults::FaultCommand& command, Clock::time_point now) {
-    const FaultRule* rule = std::get_if<FaultRule>(&command);
-    if (rule == nullptr) {
-        injector_.clear();
-        actions_.flushDelayed();
-    } else if (rule->kind == faults::FaultKind::close) {
-        actions_.closeConnections(rule->client);
-    } else {
-        injector_.add(*rule, now);
+void FaultScheduler::endFaults() {
+    injector_.clear();
+    actions_.flushDelayed();
+}
+
+void FaultScheduler::execute(const faults::FaultRule& fault, Clock::time_point now) {
+    switch (fault.kind) {
+        case faults::FaultKind::clear:
+            endFaults();
+            break;
+        case faults::FaultKind::close:
+            actions_.closeConnections(fault.client);
+            break;
+        default:
+            injector_.add(fault, now);
     }
 }
 
@@ -70,9 +67,9 @@ void FaultScheduler::executeDue() {
 std::vector<std::string> FaultScheduler::describe() const {
     const Clock::time_point now = Clock::now();
     std::vector<std::string> lines = injector_.describeActive(now);
-    for (const auto& [due, command] : scheduled_) {
+    for (const auto& [due, fault] : scheduled_) {
         const auto left = duration_cast<milliseconds>(due - now).count();
-        lines.push_back("at " + std::to_string(left) + "ms " + formatCommand(command));
+        lines.push_back("at " + std::to_string(left) + "ms " + fault.text.words);
     }
     return lines;
 }

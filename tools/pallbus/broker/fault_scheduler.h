@@ -39,12 +39,13 @@ class FaultScheduler {
     std::vector<std::string> describe() const;
 
   private:
-    void execute(const faults::FaultCommand& command, Clock::time_point now);
+    void endFaults();
+    void execute(const faults::FaultRule& fault, Clock::time_point now);
     void executeDue();
 
     faults::FaultInjector& injector_;
     Actions actions_;
-    std::multimap<Clock::time_point, faults::FaultCommand> scheduled_;
+    std::multimap<Clock::time_point, faults::FaultRule> scheduled_;
     lumo::Timer timer_;
 };
 

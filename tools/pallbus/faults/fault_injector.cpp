@@ -10,7 +10,6 @@
 #include <set>
 
 #include "bus/tarn_internal_header.h"
-#include "pallbus/faults/fault_parser.h"
 
 namespace pallbus::faults {
 
@@ -30,25 +29,6 @@ bool matchesClient(const FaultRule& rule, std::optional<int32_t> client) {
 bool appliesToMessages(FaultKind kind) {
     return kind != FaultKind::refuse && kind != FaultKind::stall && kind != FaultKind::close;
 }
-
-// Decodes the object name at most once, and only when a rule asks for it.
-class LazyObjectName {
-  public:
-    explicit LazyObjectName(std::string_view message) : message_(message) {}
-
-    bool matches(const std::string& object) {
-        if (!decoded_) {
-            name_ = parseObjectName(message_);
-            decoded_ = true;
-        }
-        return name_ && isAtOrBelow(*name_, object);
-    }
-
-  private:
-    std::string_view message_;
-    std::optional<std::string> name_;
-    bool decoded_ = false;
-};
 
 }  // namespace
 
@@ -97,10 +77,16 @@ bool FaultInjector::readsFrom(std::optional<int32_t> client) const {
 
 Delivery FaultInjector::apply(const Transit& transit) {
     Delivery delivery;
-    LazyObjectName name(transit.message);
+    // Decoded at most once, and only when a rule asks for it.
+    std::optional<std::optional<std::string>> name;
+    const auto matchesObject = [&](const FaultRule& rule) {
+        if (rule.object && !name) {
+            name.emplace(parseObjectName(transit.message));
+        }
+        return !rule.object || (*name && isAtOrBelow(**name, *rule.object));
+    };
     for (ActiveFault& fault : active_) {
-        if (matches(fault, transit) && (!fault.rule.object || name.matches(*fault.rule.object)) &&
-            isDue(fault)) {
+        if (matches(fault, transit) && matchesObject(fault.rule) && isDue(fault)) {
             applyRule(fault.rule, delivery);
         }
         if (delivery.dropped) {
@@ -168,6 +154,7 @@ void FaultInjector::applyRule(const FaultRule& rule, Delivery& delivery) {
         case FaultKind::close:
         case FaultKind::refuse:
         case FaultKind::stall:
+        case FaultKind::clear:
             break;
     }
 }
@@ -195,7 +182,7 @@ std::vector<std::string> FaultInjector::describeActive(Clock::time_point now) co
             notes += " " + std::to_string(duration_cast<milliseconds>(*fault.end - now).count()) +
                      "ms left";
         }
-        lines.push_back(formatFault(fault.rule) + (notes.empty() ? "" : "  #" + notes));
+        lines.push_back(fault.rule.text.words + (notes.empty() ? "" : "  #" + notes));
     }
     return lines;
 }

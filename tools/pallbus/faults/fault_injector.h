@@ -33,7 +33,7 @@ class FaultInjector {
     // Announces a new connection; its number is the largest so far.
     void addConnection(uint64_t connection) { newestConnection_ = connection; }
 
-    // Activates a fault of any kind but FaultKind::close, which has no duration. Faults add up; an
+    // Activates a fault of any kind but close and clear, which have no duration. Faults add up; an
     // equal rule restarts. A blackhole affects the connections that exist now.
     void add(const FaultRule& rule, Clock::time_point now);
     void clear() { active_.clear(); }

@@ -1,7 +1,7 @@
-// A line is a kind of fault, then its modifiers in any order. kKinds (fault_grammar.h) says which
-// operand and which modifiers a kind takes; kModifiers says which function reads each modifier.
-// Completion uses the same parser: a keyword can come next if the line with it parses, or lacks
-// only something after it (IncompleteFault).
+// A line is a kind of fault, then its modifiers in any order. kKinds says which operand and which
+// modifiers a kind takes; kModifiers says which function reads each modifier. Completion uses the
+// same parser: a keyword can come next if the line with it parses, or lacks only something after it
+// (IncompleteFault).
 
 #include "pallbus/faults/fault_parser.h"
 
@@ -12,14 +12,49 @@
 
 #include "cli/parse_number.h"
 #include "cli/timed_script.h"
-#include "pallbus/faults/fault_grammar.h"
 
 namespace pallbus::faults {
 
 namespace {
 
-using namespace grammar;
 using std::chrono::milliseconds;
+
+constexpr int32_t kDaemonID = 8;  // the connection id that the daemon logs in with
+
+// The operand that follows a kind without a keyword of its own.
+enum class Operand { none, delay, messageCount, byteCount, duration };
+
+// The modifiers that may follow a kind, each once and in any order.
+constexpr unsigned kFrequency = 1;
+constexpr unsigned kFrom = 2;
+constexpr unsigned kTo = 4;
+constexpr unsigned kClient = 8;
+constexpr unsigned kObject = 16;
+constexpr unsigned kFor = 32;
+constexpr unsigned kMessages = kFrequency | kTo | kClient | kObject | kFor;
+
+struct KindGrammar {
+    std::string_view name;
+    FaultKind kind;
+    Operand operand;
+    unsigned modifiers;
+    std::string_view usage;  // the kind with its operand, for people
+};
+
+constexpr std::array<KindGrammar, 11> kKinds{{
+    {"drop", FaultKind::drop, Operand::none, kMessages | kFrom, "drop"},
+    {"delay", FaultKind::delay, Operand::delay, kMessages | kFrom, "delay TIME[-TIME]"},
+    {"corrupt", FaultKind::corrupt, Operand::byteCount, kMessages | kFrom, "corrupt [BYTES]"},
+    {"fragment", FaultKind::fragment, Operand::none, kMessages, "fragment"},
+    {"coalesce", FaultKind::coalesce, Operand::messageCount, kMessages & ~kFrequency,
+     "coalesce MESSAGES"},
+    {"truncate", FaultKind::truncate, Operand::none, kMessages, "truncate"},
+    {"close", FaultKind::close, Operand::none, kClient, "close"},
+    {"refuse", FaultKind::refuse, Operand::duration, kFor, "refuse [TIME]"},
+    {"blackhole", FaultKind::blackhole, Operand::duration, kClient | kFor, "blackhole [TIME]"},
+    {"stall", FaultKind::stall, Operand::duration, kClient | kFor, "stall [TIME]"},
+    {"clear", FaultKind::clear, Operand::none, 0, "clear"},
+}};
 
 constexpr size_t kMaxCount = 1'000'000;
 
@@ -39,9 +74,9 @@ bool isOnlyTowardsClients(const KindGrammar& kind) {
 std::string listKinds() {
     std::string names;
     for (const KindGrammar& kind : kKinds) {
-        names.append(kind.name).append(", ");
+        names.append(names.empty() ? "" : ", ").append(kind.name);
     }
-    return names.append(kClear).append("; at TIME or after TIME may precede it");
+    return names + "; at TIME or after TIME may precede it";
 }
 
 milliseconds parseTime(const std::string& text) {
@@ -87,6 +122,7 @@ class Parser {
     std::string take() {
         std::string word = words_.front();
         words_ = words_.subspan(1);
+        rule_.text.words.append(rule_.text.words.empty() ? "" : " ").append(word);
         return word;
     }
 
@@ -121,7 +157,9 @@ class Parser {
     }
 
     void rejectWord(std::string_view word) const {
-        throw FaultSyntaxError(quoted(kind_->name) + " does not take " + quoted(word));
+        throw FaultSyntaxError(quoted(kind_->name) + (kind_->modifiers == 0
+                                                          ? " takes no words"
+                                                          : " does not take " + quoted(word)));
     }
 
     void expectOnce(unsigned modifier, std::string_view word) {
@@ -163,6 +201,8 @@ class Parser {
         if (std::ranges::any_of(name, [](unsigned char byte) { return byte < ' '; })) {
             throw FaultSyntaxError("the object name contains a control character");
         }
+        std::string& text = rule_.text.words;
+        text.replace(text.size() - name.size(), name.size(), cli::script::quoted(name));
         rule_.object = name;
     }
 
@@ -194,6 +234,7 @@ class Parser {
             case Operand::duration:
                 expectOnce(kFor, text);
                 rule_.duration = parseTime(text);
+                rule_.text.words.insert(rule_.text.words.size() - text.size(), "for ");
                 break;
             default:
                 rule_.count = parseCount(text, kind_->operand == Operand::messageCount ? 2 : 1);
@@ -255,7 +296,6 @@ std::vector<std::string> allKeywords() {
     for (const Parser::Modifier& modifier : Parser::kModifiers) {
         words.emplace_back(modifier.name);
     }
-    words.emplace_back(kClear);
     return words;
 }
 
@@ -274,17 +314,11 @@ bool canFollow(std::span<const std::string> before, const std::string& word) {
 
 }  // namespace
 
-FaultCommand parseFault(std::span<const std::string> words) {
+FaultRule parseFault(std::span<const std::string> words) {
     if (words.empty()) {
         throw FaultSyntaxError("missing fault");
     }
-    if (words.front() != kClear) {
-        return Parser(words).parse();
-    }
-    if (words.size() > 1) {
-        throw FaultSyntaxError("'clear' takes no words");
-    }
-    return ClearFaults{};
+    return Parser(words).parse();
 }
 
 std::vector<std::string> nextKeywords(std::span<const std::string> words) {

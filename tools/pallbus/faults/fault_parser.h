@@ -3,7 +3,6 @@
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "pallbus/faults/fault_rule.h"
@@ -18,21 +17,11 @@ struct FaultSyntaxError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// "clear" ends all faults.
-struct ClearFaults {
-    bool operator==(const ClearFaults&) const = default;
-};
-using FaultCommand = std::variant<ClearFaults, FaultRule>;
-
 // Throws FaultSyntaxError.
-FaultCommand parseFault(std::span<const std::string> words);
+FaultRule parseFault(std::span<const std::string> words);
 
 // The keywords that can follow `words`: the kinds after none, "from" or "every" after "drop". Empty
 // where the user has to supply a name, a time or a number, and after words that do not parse.
 std::vector<std::string> nextKeywords(std::span<const std::string> words);
-
-// The rule in words again. parseFault makes an equal rule of them once script::parse has split the
-// line.
-std::string formatFault(const FaultRule& rule);
 
 }  // namespace pallbus::faults

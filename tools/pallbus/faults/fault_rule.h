@@ -19,6 +19,7 @@ enum class FaultKind {
     refuse,     // new connections are refused
     blackhole,  // connections stay open, but everything on them is lost
     stall,      // the bus stops reading; what a client sends piles up on its side
+    clear,      // ends all faults
 };
 
 // As the bus sees it: from a client to the bus, from the bus to a client.
@@ -26,6 +27,14 @@ enum class Direction { both, from, to };
 
 // Which of the matching messages a fault applies to.
 enum class Frequency { always, percent, every, next };
+
+// A fault as its author wrote it: the words with one blank between them, the name of the object in
+// quotes, "for" before every duration. Does not count in comparisons, because different words can
+// mean the same fault.
+struct FaultText {
+    std::string words;
+    bool operator==(const FaultText&) const { return true; }
+};
 
 // One fault: what happens to whom, how often and for how long. A plain value.
 struct FaultRule {
@@ -40,6 +49,7 @@ struct FaultRule {
     std::optional<int32_t> client;                      // connection id; absent: any client
     std::optional<std::string> object;                  // with all below it; absent: any object
     std::optional<std::chrono::milliseconds> duration;  // absent: until the faults are cleared
+    FaultText text;
 
     bool operator==(const FaultRule&) const = default;
 };

@@ -11,7 +11,7 @@ namespace pallbus::faults {
 // One line of a fault script.
 struct FaultStep {
     std::chrono::milliseconds at{};  // since the start of the script
-    FaultCommand command;
+    FaultRule fault;
 
     bool operator==(const FaultStep&) const = default;
 };

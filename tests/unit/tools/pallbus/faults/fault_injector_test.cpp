@@ -20,7 +20,7 @@ class FaultInjectorTest : public testing::Test {
 
     void add(const std::string& line) {
         const auto words = cli::script::parse(line, "line").at(0).words;
-        injector_.add(std::get<FaultRule>(parseFault(words)), now_);
+        injector_.add(parseFault(words), now_);
     }
 
     Delivery from(int client, const char* message = kMessage) {

@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-FaultCommand order(const std::vector<std::string>& words) {
+FaultRule order(const std::vector<std::string>& words) {
     return parseFault(words);
 }
 
