@@ -1,8 +1,18 @@
+// A command and the file that it may name travel in one stream: the descriptor of the file is
+// passed along with the first bytes, so that path and permissions are those of the client. The
+// server takes bytes until the client has shut its side down; each client has a number, and
+// handlers of an earlier client do nothing.
+
 #include "pallbus/broker/control_socket.h"
 
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <utility>
 
 #include <asio/buffer.hpp>
@@ -10,7 +20,6 @@
 #include <asio/write.hpp>
 
 #include "cli/timed_script.h"
-#include "pallbus/broker/fd_passing.h"
 
 namespace pallbus::broker {
 
@@ -27,6 +36,72 @@ stream_protocol::endpoint socketName(uint16_t port) {
     std::string name(1, '\0');
     name.append("pallbus.").append(std::to_string(port));
     return {name};
+}
+
+// A message with room for one descriptor (unix(7), SCM_RIGHTS), over the caller's memory. The
+// kernel closes further descriptors.
+class Message {
+  public:
+    Message(char* bytes, size_t size) : piece_{bytes, size} {
+        header_.msg_iov = &piece_;
+        header_.msg_iovlen = 1;
+        header_.msg_control = room_.data();
+        header_.msg_controllen = room_.size();
+    }
+    Message(const Message&) = delete;
+    Message& operator=(const Message&) = delete;
+
+    msghdr* header() { return &header_; }
+
+    void add(int descriptor) {
+        cmsghdr* const part = CMSG_FIRSTHDR(&header_);
+        part->cmsg_level = SOL_SOCKET;
+        part->cmsg_type = SCM_RIGHTS;
+        part->cmsg_len = CMSG_LEN(sizeof descriptor);
+        std::memcpy(CMSG_DATA(part), &descriptor, sizeof descriptor);
+    }
+
+    // -1 when the message has none.
+    int descriptor() {
+        int descriptor = -1;
+        const cmsghdr* const part = CMSG_FIRSTHDR(&header_);
+        if (part != nullptr && part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_RIGHTS) {
+            std::memcpy(&descriptor, CMSG_DATA(part), sizeof descriptor);
+        }
+        return descriptor;
+    }
+
+  private:
+    iovec piece_;
+    msghdr header_{};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> room_{};
+};
+
+// Sends the file with the first bytes of the text. Returns how many bytes were sent; -1 with errno.
+ssize_t sendWithFile(int socket, const std::string& text, const util::UniqueFile& file) {
+    std::string bytes = text;
+    Message message(bytes.data(), bytes.size());
+    message.add(::fileno(file.get()));
+    return ::sendmsg(socket, message.header(), MSG_NOSIGNAL);
+}
+
+// Appends the bytes that are available, without waiting, and replaces `file` when a file comes
+// along; it is open for writing. Returns how many bytes; 0 at the end, -1 with errno.
+ssize_t receiveWithFile(int socket, std::string& text, util::UniqueFile& file) {
+    std::array<char, 65536> chunk;
+    Message message(chunk.data(), chunk.size());
+    const ssize_t size = ::recvmsg(socket, message.header(), MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    if (size <= 0) {
+        return size;
+    }
+    text.append(chunk.data(), static_cast<size_t>(size));
+    if (const int descriptor = message.descriptor(); descriptor >= 0) {
+        file.reset(::fdopen(descriptor, "w"));
+        if (!file) {
+            ::close(descriptor);
+        }
+    }
+    return size;
 }
 
 // Sends the whole command, and the file with its first bytes.
