@@ -1,8 +1,8 @@
-#include "pallbus/completion.h"
-
 #include <sstream>
 #include <string>
+#include <vector>
 
+#include "pallbus/commands/commands.h"
 #include "pallbus/faults/fault_parser.h"
 
 namespace pallbus {

@@ -4,7 +4,6 @@
 #include <cstdio>
 
 #include "pallbus/commands/commands.h"
-#include "pallbus/completion.h"
 #include "pallbus/faults/fault_parser.h"
 
 namespace {

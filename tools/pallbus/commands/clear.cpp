@@ -4,8 +4,7 @@
 namespace pallbus {
 
 void addClear(cli::Command program, const uint16_t& port) {
-    cli::Command command = program.addCommand("clear", "End all faults, active and scheduled");
-    excludeServeOptions(command);
+    cli::Command command = addBusCommand(program, "clear", "End all faults, active and scheduled");
     command.work([&port] {
         sendToBus(port, kClearCommand);
         return 0;

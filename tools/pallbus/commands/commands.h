@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "cli/command_line.h"
 
@@ -19,7 +20,10 @@ void addStatus(cli::Command program, const uint16_t& port);
 void addRecord(cli::Command program, const uint16_t& port);
 void addReplay(cli::Command program, const uint16_t& port);
 
-// The options of the bus itself do not go together with a command.
-void excludeServeOptions(cli::Command command);
+// A command for a running bus, which does not go together with the options of the bus itself.
+cli::Command addBusCommand(cli::Command program, const char* name, const char* about);
+
+// Completes faults: word by word, or as one word in quotes.
+std::vector<cli::Completion> completeFault(const cli::CompletionRequest& request);
 
 }  // namespace pallbus

@@ -54,14 +54,13 @@ std::string buildCommand(const Options& options) {
 }  // namespace
 
 void addInject(cli::Command program, const uint16_t& port) {
-    cli::Command command = program.addCommand("inject", "Inject faults into a running bus");
+    cli::Command command = addBusCommand(program, "inject", "Inject faults into a running bus");
     const auto options = std::make_shared<Options>();
     command.add("LINE", options->words, "The fault");
     command.add("-s,--script", options->script, "Faults with their times, counted from now")
         .kind("FILE")
         .check(cli::existingFile())
         .excludes("LINE");
-    excludeServeOptions(command);
     command.notes(kNotes);
     command.work([options, &port] {
         if (options->words.empty() && options->script.empty()) {

@@ -131,7 +131,7 @@ int run(uint16_t port, const Options& options) {
 void addReplay(cli::Command program, const uint16_t& port) {
     const auto options = std::make_shared<Options>();
     cli::Command command =
-        program.addCommand("replay", "Replay a recording to a device and compare its messages");
+        addBusCommand(program, "replay", "Replay a recording to a device and compare its messages");
     command.add("FILE", options->file, "A recording").required();
     command
         .add("--as", options->participant,
@@ -145,7 +145,6 @@ void addReplay(cli::Command program, const uint16_t& port) {
         .showsDefault();
     command.addFlag("--fast", options->fast, "As fast as the responses come").excludes("--speed");
     command.add("--ignore", options->ignored, "Parameters whose values may differ").kind("NAME...");
-    excludeServeOptions(command);
     command.notes(kStatus);
     command.work([options, &port] { return run(port, *options); });
 }

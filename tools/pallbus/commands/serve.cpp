@@ -136,8 +136,10 @@ void addServe(cli::Command program, const uint16_t& port) {
     program.work([options, &port] { return serve(port, *options); });
 }
 
-void excludeServeOptions(cli::Command command) {
+cli::Command addBusCommand(cli::Command program, const char* name, const char* about) {
+    cli::Command command = program.addCommand(name, about);
     command.excludes({"--fault", "--record", "--script", "--seed", "--verbose"});
+    return command;
 }
 
 }  // namespace pallbus

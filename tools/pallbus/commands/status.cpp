@@ -6,8 +6,7 @@ namespace pallbus {
 
 void addStatus(cli::Command program, const uint16_t& port) {
     cli::Command command =
-        program.addCommand("status", "List faults, active and scheduled, and the recording");
-    excludeServeOptions(command);
+        addBusCommand(program, "status", "List faults, active and scheduled, and the recording");
     command.work([&port] {
         cli::print(sendToBus(port, kStatusCommand));
         return 0;
