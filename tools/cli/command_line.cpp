@@ -100,7 +100,7 @@ int runProgram(const char* program, int failure, const std::function<int()>& wor
     try {
         holdStandardDescriptors();
         return work();
-    } catch (const script::Error& errors) {
+    } catch (const UserError& errors) {
         printErrors(program, errors.what());
         return kUsageError;
     } catch (const std::exception& error) {

@@ -12,8 +12,8 @@ namespace cli {
 // The exit status of a program whose command line is invalid.
 inline constexpr int kUsageError = 2;
 
-// The main() of a program. Returns the status of the work; kUsageError after errors in a script; or
-// `failure` after any other exception. Prints the text of the exception.
+// The main() of a program. Returns the status of the work; kUsageError after a UserError, such as
+// errors in a script; or `failure` after any other exception. Prints the text of the exception.
 int runProgram(const char* program, int failure, const std::function<int()>& work);
 
 // The text with every control character replaced, so that it fits one line.

@@ -9,13 +9,13 @@ constexpr size_t kMaxReported = 20;
 }  // namespace
 
 Error::Error(std::string_view name, int number, std::string_view problem)
-    : std::runtime_error(std::string(name)
-                             .append(":")
-                             .append(std::to_string(number))
-                             .append(": ")
-                             .append(problem)) {}
+    : UserError(std::string(name)
+                    .append(":")
+                    .append(std::to_string(number))
+                    .append(": ")
+                    .append(problem)) {}
 
-Error::Error(const std::string& lines) : std::runtime_error(lines) {}
+Error::Error(const std::string& lines) : UserError(lines) {}
 
 void Errors::add(int number, const std::string& problem) {
     if (all_.empty()) {

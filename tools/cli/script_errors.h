@@ -6,10 +6,20 @@
 #include <string_view>
 #include <utility>
 
+namespace cli {
+
+// What a user asked for cannot be done; one line for each reason. A program that ends with it
+// prints the lines and returns kUsageError (runProgram).
+struct UserError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace cli
+
 namespace cli::script {
 
 // The errors in a script, one line each: "FILE:LINE: problem".
-class Error : public std::runtime_error {
+class Error : public UserError {
   public:
     Error(std::string_view name, int number, std::string_view problem);
     explicit Error(const std::string& lines);

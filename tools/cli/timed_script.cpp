@@ -287,7 +287,7 @@ std::string readFile(const std::string& path) {
         text.append(chunk.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
     }
     if (size < 0) {
-        throw std::runtime_error("cannot read " + path + ": " + std::strerror(errno));
+        throw Error("cannot read " + path + ": " + std::strerror(errno));
     }
     return text;
 }

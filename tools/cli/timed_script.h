@@ -36,7 +36,7 @@ std::vector<Line> parse(std::string_view text, Errors& errors);
 std::string quoted(std::string_view word);
 
 // The text of a script file, or of anything else that can be read to an end, such as a pipe. Throws
-// std::runtime_error, "cannot read PATH: reason".
+// Error, "cannot read PATH: reason".
 std::string readFile(const std::string& path);
 
 // "500ms", "2s", "1.5s", "3m", up to kMaxDuration; otherwise empty.

@@ -1,13 +1,13 @@
-#include "pallframe/completion.h"
-
 #include <algorithm>
 #include <array>
 #include <exception>
 #include <iterator>
 #include <set>
 #include <string_view>
+#include <vector>
 
 #include "cli/time_text.h"
+#include "pallframe/commands/commands.h"
 #include "pallframe/doctor/dependencies.h"
 #include "pallframe/frame_selector.h"
 #include "pallframe/sandbox/frame_registry.h"

@@ -5,9 +5,7 @@
 #include <vector>
 
 #include "pallframe/commands/commands.h"
-#include "pallframe/completion.h"
 #include "pallframe/sandbox/frame_process.h"
-#include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/stub_programs.h"
 
 namespace {
@@ -35,14 +33,10 @@ int runCommand(int argc, char** argv) {
 
 int run(int argc, char** argv) {
     const std::vector<std::string> words(argv, argv + argc);
-    try {
-        // The stub programs of a frame are links to this program.
-        return !words.empty() && simulation::isProgram(words[0])
-                   ? simulation::runProgram(simulation::FrameRoot("/"), words)
-                   : runCommand(argc, argv);
-    } catch (const simulation::FrameError& error) {
-        return sandbox::reportFrameError(error);
-    }
+    // The stub programs of a frame are links to this program.
+    return !words.empty() && simulation::isProgram(words[0])
+               ? simulation::runProgram(simulation::FrameRoot("/"), words)
+               : runCommand(argc, argv);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include "cli/command_line.h"
 
@@ -19,5 +20,9 @@ void addPlay(cli::Command program, size_t wordsAfterDashes);
 void addRun(cli::Command program, size_t wordsAfterDashes);
 void addSet(cli::Command program, size_t wordsAfterDashes);
 void addStatus(cli::Command program, size_t wordsAfterDashes);
+
+// Completes the values that only this program knows: products, running frames, arguments of `set`,
+// and files of the frame that can be set aside.
+std::vector<cli::Completion> completeFrameValues(const cli::CompletionRequest& request);
 
 }  // namespace pallframe

@@ -7,7 +7,7 @@
 #include "cli/standard_output.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/frame_selector.h"
-#include "pallframe/simulation/scenario_player.h"
+#include "pallframe/simulation/scenario.h"
 
 namespace pallframe {
 
@@ -29,7 +29,7 @@ int playFile(Arguments& arguments) {
     // The scenario goes on when the reader of the output has gone.
     std::signal(SIGPIPE, SIG_IGN);
     const simulation::FrameRoot tree = arguments.selector.tree();
-    simulation::checkScenario(tree, scenario);
+    simulation::checkScenario(tree, scenario.steps, scenario.file);
     simulation::play(tree, scenario, arguments.speed, [&](const simulation::ScenarioStep& step) {
         arguments.selector.tree();  // throws once the frame has ended, though its files are held
         printStep(step);

@@ -5,10 +5,13 @@
 #include "pallframe/doctor/doctor.h"
 
 #include <algorithm>
+#include <optional>
 
-#include "pallframe/doctor/saved_switches.h"
+#include "model/param_values.h"
+#include "model/tosk_persisted_structure.h"
 #include "systemstate/catalogue.h"
 #include "systemstate/product.h"
+#include "util/json.h"
 
 namespace pallframe::doctor {
 
@@ -33,8 +36,50 @@ ProbeResult probeFile(const RootProbe& root, const Check& check, const Product& 
     return found;
 }
 
+const ToskParam* findSwitch(const ToskDevice& device, std::string_view name) {
+    const std::string own = "system." + std::string(name);
+    if (const ToskParam* const param = device.findParam(own)) {
+        return param;
+    }
+    // Saved under a tunnelled name it belongs to the switch all the same.
+    for (const auto& [key, param] : device.params()) {
+        if (key.ends_with("." + own)) {
+            return param.get();
+        }
+    }
+    return nullptr;
+}
+
+// The state file, read as the daemon reads it at its start. Any other text has no switches.
+class SavedState {
+  public:
+    explicit SavedState(const std::string& text) {
+        const util::UniqueJSON root = util::parseJSON(text.data(), text.size());
+        usable_ = saved_.fromJSON(util::jsonMember(root.get(), "systemState")) == 0;
+    }
+
+    // Whether the daemon accepts the text.
+    bool isUsable() const { return usable_; }
+
+    // The saved value of a service's switch such as "sshEnabled": "0" or "1", an empty text for any
+    // other value. Empty when it was not saved.
+    std::optional<std::string_view> findState(std::string_view name) const {
+        const ToskParam* const param =
+            saved_.devices().empty() ? nullptr : findSwitch(*saved_.devices().front(), name);
+        if (param == nullptr) {
+            return std::nullopt;
+        }
+        const std::optional<int64_t> number = model::readInteger(param);
+        return number == 0 ? "0" : number == 1 ? "1" : "";
+    }
+
+  private:
+    ToskPersistedStructure saved_{""};
+    bool usable_ = false;
+};
+
 bool isUsable(const ProbeResult& saved) {
-    return saved.state == State::ok && SavedSwitches(saved.text).isUsable();
+    return saved.state == State::ok && SavedState(saved.text).isUsable();
 }
 
 // Which state file the daemon starts from: the older copy serves when the present one is missing,
@@ -126,7 +171,7 @@ Finding markerFinding(const RootProbe& root, const Check& check) {
         finding.published = {{name, ""}};
         finding.effect = "the service is off, unless a saved value says otherwise";
     }
-    const auto held = SavedSwitches(saved.text).findState(name);
+    const auto held = SavedState(saved.text).findState(name);
     if (!held || finding.state == State::notAccessible) {
         return finding;
     }

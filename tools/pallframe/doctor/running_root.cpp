@@ -26,12 +26,6 @@ std::string addressText(in_addr_t address) {
     return text.data();
 }
 
-std::string portText(uint16_t port) {
-    std::array<char, 5> text{};
-    std::snprintf(text.data(), text.size(), "%04X", static_cast<unsigned>(port));
-    return text.data();
-}
-
 // 127.0.0.1 itself, every address, and both as a socket of the newer protocol has them.
 bool isReached(const std::string& address) {
     const std::string loopback = addressText(htonl(INADDR_LOOPBACK));
@@ -59,19 +53,15 @@ std::string processIn(const simulation::Descriptor& root) {
 }
 
 bool hasListener(const std::string& table, uint16_t port) {
-    constexpr const char* kListening = "0A";
-    const std::string wanted = portText(port);
+    constexpr unsigned kListening = 0x0A;
     std::istringstream lines(table);
     for (std::string line; std::getline(lines, line);) {
-        std::istringstream fields(line);
-        std::string number;
-        std::string local;
-        std::string remote;
-        std::string state;
-        fields >> number >> local >> remote >> state;
-        const size_t colon = local.find(':');
-        if (state == kListening && colon != std::string::npos &&
-            local.substr(colon + 1) == wanted && isReached(local.substr(0, colon))) {
+        std::array<char, 33> address{};
+        unsigned localPort = 0;
+        unsigned state = 0;
+        const int count = std::sscanf(line.c_str(), " %*u: %32[0-9A-F]:%x %*[0-9A-F]:%*x %x",
+                                      address.data(), &localPort, &state);
+        if (count == 3 && state == kListening && localPort == port && isReached(address.data())) {
             return true;
         }
     }

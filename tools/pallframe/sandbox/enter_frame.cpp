@@ -1,16 +1,22 @@
+// A child joins the namespaces of the frame and starts the command as a grandchild, because only
+// the children of a process that joins are in the frame's process namespace. Each process waits for
+// the next one as its supervisor. After the sudden end of a frame the child restores the terminal.
+
 #include "pallframe/sandbox/enter_frame.h"
 
 #include <sched.h>
 #include <signal.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
+#include <string_view>
 
 #include "pallframe/sandbox/frame_process.h"
 #include "pallframe/sandbox/rootfs.h"
-#include "pallframe/sandbox/terminal_settings.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/product.h"
 
@@ -60,6 +66,47 @@ std::vector<std::string> shell() {
     return fs::exists("/bin/bash") ? std::vector<std::string>{"/bin/bash", "--norc", "-i"}
                                    : std::vector<std::string>{"/bin/sh", "-i"};
 }
+
+constexpr int kTerminal = STDIN_FILENO;
+
+// The first screen, the cursor, plain keys, pasting and colours. 1047 and not 1049, which would
+// also take the cursor to where another program may have kept it long ago.
+constexpr std::string_view kPlainScreen = "\x1b[?1047l\x1b[?25h\x1b[?1l\x1b>\x1b[?2004l\x1b[m";
+
+// The settings of the terminal on standard input, as they were at construction. Empty without a
+// terminal, and in a process in the background.
+class TerminalSettings {
+  public:
+    TerminalSettings() {
+        termios settings{};
+        if (::tcgetpgrp(kTerminal) == ::getpgrp() && ::tcgetattr(kTerminal, &settings) == 0) {
+            before_ = settings;
+        }
+    }
+
+    // Restores them after a program that was killed: lines and echo, the first screen, a visible
+    // cursor. Also works in the background.
+    void restore() const {
+        if (!before_) {
+            return;
+        }
+        // A process in the background may set its terminal only while it blocks SIGTTOU; the
+        // foreground belongs to a shell that was killed.
+        sigset_t background{};
+        sigset_t earlier{};
+        ::sigemptyset(&background);
+        ::sigaddset(&background, SIGTTOU);
+        ::sigprocmask(SIG_BLOCK, &background, &earlier);
+        ::tcsetattr(kTerminal, TCSANOW, &*before_);
+        ::sigprocmask(SIG_SETMASK, &earlier, nullptr);
+        // A terminal that cannot be written to shows nothing either.
+        [[maybe_unused]] const ssize_t written =
+            ::write(kTerminal, kPlainScreen.data(), kPlainScreen.size());
+    }
+
+  private:
+    std::optional<termios> before_;
+};
 
 // The process that joins. It is not the caller itself, because every process that it starts from
 // then on is in the frame's process namespace, even a sanitizer's helper at the exit.

@@ -22,26 +22,14 @@ namespace pallframe::sandbox {
 using simulation::check;
 using simulation::Descriptor;
 
-int reportFrameError(const simulation::FrameError& bad) {
-    cli::printErrors("pallframe", bad.what());
-    return cli::kUsageError;
-}
-
 pid_t startProcess(const std::function<int()>& work) {
     const pid_t child = check(::fork(), "fork");
-    if (child != 0) {
-        return child;
+    if (child == 0) {
+        const int status = cli::runProgram("pallframe", kNoFrame, work);
+        std::fflush(nullptr);
+        ::_exit(status);
     }
-    int status = kNoFrame;
-    try {
-        status = work();
-    } catch (const simulation::FrameError& bad) {
-        status = reportFrameError(bad);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "pallframe: %s\n", error.what());
-    }
-    std::fflush(nullptr);
-    ::_exit(status);
+    return child;
 }
 
 pid_t startSupervised(Supervisor& supervisor, const std::function<int()>& work) {

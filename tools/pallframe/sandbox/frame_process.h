@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "pallframe/sandbox/supervisor.h"
-#include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/system_call.h"
 
 // The processes that a frame is made of, and how each dies with the one before.
@@ -20,11 +19,8 @@ inline constexpr int kNoFrame = 125;
 // The environment variable with the frame's number on the host.
 inline constexpr const char* kNumberVariable = "PALLFRAME";
 
-// Prints the error on standard error, a line for each problem. Returns the exit status.
-int reportFrameError(const simulation::FrameError& bad);
-
-// Forks a child that does `work` and exits with its result. A simulation::FrameError is reported;
-// any other error becomes a line and kNoFrame. Throws std::system_error when the fork fails.
+// Forks a child that does `work` and exits with its result, or reports an exception and exits as
+// cli::runProgram does, with kNoFrame for a failure. Throws std::system_error when the fork fails.
 pid_t startProcess(const std::function<int()>& work);
 
 // The same for the child that the supervisor then waits for. The child begins its work when it has

@@ -10,13 +10,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <optional>
 #include <sstream>
 
+#include "cli/parse_number.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/frame_paths.h"
 
@@ -59,12 +59,6 @@ bool isOwn(const fs::path& directory) {
 fs::path canonical(const fs::path& directory) {
     const fs::path path = fs::weakly_canonical(directory);
     return path.has_filename() ? path : path.parent_path();  // "here/" is "here"
-}
-
-bool isNumber(const std::string& name) {
-    return !name.empty() && name.size() < 10 &&
-           std::all_of(name.begin(), name.end(),
-                       [](unsigned char sign) { return std::isdigit(sign) != 0; });
 }
 
 // The product of a running frame; empty for one that is still being made and has the host's root.
@@ -153,7 +147,7 @@ std::vector<RunningFrame> Registry::running() const {
         return running;
     }
     for (const auto& entry : fs::directory_iterator(directory_)) {
-        if (!isNumber(entry.path().filename())) {
+        if (!cli::parseNumber<pid_t>(entry.path().filename().native())) {
             continue;
         }
         const auto frame = readEntry(entry.path());

@@ -12,6 +12,8 @@ class HostMount {
   public:
     explicit HostMount(const std::filesystem::path& path);
 
+    const std::filesystem::path& path() const { return path_; }
+
     void makeReadOnly() const;
     void appearAt(const std::filesystem::path& target) const;  // an existing file or directory
 

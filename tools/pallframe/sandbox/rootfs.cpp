@@ -61,29 +61,19 @@ constexpr std::array<std::array<const char*, 2>, 4> kDeviceLinks{{
     {"stderr", "/proc/self/fd/2"},
 }};
 
-// A directory of the project that keeps its place in the frame.
-struct Place {
-    fs::path path;
-    HostMount part;
-};
-
-std::vector<Place> projectPlaces() {
+// The directories of the project, which keep their places in the frame.
+std::vector<HostMount> projectPlaces() {
     std::vector<fs::path> paths = programDirectories();
     paths.insert(paths.begin(), fs::current_path());
-    std::vector<Place> places;
-    places.reserve(paths.size());
-    for (const fs::path& path : paths) {
-        places.push_back({path, HostMount(path)});
-    }
-    return places;
+    return std::vector<HostMount>(paths.begin(), paths.end());
 }
 
-void showPlaces(const fs::path& root, const std::vector<Place>& places) {
-    for (const Place& place : places) {
-        const fs::path target = root / place.path.relative_path();
+void showPlaces(const fs::path& root, const std::vector<HostMount>& places) {
+    for (const HostMount& place : places) {
+        const fs::path target = root / place.path().relative_path();
         if (!fs::exists(target)) {
             makePlace(target, true);
-            place.part.appearAt(target);
+            place.appearAt(target);
         }
     }
 }
@@ -193,16 +183,16 @@ void changeRoot(const fs::path& root) {
 
 }  // namespace
 
-void enterRoot(const RootPlan& plan) {
+void enterRoot(const simulation::Product& product, const std::string& directory) {
     const fs::path workingDirectory = fs::current_path();
     const fs::path program = fs::read_symlink("/proc/self/exe");
-    const std::vector<Place> places = projectPlaces();
+    const std::vector<HostMount> places = projectPlaces();
     const HostMount hostProcesses("/proc");
     const HostMount ownProgram(program);
 
-    const fs::path root = mountRoot(plan.directory);
+    const fs::path root = mountRoot(directory);
     ::umask(022);
-    simulation::populate(simulation::FrameRoot(root), *plan.product);
+    simulation::populate(simulation::FrameRoot(root), product);
     fs::permissions(root / "tmp", fs::perms::all | fs::perms::sticky_bit);
     for (const char* part : kHostParts) {
         showReadOnly(root, part);

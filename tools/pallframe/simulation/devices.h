@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "cli/script_errors.h"
 #include "pallframe/simulation/bonding.h"
 #include "pallframe/simulation/frame_root.h"
 #include "pallframe/simulation/product.h"
@@ -14,8 +15,8 @@
 namespace pallframe::simulation {
 
 // A request that this frame cannot fulfil; the text is for the person who asked.
-struct FrameError : std::runtime_error {
-    using std::runtime_error::runtime_error;
+struct FrameError : cli::UserError {
+    using UserError::UserError;
 };
 
 // The product that a tree was made for; throws FrameError when the tree is not a frame.

@@ -6,10 +6,11 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <set>
+#include <thread>
 
+#include "cli/parse_number.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/stub_programs.h"
 
@@ -31,13 +32,11 @@ struct Ramp {
 };
 
 double parseDecimal(const std::string& word) {
-    double number = 0;
-    const char* const end = word.data() + word.size();
-    const auto [rest, error] = std::from_chars(word.data(), end, number, std::chars_format::fixed);
-    if (error != std::errc() || rest != end) {
+    const auto number = cli::parseNumber<double>(word);
+    if (!number) {
         throw FrameError("'" + word + "' is not a number");
     }
-    return number;
+    return *number;
 }
 
 Ramp readRamp(const Words& words) {
@@ -141,6 +140,10 @@ std::vector<ScenarioStep> readScenario(std::string_view text, std::string_view n
     return std::move(steps).inOrder();
 }
 
+Scenario readScenarioFile(const std::string& file) {
+    return {file, readScenario(cli::script::readFile(file), file)};
+}
+
 void checkScenario(const FrameRoot& tree, const std::vector<ScenarioStep>& steps,
                    std::string_view name) {
     cli::script::Errors problems(name);
@@ -159,6 +162,23 @@ void checkScenario(const FrameRoot& tree, const std::vector<ScenarioStep>& steps
         }
     }
     problems.throwAll();
+}
+
+void play(const FrameRoot& tree, const Scenario& scenario, double speed,
+          const std::function<void(const ScenarioStep&)>& done) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    for (const ScenarioStep& step : scenario.steps) {
+        const std::chrono::duration<double, std::milli> after(static_cast<double>(step.at.count()) /
+                                                              speed);
+        std::this_thread::sleep_until(start + std::chrono::duration_cast<Clock::duration>(after));
+        try {
+            step.change(tree);
+        } catch (const FrameError& bad) {
+            throw cli::script::Error(scenario.file, step.line, bad.what());
+        }
+        done(step);
+    }
 }
 
 }  // namespace pallframe::simulation
