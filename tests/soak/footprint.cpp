@@ -37,13 +37,10 @@ std::vector<std::string> listWithParent(const std::string& parent, const std::st
 
 Footprint readFootprint(const fs::path& process) {
     const std::string status = util::readWholeFile(process / "status");
-    Footprint footprint;
-    footprint.residentKiB = findNumber(status, "VmRSS");
-    footprint.anonymousKiB = findNumber(status, "RssAnon");
-    footprint.threads = findNumber(status, "Threads");
-    footprint.descriptors = static_cast<size_t>(
-        std::distance(fs::directory_iterator(process / "fd"), fs::directory_iterator()));
-    return footprint;
+    const auto descriptors =
+        std::distance(fs::directory_iterator(process / "fd"), fs::directory_iterator());
+    return {findNumber(status, "VmRSS"), findNumber(status, "RssAnon"),
+            static_cast<size_t>(descriptors), findNumber(status, "Threads")};
 }
 
 void reportGrowth(Report& report, const std::string& process, const Footprint& start,

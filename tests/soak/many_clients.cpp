@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <type_traits>
 
 namespace soak {
 
@@ -107,15 +106,9 @@ void ManyClients::setAllExcused(bool excused) {
 }
 
 void ManyClients::report(Report& report) const {
-    using Traffic = SimulatedClient::Traffic;
-    const auto count = [this](auto kind) {
-        return sum([kind](const SimulatedClient& client) {
-            if constexpr (std::is_same_v<decltype(kind), size_t Counts::*>) {
-                return client.tracker().counts().*kind;
-            } else {
-                return client.traffic().*kind;
-            }
-        });
+    const auto count = [this](size_t Counts::*kind) {
+        return sum(
+            [kind](const SimulatedClient& client) { return client.tracker().counts().*kind; });
     };
     const auto [least, most] = std::minmax_element(
         clients_.begin(), clients_.end() - 1, [](const auto& one, const auto& other) {
@@ -133,13 +126,13 @@ void ManyClients::report(Report& report) const {
     report.expect("answers with another value than was set", count(&Counts::wrongValue), 0);
     report.row("notifications", count(&Counts::notifications));
     report.expect("sets answered without a notification", count(&Counts::unannounced), 0);
-    report.expect("partial sets carried out", count(&Traffic::partialSets), 0);
+    report.expect("partial sets carried out", count(&Counts::partialSets), 0);
     report.row("answers to one client, least / most",
                std::to_string(least->tracker().counts().answers) + " / " +
                    std::to_string(most->tracker().counts().answers));
-    report.row("requests of others overheard", count(&Traffic::overheard));
-    report.row("payloads that do not decode", count(&Traffic::damaged));
-    report.row("reconnects of clients", count(&Traffic::connections) - clients_.size());
+    report.row("requests of others overheard", count(&Counts::overheard));
+    report.row("payloads that do not decode", count(&Counts::damaged));
+    report.row("reconnects of clients", count(&Counts::connections) - clients_.size());
 }
 
 }  // namespace soak

@@ -45,7 +45,7 @@ class ManyClients {
     bool areQuiet() const;  // ready, and all requests are answered or lost
     bool isNetworkSetPending() const { return clients_.front().tracker().isNetworkSetPending(); }
     // How often the daemon has connected.
-    size_t greetings() const { return clients_.back().traffic().greetings; }
+    size_t greetings() const { return clients_.back().tracker().counts().greetings; }
 
     // Whether requests of that client that are pending or sent from now on may go wrong. When they
     // may not any more, one question shows which of the pending ones were lost.

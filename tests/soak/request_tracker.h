@@ -29,6 +29,13 @@ struct Counts {
     size_t notifications = 0;
     size_t unannounced = 0;  // sets without a notification before the answer
     size_t excused = 0;      // of all these failures, those during a fault; they count only here
+
+    // Of the connection.
+    size_t connections = 0;
+    size_t overheard = 0;    // requests of other clients, which every subscriber receives
+    size_t damaged = 0;      // payloads that do not decode
+    size_t greetings = 0;    // connections of the daemon
+    size_t partialSets = 0;  // notifications of the value that sendPartialSet sent
 };
 
 // Tracks the requests of one client: which answers are due, what they have to contain, and what
@@ -51,6 +58,7 @@ class RequestTracker {
 
     size_t pending() const { return pending_.size(); }
     bool isNetworkSetPending() const;
+    Counts& counts() { return counts_; }
     const Counts& counts() const { return counts_; }
 
   private:

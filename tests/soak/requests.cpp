@@ -56,20 +56,6 @@ Parameter describe(const CatalogueRow& row) {
             .steady = row.changedBy == nullptr && values != Values::connectionPoint};
 }
 
-// All parameters that clients may write.
-const std::vector<Parameter>& parameters() {
-    static const std::vector<Parameter> writable = [] {
-        std::vector<Parameter> all;
-        for (const CatalogueRow& row : systemstate::catalogue()) {
-            if (row.access == systemstate::Access::writable) {
-                all.push_back(describe(row));
-            }
-        }
-        return all;
-    }();
-    return writable;
-}
-
 constexpr std::string_view kLetters = "abcdefgXYZ 0123456789-_.,;:!'\"\\/%s{}[]";
 constexpr std::string_view kIdTail = "@soak";
 
@@ -99,8 +85,17 @@ std::string renderNames(const std::vector<std::string>& names) {
 
 }  // namespace
 
-std::span<const Parameter> writableParameters() {
-    return parameters();
+const std::vector<Parameter>& writableParameters() {
+    static const std::vector<Parameter> writable = [] {
+        std::vector<Parameter> all;
+        for (const CatalogueRow& row : systemstate::catalogue()) {
+            if (row.access == systemstate::Access::writable) {
+                all.push_back(describe(row));
+            }
+        }
+        return all;
+    }();
+    return writable;
 }
 
 std::optional<uint64_t> parseRequestNumber(const std::string& id) {
@@ -130,7 +125,7 @@ Request RequestMaker::makeAny(bool network) {
     }
     const Parameter* parameter = nullptr;
     do {
-        parameter = &random_.pick(parameters());
+        parameter = &random_.pick(writableParameters());
     } while (parameter->isNetwork() && !network);
     return makeSet(*parameter);
 }
@@ -140,7 +135,7 @@ Request RequestMaker::makeIndependent() {
         return makeAnyGet();
     }
     return random_.onceIn(40) ? makeRejected()
-                              : makeSet(*std::ranges::find_if(parameters(), isCheap));
+                              : makeSet(*std::ranges::find_if(writableParameters(), isCheap));
 }
 
 Request RequestMaker::makeSet(const Parameter& parameter) {
@@ -183,13 +178,14 @@ Request RequestMaker::makeAnyGet() {
         return makeGet({"paramDescriptor"});
     }
     if (random_.onceIn(10)) {
-        return makeNumbered("GET", "\"paramDescriptor\":" +
-                                       renderNames({random_.pick(parameters()).name, "nothing"}));
+        return makeNumbered("GET",
+                            "\"paramDescriptor\":" +
+                                renderNames({random_.pick(writableParameters()).name, "nothing"}));
     }
     std::vector<std::string> names;
     for (int64_t count = random_.between(1, 4); count > 0; --count) {
         names.emplace_back(random_.onceIn(3) ? pickReading(random_)
-                                             : random_.pick(parameters()).name);
+                                             : random_.pick(writableParameters()).name);
     }
     // Each name is answered once, however often it is listed.
     std::ranges::sort(names);

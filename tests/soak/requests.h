@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -25,7 +24,7 @@ struct Parameter {
 };
 
 // All of them. Those that run commands have a low weight, because they delay all others.
-std::span<const Parameter> writableParameters();
+const std::vector<Parameter>& writableParameters();
 
 // One request and its expected outcome.
 struct Request {

@@ -76,7 +76,7 @@ void SimulatedClient::step(Clock::time_point now) {
         try {
             handle(TarnInternalMessage(std::move(payload)));
         } catch (const std::runtime_error&) {
-            ++traffic_.damaged;
+            ++tracker_.counts().damaged;
         }
     }
     if (!session_.isOpen() || (!isReady() && now >= next_)) {
@@ -89,7 +89,7 @@ void SimulatedClient::connect(Clock::time_point now) {
     if (!session_.open(now + kLoginTimeout)) {
         return;
     }
-    ++traffic_.connections;
+    ++tracker_.counts().connections;
     next_ = now + kLoginTimeout;
     session_.subscribe(kDevice);
     session_.flush();
@@ -139,15 +139,15 @@ void SimulatedClient::handle(const TarnInternalMessage& message) {
         }
         tracker_.answered(answer);
     } else if (message.type() != MessageType::NOT) {
-        ++traffic_.overheard;
-        traffic_.greetings += isGreeting(message) ? 1U : 0U;
+        ++tracker_.counts().overheard;
+        tracker_.counts().greetings += isGreeting(message) ? 1U : 0U;
     } else if (const cJSON* const item = findParam(message)) {
         handleNotification(item->string, util::renderJSON(item, false));
     }
 }
 
 void SimulatedClient::handleNotification(const std::string& name, const std::string& value) {
-    traffic_.partialSets += value == kPartialValue ? 1U : 0U;
+    tracker_.counts().partialSets += value == kPartialValue ? 1U : 0U;
     tracker_.notified(name, value);
 }
 

@@ -18,14 +18,6 @@ inline constexpr uint16_t kBusPort = 15000;
 // device as often as necessary. No call waits for an answer.
 class SimulatedClient {
   public:
-    struct Traffic {
-        size_t connections = 0;
-        size_t overheard = 0;    // requests of other clients, which every subscriber receives
-        size_t damaged = 0;      // payloads that do not decode
-        size_t greetings = 0;    // connections of the daemon
-        size_t partialSets = 0;  // notifications of the value that sendPartialSet sent
-    };
-
     SimulatedClient(int connectionID, ExpectedSettings& settings);
 
     int connectionID() const { return connectionID_; }
@@ -45,7 +37,6 @@ class SimulatedClient {
 
     RequestTracker& tracker() { return tracker_; }
     const RequestTracker& tracker() const { return tracker_; }
-    const Traffic& traffic() const { return traffic_; }
     // The last value of a parameter that a GET returned, as JSON text.
     std::string lastValue(const std::string& name) const;
 
@@ -62,7 +53,6 @@ class SimulatedClient {
     Clock::time_point next_;  // attempt to connect, or the deadline to get ready
     RequestTracker tracker_;
     std::map<std::string, std::string> values_;
-    Traffic traffic_;
 };
 
 }  // namespace soak
