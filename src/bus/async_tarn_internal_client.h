@@ -70,11 +70,11 @@ class AsyncTarnInternalClient {
     void send(TarnInternalMessage&& message);
     // Sends the message as it is.
     void sendUnstamped(const TarnInternalMessage& message);
-    // What this thread sends until the result is destroyed is written together.
+    // Messages that this thread sends until the result is destroyed are written together.
     Batch gather() { return transport_.gather(); }
     // Starts writing what was gathered, as before an external command.
     void flush() { transport_.flush(); }
-    // How many bytes this thread has gathered so far.
+    // The number of bytes that this thread has gathered so far.
     std::size_t gathered() const { return transport_.gathered(); }
 
     // From here on no message is handed on and nothing more is read; heartbeats, writes and

@@ -26,8 +26,8 @@ class AsyncTaskService {
     asio::io_service& io() { return io_; }
 
     // Runs `task` at each multiple of `period` from now, the first time one period from now. A run
-    // that takes longer does not shift the series: those that it delayed follow it at once.
-    // Call it before start(); a task that was set earlier gives way.
+    // that takes longer does not shift the series: those that it delayed follow it at once. Call it
+    // before start(); it replaces a task that was set earlier.
     void setPeriodicTask(std::chrono::milliseconds period, std::function<void()> task);
     // Launches the thread; it ends by itself when there is nothing to wait for. Waits up to five
     // seconds for the system to have a thread, then throws the exception of std::thread.

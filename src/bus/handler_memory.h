@@ -36,9 +36,9 @@ class HandlerMemory {
     bool taken_ = false;
 };
 
-// What an operation of the loop shares with the object that began it: the memory of the operation
-// and the way back. The object clears `owner` when it goes; a handler that finds null does nothing.
-// The loop's thread.
+// The state that an operation of the loop shares with the object that began it: the memory of the
+// operation and the way back. The object clears `owner` when it goes; a handler that finds null
+// does nothing. The loop's thread.
 template <typename Owner>
 struct SharedOperation {
     explicit SharedOperation(Owner* began) : owner(began) {}

@@ -6,7 +6,7 @@
 namespace lumo {
 
 // A payload as a frame of the bus: its length in bytes, ":", the payload, ";". The example "ab"
-// gives "2:ab;".
+// becomes "2:ab;".
 std::string encodeNetString(const std::string& payload);
 
 // The same bytes in three parts for a gathered write, the payload moved, not copied.

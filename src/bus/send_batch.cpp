@@ -26,7 +26,7 @@ SendBatch::~SendBatch() {
             client_.flush();
         }
     } catch (const std::bad_alloc&) {
-        // What is queued goes out with the next write.
+        // The queued strings leave with the next write.
     }
     innermost = outer_;
 }

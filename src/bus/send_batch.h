@@ -32,9 +32,9 @@ class [[nodiscard]] SendBatch {
 
     // Keeps one message, moving from its strings, and forgets those for an earlier connection.
     void keep(const std::shared_ptr<TcpConnection>& connection, std::span<std::string> parts);
-    // Gives what it keeps to the connection.
+    // Passes the kept messages to the connection.
     void handOver();
-    // How many bytes it keeps.
+    // The number of kept bytes.
     std::size_t bytes() const { return bytes_; }
 
   private:

@@ -17,7 +17,7 @@ struct MallocDeleter {
 // A NUL-terminated text from malloc.
 using MallocText = std::unique_ptr<char, MallocDeleter>;
 
-// How a response says that its request went.
+// The outcome of a request in its response.
 struct ResponseStatus {
     std::string id;  // of the request
     std::string requestCommand;
@@ -33,13 +33,13 @@ class TarnInternalMessage {
   public:
     // Without type, object and data.
     TarnInternalMessage() = default;
-    // Gives the memory of a large message back to the system.
+    // Returns the memory of a large message to the system.
     virtual ~TarnInternalMessage();
 
     // The payload text: the header line and the data without any white space. Throws std::bad_alloc
     // when there is no memory for it.
     virtual std::string encode() const;
-    // How many bytes its data has at least, without the cost of rendering it.
+    // A lower bound of the size of its data in bytes, without the cost of rendering it.
     std::size_t leastDataSize() const;
 
     // Decodes a received payload, which ends in NUL; one that does not is said on standard error

@@ -84,9 +84,9 @@ class TCPClientImplAsio final : private TcpConnection::Owner {
     bool refuses(std::size_t bytes) const;
     // Starts writing what is queued, with what the batch of this thread has kept so far.
     void flush();
-    // What this thread sends until the result is destroyed is written together.
+    // Messages that this thread sends until the result is destroyed are written together.
     Batch gather() { return Batch(*this); }
-    // How many bytes the batch of this thread keeps.
+    // The number of bytes that the batch of this thread keeps.
     std::size_t gathered() const;
 
     // Starts no further read; a pending read still delivers. Nothing else stops, and the idle time

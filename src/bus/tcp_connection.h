@@ -51,7 +51,7 @@ class TcpConnection : public std::enable_shared_from_this<TcpConnection> {
     TcpConnection(asio::io_service& io, Owner& owner) : owner_(&owner), socket_(io) {}
 
     // Tries the endpoints in their order until one accepts; the error is that of the last one.
-    // What is sent from now on waits for endLogin(). Does nothing after close().
+    // Strings sent from now on wait for endLogin(). Does nothing after close().
     void connect(Endpoints endpoints);
     // The peer has accepted: what this thread sends now goes out first.
     void beginLogin();

@@ -8,7 +8,7 @@ namespace lumo {
 
 namespace {
 
-// A list of more strings than these gives its memory back when it is written.
+// A list of more strings than these releases its memory when it is written.
 constexpr std::size_t kKeptStrings = 2 * WriteQueue::kMaxWaitingStrings;
 
 }  // namespace

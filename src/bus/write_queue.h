@@ -9,15 +9,15 @@
 
 namespace lumo {
 
-// How many bytes the strings have together.
+// The total size of the strings in bytes.
 std::size_t totalSize(std::span<const std::string> parts);
 
-// What waits to be written to a connection, and what is being written.
+// The strings that wait to be written to a connection, and those that are being written.
 //
 // Two lists of strings take turns: one is written while callers append to the other. It is written
-// slice by slice, and each string gives its memory back as soon as it is taken. The gather list
-// shows the bytes of the slice that the socket has not taken yet; empty means that no write is in
-// flight. Has no lock: the transport's write mutex guards it.
+// slice by slice, and each string releases its memory as soon as it is taken. The gather list shows
+// the bytes of the slice that the socket has not taken yet; empty means that no write is in flight.
+// Has no lock: the transport's write mutex guards it.
 class WriteQueue {
   public:
     using GatherList = std::vector<asio::const_buffer>;
@@ -53,7 +53,7 @@ class WriteQueue {
     // The socket took the first `bytes` of that; with its last byte the next slice begins, with the
     // last of all the write is over.
     void consume(std::size_t bytes);
-    // How many bytes are held, waiting and in flight.
+    // The number of bytes held, waiting and in flight.
     std::size_t bytes() const { return bytes_; }
     // Drops everything; nothing queued for an old connection survives.
     void clear();

@@ -6,7 +6,7 @@ namespace model {
 
 namespace {
 
-// What every parameter carries before it is named.
+// The identifier of every parameter before it is named.
 const ToskOID& emptyOID() {
     static const ToskOID oid;
     return oid;

@@ -24,14 +24,14 @@ struct StructSize {
     StructSize over(const StructSize& other) const;
 };
 
-// What holds nothing, or is null, has the size zero. The first two measure what is held, the others
-// what is read from an item.
+// An empty or null object has the size zero. The first two measure what is held, the others what is
+// read from an item.
 StructSize sizeOfValue(const ToskValue* value);
 StructSize sizeOfMember(const ToskParam& member);
 StructSize sizeOfValue(const cJSON* item);
 StructSize sizeOfMember(const cJSON* item, std::string_view name);
 
-// What the key of a struct's JSON begins with when a member follows; the rest is its name.
+// The beginning of a key in a struct's JSON if a member follows; the rest is its name.
 constexpr std::string_view kMemberPrefix = "_d_";
 bool isMemberKey(const char* key);
 

@@ -10,8 +10,8 @@
 #include "model/tosk_type_names.h"
 #include "util/json.h"
 
-// What values a parameter is meant to take. It describes; nothing here refuses a value. Held by
-// parameters through shared ownership and not written once it is shared.
+// The values that a parameter is meant to take. It is a description only and refuses no value. Held
+// by parameters through shared ownership and not written once it is shared.
 class ToskConstraint {
   public:
     explicit ToskConstraint(int32_t type = model::kConstraintUndefined) : type_(type) {}

@@ -77,7 +77,7 @@ class ToskParam {
     // For clients to respect: sets are carried out all the same.
     bool readonly() const { return readonly_; }
     void setReadonly(bool readonly) { readonly_ = readonly; }
-    // How clients should show the value; empty when they may choose.
+    // The widget with which clients should show the value; empty when they may choose.
     const std::string& widget() const { return widget_; }
     void setWidget(std::string widget) { widget_ = std::move(widget); }
     // Decimals shown, below which float changes are not reported; negative for none. At most

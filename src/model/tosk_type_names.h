@@ -8,7 +8,7 @@
 
 namespace model {
 
-// What a parameter's value is. The array types can be named but have no value class.
+// The type of a parameter's value. The array types can be named but have no value class.
 enum ToskValueType : int32_t {
     kTypeInt16 = 0,
     kTypeInt32 = 1,
@@ -22,7 +22,7 @@ enum ToskValueType : int32_t {
     kTypeStructArray = 9,
 };
 
-// What a constraint says about a value. Only kConstraintIntChoice has a class of its own.
+// The kind of a constraint. Only kConstraintIntChoice has a class of its own.
 enum ToskConstraintType : int32_t {
     kConstraintIntNull = 0,
     kConstraintFloatNull = 1,

@@ -13,9 +13,9 @@
 
 class ToskParam;
 
-// What a parameter holds. Owned, possibly together with copies of the parameter, by the parameters
-// that show it. The numbers inside may be read and written by the main and the poll thread at
-// once; texts and structs belong to one thread at a time.
+// The value of a parameter. Owned, possibly together with copies of the parameter, by the
+// parameters that show it. The numbers inside may be read and written by the main and the poll
+// thread at once; texts and structs belong to one thread at a time.
 class ToskValue {
   public:
     virtual ~ToskValue() = default;
@@ -37,7 +37,7 @@ class ToskValue {
     virtual bool updateFrom(const ToskParam& owner, const ToskValue* other) = 0;
 
     // Reads `item` and tells whether the held value became another one; the only operation that
-    // clears `changed`. Null or unusable items give false, a null one without touching `changed`.
+    // clears `changed`. Null or unusable items yield false, a null one without touching `changed`.
     virtual bool setFromJSONChanged(const cJSON* item);
 
     // The code of the value's own kind, which is kTypeInt32 for every integer.
@@ -118,5 +118,5 @@ class ToskStringValue : public ToskValue {
 };
 
 // A new default value of the kind that belongs to a value-type code. For a code without a value
-// class it prints "InvalidToskParamType: …" on standard output and gives null.
+// class it prints "InvalidToskParamType: …" on standard output and returns null.
 std::unique_ptr<ToskValue> createValue(int32_t typeCode);

@@ -16,12 +16,12 @@ namespace pallwatch {
 
 // The label of the first child of `labels` (the members of an object or elements of an array) whose
 // "port" text contains `mac` and whose "label" text is not empty. An empty `mac` is contained in
-// every port. Gives the empty text when there is none.
+// every port. Returns the empty text when there is none.
 std::string findDeviceLabel(const cJSON* labels, const std::string& mac);
 
 // Finds this card's label and brings the file with the device name in line with it. A missing or
-// unreadable file counts as an empty text. Gives the label, empty when there is none (the file then
-// stays as it is).
+// unreadable file counts as an empty text. Returns the label, empty when there is none (the file
+// then stays as it is).
 std::string synchroniseDeviceName(const systemstate::Machine& machine);
 
 }  // namespace pallwatch

@@ -28,7 +28,7 @@ constexpr const char* kUsage =
     "  -b --brio                    Brio mode - do not perform Tessara hardware scans\n"
     "  -h --help                    Show this help\n";
 
-// Gives the exit status when the process cannot be detached.
+// Returns the exit status when the process cannot be detached.
 std::optional<int> runDetached(const Detach& detach, std::FILE* errors) {
     constexpr int kKeepDirectory = 1;
     constexpr int kCloseStandardStreams = 0;

@@ -7,7 +7,7 @@
 
 namespace pallwatch {
 
-// What the command line asks for. Read once by `main`, before there is any second thread.
+// The options of the command line. Read once by `main`, before there is any second thread.
 struct Options {
     std::string prefix;            // also serve "<prefix>.system"; empty: only "system"
     bool extendedLogging = false;  // -v; accepted and recorded, the log is always complete

@@ -27,7 +27,7 @@ constexpr int32_t kBusPort = 15000;
 constexpr const char* kModuleName = "Pallwatch";
 constexpr int32_t kConnectionId = 8;
 constexpr const char* kSystemObject = "system";
-// A large SET gives way to signals, timers and writes at least this often.
+// A large SET is interrupted at least this often, for signals, timers and writes.
 constexpr std::chrono::milliseconds kTurn{200};
 // And before its answers come near what a connection may keep waiting.
 constexpr std::size_t kMaxGatheredBytes = std::size_t{1} << 20;
@@ -203,7 +203,7 @@ void PallwatchService::handleSet(TarnInternalMessage message) {
     workOnSet();
 }
 
-// What else came from the bus waits for the end of the SET; the loop does not.
+// Later messages from the bus wait for the end of the SET; the loop does not.
 void PallwatchService::workOnSet() {
     const auto batch = client_->gather();
     const auto start = std::chrono::steady_clock::now();

@@ -28,9 +28,9 @@ class SystemObject {
 
     // Answers a GET: one response for each known name under "param", and one for all known names
     // under "paramDescriptor", each name once however often it is listed. Unknown names get no
-    // answer. Gives whether any descriptor was found.
-    // Asking for descriptors under the tunnelled name renames the parameters in the device, so that
-    // a tunnelled descriptor carries the tunnelled name.
+    // answer. Returns whether any descriptor was found. Asking for descriptors under the tunnelled
+    // name renames the parameters in the device, so that a tunnelled descriptor carries the
+    // tunnelled name.
     bool handleGet(const TarnInternalMessage& request) const;
 
     // Takes a SET over; workOnSet() carries it out. Only while none is under way.

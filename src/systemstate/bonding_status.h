@@ -13,8 +13,9 @@
 
 namespace systemstate {
 
-// What the Linux bonding driver says of the frame's bond (Documentation/networking/bonding.rst):
-// a header block and one block per slave. Pure functions, usable from any thread.
+// The Linux bonding driver's description of the frame's bond
+// (Documentation/networking/bonding.rst): a header block and one block per slave. Pure functions,
+// usable from any thread.
 
 struct BondSlave {
     std::string interface;

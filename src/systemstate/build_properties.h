@@ -6,8 +6,8 @@
 
 namespace systemstate {
 
-// What the build wrote about the frame's software, one KEY=value per line. Pure functions, usable
-// from any thread.
+// The description of the frame's software by its build, one KEY=value per line. Pure functions,
+// usable from any thread.
 
 using BuildProperties = std::map<std::string, std::string>;
 

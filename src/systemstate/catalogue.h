@@ -44,7 +44,7 @@ struct Dependency {
     const char* valueWithout = "";  // published without it, as JSON; empty: not known beforehand
 };
 
-// What a set does beyond the announcement.
+// The effect of a set, besides the notification.
 struct Reaction {
     const char* effect;  // in words, for the page of parameters
     void (SetReactions::*carryOut)(ToskParam& param) = nullptr;  // null: nothing on this machine

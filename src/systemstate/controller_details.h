@@ -2,7 +2,7 @@
 
 #include <string>
 
-// What the bus says of one of the two control cards.
+// The details of one of the two control cards, from the bus.
 struct ControllerDetails {
     std::string ipAddress;
     bool present = false;

@@ -28,7 +28,7 @@ struct EthernetInterfaceStatus {
 
 namespace systemstate {
 
-// What a port is called: by the kernel, and by people if they have a name of their own for it.
+// The names of a port: its name in the kernel, and its label if there is one.
 struct PortNames {
     const char* interfaceName;
     const char* label;

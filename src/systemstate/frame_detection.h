@@ -8,7 +8,7 @@
 
 namespace systemstate {
 
-// What the tools of a Tessara frame found out about the frame. -1: not known.
+// The result of the frame detection of a Tessara frame. -1: not known.
 struct FrameDetection {
     std::int32_t frameType = -1;
     std::int32_t frameSize = -1;

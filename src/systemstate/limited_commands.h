@@ -33,7 +33,7 @@ class CommandOutput {
     // output, with its 127th byte, and with a failure, whose result is printed on standard output.
     void read();
 
-    // What was read up to the first line end or zero byte.
+    // The output up to the first line end or zero byte.
     std::string firstLine() const;
 
   private:
@@ -56,7 +56,7 @@ class LimitedCommands {
     LimitedCommands(const LimitedCommands&) = delete;
     LimitedCommands& operator=(const LimitedCommands&) = delete;
 
-    // The wait status as system(3) gives it, negative with errno when the command was not started.
+    // The wait status as in system(3), negative with errno when the command was not started.
     int run(const char* command);
 
     // The first line of what the command has written when it has ended, at most 127 bytes; empty

@@ -29,7 +29,7 @@ class Machine {
     // The root followed by `absolute`, which begins with a slash.
     std::string path(const char* absolute) const;
 
-    // Runs a shell command and waits for it: its wait status as system(3) gives it, 0 for success,
+    // Runs a shell command and waits for it: its wait status as in system(3), 0 for success,
     // negative when it could not be started. errno is as the command left it; it is cleared before,
     // so that a mere exit code has no old error text. With a limit see LimitedCommands.
     int run(const char* command, TimeLimit limit = TimeLimit::none);

@@ -32,7 +32,7 @@ std::mutex& networkFileLock() {
     return lock;
 }
 
-// What is logged when writing the file failed at a step.
+// The log text for a failure to write the file, by step.
 struct FailureText {
     util::WriteFailure step;
     const char* text;
@@ -96,7 +96,7 @@ FileOutcome writeNetworkFile(const ParameterStore& parameters, const Machine& ma
         return FileOutcome::written;
     }
     logWriteFailure(failure);
-    // What the network is started on from here to the next power cut is in the file all the same.
+    // The new settings are in the file nevertheless, at least until the next power cut.
     return failure == util::WriteFailure::syncDirectory ? FileOutcome::written
                                                         : FileOutcome::failed;
 }
@@ -125,8 +125,8 @@ void runAll(Machine& machine, std::initializer_list<const char*> commands) {
     }
 }
 
-// What announces the frame or serves at its address has to learn a new one. Ambrix is looked at and
-// left alone.
+// Services that publish or use the address must learn a new one. The state of Ambrix is read, but
+// has no effect.
 void restartNetworkServices(Machine& machine, bool addressChanged) {
     runAll(machine, {kRestartNetworkService});
     if (addressChanged) {

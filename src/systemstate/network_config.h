@@ -72,9 +72,9 @@ class NetworkConfig {
 
     void publishSetting(const char* key, uint32_t address, util::Relaxed<uint32_t>& known);
     void noteWritten(const NetworkSettings& written);
-    // What the parameters show, if all three are valid; prints the error line otherwise.
+    // The settings in the parameters, if all three are valid; prints the error line otherwise.
     std::optional<NetworkSettings> findValidSettings() const;
-    // What the file says, if it is valid and not what is wanted. Logs each step.
+    // The settings in the file, if they are valid and not the wanted ones. Logs each step.
     std::optional<NetworkSettings> findSettingsToReplace(const NetworkSettings& wanted) const;
 
     Machine& machine_;

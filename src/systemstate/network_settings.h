@@ -19,7 +19,7 @@ struct NetworkSettings {
     bool operator==(const NetworkSettings&) const = default;
 };
 
-// What a text of network.conf says; a setting that it does not mention is absent.
+// The settings in a text of network.conf; a setting that it does not mention is absent.
 struct NetworkConf {
     std::optional<uint32_t> ip;
     std::optional<uint32_t> netmask;

@@ -5,7 +5,7 @@ namespace systemstate {
 // Every path and every command of the daemon, once. They are part of the frame's software, which
 // changes independently of the daemon.
 
-// What the frame says of itself.
+// Information about the frame.
 inline constexpr const char* kBuildPropertiesFile = "/etc/build.prop";
 inline constexpr const char* kProductCommand = ". /tmp/eeprom && echo $PRODUCT";
 
@@ -57,7 +57,7 @@ inline constexpr const char* kXadcFile = "/sys/devices/amba.1/f8007100.xadc/regi
 inline constexpr const char* kBatteryLoadOn = "/sbin/devmem 0x8aa00014 32 0x01";
 inline constexpr const char* kBatteryLoadOff = "/sbin/devmem 0x8aa00014 32 0x00";
 
-// What the service itself uses. The state file without its ".json".
+// Files of the service itself. The state file without its ".json".
 inline constexpr const char* kStateContainer = "/vantor/etc/configurableSystemDetails";
 
 // One line, the first port's address as six colon-separated hexadecimal octets (kernel document

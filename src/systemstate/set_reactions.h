@@ -16,9 +16,9 @@ class Product;
 class ServiceControl;
 struct Reaction;
 
-// What a set of a parameter does to the machine; the rows of the catalogue name these functions.
-// Owned by SystemState. A reaction runs inside the operation that set the parameter, after the
-// change was announced, and blocks for as long as its commands take. Main thread.
+// The effects of a set of a parameter on the machine; the rows of the catalogue name these
+// functions. Owned by SystemState. A reaction runs inside the operation that set the parameter,
+// after the change was announced, and blocks for as long as its commands take. Main thread.
 class SetReactions {
   public:
     struct Parts {
@@ -45,7 +45,7 @@ class SetReactions {
     // Commands: other than 0 runs the command, and is 0 again afterwards.
     void restartNetwork(ToskParam& param);
     void generateReport(ToskParam& param);
-    // What the client says is connected to a serial port is kept.
+    // Keeps the client's text about the connection of a serial port.
     void keepConnection(ToskParam& param);
 
   private:

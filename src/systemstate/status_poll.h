@@ -24,7 +24,7 @@ struct BondingStatus;
 // logged when it appears and not again while it stays the same.
 class StatusPoll {
   public:
-    // What the poll looks at and publishes to.
+    // The objects that the poll reads and publishes to.
     struct Parts {
         Machine& machine;
         const Product& product;

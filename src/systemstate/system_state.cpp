@@ -63,7 +63,7 @@ bool SystemState::runsCommands(const ToskParam& param) const {
     return row != nullptr && row->reaction != nullptr && row->reaction->runsCommands;
 }
 
-// Logs and announces the change; gives the parameter's identifier.
+// Logs the change and sends a notification; returns the parameter's identifier.
 std::string SystemState::reportChange(const ToskParam& param) {
     std::string oid = param.oid().toString();
     util::logMessage(LOG_DEBUG, "SystemState::valueChanged, oid=%s, val=%s", oid.c_str(),

@@ -36,8 +36,8 @@ struct AdcSamples {
 // VP/VN input.
 enum class BatterySource { channel, dedicatedInput };
 
-// What filtering does to a sample: `first` takes the readings as they are, `smoothed` gives the
-// previous sample three quarters of the weight. The battery is sampled too rarely to be smoothed.
+// The filtering of a sample: `first` takes the readings as they are, `smoothed` gives the previous
+// sample three quarters of the weight. The battery is sampled too rarely to be smoothed.
 enum class Filtering { first, smoothed };
 
 // Reads every register that is used, its text converted as strtol(3) does with base 16. Nothing
@@ -48,7 +48,7 @@ std::optional<XadcReadings> decodeXadcDump(const std::string& dump, BatterySourc
 AdcSamples filterReadings(const AdcSamples& previous, const XadcReadings& readings,
                           Filtering filtering);
 
-// How the battery is wired to the converter.
+// The wiring of the battery to the converter.
 enum class BatteryWiring { tessara, keli, other };
 
 // From a sample, as a fraction of full scale with 12 fractional bits, to the voltage of a supply

@@ -20,7 +20,7 @@ enum class WriteFailure {
     syncDirectory,  // the new file is in place, but a power cut may yet bring the old one back
 };
 
-// Follows the symbolic links of `path` to the file at their end, which need not exist yet. Gives
+// Follows the symbolic links of `path` to the file at their end, which need not exist yet. Returns
 // `path` itself when the links form a circle or end at anything but a regular file.
 std::string resolveLinks(const std::string& path);
 

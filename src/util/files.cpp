@@ -209,7 +209,7 @@ void sleepFor(std::chrono::milliseconds time) {
 std::string readKeyValue(const std::string& path, const std::string& key, const Pause& pause) {
     for (int attempt = 0; attempt < kKeyAttempts; ++attempt) {
         const FileContents contents = openedContents(path);
-        // What was read before an error counts: the key may already be there.
+        // The bytes before an error count: the key may already be there.
         if (std::optional<std::string> value = findKeyValue(contents.bytes, key)) {
             return *value;
         }

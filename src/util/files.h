@@ -90,15 +90,15 @@ std::string readFirstLine(const std::string& path);
 // Replaces the file's contents by exactly these bytes and logs the time it took.
 void saveTextFile(const std::string& path, const std::string& text);
 
-// What follows the first '=' in the first line that has exactly `key` before it, unchanged: quotes
-// and spaces are the caller's to strip. Nothing when no line has it.
+// The text after the first '=' in the first line that has exactly `key` before it, unchanged:
+// quotes and spaces are the caller's to strip. Nothing when no line has it.
 std::optional<std::string> findKeyValue(const std::string& text, const std::string& key);
 
 using Pause = std::function<void(std::chrono::milliseconds)>;
 void sleepFor(std::chrono::milliseconds time);
 
 // findKeyValue of a file that another process may still be writing: looks ten times, with a pause
-// of 500 ms after each look that did not find the key, then gives the empty text. A file that
+// of 500 ms after each look that did not find the key, then returns the empty text. A file that
 // cannot be opened is not waited for.
 std::string readKeyValue(const std::string& path, const std::string& key,
                          const Pause& pause = sleepFor);

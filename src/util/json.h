@@ -47,8 +47,8 @@ UniqueJSON copyJSON(const cJSON* item);
 // Empty for a null item and when memory ran out.
 std::string renderJSON(const cJSON* item, bool formatted);
 
-// How often the JSON library was refused memory on this thread. A tree or a text that was made
-// while the number grew may be incomplete, even without an error.
+// The number of failed allocations of the JSON library on this thread. A tree or a text that was
+// made while the number grew may be incomplete, even without an error.
 unsigned long failedJSONAllocations();
 
 // Replaces the allocator of the JSON library, malloc at first; its memory is freed by free. Gives

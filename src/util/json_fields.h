@@ -12,8 +12,8 @@ namespace util {
 int32_t integerValue(const cJSON* item);
 
 // Readers for the members of a JSON object, for classes that fill themselves from one. Each looks
-// for the member of that exact name, stores its value and gives true. When `object` is null or no
-// object, or the member is absent, it gives false and leaves `value` as it was.
+// for the member of that exact name, stores its value and returns true. When `object` is null or
+// not an object, or the member is absent, it returns false and leaves `value` as it was.
 
 // False also when the member is not a string.
 bool readField(const cJSON* object, const char* key, std::string& value);

@@ -25,7 +25,7 @@ void reportHeldBackLines();
 // Forgets all counts, as for another log.
 void forgetHeldBackLines();
 
-// How often one kind of line has passed. Not locked.
+// The count of one kind of line. Not locked.
 class LineLimit {
   public:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -34,7 +34,7 @@ class LineLimit {
     // Whether one more passes. A second begins with the first line after the last second.
     bool admit(TimePoint now);
 
-    // How many were held back in a second that is over, given once; 0 while it lasts.
+    // The number of lines held back in a second that is over, returned once; 0 while it lasts.
     std::size_t takeHeldBack(TimePoint now);
 
   private:

@@ -29,9 +29,9 @@ void logMessageWith(int priority, const char* format, va_list arguments)
 // Sends what the log did not take at once, as far as it takes it now; to be called now and then.
 void flushLog();
 
-// Puts `sink` in the place of the system log and gives the sink it replaced; an empty one means the
-// system log. Made for tests. Call it while no other thread logs; the sink runs on the thread that
-// logs.
+// Puts `sink` in the place of the system log and returns the sink it replaced; an empty one means
+// the system log. Made for tests. Call it while no other thread logs; the sink runs on the thread
+// that logs.
 LogSink replaceLogSink(LogSink sink);
 
 }  // namespace util

@@ -4,7 +4,7 @@
 
 namespace util {
 
-// How the process gets memory from the system, and when it gives it back. Any thread.
+// The memory that the process gets from the system and returns to it. Any thread.
 
 // Memory of more than this many bytes is returned at once after its use.
 constexpr std::size_t kLargeUse = std::size_t{64} * 1024;
@@ -14,7 +14,7 @@ constexpr std::size_t kLargeUse = std::size_t{64} * 1024;
 // such a one freed. Call it before the first thread begins.
 void keepMemorySmall();
 
-// Gives what lies free in the heap back to the system.
+// Returns free memory of the heap to the system.
 void returnFreeMemory();
 
 }  // namespace util

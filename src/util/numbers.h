@@ -20,9 +20,9 @@ uint32_t saturatedUInt32(double value);
 bool parseLong(const std::string& text, int32_t& out, int base = 10);
 bool parseULong(const std::string& text, uint32_t& out, int base = 10);
 
-// The same for a float, as strtof reads it. A number above the range gives false with infinity,
-// one too small to tell from zero gives false with 0; one below the range gives true with negative
-// infinity.
+// The same for a float, as strtof reads it. A number above the range yields false with infinity,
+// one too small to tell from zero yields false with 0; one below the range yields true with
+// negative infinity.
 bool parseFloat(const std::string& text, float& out);
 
 }  // namespace util

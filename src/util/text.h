@@ -11,10 +11,10 @@ inline constexpr char kWhiteSpace[] = " \t\n\v\f\r";
 // Without one leading and one trailing single quote, each only where there is one.
 std::string stripQuotes(std::string text);
 
-// Erases leading white space in place and gives the same text.
+// Erases leading white space in place and returns the same text.
 std::string& trimLeft(std::string& text);
 
-// Cuts the first line off the front of `text` and gives it without its line feed, which the last
+// Cuts the first line off the front of `text` and returns it without its line feed, which the last
 // line need not have.
 std::string_view takeLine(std::string_view& text);
 

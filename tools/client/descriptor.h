@@ -58,7 +58,7 @@ std::optional<Parameter> decodeParameter(const cJSON* item);
 std::vector<Parameter> decodeMembers(const cJSON* structure);
 
 // All parameters of a descriptor object, { "d_<name>": <parameter>, ... }, in its order, without
-// invalid members; null gives none.
+// invalid members; null returns none.
 std::vector<Parameter> decodeParameters(const cJSON* object);
 
 }  // namespace client

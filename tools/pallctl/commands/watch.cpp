@@ -1,5 +1,5 @@
 // The watch reads everything first; then the follower reads again whenever bus or daemon were away,
-// and the parameter cache reports what has changed meanwhile.
+// and the parameter cache reports the changes since then.
 
 #include <chrono>
 #include <memory>

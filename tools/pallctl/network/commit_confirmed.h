@@ -10,7 +10,7 @@
 // A change of the network that is rolled back unless it is confirmed. A detached process makes the
 // change, waits for the confirmation and otherwise rolls back; the client prints its reports and
 // asks the user. So once a set is sent, a process that knows the previous settings is running,
-// whatever ends the client.
+// however the client ends.
 
 namespace pallctl {
 

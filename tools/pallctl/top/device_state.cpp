@@ -45,8 +45,8 @@ bool DeviceState::take(const TarnInternalMessage& message, Moment at) {
     return restarted;
 }
 
-// Parameters that were only announced: nobody may have asked for them while a recording was made,
-// and through a prefix nobody can.
+// Parameters known only from notifications: a recording may contain no request for them, and
+// through a prefix no client can request them.
 void DeviceState::describeFromCatalogue() {
     if (object_.home() != client::kDaemonObject) {
         return;

@@ -143,7 +143,7 @@ void LiveSource::carryOut(Request request, View& view) {
     }
 }
 
-// A daemon that carries out a set answers nobody until it is done.
+// A daemon that carries out a set answers no request until it is done.
 bool LiveSource::set(const std::string& leaf, util::UniqueJSON value) {
     if (!client_.session().isOpen()) {
         return false;

@@ -34,7 +34,7 @@ std::string formatOneLine(const client::Parameter& parameter, const Style& style
 // when the device has no value.
 util::UniqueJSON toJSON(const client::Parameter& parameter);
 
-// The item on one line without a line end; valid JSON whatever its texts contain.
+// The item on one line without a line end; valid JSON for any texts in it.
 std::string jsonLine(const cJSON* item);
 
 // One object with a member for each parameter, by name; a repeated name is ignored. Ends with a

@@ -8,8 +8,7 @@
 #include "pallctl/values/output.h"
 #include "util/json.h"
 
-// Formats messages on the bus, one line each, whatever bytes they contain. Pure functions; any
-// thread.
+// Formats messages on the bus, one line each, with any bytes in them. Pure functions; any thread.
 
 namespace pallctl {
 

@@ -28,7 +28,7 @@ FrameStatus readStatus(const simulation::FrameRoot& tree);
 // Lines for a person, in columns.
 std::string formatTable(const FrameStatus& status);
 
-// The same as one JSON object on a line, for a program; valid whatever texts the frame holds.
+// The same as one JSON object on a line, for a program; valid for any texts in the frame.
 std::string formatJSON(const FrameStatus& status);
 
 }  // namespace pallframe::doctor

@@ -9,7 +9,7 @@ namespace pallframe::doctor {
 // A line for each check, below each problem its consequences, and at the end a summary.
 std::string formatText(const Diagnosis& diagnosis);
 
-// One JSON object on a line; valid whatever texts the frame contains.
+// One JSON object on a line; valid for any texts in the frame.
 std::string formatJSON(const Diagnosis& diagnosis);
 
 }  // namespace pallframe::doctor

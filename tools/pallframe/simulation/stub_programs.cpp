@@ -125,7 +125,7 @@ int devmem(const FrameRoot& tree, const Program&, const Words& words) {
     return 0;
 }
 
-// Searches in a path of its own, whatever the caller's is, as the real one does.
+// Searches in a path of its own instead of the caller's, as the real one does.
 int sudo(const FrameRoot&, const Program&, const Words& words) {
     std::vector<char*> arguments;
     for (size_t i = 1; i < words.size(); ++i) {
