@@ -1,4 +1,4 @@
-// What all programs for people have in common on their command lines. The verbs and options are
+// What all command-line tools have in common on their command lines. The verbs and options are
 // taken from their own help, so that none can be forgotten here.
 
 #include <algorithm>

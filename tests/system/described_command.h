@@ -26,7 +26,7 @@ Command describedBy(const std::string& program);
 // It and all below it, in the order of the help.
 std::vector<Command> flattened(const Command& command);
 
-// The programs for people that are installed.
+// The command-line tools that are installed.
 inline constexpr const char* kPrograms[] = {"pallctl", "pallbus", "pallframe"};
 
 // All commands of all of them.

@@ -17,7 +17,7 @@ using Words = std::vector<std::string>;
 // A program that was built with this test, and its words.
 Words program(const std::string& name, const Words& arguments);
 
-// A frame with the simulated bus and the daemon on it, for tests of the programs for people. A Brio
+// A frame with the simulated bus and the daemon on it, for tests of the command-line tools. A Brio
 // unless told otherwise: nothing on it changes by itself.
 class OnPallbus : public testing::Test {
   protected:

@@ -12,8 +12,7 @@ namespace pallframe::simulation {
 
 // The directory that is a frame's root: "/" for a program inside the frame, any other place from
 // outside. Files are named by the absolute path they have in the frame. Several programs use one
-// tree at the same time; a change of a
-// device's state holds a FrameLock from reading to writing it.
+// tree at the same time; a change of a device's state holds a FrameLock from reading to writing it.
 class FrameRoot {
   public:
     explicit FrameRoot(std::filesystem::path root);
