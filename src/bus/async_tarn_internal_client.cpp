@@ -88,6 +88,7 @@ std::optional<TarnInternalMessage> decode(std::unique_ptr<std::vector<char>> pay
         message.emplace(std::move(payload));
     } catch (const std::exception&) {
         message.reset();
+        static_cast<void>(lackedMemory());  // lost with this message, not with the next
     }
     return message;
 }

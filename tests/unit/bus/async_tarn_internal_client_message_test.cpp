@@ -16,6 +16,7 @@
 #include "bus/tarn_internal_client.h"
 #include "bus_client_fixture.h"
 #include "support/captured_log.h"
+#include "support/exhausted_memory.h"
 
 using namespace std::chrono_literals;
 using lumo::encodeNetString;
@@ -87,6 +88,15 @@ TEST_F(BusClientMessage, SeveralFramesInOneChunkAndOneInMany) {
     }
     ASSERT_TRUE(until([this] { return received_.size() == 3; }));
     EXPECT_THAT(received_, testing::Each(R"(NOT a {"b":1})"));
+}
+
+TEST_F(BusClientMessage, LackOfMemoryWhileOneIsParsedLosesNoAnswerToTheNextOfItsChunk) {
+    ASSERT_TRUE(connectAndLogIn());
+    const std::string frame = encodeNetString(kReadyQuery.request);
+    const OneFailedAllocation failure(0);
+    peer_.last().send(frame + frame);
+    ASSERT_TRUE(until([] { return OneFailedAllocation::happened(); }));
+    EXPECT_EQ(hear(3).back(), kReadyQuery.replies[0]);
 }
 
 TEST_F(BusClientMessage, PayloadThatDoesNotDecodeIsLoggedAndDropped) {
