@@ -219,6 +219,7 @@ TEST_F(NoBus, WhatChangedWithoutItIsNotAnnouncedLater) {
     bus.stopListening();
     daemon.emplace();
     log.waitFor("ETHERNET STATUS CHANGED : eth1, was:0, now:2");
+    log.waitFor("oid=system.psu1Voltage");  // the next poll: all of the first has been announced
     bus.listen();
     EXPECT_EQ(greeting().front(), kLogin);
     std::vector<std::string> sent = sentUntilNow();

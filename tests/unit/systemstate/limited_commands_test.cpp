@@ -79,7 +79,9 @@ TEST(LimitedCommandsRun, KillsWhatTheCommandHasStartedToo) {
     CapturedLog log;
     const FrameRoot root;
     const std::string number = root.path() + "/number";
-    LimitedCommands(kShort).run(("sleep 10000 & echo $! > " + number + "; wait").c_str());
+    constexpr milliseconds kToWriteItsNumber{1000};
+    LimitedCommands(kToWriteItsNumber)
+        .run(("sleep 10000 & echo $! > " + number + "; wait").c_str());
     const pid_t child = std::stoi(root.read("/number"));
     EXPECT_TRUE(becomesTrue([&] { return !runs(child); }));
 }
