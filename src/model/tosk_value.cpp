@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -19,10 +18,14 @@ const Kind* sameKind(const Kind& held, const ToskValue* other) {
     return other && held.isCompatible(*other) ? dynamic_cast<const Kind*>(other) : nullptr;
 }
 
-// The number as a count of the smallest steps that `precision` decimals show.
+// The number as a count of the smallest steps that `precision` decimals show. std::pow and
+// std::round would load the mathematics library, half a megabyte, for this alone.
 int64_t displaySteps(double number, int32_t precision) {
-    const double scale = static_cast<double>(static_cast<uint64_t>(std::pow(10.0, precision)));
-    return util::saturatedInt64(std::round(number * scale));
+    double scale = 1.0;
+    for (int32_t i = 0; i < precision; ++i) {
+        scale *= 10.0;  // exact up to 10^22, above kMaxPrecision
+    }
+    return util::roundedInt64(number * scale);
 }
 
 bool looksTheSame(double held, double next, int32_t precision) {

@@ -60,6 +60,19 @@ uint32_t saturatedUInt32(double value) {
     return saturated<uint32_t>(value);
 }
 
+int64_t roundedInt64(double value) {
+    constexpr double kAllWhole = 4503599627370496.0;  // 2^52: no fraction fits above it
+    const int64_t whole = saturatedInt64(value);
+    if (value >= kAllWhole || value <= -kAllWhole) {
+        return whole;
+    }
+    const double fraction = value - static_cast<double>(whole);
+    if (fraction >= 0.5) {
+        return whole + 1;
+    }
+    return fraction <= -0.5 ? whole - 1 : whole;
+}
+
 bool parseLong(const std::string& text, int32_t& out, int base) {
     using Limits = std::numeric_limits<int32_t>;
     char* end = nullptr;

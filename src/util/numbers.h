@@ -12,6 +12,9 @@ int64_t saturatedInt64(double value);
 int32_t saturatedInt32(double value);
 uint32_t saturatedUInt32(double value);
 
+// The nearest integer, a half away from zero, with the same ends.
+int64_t roundedInt64(double value);
+
 // The number at the start of a text, after white space and a sign, in the given base (as strtol
 // and strtoul read it: 0 for the C prefixes). Characters after the number are accepted. False
 // when there is no number, and when it is out of the 32-bit range. `out` gets the converted number

@@ -51,6 +51,36 @@ TEST(SaturatedInteger, GivesZeroForWhatIsNoNumber) {
     EXPECT_EQ(saturatedUInt32(kNotANumber), 0U);
 }
 
+TEST(RoundedInteger, RoundsHalvesAwayFromZero) {
+    EXPECT_EQ(roundedInt64(2.5), 3);
+    EXPECT_EQ(roundedInt64(-2.5), -3);
+    EXPECT_EQ(roundedInt64(0.5), 1);
+    EXPECT_EQ(roundedInt64(-0.5), -1);
+}
+
+TEST(RoundedInteger, GivesTheNearestWholeNumber) {
+    EXPECT_EQ(roundedInt64(2.4), 2);
+    EXPECT_EQ(roundedInt64(-2.4), -2);
+    EXPECT_EQ(roundedInt64(2.6), 3);
+    EXPECT_EQ(roundedInt64(-2.6), -3);
+    EXPECT_EQ(roundedInt64(0.0), 0);
+    EXPECT_EQ(roundedInt64(std::nextafter(0.5, 0.0)), 0);
+    EXPECT_EQ(roundedInt64(std::nextafter(-0.5, 0.0)), 0);
+}
+
+TEST(RoundedInteger, KeepsWholeNumbersThatHaveNoRoomForAFraction) {
+    EXPECT_EQ(roundedInt64(4503599627370495.5), 4503599627370496LL);
+    EXPECT_EQ(roundedInt64(4503599627370497.0), 4503599627370497LL);
+    EXPECT_EQ(roundedInt64(-9007199254740993.0), -9007199254740992LL);
+}
+
+TEST(RoundedInteger, StopsAtTheEndsOfTheType) {
+    EXPECT_EQ(roundedInt64(9223372036854775808.0), std::numeric_limits<int64_t>::max());
+    EXPECT_EQ(roundedInt64(kInfinity), std::numeric_limits<int64_t>::max());
+    EXPECT_EQ(roundedInt64(-1e300), std::numeric_limits<int64_t>::min());
+    EXPECT_EQ(roundedInt64(kNotANumber), 0);
+}
+
 template <typename Number>
 struct Conversion {
     const char* text;
