@@ -10,15 +10,14 @@
 #include "bus/tcp_client_impl_asio.h"
 
 #include <csignal>
-#include <cstdio>
 #include <new>
 #include <utility>
 
 #include <asio/error.hpp>
-#include <asio/ip/tcp.hpp>
 #include <asio/post.hpp>
 
 #include "bus/clock.h"
+#include "bus/resolve.h"
 #include "util/trace.h"
 
 namespace lumo {
@@ -30,16 +29,6 @@ constexpr bool kNoDelay = false;
 
 bool isPort(std::int32_t port) {
     return port > 0 && port < 65536;
-}
-
-TcpConnection::Endpoints resolve(asio::io_service& io, const std::string& host, std::int32_t port) {
-    char portText[sizeof "65535"];
-    std::snprintf(portText, sizeof portText, "%d", port);
-    TcpConnection::Endpoints addresses;
-    for (const auto& entry : asio::ip::tcp::resolver(io).resolve(host, portText)) {
-        addresses.push_back(entry.endpoint());
-    }
-    return addresses;
 }
 
 }  // namespace
@@ -207,7 +196,7 @@ void TCPClientImplAsio::connect() {
 
 void TCPClientImplAsio::startAttempt() {
     replaceConnection(nullptr);
-    TcpConnection::Endpoints addresses = resolve(io_, endpoint_.host, endpoint_.port);
+    TcpConnection::Endpoints addresses = resolve(endpoint_.host, endpoint_.port);
     const auto attempt = std::make_shared<TcpConnection>(io_, static_cast<Owner&>(*this));
     replaceConnection(attempt);
     undecided_.arm(connectLimit_);

@@ -16,9 +16,9 @@
 #include <vector>
 
 #include <asio/io_service.hpp>
-#include <asio/signal_set.hpp>
 
 #include "bus/send_batch.h"
+#include "bus/signal_set.h"
 #include "bus/tcp_connection.h"
 #include "bus/timer.h"
 
@@ -118,7 +118,7 @@ class TCPClientImplAsio final : private TcpConnection::Owner {
     void checkIdle();
 
     asio::io_service& io_;
-    asio::signal_set signals_;
+    SignalSet signals_;
     const IpDetails endpoint_;
     mutable std::mutex connectionMutex_;
     // Null: none. Replaced by the loop's thread only, under the mutex.

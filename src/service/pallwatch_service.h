@@ -8,10 +8,10 @@
 #include <utility>
 
 #include <asio/io_service.hpp>
-#include <asio/signal_set.hpp>
 
 #include "bus/async_tarn_internal_client.h"
 #include "bus/async_task_service.h"
+#include "bus/signal_set.h"
 #include "bus/timer.h"
 #include "service/redundant_controllers.h"
 #include "service/service_manager.h"
@@ -75,7 +75,7 @@ class PallwatchService {
     bool isForUs(const TarnInternalMessage& message) const;
 
     asio::io_service io_;
-    asio::signal_set signals_;
+    lumo::SignalSet signals_;
     lumo::AsyncTaskService tasks_;
     std::unique_ptr<lumo::AsyncTarnInternalClient> client_;
     SystemState* systemState_;
