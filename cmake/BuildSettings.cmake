@@ -34,3 +34,25 @@ if(PALLWATCH_SANITIZE)
   add_compile_options(-fsanitize=${PALLWATCH_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${PALLWATCH_SANITIZE})
 endif()
+
+# The daemon is built for the memory of a small card: for size, and without functions that nothing calls.
+# It contains the parts of the C++ library that it uses, because the shared library takes more memory, and
+# more time at the start, than the daemon itself. doc/performance.md shows what each setting brings. Builds
+# with sanitizers and for coverage do without them.
+set(PALLWATCH_DAEMON_OPTIONS "")
+set(PALLWATCH_DAEMON_LINK_OPTIONS "")
+if(NOT PALLWATCH_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  set(PALLWATCH_DAEMON_OPTIONS -Os -ffunction-sections -fdata-sections)
+  set(PALLWATCH_DAEMON_LINK_OPTIONS LINKER:--gc-sections LINKER:--as-needed -static-libstdc++ -static-libgcc)
+  # On x86: one bit instead of 24 bytes for an address that the loader adjusts, and no padding between
+  # code and constants. ARM linkers have the second by default.
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|amd64")
+    include(CheckLinkerFlag)
+    foreach(option pack-relative-relocs noseparate-code)
+      check_linker_flag(CXX LINKER:-z,${option} PALLWATCH_LINKER_${option})
+      if(PALLWATCH_LINKER_${option})
+        list(APPEND PALLWATCH_DAEMON_LINK_OPTIONS LINKER:-z,${option})
+      endif()
+    endforeach()
+  endif()
+endif()
