@@ -63,6 +63,8 @@ TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
         {{"fuzz", "--seconds", "long"}, "fuzz --seconds needs a number"},
         {{"fuzz", "requests"}, "fuzz knows --seconds N, not 'requests'"},
         {{"fuzz", "--seconds", "5", "requests"}, "fuzz knows --seconds N, not 'requests'"},
+        {{"test", "--arch"}, "test --arch needs a name"},
+        {{"test", "--arch", "sparc"}, "no emulation of 'sparc'; choose from armhf, arm64"},
         {{"bench", "fast"}, "bench takes nothing, not 'fast'"},
         {{"lint", "src"}, "lint knows --recent, not 'src'"},
         {{"lint", "--recent", "src"}, "lint knows --recent, not '--recent src'"},
