@@ -29,12 +29,12 @@ void ParameterStore::setText(const std::string& key, const std::string& value) {
     set(key, ToskStringValue(value));
 }
 
-void ParameterStore::publishInteger(const std::string& key, int64_t reading) {
-    publish(key, ToskIntegerValue(reading));
+bool ParameterStore::publishInteger(const std::string& key, int64_t reading) {
+    return publish(key, ToskIntegerValue(reading));
 }
 
-void ParameterStore::publishFloat(const std::string& key, double reading) {
-    publish(key, ToskFloatValue(reading));
+bool ParameterStore::publishFloat(const std::string& key, double reading) {
+    return publish(key, ToskFloatValue(reading));
 }
 
 void ParameterStore::set(const std::string& key, const ToskValue& value) {
@@ -43,11 +43,13 @@ void ParameterStore::set(const std::string& key, const ToskValue& value) {
     }
 }
 
-void ParameterStore::publish(const std::string& key, const ToskValue& reading) {
+bool ParameterStore::publish(const std::string& key, const ToskValue& reading) {
     ToskParam* const param = find(key);
-    if (param != nullptr && param->storeValueFrom(&reading)) {
-        readingChanged_(*param);
+    if (param == nullptr || !param->storeValueFrom(&reading)) {
+        return false;
     }
+    readingChanged_(*param);
+    return true;
 }
 
 }  // namespace systemstate

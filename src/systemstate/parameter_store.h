@@ -33,13 +33,13 @@ class ParameterStore {
     void setText(const std::string& key, const std::string& value);
 
     // Store a reading that differs from the held one and report it. Nothing is carried out; what
-    // is passed over is the same.
-    void publishInteger(const std::string& key, int64_t reading);
-    void publishFloat(const std::string& key, double reading);
+    // is passed over is the same. True when it was reported.
+    bool publishInteger(const std::string& key, int64_t reading);
+    bool publishFloat(const std::string& key, double reading);
 
   private:
     void set(const std::string& key, const ToskValue& value);
-    void publish(const std::string& key, const ToskValue& reading);
+    bool publish(const std::string& key, const ToskValue& reading);
 
     const ToskPersistedStructure& structure_;
     const ReadingChanged readingChanged_;

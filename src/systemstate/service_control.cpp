@@ -127,8 +127,12 @@ bool ServiceControl::stopDisabledAmbrix() {
         return false;
     }
     ambrixStarted_ = false;
-    carryOut(machine_, kStopAmbrix, edition_, TimeLimit::fiveSeconds);
+    stopAmbrixInTime();
     return true;
+}
+
+void ServiceControl::stopAmbrixInTime() {
+    carryOut(machine_, kStopAmbrix, edition_, TimeLimit::fiveSeconds);
 }
 
 }  // namespace systemstate

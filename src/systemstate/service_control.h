@@ -29,9 +29,10 @@ class ServiceControl {
     bool ambrixStarted() const { return ambrixStarted_; }
 
     // Stops Ambrix when the daemon started it and its marker is there now: another program has
-    // disabled it for good. Each command has a time limit. True when Ambrix was stopped. Poll
-    // thread.
+    // disabled it for good. True when Ambrix was stopped. Poll thread.
     bool stopDisabledAmbrix();
+    // Stops Ambrix; each command has a time limit of five seconds. Poll thread.
+    void stopAmbrixInTime();
 
   private:
     Machine& machine_;

@@ -110,10 +110,10 @@ void StatusPoll::tick() {
     ++ticks_;
 }
 
-// The switch is set, not published: like any other set it stops Ambrix, once more.
+// As after a set to 0, Ambrix is stopped once more when the switch has changed.
 void StatusPoll::followAmbrixShutOff() {
-    if (services_.stopDisabledAmbrix()) {
-        parameters_.setInteger(kAmbrixEnabledKey, 0);
+    if (services_.stopDisabledAmbrix() && parameters_.publishInteger(kAmbrixEnabledKey, 0)) {
+        services_.stopAmbrixInTime();
     }
 }
 

@@ -16,10 +16,13 @@ using namespace harness;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
+using namespace std::string_literals;
 
 namespace {
 
 constexpr const char* kPowerLoad = "/sbin/devmem";
+constexpr const char* kAmbrixScript = "/etc/init.d/S81ambrix";
+constexpr const char* kAmbrixMarker = "/vantor/etc/ambrixDisabled";
 constexpr const char* kHanging = "#!/bin/sh\nexec sleep 10000\n";
 
 std::string program() {
@@ -131,6 +134,31 @@ TEST_F(NeverStuck, AtTheEndByACommandOfThePollThatHangs) {
     EXPECT_THAT(
         processes(),
         Not(testing::Contains(testing::Field(&ProcessEntry::commandLine, HasSubstr("devmem")))));
+}
+
+// The poll stops Ambrix twice: for its marker, and because the switch has changed.
+TEST_F(NeverStuck, ByAStopOfAmbrixByThePollThatHangs) {
+    start();
+    log.waitFor("ETHERNET STATUS CHANGED : eth1, was:0, now:2");
+    frame.writeProgram(kAmbrixScript, kHanging);
+    frame.write(kAmbrixMarker, "");
+    EXPECT_EQ(log.waitFor(kAmbrixScript + " stop was killed"s).priority, 3);
+    log.waitFor("oid=system.ambrixEnabled, val=0");
+    EXPECT_EQ(log.waitFor(kAmbrixScript + " stop was killed"s).priority, 3);
+    expectToPoll();
+    stop();
+}
+
+TEST_F(NeverStuck, AtTheEndByAStopOfAmbrixByThePollThatHangs) {
+    start();
+    log.waitFor("ETHERNET STATUS CHANGED : eth1, was:0, now:2");
+    const HeldProgram script(frame, kAmbrixScript);
+    frame.write(kAmbrixMarker, "");
+    script.waitForCalls(1);
+    script.release();
+    script.waitForCalls(2);
+    stop();
+    log.waitFor(kAmbrixScript + " stop was killed"s);
 }
 
 TEST_F(NeverStuck, ByAChildOfIfenslaveThatKeepsItsOutput) {

@@ -72,6 +72,15 @@ TEST_F(Readings, OfMissingParametersAndOtherKindsArePassedOver) {
     EXPECT_THAT(announced, IsEmpty());
 }
 
+TEST_F(Readings, SayWhetherTheyWereAnnounced) {
+    run();
+    EXPECT_TRUE(state->parameters().publishInteger("system.frameType", 3));
+    EXPECT_FALSE(state->parameters().publishInteger("system.frameType", 3));
+    EXPECT_FALSE(state->parameters().publishInteger("system.nowhere", 1));
+    EXPECT_TRUE(state->parameters().publishFloat("system.psu1Voltage", 12.5));
+    EXPECT_FALSE(state->parameters().publishFloat("system.psu1Voltage", 12.501));
+}
+
 TEST_F(Readings, AreNotCarriedOut) {
     run();
     for (const char* key : {"system.activeEthernet", "system.ipAddress", "system.gateway",
