@@ -16,7 +16,8 @@ thread_local SendBatch* innermost = nullptr;
 
 }  // namespace
 
-SendBatch::SendBatch(TCPClientImplAsio& client) : client_(client), outer_(innermost) {
+SendBatch::SendBatch(TCPClientImplAsio& client, std::shared_ptr<TcpConnection> login)
+    : client_(client), outer_(innermost), login_(std::move(login)) {
     innermost = this;
 }
 
@@ -34,9 +35,24 @@ SendBatch::~SendBatch() {
 SendBatch* SendBatch::find(const TCPClientImplAsio& client) {
     SendBatch* found = nullptr;
     for (SendBatch* batch = innermost; batch != nullptr; batch = batch->outer_) {
-        found = &batch->client_ == &client ? batch : found;
+        if (&batch->client_ != &client) {
+            continue;
+        }
+        found = batch;
+        if (batch->login_) {
+            break;
+        }
     }
     return found;
+}
+
+std::error_code SendBatch::send(const std::shared_ptr<TcpConnection>& connection,
+                                std::span<std::string> parts) {
+    if (connection == login_) {
+        return connection->sendLogin(parts);
+    }
+    keep(connection, parts);
+    return {};
 }
 
 void SendBatch::keep(const std::shared_ptr<TcpConnection>& connection,

@@ -72,12 +72,8 @@ std::error_code TCPClientImplAsio::send(std::span<std::string> parts) {
     if (!current) {
         return make_error_code(std::errc::not_connected);
     }
-    Batch* const batch = current->isLoggingIn() ? nullptr : Batch::find(*this);
-    if (batch == nullptr) {
-        return current->send(parts);
-    }
-    batch->keep(current, parts);
-    return {};
+    Batch* const batch = Batch::find(*this);
+    return batch != nullptr ? batch->send(current, parts) : current->send(parts);
 }
 
 bool TCPClientImplAsio::refuses(std::size_t bytes) const {
@@ -212,8 +208,11 @@ void TCPClientImplAsio::connectDone(const std::error_code& error) {
     }
     undecided_.cancel();
     const auto attempt = connection_;
-    error ? replaceConnection(nullptr) : attempt->beginLogin();
+    if (error) {
+        replaceConnection(nullptr);
+    }
     try {
+        const Batch login(*this, attempt);
         reportOutcome(error);
     } catch (const std::bad_alloc&) {
         close("no memory");  // an incomplete login is useless
@@ -236,7 +235,7 @@ void TCPClientImplAsio::reportOutcome(const std::error_code& error) {
 
 void TCPClientImplAsio::beginSession() {
     connection_->setNoDelay(kNoDelay);
-    connection_->endLogin();
+    connection_->open();
     idle_.cancel();
     doHeartbeat();
     startReading();

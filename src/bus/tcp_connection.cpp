@@ -1,5 +1,5 @@
-// A connection goes through its phases once: connecting, login, open, and closed. What other
-// threads send before it is open is kept aside and written behind the login.
+// A connection goes through its phases once: connecting, open, and closed. What is sent before it
+// is open is kept aside and written after the login, which has an entry of its own.
 //
 // Each write begins with an attempt on the spot. A socket that takes everything, as it nearly
 // always does, leaves nothing for the loop to do; otherwise the loop waits for room and writes on.
@@ -100,17 +100,11 @@ void TcpConnection::finishAttempt(const std::error_code& error) {
     }
 }
 
-void TcpConnection::beginLogin() {
-    const std::lock_guard lock(mutex_);
-    phase_ = Phase::login;
-    loginThread_ = std::this_thread::get_id();
-}
-
 void TcpConnection::setNoDelay(bool on) {
     socket_.set_option(asio::ip::tcp::no_delay(on));
 }
 
-void TcpConnection::endLogin() {
+void TcpConnection::open() {
     const std::lock_guard lock(mutex_);
     phase_ = Phase::open;
     startWriting();
@@ -147,6 +141,19 @@ void TcpConnection::close() {
     returnMemory();
 }
 
+// The login has a limit of its own: what others keep aside must not cost it.
+std::error_code TcpConnection::sendLogin(std::span<std::string> parts) {
+    const std::lock_guard lock(mutex_);
+    if (phase_ == Phase::closed) {
+        return make_error_code(std::errc::not_connected);
+    }
+    if (queue_.loginFull()) {
+        return make_error_code(std::errc::no_buffer_space);
+    }
+    queue_.appendToLogin(parts);
+    return {};
+}
+
 std::error_code TcpConnection::send(std::span<std::string> parts) {
     const std::lock_guard lock(mutex_);
     if (phase_ == Phase::closed) {
@@ -181,14 +188,6 @@ void TcpConnection::offer(std::span<std::string> parts) {
 }
 
 std::error_code TcpConnection::queue(std::span<std::string> parts) {
-    // The login has a measure of its own: what others keep aside must not cost it.
-    if (isOfLogin()) {
-        if (queue_.loginFull()) {
-            return make_error_code(std::errc::no_buffer_space);
-        }
-        queue_.appendToLogin(parts);
-        return {};
-    }
     const std::size_t bytes = totalSize(parts);
     if (queue_.full(bytes)) {
         startWriting();  // the limits are for a write that is stuck, not for a long batch
@@ -208,22 +207,12 @@ void TcpConnection::flush() {
 
 bool TcpConnection::refuses(std::size_t bytes) const {
     const std::lock_guard lock(mutex_);
-    const bool stuck = queue_.writing() && queue_.full(bytes);
-    return phase_ == Phase::closed || (stuck && !isOfLogin());
+    return phase_ == Phase::closed || (queue_.writing() && queue_.full(bytes));
 }
 
 bool TcpConnection::isOpen() const {
     const std::lock_guard lock(mutex_);
     return phase_ == Phase::open;
-}
-
-bool TcpConnection::isLoggingIn() const {
-    const std::lock_guard lock(mutex_);
-    return isOfLogin();
-}
-
-bool TcpConnection::isOfLogin() const {
-    return phase_ == Phase::login && loginThread_ == std::this_thread::get_id();
 }
 
 void TcpConnection::returnMemory() {

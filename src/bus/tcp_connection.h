@@ -6,7 +6,6 @@
 #include <span>
 #include <string>
 #include <system_error>
-#include <thread>
 #include <vector>
 
 #include <asio/basic_stream_socket.hpp>
@@ -23,7 +22,7 @@ namespace lumo {
 // One connection attempt, and the connection that comes of it: the socket, its phase, what waits to
 // be written to it, and the write mutex around all three.
 //
-// send(), sendAll(), flush() and the questions are for any thread, everything else is for the
+// The sends, flush() and the questions are for any thread, everything else is for the
 // loop's thread, which also calls the owner. The mutex covers each phase change and each start of a
 // read or a write, so a write may start on any thread. At most one write is in flight. Its first
 // system call is made by the thread that starts it: an announcement has left before the command
@@ -51,14 +50,13 @@ class TcpConnection : public std::enable_shared_from_this<TcpConnection> {
     TcpConnection(asio::io_service& io, Owner& owner) : owner_(&owner), socket_(io) {}
 
     // Tries the endpoints in their order until one accepts; the error is that of the last one.
-    // Strings sent from now on wait for endLogin(). Does nothing after close().
+    // Strings sent from now on wait for open(). Does nothing after close().
     void connect(Endpoints endpoints);
-    // The peer has accepted: what this thread sends now goes out first.
-    void beginLogin();
     // Throws asio::system_error "set_option".
     void setNoDelay(bool on);
-    // Opens the connection for everything that waits.
-    void endLogin();
+    // The peer has accepted and the login is complete: writes the login, then everything that
+    // waits.
+    void open();
     // Reads once into the buffer, which outlives the connection. Only while it is open.
     void read(asio::mutable_buffer buffer);
     // Ends what the loop does for an open connection: what is queued and what is sent from now on
@@ -71,6 +69,10 @@ class TcpConnection : public std::enable_shared_from_this<TcpConnection> {
     // category) they stay the caller's: 107 after close(), 105 when more than 1000 strings wait for
     // a write in flight or for the connection, or when these would make it more than 4 MiB.
     std::error_code send(std::span<std::string> parts);
+    // Queues the strings of a message of the login, which goes out ahead of everything else that
+    // waits. Before open(). On an error they stay the caller's: 107 after close(), 105 when more
+    // than 1000 strings of the login wait.
+    std::error_code sendLogin(std::span<std::string> parts);
     // Queues the messages and writes them together. A message that finds no room is dropped as a
     // whole.
     void sendAll(std::span<std::vector<std::string>> messages);
@@ -79,13 +81,10 @@ class TcpConnection : public std::enable_shared_from_this<TcpConnection> {
     // Whether so many bytes would find no socket, or no room after a write in flight.
     bool refuses(std::size_t bytes) const;
     bool isOpen() const;
-    // Whether the login is being sent, and by this thread.
-    bool isLoggingIn() const;
 
   private:
     enum class Phase {
-        connecting,  // The peer has not accepted yet. What is sent is kept aside.
-        login,       // Accepted: what the login's thread sends goes ahead of what was kept aside.
+        connecting,  // Until the login is complete. What is sent is kept aside.
         open,        // What is sent is written.
         draining,    // The loop has stopped: what is sent is written as far as there is room.
         closed,      // A send is refused.
@@ -94,7 +93,6 @@ class TcpConnection : public std::enable_shared_from_this<TcpConnection> {
     void connectToNext(std::size_t index, std::error_code last);
     void connected(std::size_t index, const std::error_code& error);
     void finishAttempt(const std::error_code& error);
-    bool isOfLogin() const;
     std::error_code queue(std::span<std::string> parts);
     void offer(std::span<std::string> parts);
     void returnMemory();
@@ -113,7 +111,6 @@ class TcpConnection : public std::enable_shared_from_this<TcpConnection> {
     // Guarded by the mutex, the socket while other threads may write to it.
     Socket socket_;
     Phase phase_ = Phase::connecting;
-    std::thread::id loginThread_;
     WriteQueue queue_;
     bool large_ = false;  // so much was queued that its memory is given back when it is written
 };

@@ -139,6 +139,20 @@ TEST_F(TCPClientSend, OtherThreadsWaitWhileTheLoginIsSaid) {
     EXPECT_TRUE(peerHas("hello list other "));
 }
 
+TEST_F(TCPClientSend, BatchInTheLoginIsPartOfIt) {
+    client_->setOnConnect([this](std::error_code) {
+        const auto batch = client_->gather();
+        send({"hello "});
+        client_->flush();
+        send({"list "});
+        return std::error_code();
+    });
+    client_->start();
+    send({"early "});
+    ASSERT_TRUE(connected());
+    EXPECT_TRUE(peerHas("hello list early "));
+}
+
 TEST_F(TCPClientSend, NothingIsWrittenBeforeTheLoginIsComplete) {
     WatchedSystemCalls calls;
     int sendsBefore = -1;
