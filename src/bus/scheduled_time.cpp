@@ -8,10 +8,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "util/line_limit.h"
-#include "util/log.h"
 #include "util/parse_integer.h"
-#include "util/text.h"
 
 namespace lumo {
 
@@ -41,20 +38,14 @@ std::optional<TimeFields> parseFields(const char* text) {
         const std::optional<TimeFields> date = parseAs(TimeForm::absolute, text);
         return date ? date : parseAs(TimeForm::timeOfDay, text);
     }
-    std::optional<TimeFields> delay = parseAs(TimeForm::relative, text + 1);
-    if (!delay) {
-        util::logLimited("Error parsing message time", LOG_WARNING,
-                         "Error parsing message time: %s\n", util::shownPayload(text).c_str());
-    }
-    return delay;
+    return parseAs(TimeForm::relative, text + 1);
 }
 
-int32_t parseMilliseconds(const char* rest) {
+// Nothing when a dot is followed by no whole integer.
+std::optional<int32_t> parseMilliseconds(const char* rest) {
     int32_t milliseconds = 0;
-    if (*rest == '.' && !util::parseWholeInteger(rest + 1, milliseconds)) {
-        util::logLimited("error decoding ms value", LOG_INFO, "error decoding ms value.\n");
-    }
-    return milliseconds;
+    const bool valid = *rest != '.' || util::parseWholeInteger(rest + 1, milliseconds);
+    return valid ? std::optional(milliseconds) : std::nullopt;
 }
 
 // Nothing for a moment that the machine cannot count; mktime says so with the last second before
@@ -133,17 +124,25 @@ int compareTimes(const ScheduledTime& left, const ScheduledTime& right) {
     return 0;
 }
 
-ScheduledTime decodeScheduledTime(const char* text, const timespec& now) {
+DecodedTime decodeScheduledTime(const char* text, const timespec& now) {
+    DecodedTime decoded;
     const std::optional<TimeFields> fields = parseFields(text);
     if (!fields) {
-        return {};
+        decoded.fault = *text == '+' ? TimeFault::delay : TimeFault::none;
+        return decoded;
     }
-    const int32_t milliseconds = parseMilliseconds(fields->rest);
+    const std::optional<int32_t> milliseconds = parseMilliseconds(fields->rest);
+    if (!milliseconds) {
+        decoded.fault = TimeFault::milliseconds;
+    }
     const std::optional<ScheduledTime> start = targetTime(*fields, now);
     const std::optional<ScheduledTime> target =
-        start ? addMilliseconds(*start, milliseconds) : std::nullopt;
+        start ? addMilliseconds(*start, milliseconds.value_or(0)) : std::nullopt;
     const ScheduledTime present = {now.tv_sec, static_cast<int32_t>(now.tv_nsec)};
-    return target && compareTimes(*target, present) > 0 ? *target : ScheduledTime();
+    if (target && compareTimes(*target, present) > 0) {
+        decoded.time = *target;
+    }
+    return decoded;
 }
 
 timespec currentTime() {

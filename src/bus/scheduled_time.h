@@ -19,13 +19,21 @@ struct ScheduledTime {
 // nanoseconds, both signed.
 int compareTimes(const ScheduledTime& left, const ScheduledTime& right);
 
+// What is wrong with a due time: its delay (the time is not scheduled), or its milliseconds (which
+// count as 0).
+enum class TimeFault { none, delay, milliseconds };
+
+struct DecodedTime {
+    ScheduledTime time;
+    TimeFault fault = TimeFault::none;  // for the caller to log
+};
+
 // Reads a due time as senders write it, each form with or without "." and milliseconds at its end:
 //   2026-11-15T11:30:00   that local time
 //   11:30:00              that time of day, today, never tomorrow
 //   +00:00:05             that long after `now`
 // Returns "not scheduled" for any other text and for a time that is not later than `now`.
-// Faults in a relative time and in milliseconds are logged.
-ScheduledTime decodeScheduledTime(const char* text, const timespec& now);
+DecodedTime decodeScheduledTime(const char* text, const timespec& now);
 
 // The real time of the machine.
 timespec currentTime();

@@ -1,13 +1,10 @@
 #include "bus/tarn_internal_header.h"
 
-#include <syslog.h>
-
 #include <array>
 #include <cstdio>
 #include <cstring>
 
 #include "util/json.h"
-#include "util/line_limit.h"
 #include "util/numbers.h"
 #include "util/parse_integer.h"
 
@@ -39,15 +36,17 @@ void decodeEnd(const cJSON* item, int32_t& number, std::string& qualifier) {
     qualifier = at + 1;
 }
 
-lumo::ScheduledTime decodeTime(const cJSON* item, const timespec& now) {
+void decodeTime(const cJSON* item, const timespec& now, lumo::DecodedHeader& decoded) {
     const char* const text = util::jsonText(item);
-    const lumo::ScheduledTime time =
-        text ? lumo::decodeScheduledTime(text, now) : lumo::ScheduledTime();
-    if (time.isScheduled()) {
-        util::logLimited("Message Scheduled", LOG_INFO, "Message Scheduled at %s\n",
-                         lumo::formatScheduledTime(time).c_str());
+    if (!text) {
+        return;
     }
-    return time;
+    const lumo::DecodedTime time = lumo::decodeScheduledTime(text, now);
+    decoded.header.scheduled = time.time;
+    decoded.timeFault = time.fault;
+    if (time.fault != lumo::TimeFault::none) {
+        decoded.timeText = text;
+    }
 }
 
 }  // namespace
@@ -74,7 +73,7 @@ std::string TarnInternalHeader::encode() const {
     return line.data();
 }
 
-std::optional<TarnInternalHeader> lumo::decodeHeader(const char* line, const timespec& now) {
+std::optional<lumo::DecodedHeader> lumo::decodeHeader(const char* line, const timespec& now) {
     const std::size_t length = std::strlen(line);
     if (length > kMaxLineBytes) {
         return std::nullopt;
@@ -85,7 +84,8 @@ std::optional<TarnInternalHeader> lumo::decodeHeader(const char* line, const tim
     }
     const char* const word = util::jsonText(cJSON_GetArrayItem(items.get(), kType));
     const char* const objectName = util::jsonText(cJSON_GetArrayItem(items.get(), kObjectName));
-    TarnInternalHeader header;
+    DecodedHeader decoded;
+    TarnInternalHeader& header = decoded.header;
     header.type = word ? typeFromWord(word) : MessageType::none;
     if (header.type == MessageType::none || !objectName) {
         return std::nullopt;
@@ -94,6 +94,6 @@ std::optional<TarnInternalHeader> lumo::decodeHeader(const char* line, const tim
     decodeEnd(cJSON_GetArrayItem(items.get(), kSource), header.source, header.sourceQualifier);
     decodeEnd(cJSON_GetArrayItem(items.get(), kDestination), header.destination,
               header.destinationQualifier);
-    header.scheduled = decodeTime(cJSON_GetArrayItem(items.get(), kScheduledTime), now);
-    return header;
+    decodeTime(cJSON_GetArrayItem(items.get(), kScheduledTime), now, decoded);
+    return decoded;
 }

@@ -40,9 +40,15 @@ struct TarnInternalHeader {
 
 namespace lumo {
 
-// Reads a header line. `now` decides whether its scheduled time is still to come; a message that is
-// scheduled is logged. Nothing unless the line is an array of at least four items that begins with
-// a known type word and an object name. A source or destination in an unknown form reads as 0.
-std::optional<TarnInternalHeader> decodeHeader(const char* line, const timespec& now);
+struct DecodedHeader {
+    TarnInternalHeader header;
+    TimeFault timeFault = TimeFault::none;  // for the caller to log
+    std::string timeText;                   // the scheduled time that has the fault
+};
+
+// Reads a header line. `now` decides whether its scheduled time is still to come. Nothing unless
+// the line is an array of at least four items that begins with a known type word and an object
+// name. A source or destination in an unknown form reads as 0.
+std::optional<DecodedHeader> decodeHeader(const char* line, const timespec& now);
 
 }  // namespace lumo

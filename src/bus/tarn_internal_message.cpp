@@ -39,6 +39,30 @@ bool hasUsableId(const cJSON* data) {
     return id == nullptr || strnlen(id, kMaxIdBytes + 1) <= kMaxIdBytes;
 }
 
+void logTime(const lumo::DecodedHeader& decoded) {
+    if (decoded.timeFault == lumo::TimeFault::delay) {
+        util::logLimited("Error parsing message time", LOG_WARNING,
+                         "Error parsing message time: %s\n",
+                         util::shownPayload(decoded.timeText).c_str());
+    }
+    if (decoded.timeFault == lumo::TimeFault::milliseconds) {
+        util::logLimited("error decoding ms value", LOG_INFO, "error decoding ms value.\n");
+    }
+    if (decoded.header.scheduled.isScheduled()) {
+        util::logLimited("Message Scheduled", LOG_INFO, "Message Scheduled at %s\n",
+                         lumo::formatScheduledTime(decoded.header.scheduled).c_str());
+    }
+}
+
+// Null when the text does not parse, or has more than the receiver accepts.
+util::UniqueJSON parseData(std::string_view text) {
+    if (util::hasMoreItems(text, util::kMaxItems)) {
+        return nullptr;
+    }
+    util::UniqueJSON data = util::parseJSON(text.data(), text.size());
+    return data && hasUsableId(data.get()) ? std::move(data) : nullptr;
+}
+
 int32_t readInt32(const cJSON* item) {
     return cJSON_IsNumber(item) ? util::saturatedInt32(item->valuedouble) : 0;
 }
@@ -101,6 +125,7 @@ TarnInternalMessage::TarnInternalMessage(TarnInternalMessage&& other) {
 // NOLINTNEXTLINE(performance-noexcept-move-constructor)
 TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other) {
     header_ = other.header_;
+    logging_ = other.logging_;
     dataText_ = std::exchange(other.dataText_, nullptr);
     text_ = std::move(other.text_);
     rawBuffer_ = std::move(other.rawBuffer_);
@@ -113,6 +138,7 @@ TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other)
 std::optional<TarnInternalMessage> TarnInternalMessage::tryDecode(
     std::unique_ptr<std::vector<char>> payload) {
     TarnInternalMessage message;
+    message.logging_ = false;
     if (!payload) {
         return std::nullopt;
     }
@@ -156,11 +182,14 @@ TarnInternalMessage::DecodeFailure TarnInternalMessage::decode(char* payload) {
         return DecodeFailure::noHeader;
     }
     *lineEnd = '\0';
-    std::optional<TarnInternalHeader> header = lumo::decodeHeader(payload, lumo::currentTime());
-    if (!header) {
+    std::optional<lumo::DecodedHeader> decoded = lumo::decodeHeader(payload, lumo::currentTime());
+    if (!decoded) {
         return DecodeFailure::invalidHeader;
     }
-    header_ = std::move(*header);
+    if (logging_) {
+        logTime(*decoded);
+    }
+    header_ = std::move(decoded->header);
     dataText_ = lineEnd + 1;
     return DecodeFailure::none;
 }
@@ -185,7 +214,15 @@ std::size_t TarnInternalMessage::leastDataSize() const {
 const cJSON* TarnInternalMessage::data() const {
     static const util::UniqueJSON kNoData = util::jsonNull();
     if (!data_ && dataText_) {
-        data_ = parseDataText();
+        data_ = parseData(dataText_);
+    }
+    if (!data_ && dataText_) {
+        if (logging_) {
+            util::logLimited("TarnInternalMessage data decode error", LOG_INFO,
+                             "TarnInternalMessage data decode error:%s\n",
+                             util::shownPayload(dataText_).c_str());
+        }
+        data_ = util::jsonNull();
     }
     return data_ ? data_.get() : kNoData.get();
 }
@@ -196,21 +233,6 @@ util::UniqueJSON TarnInternalMessage::takeData() {
     return data_ ? std::move(data_) : util::jsonNull();
 }
 
-util::UniqueJSON TarnInternalMessage::parseDataText() const {
-    const std::string_view text = dataText_;
-    util::UniqueJSON data;
-    if (!util::hasMoreItems(text, util::kMaxItems)) {
-        data = util::parseJSON(text.data(), text.size());
-    }
-    if (!data || !hasUsableId(data.get())) {
-        util::logLimited("TarnInternalMessage data decode error", LOG_INFO,
-                         "TarnInternalMessage data decode error:%s\n",
-                         util::shownPayload(dataText_).c_str());
-        data = util::jsonNull();
-    }
-    return data;
-}
-
 const std::string& TarnInternalMessage::uniqueId() const {
     if (!uniqueId_.empty()) {
         return uniqueId_;
@@ -218,7 +240,7 @@ const std::string& TarnInternalMessage::uniqueId() const {
     const char* const id = util::jsonText(util::jsonMember(data(), "id"));
     if (id) {
         uniqueId_ = id;
-    } else {
+    } else if (logging_) {
         util::logLimited("UniqueID not found", LOG_DEBUG, "UniqueID not found.\n");
     }
     return uniqueId_;

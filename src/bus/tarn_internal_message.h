@@ -48,8 +48,8 @@ class TarnInternalMessage {
     // Decodes a payload without throwing: one that has no valid header line leaves type() none.
     explicit TarnInternalMessage(MallocText payload);
 
-    // The message in a received or recorded payload, with or without its NUL; logs nothing. Empty
-    // when there is no payload or it has no valid header line.
+    // The message in a received or recorded payload, with or without its NUL. Neither this nor the
+    // message logs anything. Empty when there is no payload or it has no valid header line.
     static std::optional<TarnInternalMessage> tryDecode(std::unique_ptr<std::vector<char>> payload);
     static std::optional<TarnInternalMessage> tryDecode(std::string_view payload);
 
@@ -104,8 +104,8 @@ class TarnInternalMessage {
 
     DecodeFailure decode(char* payload);
     bool decodeOrLog(char* payload);
-    util::UniqueJSON parseDataText() const;
 
+    bool logging_ = true;             // whether its faults are logged when they are found
     const char* dataText_ = nullptr;  // inside the payload
     MallocText text_;                 // the payload, one of these two
     std::unique_ptr<std::vector<char>> rawBuffer_;

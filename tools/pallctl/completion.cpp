@@ -7,7 +7,6 @@
 #include "client/client.h"
 #include "pallctl/network/network_plan.h"
 #include "pallctl/values/candidates.h"
-#include "util/log.h"
 
 namespace pallctl {
 
@@ -66,7 +65,6 @@ std::vector<cli::Completion> completeFromDevice(const cli::CompletionRequest& re
     if (kind == std::end(kKinds) && setting == kNetworkMembers.end()) {
         return {};
     }
-    util::replaceLogSink([](int, const std::string&) {});
     client::Client client(makeConnection(request), client::Subscription::answers);
     if (!readAll(client)) {
         return {};

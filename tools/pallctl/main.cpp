@@ -31,6 +31,8 @@ constexpr AddCommand kCommands[] = {
 int run(int argc, char** argv) {
     // A write to a reader that has gone fails, and does not end the process.
     std::signal(SIGPIPE, SIG_IGN);
+    // The ids of requests are made by the daemon's code, which logs how it reads the address of the
+    // network card.
     util::replaceLogSink([](int, const std::string&) {});
     cli::CommandLine line("pallctl", kAbout);
     line.program().requireCommand();

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -14,12 +15,13 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Line = CapturedLog::Line;
+using namespace std::string_literals;
 
 constexpr timespec kNow = {1'800'000'000, 0};  // 2027-01-15T08:00:00 UTC
 
 std::optional<TarnInternalHeader> decode(const std::string& line) {
-    return lumo::decodeHeader(line.c_str(), kNow);
+    const auto decoded = lumo::decodeHeader(line.c_str(), kNow);
+    return decoded ? std::optional(decoded->header) : std::nullopt;
 }
 
 TarnInternalHeader header(MessageType type, const std::string& objectName) {
@@ -172,15 +174,26 @@ TEST(HeaderDecoding, NumbersAreTruncatedAndSaturate) {
     EXPECT_EQ(withSource("-1e300").source, INT32_MIN);
 }
 
-TEST(HeaderDecoding, ATimeToComeIsKeptAndLogged) {
+TEST(HeaderDecoding, ATimeToComeIsKept) {
     const LocalZone utc(kUtc);
     CapturedLog log;
     const lumo::ScheduledTime time =
         decode("[\"SET\", \"system\", 1, 0, \"+00:00:05.250\"]").value().scheduled;
     EXPECT_EQ(time.seconds, kNow.tv_sec + 5);
     EXPECT_EQ(time.nanoseconds, 250'000'000);
-    EXPECT_THAT(log.lines(),
-                ElementsAre(Line{LOG_INFO, "Message Scheduled at 2027-01-15T08:00:05.250\n"}));
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST(HeaderDecoding, GivesTheFaultOfATimeAndItsText) {
+    const auto fault = [](const std::string& time) {
+        const auto line = R"(["SET", "system", 1, 0, ")" + time + R"("])";
+        const auto decoded = lumo::decodeHeader(line.c_str(), kNow).value();
+        return std::pair(decoded.timeFault, decoded.timeText);
+    };
+    EXPECT_EQ(fault("+x"), std::pair(lumo::TimeFault::delay, "+x"s));
+    EXPECT_EQ(fault("+00:00:05.x"), std::pair(lumo::TimeFault::milliseconds, "+00:00:05.x"s));
+    EXPECT_EQ(fault("+00:00:05"), std::pair(lumo::TimeFault::none, ""s));
+    EXPECT_EQ(fault("datehere"), std::pair(lumo::TimeFault::none, ""s));
 }
 
 TEST(HeaderDecoding, AnythingElseInPlaceOfATimeIsNotScheduled) {

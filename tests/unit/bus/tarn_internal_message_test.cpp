@@ -235,27 +235,6 @@ TEST(MessageData, OfANewMessageMayBeTaken) {
     EXPECT_EQ(util::renderJSON(util::jsonMember(message.takeData().get(), "param"), false), "1");
 }
 
-TEST(TryDecode, GivesTheMessageOfAPayloadWithOrWithoutItsNul) {
-    const auto expectMessage = [](const std::optional<TarnInternalMessage>& message) {
-        ASSERT_TRUE(message);
-        EXPECT_EQ(message->type(), MessageType::NOT);
-        EXPECT_EQ(message->objectName(), "system");
-        EXPECT_EQ(message->uniqueId(), "1@8");
-    };
-    const std::string payload = "[\"NOT\", \"system\", 8, 0, 0]\n{\"id\":\"1@8\"}";
-    expectMessage(TarnInternalMessage::tryDecode(payload));
-    expectMessage(TarnInternalMessage::tryDecode(payload + '\0'));
-}
-
-TEST(TryDecode, GivesNothingAndLogsNothingForOtherPayloads) {
-    CapturedLog log;
-    for (const std::string_view payload : {"", "noise", "[\"NOT\", \"system\"", "noise\n{}"}) {
-        EXPECT_FALSE(TarnInternalMessage::tryDecode(payload)) << payload;
-    }
-    EXPECT_FALSE(TarnInternalMessage::tryDecode(std::unique_ptr<std::vector<char>>()));
-    EXPECT_THAT(log.lines(), IsEmpty());
-}
-
 TEST(MessageEncoding, AppendsTheReceivedTextAsItIsUntilItIsParsed) {
     const TarnInternalMessage message = received(kLine + "{ \"a\" : 1 } trailing"s);
     EXPECT_EQ(message.encode(), kLine + "{ \"a\" : 1 } trailing"s);

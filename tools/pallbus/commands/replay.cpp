@@ -20,7 +20,6 @@
 #include "pallbus/replay/replayer.h"
 #include "recording/line_format.h"
 #include "recording/recording.h"
-#include "util/log.h"
 
 namespace pallbus {
 
@@ -103,7 +102,6 @@ void printReport(const replay::Report& report, size_t sent) {
 }
 
 int replayFile(uint16_t port, const Options& options) {
-    util::replaceLogSink([](int, const std::string&) {});
     const std::vector<replay::Step> steps = makePlan(options);
     replay::Comparison comparison(steps, parseIgnored(options));
     const size_t sent = runReplay(steps, comparison, port,

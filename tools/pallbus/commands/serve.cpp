@@ -21,7 +21,6 @@
 #include "pallbus/control_commands.h"
 #include "pallbus/faults/fault_script.h"
 #include "pallbus/recorder.h"
-#include "util/log.h"
 
 namespace pallbus {
 
@@ -54,11 +53,6 @@ uint64_t chooseSeed(const Options& options) {
     return options.seed != 0 ? options.seed : std::random_device{}();
 }
 
-// The server reports bad messages itself; they do not belong in the system log of the machine.
-void silenceLibraryLog() {
-    util::replaceLogSink([](int, const std::string&) {});
-}
-
 // One list of steps for each --fault, and one for the script.
 std::vector<Steps> parseFaults(const Options& options) {
     std::vector<Steps> lists;
@@ -87,7 +81,6 @@ void runBus(uint16_t port, const Options& options) {
             printError(line);
         }
     };
-    silenceLibraryLog();
     raiseDescriptorLimit();
 
     const uint64_t seed = chooseSeed(options);

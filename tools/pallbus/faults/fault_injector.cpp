@@ -39,8 +39,8 @@ std::optional<std::string> parseObjectName(std::string_view message) {
         return std::nullopt;
     }
     const std::string line(message.substr(begin, end - begin));
-    const auto header = lumo::decodeHeader(line.c_str(), timespec{});
-    return header ? std::optional(header->objectName) : std::nullopt;
+    const auto decoded = lumo::decodeHeader(line.c_str(), timespec{});
+    return decoded ? std::optional(decoded->header.objectName) : std::nullopt;
 }
 
 void FaultInjector::add(const FaultRule& rule, Clock::time_point now) {
