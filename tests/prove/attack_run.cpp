@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "attacks.h"
+#include "attack_verdict.h"
 #include "cli/standard_output.h"
 #include "harness/process.h"
 #include "side_by_side.h"

@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <list>
 
-#include "attacks.h"
+#include "attack_verdict.h"
 #include "harness/process.h"
 #include "harness/process_table.h"
 

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "attacks.h"
+#include "attack_verdict.h"
 #include "harness/bus_message.h"
 
 namespace prove {

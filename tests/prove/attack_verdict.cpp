@@ -1,4 +1,4 @@
-#include "attacks.h"
+#include "attack_verdict.h"
 
 #include <cstdio>
 
