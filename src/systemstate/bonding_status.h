@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "systemstate/block_file.h"
-#include "systemstate/ethernet_interface_status.h"
+#include "systemstate/ethernet_ports.h"
 
 namespace systemstate {
 

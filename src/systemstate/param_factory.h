@@ -7,7 +7,7 @@
 
 #include "model/tosk_param.h"
 #include "systemstate/controller_details.h"
-#include "systemstate/ethernet_interface_status.h"
+#include "systemstate/ethernet_ports.h"
 #include "systemstate/machine.h"
 #include "systemstate/network_settings.h"
 #include "systemstate/serial_port.h"

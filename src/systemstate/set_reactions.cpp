@@ -8,7 +8,7 @@
 
 #include "model/param_values.h"
 #include "systemstate/catalogue.h"
-#include "systemstate/ethernet_interface_status.h"
+#include "systemstate/ethernet_ports.h"
 #include "systemstate/machine.h"
 #include "systemstate/network_config.h"
 #include "systemstate/param_keys.h"

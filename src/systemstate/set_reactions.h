@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "systemstate/ethernet_interface_status.h"
+#include "systemstate/ethernet_ports.h"
 #include "systemstate/serial_port.h"
 
 class ToskParam;

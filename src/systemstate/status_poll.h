@@ -6,7 +6,7 @@
 
 #include "systemstate/adc_reader.h"
 #include "systemstate/block_file.h"
-#include "systemstate/ethernet_interface_status.h"
+#include "systemstate/ethernet_ports.h"
 
 namespace systemstate {
 

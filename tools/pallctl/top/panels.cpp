@@ -10,7 +10,7 @@
 
 #include "client/format_value.h"
 #include "pallctl/top/line_layout.h"
-#include "systemstate/ethernet_interface_status.h"
+#include "systemstate/ethernet_ports.h"
 #include "util/numbers.h"
 
 namespace pallctl::top {

@@ -1,4 +1,4 @@
-#include "systemstate/ethernet_interface_status.h"
+#include "systemstate/ethernet_ports.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "systemstate/ethernet_interface_status.h"
+#include "systemstate/ethernet_ports.h"
 
 #include "systemstate/machine.h"
 #include "systemstate/paths.h"
