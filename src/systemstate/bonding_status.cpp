@@ -40,4 +40,19 @@ PortStatus decodePortStatus(std::string_view miiStatus) {
     return miiStatus.starts_with("up") ? PortStatus::linkUp : PortStatus::other;
 }
 
+PortStatuses computeStatuses(const EthernetPorts& ports, PortStatuses statuses,
+                             const BondingStatus& bond) {
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        for (const BondSlave& slave : bond.slaves) {
+            if (slave.interface == ports[i].interfaceName) {
+                statuses[i] = decodePortStatus(slave.miiStatus);
+            }
+        }
+        if (ports[i].interfaceName == bond.activeSlave && statuses[i] == PortStatus::linkUp) {
+            statuses[i] = PortStatus::active;
+        }
+    }
+    return statuses;
+}
+
 }  // namespace systemstate

@@ -49,4 +49,9 @@ std::optional<BondingStatus> decodeBonding(const std::vector<Block>& blocks,
 // "down", such as the driver's "going back", is `other`.
 PortStatus decodePortStatus(std::string_view miiStatus);
 
+// The statuses of the ports by the bond, after `statuses`: a port that is not a slave of the bond
+// keeps its own, and the active slave's port is active while its link is up.
+PortStatuses computeStatuses(const EthernetPorts& ports, PortStatuses statuses,
+                             const BondingStatus& bond);
+
 }  // namespace systemstate

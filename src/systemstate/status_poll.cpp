@@ -57,22 +57,6 @@ void setStatuses(EthernetPorts& ports, const PortStatuses& statuses) {
     }
 }
 
-// The statuses that follow `statuses`; a port that is not a slave of the bond keeps its own.
-PortStatuses nextStatuses(const EthernetPorts& ports, PortStatuses statuses,
-                          const BondingStatus& bond) {
-    for (std::size_t i = 0; i < ports.size(); ++i) {
-        for (const BondSlave& slave : bond.slaves) {
-            if (slave.interface == ports[i].interfaceName) {
-                statuses[i] = decodePortStatus(slave.miiStatus);
-            }
-        }
-        if (ports[i].interfaceName == bond.activeSlave && statuses[i] == PortStatus::linkUp) {
-            statuses[i] = PortStatus::active;
-        }
-    }
-    return statuses;
-}
-
 BatteryWiring batteryWiring(const Product& product) {
     if (product.isTessaraFrame()) {
         return BatteryWiring::tessara;
@@ -132,7 +116,7 @@ void StatusPoll::refreshBond() {
 
 void StatusPoll::refreshPorts(const BondingStatus& bond) {
     const PortStatuses before = readStatuses(ports_);
-    const PortStatuses now = nextStatuses(ports_, before, bond);
+    const PortStatuses now = computeStatuses(ports_, before, bond);
     // All of them first: a listener to one change then sees the others as they are.
     setStatuses(ports_, now);
     try {

@@ -136,6 +136,44 @@ INSTANTIATE_TEST_SUITE_P(
                     MiiCase{"Empty", "", PortStatus::other}),
     [](const auto& row) { return row.param.name; });
 
+struct ActiveCase {
+    const char* name;
+    const char* activeSlave;
+    PortStatuses statuses;
+};
+
+BondSlave makeSlave(const char* interface, const char* miiStatus) {
+    BondSlave slave;
+    slave.interface = interface;
+    slave.miiStatus = miiStatus;
+    return slave;
+}
+
+class PortStatusesByBond : public testing::TestWithParam<ActiveCase> {};
+
+// The link of eth0 is up, the one of eth1 is down.
+TEST_P(PortStatusesByBond, ActiveSlave) {
+    BondingStatus bond;
+    bond.activeSlave = GetParam().activeSlave;
+    bond.slaves = {makeSlave("eth0", "up"), makeSlave("eth1", "down")};
+    EXPECT_EQ(computeStatuses(makeEthernetPorts(), {}, bond), GetParam().statuses);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, PortStatusesByBond,
+    testing::Values(ActiveCase{"Up", "eth0", {PortStatus::active, PortStatus::linkDown}},
+                    ActiveCase{"Down", "eth1", {PortStatus::linkUp, PortStatus::linkDown}},
+                    ActiveCase{"None", "", {PortStatus::linkUp, PortStatus::linkDown}}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(PortStatusesByABond, PortThatIsNotASlaveKeepsItsStatus) {
+    BondingStatus bond;
+    bond.activeSlave = "eth1";
+    bond.slaves[1] = makeSlave("eth1", "up");
+    EXPECT_EQ(computeStatuses(makeEthernetPorts(), {PortStatus::other, PortStatus::linkDown}, bond),
+              (PortStatuses{PortStatus::other, PortStatus::active}));
+}
+
 }  // namespace
 
 }  // namespace systemstate
