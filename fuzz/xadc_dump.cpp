@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "fuzz_target.h"
+#include "systemstate/adc_samples.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "systemstate/xadc_dump.h"
+#include "systemstate/adc_samples.h"
 
 namespace systemstate {
 

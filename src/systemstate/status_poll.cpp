@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "systemstate/adc_samples.h"
 #include "systemstate/bonding_status.h"
 #include "systemstate/frame_detection.h"
 #include "systemstate/machine.h"
@@ -15,7 +16,6 @@
 #include "systemstate/paths.h"
 #include "systemstate/product.h"
 #include "systemstate/service_control.h"
-#include "systemstate/xadc_dump.h"
 #include "util/log.h"
 #include "util/text.h"
 #include "util/trace.h"

@@ -8,10 +8,10 @@
 
 namespace systemstate {
 
-// The register dump of the Zynq's on-chip XADC and the arithmetic on its readings. The dump holds
-// one register in 8 bytes: an index, a separator, and from byte 3 on the value in hexadecimal
-// digits. Each register is 16 bits wide with the converter's 12-bit result in the upper bits
-// (Xilinx UG480). Pure functions, usable from any thread.
+// The register dump of the Zynq's on-chip XADC. The dump holds one register in 8 bytes: an index, a
+// separator, and from byte 3 on the value in hexadecimal digits. Each register is 16 bits wide with
+// the converter's 12-bit result in the upper bits (Xilinx UG480). Pure functions, usable from any
+// thread.
 
 inline constexpr std::size_t kXadcDumpSize = 264;
 inline constexpr std::size_t kXadcChannels = 16;
@@ -25,38 +25,12 @@ struct XadcReadings {
     std::int32_t supply = 0;
 };
 
-// The samples that are carried from poll to poll.
-struct AdcSamples {
-    std::array<std::int32_t, kXadcChannels> channels{};  // smoothed 12-bit results
-    std::int32_t temperature = 0;                        // die temperature, whole degrees Celsius
-    float supplyScale = 0.0F;                            // infinite when the supply reads 0
-};
-
 // Where the battery is measured depends on the card: on its own channel or on the dedicated
 // VP/VN input.
 enum class BatterySource { channel, dedicatedInput };
 
-// The filtering of a sample: `first` takes the readings as they are, `smoothed` gives the previous
-// sample three quarters of the weight. The battery is sampled too rarely to be smoothed.
-enum class Filtering { first, smoothed };
-
 // Reads every register that is used, its text converted as strtol(3) does with base 16. Nothing
 // when the dump is short or garbled, that is when a text in use has no digits.
 std::optional<XadcReadings> decodeXadcDump(const std::string& dump, BatterySource source);
-
-// The next samples after `previous`.
-AdcSamples filterReadings(const AdcSamples& previous, const XadcReadings& readings,
-                          Filtering filtering);
-
-// The wiring of the battery to the converter.
-enum class BatteryWiring { tessara, keli, other };
-
-// From a sample, as a fraction of full scale with 12 fractional bits, to the voltage of a supply
-// and of the battery in volts. A battery below 2 V counts as not fitted and has 0.0 V.
-double psuVolts(std::int32_t sample);
-double batteryVolts(std::int32_t sample, BatteryWiring wiring);
-
-// The die temperature in whole degrees Celsius, truncated toward zero twice (thousandths, degrees).
-std::int32_t dieTemperature(std::int32_t reading);
 
 }  // namespace systemstate
