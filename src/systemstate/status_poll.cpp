@@ -1,7 +1,10 @@
+// Each step of a tick reads one file, has it decoded, and publishes what differs from the last tick.
+// All port statuses are stored before the first is published, so that whoever follows one change
+// sees the others too.
+
 #include "systemstate/status_poll.h"
 
 #include <array>
-#include <chrono>
 #include <optional>
 #include <string>
 #include <utility>
@@ -18,14 +21,11 @@
 #include "systemstate/service_control.h"
 #include "util/log.h"
 #include "util/text.h"
-#include "util/trace.h"
 
 namespace systemstate {
 
 namespace {
 
-constexpr int kLastBatteryCycle = 150;
-constexpr std::chrono::milliseconds kBatterySettleTime{25};
 constexpr std::size_t kMaxShownBytes = 64;
 constexpr std::size_t kPsu1Channel = 0;
 constexpr std::size_t kPsu2Channel = 8;
@@ -57,18 +57,6 @@ void setStatuses(EthernetPorts& ports, const PortStatuses& statuses) {
     }
 }
 
-BatteryWiring batteryWiring(const Product& product) {
-    if (product.isTessaraFrame()) {
-        return BatteryWiring::tessara;
-    }
-    return product.isKeli() ? BatteryWiring::keli : BatteryWiring::other;
-}
-
-BatterySource batterySource(const Product& product) {
-    return batteryWiring(product) == BatteryWiring::other ? BatterySource::channel
-                                                          : BatterySource::dedicatedInput;
-}
-
 }  // namespace
 
 StatusPoll::StatusPoll(const Parts& parts)
@@ -78,7 +66,8 @@ StatusPoll::StatusPoll(const Parts& parts)
       parameters_(parts.parameters),
       services_(parts.services),
       network_(parts.network),
-      adc_(parts.machine) {}
+      adc_(parts.machine),
+      battery_(parts.machine, parts.product, parts.parameters) {}
 
 void StatusPoll::tick() {
     followAmbrixShutOff();
@@ -166,36 +155,9 @@ void StatusPoll::refreshFrameType() {
 }
 
 void StatusPoll::refreshVoltages() {
-    const bool sampleBattery = batteryCycle_ == 0;
-    if (sampleBattery) {
-        util::logMessage(LOG_INFO, "Battery Sample = ON\n");
-        switchBatteryLoad(kBatteryLoadOn);
-        machine_.pause(kBatterySettleTime);
-    }
-    adc_.read(batterySource(product_));
-    if (sampleBattery) {
-        switchBatteryLoad(kBatteryLoadOff);
-        util::logMessage(LOG_INFO, "Battery Sample = OFF\n");
-        publishBattery();
-    }
+    battery_.read(adc_);
     publishSupplies();
-    batteryCycle_ = batteryCycle_ == kLastBatteryCycle ? 0 : batteryCycle_ + 1;
-}
-
-void StatusPoll::switchBatteryLoad(const char* command) {
-    const int result = machine_.run(command, TimeLimit::fiveSeconds);
-    if (result < 0) {
-        util::trace("system returned %d\n", result);
-    }
-}
-
-void StatusPoll::publishBattery() {
-    const std::int32_t sample = adc_.samples().channels[kBatteryChannel];
-    util::logMessage(LOG_INFO, "sec[%d]  ADC CHAN %d=%d\n", batteryCycle_,
-                     static_cast<int>(kBatteryChannel), sample);
-    const double volts = batteryVolts(sample, batteryWiring(product_));
-    parameters_.publishFloat(kBattVoltageKey, volts);
-    util::trace("BATT %f\n", volts);
+    battery_.advance();
 }
 
 void StatusPoll::publishSupplies() {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "systemstate/adc_reader.h"
+#include "systemstate/battery_sampling.h"
 #include "systemstate/block_file.h"
 #include "systemstate/ethernet_ports.h"
 
@@ -49,8 +50,6 @@ class StatusPoll {
     void publishPort(std::size_t position, PortStatus before, PortStatus now);
     void refreshFrameType();
     void refreshVoltages();
-    void switchBatteryLoad(const char* command);
-    void publishBattery();
     void publishSupplies();
 
     Machine& machine_;
@@ -60,8 +59,8 @@ class StatusPoll {
     ServiceControl& services_;
     NetworkConfig& network_;
     std::int64_t ticks_ = 0;
-    int batteryCycle_ = 0;  // 0 to 150; the battery is sampled at 0
     AdcReader adc_;
+    BatterySampling battery_;
     bool frameTypeKnown_ = false;
     std::vector<UnreadInteger> unreadOfBond_;
     std::vector<UnreadInteger> unreadOfFrame_;
