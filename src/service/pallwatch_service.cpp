@@ -27,10 +27,6 @@ constexpr int32_t kBusPort = 15000;
 constexpr const char* kModuleName = "Pallwatch";
 constexpr int32_t kConnectionId = 8;
 constexpr const char* kSystemObject = "system";
-// A large SET is interrupted at least this often, for signals, timers and writes.
-constexpr std::chrono::milliseconds kTurn{200};
-// And before its answers come near what a connection may keep waiting.
-constexpr std::size_t kMaxGatheredBytes = std::size_t{1} << 20;
 
 }  // namespace
 
@@ -43,7 +39,6 @@ PallwatchService::PallwatchService(SystemState* systemState, systemstate::Machin
       manager_(std::move(manager)),
       send_([this](TarnInternalMessage message) { send(std::move(message)); }),
       saver_(io_, *systemState),
-      nextTurn_(io_, [this] { goOnWithSet(); }),
       controllers_(*systemState, machine, prefix_, send_),
       systemObject_(*systemState, prefix_, controllers_, saver_, send_) {}
 
@@ -95,6 +90,7 @@ void PallwatchService::runLoop() {
 void PallwatchService::createClient() {
     client_ = std::make_unique<lumo::AsyncTarnInternalClient>(io_, kBusHost, kBusPort, kModuleName,
                                                               kConnectionId);
+    setTurns_.emplace(io_, systemObject_, *client_);
     client_->setOnMessage(
         [this](TarnInternalMessage message) { handleMessage(std::move(message)); });
     // A change is announced before the command that carries it out, however long that takes.
@@ -191,42 +187,11 @@ void PallwatchService::handleMessage(TarnInternalMessage message) {
             systemObject_.handleGet(message);
             break;
         case MessageType::SET:
-            handleSet(std::move(message));
+            setTurns_->begin(std::move(message));
             break;
         default:
             break;
     }
-}
-
-void PallwatchService::handleSet(TarnInternalMessage message) {
-    systemObject_.beginSet(std::move(message));
-    workOnSet();
-}
-
-// Later messages from the bus wait for the end of the SET; the loop does not.
-void PallwatchService::workOnSet() {
-    const auto batch = client_->gather();
-    const auto start = std::chrono::steady_clock::now();
-    if (systemObject_.workOnSet([this, start] { return isTurnOver(start); })) {
-        client_->resume();
-        return;
-    }
-    client_->pause();
-    nextTurn_.arm(std::chrono::nanoseconds(0));
-}
-
-void PallwatchService::goOnWithSet() {
-    try {
-        workOnSet();
-    } catch (const std::bad_alloc&) {
-        util::logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
-        client_->resume();
-    }
-}
-
-bool PallwatchService::isTurnOver(std::chrono::steady_clock::time_point start) const {
-    return std::chrono::steady_clock::now() - start >= kTurn ||
-           client_->gathered() > kMaxGatheredBytes;
 }
 
 }  // namespace pallwatch

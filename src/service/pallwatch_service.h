@@ -4,6 +4,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -12,9 +13,9 @@
 #include "bus/async_tarn_internal_client.h"
 #include "bus/async_task_service.h"
 #include "bus/signal_set.h"
-#include "bus/timer.h"
 #include "service/redundant_controllers.h"
 #include "service/service_manager.h"
+#include "service/set_turns.h"
 #include "service/state_saver.h"
 #include "service/system_object.h"
 
@@ -67,10 +68,6 @@ class PallwatchService {
     void handleSignal(const std::error_code& error, int number);
     void pollOnce();
     void reportProgress();
-    void handleSet(TarnInternalMessage message);
-    void workOnSet();
-    void goOnWithSet();
-    bool isTurnOver(std::chrono::steady_clock::time_point start) const;
     void send(TarnInternalMessage message);
     bool isForUs(const TarnInternalMessage& message) const;
 
@@ -88,9 +85,9 @@ class PallwatchService {
     std::function<void(lumo::ConnectionState)> onConnectionState_;
     SendMessage send_;
     StateSaver saver_;
-    lumo::Timer nextTurn_;  // of the SET under way; after what else waits for the loop
     RedundantControllers controllers_;
     SystemObject systemObject_;
+    std::optional<SetTurns> setTurns_;  // there is a client as well
 };
 
 }  // namespace pallwatch
