@@ -19,11 +19,7 @@ set_property(CACHE PALLWATCH_SANITIZE PROPERTY STRINGS "" "address,undefined" "t
 
 # The presets turn this on. A plain build uses the warning options of its user, because other compilers may warn of
 # more than the compiler of the developers.
-set(warnings OFF)
-if(DEFINED CACHE{cJSON_DIR})
-  set(warnings ON)  # configured before this option existed, with a preset
-endif()
-option(PALLWATCH_WARNINGS "Compile with the warnings of the project, and treat them as errors" ${warnings})
+option(PALLWATCH_WARNINGS "Compile with the warnings of the project, and treat them as errors" OFF)
 if(PALLWATCH_WARNINGS)
   # Without -Wpedantic: it rejects %m, with which our log texts end as syslog(3) defines it.
   add_compile_options(-Wall -Wextra -Wvla -Wshadow -Wconversion -Wsign-conversion
