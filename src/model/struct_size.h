@@ -12,13 +12,13 @@ namespace model {
 
 // The size of a struct, now or after a set: without limits, a sender could make it grow for ever.
 struct StructSize {
-    static constexpr std::size_t kMostMembers = 64;
-    static constexpr std::size_t kMostTexts = std::size_t{1} * 1024 * 1024;
+    static constexpr std::size_t kMaxMembers = 64;
+    static constexpr std::size_t kMaxTextBytes = std::size_t{1} * 1024 * 1024;
 
     std::size_t members = 0;  // those of structs inside it counted
     std::size_t texts = 0;    // bytes of names, widgets, values and choices
 
-    bool tooLarge() const { return members > kMostMembers || texts > kMostTexts; }
+    bool tooLarge() const { return members > kMaxMembers || texts > kMaxTextBytes; }
     StructSize& operator+=(const StructSize& other);
     // By how much this is more than the other, each of the two by itself.
     StructSize over(const StructSize& other) const;

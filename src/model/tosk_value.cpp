@@ -131,7 +131,7 @@ void ToskFloatValue::set(double value) {
 
 int ToskStringValue::fromJSON(const cJSON* item) {
     const char* text = util::jsonText(item);
-    if (!text || strnlen(text, kLongest + 1) > kLongest) {
+    if (!text || strnlen(text, kMaxBytes + 1) > kMaxBytes) {
         return -1;
     }
     if (text_ != text) {

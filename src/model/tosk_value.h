@@ -100,7 +100,7 @@ class ToskFloatValue : public ToskValue {
 // A text. Refuses items other than JSON strings, and texts of more than 1 MiB.
 class ToskStringValue : public ToskValue {
   public:
-    static constexpr std::size_t kLongest = std::size_t{1} * 1024 * 1024;
+    static constexpr std::size_t kMaxBytes = std::size_t{1} * 1024 * 1024;
 
     explicit ToskStringValue(std::string text = {})
         : ToskValue(model::kTypeString), text_(std::move(text)) {}

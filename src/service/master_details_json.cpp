@@ -12,7 +12,7 @@ namespace {
 // An item that is not a text, or is too long for a parameter, is ignored.
 void readText(const cJSON* item, std::string& text) {
     const char* const found = util::jsonText(item);
-    if (found && strnlen(found, ToskStringValue::kLongest + 1) <= ToskStringValue::kLongest) {
+    if (found && strnlen(found, ToskStringValue::kMaxBytes + 1) <= ToskStringValue::kMaxBytes) {
         text = found;
     }
 }
