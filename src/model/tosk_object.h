@@ -16,7 +16,10 @@ class ToskObject : public AbstractJSONBackedData {
     virtual bool isEmpty() const { return children_.empty(); }
 
     // Appends `child`, which must outlive its place in the list, and becomes its parent.
-    void addChild(ToskObject* child);
+    void addChild(ToskObject* child) {
+        child->parent_ = this;
+        listChild(child);
+    }
     const std::vector<ToskObject*>& children() const { return children_; }
     ToskObject* parent() const { return parent_; }
 
