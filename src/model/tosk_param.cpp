@@ -1,3 +1,7 @@
+// A parameter is read from JSON field by field; what is missing keeps its default. Its value exists
+// from the first set on and has the kind of the type at that moment. A set tells the listener, a
+// stored reading does not.
+
 #include "model/tosk_param.h"
 
 #include <syslog.h>

@@ -1,3 +1,6 @@
+// A value takes another in two ways: from JSON, where any difference counts as a change, and from a
+// value of the same kind, where a float also reports only what its precision shows.
+
 #include "model/tosk_value.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// The main thread runs the loop: bus, signals and timers. The poll has a thread of its own, which
+// ends before anything that it uses. Each tick also flushes the log, and tells the service manager
+// that the loop has moved since the last tick.
+
 #include "service/pallwatch_service.h"
 
 #include <signal.h>

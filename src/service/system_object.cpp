@@ -1,3 +1,7 @@
+// A GET is answered name by name; the descriptors it asks for share one response. A SET is carried
+// out member by member and can stop after each of them: the request stays in set_ until its last
+// member. What it changed is saved once a turn, and before each command.
+
 #include "service/system_object.h"
 
 #include <syslog.h>

@@ -1,3 +1,7 @@
+// The new text goes to a file of a temporary name beside the target and is synced; the old file
+// becomes the copy or is dropped, the new one takes its name, and the directory is synced. Symbolic
+// links are followed first, so that a link stays one and its target is replaced.
+
 #include "util/file_replacement.h"
 
 #include <fcntl.h>

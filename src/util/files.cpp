@@ -1,3 +1,6 @@
+// A file is opened without blocking, so that a pipe or a device in its place holds nobody up, and
+// only a regular file is read, to its end or to the limit. The outcome says where that stopped.
+
 #include "util/files.h"
 
 #include <fcntl.h>

@@ -1,3 +1,10 @@
+// Lines go to the log's socket without waiting, or with up to 100 ms of waiting in each second, and
+// are kept in order, up to 64 KiB, while the log is behind. A line that finds no room is counted,
+// and a line with the count takes its place in the order.
+//
+// A send that fails is tried once more on a new connection: the log may have been restarted, with
+// a datagram or a stream socket.
+
 #include "util/system_log.h"
 
 #include <poll.h>
