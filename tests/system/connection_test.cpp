@@ -1,11 +1,20 @@
 // The connection to the bus: how it begins, how it comes back, and what does not survive it.
 
+#include <linux/seccomp.h>
+#include <netinet/tcp.h>
 #include <signal.h>
+#include <sys/syscall.h>
 
+#include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <cstdlib>
 #include <fstream>
+#include <stdexcept>
+#include <thread>
 
 #include "bus/full_listener.h"
+#include "harness/system_call_filter.h"
 #include "on_bus.h"
 #include "pallframe/simulation/devices.h"
 
@@ -62,6 +71,37 @@ TEST_F(Connection, IsNeverMadeToItself) {
     daemon->error().waitFor(repeated(kRefused, 2));
     bus.listen();
     EXPECT_THAT(greeted(), testing::SizeIs(4));
+}
+
+// From here on this thread and the programs that it starts cannot write TCP_NODELAY.
+void forbidNoDelay() {
+    constexpr unsigned kLevel = offsetof(seccomp_data, args) + sizeof(uint64_t);
+    constexpr unsigned kOption = kLevel + sizeof(uint64_t);
+    sock_filter steps[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_setsockopt, 0, 5),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kLevel),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, IPPROTO_TCP, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kOption),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, TCP_NODELAY, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOPROTOOPT),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    filterSystemCalls(steps);
+}
+
+// Where the option cannot be written nothing has left yet.
+TEST_F(Connection, HasItsOptionBeforeTheLoginLeaves) {
+    std::thread([this] {
+        forbidNoDelay();
+        daemon.emplace();
+    }).join();
+    bus.accept();
+    EXPECT_THAT([this] { bus.receivePayload(); },
+                testing::ThrowsMessage<std::runtime_error>(
+                    testing::StartsWith("the daemon left the bus; the last bytes: ''")));
+    EXPECT_EQ(daemon->waitForEnd(), EXIT_FAILURE);
+    EXPECT_THAT(daemon->error().waitForEnd(), testing::HasSubstr("set_option"));
 }
 
 TEST_F(Connection, BeginsWithLoginSubscriptionsQuestionAndName) {

@@ -164,6 +164,21 @@ TEST_F(Frames, WithUnusableHeadersAreToldOfAndDropped) {
     EXPECT_EQ(errorsUntilTheEnd(), "");
 }
 
+// The line feed is not counted.
+TEST_F(Frames, WithAHeaderLineOfMoreThan64KibibytesAreReportedAndDropped) {
+    const auto makeHeader = [](size_t size) {
+        const std::string start = R"(["SET", "system", 5, 0, 0, ")";
+        return start + std::string(size - start.size() - 2, 'x') + "\"]";
+    };
+    const std::string data = "\n" + std::string(R"({"id":"1@5","param":{"systemName":"Studio"}})");
+    bus.sendRaw(busFrame(makeHeader(64 * 1024) + data));
+    expectHandled();
+    const std::string tooLong = makeHeader(64 * 1024 + 1);
+    bus.sendRaw(busFrame(tooLong + data) + kRequest);
+    expectHandled();
+    log.waitFor("TarnInternalMessage header decode error:" + shown(tooLong) + "\n");
+}
+
 // Nothing that a GET or a SET could work on.
 TEST_F(Frames, WithOddDataArePassedOver) {
     for (const std::string& data :

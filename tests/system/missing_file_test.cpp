@@ -1,5 +1,7 @@
 // Files and programs that are missing or unusable: what stays as it was, and what is said.
 
+#include <cstring>
+
 #include "on_product.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/frame_paths.h"
@@ -14,6 +16,7 @@ namespace paths = pallframe::simulation::paths;
 namespace {
 
 constexpr const char* kConverterMissing = "open xadc: No such file or directory\n";
+constexpr std::size_t kFirstSupplyAt = 131;
 constexpr const char* kConverterShort = "xadc read too small\n";
 
 class Missing : public OnProduct {
@@ -108,7 +111,6 @@ TEST_F(MissingConverter, ThatIsGarbledIsToldOfOnceInTheLog) {
 
 // A register's text is read as strtol(3) does in base 16.
 TEST_F(Missing, DigitsInARegisterLeaveTheVoltagesAsTheyAreUntilThereAreSome) {
-    constexpr std::size_t kFirstSupplyAt = 131;
     std::string dump = frame.read(paths::kRegisters);
     startAndSettle();
     EXPECT_EQ(waitForAnnouncement("psu1Voltage"), "11.9994873046875");
@@ -120,6 +122,31 @@ TEST_F(Missing, DigitsInARegisterLeaveTheVoltagesAsTheyAreUntilThereAreSome) {
     // (3 x 1689 + 1) / 4 = 1267
     EXPECT_DOUBLE_EQ(std::stod(waitForAnnouncement("psu1Voltage")), 1267 * 29.1 / 4096);
 }
+
+struct RegisterCase {
+    const char* name;
+    const char* text;  // from the first digit of a supply on
+    int sample;
+};
+
+class RegisterText : public Missing, public testing::WithParamInterface<RegisterCase> {};
+
+// The first sample is the reading as it is, and the same reading leaves it so.
+TEST_P(RegisterText, IsConvertedWithinItsFiveCharacters) {
+    const auto& [name, text, sample] = GetParam();
+    std::string dump = frame.read(paths::kRegisters);
+    hide(paths::kRegisters);
+    frame.write(paths::kRegisters, dump.replace(kFirstSupplyAt, std::strlen(text), text));
+    startAndSettle();
+    EXPECT_DOUBLE_EQ(std::stod(waitForAnnouncement("psu1Voltage")), sample * 29.1 / 4096);
+}
+
+// The lowest four bits are cut off: -0x1a0f is -6671, and -6671 / 16 rounded down is -417.
+INSTANTIATE_TEST_SUITE_P(All, RegisterText,
+                         testing::Values(RegisterCase{"Sign", "-1a0f", -417},
+                                         RegisterCase{"Blanks", "  fff", 0xff},
+                                         RegisterCase{"DigitsOfTheNextRegister", "800012", 0x8000}),
+                         [](const auto& one) { return std::string(one.param.name); });
 
 TEST_F(Missing, DevmemLeavesTheBatteryWithoutItsLoad) {
     frame.remove("/sbin/devmem");

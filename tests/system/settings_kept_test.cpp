@@ -55,6 +55,17 @@ class SettingsKept : public OnBus {
     }
 };
 
+// A request for descriptors through the tunnel renames the parameters, and a save keeps the names.
+TEST_F(SettingsKept, UnderATunnelledNameGetTheirOwnNameAtTheStart) {
+    start({"-p", "frameB"});
+    bus.get("frameB.system", R"({"id":"2@5","paramDescriptor":{"objectName":["systemName"]}})");
+    setName("Studio");
+    EXPECT_THAT(frame.read(kState), HasSubstr("frameB.system"));
+    EXPECT_EQ(nameAfterRestart(), "\"Studio\"");
+    setName("Stage");
+    EXPECT_THAT(frame.read(kState), Not(HasSubstr("frameB.system")));
+}
+
 TEST_F(SettingsKept, WithATornNewFileAndNoDescriptor) {
     start();
     setName("Studio");

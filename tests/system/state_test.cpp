@@ -1,11 +1,9 @@
 // The settings that survive a restart, and the file that keeps them.
 
 #include <fcntl.h>
-#include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <signal.h>
 #include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <syslog.h>
 
@@ -14,6 +12,7 @@
 #include <thread>
 
 #include "harness/file_version.h"
+#include "harness/system_call_filter.h"
 #include "on_bus.h"
 
 using namespace harness;
@@ -328,9 +327,7 @@ void forbidDirectories() {
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EIO),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     };
-    const sock_fprog filter{static_cast<unsigned short>(std::size(steps)), steps};
-    pallframe::simulation::check(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), "no new privileges");
-    pallframe::simulation::check(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), "seccomp");
+    filterSystemCalls(steps);
 }
 
 // Without its directory synced a save is not over: the new file is in place, and the old one stays.
