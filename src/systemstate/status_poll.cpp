@@ -1,6 +1,6 @@
-// Each step of a tick reads one file, has it decoded, and publishes what differs from the last tick.
-// All port statuses are stored before the first is published, so that whoever follows one change
-// sees the others too.
+// Each step of a tick reads one file, has it decoded, and publishes what differs from the last
+// tick. All port statuses are stored before the first is published, so that whoever follows one
+// change sees the others too.
 
 #include "systemstate/status_poll.h"
 
