@@ -25,16 +25,7 @@ using testing::internal::GetCapturedStdout;
 constexpr const char* kLoadOn = "/sbin/devmem 0x8aa00014 32 0x01";
 constexpr const char* kLoadOff = "/sbin/devmem 0x8aa00014 32 0x00";
 
-class BatterySamplingTest : public PollFixture {
-  protected:
-    // A device that has had its first poll; the next one samples the battery.
-    void startBeforeSample(const std::string& product) {
-        root_.write(kNetworkFile, "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
-        start(product);
-        poll();
-        takeDiary();
-    }
-};
+class BatterySamplingTest : public PollFixture {};
 
 struct BatteryCase {
     const char* name;

@@ -2,12 +2,20 @@
 
 #include <utility>
 
+#include "systemstate/paths.h"
 #include "util/log.h"
 
 namespace systemstate {
 
 PollFixture::~PollFixture() {
     util::replaceLogSink({});
+}
+
+void PollFixture::startBeforeSample(const std::string& product) {
+    root_.write(kNetworkFile, "IPADDR=10.0.0.5\nNETMASK=255.255.255.0\nGATEWAY=10.0.0.1\n");
+    start(product);
+    poll();
+    takeDiary();
 }
 
 void PollFixture::startWithoutCatalogue(const std::string& product) {

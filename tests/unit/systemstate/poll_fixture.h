@@ -21,7 +21,10 @@ class PollFixture : public testing::Test {
 
     // Builds the device of a card of this product; the diary begins after it.
     void start(const std::string& product);
-    // The same with no more parameters than those of the frame's identity.
+    // The same with settings in network.conf and its first poll behind it: the next one samples the
+    // battery.
+    void startBeforeSample(const std::string& product);
+    // As start(), with no more parameters than those of the frame's identity.
     void startWithoutCatalogue(const std::string& product);
 
     void poll(int times = 1);
