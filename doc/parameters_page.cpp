@@ -1,5 +1,7 @@
 // Prints doc/parameters.md from the daemon's own catalogue.
 
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <span>
@@ -7,6 +9,7 @@
 
 #include "model/tosk_type_names.h"
 #include "systemstate/catalogue.h"
+#include "systemstate/limits.h"
 #include "systemstate/serial_port.h"
 
 namespace {
@@ -67,6 +70,40 @@ void printGroup(const char* title, std::span<const CatalogueRow> rows) {
     }
 }
 
+std::string formatLimit(double limit) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%g", limit);
+    return text.data();
+}
+
+// No range has an upper end only.
+std::string formatRange(const systemstate::Range& range) {
+    const bool hasLow = std::isfinite(range.low);
+    const bool hasHigh = std::isfinite(range.high);
+    if (!hasLow || !hasHigh) {
+        return hasLow ? formatLimit(range.low) + " or more" : "any";
+    }
+    return formatLimit(range.low) + " to " + formatLimit(range.high);
+}
+
+void printLimits() {
+    std::puts(
+        "\n## Limits\n\n"
+        "The daemon publishes no limits. The tools judge its readings by these: a value outside "
+        "the "
+        "usual range\n"
+        "deserves a warning, a value outside the tolerated range is critical (`pallctl describe`, "
+        "`pallctl check`).\n\n"
+        "| parameter | unit | usual | tolerated | from |\n|---|---|---|---|---|");
+    for (const CatalogueRow& row : systemstate::catalogue()) {
+        if (const systemstate::Limits* const limits = systemstate::findLimits(row)) {
+            std::printf("| `%s` | %s | %s | %s | %s |\n", row.key, limits->unit,
+                        formatRange(limits->usual).c_str(), formatRange(limits->tolerated).c_str(),
+                        limits->source);
+        }
+    }
+}
+
 }  // namespace
 
 int main() {
@@ -91,7 +128,9 @@ int main() {
         "anything else that the driver says. Supplies are smoothed: each second a quarter of the "
         "way to "
         "what was read.\n"
-        "The battery is not; below 2 V it is 0.\n"
+        "The battery is not; below 2 V it is 0.");
+    printLimits();
+    std::puts(
         "\n## Serial ports\n\n"
         "Structs with the texts `name`, `dev` and `connectionPoint`; a set of `_d_connectionPoint` "
         "is kept as\n"

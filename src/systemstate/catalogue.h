@@ -35,6 +35,9 @@ enum class Group {
     card
 };
 
+// What a reading measures, where its limits are known: limits.h has them.
+enum class Quantity : uint8_t { none, supplyVoltage, batteryVoltage, portStatus };
+
 // The choices of a command: once carried out it is 0 again.
 inline constexpr const char* kCommandTexts[] = {"Cancel", "Apply"};
 
@@ -67,6 +70,7 @@ struct CatalogueRow {
     Storage storage = Storage::live;
     Builder builder = Builder::mainCatalogue;
     bool leadsGroup = false;                 // shown before the others of its group
+    Quantity quantity = Quantity::none;      // none: without limits
     int32_t precision = -1;                  // negative: not set
     const char* widget = "";                 // empty: none
     std::span<const char* const> choices{};  // texts of 0, 1, …; empty: no constraint

@@ -125,10 +125,15 @@ TEST_F(PallctlRead, DescribesWhatTheDeviceSays) {
               "  value           -1.00000\n"
               "  type            FLOAT\n"
               "  read-only       yes\n"
-              "  decimals        5\n");
+              "  decimals        5\n"
+              "  usual minimum   2.50000\n"
+              "  usual maximum   3.40000\n"
+              "  critical below  2.00000\n");
     const util::UniqueJSON all = json(pallctl({"describe", "--json"}).output);
     EXPECT_EQ(cJSON_GetArraySize(all.get()), std::ssize(systemstate::catalogue()));
     EXPECT_EQ(at(all, "system.ipAddress", "widget"), "\"WIDGET_IP_ADDRESS\"");
+    EXPECT_EQ(at(all, "system.psu1Voltage", "usualMinimum"), "11.4");
+    EXPECT_EQ(at(all, "system.psu1Voltage", "criticalAbove"), "13.2");
 }
 
 TEST_F(PallctlRead, TellsTheVersionsOfProgramAndFrame) {

@@ -1,5 +1,7 @@
 #include "client/known_parameters.h"
 
+#include <algorithm>
+
 #include "model/tosk_type_names.h"
 #include "systemstate/catalogue.h"
 
@@ -22,6 +24,11 @@ Descriptor describeRow(const systemstate::CatalogueRow& row) {
         descriptor.choices.push_back({static_cast<int64_t>(descriptor.choices.size()), text});
     }
     return descriptor;
+}
+
+// "system.psu1Voltage" or "frameB.system.psu1Voltage" for the row of system.psu1Voltage.
+bool isRowOf(const systemstate::CatalogueRow& row, const std::string& name) {
+    return name == row.key || name.ends_with(std::string(".") + row.key);
 }
 
 }  // namespace
@@ -51,6 +58,13 @@ void describeKnownParameters(const DevicePath& object, ParameterCache& cache) {
             cache.describe({std::move(descriptor), std::move(value)});
         }
     }
+}
+
+const systemstate::Limits* findLimits(const std::string& name) {
+    const auto rows = systemstate::catalogue();
+    const auto row =
+        std::ranges::find_if(rows, [&](const auto& each) { return isRowOf(each, name); });
+    return row == rows.end() ? nullptr : systemstate::findLimits(*row);
 }
 
 }  // namespace client

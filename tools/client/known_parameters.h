@@ -6,6 +6,7 @@
 #include "client/descriptor.h"
 #include "client/device_path.h"
 #include "client/parameter_cache.h"
+#include "systemstate/limits.h"
 
 namespace client {
 
@@ -20,5 +21,9 @@ std::vector<Descriptor> knownDescriptors();
 // Adds those descriptors to the cache where the device, a daemon, did not describe a parameter
 // itself. A value from a notification stays; the others have none.
 void describeKnownParameters(const DevicePath& object, ParameterCache& cache);
+
+// The limits of a daemon's parameter, from the catalogue, by its full name; also through a prefix.
+// Null when it has none.
+const systemstate::Limits* findLimits(const std::string& name);
 
 }  // namespace client

@@ -4,11 +4,13 @@
 
 #include "pallctl/values/description.h"
 
+#include <cmath>
 #include <utility>
 
 #include "cli/escape.h"
 #include "cli/table.h"
 #include "client/format_value.h"
+#include "client/known_parameters.h"
 
 namespace pallctl {
 
@@ -39,8 +41,28 @@ std::string formatCount(int count) {
     return count < 0 ? "" : std::to_string(count);
 }
 
+std::optional<double> findEnd(double end) {
+    return std::isfinite(end) ? std::optional(end) : std::nullopt;
+}
+
+// What the catalogue knows about the readings of a daemon; empty where it states nothing.
+struct UsualValues {
+    std::optional<double> minimum;
+    std::optional<double> maximum;
+    std::optional<double> criticalBelow;
+    std::optional<double> criticalAbove;
+};
+
+UsualValues findUsualValues(const client::Descriptor& descriptor) {
+    const systemstate::Limits* const limits = client::findLimits(descriptor.name);
+    return limits ? UsualValues{findEnd(limits->usual.low), findEnd(limits->usual.high),
+                                findEnd(limits->tolerated.low), findEnd(limits->tolerated.high)}
+                  : UsualValues();
+}
+
 std::vector<Fact> collectFacts(const client::Parameter& parameter, const Style& style) {
     const client::Descriptor& descriptor = parameter.descriptor;
+    const UsualValues usual = findUsualValues(descriptor);
     return {
         {"label", descriptor.label},
         {kValue, client::hasValue(parameter) ? formatOneLine(parameter, style) : ""},
@@ -55,6 +77,10 @@ std::vector<Fact> collectFacts(const client::Parameter& parameter, const Style& 
         {"total length", formatCount(descriptor.totalLength)},
         {"decimals", formatCount(descriptor.precision)},
         {"widget", descriptor.widget},
+        {"usual minimum", formatNumber(descriptor, usual.minimum)},
+        {"usual maximum", formatNumber(descriptor, usual.maximum)},
+        {"critical below", formatNumber(descriptor, usual.criticalBelow)},
+        {"critical above", formatNumber(descriptor, usual.criticalAbove)},
     };
 }
 
@@ -117,6 +143,11 @@ util::UniqueJSON wholeForm(const client::Parameter& parameter) {
     util::addMember(object.get(), "totalLength", orNull(descriptor.totalLength));
     util::addMember(object.get(), "decimals", orNull(descriptor.precision));
     util::addMember(object.get(), "widget", orNull(descriptor.widget));
+    const UsualValues usual = findUsualValues(descriptor);
+    util::addMember(object.get(), "usualMinimum", orNull(usual.minimum));
+    util::addMember(object.get(), "usualMaximum", orNull(usual.maximum));
+    util::addMember(object.get(), "criticalBelow", orNull(usual.criticalBelow));
+    util::addMember(object.get(), "criticalAbove", orNull(usual.criticalAbove));
     return object;
 }
 

@@ -1,6 +1,6 @@
 #include "pallctl/values/description.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "tools/client/descriptors.h"
 
@@ -57,6 +57,29 @@ TEST(Description, IsAParagraphOfWhatIsSaid) {
               "  widget          W\\x1b\n");
 }
 
+client::Parameter battery(const std::string& name) {
+    client::Parameter made = holding(ofPrecision(1), "3.1");
+    made.descriptor.name = name;
+    return made;
+}
+
+TEST(Description, HasTheLimitsOfTheCatalogueForADaemonsReading) {
+    const client::Parameter one = battery("frameB.system.battVoltage");
+    EXPECT_THAT(describeParameters({&one}, {}), testing::EndsWith("\n"
+                                                                  "  usual minimum   2.5\n"
+                                                                  "  usual maximum   3.4\n"
+                                                                  "  critical below  2.0\n"));
+    EXPECT_THAT(describeParameters({&one}, {Format::json, false, false}),
+                testing::EndsWith(R"("usualMinimum":2.5,"usualMaximum":3.4,"criticalBelow":2,)"
+                                  R"("criticalAbove":null}})"
+                                  "\n"));
+    for (const char* other : {"player.battVoltage", "mysystem.battVoltage", "battVoltage"}) {
+        const client::Parameter foreign = battery(other);
+        EXPECT_THAT(describeParameters({&foreign}, {}), testing::Not(testing::HasSubstr("usual")))
+            << other;
+    }
+}
+
 TEST(Description, HasItsNamesBoldInColour) {
     const client::Parameter one = service();
     EXPECT_EQ(
@@ -73,13 +96,16 @@ TEST(Description, IsAnObjectThatAlwaysHasTheSameMembers) {
               R"("type":"INT32","readOnly":false,"value":1,"text":"Enabled",)"
               R"("constraint":"INT_CHOICE","choices":[{"value":0,"name":"Disabled"},)"
               R"({"value":1,"name":"Enabled"}],"minimum":null,"maximum":null,"step":null,)"
-              R"("maximumLength":null,"totalLength":null,"decimals":null,"widget":null}})"
+              R"("maximumLength":null,"totalLength":null,"decimals":null,"widget":null,)"
+              R"("usualMinimum":null,"usualMaximum":null,"criticalBelow":null,)"
+              R"("criticalAbove":null}})"
               "\n");
     EXPECT_EQ(describeParameters({&second}, style),
               R"({"system.level":{"name":"system.level","label":"Level's","type":"FLOAT",)"
               R"("readOnly":true,"value":null,"text":null,"constraint":"FLOAT_STEP_RANGE",)"
               R"("choices":[],"minimum":-1.5,"maximum":7,"step":0.5,"maximumLength":4,)"
-              R"("totalLength":8,"decimals":1,"widget":"W\u001b"}})"
+              R"("totalLength":8,"decimals":1,"widget":"W\u001b","usualMinimum":null,)"
+              R"("usualMaximum":null,"criticalBelow":null,"criticalAbove":null}})"
               "\n");
 }
 
@@ -113,7 +139,11 @@ TEST(Description, IsAVariableForEachThing) {
               "system_level_maximum_length='4'\n"
               "system_level_total_length='8'\n"
               "system_level_decimals='1'\n"
-              "system_level_widget='W\x1b'\n");
+              "system_level_widget='W\x1b'\n"
+              "system_level_usual_minimum=''\n"
+              "system_level_usual_maximum=''\n"
+              "system_level_critical_below=''\n"
+              "system_level_critical_above=''\n");
 }
 
 }  // namespace
