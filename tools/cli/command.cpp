@@ -98,7 +98,8 @@ void Command::notes(const std::string& text) {
 void Command::work(std::function<int()> run) {
     app_->callback([selected = selected_, name = app_->get_name(), run = std::move(run)] {
         if (!selected->run) {
-            *selected = {name, run};
+            selected->command = name;
+            selected->run = run;
         }
     });
 }

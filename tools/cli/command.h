@@ -3,6 +3,7 @@
 #include <concepts>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -57,6 +58,7 @@ class Argument {
 struct SelectedWork {
     std::string command;
     std::function<int()> run;
+    std::map<const CLI::App*, int> usageStatuses;  // of commands with one of their own
 };
 
 // A command, or the program itself. A handle that can be copied; lives as long as its CommandLine.
@@ -82,6 +84,8 @@ class Command {
     void excludes(const std::vector<std::string>& options);
     // The text at the end of the help.
     void notes(const std::string& text);
+    // The exit status after an error in the arguments of this command, instead of kUsageError.
+    void usageErrorStatus(int status) { selected_->usageStatuses[app_] = status; }
     // The work of this command: runs after the whole line was parsed, and returns the exit status.
     // May throw UsageError.
     void work(std::function<int()> run);

@@ -150,7 +150,7 @@ int CommandLine::run(int argc, const char* const* argv, const CompleteValue& com
         std::ostringstream answer;  // help or version
         const int status = app_->exit(error, answer, std::cerr);
         printNow(answer.str());
-        return status == 0 ? 0 : kUsageError;
+        return status == 0 ? 0 : findUsageStatus();
     }
     try {
         const int status = selected_.run ? selected_.run() : 0;
@@ -159,8 +159,13 @@ int CommandLine::run(int argc, const char* const* argv, const CompleteValue& com
     } catch (const UsageError& error) {
         std::fprintf(stderr, "%s: %s: %s (--help tells more)\n", app_->get_name().c_str(),
                      selected_.command.c_str(), onOneLine(error.what()).c_str());
-        return kUsageError;
+        return findUsageStatus();
     }
+}
+
+int CommandLine::findUsageStatus() const {
+    const auto found = selected_.usageStatuses.find(&findReachedCommand(*app_));
+    return found == selected_.usageStatuses.end() ? kUsageError : found->second;
 }
 
 }  // namespace cli

@@ -45,6 +45,9 @@ class CommandLine {
     int run(int argc, const char* const* argv, const CompleteValue& completeValue = {});
 
   private:
+    // Of the innermost command that the line names.
+    int findUsageStatus() const;
+
     std::unique_ptr<CLI::App> app_;
     SelectedWork selected_;
 };

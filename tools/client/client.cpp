@@ -82,7 +82,9 @@ ExitStatus Client::retry(const Attempt& attempt) {
             return kSuccess;
         }
         if (status != kSuccess && last) {
-            explain(status);
+            if (connection_.reportsFailures) {
+                complain(describeFailure(status));
+            }
             return status;
         }
         reportLink();
@@ -163,17 +165,18 @@ std::vector<const Parameter*> Client::described(const std::set<std::string>& onl
     return parameters;
 }
 
-void Client::explain(ExitStatus status) const {
-    if (status == kNoBus) {
-        complain("no bus on 127.0.0.1:" + std::to_string(connection_.port), session_.errorText());
-    } else if (status == kNoAnswer) {
-        complain(device_.object(), "no answer");
-    }
+std::string Client::describeFailure(ExitStatus status) const {
+    return status == kNoBus ? "no bus on 127.0.0.1:" + std::to_string(connection_.port) + ": " +
+                                  session_.errorText()
+                            : device_.object() + ": no answer";
 }
 
 void complain(const std::string& subject, const std::string& problem) {
-    std::fprintf(stderr, "pallctl: %s: %s\n", cli::escapeForTerminal(subject).c_str(),
-                 cli::escapeForTerminal(problem).c_str());
+    complain(subject + ": " + problem);
+}
+
+void complain(const std::string& message) {
+    std::fprintf(stderr, "pallctl: %s\n", cli::escapeForTerminal(message).c_str());
 }
 
 }  // namespace client

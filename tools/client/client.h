@@ -24,6 +24,7 @@ struct ConnectionOptions {
     std::string object = kDaemonObject;                // as the bus knows it
     std::chrono::milliseconds connect{2000};           // for the bus to accept a connection
     bool reportsFramingErrors = true;                  // on standard error
+    bool reportsFailures = true;                       // of read() and waitForBus(), the same
 };
 
 // The connection id of this process: a million and its process id, so that no two clients of a
@@ -45,6 +46,9 @@ class Client {
     // over. Reports what is missing when it gives up. kSuccess, with nothing read, also when the
     // reader of the output has gone.
     ExitStatus read(const std::vector<std::string>& names);
+
+    // The error message for such a status, "no bus on 127.0.0.1:15000: Connection refused".
+    std::string describeFailure(ExitStatus status) const;
 
     // After read(): receives one message and applies it to the cache, or does what is due until
     // then: reconnects, and reads again what may have changed unnoticed. Reports when bus or device
@@ -78,7 +82,6 @@ class Client {
     bool connectIfClosed() { return session_.isOpen() || follower_.connect(); }
     void reportLink();
     void reportMissing(const std::string& subject, const std::string& problem);
-    void explain(ExitStatus status) const;
 
     ConnectionOptions connection_;
     Subscription subscription_;
@@ -94,5 +97,6 @@ class Client {
 
 // Prints "pallctl: <subject>: <problem>" on standard error.
 void complain(const std::string& subject, const std::string& problem);
+void complain(const std::string& message);
 
 }  // namespace client

@@ -21,6 +21,7 @@ constexpr AddCommand kCommands[] = {
     addDescribe,
     addWatch,
     addWait,
+    addCheck,
     addMonitor,
     addNetwork,
     addTop,

@@ -64,9 +64,7 @@ void Options::addConnectionOptions(cli::Command program) {
         .check(cli::wholeNumber(1, UINT16_MAX));
     const std::string timeouts =
         secondsText(client::Timeouts().read) + ", set " + secondsText(client::Timeouts().set);
-    program
-        .add("-t,--timeout", timeout_,
-             "Maximum wait for an answer: " + timeouts + ", wait unlimited")
+    program.add("-t,--timeout", timeout_, "Maximum wait for an answer: " + timeouts)
         .kind("TIME")
         .check(timeFrom(1ms, "1ms"));
     program

@@ -15,6 +15,7 @@ namespace pallctl {
 
 using AddCommand = void (*)(cli::Command program, const Options& options);
 
+void addCheck(cli::Command program, const Options& options);
 void addDescribe(cli::Command program, const Options& options);
 void addGet(cli::Command program, const Options& options);
 void addList(cli::Command program, const Options& options);

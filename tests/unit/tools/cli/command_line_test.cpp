@@ -43,6 +43,16 @@ TEST_F(CommandLineTest, ComplainsInOneLine) {
     EXPECT_EQ(output_, "");
 }
 
+TEST_F(CommandLineTest, EndsWithTheStatusThatACommandHasForMistakes) {
+    Command plugin = line_.program().addCommand("plugin", "");
+    plugin.usageErrorStatus(3);
+    plugin.work([]() -> int { throw UsageError("needs more"); });
+    line_.program().addCommand("other", "").work([]() -> int { throw UsageError("needs more"); });
+    EXPECT_EQ(run("plugin"), 3);
+    EXPECT_EQ(run("other"), kUsageError);
+    EXPECT_EQ(run("stray"), kUsageError);
+}
+
 TEST_F(CommandLineTest, NamesTheArgumentThatIsTooMany) {
     EXPECT_EQ(run("stray"), kUsageError);
     EXPECT_EQ(errors_, "tool: unexpected argument 'stray' (--help tells more)\n");
