@@ -17,7 +17,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -84,9 +86,13 @@ void SystemLog::flush() {
     }
 }
 
-LogLineHeader SystemLog::makeHeader(int priority) const {
+// The calendar is asked once a second: it takes longer than all the rest of a line.
+LogLineHeader SystemLog::makeHeader(int priority) {
+    if (const std::time_t now = std::time(nullptr); now != time_.moment()) {
+        time_ = now;
+    }
     const bool namesFacility = (priority & LOG_FACMASK) != 0;
-    return {namesFacility ? priority : priority | facility_, std::time(nullptr), ident_};
+    return {namesFacility ? priority : priority | facility_, time_, ident_};
 }
 
 // A log that is gone may come back for what was kept when it was there.
@@ -226,15 +232,26 @@ bool SystemLog::connectAs(int type) {
     return false;
 }
 
-LogLineHeader::LogLineHeader(int priority, std::time_t moment, const std::string& ident) {
-    std::array<char, sizeof "Jan  1 00:00:00 "> time = {};
+LogTime::LogTime(std::time_t moment) : moment_(moment) {
     std::tm local = {};
     if (localtime_r(&moment, &local) != nullptr) {
-        std::strftime(time.data(), time.size(), "%h %e %T ", &local);
+        std::strftime(bytes_.data(), bytes_.size(), "%h %e %T ", &local);
     }
-    const int size = std::snprintf(bytes_.data(), bytes_.size(), "<%d>%s%s: ", priority,
-                                   time.data(), ident.c_str());
-    size_ = std::min(static_cast<std::size_t>(size), bytes_.size() - 1);
+}
+
+LogLineHeader::LogLineHeader(int priority, const LogTime& time, std::string_view ident) {
+    std::array<char, std::numeric_limits<int>::digits10 + 2> digits;
+    const char* const end = std::to_chars(digits.begin(), digits.end(), priority).ptr;
+    append("<");
+    append({digits.data(), end});
+    append(">");
+    append(time.text());
+    append(ident);
+    append(": ");
+}
+
+void LogLineHeader::append(std::string_view part) {
+    size_ += part.copy(bytes_.data() + size_, bytes_.size() - size_);
 }
 
 }  // namespace util

@@ -11,16 +11,30 @@
 
 namespace util {
 
-// The header of a line: "<134>Jan  1 00:00:00 Pallwatch: ", with the time in the
-// local zone; without a time when the calendar has none for that moment.
+// The time of a line, "Jan  1 00:00:00 ", in the local zone; empty when the calendar has none for
+// that moment.
+class LogTime {
+  public:
+    LogTime(std::time_t moment);  // NOLINT(google-explicit-constructor): a moment is a time
+    std::time_t moment() const { return moment_; }
+    std::string_view text() const { return bytes_.data(); }
+
+  private:
+    std::time_t moment_;
+    std::array<char, sizeof "Jan  1 00:00:00 "> bytes_{};
+};
+
+// The header of a line: "<134>Jan  1 00:00:00 Pallwatch: ".
 class LogLineHeader {
   public:
-    LogLineHeader(int priority, std::time_t moment, const std::string& ident);
+    LogLineHeader(int priority, const LogTime& time, std::string_view ident);
     std::string_view text() const { return {bytes_.data(), size_}; }
 
   private:
-    std::array<char, 128> bytes_;
-    std::size_t size_;
+    void append(std::string_view part);
+
+    std::array<char, 127> bytes_;
+    std::size_t size_ = 0;
 };
 
 // The socket of the system log. Any thread may write.
@@ -62,7 +76,7 @@ class SystemLog {
     void keepRecord(std::string_view header, std::string_view text);
     bool sendInTime(std::string_view header, std::string_view text);
     bool waitForRoom();
-    LogLineHeader makeHeader(int priority) const;
+    LogLineHeader makeHeader(int priority);
     void connect();
     void disconnect();
     bool connectAs(int type);
@@ -70,6 +84,7 @@ class SystemLog {
     const std::string path_;
     std::mutex mutex_;
     std::string ident_;
+    LogTime time_{0};  // of the last line
     int facility_;
     int type_;  // of the socket, the one that the log was last found to have
     int socket_ = -1;

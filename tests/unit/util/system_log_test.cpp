@@ -26,6 +26,7 @@ namespace util {
 
 namespace {
 
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::MatchesRegex;
@@ -111,6 +112,22 @@ TEST_F(SystemLogTest, ALineHasPriorityTimeNameAndTheTextAsItIs) {
     log.write(LOG_INFO, "text\n");
     log.write(LOG_USER | LOG_CRIT, "");
     EXPECT_THAT(socket.take(), ElementsAre(isLine("150", "text\n"), isLine("10", "")));
+}
+
+TEST_F(SystemLogTest, EachLineHasTheTimeOfItsOwnSecond) {
+    const LogSocket socket(path);
+    const auto writeAndCompare = [&] {
+        const std::string before(LogLineHeader(150, std::time(nullptr), "Pallwatch").text());
+        log.write(LOG_INFO, "");
+        const std::string after(LogLineHeader(150, std::time(nullptr), "Pallwatch").text());
+        EXPECT_THAT(socket.take(), ElementsAre(AnyOf(before, after)));
+    };
+    const std::time_t start = std::time(nullptr);
+    writeAndCompare();
+    while (std::time(nullptr) == start) {
+        std::this_thread::yield();
+    }
+    writeAndCompare();
 }
 
 TEST_F(SystemLogTest, UntilToldOtherwiseTheLinesAreTheProgramsOwn) {
