@@ -21,6 +21,11 @@ namespace {
 constexpr size_t kLines = 24;
 constexpr size_t kColumns = 80;
 
+// Of the messages of the parser library.
+constexpr const char* kParserPhrases[] = {"not expected", "is required (",     "required but",
+                                          "1 required",   "excludes",          "requires",
+                                          "override",     "Could not convert", "subcommand"};
+
 // What it takes, "PORT" in "-p, --port PORT"; "" when nothing.
 std::string valueOf(const std::string& option) {
     const size_t name = option.rfind('-');
@@ -61,6 +66,15 @@ void expectOneLineAndUsageStatus(const Command& command, const Words& more) {
     EXPECT_THAT(result.error, StartsWith(command.words[0] + ": ")) << asked;
     EXPECT_THAT(result.error, EndsWith("\n")) << asked;
     EXPECT_THAT(linesOf(result.error), SizeIs(1)) << asked;
+    for (const char* phrase : kParserPhrases) {
+        EXPECT_THAT(result.error, testing::Not(HasSubstr(phrase))) << asked;
+    }
+}
+
+// The same, and the line contains this text.
+void expectError(const Command& command, const Words& more, const std::string& text) {
+    expectOneLineAndUsageStatus(command, more);
+    EXPECT_THAT(run(commandLine(command, more)).error, HasSubstr(text)) << command.called();
 }
 
 TEST(EveryProgram, HasVerbsOrOptionsThatTheseTestsSee) {
@@ -127,6 +141,30 @@ TEST(EveryVerb, ExplainsItselfOnAScreen) {
             const std::vector<std::string> lines = linesOf(result.output);
             EXPECT_THAT(lines, SizeIs(Le(kLines))) << command.called();
             EXPECT_THAT(lines, Each(SizeIs(Le(kColumns)))) << command.called();
+        }
+    }
+}
+
+TEST(EveryVerb, IsExplainedByHelpToo) {
+    for (const Command& command : allCommands()) {
+        Words words{programDirectory() / command.words[0], "help"};
+        words.insert(words.end(), command.words.begin() + 1, command.words.end());
+        const Result result = run(words);
+        EXPECT_EQ(result.status, 0) << command.called();
+        EXPECT_EQ(result.output, run(commandLine(command, {"--help"})).output) << command.called();
+    }
+}
+
+TEST(EveryVerb, IsSuggestedForATypingMistake) {
+    for (const Command& command : allCommands()) {
+        for (const Command& each : command.verbs) {
+            const std::string verb = each.words.back();
+            std::string upper = verb;
+            std::ranges::transform(upper, upper.begin(), [](char letter) {
+                return letter == '-' ? letter : static_cast<char>(letter - 'a' + 'A');
+            });
+            expectError(command, {upper}, "unknown command '" + upper + "'; did you mean '" + verb);
+            expectError(command, {verb + "x"}, "; did you mean '" + verb);
         }
     }
 }
@@ -202,12 +240,40 @@ TEST(EveryOption, NeedsItsValue) {
     for (const Command& command : allCommands()) {
         for (const std::string& option : command.options) {
             if (!valueOf(option).empty()) {
-                expectOneLineAndUsageStatus(command, {nameOf(option)});
+                expectError(command, {nameOf(option)}, nameOf(option) + ": missing ");
                 ++tried;
             }
         }
     }
     EXPECT_GT(tried, 5u);
+}
+
+TEST(EveryOption, WithoutAValueTakesNone) {
+    size_t tried = 0;
+    for (const Command& command : allCommands()) {
+        for (const std::string& option : command.options) {
+            if (valueOf(option).empty() && option != "-h, --help" && option != "--version") {
+                expectError(command, {nameOf(option) + "=3"}, nameOf(option) + ": takes no value");
+                ++tried;
+            }
+        }
+    }
+    EXPECT_GT(tried, 5u);
+}
+
+TEST(EveryOption, IsSuggestedForATypingMistake) {
+    for (const Command& command : allCommands()) {
+        for (const std::string& option : command.options) {
+            expectError(command, {nameOf(option) + "x"}, "; did you mean '" + nameOf(option));
+        }
+    }
+}
+
+TEST(EveryOption, OfAClientIsGivenOnce) {
+    for (const char* option : {"--object", "--port", "--timeout", "--wait"}) {
+        expectError(describedBy("pallctl"), {"list", option, "1", option, "1"},
+                    std::string(option) + ": given more than once");
+    }
 }
 
 TEST(EveryOption, TakesNumbersOnlyWhereItSaysSo) {

@@ -1,5 +1,7 @@
 #include "cli/command.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -7,23 +9,39 @@
 
 namespace cli {
 
+namespace {
+
+std::string join(const std::vector<std::string>& words, const char* between) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : between) + word;
+    }
+    return text;
+}
+
+bool equalsIgnoringCase(const std::string& one, const std::string& other) {
+    return ::strcasecmp(one.c_str(), other.c_str()) == 0;
+}
+
+}  // namespace
+
 Argument& Argument::kind(const std::string& word) {
     option_->type_name(word);
     return *this;
 }
 
 Argument& Argument::choices(const std::vector<std::string>& words) {
-    std::string list;
-    for (const std::string& word : words) {
-        list += (list.empty() ? "" : ",") + word;
-    }
-    const auto check = [words, list](const std::string& text) {
-        return std::ranges::find(words, text) != words.end()
-                   ? ""
-                   : "invalid value '" + text + "'; choose from " + list;
+    const auto check = [words](std::string& text) -> std::string {
+        const auto word = std::ranges::find_if(
+            words, [&](const std::string& each) { return equalsIgnoringCase(each, text); });
+        if (word == words.end()) {
+            return "invalid value '" + text + "'; choose from " + join(words, ", ");
+        }
+        text = *word;
+        return "";
     };
     // Help and completion take the words from this name (listChoices).
-    option_->check(CLI::Validator(check, "{" + list + "}"));
+    option_->transform(CLI::Validator(check, "{" + join(words, ",") + "}"));
     return *this;
 }
 
@@ -44,6 +62,11 @@ Argument& Argument::showsDefault() {
 
 Argument& Argument::oneEachTime() {
     option_->allow_extra_args(false);
+    return *this;
+}
+
+Argument& Argument::separatedByCommas() {
+    option_->delimiter(',');
     return *this;
 }
 
@@ -69,7 +92,7 @@ void Command::allowOptionsAnywhere() {
 }
 
 Argument Command::addFlag(const std::string& names, bool& variable, const std::string& about) {
-    return Argument(*app_->add_flag(names, variable, about));
+    return Argument(*app_->add_flag(names, variable, about)->disable_flag_override());
 }
 
 template <Readable T>

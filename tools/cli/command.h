@@ -39,7 +39,7 @@ class Argument {
 
     // What the value is, such as "PORT": shown by the help, and used by completion.
     Argument& kind(const std::string& word);
-    // The value is one of these words, which contain no comma and no brace.
+    // The value is one of these words, in any case; they contain no comma and no brace.
     Argument& choices(const std::vector<std::string>& words);
     Argument& check(Validator check);
     Argument& required();
@@ -47,6 +47,8 @@ class Argument {
     Argument& showsDefault();
     // The option can be repeated, with one value each time.
     Argument& oneEachTime();
+    // One value may be several, "a,b".
+    Argument& separatedByCommas();
     // Not together with the option of that name, which is described already.
     Argument& excludes(const std::string& option);
 

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -20,12 +19,14 @@
 #include "cli/help_text.h"
 #include "cli/script_errors.h"
 #include "cli/standard_output.h"
+#include "cli/usage_error.h"
 
 namespace cli {
 
 namespace {
 
 constexpr std::string_view kComplete = "complete";
+constexpr std::string_view kHelp = "help";
 
 void setUpHelp(CLI::App& app) {
     app.formatter_fn([](const CLI::App* asked, const std::string& name, CLI::AppFormatMode) {
@@ -37,45 +38,33 @@ void setUpHelp(CLI::App& app) {
     }
 }
 
-// The innermost command that the parser reached before the error.
-const CLI::App& findReachedCommand(const CLI::App& app) {
-    const auto commands = app.get_subcommands();
-    return commands.empty() ? app : findReachedCommand(*commands.back());
-}
-
-// The first word that no command took; empty when there is none.
-std::string findUnexpectedWord(const CLI::App& command) {
-    for (const CLI::App* asked = &command; asked != nullptr; asked = asked->get_parent()) {
-        const auto words = asked->remaining();
-        if (!words.empty()) {
-            return words[0];
-        }
-    }
-    return "";
-}
-
-std::string describeError(const CLI::App& app, const CLI::Error& error) {
-    const CLI::App& command = findReachedCommand(app);
-    const bool needsCommand = command.get_require_subcommand_min() > 0;
-    const bool isUnexpected =
-        error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
-    const std::string word = findUnexpectedWord(command);
-    if (!word.empty() && (needsCommand || isUnexpected)) {
-        const char* const what = needsCommand ? "unknown command" : "unexpected argument";
-        return (word.starts_with("-") ? "unknown option" : what) + (" '" + word + "'");
-    }
-    return needsCommand && error.get_name() == "RequiredError" ? "a command is required"
-                                                               : error.what();
+void printUsageError(const CLI::App& program, const std::string& text) {
+    std::fprintf(stderr, "%s: %s (--help tells more)\n", program.get_name().c_str(),
+                 onOneLine(text).c_str());
 }
 
 void setUpParser(CLI::App& app) {
     app.set_version_flag("--version", app.get_name() + " " + programVersion(),
                          "Print the version and exit");
-    app.failure_message([](const CLI::App* program, const CLI::Error& error) {
-        return program->get_name() + ": " + onOneLine(describeError(*program, error)) +
-               " (--help tells more)\n";
-    });
+    app.failure_message([](const CLI::App*, const CLI::Error&) { return std::string(); });
     setUpHelp(app);
+}
+
+// "help" and the commands behind it. Returns the exit status.
+int printHelp(const CLI::App& program, const std::vector<std::string>& commands) {
+    const CLI::App* command = &program;
+    std::string name = program.get_name();
+    for (const std::string& word : commands) {
+        const CLI::App* const above = command;
+        command = findCommand(*above, word);
+        if (command == nullptr) {
+            printUsageError(program, describeUnknownCommand(*above, word));
+            return kUsageError;
+        }
+        name += " " + word;
+    }
+    printNow(helpText(*command, name));
+    return 0;
 }
 
 // Takes the places of a standard input, output or error that the program was started without, so
@@ -139,26 +128,31 @@ Command CommandLine::program() {
 
 int CommandLine::run(int argc, const char* const* argv, const CompleteValue& completeValue) {
     setUpParser(*app_);
+    const std::vector<std::string> words(argv + std::min(argc, 2), argv + argc);
     if (argc > 1 && argv[1] == kComplete) {
-        const std::vector<std::string> words(argv + 2, argv + argc);
         printNow(completion(*app_, words, completeValue));
         return 0;
+    }
+    if (argc > 1 && argv[1] == kHelp) {
+        return printHelp(*app_, words);
     }
     try {
         app_->parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         std::ostringstream answer;  // help or version
-        const int status = app_->exit(error, answer, std::cerr);
-        printNow(answer.str());
-        return status == 0 ? 0 : findUsageStatus();
+        if (app_->exit(error, answer, answer) == 0) {
+            printNow(answer.str());
+            return 0;
+        }
+        printUsageError(*app_, describeUsageError(*app_, error));
+        return findUsageStatus();
     }
     try {
         const int status = selected_.run ? selected_.run() : 0;
         flushOutput();
         return status;
     } catch (const UsageError& error) {
-        std::fprintf(stderr, "%s: %s: %s (--help tells more)\n", app_->get_name().c_str(),
-                     selected_.command.c_str(), onOneLine(error.what()).c_str());
+        printUsageError(*app_, selected_.command + ": " + error.what());
         return findUsageStatus();
     }
 }

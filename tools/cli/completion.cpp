@@ -62,12 +62,6 @@ const CLI::Option* findOption(const CLI::App* command, const std::string& name) 
     return found == all.end() ? nullptr : *found;
 }
 
-const CLI::App* findCommand(const CLI::App* above, const std::string& name) {
-    const auto found = above->get_subcommands(
-        [&name](const CLI::App* command) { return command->check_name(name); });
-    return found.empty() ? nullptr : found.front();
-}
-
 std::string longName(const CLI::Option& option) {
     return option.get_lnames().empty() ? option.get_name() : "--" + option.get_lnames().front();
 }
@@ -91,7 +85,7 @@ void passOption(Place& place, const std::string& word) {
 
 void passWord(Place& place, const std::string& word) {
     const CLI::App* command =
-        place.positionals.empty() ? findCommand(place.command, word) : nullptr;
+        place.positionals.empty() ? findCommand(*place.command, word) : nullptr;
     if (command != nullptr && !place.optionsEnded) {
         place.command = command;
     } else {

@@ -104,6 +104,12 @@ std::vector<std::string> listChoices(const CLI::Option& option) {
                                     : split(type.substr(begin + 1, end - begin - 1), ',');
 }
 
+const CLI::App* findCommand(const CLI::App& app, const std::string& name) {
+    const auto found =
+        app.get_subcommands([&name](const CLI::App* command) { return command->check_name(name); });
+    return found.empty() ? nullptr : found.front();
+}
+
 std::string valueWord(const CLI::Option& option) {
     if (option.get_expected_max() == 0) {
         return "";

@@ -13,6 +13,9 @@ namespace cli {
 // The positional arguments of a command, or its options.
 std::vector<const CLI::Option*> listOptions(const CLI::App& app, bool positional);
 
+// The command of that name directly below the app; null without one.
+const CLI::App* findCommand(const CLI::App& app, const std::string& name);
+
 // The word for the value of an option or a positional argument, such as "PORT", or "down|up" for
 // one of a few (CLI::IsMember); "" for a flag.
 std::string valueWord(const CLI::Option& option);

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "cli/parse_number.h"
+#include "cli/similar_words.h"
 #include "cli/timed_script.h"
 
 namespace pallbus::faults {
@@ -71,10 +72,19 @@ bool isOnlyTowardsClients(const KindGrammar& kind) {
     return (kind.modifiers & (kFrom | kTo)) == kTo;
 }
 
+std::vector<std::string> kindNames() {
+    std::vector<std::string> names;
+    names.reserve(kKinds.size());
+    for (const KindGrammar& kind : kKinds) {
+        names.emplace_back(kind.name);
+    }
+    return names;
+}
+
 std::string listKinds() {
     std::string names;
-    for (const KindGrammar& kind : kKinds) {
-        names.append(names.empty() ? "" : ", ").append(kind.name);
+    for (const std::string& name : kindNames()) {
+        names.append(names.empty() ? "" : ", ").append(name);
     }
     return names + "; at TIME or after TIME may precede it";
 }
@@ -137,8 +147,9 @@ class Parser {
         const std::string name = take();
         const auto* const kind = std::ranges::find(kKinds, name, &KindGrammar::name);
         if (kind == kKinds.end()) {
-            throw FaultSyntaxError("unknown fault " + quoted(name) + "; choose from " +
-                                   listKinds());
+            const std::string similar = cli::suggest(name, kindNames());
+            throw FaultSyntaxError("unknown fault " + quoted(name) +
+                                   (similar.empty() ? "; choose from " + listKinds() : similar));
         }
         return *kind;
     }
@@ -288,11 +299,7 @@ const std::array<Parser::Modifier, 9> Parser::kModifiers{{
 }};
 
 std::vector<std::string> allKeywords() {
-    std::vector<std::string> words;
-    words.reserve(kKinds.size() + Parser::kModifiers.size() + 1);
-    for (const KindGrammar& kind : kKinds) {
-        words.emplace_back(kind.name);
-    }
+    std::vector<std::string> words = kindNames();
     for (const Parser::Modifier& modifier : Parser::kModifiers) {
         words.emplace_back(modifier.name);
     }

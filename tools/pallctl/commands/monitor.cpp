@@ -168,8 +168,9 @@ void addMonitor(cli::Command program, const Options& options) {
     cli::Command command = program.addCommand("monitor", "Print the messages on the bus, decoded");
     const auto arguments = std::make_shared<Arguments>();
     command.add("OBJECT", arguments->objects, "Only these and all below them");
-    command.add("--type", arguments->types, "Only this type; repeatable")
+    command.add("--type", arguments->types, "Only these types, TYPE,TYPE; repeatable")
         .oneEachTime()
+        .separatedByCommas()
         .choices(allTypes());
     command.add("--record", arguments->recording, "Record the messages to this file").kind("FILE");
     command.notes(kNotes);

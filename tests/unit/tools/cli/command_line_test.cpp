@@ -39,7 +39,8 @@ TEST_F(CommandLineTest, RunsAfterGoodOptions) {
 
 TEST_F(CommandLineTest, ComplainsInOneLine) {
     EXPECT_EQ(run("--prot=7"), kUsageError);
-    EXPECT_EQ(errors_, "tool: unknown option '--prot=7' (--help tells more)\n");
+    EXPECT_EQ(errors_,
+              "tool: unknown option '--prot=7'; did you mean '--port'? (--help tells more)\n");
     EXPECT_EQ(output_, "");
 }
 

@@ -115,7 +115,7 @@ TEST_F(CommandTest, RefusesOptionsThatItExcludes) {
     program_.addFlag("--verbose", verbose, "");
     program_.addCommand("lift", "").excludes({"--verbose"});
     EXPECT_EQ(run({"--verbose", "lift"}), kUsageError);
-    EXPECT_EQ(complaint_, "tool: lift excludes --verbose (--help tells more)\n");
+    EXPECT_EQ(complaint_, "tool: lift cannot be combined with --verbose (--help tells more)\n");
 }
 
 TEST_F(CommandTest, MayBeOmittedWhereAtMostOneIsAllowed) {

@@ -89,6 +89,14 @@ TEST_F(MonitorTest, PrintsOnlyTheObjectsAndTypesAskedFor) {
     EXPECT_THAT(monitor_->readLine(), EndsWith("  other.below  wanted"));
 }
 
+TEST_F(MonitorTest, TakesSeveralTypesAtOnceAndInAnyCase) {
+    start({"--type", "not,Set"});
+    BusPeer sender(bus_->port(), 5);
+    sender.send("[\"GET\", \"other\", 5, 0, 0]\n{\"id\":\"type\"}");
+    sender.send("[\"SET\", \"other\", 5, 0, 0]\n{\"id\":\"wanted\"}");
+    EXPECT_THAT(monitor_->readLine(), EndsWith("  other  wanted"));
+}
+
 TEST_F(MonitorTest, RefusesATypeThatTheBusDoesNotKnow) {
     const Outcome outcome = pallctl(bus_->port(), {"monitor", "--type", "SHOUT"});
     EXPECT_EQ(outcome.status, 2);

@@ -272,8 +272,9 @@ TEST_F(ReplayTest, EndsWithOneLineAndTwoWhereThereIsNothingToPlay) {
         {{path_, "--as=frameB.system"}, path_ + ": participant \"frameB.system\" not found\n"},
         {{path_, "--speed=0"},
          "--speed: invalid number '0'; use a number above 0 (--help tells more)\n"},
-        {{path_, "--record=b"}, "replay excludes --record (--help tells more)\n"},
-        {{path_, "--speed=2", "--fast"}, "--speed excludes --fast (--help tells more)\n"}};
+        {{path_, "--record=b"}, "replay cannot be combined with --record (--help tells more)\n"},
+        {{path_, "--speed=2", "--fast"},
+         "--speed cannot be combined with --fast (--help tells more)\n"}};
     for (const auto& [words, problem] : attempts) {
         std::vector<std::string> all{"replay", "--port=0"};
         all.insert(all.end(), words.begin(), words.end());

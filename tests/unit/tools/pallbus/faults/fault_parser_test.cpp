@@ -118,8 +118,10 @@ TEST(FaultParser, TruncateAppliesOnceUnlessTheLineSaysOtherwise) {
 
 TEST(FaultParser, AProblemIsSaidInOneLine) {
     const std::pair<const char*, const char*> bad[] = {
-        {"dorp",
-         "unknown fault 'dorp'; choose from drop, delay, corrupt, fragment, coalesce, truncate, "
+        {"dorp", "unknown fault 'dorp'; did you mean 'drop'?"},
+        {"DELAY", "unknown fault 'DELAY'; did you mean 'delay'?"},
+        {"shout",
+         "unknown fault 'shout'; choose from drop, delay, corrupt, fragment, coalesce, truncate, "
          "close, refuse, blackhole, stall, clear; at TIME or after TIME may precede it"},
         {"clear now", "'clear' takes no words"},
         {"delay", "incomplete fault; expected: delay TIME[-TIME]"},
