@@ -11,6 +11,7 @@
 #include "bus/required_json.h"
 #include "util/item_count.h"
 #include "util/json_size.h"
+#include "util/json_text.h"
 #include "util/line_limit.h"
 #include "util/log.h"
 #include "util/memory.h"

@@ -1,17 +1,13 @@
 #include "util/json_size.h"
 
-#include <climits>
 #include <cstdio>
 #include <cstring>
-#include <new>
 
 namespace util {
 
 namespace {
 
 constexpr std::size_t kMaxNumberBytes = 26;
-// The library wants a little more room than it uses.
-constexpr std::size_t kMargin = 16;
 
 void add(RenderedSize& size, std::size_t bytes) {
     size.least += bytes;
@@ -79,23 +75,6 @@ RenderedSize renderedSize(const cJSON* item) {
         add(size, std::strlen(cJSON_IsFalse(item) ? "false" : "true"));
     }
     return size;
-}
-
-void appendJSON(std::string& text, const cJSON& item) {
-    const std::size_t begin = text.size();
-    const std::size_t room = renderedSize(&item).most + kMargin;
-    if (room > INT_MAX) {
-        throw std::bad_alloc();
-    }
-    text.resize(begin + room);
-    constexpr cJSON_bool kFormatted = 1;
-    // The tree is only read.
-    if (!cJSON_PrintPreallocated(const_cast<cJSON*>(&item), text.data() + begin,
-                                 static_cast<int>(room), !kFormatted)) {
-        text.resize(begin);
-        throw std::bad_alloc();
-    }
-    text.resize(begin + std::strlen(text.data() + begin));
 }
 
 }  // namespace util

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 
 #include <cjson/cJSON.h>
 
@@ -16,9 +15,5 @@ struct RenderedSize {
 
 // Zeros for a null item. Takes no memory.
 RenderedSize renderedSize(const cJSON* item);
-
-// Appends the item without any white space, at the cost of its own size. Throws std::bad_alloc when
-// there is no memory for it.
-void appendJSON(std::string& text, const cJSON& item);
 
 }  // namespace util

@@ -1,8 +1,6 @@
 #include "util/json_size.h"
 
 #include <limits>
-#include <new>
-#include <string>
 
 #include <gtest/gtest.h>
 
@@ -51,18 +49,6 @@ TEST(JSONSize, BoundsLongNumbers) {
 
 TEST(JSONSize, OfNothingIsZero) {
     EXPECT_EQ(0u, renderedSize(nullptr).most);
-}
-
-TEST(AppendJSON, AppendsWhatRenderingGives) {
-    for (const char* sample : kSamples) {
-        std::string text = "before ";
-        const UniqueJSON item = parsed(sample);
-        appendJSON(text, *item);
-        EXPECT_EQ("before " + renderJSON(item.get(), false), text);
-    }
-    std::string text;
-    appendJSON(text, *jsonNumber(-1.0 / 3));
-    EXPECT_EQ(renderJSON(jsonNumber(-1.0 / 3).get(), false), text);
 }
 
 }  // namespace
