@@ -47,9 +47,13 @@ TEST_F(PallctlSet, TakesValuesInHumanForm) {
                   .status,
               0);
     EXPECT_EQ(valueOf("sshEnabled"), "Disabled\n");
+    EXPECT_EQ(pallctl({"set", "sshEnabled=true", "ftpEnabled=off"}).status, 0);
+    EXPECT_EQ(valueOf("sshEnabled"), "Enabled\n");
+    EXPECT_EQ(valueOf("ftpEnabled"), "Disabled\n");
     EXPECT_EQ(valueOf("systemName"), "Rack 4\n");
     EXPECT_EQ(valueOf("serial1"), "name=COM2, dev=/dev/ttyS1, connectionPoint=Node 7\n");
-    EXPECT_THAT(commands(), ElementsAre(kStopSSH));
+    EXPECT_THAT(commands(),
+                ElementsAre(kStopSSH, kStartSSH, testing::StartsWith("systemctl stop")));
 }
 
 TEST_F(PallctlSet, LeavesServicesAloneThatAreSetAlready) {

@@ -14,9 +14,9 @@ class PallctlWait : public OnPallbus {
 };
 
 TEST_F(PallctlWait, EndsAtOnceWhenItIsSo) {
-    for (const char* so :
-         {"sshEnabled=enabled", "sshEnabled=1", "system.active=1", "active=1.0", "psu1Voltage=0",
-          "psu1Voltage=0.001", "ipAddress=10.0.0.5", "ipAddress=167772165", "serial0=name=COM1"}) {
+    for (const char* so : {"sshEnabled=enabled", "sshEnabled=1", "sshEnabled=on", "system.active=1",
+                           "active=1.0", "psu1Voltage=0", "psu1Voltage=0.001", "ipAddress=10.0.0.5",
+                           "ipAddress=167772165", "serial0=name=COM1"}) {
         const Result result = pallctl({"wait", so, "--timeout=20"});
         EXPECT_EQ(result.status, 0) << so << ": " << result.error;
         EXPECT_EQ(result.output, "") << so;
@@ -33,7 +33,8 @@ TEST_F(PallctlWait, EndsWith9WhenTheTimeIsOver) {
 
 TEST_F(PallctlWait, RefusesWhatItCouldNeverSee) {
     EXPECT_EQ(pallctl({"wait", "nosuch=1"}).status, 4);
-    for (const char* never : {"sshEnabled=on", "ipAddress=here", "frameName", "=1"}) {
+    for (const char* never :
+         {"sshEnabled=maybe", "ipAddress=here", "frameName", "=1", "systemName<x"}) {
         const Result result = pallctl({"wait", never});
         EXPECT_EQ(result.status, 2) << never;
         EXPECT_THAT(result.error, isOneComplaint("pallctl")) << never;
@@ -44,6 +45,18 @@ TEST_F(PallctlWait, EndsWhenSomebodySetsIt) {
     Process waiting(program("pallctl", {"wait", "systemName=B"}));
     ASSERT_EQ(pallctl({"set", "systemName=B"}).status, 0);
     EXPECT_EQ(waiting.waitForEnd(), 0);
+}
+
+TEST_F(PallctlWait, EndsWhenAllConditionsAreMetAtTheSameTime) {
+    Process waiting(program("pallctl", {"wait", "systemName!=System", "sshEnabled=off",
+                                        "psu1Voltage<0.5", "battVoltage>=-1", "-k"}));
+    ASSERT_EQ(pallctl({"set", "systemName=B"}).status, 0);
+    ASSERT_EQ(pallctl({"set", "systemName=System"}).status, 0);
+    ASSERT_EQ(pallctl({"set", "sshEnabled=off"}).status, 0);
+    ASSERT_EQ(pallctl({"set", "systemName=C"}).status, 0);
+    EXPECT_EQ(waiting.waitForEnd(), 0) << waiting.error().text();
+    EXPECT_THAT(waiting.output().waitForEnd(),
+                testing::StartsWith("system_systemName='C'\nsystem_sshEnabled='Disabled'\n"));
 }
 
 TEST_F(PallctlWait, SeesWhatChangedWhileTheDaemonWasAway) {

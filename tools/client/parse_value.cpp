@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
+#include <optional>
 #include <string_view>
 
 #include "cli/escape.h"
@@ -46,11 +48,39 @@ bool isShownAs(const Choice& choice, const std::string& text) {
     return cli::escapeForTerminal(choice.name) == text;
 }
 
-bool isNamed(const Choice& choice, const std::string& text) {
-    return strcasecmp(choice.name.c_str(), text.c_str()) == 0;
+bool equalsIgnoringCase(std::string_view one, std::string_view other) {
+    return one.size() == other.size() && ::strncasecmp(one.data(), other.data(), one.size()) == 0;
 }
 
-// The exact name first, then any case, then the number: a name may look like a number.
+bool isNamed(const Choice& choice, const std::string& text) {
+    return equalsIgnoringCase(choice.name, text);
+}
+
+// The words of people for a switch, off and on, with the names that make two choices a switch.
+constexpr std::string_view kSwitchWords[][3] = {{"Disabled", "off", "false"},
+                                                {"Enabled", "on", "true"}};
+
+// 0 or 1 for a word of that position; empty for another one.
+std::optional<int64_t> parseSwitchWord(const std::string& text) {
+    for (int64_t value = 0; value < std::ssize(kSwitchWords); ++value) {
+        if (std::ranges::any_of(kSwitchWords[value], [&](std::string_view word) {
+                return equalsIgnoringCase(word, text);
+            })) {
+            return value;
+        }
+    }
+    return std::nullopt;
+}
+
+bool isSwitch(const std::vector<Choice>& choices) {
+    return choices.size() == std::size(kSwitchWords) &&
+           std::ranges::all_of(choices, [](const Choice& choice) {
+               return parseSwitchWord(choice.name) == choice.value;
+           });
+}
+
+// The exact name first, then any case, then a word for a switch, then the number: a name may look
+// like a number.
 util::UniqueJSON parseChoice(const std::vector<Choice>& choices, const std::string& text) {
     for (const auto matches : {isShownAs, isNamed}) {
         for (const Choice& choice : choices) {
@@ -59,7 +89,8 @@ util::UniqueJSON parseChoice(const std::vector<Choice>& choices, const std::stri
             }
         }
     }
-    return parseNumberOrText(text);
+    const auto value = isSwitch(choices) ? parseSwitchWord(text) : std::nullopt;
+    return value ? util::jsonNumber(static_cast<double>(*value)) : parseNumberOrText(text);
 }
 
 const cJSON* memberValue(const cJSON* structure, const char* key) {

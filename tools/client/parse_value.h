@@ -15,7 +15,8 @@ struct ParsedValue {
 };
 
 // The value for this parameter: a dotted address, the name of a choice (in any case) or its number,
-// a number, a text. An error of validateValue() is a problem, too.
+// on, off, true or false for a switch (Disabled, Enabled or false, true), a number, a text. An
+// error of validateValue() is a problem, too.
 ParsedValue parseValue(const Descriptor& descriptor, const std::string& text);
 
 // The same, also for a structure: "member=value, member=value" for some or all of the members of

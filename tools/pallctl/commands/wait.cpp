@@ -1,12 +1,19 @@
+// All parameters are read once, and every condition is checked against the descriptor of its
+// parameter. Then the follower keeps the cache up to date, and the conditions are evaluated after
+// each message.
+
 #include <algorithm>
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <set>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "cli/standard_output.h"
-#include "client/parse_value.h"
 #include "pallctl/commands/commands.h"
+#include "pallctl/values/condition.h"
 
 namespace pallctl {
 
@@ -33,51 +40,80 @@ const char* outcomeWord(ExitStatus status) {
         ->word;
 }
 
+// A condition with the parameter that it is about, as far as they are known.
+struct Term {
+    Condition condition;
+    std::string name;                              // full
+    const client::Parameter* parameter = nullptr;  // owned by the cache
+    util::UniqueJSON wanted = nullptr;
+
+    bool isMet() const { return pallctl::isMet(*parameter, condition.comparison, wanted.get()); }
+};
+
+// Waits until all conditions are met at the same time.
 class Wait {
   public:
-    Wait(const client::ConnectionOptions& connection, const Style& style)
+    Wait(const client::ConnectionOptions& connection, const Style& style,
+         const std::vector<Condition>& conditions)
         : client_(limitTimeout(connection), client::Subscription::announcements),
           style_(style),
           timeout_(connection.timeout),
-          latestStart_(client::Clock::now() + connection.wait) {}
+          latestStart_(client::Clock::now() + connection.wait) {
+        for (const Condition& condition : conditions) {
+            terms_.push_back({condition, client_.device().fullName(condition.name)});
+        }
+    }
 
-    ExitStatus run(const Assignment& wanted) {
-        ExitStatus status = begin(wanted);
+    ExitStatus run() {
+        ExitStatus status = begin();
         if (status == kSuccess) {
             status = follow();
         }
         if (status == kFailed) {
             client::complain("standard output", "the reader has gone");
         } else {
-            report(client_.device().fullName(wanted.name), status);
+            report(status);
         }
         return status;
     }
 
   private:
-    ExitStatus begin(const Assignment& wanted) {
-        const ExitStatus status = client_.read({wanted.name});
+    ExitStatus begin() {
+        std::vector<std::string> names;
+        for (const Term& term : terms_) {
+            names.push_back(term.name);
+        }
+        ExitStatus status = client_.read(names);
         if (status != kSuccess) {
             return status;
         }
-        parameter_ = client_.cache().described(client_.device().fullName(wanted.name));
-        if (!parameter_ && outputGone()) {
-            return kFailed;  // before the first reading was complete
+        for (Term& term : terms_) {
+            status = std::max(status, begin(term));
         }
-        if (!parameter_) {
-            client::complain(client_.device().fullName(wanted.name), "not found");
+        startClock();
+        return status != kSuccess && outputGone() ? kFailed : status;
+    }
+
+    // Errors are not worth a message when the output went before the first reading was complete.
+    ExitStatus begin(Term& term) const {
+        term.parameter = client_.cache().described(term.name);
+        if (!term.parameter) {
+            complain(term, "not found");
             return kNotFound;
         }
-        client::ParsedValue parsed =
-            style_.raw ? client::parseRawValue(parameter_->descriptor, wanted.value)
-                       : client::parseValue(*parameter_, wanted.value);
+        client::ParsedValue parsed = parseWanted(*term.parameter, term.condition, style_.raw);
         if (!parsed.value) {
-            client::complain(parameter_->descriptor.name, parsed.problem);
+            complain(term, parsed.problem);
             return kUsage;
         }
-        wanted_ = std::move(parsed.value);
-        startClock();
+        term.wanted = std::move(parsed.value);
         return kSuccess;
+    }
+
+    void complain(const Term& term, const std::string& problem) const {
+        if (!outputGone()) {
+            client::complain(term.name, problem);
+        }
     }
 
     // The timeout starts when bus and daemon are there.
@@ -88,13 +124,12 @@ class Wait {
     }
 
     ExitStatus follow() {
-        while (!client::hasValueAsShown(*parameter_, wanted_.get())) {
+        while (!std::ranges::all_of(terms_, &Term::isMet)) {
             if (outputGone()) {
                 return kFailed;
             }
             if (client::Clock::now() >= giveUp_) {
-                client::complain(parameter_->descriptor.name,
-                                 "timed out; the value is " + formatOneLine(*parameter_, style_));
+                reportTimeout();
                 return kTimedOut;
             }
             client_.follow(giveUp_);
@@ -102,22 +137,43 @@ class Wait {
         return kSuccess;
     }
 
-    // Prints the parameter, once it is known, and the outcome.
-    void report(const std::string& name, ExitStatus status) const {
-        if (style_.format == Format::json) {
-            util::UniqueJSON outcome = parameter_ ? toJSON(*parameter_) : util::jsonObject();
-            if (!parameter_) {
-                util::addMember(outcome.get(), "name", util::jsonString(name));
+    void reportTimeout() const {
+        for (const Term& term : terms_) {
+            if (!term.isMet()) {
+                complain(term, "timed out; the value is " + formatOneLine(*term.parameter, style_));
             }
-            util::addMember(outcome.get(), "outcome", util::jsonString(outcomeWord(status)));
-            const util::UniqueJSON object = util::jsonObject();
-            util::addMember(object.get(), name.c_str(), std::move(outcome));
-            cli::print(jsonLine(object.get()) + "\n");
-        } else if (style_.format == Format::keyvalue) {
-            const std::string value =
-                parameter_ ? formatAssignment(*parameter_, style_) + '\n' : "";
-            cli::print(value + formatAssignment("outcome", outcomeWord(status)) + "\n");
         }
+    }
+
+    // Prints the parameters that are known, and the outcome.
+    void report(ExitStatus status) const {
+        if (style_.format == Format::json) {
+            reportJSON(outcomeWord(status));
+        } else if (style_.format == Format::keyvalue) {
+            std::set<std::string> seen;
+            for (const Term& term : terms_) {
+                if (term.parameter && seen.insert(term.name).second) {
+                    cli::print(formatAssignment(*term.parameter, style_) + "\n");
+                }
+            }
+            cli::print(formatAssignment("outcome", outcomeWord(status)) + "\n");
+        }
+    }
+
+    void reportJSON(const char* outcome) const {
+        const util::UniqueJSON object = util::jsonObject();
+        for (const Term& term : terms_) {
+            if (!util::jsonMember(object.get(), term.name.c_str())) {
+                util::UniqueJSON member =
+                    term.parameter ? toJSON(*term.parameter) : util::jsonObject();
+                if (!term.parameter) {
+                    util::addMember(member.get(), "name", util::jsonString(term.name));
+                }
+                util::addMember(member.get(), "outcome", util::jsonString(outcome));
+                util::addMember(object.get(), term.name.c_str(), std::move(member));
+            }
+        }
+        cli::print(jsonLine(object.get()) + "\n");
     }
 
     bool outputGone() const { return client_.session().outputGone(); }
@@ -127,23 +183,35 @@ class Wait {
     std::optional<milliseconds> timeout_;
     client::Deadline latestStart_;  // of the timeout
     client::Deadline giveUp_ = client::Deadline::max();
-    const client::Parameter* parameter_ = nullptr;  // owned by the cache
-    util::UniqueJSON wanted_;
+    std::vector<Term> terms_;
 };
 
-ExitStatus wait(const Options& options, const std::string& assignment) {
-    const auto wanted = parseAssignments({assignment});
-    return wanted ? Wait(options.connection(), options.style()).run(wanted->front()) : kUsage;
+ExitStatus wait(const Options& options, const std::vector<std::string>& words) {
+    std::vector<Condition> conditions;
+    for (const std::string& word : words) {
+        const auto condition = parseCondition(word);
+        if (!condition) {
+            client::complain(word, "needs the form NAME=VALUE, or with != < <= > >=");
+            return kUsage;
+        }
+        conditions.push_back(*condition);
+    }
+    return Wait(options.connection(), options.style(), conditions).run();
 }
 
 }  // namespace
 
 void addWait(cli::Command program, const Options& options) {
-    cli::Command command = program.addCommand("wait", "Wait until a parameter has a value");
-    const auto assignment = std::make_shared<std::string>();
-    command.add("NAME=VALUE", *assignment, "Compared by type, not as text").required();
-    command.notes("Exits with 9 when --timeout has passed; without it waits forever.");
-    command.work([&options, assignment] { return wait(options, *assignment); });
+    cli::Command command = program.addCommand("wait", "Wait until parameters have these values");
+    const auto conditions = std::make_shared<std::vector<std::string>>();
+    command
+        .add("NAME=VALUE", *conditions,
+             "Compared by type, not as text; also with !=, '<', '<=', '>' and '>='")
+        .required();
+    command.notes(
+        "Waits until all conditions are met at the same time. Exits with 9 when --timeout\n"
+        "has passed; without it waits forever.");
+    command.work([&options, conditions] { return wait(options, *conditions); });
 }
 
 }  // namespace pallctl

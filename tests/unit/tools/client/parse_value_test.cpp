@@ -49,8 +49,32 @@ TEST(ParsedValue, TakesAChoiceAsItIsShown) {
     EXPECT_EQ(wire(descriptor, "ON"), "3") << "the same before the same in another case";
 }
 
+TEST(ParsedValue, TakesWordsForASwitch) {
+    Descriptor flag = switchDescriptor();
+    flag.choices = {{0, "false"}, {1, "true"}};
+    for (const Descriptor& descriptor : {switchDescriptor(), flag}) {
+        for (const char* word : {"on", "ON", "true", "enabled"}) {
+            EXPECT_EQ(wire(descriptor, word), "1") << word;
+        }
+        for (const char* word : {"off", "Off", "false", "disabled"}) {
+            EXPECT_EQ(wire(descriptor, word), "0") << word;
+        }
+    }
+}
+
+TEST(ParsedValue, TakesNoSuchWordForOtherChoices) {
+    Descriptor command = switchDescriptor();
+    for (const std::vector<Choice>& choices : {std::vector<Choice>{{0, "Cancel"}, {1, "Apply"}},
+                                               {{1, "Disabled"}, {0, "Enabled"}},
+                                               {{0, "off"}, {1, "on"}, {2, "auto"}}}) {
+        command.choices = choices;
+        EXPECT_NE(wire(command, "true"), "1") << choices[0].name;
+        EXPECT_NE(wire(command, "true"), "0") << choices[0].name;
+    }
+}
+
 TEST(ParsedValue, NamesTheChoicesWhenItIsNone) {
-    for (const char* text : {"", "on", "2", "1.5", "0x1"}) {
+    for (const char* text : {"", "maybe", "2", "1.5", "0x1"}) {
         EXPECT_EQ(wire(switchDescriptor(), text), "must be one of: Disabled, Enabled") << text;
     }
 }

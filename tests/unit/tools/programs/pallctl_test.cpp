@@ -180,7 +180,7 @@ TEST_F(PallctlTest, SendsNothingThatDoesNotFitItsParameter) {
     };
     for (const Case& bad :
          {Case{"version=2", "system.version: is read-only"},
-          Case{"sshEnabled=on", "system.sshEnabled: must be one of: Disabled, Enabled"},
+          Case{"sshEnabled=maybe", "system.sshEnabled: must be one of: Disabled, Enabled"},
           Case{"ipAddress=10.1.2", "must be an address"},
           Case{"serial0=x", "needs member=value with members: name"},
           Case{"frameName", "frameName: needs the form NAME=VALUE"},

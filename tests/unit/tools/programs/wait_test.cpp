@@ -69,6 +69,34 @@ TEST_F(WaitTest, TakesForEqualWhatPeopleReadAsEqual) {
     expectEnd(0, "");
 }
 
+TEST_F(WaitTest, ComparesNumbers) {
+    start({"wait", "level>5", "level<=6.5"});
+    answer("5");
+    announce("level", "7");
+    announce("level", "6.5");
+    expectEnd(0, "");
+}
+
+TEST_F(WaitTest, NamesEachConditionThatIsNotMetInTime) {
+    start({"wait", "level!=5", "level>=4", "level<3", "--timeout=0.1", "-k"});
+    answer("5");
+    expectEnd(9,
+              "pallctl: system.level: timed out; the value is 5.0\n"
+              "pallctl: system.level: timed out; the value is 5.0\n");
+    EXPECT_EQ(wait_->restOfOutput(), "system_level='5.0'\noutcome='timeout'\n");
+}
+
+TEST_F(WaitTest, NamesEachMistake) {
+    start({"wait", "level<high", "nosuch=1", "level>=7"});
+    answer("5");
+    answer("5");  // what was not described is asked for once more
+    expectEnd(4,
+              "pallctl: system.level: must be a number\n"
+              "pallctl: system.nosuch: not found\n");
+    EXPECT_EQ(pallctl(bus_.port(), {"wait", "level!7"}).errors,
+              "pallctl: level!7: needs the form NAME=VALUE, or with != < <= > >=\n");
+}
+
 TEST_F(WaitTest, EndsWhenTheValueIsAnnounced) {
     start({"wait", "level=7"});
     answer("5");
