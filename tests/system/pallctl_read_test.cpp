@@ -111,6 +111,18 @@ TEST_F(PallctlRead, ReadsMoreNamesThanOneRequestMayHold) {
     EXPECT_TRUE(result.output == expected) << result.output.substr(0, 100);
 }
 
+TEST_F(PallctlRead, TakesPatternsOfNames) {
+    EXPECT_EQ(pallctl({"get", "ETH*Status", "ipA*", "system.systemNam?"}).output,
+              "0\n0\n10.0.0.5\nSystem\n");
+    EXPECT_EQ(pallctl({"-k", "list", "psu*", "gateway"}).output,
+              "system_psu1Voltage='0.00'\nsystem_psu2Voltage='0.00'\nsystem_gateway='10.0.0.1'\n");
+    EXPECT_THAT(pallctl({"describe", "batt*"}).output, StartsWith("system.battVoltage\n"));
+    const Result none = pallctl({"list", "psx*", "gateway"});
+    EXPECT_EQ(none.status, 4);
+    EXPECT_EQ(none.error, "pallctl: system.psx*: not found\n");
+    EXPECT_THAT(none.output, HasSubstr("\nsystem.gateway "));
+}
+
 TEST_F(PallctlRead, DescribesWhatTheDeviceSays) {
     EXPECT_EQ(pallctl({"describe", "sshEnabled", "battVoltage"}).output,
               "system.sshEnabled\n"

@@ -67,6 +67,19 @@ TEST_F(PallctlSet, LeavesServicesAloneThatAreSetAlready) {
     EXPECT_THAT(commands(), ElementsAre(kStartSSH));
 }
 
+TEST_F(PallctlSet, SendsNothingInADryRun) {
+    const Result result = pallctl({"set", "--dry-run", "sshEnabled=off", "systemName=Rack 4",
+                                   "serial1=name=COM2, connectionPoint=Node 7"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output,
+              "would set system.sshEnabled from Enabled to Disabled\n"
+              "would set system.systemName from System to Rack 4\n"
+              "would set system.serial1 from name=COM2, dev=/dev/ttyS1, connectionPoint= to "
+              "connectionPoint=Node 7\n");
+    EXPECT_EQ(valueOf("sshEnabled") + valueOf("systemName"), "Enabled\nSystem\n");
+    EXPECT_THAT(commands(), IsEmpty());
+}
+
 TEST_F(PallctlSet, RefusesANameThatStandsTwice) {
     for (const char* form : {"--timeout=2", "--json", "--keyvalue", "--raw", "--force"}) {
         const Result result =

@@ -11,6 +11,7 @@
 
 #include "cli/escape.h"
 #include "client/known_parameters.h"
+#include "client/name_pattern.h"
 
 namespace client {
 
@@ -63,12 +64,21 @@ ExitStatus Client::waitForBus() {
 }
 
 ExitStatus Client::read(const std::vector<std::string>& names) {
-    return retry([this, full = device_.fullNames(names)](std::chrono::milliseconds timeout) {
+    return retry([this, full = namesToRead(names)](std::chrono::milliseconds timeout) {
         if (connectIfClosed() && follower_.read(full, timeout)) {
             return kSuccess;
         }
         return session_.isOpen() ? kNoAnswer : kNoBus;
     });
+}
+
+std::vector<std::string> Client::namesToRead(const std::vector<std::string>& names) const {
+    std::vector<std::string> full = device_.fullNames(names);
+    if (std::erase_if(full, isPattern) > 0) {
+        const std::vector<std::string> all = catalogue();
+        full.insert(full.end(), all.begin(), all.end());
+    }
+    return full;
 }
 
 ExitStatus Client::retry(const Attempt& attempt) {
@@ -145,6 +155,24 @@ void Client::reportMissing(const std::string& subject, const std::string& proble
 std::vector<std::string> Client::catalogue() const {
     return device_.isDaemon() ? device_.fullNames(knownParameterNames())
                               : std::vector<std::string>();
+}
+
+std::vector<std::string> Client::expand(const std::vector<std::string>& names) const {
+    std::vector<std::string> expanded;
+    for (const std::string& name : device_.fullNames(names)) {
+        const size_t before = expanded.size();
+        if (isPattern(name)) {
+            for (const Parameter* parameter : described()) {
+                if (matchesPattern(name, parameter->descriptor.name)) {
+                    expanded.push_back(parameter->descriptor.name);
+                }
+            }
+        }
+        if (expanded.size() == before) {
+            expanded.push_back(name);
+        }
+    }
+    return expanded;
 }
 
 std::vector<const Parameter*> Client::described(const std::set<std::string>& only) const {

@@ -42,9 +42,9 @@ class Client {
     // Connects as soon as there is a bus. kNoBus, after an error message, when the wait is over.
     // kSuccess also when the reader of the output has gone (session().outputGone()).
     ExitStatus waitForBus();
-    // Connects and reads these parameters (any form of their names), and retries until the wait is
-    // over. Reports what is missing when it gives up. kSuccess, with nothing read, also when the
-    // reader of the output has gone.
+    // Connects and reads these parameters (any form of their names, or patterns, which read the
+    // whole catalogue), and retries until the wait is over. Reports what is missing when it gives
+    // up. kSuccess, with nothing read, also when the reader of the output has gone.
     ExitStatus read(const std::vector<std::string>& names);
 
     // The error message for such a status, "no bus on 127.0.0.1:15000: Connection refused".
@@ -62,6 +62,9 @@ class Client {
 
     // The names of the daemon's catalogue under this object; none if the object is not a daemon's.
     std::vector<std::string> catalogue() const;
+    // After read(): the full names of these, and instead of a pattern those of the parameters that
+    // it matches. A pattern without a match remains.
+    std::vector<std::string> expand(const std::vector<std::string>& names) const;
     // All parameters that the device has described, those of the catalogue first; with `only` just
     // these (full names). Valid until the next reading.
     std::vector<const Parameter*> described(const std::set<std::string>& only = {}) const;
@@ -75,6 +78,8 @@ class Client {
     const ParameterCache& cache() const { return cache_; }
 
   private:
+    std::vector<std::string> namesToRead(const std::vector<std::string>& names) const;
+
     // One attempt with a maximum wait for an answer.
     using Attempt = std::function<ExitStatus(std::chrono::milliseconds timeout)>;
 

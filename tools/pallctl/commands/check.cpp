@@ -93,7 +93,7 @@ class Check {
 
     // Without names all parameters that have limits are checked. Returns the exit status.
     int run(const std::vector<std::string>& names) {
-        const auto checked = client_.device().fullNames(names.empty() ? namesWithLimits() : names);
+        const auto checked = names.empty() ? namesWithLimits() : names;
         std::vector<std::string> read = checked;
         read.push_back(client_.device().fullName(kSampledFirst));
         const ExitStatus status = client_.read(read);
@@ -101,7 +101,7 @@ class Check {
         if (status != kSuccess) {
             findings.push_back({State::unknown, client_.describeFailure(status), ""});
         } else {
-            for (const std::string& name : checked) {
+            for (const std::string& name : client_.expand(checked)) {
                 findings.push_back(judge(name));
             }
         }

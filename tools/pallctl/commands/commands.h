@@ -50,7 +50,7 @@ inline constexpr Outcome kInvalidValue{"invalid", kUsage};
 inline constexpr Outcome kUnknownName{"notFound", kNotFound};
 inline constexpr Outcome kUnanswered{"noAnswer", kNoAnswer};
 
-// The parameters of these names that the device describes; reports the others as not found, and
+// The parameters of these names or patterns that the device describes; reports the others as not found, and
 // raises the status accordingly.
 std::vector<const client::Parameter*> findParameters(const client::Client& client,
                                                      const std::vector<std::string>& names,

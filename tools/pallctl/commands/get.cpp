@@ -47,7 +47,7 @@ std::vector<const client::Parameter*> findParameters(const client::Client& clien
                                                      const std::vector<std::string>& names,
                                                      ExitStatus& status) {
     std::vector<const client::Parameter*> parameters;
-    for (const std::string& name : client.device().fullNames(names)) {
+    for (const std::string& name : client.expand(names)) {
         if (const client::Parameter* parameter = client.cache().described(name)) {
             parameters.push_back(parameter);
         } else {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <memory>
 
 #include "cli/standard_output.h"
 #include "pallctl/commands/commands.h"
@@ -7,13 +8,14 @@ namespace pallctl {
 
 namespace {
 
-ExitStatus list(const Options& options) {
+ExitStatus list(const Options& options, const std::vector<std::string>& names) {
     client::Client client(options.connection(), client::Subscription::answers);
-    const ExitStatus status = client.read(client.catalogue());
+    ExitStatus status = client.read(names.empty() ? client.catalogue() : names);
     if (status != kSuccess) {
         return status;
     }
-    const auto parameters = client.described();
+    const auto parameters =
+        names.empty() ? client.described() : findParameters(client, names, status);
     const auto hidden = std::ranges::count_if(parameters, [&](const client::Parameter* each) {
         return client.device().hidesValue(*each);
     });
@@ -22,13 +24,16 @@ ExitStatus list(const Options& options) {
                          std::to_string(hidden) + " values are not readable through a prefix");
     }
     cli::print(formatParameters(parameters, options.style()));
-    return kSuccess;
+    return status;
 }
 
 }  // namespace
 
 void addList(cli::Command program, const Options& options) {
-    program.addCommand("list", "Print all parameters").work([&options] { return list(options); });
+    cli::Command command = program.addCommand("list", "Print parameters as a table");
+    const auto names = std::make_shared<std::vector<std::string>>();
+    command.add("NAME", *names, "Only these; 'psu*' selects all that begin so");
+    command.work([&options, names] { return list(options, *names); });
 }
 
 }  // namespace pallctl

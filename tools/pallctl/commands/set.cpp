@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <memory>
 #include <set>
+#include <string_view>
 #include <utility>
 
 #include "bus/message_types.h"
+#include "cli/escape.h"
 #include "cli/standard_output.h"
 #include "client/parse_value.h"
 #include "pallctl/commands/commands.h"
@@ -22,12 +24,14 @@ namespace {
 
 constexpr Outcome kSet{"set", kSuccess};
 constexpr Outcome kUnchanged{"unchanged", kSuccess};
+constexpr Outcome kWouldSet{"wouldSet", kSuccess};
 constexpr Outcome kRefusedByDevice{"refused", kRefused};
 constexpr Outcome kNotSent{"notSent", kNoAnswer};
 
 struct SetOptions {
     bool force = false;   // send values that do not fit, also to unknown parameters
     bool always = false;  // send values that are in force: an equal value restarts services
+    bool dryRun = false;  // send nothing
 };
 
 // One parameter to set, and the outcome.
@@ -66,6 +70,9 @@ util::UniqueJSON toJSON(const Change& change) {
                     change.code == 0 ? util::jsonNull() : util::jsonNumber(change.code));
     util::addMember(object.get(), "problem",
                     change.problem.empty() ? util::jsonNull() : util::jsonString(change.problem));
+    if (change.outcome.word == std::string_view(kWouldSet.word)) {
+        util::addMember(object.get(), "value", util::copyJSON(change.value.get()));
+    }
     return object;
 }
 
@@ -111,6 +118,20 @@ class SetRequest {
             status = std::max(status, change.outcome.status);
         }
         return status;
+    }
+
+    // Instead of send(): prints what it would send.
+    void preview() {
+        for (Change& change : changes_) {
+            const client::Parameter* parameter = client_.cache().described(change.name);
+            if (!skipUnchanged(change, parameter)) {
+                change.outcome = kWouldSet;
+                change.problem.clear();
+                if (style_.format == Format::table) {
+                    cli::print(formatPreview(change, parameter));
+                }
+            }
+        }
     }
 
     void report() const {
@@ -173,20 +194,39 @@ class SetRequest {
                             : client::ParsedValue{client::parseUntypedValue(text), ""};
     }
 
-    void send(Change& change) {
-        const client::Parameter* parameter = client_.cache().described(change.name);
-        if (!options_.always && parameter &&
-            client::isSameValue(parameter->value.get(), change.value.get())) {
+    // Whether nothing is to be sent; of a structure only the members that differ are.
+    bool skipUnchanged(Change& change, const client::Parameter* parameter) const {
+        if (options_.always || !parameter) {
+            return false;
+        }
+        const bool isSame = client::isSameValue(parameter->value.get(), change.value.get());
+        if (isSame) {
             change.outcome = kUnchanged;
             change.problem.clear();
+            change.value.reset();
             if (style_.format == Format::table) {
                 client::complain(change.name,
                                  "is " + formatOneLine(*parameter, style_) + " already; not sent");
             }
-            return;
-        }
-        if (!options_.always && parameter && cJSON_IsObject(change.value.get())) {
+        } else if (cJSON_IsObject(change.value.get())) {
             client::dropSameMembers(parameter->value.get(), change.value.get());
+        }
+        return isSame;
+    }
+
+    // The wanted value as it is shown once it is set.
+    std::string formatPreview(const Change& change, const client::Parameter* parameter) const {
+        client::Parameter wanted{parameter ? parameter->descriptor : client::Descriptor(),
+                                 util::copyJSON(change.value.get())};
+        wanted.descriptor.name = change.name;
+        return "would set " + cli::escapeForTerminal(change.name) + " from " +
+               (parameter ? formatOneLine(*parameter, style_) : "-") + " to " +
+               formatOneLine(wanted, style_) + '\n';
+    }
+
+    void send(Change& change) {
+        if (skipUnchanged(change, client_.cache().described(change.name))) {
+            return;
         }
         suggestRollback(change.name);
         const auto code = client_.device().set(change.name, std::move(change.value));
@@ -231,7 +271,11 @@ ExitStatus set(const Options& options, const std::vector<std::string>& words,
     if (status != kSuccess) {
         request.markNotSent(*assignments);
     } else if (status = request.plan(*assignments); status == kSuccess) {
-        status = request.send();
+        if (setOptions.dryRun) {
+            request.preview();
+        } else {
+            status = request.send();
+        }
     }
     request.report();
     return status;
@@ -264,6 +308,8 @@ void addSet(cli::Command program, const Options& options) {
     command.addFlag("-f,--force", arguments->options.force,
                     "Send values that do not fit, and to unknown names");
     command.addFlag("-a,--always", arguments->options.always, "Send values that are set already");
+    command.addFlag("-n,--dry-run", arguments->options.dryRun,
+                    "Check the values and print what would be sent");
     command.work(
         [&options, arguments] { return set(options, arguments->assignments, arguments->options); });
 }

@@ -1,13 +1,14 @@
 // The watch reads everything first; then the follower reads again whenever bus or daemon were away,
 // and the parameter cache reports the changes since then.
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "cli/standard_output.h"
+#include "client/name_pattern.h"
 #include "pallctl/commands/commands.h"
 
 namespace pallctl {
@@ -20,10 +21,7 @@ class Watch {
     // Without names everything is watched.
     Watch(const client::ConnectionOptions& connection, const Style& style,
           const std::vector<std::string>& names)
-        : client_(connection, client::Subscription::announcements), style_(style) {
-        const std::vector<std::string> full = client_.device().fullNames(names);
-        only_.insert(full.begin(), full.end());
-    }
+        : client_(connection, client::Subscription::announcements), style_(style), names_(names) {}
 
     // With `table` everything is printed first. Returns when standard output loses its reader, or
     // when there is nothing to watch to begin with. Throws std::runtime_error when standard output
@@ -44,13 +42,13 @@ class Watch {
         if (!table) {
             startReporting();
         }
-        ExitStatus status = client_.read(only_.empty() ? client_.catalogue()
-                                                       : std::vector(only_.begin(), only_.end()));
+        ExitStatus status = client_.read(names_.empty() ? client_.catalogue() : names_);
         if (status == kSuccess) {
             status = checkNames();
         }
         if (status == kSuccess && table) {
-            cli::printNow(formatParameters(client_.described(only_), style_));
+            const auto only = client_.expand(names_);
+            cli::printNow(formatParameters(client_.described({only.begin(), only.end()}), style_));
             startReporting();
         }
         return status;
@@ -61,7 +59,7 @@ class Watch {
         if (client_.device().isThroughPrefix() || client_.session().outputGone()) {
             return kSuccess;
         }
-        for (const std::string& name : only_) {
+        for (const std::string& name : client_.expand(names_)) {
             if (!client_.cache().find(name)) {
                 client::complain(name, "not found");
                 return kNotFound;
@@ -73,16 +71,24 @@ class Watch {
     void startReporting() {
         client_.cache().setOnChange([this](const client::Parameter& parameter) {
             client_.reportConnection();
-            if (only_.empty() || only_.contains(parameter.descriptor.name)) {
+            if (isWatched(parameter.descriptor.name)) {
                 const auto now = std::chrono::system_clock::now();
                 cli::printNow(formatChange(parameter, now, style_));
             }
         });
     }
 
+    // Also a parameter that is not known yet when the watch begins.
+    bool isWatched(const std::string& name) const {
+        return names_.empty() ||
+               std::ranges::any_of(client_.device().fullNames(names_), [&](const auto& each) {
+                   return each == name || client::matchesPattern(each, name);
+               });
+    }
+
     client::Client client_;
     Style style_;
-    std::set<std::string> only_;  // full names; empty: everything
+    std::vector<std::string> names_;  // any form, or patterns; empty: everything
 };
 
 struct Arguments {

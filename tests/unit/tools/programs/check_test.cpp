@@ -88,6 +88,12 @@ TEST_F(CheckTest, KeepsTheOtherRangeOfTheCatalogue) {
            "'psu1Voltage'=12.00;12.1:;10.8:13.2;;\n");
 }
 
+TEST_F(CheckTest, TakesPatternsOfNames) {
+    EXPECT_THAT(check({"psu*"}).output,
+                StartsWith("OK: psu1Voltage 12.00 V, psu2Voltage 11.40 V |"));
+    expect(check({"psx*"}), 3, "UNKNOWN: psx* not found\n");
+}
+
 TEST_F(CheckTest, IsUnknownForWhatCannotBeCompared) {
     expect(check({"nosuch"}), 3, "UNKNOWN: nosuch not found\n");
     expect(check({"frameName"}), 3, "UNKNOWN: frameName has no number\n");

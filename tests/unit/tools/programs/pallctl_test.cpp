@@ -78,6 +78,31 @@ TEST_F(PallctlTest, SetsOneAfterTheOtherInWireForm) {
     EXPECT_THAT(sets[2], testing::EndsWith(R"({"frameName":"a=b"})"));
 }
 
+TEST_F(PallctlTest, PrintsInADryRunWhatItWouldSend) {
+    const Outcome outcome = run({"set", "-n", "ipAddress=10.1.2.3", "sshEnabled=on", "extra=6"});
+    EXPECT_EQ(outcome.output,
+              "would set system.ipAddress from 192.168.1.1 to 10.1.2.3\n"
+              "would set system.extra from 5 to 6\n");
+    EXPECT_EQ(outcome.errors, "pallctl: system.sshEnabled: is Enabled already; not sent\n");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(run({"-j", "set", "--dry-run", "extra=6"}).output,
+              R"({"system.extra":{"name":"system.extra","outcome":"wouldSet","statusCode":null,)"
+              R"("problem":null,"value":6}})"
+              "\n");
+    EXPECT_EQ(run({"set", "-n", "--force", "nosuch=x"}).output,
+              "would set system.nosuch from - to x\n");
+    EXPECT_THAT(device_.sets(), IsEmpty());
+}
+
+TEST_F(PallctlTest, FindsTheMistakesOfASetInADryRun) {
+    const Outcome outcome = run({"set", "-n", "extra=6", "sshEnabled=maybe", "nosuch=1"});
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors,
+              "pallctl: system.sshEnabled: must be one of: Disabled, Enabled\n"
+              "pallctl: system.nosuch: not found\n");
+    EXPECT_EQ(outcome.status, 4);
+}
+
 TEST_F(PallctlTest, LogsInWithAMillionAndItsProcessID) {
     ProgramProcess process(pallctlCommand(bus_.port(), {"set", "extra=7"}));
     EXPECT_EQ(process.wait(), 0);
@@ -255,7 +280,7 @@ TEST(PallctlProgram, RefusesBadUsageInOneLine) {
                                                                    {"frobnicate"},
                                                                    {"get"},
                                                                    {"set"},
-                                                                   {"list", "stray"},
+                                                                   {"version", "stray"},
                                                                    {"list", "--table"},
                                                                    {"--timeout=0", "list"},
                                                                    {"--timeout=x", "list"},

@@ -95,6 +95,16 @@ TEST_F(WatchTest, ShowsOnlyTheNamesGiven) {
     EXPECT_THAT(watch_->readLine(), shows("system.systemName\tlast"));
 }
 
+TEST_F(WatchTest, ShowsWhatAPatternMatchesAlsoWhenItIsNew) {
+    start({"psu*"});
+    device_->announce("systemName", "\"first\"");
+    device_->announce("psu1Voltage", "11.5");
+    device_->announce("psuNew", "1");
+    EXPECT_THAT(watch_->readLine(), shows("system.psu1Voltage\t11.50"));
+    EXPECT_THAT(watch_->readLine(), shows("system.psuNew\t1"));
+    EXPECT_EQ(pallctl(bus_->port(), {"watch", "psx*"}).errors, "pallctl: system.psx*: not found\n");
+}
+
 TEST_F(WatchTest, RefusesANameThatTheDeviceDoesNotHave) {
     const Outcome outcome = pallctl(bus_->port(), {"watch", "systemName", "nosuch"});
     EXPECT_EQ(outcome.status, 4);
