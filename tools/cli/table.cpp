@@ -1,34 +1,88 @@
+// A layout says which columns are shown, in which form, and how wide. fit() tries one layout after
+// the other; in each of them columns with a readable width can be narrower than their texts.
+
 #include "cli/table.h"
 
+#include <sys/ioctl.h>
+
 #include <algorithm>
+#include <numeric>
+#include <utility>
 
 namespace cli {
 
 namespace {
 
 constexpr size_t kGap = 2;
+constexpr size_t kMinWidth = 8;  // of a column, when nothing else helps
+constexpr const char* kMark = "\u2026";
 
-std::string line(const std::vector<Cell>& cells, const std::vector<size_t>& widths, bool colour) {
-    std::string text;
-    size_t gap = 0;
-    for (size_t column = 0; column < cells.size(); ++column) {
-        const Cell& cell = cells[column];
-        if (!cell.text.empty()) {
-            text.append(gap, ' ');
-            text += colour ? painted(cell.text, cell.paint) : cell.text;
-            gap = 0;
-        }
-        gap += widths[column] - textWidth(cell.text) + kGap;
-    }
-    return text + '\n';
+bool continuesCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0u) == 0x80u;
 }
 
 }  // namespace
 
-// Bytes that continue a character take no column of their own.
+struct Table::Layout {
+    struct Place {
+        size_t column;  // in the table
+        size_t width;
+        size_t minWidth;
+    };
+
+    bool isBrief = false;
+    std::vector<Place> places{};
+
+    size_t width() const {
+        return std::accumulate(places.begin(), places.end(), (places.size() - 1) * kGap,
+                               [](size_t sum, const Place& place) { return sum + place.width; });
+    }
+
+    // Narrows the last columns first. False if the table is still too wide.
+    bool narrowTo(size_t maxWidth) {
+        for (auto place = places.rbegin(); place != places.rend() && width() > maxWidth; ++place) {
+            const size_t spare = place->width - std::min(place->width, place->minWidth);
+            place->width -= std::min(spare, width() - maxWidth);
+        }
+        return width() <= maxWidth;
+    }
+
+    std::string format(const std::vector<Cell>& cells, bool colour) const {
+        std::string line;
+        size_t gap = 0;
+        for (const Place& place : places) {
+            const Cell& cell = cells[place.column];
+            const std::string text = shorten(form(cell), place.width);
+            if (!text.empty()) {
+                line.append(gap, ' ');
+                line += colour ? painted(text, cell.paint) : text;
+                gap = 0;
+            }
+            gap += place.width - textWidth(text) + kGap;
+        }
+        return line + '\n';
+    }
+
+    const std::string& form(const Cell& cell) const {
+        return isBrief && !cell.brief.empty() ? cell.brief : cell.text;
+    }
+};
+
 size_t textWidth(const std::string& text) {
-    return static_cast<size_t>(std::count_if(
-        text.begin(), text.end(), [](unsigned char byte) { return (byte & 0xC0u) != 0x80u; }));
+    return static_cast<size_t>(
+        std::ranges::count_if(text, [](char byte) { return !continuesCharacter(byte); }));
+}
+
+std::string shorten(const std::string& text, size_t columns) {
+    if (textWidth(text) <= columns) {
+        return text;
+    }
+    size_t characters = 0;
+    const auto end = std::ranges::find_if(text, [&](char byte) {
+        characters += continuesCharacter(byte) ? 0U : 1U;
+        return characters >= columns;
+    });
+    return columns == 0 ? "" : std::string(text.begin(), end) + kMark;
 }
 
 std::string painted(const std::string& text, Paint paint) {
@@ -43,33 +97,65 @@ std::string painted(const std::string& text, Paint paint) {
     return text;
 }
 
-Table::Table(std::vector<Cell> heads) {
-    for (Cell& head : heads) {
-        head.paint = Paint::bold;
+size_t readTerminalWidth(int descriptor) {
+    winsize size{};
+    return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
+    std::vector<Cell> heads;
+    for (const Column& column : columns_) {
+        heads.emplace_back(column.head, Paint::bold);
     }
     add(std::move(heads));
 }
 
 void Table::add(std::vector<Cell> cells) {
     rows_.push_back(std::move(cells));
-    rows_.back().resize(rows_.front().size(), "");
+    rows_.back().resize(columns_.size(), "");
 }
 
-std::vector<size_t> Table::widths() const {
-    std::vector<size_t> widths(rows_.front().size());
-    for (const auto& row : rows_) {
-        for (size_t column = 0; column < row.size(); ++column) {
-            widths[column] = std::max(widths[column], textWidth(row[column].text));
+// Without the columns that are dropped up to that order.
+Table::Layout Table::measure(bool isBrief, int dropped) const {
+    Layout layout{isBrief};
+    for (size_t column = 0; column < columns_.size(); ++column) {
+        if (columns_[column].dropOrder != 0 && columns_[column].dropOrder <= dropped) {
+            continue;
+        }
+        size_t width = 0;
+        for (const auto& row : rows_) {
+            width = std::max(width, textWidth(layout.form(row[column])));
+        }
+        const size_t readable = columns_[column].readableWidth;
+        layout.places.push_back({column, width, readable == 0 ? width : readable});
+    }
+    return layout;
+}
+
+Table::Layout Table::fit(size_t maxWidth) const {
+    Layout layout = measure(false, 0);
+    if (maxWidth == 0 || layout.narrowTo(maxWidth)) {
+        return layout;
+    }
+    const int drops = std::ranges::max(columns_, {}, &Column::dropOrder).dropOrder;
+    for (int dropped = 0; dropped <= drops; ++dropped) {
+        layout = measure(true, dropped);
+        if (layout.narrowTo(maxWidth)) {
+            return layout;
         }
     }
-    return widths;
+    for (Layout::Place& place : layout.places) {
+        place.minWidth = std::min(place.minWidth, kMinWidth);
+    }
+    layout.narrowTo(maxWidth);
+    return layout;
 }
 
-std::string Table::text(bool colour) const {
-    const std::vector<size_t> columns = widths();
+std::string Table::text(bool colour, size_t maxWidth) const {
+    const Layout layout = fit(maxWidth);
     std::string text;
     for (const auto& row : rows_) {
-        text += line(row, columns, colour);
+        text += layout.format(row, colour);
     }
     return text;
 }

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 
+#include "cli/table.h"
 #include "cli/timed_script.h"
 
 namespace pallctl {
@@ -93,6 +94,7 @@ Style Options::style() const {
         style.format = Format::keyvalue;
     }
     style.colour = supportsColours(STDOUT_FILENO);
+    style.columns = cli::readTerminalWidth(STDOUT_FILENO);
     return style;
 }
 

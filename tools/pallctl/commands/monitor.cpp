@@ -1,7 +1,6 @@
 // The monitor subscribes to everything, filters the payloads by type and object, and prints and
 // records them as they arrive. With a recording, a signal ends the loop through a descriptor.
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +13,7 @@
 #include "bus/message_types.h"
 #include "cli/signal_fd.h"
 #include "cli/standard_output.h"
+#include "cli/table.h"
 #include "pallctl/commands/commands.h"
 #include "pallctl/values/traffic_line.h"
 #include "recording/recording.h"
@@ -33,12 +33,6 @@ struct Filter {
     std::vector<std::string> objects;  // with all below them; empty: all
     std::set<std::string> types;       // words of the wire; empty: all
 };
-
-// The width of the terminal; 0 if unknown.
-size_t terminalColumns() {
-    winsize size{};
-    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
-}
 
 bool isAtOrBelow(const std::string& object, const std::string& path) {
     return object == path || object.starts_with(path + '.');
@@ -116,7 +110,7 @@ void Monitor::handlePayload(std::string_view payload) {
         return;
     }
     const auto now = std::chrono::system_clock::now();
-    cli::printNow(formatMessageLine(payload, now, style_, terminalColumns()));
+    cli::printNow(formatMessageLine(payload, now, style_, cli::readTerminalWidth(STDOUT_FILENO)));
     if (writer_) {
         writer_->record(head.from, payload);
         checkRecording();

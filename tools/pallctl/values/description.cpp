@@ -16,7 +16,7 @@ namespace pallctl {
 
 namespace {
 
-constexpr size_t kFactWidth = 16;
+constexpr size_t kFactColumn = 18;
 constexpr const char* kValue = "value";
 
 struct Fact {
@@ -89,9 +89,10 @@ std::string formatParagraph(const client::Parameter& parameter, const Style& sty
     std::string text = (style.colour ? cli::painted(name, cli::Paint::bold) : name) + '\n';
     for (const Fact& fact : collectFacts(parameter, style)) {
         if (!fact.text.empty()) {
-            const std::string what = fact.name;
-            text += "  " + what + std::string(kFactWidth - what.size(), ' ') +
-                    cli::escapeForTerminal(fact.text) + '\n';
+            std::string line = std::string("  ") + fact.name;
+            line.resize(kFactColumn, ' ');
+            line += cli::escapeForTerminal(fact.text);
+            text += (style.columns == 0 ? line : cli::shorten(line, style.columns)) + '\n';
         }
     }
     return text;

@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "cli/escape.h"
@@ -18,9 +19,18 @@ namespace {
 
 using Moment = std::chrono::system_clock::time_point;
 
+// An address, a version and most texts are shorter.
+constexpr size_t kReadableValue = 24;
+constexpr size_t kMinChangeColumns = 16;  // of a value behind time and name
+
 std::string readEnvironment(const char* name) {
     const char* const value = std::getenv(name);
     return value ? value : "";
+}
+
+// The name without the device, as users may type it.
+std::string formatLeaf(const std::string& name) {
+    return cli::escapeForTerminal(name.substr(name.rfind('.') + 1));
 }
 
 cli::Paint selectPaint(const client::Parameter& parameter) {
@@ -32,15 +42,15 @@ cli::Paint selectPaint(const client::Parameter& parameter) {
 
 std::string formatTable(const std::vector<const client::Parameter*>& parameters,
                         const Style& style) {
-    cli::Table table({"NAME", "VALUE", "TYPE", "READ-ONLY"});
+    cli::Table table({"NAME", {"VALUE", kReadableValue}, {"TYPE", 0, 2}, {"READ-ONLY", 0, 1}});
     for (const client::Parameter* parameter : parameters) {
         const client::Descriptor& descriptor = parameter->descriptor;
-        table.add({cli::escapeForTerminal(descriptor.name),
+        table.add({{cli::escapeForTerminal(descriptor.name), formatLeaf(descriptor.name)},
                    {formatOneLine(*parameter, style), selectPaint(*parameter)},
                    cli::escapeForTerminal(descriptor.type),
                    descriptor.readOnly ? "yes" : "no"});
     }
-    return table.text(style.colour);
+    return table.text(style.colour, style.columns);
 }
 
 std::string formatChangeForJSON(const client::Parameter& parameter, Moment moment) {
@@ -60,12 +70,23 @@ std::string formatChangeForShell(const client::Parameter& parameter, Moment mome
            " value=" + cli::shellQuoted(formatExact(parameter, style)) + '\n';
 }
 
+// The column after a tab behind that many columns.
+size_t nextTabStop(size_t columns) {
+    constexpr size_t kTab = 8;
+    return (columns / kTab + 1) * kTab;
+}
+
 std::string formatChangeForPeople(const client::Parameter& parameter, Moment moment,
                                   const Style& style) {
     const std::string time = cli::clockTime(moment);
-    const std::string value = formatOneLine(parameter, style);
-    return (style.colour ? cli::painted(time, cli::Paint::faint) : time) + '\t' +
-           cli::escapeForTerminal(parameter.descriptor.name) + '\t' +
+    const std::string name = cli::escapeForTerminal(parameter.descriptor.name);
+    std::string value = formatOneLine(parameter, style);
+    if (style.columns > 0) {
+        const size_t used = nextTabStop(nextTabStop(time.size()) + cli::textWidth(name));
+        value = cli::shorten(
+            value, std::max(kMinChangeColumns, style.columns - std::min(style.columns, used)));
+    }
+    return (style.colour ? cli::painted(time, cli::Paint::faint) : time) + '\t' + name + '\t' +
            (style.colour ? cli::painted(value, cli::Paint::bold) : value) + '\n';
 }
 
@@ -134,12 +155,12 @@ std::string formatAssignment(const std::string& name, const std::string& value) 
 
 std::string formatNameValueLines(const std::vector<const client::Parameter*>& parameters,
                                  const Style& style) {
-    cli::Table table({"NAME", "VALUE"});
+    cli::Table table({"NAME", {"VALUE", kReadableValue}});
     for (const client::Parameter* parameter : parameters) {
         table.add(
             {cli::escapeForTerminal(parameter->descriptor.name), formatOneLine(*parameter, style)});
     }
-    return table.text(style.colour);
+    return table.text(style.colour, style.columns);
 }
 
 std::string formatParameters(const std::vector<const client::Parameter*>& parameters,

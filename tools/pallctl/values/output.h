@@ -22,6 +22,7 @@ struct Style {
     Format format = Format::table;
     bool raw = false;     // raw wire values, in JSON
     bool colour = false;  // for a table only
+    size_t columns = 0;   // of the terminal: texts for people are cut to it; 0: whole
 };
 
 // Whether the descriptor is a terminal, and colours are not disabled (NO_COLOR, TERM=dumb).
@@ -54,12 +55,14 @@ std::string formatAssignment(const std::string& name, const std::string& value);
 std::string formatNameValueLines(const std::vector<const client::Parameter*>& parameters,
                                  const Style& style);
 
-// All of these, in their order: a table of name, value, type and read-only; one object with a
+// All of these, in their order: a table of name, value, type and read-only, which has short names
+// and fewer columns on a narrow terminal; one object with a
 // member per name; a line of NAME='VALUE' each. Ends with a line end unless it is empty.
 std::string formatParameters(const std::vector<const client::Parameter*>& parameters,
                              const Style& style);
 
-// One change of a parameter as a line: time of day, name and value separated by tabs; { "time",
+// One change of a parameter as a line: time of day, name and value separated by tabs, with the value
+// cut to the style's columns; { "time",
 // "name", "value", "text" }; or time='…' name='…' value='…' for a shell.
 std::string formatChange(const client::Parameter& parameter,
                          std::chrono::system_clock::time_point moment, const Style& style);

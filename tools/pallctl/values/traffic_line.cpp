@@ -27,7 +27,6 @@ constexpr size_t kTypeWidth = 6;  // "CMDRSP", "UPDATE"
 constexpr size_t kIdWidth = 7;    // a connection ID of a client
 constexpr size_t kMinMiddleColumns = 40;
 const std::string kGap = "  ";
-constexpr const char* kCut = "\u2026";
 
 constexpr std::string_view kDescriptorMark = "d_";
 
@@ -136,21 +135,6 @@ std::string pad(std::string text, size_t width) {
     return text;
 }
 
-// Shortens the text to at most that many columns, with a mark.
-std::string shorten(const std::string& text, size_t columns) {
-    if (cli::textWidth(text) <= columns) {
-        return text;
-    }
-    std::string cut;
-    for (const char byte : text) {
-        if (cli::textWidth(cut + byte) >= columns) {
-            break;
-        }
-        cut += byte;
-    }
-    return columns == 0 ? "" : cut + kCut;
-}
-
 // Invalid JSON becomes a text.
 util::UniqueJSON jsonData(TarnInternalMessage& message, std::string_view payload) {
     util::UniqueJSON data = message.takeData();
@@ -244,7 +228,7 @@ void fit(Parts& parts, size_t columns) {
     if (!hasRoomForID) {
         parts.id.clear();
     }
-    parts.middle = shorten(parts.middle, room - (hasRoomForID ? forID : 0));
+    parts.middle = cli::shorten(parts.middle, room - (hasRoomForID ? forID : 0));
 }
 
 std::string formatPlain(std::string_view payload, Moment moment, const Style& style,

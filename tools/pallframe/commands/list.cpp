@@ -1,6 +1,9 @@
+#include <unistd.h>
+
 #include <memory>
 
 #include "cli/standard_output.h"
+#include "cli/table.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/doctor/frame_list.h"
 #include "pallframe/sandbox/frame_registry.h"
@@ -13,7 +16,8 @@ void addList(cli::Command program, size_t) {
     command.addFlag("--json", *json, "One JSON object per line instead of a table");
     command.work([json] {
         const auto running = sandbox::Registry::ofUser().running();
-        cli::print(*json ? doctor::formatJSON(running) : doctor::formatTable(running));
+        cli::print(*json ? doctor::formatJSON(running)
+                         : doctor::formatTable(running, cli::readTerminalWidth(STDOUT_FILENO)));
         return 0;
     });
 }

@@ -1,6 +1,9 @@
+#include <unistd.h>
+
 #include <memory>
 
 #include "cli/standard_output.h"
+#include "cli/table.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/doctor/frame_status.h"
 #include "pallframe/frame_selector.h"
@@ -23,7 +26,8 @@ void addStatus(cli::Command program, size_t) {
     arguments->selector.addTo(command);
     command.work([arguments] {
         const auto status = doctor::readStatus(arguments->selector.tree());
-        cli::print(arguments->json ? formatJSON(status) : formatTable(status));
+        cli::print(arguments->json ? formatJSON(status)
+                                   : formatTable(status, cli::readTerminalWidth(STDOUT_FILENO)));
         return 0;
     });
 }

@@ -21,15 +21,15 @@ std::string formatStart(const RunningFrame& frame) {
 
 }  // namespace
 
-std::string formatTable(const std::vector<RunningFrame>& running) {
-    cli::Table table({"FRAME", "PRODUCT", "STARTED", "FILES", "COMMAND"});
+std::string formatTable(const std::vector<RunningFrame>& running, size_t maxWidth) {
+    cli::Table table({"FRAME", "PRODUCT", {"STARTED", 0, 2}, {"FILES", 12, 1}, {"COMMAND", 16}});
     for (const RunningFrame& frame : running) {
         table.add({std::to_string(frame.pid), cli::escapeForTerminal(frame.product),
                    formatStart(frame),
                    frame.directory.empty() ? "in memory" : cli::escapeForTerminal(frame.directory),
                    cli::escapeForTerminal(frame.command)});
     }
-    return table.text();
+    return table.text(false, maxWidth);
 }
 
 std::string formatJSON(const std::vector<RunningFrame>& running) {

@@ -143,8 +143,8 @@ FrameStatus readStatus(const FrameRoot& tree) {
             splitLines(tree.read(simulation::paths::kCommands))};
 }
 
-std::string formatTable(const FrameStatus& status) {
-    cli::Table table({"WHAT", "NAME", "STATE"});
+std::string formatTable(const FrameStatus& status, size_t maxWidth) {
+    cli::Table table({"WHAT", {"NAME", 16}, {"STATE", 16}});
     table.add({"product", "", status.product});
     addDevices(table, status);
     for (const auto& [name, state] : status.services) {
@@ -160,7 +160,7 @@ std::string formatTable(const FrameStatus& status) {
     for (const std::string& call : status.calls) {
         table.add({"call", std::to_string(++calls), cli::escapeForTerminal(call)});
     }
-    return table.text();
+    return table.text(false, maxWidth);
 }
 
 std::string formatJSON(const FrameStatus& status) {

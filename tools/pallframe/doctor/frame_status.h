@@ -25,8 +25,8 @@ struct FrameStatus {
 // Throws simulation::FrameError when the tree is not a frame.
 FrameStatus readStatus(const simulation::FrameRoot& tree);
 
-// Lines for a person, in columns.
-std::string formatTable(const FrameStatus& status);
+// Lines for a person, in a table of at most `maxWidth` columns; 0: any width.
+std::string formatTable(const FrameStatus& status, size_t maxWidth = 0);
 
 // The same as one JSON object on a line, for a program; valid for any texts in the frame.
 std::string formatJSON(const FrameStatus& status);

@@ -48,5 +48,77 @@ TEST(Table, IsAsWideInColour) {
     EXPECT_EQ(table.text(), "A     B\nlong  x\ny     z\n");
 }
 
+Table frameTable() {
+    Table table({"NAME", {"VALUE", 8}, {"TYPE", 0, 2}, {"READ-ONLY", 0, 1}});
+    table.add({{"system.address", "address"}, "10.0.0.5", "INT32", "no"});
+    table.add({{"system.serial", "serial"}, "name=COM1, dev=/dev/ttyS2", "STRUCT", "yes"});
+    return table;
+}
+
+TEST(TableWidth, IsThatOfTheTextsWhereTheyFit) {
+    EXPECT_EQ(frameTable().text(false, 60), frameTable().text());
+    EXPECT_EQ(frameTable().text(),
+              "NAME            VALUE                      TYPE    READ-ONLY\n"
+              "system.address  10.0.0.5                   INT32   no\n"
+              "system.serial   name=COM1, dev=/dev/ttyS2  STRUCT  yes\n");
+}
+
+TEST(TableWidth, CutsTextsDownToAReadableWidthFirst) {
+    EXPECT_EQ(frameTable().text(false, 43),
+              "NAME            VALUE     TYPE    READ-ONLY\n"
+              "system.address  10.0.0.5  INT32   no\n"
+              "system.serial   name=CO\u2026  STRUCT  yes\n");
+}
+
+TEST(TableWidth, ThenTakesShortForms) {
+    EXPECT_EQ(frameTable().text(false, 42),
+              "NAME     VALUE           TYPE    READ-ONLY\n"
+              "address  10.0.0.5        INT32   no\n"
+              "serial   name=COM1, de\u2026  STRUCT  yes\n");
+}
+
+TEST(TableWidth, ThenLeavesColumnsOutOneAfterTheOther) {
+    EXPECT_EQ(frameTable().text(false, 35),
+              "NAME     VALUE               TYPE\n"
+              "address  10.0.0.5            INT32\n"
+              "serial   name=COM1, dev=/d\u2026  STRUCT\n");
+    EXPECT_EQ(frameTable().text(false, 20),
+              "NAME     VALUE\n"
+              "address  10.0.0.5\n"
+              "serial   name=COM1,\u2026\n");
+}
+
+TEST(TableWidth, CutsEveryTextInTheEnd) {
+    Table table({"NAME", {"VALUE", 30}});
+    table.add({"a very long name", "a very long value"});
+    EXPECT_EQ(table.text(false, 20), "NAME        VALUE\na very lo\u2026  a very \u2026\n");
+    EXPECT_EQ(table.text(false, 1), "NAME      VALUE\na very \u2026  a very \u2026\n");
+}
+
+TEST(TableWidth, DoesNotCountColours) {
+    Table table({"A", {"B", 3}});
+    table.add({"x", {"abcdef", Paint::faint}});
+    EXPECT_EQ(table.text(true, 7),
+              "\x1b[1mA\x1b[0m  \x1b[1mB\x1b[0m\nx  \x1b[2mabc\u2026\x1b[0m\n");
+}
+
+TEST(ShortenedText, EndsWithAMarkWithinTheWidth) {
+    EXPECT_EQ(shorten("abc", 3), "abc");
+    EXPECT_EQ(shorten("abcd", 3), "ab\u2026");
+    EXPECT_EQ(shorten("Zürich", 4), "Zür\u2026");
+    EXPECT_EQ(shorten("Zürich", 3), "Zü\u2026");
+    EXPECT_EQ(shorten("abc", 1), "\u2026");
+    EXPECT_EQ(shorten("abc", 0), "");
+}
+
+TEST(ShortenedText, IsNotCutByteByByte) {
+    const std::string text(10'000'000, 'x');
+    EXPECT_EQ(textWidth(shorten(text, 9'000'000)), 9'000'000u);
+}
+
+TEST(TerminalWidth, OfAFileIsUnknown) {
+    EXPECT_EQ(readTerminalWidth(-1), 0u);
+}
+
 }  // namespace
 }  // namespace cli
