@@ -1,63 +1,100 @@
 // What a round trip costs when nothing is done with the message: connects to the given port and
-// answers every REQUEST bytes with a write of REPLY bytes, with epoll and nothing else. The measure
-// that the daemon's own round trips are put beside.
+// answers every REQUEST bytes with a write of the text REPLY, with epoll and nothing else. The
+// measure that the daemon's own round trips are put beside. `--gather` writes the replies to one
+// read at once, `--log` and `--save` add the log lines and the saved file of a set request,
+// `--ticks` the wake-ups of an idle daemon.
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/epoll.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <vector>
+
+#include "set_work.h"
 
 namespace {
 
-int connectTo(uint16_t port) {
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    // The socket interface wants the general type.
-    if (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        std::exit(EXIT_FAILURE);
-    }
-    // The bare program must not wait for acknowledgements either.
-    const int on = 1;
-    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    return socket;
+constexpr size_t kReadSize = 8192;
+constexpr int kTickMilliseconds = 1000;
+constexpr int kTicksPerHeartbeat = 5;
+// As long as the daemon's.
+constexpr size_t kHeartbeatSize = 51;
+
+bool has(const std::vector<std::string>& options, const char* option) {
+    return std::find(options.begin(), options.end(), option) != options.end();
 }
+
+class Echo {
+  public:
+    Echo(int socket, size_t requestSize, std::string reply, const std::vector<std::string>& options)
+        : socket_(socket),
+          requestSize_(requestSize),
+          reply_(std::move(reply)),
+          gathers_(has(options, "--gather")),
+          timeout_(has(options, "--ticks") ? kTickMilliseconds : -1),
+          work_(options) {}
+
+    // Until the other end closes the connection.
+    void run() {
+        const int poll = epoll_create1(EPOLL_CLOEXEC);
+        epoll_event event = {};
+        event.events = EPOLLIN;
+        epoll_ctl(poll, EPOLL_CTL_ADD, socket_, &event);
+        for (int ready = 0; ready == 0 || answerRequests();) {
+            ready = epoll_wait(poll, &event, 1, timeout_);
+            if (ready == 0 && ++tick_ % kTicksPerHeartbeat == 0) {
+                send(reply_.substr(0, kHeartbeatSize));
+            }
+        }
+    }
+
+  private:
+    bool answerRequests() {
+        char buffer[kReadSize];
+        const ssize_t count = read(socket_, buffer, sizeof buffer);
+        if (count <= 0) {
+            return false;
+        }
+        std::string gathered;
+        for (received_ += static_cast<size_t>(count); received_ >= requestSize_;) {
+            received_ -= requestSize_;
+            work_.work();
+            if (gathers_) {
+                gathered += reply_;
+            } else {
+                send(reply_);
+            }
+        }
+        send(gathered);
+        return true;
+    }
+
+    void send(const std::string& bytes) const {
+        if (!bytes.empty() && write(socket_, bytes.data(), bytes.size()) < 0) {
+            std::exit(EXIT_FAILURE);
+        }
+    }
+
+    int socket_;
+    size_t requestSize_;
+    std::string reply_;
+    bool gathers_;
+    int timeout_;
+    SetWork work_;
+    size_t received_ = 0;
+    int tick_ = 0;
+};
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    if (argc != 4) {
+    if (argc < 4) {
         return 2;
     }
-    const int socket = connectTo(static_cast<uint16_t>(std::strtoul(argv[1], nullptr, 10)));
-    const size_t requestSize = std::strtoul(argv[2], nullptr, 10);
-    const size_t replySize = std::strtoul(argv[3], nullptr, 10);
-    const int poll = epoll_create1(EPOLL_CLOEXEC);
-    epoll_event event = {};
-    event.events = EPOLLIN;
-    epoll_ctl(poll, EPOLL_CTL_ADD, socket, &event);
-
-    char buffer[8192];
-    const std::string reply(replySize, 'r');
-    size_t received = 0;
-    while (epoll_wait(poll, &event, 1, -1) == 1) {
-        const ssize_t count = read(socket, buffer, sizeof buffer);
-        if (count <= 0) {
-            return EXIT_SUCCESS;
-        }
-        for (received += static_cast<size_t>(count); received >= requestSize;) {
-            received -= requestSize;
-            if (write(socket, reply.data(), reply.size()) < 0) {
-                return EXIT_FAILURE;
-            }
-        }
-    }
+    Echo(connectTo(static_cast<uint16_t>(std::strtoul(argv[1], nullptr, 10))),
+         std::strtoul(argv[2], nullptr, 10), argv[3], {argv + 4, argv + argc})
+        .run();
 }

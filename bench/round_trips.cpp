@@ -7,14 +7,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <fstream>
-#include <functional>
-#include <iostream>
 #include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "bus_frames.h"
 #include "peer.h"
 #include "programs.h"
 
@@ -22,73 +20,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using Microseconds = std::chrono::duration<double, std::micro>;
-
-constexpr uint16_t kBusPort = 15000;
-
-std::string frame(const std::string& type, const std::string& data) {
-    const std::string payload = "[\"" + type + "\", \"system\", 5, 0, 0]\n" + data;
-    return std::to_string(payload.size()) + ":" + payload + ";";
-}
-
-std::string getRequest(const std::string& names) {
-    return frame("GET", R"({"id":"1@bench","param":{"objectName":[)" + names + "]}}");
-}
-
-// Nothing on a default frame reacts to this parameter and it is not saved: what is timed is the
-// handling, its announcement and its log lines.
-std::string setRequest(int value) {
-    return frame("SET", R"({"id":"1@bench","param":{"activeKeli":)" + std::to_string(value) + "}}");
-}
-
-// Counts complete answers in what arrives, in pieces of any size.
-class AnswerCounter {
-  public:
-    virtual ~AnswerCounter() = default;
-    virtual size_t count(const std::string& bytes) = 0;
-};
-
-// The daemon's frames of one message type; its heartbeats and other traffic do not count.
-class FrameCounter : public AnswerCounter {
-  public:
-    explicit FrameCounter(std::string type) : start_("[\"" + type + "\"") {}
-
-    size_t count(const std::string& bytes) override {
-        pending_ += bytes;
-        size_t position = 0;
-        size_t counted = 0;
-        for (size_t colon; (colon = pending_.find(':', position)) != std::string::npos;) {
-            const size_t length = std::stoul(pending_.substr(position, colon - position));
-            const size_t next = colon + 1 + length + 1;
-            if (next > pending_.size()) {
-                break;
-            }
-            counted += pending_.compare(colon + 1, start_.size(), start_) == 0 ? 1U : 0U;
-            position = next;
-        }
-        pending_.erase(0, position);
-        return counted;
-    }
-
-  private:
-    std::string start_;
-    std::string pending_;
-};
-
-class ByteCounter : public AnswerCounter {
-  public:
-    explicit ByteCounter(size_t answer) : answer_(answer) {}
-
-    size_t count(const std::string& bytes) override {
-        received_ += bytes.size();
-        const size_t counted = received_ / answer_;
-        received_ %= answer_;
-        return counted;
-    }
-
-  private:
-    size_t answer_;
-    size_t received_ = 0;
-};
 
 // One request and what completes it.
 struct Scenario {
@@ -102,6 +33,9 @@ struct Scenario {
 std::vector<Scenario> scenarios() {
     const std::string three = R"("ipAddress","netmask","gateway")";
     const std::string one = getRequest(R"("ipAddress")");
+    // Nothing on a default frame reacts to this parameter and it is not saved: what is timed is the
+    // handling, its announcement and its log lines.
+    const std::vector<std::string> sets{setRequest("activeKeli", 1), setRequest("activeKeli", 0)};
     std::string burst;
     for (int i = 0; i < 64; ++i) {
         burst += one;
@@ -109,8 +43,8 @@ std::vector<Scenario> scenarios() {
     return {
         {"GET", {one}, "RSP", 1, 1},
         {"GET of three names", {getRequest(three)}, "RSP", 3, 1},
-        {"SET until NOT", {setRequest(1), setRequest(0)}, "NOT", 1, 1},
-        {"SET until RSP", {setRequest(1), setRequest(0)}, "RSP", 1, 1},
+        {"SET until NOT", sets, "NOT", 1, 1},
+        {"SET until RSP", sets, "RSP", 1, 1},
         {"64 GETs in one segment", {burst}, "RSP", 64, 1},
         {"64 GETs outstanding", {one}, "RSP", 1, 64},
     };
@@ -174,17 +108,17 @@ void measure(Peer& peer, AnswerCounter& counter, const Scenario& scenario, size_
                           static_cast<double>(count);
 }
 
-// What the daemon sends for one round trip, counted once the traffic of the start has settled.
-size_t answerSize(Peer& daemon, const Scenario& scenario) {
+// What the daemon sends for one round trip, recorded once the traffic of the start has settled.
+std::string recordAnswer(Peer& daemon, const Scenario& scenario) {
     FrameCounter counter(scenario.answerType);
-    size_t size = 0;
+    std::string answer;
     daemon.send(scenario.requests[0]);
     for (size_t got = 0; got < scenario.answers;) {
         const std::string bytes = daemon.receive();
-        size += bytes.size();
+        answer += bytes;
         got += counter.count(bytes);
     }
-    return size;
+    return answer;
 }
 
 struct Setting {
@@ -214,7 +148,8 @@ class RoundTrips {
   private:
     // Until everything sent so far has been answered: answers come in the order of the requests.
     static void settle(Peer& daemon) {
-        daemon.send(frame("GET", R"({"id":"settled","param":{"objectName":["frameName"]}})"));
+        daemon.send(
+            frame("GET", "system", R"({"id":"settled","param":{"objectName":["frameName"]}})"));
         for (std::string bytes; bytes.find(R"("id":"settled")") == std::string::npos;) {
             bytes += daemon.receive();
         }
@@ -222,24 +157,22 @@ class RoundTrips {
 
     void compare(Peer& daemon, const Scenario& scenario, const Setting& setting) {
         settle(daemon);
-        const size_t size = answerSize(daemon, scenario);
+        const std::string answer = recordAnswer(daemon, scenario);
         settle(daemon);
         Peer echo(0);
         echo.start({echoPath_, std::to_string(echo.port()),
-                    std::to_string(scenario.requests[0].size()), std::to_string(size)},
+                    std::to_string(scenario.requests[0].size()), answer},
                    setting.programProcessor);
         echo.acknowledge(setting.acknowledge);
         Times ours;
         Times bare;
         FrameCounter frames(scenario.answerType);
-        ByteCounter bytes(size);
-        Scenario whole = scenario;
-        whole.answers = 1;
+        FrameCounter echoed(scenario.answerType);
         // In turn, so that both see the same moods of the machine.
         for (int round = 0; round < 10; ++round) {
             const size_t count = scenario.outstanding > 1 ? 20'000 : 500;
             measure(daemon, frames, scenario, count, ours);
-            measure(echo, bytes, whole, count, bare);
+            measure(echo, echoed, scenario, count, bare);
         }
         print(scenario, ours, bare);
     }
@@ -261,62 +194,13 @@ class RoundTrips {
     std::string echoPath_;
 };
 
-// Milliseconds from the start of the program until its login is here.
-double startToLogin(const std::string& daemonPath) {
-    Peer daemon(kBusPort);
-    const Clock::time_point start = Clock::now();
-    daemon.start({daemonPath}, 0);
-    daemon.receive();
-    return Microseconds(Clock::now() - start).count() / 1e3;
-}
-
-// Milliseconds of the shell command with which the daemon asks for the product, part of its start.
-double productCommand() {
-    const Clock::time_point start = Clock::now();
-    std::FILE* const pipe = popen(". /tmp/eeprom && echo $PRODUCT", "re");
-    char line[128];
-    while (std::fgets(line, sizeof line, pipe)) {
-    }
-    pclose(pipe);
-    return Microseconds(Clock::now() - start).count() / 1e3;
-}
-
-double median(const std::function<double()>& measurement) {
-    std::vector<double> results(15);
-    std::generate(results.begin(), results.end(), measurement);
-    std::nth_element(results.begin(), results.begin() + 7, results.end());
-    return results[7];
-}
-
-void printStart(const std::string& daemonPath) {
-    std::printf("start to login %.1f ms, of which the product command %.1f ms (medians of 15)\n",
-                median([&] { return startToLogin(daemonPath); }), median(productCommand));
-}
-
-// Resident memory after login and a first request, from the kernel's own account (proc(5)).
-void printMemory(const std::string& daemonPath) {
-    Peer daemon(kBusPort);
-    daemon.start({daemonPath}, 0);
-    daemon.send(getRequest(R"("ipAddress")"));
-    FrameCounter answered("RSP");
-    waitFor(daemon, answered, 1);
-    std::ifstream account("/proc/" + std::to_string(daemon.program()) + "/smaps_rollup");
-    for (std::string line; std::getline(account, line);) {
-        if (line.rfind("Rss:", 0) == 0 || line.rfind("Pss:", 0) == 0) {
-            std::cout << line << "\n";
-        }
-    }
-}
-
 }  // namespace
 
 int main(int argc, char* argv[]) {
     if (argc != 3) {
-        std::cerr << "usage: round_trips DAEMON ECHO (inside a simulated frame)\n";
+        std::fprintf(stderr, "usage: round_trips DAEMON ECHO (inside a simulated frame)\n");
         return 2;
     }
-    printStart(argv[1]);
-    printMemory(argv[1]);
     const Setting settings[] = {
         {"one core", 0, Peer::Acknowledge::promptly},
         {"one core, the bus acknowledges late", 0, Peer::Acknowledge::late},
