@@ -138,6 +138,39 @@ TEST_F(PallctlNetwork, BeginsALineOfItsOwnBehindItsQuestion) {
     terminal.screen().waitFor(" s, or no: \r\npallctl: network: restoring");
 }
 
+TEST_F(PallctlNetwork, AsksOnATerminalWithoutBeingToldTo) {
+    Terminal terminal(program("pallctl", network(kAll)));
+    terminal.screen().waitFor("Keep these settings? Type yes within 90 s, or no: ");
+    EXPECT_EQ(file(), kAllNew);
+    terminal.type("no\n");
+    EXPECT_EQ(terminal.waitForEnd(), 7);
+    EXPECT_EQ(file(), kBefore);
+}
+
+TEST_F(PallctlNetwork, DoesNotAskThoseWhoKnow) {
+    Terminal terminal(program("pallctl", network(kAll, {"--no-confirm"})));
+    EXPECT_EQ(terminal.waitForEnd(), 0);
+    EXPECT_EQ(file(), kAllNew);
+    EXPECT_THAT(terminal.screen().waitForEnd(), testing::Not(HasSubstr("Keep")));
+}
+
+// Nobody would see the question, or could answer it.
+TEST_F(PallctlNetwork, DoesNotAskWhereNobodyCanAnswer) {
+    const std::string command = program("pallctl", {}).front();
+    Terminal unseen({"sh", "-c", command + " network --gateway 10.0.0.2 2>/dev/null"});
+    EXPECT_EQ(unseen.waitForEnd(), 0);
+    Terminal unanswered({"sh", "-c", command + " network --gateway 10.0.0.1 </dev/null"});
+    EXPECT_EQ(unanswered.waitForEnd(), 0);
+    EXPECT_EQ(file(), kBefore);
+}
+
+TEST_F(PallctlNetwork, IsToldOnlyOneOfBothWaysToConfirm) {
+    const Result result = pallctl(network(kAll, {"--no-confirm", "--confirm-within=2m"}));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.error, isOneComplaint("pallctl"));
+    EXPECT_EQ(file(), kBefore);
+}
+
 TEST_F(PallctlNetwork, TakesTheTypedYes) {
     Terminal terminal(program("pallctl", network(kAll, {"--confirm-within=2m"})));
     terminal.screen().waitFor("Keep these settings? Type yes within 120 s, or no: ");

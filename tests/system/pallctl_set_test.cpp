@@ -98,7 +98,7 @@ TEST_F(PallctlSet, SuggestsARollbackForASetOfTheNetwork) {
     terminal.screen().waitFor("rolls back unless confirmed\r\n");
     EXPECT_EQ(terminal.screen().text(),
               "pallctl: system.gateway: takes effect even if it disconnects you; "
-              "'pallctl network --gateway --confirm-within' rolls back unless confirmed\r\n");
+              "'pallctl network --gateway' rolls back unless confirmed\r\n");
     EXPECT_EQ(valueOf("gateway"), "10.0.0.7\n");
     EXPECT_EQ(pallctl({"set", "gateway=10.0.0.1"}).error, "") << "a script is told nothing";
 }

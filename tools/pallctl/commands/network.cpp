@@ -1,8 +1,10 @@
-// A change of the network may cut off the user who makes it. With --confirm-within a detached
-// process makes the change and rolls it back unless this process passes on a confirmation in time;
-// so nothing that happens to this process or its terminal prevents the rollback.
+// A change of the network may cut off the user who makes it. On a terminal, and elsewhere with
+// --confirm-within, a detached process makes the change and rolls it back unless this process
+// passes on a confirmation in time; so nothing that happens to this process or its terminal
+// prevents the rollback.
 
 #include <syslog.h>
+#include <unistd.h>
 
 #include <array>
 #include <chrono>
@@ -26,10 +28,12 @@ constexpr const char* kNotes =
     "Needs at least one of the three settings. Sends those that differ from the\n"
     "current ones, the address last: the daemon restarts the network for each.\n"
     "Settings that would make the frame unreachable are not sent.\n"
-    "With --confirm-within, type \"yes\" on standard input in time. Otherwise the\n"
-    "previous settings are restored: also when the input ends, on Ctrl-C, and when\n"
-    "terminal, pallctl or bus go away. TIME is 90s, 2m or 500ms.\n"
+    "On a terminal asks whether to keep the settings. Unless the answer is \"yes\" in\n"
+    "time, the previous ones are restored: also when the input ends, on Ctrl-C, and\n"
+    "when terminal, pallctl or bus go away. Elsewhere only --confirm-within asks.\n"
     "Exits with 0, 7 restored, 8 not restored; all others: nothing has changed.";
+
+constexpr std::chrono::seconds kUsualConfirmTime{90};
 
 struct NetworkRequest {
     systemstate::NetworkSettings wish;  // 0: unchanged
@@ -124,6 +128,7 @@ ExitStatus changeNetwork(const client::ConnectionOptions& connection,
 struct Arguments {
     std::array<std::string, kNetworkMembers.size()> settings;
     std::string confirmWithin;
+    bool confirm = true;
     bool force = false;
 };
 
@@ -141,6 +146,19 @@ std::string checkTime(const std::string& text) {
                : "invalid duration '" + text + "'; use 90s, 2m or 500ms, up to 24 hours";
 }
 
+// Whether the user sees the question and can answer it.
+bool canAsk() {
+    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
+}
+
+// Empty: the change is final.
+std::optional<std::chrono::milliseconds> selectConfirmTime(const Arguments& arguments) {
+    if (arguments.confirmWithin.empty() && arguments.confirm && canAsk()) {
+        return kUsualConfirmTime;
+    }
+    return cli::script::parseTimeOption(arguments.confirmWithin);
+}
+
 NetworkRequest makeRequest(const Arguments& arguments) {
     NetworkRequest request;
     for (size_t member = 0; member < kNetworkMembers.size(); ++member) {
@@ -150,7 +168,7 @@ NetworkRequest makeRequest(const Arguments& arguments) {
     if (request.wish == systemstate::NetworkSettings()) {
         throw cli::UsageError("needs --address, --netmask or --gateway");
     }
-    request.confirmWithin = cli::script::parseTimeOption(arguments.confirmWithin);
+    request.confirmWithin = selectConfirmTime(arguments);
     request.force = arguments.force;
     return request;
 }
@@ -167,9 +185,13 @@ void addNetwork(cli::Command program, const Options& options) {
             .kind("A.B.C.D")
             .check(checkAddress);
     }
-    command.add("--confirm-within", arguments->confirmWithin, "Roll back unless confirmed in time")
+    command
+        .add("--confirm-within", arguments->confirmWithin,
+             "Roll back unless confirmed in time: 90s on a terminal")
         .kind("TIME")
         .check(checkTime);
+    command.addFlag("!--no-confirm", arguments->confirm, "Do not ask on a terminal")
+        .excludes("--confirm-within");
     command.addFlag("--force", arguments->force, "Send also settings that would be unreachable");
     command.notes(kNotes);
     command.work([&options, arguments] {

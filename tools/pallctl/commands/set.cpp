@@ -241,7 +241,7 @@ class SetRequest {
         if (member && !client_.device().isThroughPrefix() && ::isatty(STDERR_FILENO) == 1) {
             client::complain(
                 name, std::string("takes effect even if it disconnects you; 'pallctl network ") +
-                          member->option + " --confirm-within' rolls back unless confirmed");
+                          member->option + "' rolls back unless confirmed");
         }
     }
 
