@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "harness/process_table.h"
+#include "harness/terminal.h"
 #include "on_top.h"
 
 using harness::ProcessEntry;
@@ -17,6 +18,16 @@ std::vector<ProcessEntry> programsWith(const std::string& word) {
         return entry.commandLine.find(word) == std::string::npos || entry.state == 'Z';
     });
     return found;
+}
+
+// How often the screen was cleared to draw everything.
+std::size_t countFullPictures(const std::string& screen) {
+    const std::string clear = "\x1b[H\x1b[2J";
+    std::size_t count = 0;
+    for (auto at = screen.find(clear); at != std::string::npos; at = screen.find(clear, at + 1)) {
+        ++count;
+    }
+    return count;
 }
 
 class TopTerminal : public OnTop {
@@ -64,6 +75,18 @@ TEST_F(TopTerminal, IsLeftAsItWasOnSignals) {
         ::kill(processOfTop(), signal);
         expectCleanEnd(status);
     }
+}
+
+// A terminal may take its new size only after the signal, and garble what was drawn in between; it
+// sends no second signal, and nothing changes on a Brio.
+TEST_F(TopTerminal, IsDrawnAgainOnceItHasTakenItsNewSize) {
+    start();
+    harness::Terminal own({"env", "TERM=xterm", harness::programDirectory() / "pallctl", "top"});
+    own.screen().waitFor("10.1.1.2");
+    const std::size_t before = countFullPictures(own.screen().text());
+    own.resize(100, 30);
+    harness::waitUntil([&] { return countFullPictures(own.screen().text()) == before + 2; },
+                       "two more pictures");
 }
 
 TEST_F(TopTerminal, EndsWithIt) {

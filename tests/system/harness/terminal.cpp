@@ -18,12 +18,16 @@ using pallframe::simulation::Descriptor;
 
 constexpr const char* kMaker = "/dev/ptmx";
 
+void setSize(const Descriptor& terminal, unsigned short columns, unsigned short rows) {
+    const winsize size{rows, columns, 0, 0};
+    check(::ioctl(terminal.get(), TIOCSWINSZ, &size), "TIOCSWINSZ");
+}
+
 Descriptor newTerminal(unsigned short columns) {
     bringTerminals();
     Descriptor terminal(check(::open(kMaker, O_RDWR | O_NOCTTY | O_CLOEXEC), kMaker));
     check(::unlockpt(terminal.get()), "unlockpt");
-    const winsize size{24, columns, 0, 0};
-    check(::ioctl(terminal.get(), TIOCSWINSZ, &size), "TIOCSWINSZ");
+    setSize(terminal, columns, 24);
     return terminal;
 }
 
@@ -65,6 +69,10 @@ Terminal::Terminal(const std::vector<std::string>& words, Descriptor keyboard)
 
 void Terminal::type(const std::string& text) const {
     check(::write(keyboard_.get(), text.data(), text.size()), "type");
+}
+
+void Terminal::resize(unsigned short columns, unsigned short rows) const {
+    setSize(keyboard_, columns, rows);
 }
 
 void Terminal::hangUp() {

@@ -25,6 +25,9 @@ class Terminal : public Child {
     Collector& screen() { return *screen_; }
     void type(const std::string& text) const;  // "\n" for the enter key, "\x03" for Ctrl-C
 
+    // The program gets a signal.
+    void resize(unsigned short columns, unsigned short rows) const;
+
     // The terminal goes away, as when a remote session breaks.
     void hangUp();
 

@@ -1,5 +1,7 @@
 // One loop waits for keys, signals and the source, and draws at most every kMinFrameInterval unless
-// a key was pressed.
+// a key was pressed. After a new size it draws everything twice: at once, and again after
+// kSettleTime, because a terminal may take its new size only after it has told the programs, and
+// then has garbled what they drew in between.
 
 #include <poll.h>
 #include <signal.h>
@@ -10,6 +12,7 @@
 #include <chrono>
 #include <clocale>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -31,6 +34,8 @@ using Clock = std::chrono::steady_clock;
 // A busy bus redraws the screen no more often than is visible.
 constexpr Moment kMinFrameInterval = std::chrono::milliseconds(50);
 
+constexpr Moment kSettleTime = std::chrono::milliseconds(500);
+
 // The event loop: keys, signals and the source.
 class Loop {
   public:
@@ -45,6 +50,8 @@ class Loop {
     void draw();
     void wait();
     void takeSignals();
+    void resize();
+    void redrawSettled();
     void end(int signal);
     void takeKeys();
     int millisecondsToWait() const;
@@ -56,8 +63,9 @@ class Loop {
     const Charset charset_ = detectCharset();
     Clock::time_point stepped_ = Clock::now();
     Clock::time_point drawn_{};
-    bool urgent_ = true;  // the user waits for the screen
-    bool late_ = false;   // something has not been drawn yet
+    std::optional<Clock::time_point> settled_;  // when to draw everything again after a new size
+    bool urgent_ = true;                        // the user waits for the screen
+    bool late_ = false;                         // something has not been drawn yet
     bool done_ = false;
     int signal_ = 0;
 };
@@ -65,6 +73,7 @@ class Loop {
 int Loop::run() {
     while (!done_) {
         step();
+        redrawSettled();
         draw();
         wait();
     }
@@ -109,6 +118,10 @@ int Loop::millisecondsToWait() const {
     if (late_) {
         next = std::min(next.value_or(kMinFrameInterval), kMinFrameInterval);
     }
+    if (settled_) {
+        const auto left = std::chrono::ceil<Moment>(*settled_ - Clock::now());
+        next = std::clamp(left, Moment(0), next.value_or(kSettleTime));
+    }
     return next ? static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(*next).count())
                 : -1;
 }
@@ -117,10 +130,23 @@ void Loop::takeSignals() {
     while (const int signal = signals_.take()) {
         urgent_ = true;
         if (signal == SIGWINCH) {
-            screen_.resize();
+            resize();
         } else {
             end(signal);
         }
+    }
+}
+
+void Loop::resize() {
+    screen_.resize();
+    settled_ = Clock::now() + kSettleTime;
+}
+
+void Loop::redrawSettled() {
+    if (settled_ && Clock::now() >= *settled_) {
+        settled_.reset();
+        screen_.resize();
+        urgent_ = true;
     }
 }
 
