@@ -26,8 +26,8 @@ TEST_F(TopOnBrio, ShowsThePanelsAndTheFirstGroups) {
         ElementsAre(
             " QuoraneBrio · System · 4.2.1(31415)                127.0.0.1:15000 · connected",
             " Ethernet ports                          Voltages, the last 4 minutes",
-            " Port 1    link down                     PSU 1        0.00 V",
-            " Port 2    link down                     PSU 2        0.00 V",
+            " Port 1    not measured                  PSU 1             -",
+            " Port 2    not measured                  PSU 2             -",
             " Redundant pair                          Battery           -",
             " Primary   active   1.0  10.1.1.1", " Secondary standby  1.0  10.1.1.2", "",
             " Identity", "  frameName                QuoraneBrio",
@@ -79,11 +79,21 @@ TEST_F(TopOnBrio, FollowsTheSizeOfItsTerminal) {
     EXPECT_THAT(rowsWith("System Name"), SizeIs(1)) << "there is room for labels";
     terminal->resize({30, 5});
     terminal->waitUntil(
-        [](const auto& rows) { return rows.size() == 5 && rows[2] == "  frameName"; }, "two rows");
+        [](const auto& rows) {
+            return rows.size() == 5 && rows[2] == "  frameName        QuoraneBrio";
+        },
+        "two rows");
     terminal->press({"Down"});
     terminal->resize({1, 1});
     terminal->resize({80, 24});
     terminal->waitFor("QuoraneBrio");
+}
+
+TEST_F(TopOnBrio, SaysWhatIsNotMeasured) {
+    openOnDevice();
+    terminal->waitFor("Port 1    not measured");
+    terminal->waitFor("Port 2    not measured");
+    EXPECT_THAT(rowsWith("out of range"), SizeIs(0));
 }
 
 using TopOnQuorane = OnTop;
@@ -115,6 +125,31 @@ TEST_F(TopOnQuorane, ShowsAFallingSupply) {
     pallframe::simulation::setSupply(frame.tree(), 1, 6);
     terminal->waitUntilGone("PSU 1       12.00 V");
     terminal->waitFor("PSU 2       12.00 V");
+}
+
+// Found dead by a view that was opened afterwards.
+TEST_F(TopOnQuorane, ADeadSupplyAlarms) {
+    pallframe::simulation::setSupply(frame.tree(), 1, 0);
+    openOnDevice();
+    terminal->waitFor("PSU 1   !    0.00 V");
+    terminal->waitFor("! out of range: psu1Voltage");
+    EXPECT_THAT(terminal->colouredScreen(), HasSubstr("\x1b[31m!")) << "in red";
+    EXPECT_THAT(rowsWith("PSU 2       12.00 V"), SizeIs(1));
+}
+
+TEST_F(TopOnQuorane, ASaggingSupplyAlarmsWithoutColoursToo) {
+    pallframe::simulation::setSupply(frame.tree(), 2, 11);
+    start();
+    open({}, {}, {"TERM=vt100"});
+    terminal->waitFor("PSU 2   !   11.00 V");
+    terminal->waitFor("PSU 1       12.00 V");
+}
+
+TEST_F(TopOnQuorane, AlarmsOnFortyColumns) {
+    pallframe::simulation::setSupply(frame.tree(), 1, 0);
+    openOnDevice({}, {.columns = 40});
+    terminal->waitFor("PSU 1   !    0.00 V");
+    terminal->waitFor(" ipAddress                10.0.0.5");
 }
 
 TEST_F(TopOnQuorane, OutlivesTheBusAndReadsEverythingAgain) {

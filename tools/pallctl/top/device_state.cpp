@@ -1,5 +1,10 @@
+// A dead supply is published as 0, and so is a supply before its first measurement. The card runs
+// while one of its supplies does, so once any voltage is measured, a supply that stays at 0 is
+// dead.
+
 #include "pallctl/top/device_state.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "client/format_value.h"
@@ -11,6 +16,9 @@ namespace pallctl::top {
 using client::Parameter;
 
 namespace {
+
+// The daemon publishes all voltages in the same step of its poll, which it repeats every second.
+constexpr std::chrono::seconds kPollPeriod{1};
 
 // By the last part of the name.
 const std::map<std::string, client::Descriptor>& catalogue() {
@@ -41,6 +49,7 @@ bool DeviceState::take(const TarnInternalMessage& message, Moment at) {
     now_ = at;
     const bool restarted = object_.handleMessage(message, cache_);
     describeFromCatalogue();
+    noteMeasurement(at);
     sample(at);
     return restarted;
 }
@@ -62,8 +71,14 @@ void DeviceState::describeFromCatalogue() {
 }
 
 void DeviceState::markDisconnected(Moment at) {
+    endGraphs(at);
+}
+
+void DeviceState::endGraphs(Moment at) {
     for (History& history : histories_) {
-        history.add(at, std::nullopt);
+        if (history.last()) {
+            history.add(at, std::nullopt);
+        }
     }
 }
 
@@ -71,6 +86,7 @@ void DeviceState::clear() {
     cache_ = client::ParameterCache();
     listen();
     changes_.clear();
+    measuredSince_.reset();
     histories_ = {};
 }
 
@@ -82,25 +98,65 @@ const client::Parameter* DeviceState::find(const std::string& leaf) const {
     return cache_.find(object_.fullName(leaf));
 }
 
+Reading DeviceState::number(const std::string& leaf) const {
+    const Parameter* const parameter = find(leaf);
+    const bool holdsOne = parameter && cJSON_IsNumber(parameter->value.get());
+    return holdsOne ? Reading(parameter->value->valuedouble) : std::nullopt;
+}
+
 std::optional<Moment> DeviceState::changedAt(const std::string& name) const {
     const auto found = changes_.find(name);
     return found == changes_.end() ? std::nullopt : std::optional(found->second);
 }
 
-void DeviceState::sample(Moment at) {
-    for (std::size_t voltage = 0; voltage < kVoltages.size(); ++voltage) {
-        const client::Parameter* const parameter = find(kVoltages[voltage].leaf);
-        if (parameter && cJSON_IsNumber(parameter->value.get())) {
-            sample(histories_[voltage], parameter->value->valuedouble, at);
-        }
+bool DeviceState::isMeasured(const std::string& leaf, Moment now) const {
+    const auto* const voltage = std::ranges::find(kVoltages, leaf, &Voltage::leaf);
+    if (voltage != kVoltages.end()) {
+        return isVoltageMeasured(static_cast<std::size_t>(voltage - kVoltages.begin()), now);
+    }
+    if (std::ranges::find(kPorts, leaf) == kPorts.end() || !areVoltagesInitial()) {
+        return true;
+    }
+    return std::ranges::any_of(kPorts, [&](const char* port) {
+        return number(port).value_or(0) != 0 || changedAt(object_.fullName(port));
+    });
+}
+
+bool DeviceState::isVoltageMeasured(std::size_t voltage, Moment now) const {
+    const Voltage& what = kVoltages[voltage];
+    const Reading volts = number(what.leaf);
+    const bool isEarlier = measuredSince_ && now - *measuredSince_ >= kPollPeriod;
+    return volts && *volts >= 0 &&
+           (*volts > what.initial || histories_[voltage].last() || isEarlier);
+}
+
+// As a daemon publishes them that has not measured any.
+bool DeviceState::areVoltagesInitial() const {
+    return std::ranges::all_of(
+        kVoltages, [&](const Voltage& each) { return number(each.leaf) == each.initial; });
+}
+
+bool DeviceState::isAnyVoltageMeasured() const {
+    return std::ranges::any_of(kVoltages, [&](const Voltage& each) {
+        return number(each.leaf).value_or(each.initial) > each.initial;
+    });
+}
+
+void DeviceState::noteMeasurement(Moment at) {
+    if (areVoltagesInitial()) {
+        measuredSince_.reset();
+        endGraphs(at);
+    } else if (!measuredSince_ && isAnyVoltageMeasured()) {
+        measuredSince_ = at;
     }
 }
 
-void DeviceState::sample(History& history, double volts, Moment at) {
-    // Until it has been measured, a voltage is published as 0 or, the battery's, as less.
-    const bool isMeasured = volts > 0 || (volts == 0 && history.last());
-    if (isMeasured && history.last() != volts) {
-        history.add(at, volts);
+void DeviceState::sample(Moment at) {
+    for (std::size_t voltage = 0; voltage < kVoltages.size(); ++voltage) {
+        const Reading volts = number(kVoltages[voltage].leaf);
+        if (isVoltageMeasured(voltage, at) && histories_[voltage].last() != volts) {
+            histories_[voltage].add(at, volts);
+        }
     }
 }
 

@@ -21,6 +21,22 @@ std::size_t computeLevel(double reading, const Scale& scale) {
         std::clamp(level, 0.0, static_cast<double>(kBlocks.size() - 1)));
 }
 
+Reading findLowest(const std::vector<Reading>& readings) {
+    const std::optional<Scale> scale = findScale(readings);
+    return scale ? Reading(scale->low) : std::nullopt;
+}
+
+// The intervals of a graph of `count` columns.
+struct Intervals {
+    Moment length;
+    Moment begin;  // of the first
+};
+
+Intervals divide(Moment now, std::size_t count) {
+    const Moment length = Moment(kGraphSpan) / static_cast<Moment::rep>(count);
+    return {length, (now / length + 1) * length - static_cast<Moment::rep>(count) * length};
+}
+
 }  // namespace
 
 void History::add(Moment at, Reading reading) {
@@ -39,25 +55,30 @@ std::vector<Reading> History::lowest(Moment now, std::size_t count) const {
     if (count == 0) {
         return readings;
     }
-    const Moment length = Moment(kGraphSpan) / static_cast<Moment::rep>(count);
-    const Moment end = (now / length + 1) * length;
-    for (std::size_t column = count; column > 0; --column) {
-        const Moment from = end - static_cast<Moment::rep>(column) * length;
-        readings.push_back(lowestBetween(from, std::min(from + length, now + Moment(1))));
+    const Intervals intervals = divide(now, count);
+    for (std::size_t column = 0; column < count; ++column) {
+        const Moment from = intervals.begin + static_cast<Moment::rep>(column) * intervals.length;
+        const Moment to = std::min(from + intervals.length, now + Moment(1));
+        readings.push_back(findLowest(readingsBetween(from, to)));
     }
     return readings;
 }
 
-Reading History::lowestBetween(Moment from, Moment to) const {
+std::vector<Reading> History::all(Moment now, std::size_t count) const {
+    const Moment from = count == 0 ? now - Moment(kGraphSpan) : divide(now, count).begin;
+    return readingsBetween(from, now + Moment(1));
+}
+
+// The reading that was valid at the beginning comes first.
+std::vector<Reading> History::readingsBetween(Moment from, Moment to) const {
     const auto isLater = [](Moment time, const Sample& sample) { return time < sample.at; };
     auto sample = std::upper_bound(samples_.begin(), samples_.end(), from, isLater);
-    Reading lowest = sample != samples_.begin() ? std::prev(sample)->reading : std::nullopt;
+    sample -= sample != samples_.begin() ? 1 : 0;
+    std::vector<Reading> readings;
     for (; sample != samples_.end() && sample->at < to; ++sample) {
-        if (sample->reading) {
-            lowest = std::min(lowest.value_or(*sample->reading), *sample->reading);
-        }
+        readings.push_back(sample->reading);
     }
-    return lowest;
+    return readings;
 }
 
 std::optional<Scale> findScale(const std::vector<Reading>& readings) {

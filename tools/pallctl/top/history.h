@@ -17,7 +17,7 @@ using Moment = std::chrono::microseconds;
 // The time span of the graphs.
 inline constexpr std::chrono::minutes kGraphSpan{4};
 
-// A column of a graph: empty for an unknown value.
+// A value that was read, or a column of a graph; empty when it is unknown.
 using Reading = std::optional<double>;
 
 // The readings of one voltage over the last minutes. A reading is valid until the next one. Plain
@@ -33,6 +33,9 @@ class History {
     // of a supply is what matters. The intervals begin at multiples of their length, so that a
     // graph does not move between two of them.
     std::vector<Reading> lowest(Moment now, std::size_t count) const;
+    // All readings that were valid in those intervals; with a count of 0 in the whole time span of
+    // the graphs.
+    std::vector<Reading> all(Moment now, std::size_t count) const;
 
   private:
     struct Sample {
@@ -40,7 +43,7 @@ class History {
         Reading reading;
     };
 
-    Reading lowestBetween(Moment from, Moment to) const;
+    std::vector<Reading> readingsBetween(Moment from, Moment to) const;
 
     std::deque<Sample> samples_;  // the last one older than the graphs, and all since
 };

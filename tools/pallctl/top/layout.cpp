@@ -1,5 +1,6 @@
 // The screen is planned first: which panels, and how many table rows, fit its size. Then each part
-// is rendered as lines, and every line is cut or padded to the width of the screen.
+// is rendered as lines, and every line is cut or padded to the width of the screen. A row of the
+// table is wide enough for its value first: the time gives way, then the blanks after the name.
 
 #include "pallctl/top/layout.h"
 
@@ -7,6 +8,7 @@
 #include <iterator>
 #include <utility>
 
+#include "pallctl/top/alarms.h"
 #include "pallctl/top/line_layout.h"
 #include "pallctl/top/panels.h"
 #include "pallctl/top/status_lines.h"
@@ -31,12 +33,14 @@ constexpr std::size_t kPanelRows = 7;     // three and three, and a blank line
 constexpr std::size_t kStackedRows = 11;  // three, three and four, and a blank line
 constexpr std::size_t kSideColumns = 40;
 constexpr Size kRoomForPanels{16, 80};
-constexpr Size kRoomForStack{24, 44};
+constexpr Size kRoomForStack{24, 36};
 constexpr std::size_t kRoomForFoot = 4;
 
+constexpr std::size_t kMarkColumns = 2;
 constexpr std::size_t kNameColumns = 24;
 constexpr std::size_t kLabelColumns = 22;
 constexpr std::size_t kTimeColumns = 9;
+constexpr std::size_t kMinCutColumns = 20;
 constexpr std::size_t kRoomForLabels = 90;
 
 bool holds(const Size& size, const Size& room) {
@@ -84,25 +88,68 @@ struct Table {
     std::ptrdiff_t below = 0;
 };
 
+// The columns of the texts in a row, without the blank after the name.
+struct RowColumns {
+    std::size_t name;
+    std::size_t value;
+    std::size_t time;
+};
+
+std::size_t subtract(std::size_t columns, std::size_t others) {
+    return columns > others ? columns - others : 0;
+}
+
+// `room` is for all of them; `name`, `value` and `time` are the widths of the texts. A value that
+// cannot be whole is cut beside name and time if enough of it remains.
+RowColumns divideRow(std::size_t room, std::size_t name, std::size_t value, std::size_t time) {
+    const std::size_t ownName = std::min(name, kNameColumns);
+    const std::size_t rest = subtract(room, kNameColumns + 1);
+    if (value + time <= rest) {
+        return {kNameColumns, rest - time, time};
+    }
+    if (value <= rest) {
+        return {kNameColumns, rest, 0};
+    }
+    if (value + 1 + ownName <= room) {
+        return {room - 1 - value, value, 0};
+    }
+    if (rest >= kMinCutColumns + time) {
+        return {kNameColumns, rest - time, time};
+    }
+    return {ownName, subtract(room, ownName + 1), 0};
+}
+
+Line renderMarks(bool alarming, bool fresh) {
+    const std::string change = fresh ? "*" : " ";
+    return alarming ? Line{{"!", Style::bad}, {change, Style::changed}}
+                    : Line{{" " + change, Style::changed}};
+}
+
+std::string renderLabel(const RenderInput& input, const client::Parameter& parameter) {
+    return fit(showable(parameter.descriptor.label), kLabelColumns, input.charset) + " ";
+}
+
 Line renderParameter(const RenderInput& input, const client::Parameter& parameter,
                      const Size& size) {
+    const std::string leaf = input.state.leafName(parameter);
     const auto changedAt = input.state.changedAt(parameter.descriptor.name);
     const bool fresh = isHighlighted(changedAt, input.now);
-    const std::string name = showable(input.state.leafName(parameter));
-    Line line{{fresh ? " *" : "  ", Style::changed},
-              {fit(name, kNameColumns, input.charset) + " "}};
-    std::size_t others = 2 + kNameColumns + 1 + kTimeColumns;
-    if (size.columns >= kRoomForLabels) {
-        const std::string label = showable(parameter.descriptor.label);
-        line.push_back({fit(label, kLabelColumns, input.charset) + " ", Style::dim});
-        others += kLabelColumns + 1;
-    }
-    const std::size_t room = size.columns > others ? size.columns - others : 0;
-    line.push_back({fit(displayValue(&parameter), room, input.charset),
-                    fresh ? Style::changed : Style::plain});
+    const bool alarming = isAlarming(input.state, leaf, input.now);
+    const bool labelled = size.columns >= kRoomForLabels;
+    const std::string name = showable(leaf);
+    const std::string value = displayValue(&parameter);
     const std::string time =
         changedAt ? formatTime(input.status.begin + *changedAt, input.now - *changedAt) : "";
-    line.push_back({alignRight(time, kTimeColumns), Style::dim});
+    const RowColumns columns =
+        divideRow(subtract(size.columns, kMarkColumns + (labelled ? kLabelColumns + 1 : 0)),
+                  lineWidth(name), lineWidth(value), changedAt ? kTimeColumns : 0);
+    Line line = renderMarks(alarming, fresh);
+    line.push_back({fit(name, columns.name, input.charset) + " "});
+    line.push_back({labelled ? renderLabel(input, parameter) : "", Style::dim});
+    line.push_back({fit(value, columns.value, input.charset), alarming ? Style::bad
+                                                              : fresh  ? Style::changed
+                                                                       : Style::plain});
+    line.push_back({columns.time > 0 ? alignRight(time, columns.time) : "", Style::dim});
     return line;
 }
 

@@ -1,5 +1,6 @@
 // Each panel is a list of lines, made from the values and histories of a few parameters; the help
-// is a table of keys.
+// is a table of keys. A value outside its usual range has a mark and a colour, so that it is also
+// seen where there is no colour.
 
 #include "pallctl/top/panels.h"
 
@@ -9,6 +10,7 @@
 #include <string>
 
 #include "client/format_value.h"
+#include "pallctl/top/alarms.h"
 #include "pallctl/top/line_layout.h"
 #include "systemstate/ethernet_ports.h"
 #include "util/numbers.h"
@@ -22,6 +24,8 @@ using systemstate::PortStatus;
 constexpr std::size_t kTitleColumns = 9;
 constexpr std::size_t kValueColumns = 9;
 constexpr std::size_t kRangeColumns = 14;
+constexpr std::size_t kRangeEnd = kTitleColumns + 2 + kValueColumns + 2 + kRangeColumns;
+constexpr std::size_t kMinGraphColumns = 4;
 constexpr std::size_t kMaxGraphColumns = 60;
 constexpr int kDecimals = 2;
 
@@ -29,11 +33,10 @@ std::string text(const RenderInput& input, const std::string& leaf) {
     return displayValue(input.state.find(leaf));
 }
 
-// The numeric value of the parameter, or -1.
-double number(const RenderInput& input, const std::string& leaf) {
+bool isText(const RenderInput& input, const std::string& leaf) {
     const client::Parameter* const parameter = input.state.find(leaf);
-    const bool holdsOne = parameter && cJSON_IsNumber(parameter->value.get());
-    return holdsOne ? parameter->value->valuedouble : -1;
+    const char* const text = parameter ? cJSON_GetStringValue(parameter->value.get()) : nullptr;
+    return text && *text != '\0';
 }
 
 bool hasChanged(const RenderInput& input, const char* leaf) {
@@ -58,11 +61,13 @@ constexpr std::array<PortWords, 4> kPortWords{
 
 Line renderPort(const RenderInput& input, const std::string& title, const char* leaf) {
     Line line{renderTitle(title)};
-    const double status = number(input, leaf);
+    const Reading status = input.state.number(leaf);
     const auto* const words = std::find_if(
         kPortWords.begin(), kPortWords.end(),
         [&](const PortWords& each) { return static_cast<double>(each.status) == status; });
-    if (words == kPortWords.end()) {
+    if (status && !input.state.isMeasured(leaf, input.now)) {
+        line.push_back({"not measured", Style::dim});
+    } else if (words == kPortWords.end()) {
         line.push_back({text(input, leaf), Style::dim});
     } else {
         const bool changed = hasChanged(input, leaf);
@@ -71,12 +76,33 @@ Line renderPort(const RenderInput& input, const std::string& title, const char* 
     return line;
 }
 
-Line renderController(const RenderInput& input, const char* title, const std::string& prefix) {
-    if (number(input, prefix + "Present") != 1) {
-        return {renderTitle(title), {"not present", Style::dim}};
+struct Controller {
+    const char* title;
+    const char* prefix;  // of the names of its parameters
+};
+constexpr std::array<Controller, 2> kControllers{
+    {{"Primary", "primary"}, {"Secondary", "secondary"}}};
+
+// The card itself is one of the pair, so a pair of which nothing is known has not been reported.
+bool isPairKnown(const RenderInput& input) {
+    return std::ranges::any_of(kControllers, [&](const Controller& each) {
+        const std::string prefix = each.prefix;
+        return input.state.number(prefix + "Present") == 1 ||
+               input.state.number(prefix + "Active") == 1 || isText(input, prefix + "IPAddress") ||
+               isText(input, prefix + "Version");
+    });
+}
+
+Line renderController(const RenderInput& input, const Controller& controller) {
+    const std::string prefix = controller.prefix;
+    if (!isPairKnown(input)) {
+        return {renderTitle(controller.title), {"unknown", Style::dim}};
     }
-    const bool active = number(input, prefix + "Active") == 1;
-    return {renderTitle(title),
+    if (input.state.number(prefix + "Present") != 1) {
+        return {renderTitle(controller.title), {"not present", Style::dim}};
+    }
+    const bool active = input.state.number(prefix + "Active") == 1;
+    return {renderTitle(controller.title),
             {active ? "active   " : "standby  ", active ? Style::good : Style::plain},
             {text(input, prefix + "Version") + "  " + text(input, prefix + "IPAddress")}};
 }
@@ -93,34 +119,75 @@ std::string formatRange(const Scale& scale, Charset charset) {
            formatVolts(scale.high, kDecimals);
 }
 
-// A battery that has not been measured yet is below zero; a voltage that was only announced has no
-// precision of its own.
+// A voltage that was only announced has no precision of its own.
 std::string formatVoltage(const RenderInput& input, const Voltage& voltage) {
-    const double volts = number(input, voltage.leaf);
-    if (volts < 0) {
+    if (!input.state.isMeasured(voltage.leaf, input.now)) {
         return alignRight("-", kValueColumns) + "  ";
     }
-    const int precision = input.state.find(voltage.leaf)->descriptor.precision;
-    return alignRight(formatVolts(volts, precision < 0 ? kDecimals : precision) + " V",
-                      kValueColumns) +
+    const client::Parameter& parameter = *input.state.find(voltage.leaf);
+    const int precision = parameter.descriptor.precision;
+    return alignRight(
+               formatVolts(parameter.value->valuedouble, precision < 0 ? kDecimals : precision) +
+                   " V",
+               kValueColumns) +
            "  ";
 }
 
 std::size_t countGraphColumns(std::size_t columns) {
-    const std::size_t others = kTitleColumns + 2 + kValueColumns + 2 + kRangeColumns;
-    return columns > others ? std::min(columns - others, kMaxGraphColumns) : 0;
+    return columns >= kRangeEnd + kMinGraphColumns ? std::min(columns - kRangeEnd, kMaxGraphColumns)
+                                                   : 0;
+}
+
+// The part of the line before the value.
+Line renderVoltageTitle(const char* title, bool alarming) {
+    return alarming
+               ? Line{{" " + fit(title, kTitleColumns - 1, Charset::unicode)}, {"! ", Style::bad}}
+               : Line{renderTitle(title)};
+}
+
+// Columns with a reading outside the usual range are in the colour of an alarm.
+Line renderGraph(const std::vector<Reading>& readings, const Scale& scale,
+                 const systemstate::Range* usual, Charset charset) {
+    const auto isUnusual = [&](const Reading& reading) {
+        return usual && reading && !usual->contains(*reading);
+    };
+    Line line;
+    for (auto begin = readings.begin(); begin != readings.end();) {
+        const bool unusual = isUnusual(*begin);
+        const auto end = std::find_if(begin, readings.end(), [&](const Reading& reading) {
+            return isUnusual(reading) != unusual;
+        });
+        line.push_back(
+            {sparkline({begin, end}, scale, charset), unusual ? Style::bad : Style::graph});
+        begin = end;
+    }
+    return line;
+}
+
+// The range is that of all readings in the time of the graph, which shows only the lowest of each
+// of its columns.
+void appendGraph(Line& line, const RenderInput& input, std::size_t voltage, std::size_t columns) {
+    const History& history = input.state.history(voltage);
+    const std::size_t graphColumns = countGraphColumns(columns);
+    const auto scale = findScale(history.all(input.now, graphColumns));
+    if (scale && columns >= kRangeEnd) {
+        append(line,
+               renderGraph(history.lowest(input.now, graphColumns), *scale,
+                           findUsualRange(input.state, kVoltages[voltage].leaf), input.charset));
+        line.push_back(
+            {(graphColumns > 0 ? "  " : "") + formatRange(*scale, input.charset), Style::dim});
+    }
 }
 
 Line renderVoltage(const RenderInput& input, std::size_t voltage, std::size_t columns) {
     const Voltage& what = kVoltages[voltage];
-    const Style style = hasChanged(input, what.leaf) ? Style::changed : Style::plain;
-    Line line{renderTitle(what.title), {formatVoltage(input, what), style}};
-    const auto readings =
-        input.state.history(voltage).lowest(input.now, countGraphColumns(columns));
-    if (const auto scale = findScale(readings)) {
-        line.push_back({sparkline(readings, *scale, input.charset), Style::graph});
-        line.push_back({"  " + formatRange(*scale, input.charset), Style::dim});
-    }
+    const bool alarming = isAlarming(input.state, what.leaf, input.now);
+    const bool changed = hasChanged(input, what.leaf);
+    Line line = renderVoltageTitle(what.title, alarming);
+    line.push_back({formatVoltage(input, what), alarming  ? Style::bad
+                                                : changed ? Style::changed
+                                                          : Style::plain});
+    appendGraph(line, input, voltage, columns);
     return line;
 }
 
@@ -164,14 +231,14 @@ void addRows(std::vector<Line>& lines, const HelpRow (&rows)[count]) {
 
 std::vector<Line> renderPorts(const RenderInput& input) {
     return {{{" Ethernet ports", Style::heading}},
-            renderPort(input, "Port 1", "ethPort1Status"),
-            renderPort(input, "Port 2", "ethPort2Status")};
+            renderPort(input, "Port 1", kPorts[0]),
+            renderPort(input, "Port 2", kPorts[1])};
 }
 
 std::vector<Line> renderPair(const RenderInput& input) {
     return {{{" Redundant pair", Style::heading}},
-            renderController(input, "Primary", "primary"),
-            renderController(input, "Secondary", "secondary")};
+            renderController(input, kControllers[0]),
+            renderController(input, kControllers[1])};
 }
 
 std::vector<Line> renderVoltages(const RenderInput& input, std::size_t columns) {
@@ -192,8 +259,9 @@ std::vector<Line> renderHelp(const RenderInput& input) {
     } else {
         addRows(lines, kOfRecording);
     }
-    lines.push_back({{" A * and colour mark what changed in the last seconds. Any key goes back.",
+    lines.push_back({{" ! marks a reading outside its usual range, * a change in the last seconds.",
                       Style::dim}});
+    lines.push_back({{" Any key goes back.", Style::dim}});
     return lines;
 }
 

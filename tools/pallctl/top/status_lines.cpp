@@ -7,6 +7,7 @@
 
 #include "client/format_value.h"
 #include "pallctl/network/network_plan.h"
+#include "pallctl/top/alarms.h"
 #include "pallctl/top/line_layout.h"
 
 namespace pallctl::top {
@@ -134,6 +135,15 @@ Line renderHints(const RenderInput& input) {
     return {{hints, Style::dim}};
 }
 
+// A small screen may show none of the readings.
+Line renderAlarmNotice(const RenderInput& input) {
+    std::string names;
+    for (const Parameter* parameter : findAlarming(input.state, input.now)) {
+        names += (names.empty() ? "" : ", ") + showable(input.state.leafName(*parameter));
+    }
+    return names.empty() ? Line() : Line{{" ! out of range: " + names, Style::bad}};
+}
+
 Line renderNotice(const RenderInput& input) {
     const View& view = input.view;
     if (!view.notice().text.empty()) {
@@ -151,7 +161,7 @@ Line renderNotice(const RenderInput& input) {
                      " (Esc shows all)",
                  isEmpty ? Style::bad : Style::prompt}};
     }
-    return {};
+    return renderAlarmNotice(input);
 }
 
 Footer renderQuestion(const RenderInput& input) {

@@ -94,6 +94,41 @@ TEST_F(DeviceStateTest, AVoltageThatBeginsWithZeroHasNotBeenMeasured) {
     EXPECT_EQ(state.history(0).last(), 0.0) << "this one is dead";
 }
 
+TEST_F(DeviceStateTest, ADeadSupplyIsKeptFromTheSecondPollOn) {
+    describe({descriptor("psu1Voltage", "FLOAT", "0"), descriptor("psu2Voltage", "FLOAT", "0")});
+    announce(R"("psu2Voltage":12)");
+    EXPECT_EQ(state.history(0).last(), std::nullopt) << "its first reading may be on its way";
+    now += 1s;
+    announce(R"("systemName":"Studio")");
+    EXPECT_EQ(state.history(0).last(), 0.0);
+}
+
+TEST_F(DeviceStateTest, ANewStartOfTheDaemonIsAGapAndNoDeadSupply) {
+    const std::vector<std::string> atStart{descriptor("psu1Voltage", "FLOAT", "0"),
+                                           descriptor("psu2Voltage", "FLOAT", "0"),
+                                           descriptor("battVoltage", "FLOAT", "-1")};
+    announce(R"("psu1Voltage":12,"psu2Voltage":12)");
+    now = 70s;
+    describe(atStart);
+    now = 130s;
+    announce(R"("psu2Voltage":12)");
+    announce(R"("psu1Voltage":12)");
+    now = 239s;
+    EXPECT_THAT(psu1(), ElementsAre(12.0, 12.0, 12.0, 12.0));
+    EXPECT_THAT(state.history(0).all(now, 4), ElementsAre(12.0, std::nullopt, 12.0));
+}
+
+TEST_F(DeviceStateTest, OnlyPortsAndVoltagesMayNotBeMeasured) {
+    describe({descriptor("ethPort1Status", "INT32", "0"), descriptor("frameType", "INT32", "0"),
+              descriptor("psu1Voltage", "FLOAT", "0"), descriptor("psu2Voltage", "FLOAT", "0"),
+              descriptor("battVoltage", "FLOAT", "-1")});
+    now += 1min;
+    for (const char* leaf : {"ethPort1Status", "psu1Voltage", "psu2Voltage", "battVoltage"}) {
+        EXPECT_FALSE(state.isMeasured(leaf, now)) << leaf;
+    }
+    EXPECT_TRUE(state.isMeasured("frameType", now));
+}
+
 TEST_F(DeviceStateTest, TheGraphsBreakOffWhileNothingIsHeard) {
     describe({descriptor("psu1Voltage", "FLOAT", "12")});
     now = 30s;

@@ -52,6 +52,18 @@ TEST(HistoryTest, KeepsWhatHeldWhenTheGraphBegins) {
     EXPECT_THAT(history.lowest(3600s, 4), ElementsAre(12.0, 12.0, 12.0, 9.0));
 }
 
+// The graph begins in the middle of the first reading, which is the lowest of all.
+TEST(HistoryTest, AllReadingsInTheTimeOfTheGraphCount) {
+    History history;
+    history.add(0s, 0.15);
+    history.add(100s, 3.0);
+    history.add(130s, 11.83);
+    EXPECT_THAT(history.all(239s, 4), ElementsAre(0.15, 3.0, 11.83));
+    EXPECT_THAT(history.all(300s, 4), ElementsAre(3.0, 11.83)) << "120 s to 300 s are drawn";
+    EXPECT_THAT(history.all(341s, 0), ElementsAre(3.0, 11.83)) << "the whole time span";
+    EXPECT_THAT(history.all(129s, 4), ElementsAre(0.15, 3.0));
+}
+
 TEST(HistoryTest, HasNoColumnsWhereThereIsNoRoom) {
     History history;
     history.add(0s, 12.0);

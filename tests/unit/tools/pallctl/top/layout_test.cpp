@@ -98,6 +98,46 @@ TEST_F(LayoutTest, AChangeIsMarkedForAMomentAndDatedForGood) {
     EXPECT_EQ(textOf(line), "  systemName               Truck                       11-21");
 }
 
+TEST_F(LayoutTest, AReadingOutOfRangeIsMarkedInTheTableAndBelowIt) {
+    announce(R"("psu1Voltage":9.5)");
+    now += 10s;
+    const std::vector<Line> lines = content({12, 60}).lines;
+    const auto row = std::ranges::find_if(
+        lines, [](const Line& line) { return textOf(line).starts_with("! psu1Voltage"); });
+    ASSERT_NE(row, lines.end());
+    EXPECT_EQ(styleOf(*row, "9.50"), Style::bad);
+    EXPECT_EQ(textOf(lines[10]), " ! out of range: psu1Voltage");
+    EXPECT_EQ(styleOf(lines[10], "psu1Voltage"), Style::bad);
+    announce(R"("psu1Voltage":9.4)");
+    EXPECT_THAT(shown({12, 60}), Contains(StartsWith("!*psu1Voltage")));
+}
+
+// 40 columns leave 13 beside the widest name.
+TEST_F(LayoutTest, OnANarrowScreenTheTimeGivesWayBeforeTheValue) {
+    const LocalZone zone(kThreeHoursEast);
+    status.begin += 1795273445s;  // 2026-11-21T15:04:05Z
+    const auto row = [&](const std::string& name) {
+        announce("\"systemName\":\"" + name + "\"");
+        now += 10s;
+        const auto lines = table({12, 40});
+        now -= 10s;
+        return lines[2];
+    };
+    EXPECT_EQ(row("Four"), "  systemName               Four 18:04:05");
+    EXPECT_EQ(row("Fiver"), "  systemName               Fiver");
+    EXPECT_EQ(row("Thirteen long"), "  systemName               Thirteen long");
+    EXPECT_EQ(row("A name of twenty-seven char"), "  systemName A name of twenty-seven char");
+    EXPECT_EQ(row("A name of twenty-eight chars"), "  systemName A name of twenty-eight cha…");
+}
+
+TEST_F(LayoutTest, ALongValueOnAWideScreenIsCutBesideItsTime) {
+    const LocalZone zone(kThreeHoursEast);
+    status.begin += 1795273445s;  // 2026-11-21T15:04:05Z
+    announce(R"("systemName":"a value that is longer than the row has columns for it")");
+    now += 10s;
+    EXPECT_EQ(table({12, 60})[2], "  systemName               a value that is longer … 18:04:05");
+}
+
 TEST_F(LayoutTest, TheSelectedRowIsMarkedOverItsWholeWidth) {
     press(view, KeyCode::down);
     const Line line = content().lines[10];
