@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include "harness/held_program.h"
 #include "harness/terminal.h"
 #include "on_pallbus.h"
 
@@ -82,14 +83,63 @@ TEST_F(PallctlSet, SendsNothingInADryRun) {
 
 TEST_F(PallctlSet, RefusesANameThatStandsTwice) {
     for (const char* form : {"--timeout=2", "--json", "--keyvalue", "--raw", "--force"}) {
-        const Result result =
-            pallctl({"set", form, "sshEnabled=0", "systemName=5", "system.sshEnabled=1"});
+        const Result result = pallctl(
+            {"set", form, "sshEnabled=0", "active=0", "system.sshEnabled=1", "sshEnabled=0"});
         EXPECT_EQ(result.status, 2) << form;
-        EXPECT_EQ(result.output, "") << form;
         EXPECT_EQ(result.error, "pallctl: system.sshEnabled: given more than once\n") << form;
     }
+    EXPECT_EQ(pallctl({"set", "-k", "sshEnabled=0", "active=0", "system.sshEnabled=1"}).output,
+              "system_sshEnabled='invalid'\nsystem_active='notSent'\n");
     EXPECT_THAT(commands(), IsEmpty());
+    EXPECT_EQ(valueOf("active"), "1\n");
+}
+
+TEST_F(PallctlSet, TellsEveryMistakeAtOnce) {
+    const Words words{"set",      "-j",        "systemName=Rack 4", "sshEnabled=7", "stray",
+                      "nosuch=1", "version=9", "ftpEnabled=0",      "ftpEnabled=1"};
+    const Result result = pallctl(words);
+    EXPECT_EQ(result.status, 4);
+    EXPECT_THAT(result.error,
+                testing::AllOf(HasSubstr("pallctl: system.sshEnabled: must be one of: Disabled"),
+                               HasSubstr("pallctl: stray: needs the form NAME=VALUE\n"),
+                               HasSubstr("pallctl: system.nosuch: not found"),
+                               HasSubstr("pallctl: system.version: is read-only\n"),
+                               HasSubstr("pallctl: system.ftpEnabled: given more than once\n")));
+    for (const char* outcome :
+         {R"("system.systemName","outcome":"notSent")",
+          R"("system.sshEnabled","outcome":"invalid")", R"("stray","outcome":"invalid")",
+          R"("system.nosuch","outcome":"notFound")", R"("system.version","outcome":"invalid")",
+          R"("system.ftpEnabled","outcome":"invalid")"}) {
+        EXPECT_THAT(result.output, HasSubstr(outcome));
+    }
     EXPECT_EQ(valueOf("systemName"), "System\n");
+}
+
+TEST_F(PallctlSet, TellsOfASetThatIsInterruptedThatItMayStillTakeEffect) {
+    const harness::HeldProgram script(frame, "/vantor/bin/restartNetworking.sh");
+    harness::Process setter(program("pallctl", {"set", "-k", "restartNetwork=Apply", "active=0"}));
+    script.waitForCalls(1);
+    setter.signal(SIGINT);
+    EXPECT_EQ(setter.waitForEnd(), 128 + SIGINT);
+    EXPECT_EQ(setter.error().waitForEnd(),
+              "pallctl: system.restartNetwork: interrupted; the set may still take effect\n"
+              "pallctl: system.active: not sent\n");
+    EXPECT_EQ(setter.output().waitForEnd(),
+              "system_restartNetwork='noAnswer'\nsystem_active='notSent'\n");
+    script.release();
+    EXPECT_EQ(valueOf("active"), "1\n");
+}
+
+// As a shell starts a job in the background.
+TEST_F(PallctlSet, IsNotInterruptedWhereTheSignalIsIgnored) {
+    const harness::HeldProgram script(frame, "/vantor/bin/restartNetworking.sh");
+    harness::Process shell(
+        {"sh", "-c",
+         "trap '' INT; exec " + program("pallctl", {})[0] + " set restartNetwork=Apply"});
+    script.waitForCalls(1);
+    shell.signal(SIGINT);
+    script.release();
+    EXPECT_EQ(shell.waitForEnd(), 0);
 }
 
 TEST_F(PallctlSet, SuggestsARollbackForASetOfTheNetwork) {

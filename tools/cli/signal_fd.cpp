@@ -22,4 +22,13 @@ int SignalFD::take() {
                : 0;
 }
 
+void endBySignal(int signal) {
+    sigset_t set;
+    ::sigemptyset(&set);
+    ::sigaddset(&set, signal);
+    ::signal(signal, SIG_DFL);
+    ::sigprocmask(SIG_UNBLOCK, &set, nullptr);
+    ::raise(signal);
+}
+
 }  // namespace cli

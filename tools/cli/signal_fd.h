@@ -26,4 +26,7 @@ class SignalFD {
     util::UniqueDescriptor descriptor_;
 };
 
+// Ends this process with the signal, which the terminal and the parent process then see.
+void endBySignal(int signal);
+
 }  // namespace cli

@@ -30,15 +30,6 @@ void addWatch(cli::Command program, const Options& options);
 // For a command with one output format: throws cli::UsageError when another one is requested.
 void requirePlainFormat(const Options& options);
 
-// "NAME=VALUE" as typed; the value may contain more "=".
-struct Assignment {
-    std::string name;
-    std::string value;
-};
-
-// Empty, after an error message, when one of the words is not an assignment.
-std::optional<std::vector<Assignment>> parseAssignments(const std::vector<std::string>& words);
-
 // The outcome of a command for one parameter, as a word for programs and as an exit status.
 struct Outcome {
     const char* word;
@@ -49,9 +40,10 @@ struct Outcome {
 inline constexpr Outcome kInvalidValue{"invalid", kUsage};
 inline constexpr Outcome kUnknownName{"notFound", kNotFound};
 inline constexpr Outcome kUnanswered{"noAnswer", kNoAnswer};
+inline constexpr Outcome kNotSent{"notSent", kNoAnswer};
 
-// The parameters of these names or patterns that the device describes; reports the others as not found, and
-// raises the status accordingly.
+// The parameters of these names or patterns that the device describes; reports the others as not
+// found, and raises the status accordingly.
 std::vector<const client::Parameter*> findParameters(const client::Client& client,
                                                      const std::vector<std::string>& names,
                                                      ExitStatus& status);

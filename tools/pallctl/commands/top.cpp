@@ -176,16 +176,6 @@ ExitStatus finish(DataSource& source) {
     return failure ? kFailed : kSuccess;
 }
 
-// Ends this process with the signal, which the terminal and the parent process then see.
-void endWith(int signal) {
-    sigset_t set;
-    ::sigemptyset(&set);
-    ::sigaddset(&set, signal);
-    ::signal(signal, SIG_DFL);
-    ::sigprocmask(SIG_UNBLOCK, &set, nullptr);
-    ::raise(signal);
-}
-
 struct Arguments {
     std::string record;  // the file to record to from the beginning; empty: none
     std::string play;    // the recording to show instead of a device; empty: none
@@ -224,7 +214,7 @@ ExitStatus runTop(const Options& options, const Arguments& arguments) {
         status = finish(*source);
     }
     if (signal != 0) {
-        endWith(signal);
+        cli::endBySignal(signal);
     }
     return status;
 }
