@@ -84,7 +84,7 @@ TEST_F(Play, SaysAllThatIsWrongWithAFile) {
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.error,
               start + ":1: 'eleven' is not a number from 0 to 29\n" + start +
-                  ":3: invalid duration 'soon'; use 500ms, 2s or 3m, up to 24 hours\n" + start +
+                  ":3: invalid duration 'soon'; use 500ms, 2s, 3m or 1h, up to 24 hours\n" + start +
                   ":4: cable needs PORT and STATE\n");
     EXPECT_THAT(status(), testing::Not(HasSubstr("11.00 V")));
 }

@@ -255,7 +255,8 @@ struct Unit {
     double milliseconds;
 };
 
-constexpr std::array<Unit, 3> kUnits{{{"ms", 1}, {"s", 1000}, {"m", 60'000}}};
+constexpr std::array<Unit, 5> kUnits{
+    {{"", 1000}, {"ms", 1}, {"s", 1000}, {"m", 60'000}, {"h", 3'600'000}}};
 
 }  // namespace
 
@@ -319,12 +320,7 @@ std::optional<milliseconds> parseDuration(std::string_view text) {
 std::string invalidDuration(std::string_view text) {
     return std::string("invalid duration '")
         .append(text)
-        .append("'; use 500ms, 2s or 3m, up to 24 hours");
-}
-
-std::optional<milliseconds> parseTimeOption(std::string_view text) {
-    const bool isBare = !text.empty() && text.back() >= '0' && text.back() <= '9';
-    return parseDuration(std::string(text) + (isBare ? "s" : ""));
+        .append("'; use 500ms, 2s, 3m or 1h, up to 24 hours");
 }
 
 }  // namespace cli::script

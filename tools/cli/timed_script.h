@@ -39,11 +39,10 @@ std::string quoted(std::string_view word);
 // Error, "cannot read PATH: reason".
 std::string readFile(const std::string& path);
 
-// "500ms", "2s", "1.5s", "3m", up to kMaxDuration; otherwise empty.
+// The one form of durations on command lines and in scripts: "500ms", "1.5s", "3m", "1h", or "2"
+// for seconds, up to kMaxDuration; otherwise empty.
 std::optional<std::chrono::milliseconds> parseDuration(std::string_view text);
 // The error message for any other text.
 std::string invalidDuration(std::string_view text);
-// On a command line: also "2" and "0.5", in seconds.
-std::optional<std::chrono::milliseconds> parseTimeOption(std::string_view text);
 
 }  // namespace cli::script

@@ -29,10 +29,10 @@ std::string checkObject(const std::string& object) {
 
 cli::Validator timeFrom(std::chrono::milliseconds min, const std::string& minText) {
     return [=](const std::string& text) {
-        const auto time = cli::script::parseTimeOption(text);
+        const auto time = cli::script::parseDuration(text);
         return time && *time >= min
                    ? ""
-                   : "invalid duration '" + text + "'; use 500ms, 2s or 3m, from " + minText +
+                   : "invalid duration '" + text + "'; use 500ms, 2s, 3m or 1h, from " + minText +
                          " to 24 hours";
     };
 }
@@ -80,8 +80,8 @@ client::ConnectionOptions Options::connection() const {
     if (!object_.empty()) {
         connection.object = object_;
     }
-    connection.wait = cli::script::parseTimeOption(wait_).value_or(connection.wait);
-    connection.timeout = cli::script::parseTimeOption(timeout_);
+    connection.wait = cli::script::parseDuration(wait_).value_or(connection.wait);
+    connection.timeout = cli::script::parseDuration(timeout_);
     return connection;
 }
 

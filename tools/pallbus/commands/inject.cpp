@@ -20,7 +20,7 @@ constexpr const char* kNotes =
     "  which client  [from|to] daemon | [from|to] client ID | [from|to] any\n"
     "  which object  object NAME\n"
     "  how long      for TIME\n"
-    "\"at TIME\" before the fault starts it later. TIME is 500ms, 2s or 3m.";
+    "\"at TIME\" before the fault starts it later. TIME is 2, 500ms, 3m or 1h.";
 
 struct Options {
     std::vector<std::string> words;

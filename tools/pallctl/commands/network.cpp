@@ -140,10 +140,10 @@ std::string checkAddress(const std::string& text) {
 }
 
 std::string checkTime(const std::string& text) {
-    const auto time = cli::script::parseTimeOption(text);
+    const auto time = cli::script::parseDuration(text);
     return time && time->count() > 0
                ? ""
-               : "invalid duration '" + text + "'; use 90s, 2m or 500ms, up to 24 hours";
+               : "invalid duration '" + text + "'; use 500ms, 90s, 2m or 1h, up to 24 hours";
 }
 
 // Whether the user sees the question and can answer it.
@@ -156,7 +156,7 @@ std::optional<std::chrono::milliseconds> selectConfirmTime(const Arguments& argu
     if (arguments.confirmWithin.empty() && arguments.confirm && canAsk()) {
         return kUsualConfirmTime;
     }
-    return cli::script::parseTimeOption(arguments.confirmWithin);
+    return cli::script::parseDuration(arguments.confirmWithin);
 }
 
 NetworkRequest makeRequest(const Arguments& arguments) {

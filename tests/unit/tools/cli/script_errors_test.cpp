@@ -52,7 +52,7 @@ TEST(ScriptProblems, AreNoMoreThanAPersonReads) {
 
 TEST(ScriptProblems, AreGatheredFromAllLines) {
     EXPECT_EQ(problemsOf("at soon a\nsay 'so\nat 2s b\nat 1s c\nend\nat 3s"),
-              "a:1: invalid duration 'soon'; use 500ms, 2s or 3m, up to 24 hours\n"
+              "a:1: invalid duration 'soon'; use 500ms, 2s, 3m or 1h, up to 24 hours\n"
               "a:2: the quote ' has no end\n"
               "a:4: 'at 1s' is earlier than the line before\n"
               "a:5: 'end' without 'repeat'\n"
@@ -62,7 +62,7 @@ TEST(ScriptProblems, AreGatheredFromAllLines) {
 TEST(ScriptProblems, ARepetitionWithAMistakeIsOneAllTheSame) {
     EXPECT_EQ(problemsOf("repeat many\na\nend\nb"), "a:1: repeat needs one number, 1 or more");
     EXPECT_EQ(problemsOf("at soon repeat 2\na\nend"),
-              "a:1: invalid duration 'soon'; use 500ms, 2s or 3m, up to 24 hours");
+              "a:1: invalid duration 'soon'; use 500ms, 2s, 3m or 1h, up to 24 hours");
     EXPECT_EQ(problemsOf("repeat 2\na\nend 5\nb"), "a:3: nothing may follow 'end'");
     EXPECT_EQ(problemsOf("repeat 2\nsay 'so\nend"), "a:2: the quote ' has no end");
     EXPECT_EQ(problemsOf("repeat 2\nrepeat 3\na\nb 'c"),

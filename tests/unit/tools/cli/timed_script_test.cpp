@@ -14,7 +14,6 @@ using namespace std::chrono_literals;
 using script::Line;
 using script::parse;
 using script::parseDuration;
-using script::parseTimeOption;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Words = std::vector<std::string>;
@@ -86,7 +85,7 @@ TEST(Script, AWordIsOnlySpecialWhereItBelongs) {
 
 TEST(ScriptError, NamesFileAndLine) {
     EXPECT_EQ(problemOf("one\n\nat soon two"),
-              "a.scenario:3: invalid duration 'soon'; use 500ms, 2s or 3m, up to 24 hours");
+              "a.scenario:3: invalid duration 'soon'; use 500ms, 2s, 3m or 1h, up to 24 hours");
     EXPECT_EQ(problemOf("at 2s"), "a.scenario:1: 'at' needs a time and a command");
     EXPECT_EQ(problemOf("after"), "a.scenario:1: 'after' needs a time and a command");
     EXPECT_EQ(problemOf("\nsay 'so"), "a.scenario:2: the quote ' has no end");
@@ -182,30 +181,30 @@ TEST(ScriptFile, ThatCannotBeReadIsAnError) {
     EXPECT_EQ(readError("/"), "cannot read /: Is a directory");
 }
 
-TEST(ScriptDuration, IsInSecondsOnACommandLineWithoutAUnit) {
-    EXPECT_EQ(parseTimeOption("90"), 90s);
-    EXPECT_EQ(parseTimeOption("0.1"), 100ms);
-    EXPECT_EQ(parseTimeOption("0"), 0ms);
-    EXPECT_EQ(parseTimeOption("86400"), 24h);
-    EXPECT_EQ(parseTimeOption("90s"), 90s);
-    EXPECT_EQ(parseTimeOption("500ms"), 500ms);
-    EXPECT_EQ(parseTimeOption("2m"), 2min);
-    for (const char* bad : {"", "-1", "s", "1x", "many", "nan", "1e3", "86401", "5000m", "2 "}) {
-        EXPECT_EQ(parseTimeOption(bad), std::nullopt) << bad;
-    }
+TEST(ScriptDuration, IsInSecondsWithoutAUnit) {
+    EXPECT_EQ(parseDuration("90"), 90s);
+    EXPECT_EQ(parseDuration("0.1"), 100ms);
+    EXPECT_EQ(parseDuration("0"), 0ms);
+    EXPECT_EQ(parseDuration("86400"), 24h);
+    EXPECT_THAT(parse("at 2 one\nafter 0.5 two", "a"),
+                ElementsAre(line(2s, {"one"}, 1), line(2500ms, {"two"}, 2)));
 }
 
-TEST(ScriptDuration, IsInMillisecondsSecondsOrMinutes) {
+TEST(ScriptDuration, IsInMillisecondsSecondsMinutesOrHours) {
     EXPECT_EQ(parseDuration("500ms"), 500ms);
     EXPECT_EQ(parseDuration("2s"), 2s);
     EXPECT_EQ(parseDuration("1.5s"), 1500ms);
     EXPECT_EQ(parseDuration("3m"), 3min);
+    EXPECT_EQ(parseDuration("1.5h"), 90min);
+    EXPECT_EQ(parseDuration("24h"), 24h);
     EXPECT_EQ(parseDuration("0s"), 0ms);
 }
 
 TEST(ScriptDuration, IsNothingElse) {
-    for (const char* bad : {"", "2", "s", "-1s", "2h", "2 s", "1e3s", "nan s", "infs", "nans",
-                            "2ss", "86400001ms", "99999999999999999999m"}) {
+    for (const char* bad :
+         {"",     "s",     "-1",   "-1s",  "2d",  "2 s",        "2 ",
+          "1x",   "many",  "nan",  "inf",  "1e3", "86401",      "25h",
+          "1e3s", "nan s", "infs", "nans", "2ss", "86400001ms", "99999999999999999999m"}) {
         EXPECT_EQ(parseDuration(bad), std::nullopt) << bad;
     }
 }

@@ -252,6 +252,14 @@ TEST_F(PallbusFaults, AreAlsoReadWordByWord) {
     EXPECT_THAT(status(), StartsWith("drop 10% from client 20"));
 }
 
+TEST_F(PallbusFaults, LastForSecondsMinutesOrHours) {
+    for (const char* time : {"100", "100s", "900000ms", "3m", "1h"}) {
+        inject(std::string("delay ") + time + " for " + time);
+        EXPECT_THAT(status(), HasSubstr(std::string("delay ") + time));
+        clear();
+    }
+}
+
 TEST(PallbusInject, ReportsBadFaultsInOneLine) {
     for (const char* line :
          {"dorp", "delay", "close from daemon", "at 2s", "drop\nfragment", "''"}) {

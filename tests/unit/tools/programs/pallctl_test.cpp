@@ -236,6 +236,16 @@ TEST_F(PallctlTest, TakesOptionsBeforeAndAfterTheVerb) {
     EXPECT_EQ(run({"--timeout", "3", "get", "extra"}).output, "5\n");
 }
 
+TEST_F(PallctlTest, TakesTimesInSecondsMinutesOrHours) {
+    for (const char* time : {"100", "100s", "90000ms", "3m", "1h"}) {
+        const Outcome outcome = run({"get", "extra", "--timeout", time, "--wait", time});
+        EXPECT_EQ(outcome.output, "5\n") << time << outcome.errors;
+    }
+    EXPECT_EQ(run({"get", "extra", "--timeout=1d"}).errors,
+              "pallctl: --timeout: invalid duration '1d'; use 500ms, 2s, 3m or 1h, from 1ms to 24 "
+              "hours (--help tells more)\n");
+}
+
 TEST(PallctlProgram, SaysThatTheDeviceDoesNotAnswer) {
     BusProcess bus;
     for (const auto& words : std::vector<std::vector<std::string>>{

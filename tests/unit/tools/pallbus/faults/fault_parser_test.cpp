@@ -127,7 +127,7 @@ TEST(FaultParser, AProblemIsSaidInOneLine) {
         {"delay", "incomplete fault; expected: delay TIME[-TIME]"},
         {"coalesce", "incomplete fault; expected: coalesce MESSAGES"},
         {"coalesce 1", "'1' is not an integer from 2 to 1000000"},
-        {"delay soon", "invalid duration 'soon'; use 500ms, 2s or 3m, up to 24 hours"},
+        {"delay soon", "invalid duration 'soon'; use 500ms, 2s, 3m or 1h, up to 24 hours"},
         {"delay 2s-1s", "invalid range '2s-1s'; the shorter time comes first"},
         {"delay 1s 2s", "'delay' does not take '2s'"},
         {"drop 101%", "invalid percentage '101%'; use 0% to 100%"},

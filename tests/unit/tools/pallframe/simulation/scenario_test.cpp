@@ -73,9 +73,9 @@ TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
     EXPECT_EQ(findProblem("\nat 2s cable eth5 down"),
               "x.scenario:2: the frame has no interface 'eth5'");
     EXPECT_EQ(findProblem("at 2x cable eth0 down"),
-              "x.scenario:1: invalid duration '2x'; use 500ms, 2s or 3m, up to 24 hours");
-    EXPECT_EQ(findProblem("ramp battery 3 to 2 over 5"),
-              "x.scenario:1: invalid duration '5'; use 500ms, 2s or 3m, up to 24 hours");
+              "x.scenario:1: invalid duration '2x'; use 500ms, 2s, 3m or 1h, up to 24 hours");
+    EXPECT_EQ(findProblem("ramp battery 3 to 2 over 5d"),
+              "x.scenario:1: invalid duration '5d'; use 500ms, 2s, 3m or 1h, up to 24 hours");
     EXPECT_EQ(findProblem("foo 1"),
               "x.scenario:1: 'foo' is not a change; choose from cable, psu, "
               "battery, file, edit, delay, exit-status, ramp, repeat, end");
@@ -96,7 +96,7 @@ TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
 
 TEST_F(ScenarioTest, AllProblemsAreTold) {
     EXPECT_EQ(findProblem("at 2x cable eth5 down\npsu 1 12\nrepeat 3\nramp\nend\npsu 1"),
-              "x.scenario:1: invalid duration '2x'; use 500ms, 2s or 3m, up to 24 hours\n"
+              "x.scenario:1: invalid duration '2x'; use 500ms, 2s, 3m or 1h, up to 24 hours\n"
               "x.scenario:1: the frame has no interface 'eth5'\n"
               "x.scenario:4: a ramp is written: ramp battery 3.2 to 2.3 over 30s\n"
               "x.scenario:6: psu needs NUMBER and VOLTS");
