@@ -39,6 +39,10 @@ constexpr Line kLines[] = {
     {"pallctl get system.ipA\t", "<get><system.ipAddress>"},
     {"pallctl get sys\t.ipA\t", "<get><system.ipAddress>"},
     {"pallctl get frame\tN\t", "<get><frameName>"},
+    {"pallctl che\tpsu1\t--warn\t12", "<check><psu1Voltage><--warning><12>"},
+    {"pallctl list batt\t", "<list><battVoltage>"},
+    {"pallctl wait sshE\tEn\tftpE\tDi\t", "<wait><sshEnabled=Enabled><ftpEnabled=Disabled>"},
+    {"pallctl import REA\t", "<import><README.md>"},
     {"pallctl get --port 1 ipA\t", "<get><--port><1><ipA>"},
     // values, that stand behind a character that bash takes for the end of a word
     {"pallctl set netm\t\t", "<set><netmask=255.255.255.0>"},

@@ -26,9 +26,13 @@ Descriptor describeRow(const systemstate::CatalogueRow& row) {
     return descriptor;
 }
 
-// "system.psu1Voltage" or "frameB.system.psu1Voltage" for the row of system.psu1Voltage.
-bool isRowOf(const systemstate::CatalogueRow& row, const std::string& name) {
-    return name == row.key || name.ends_with(std::string(".") + row.key);
+// For "system.psu1Voltage" or "frameB.system.psu1Voltage" the row of system.psu1Voltage; or null.
+const systemstate::CatalogueRow* findRow(const std::string& name) {
+    const auto rows = systemstate::catalogue();
+    const auto row = std::ranges::find_if(rows, [&](const systemstate::CatalogueRow& each) {
+        return name == each.key || name.ends_with(std::string(".") + each.key);
+    });
+    return row == rows.end() ? nullptr : &*row;
 }
 
 }  // namespace
@@ -60,11 +64,14 @@ void describeKnownParameters(const DevicePath& object, ParameterCache& cache) {
     }
 }
 
+bool isCommand(const std::string& name) {
+    const auto* const row = findRow(name);
+    return row && row->choices.data() == systemstate::kCommandTexts;
+}
+
 const systemstate::Limits* findLimits(const std::string& name) {
-    const auto rows = systemstate::catalogue();
-    const auto row =
-        std::ranges::find_if(rows, [&](const auto& each) { return isRowOf(each, name); });
-    return row == rows.end() ? nullptr : systemstate::findLimits(*row);
+    const auto* const row = findRow(name);
+    return row ? systemstate::findLimits(*row) : nullptr;
 }
 
 }  // namespace client

@@ -22,6 +22,9 @@ std::vector<Descriptor> knownDescriptors();
 // itself. A value from a notification stays; the others have none.
 void describeKnownParameters(const DevicePath& object, ParameterCache& cache);
 
+// Whether setting a daemon's parameter (full name) starts something and keeps no value.
+bool isCommand(const std::string& name);
+
 // The limits of a daemon's parameter, from the catalogue, by its full name; also through a prefix.
 // Null when it has none.
 const systemstate::Limits* findLimits(const std::string& name);

@@ -24,6 +24,8 @@ constexpr AddCommand kCommands[] = {
     addCheck,
     addMonitor,
     addNetwork,
+    addExport,
+    addImport,
     addTop,
     addVersion,
 };

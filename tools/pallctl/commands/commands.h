@@ -17,7 +17,9 @@ using AddCommand = void (*)(cli::Command program, const Options& options);
 
 void addCheck(cli::Command program, const Options& options);
 void addDescribe(cli::Command program, const Options& options);
+void addExport(cli::Command program, const Options& options);
 void addGet(cli::Command program, const Options& options);
+void addImport(cli::Command program, const Options& options);
 void addList(cli::Command program, const Options& options);
 void addMonitor(cli::Command program, const Options& options);
 void addNetwork(cli::Command program, const Options& options);

@@ -53,5 +53,12 @@ TEST(KnownParameters, SayWhatTheDaemonWouldSay) {
     EXPECT_EQ(ofCatalogue("system.serial0").label, "COM1");
 }
 
+TEST(KnownParameters, AreCommandsOrSettings) {
+    EXPECT_TRUE(isCommand("system.restartNetwork"));
+    EXPECT_TRUE(isCommand("frameB.system.generateReport"));
+    EXPECT_FALSE(isCommand("system.sshEnabled"));
+    EXPECT_FALSE(isCommand("player.generateReport"));
+}
+
 }  // namespace
 }  // namespace client
