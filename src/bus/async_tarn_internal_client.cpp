@@ -8,6 +8,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <new>
 #include <optional>
@@ -88,7 +89,6 @@ std::optional<TarnInternalMessage> decode(std::unique_ptr<std::vector<char>> pay
         message.emplace(std::move(payload));
     } catch (const std::exception&) {
         message.reset();
-        static_cast<void>(lackedMemory());  // lost with this message, not with the next
     }
     return message;
 }
@@ -183,12 +183,12 @@ void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) 
     if (lackedMemory()) {
         throw std::bad_alloc();
     }
-    const std::size_t least = message.leastDataSize();
+    const std::size_t least = message.madeDataSize();
     if (least > kMaxPayloadBytes) {
         logUnsendable(message);
         return;
     }
-    // Not even put together: beside the frame that asked for it, it would be one large text more.
+    // Not even framed: beside the frame that asked for it, it would be one large text more.
     if (least > util::kLargeUse && transport_.refuses(least)) {
         return;
     }
@@ -197,7 +197,7 @@ void AsyncTarnInternalClient::sendUnstamped(const TarnInternalMessage& message) 
         logUnsendable(message);
         return;
     }
-    std::vector<std::string> parts = netStringParts(std::move(payload));
+    std::array<std::string, 3> parts = netStringParts(std::move(payload));
     transport_.send(parts);
 }
 
@@ -237,9 +237,9 @@ void AsyncTarnInternalClient::handlePayload(Payload payload) {
             handleMessage(std::move(*message));
         }
     } catch (const std::bad_alloc&) {
-        static_cast<void>(lackedMemory());  // reported with this message, not with the next
         util::logMessage(LOG_CRIT, "Memory error handling a message, dropped\n");
     }
+    static_cast<void>(lackedMemory());  // it concerns this message, not the next
 }
 
 void AsyncTarnInternalClient::handleMessage(TarnInternalMessage&& message) {

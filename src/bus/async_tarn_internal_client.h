@@ -32,7 +32,7 @@ enum class ConnectionState { disconnected = 0, connected = 1 };
 class AsyncTarnInternalClient {
   public:
     using Batch = TCPClientImplAsio::Batch;
-    using OnMessage = std::function<void(TarnInternalMessage)>;
+    using OnMessage = std::function<void(TarnInternalMessage&&)>;
     using OnConnectionState = std::function<void(ConnectionState, const std::string& reason)>;
     using OnMasterState = std::function<std::error_code(bool standby)>;
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::array<const char*, 11> kTypeWords = {
+constexpr std::array<std::string_view, 11> kTypeWords = {
     "CMD", "CMDRSP", "CMDNOT", "RSP", "NOT", "ACK", "NAK", "GET", "SET", "DEL", "UPDATE",
 };
 
@@ -50,7 +50,7 @@ const Status* findStatus(int code) {
 
 const char* typeWord(MessageType type) {
     const auto index = static_cast<size_t>(type);
-    return index < kTypeWords.size() ? kTypeWords[index] : "";
+    return index < kTypeWords.size() ? kTypeWords[index].data() : "";
 }
 
 MessageType typeFromWord(std::string_view word) {

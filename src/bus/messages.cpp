@@ -71,14 +71,19 @@ NOTMessage::NOTMessage(std::string objectName, const std::string& name, util::Un
     : NOTMessage(std::move(objectName), DataKey{"param"},
                  singleMember(name.c_str(), std::move(value))) {}
 
+NOTMessage::NOTMessage(std::string objectName, const std::string& name, const util::JSONText& value)
+    : TarnInternalMessage(MessageType::NOT, std::move(objectName), newId()) {
+    addMember("param", name, value);
+}
+
 RSPMessage::RSPMessage(std::string objectName, int32_t destination, std::string id,
                        MessageType command, const std::optional<std::string>& objectText, int code,
                        util::UniqueJSON param, const std::optional<std::string>& details)
     : TarnInternalMessage(MessageType::RSP, std::move(objectName), std::move(id), destination) {
     addCommand(command);
     addStatus(code);
-    addText("objectName", objectText);
-    addText("details", details);
+    addOptional("objectName", objectText);
+    addOptional("details", details);
     addData("param", std::move(param));
 }
 
@@ -96,8 +101,14 @@ RSPMessage::RSPMessage(const TarnInternalMessage& request,
                        const std::optional<std::string>& objectBase, util::UniqueJSON param,
                        int descriptorFlag)
     : RSPMessage(request, kOk) {
-    addText("objectBase", objectBase);
+    addOptional("objectBase", objectBase);
     addData(paramKey(descriptorFlag), std::move(param));
+}
+
+RSPMessage::RSPMessage(const TarnInternalMessage& request, const std::string& name,
+                       const util::JSONText& value)
+    : RSPMessage(request, kOk) {
+    addMember("param", name, value);
 }
 
 // The requesters know their request: the command is not repeated.
@@ -116,16 +127,16 @@ RSPMessage::RSPMessage(const TarnInternalMessage& request, int code)
 }
 
 void RSPMessage::addCommand(MessageType command) {
-    addData("requestCommand", lumo::requireItem(util::jsonString(typeWord(command))));
+    addText("requestCommand", typeWord(command));
 }
 
 void RSPMessage::addStatus(int code) {
-    addData("statusCode", lumo::requireItem(util::jsonNumber(code)));
-    addData("statusMsg", lumo::requireItem(util::jsonString(statusText(code))));
+    addNumber("statusCode", code);
+    addText("statusMsg", statusText(code));
 }
 
-void RSPMessage::addText(const char* key, const std::optional<std::string>& text) {
+void RSPMessage::addOptional(const char* key, const std::optional<std::string>& text) {
     if (text) {
-        addData(key, lumo::requireItem(util::jsonString(*text)));
+        addText(key, *text);
     }
 }

@@ -38,6 +38,7 @@ class NOTMessage : public TarnInternalMessage {
   public:
     NOTMessage(std::string objectName, DataKey key, util::UniqueJSON value);
     NOTMessage(std::string objectName, const std::string& name, util::UniqueJSON value);
+    NOTMessage(std::string objectName, const std::string& name, const util::JSONText& value);
 };
 
 // Answers a request: to its sender, on its object, with its id. "requestCommand" is the word of
@@ -58,6 +59,9 @@ class RSPMessage : public TarnInternalMessage {
     // The same with the tree under "paramDescriptor" when descriptorFlag is 1.
     RSPMessage(const TarnInternalMessage& request, const std::optional<std::string>& objectBase,
                util::UniqueJSON param, int descriptorFlag);
+    // "requestCommand", 200, "OK", "param": {name: value}.
+    RSPMessage(const TarnInternalMessage& request, const std::string& name,
+               const util::JSONText& value);
     // 200, "OK", "param", without "requestCommand".
     RSPMessage(const TarnInternalMessage& request, util::UniqueJSON param);
     // "requestCommand", "statusCode", "statusMsg".
@@ -66,5 +70,5 @@ class RSPMessage : public TarnInternalMessage {
   private:
     void addCommand(MessageType command);
     void addStatus(int code);
-    void addText(const char* key, const std::optional<std::string>& text);
+    void addOptional(const char* key, const std::optional<std::string>& text);
 };

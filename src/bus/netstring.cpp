@@ -20,13 +20,10 @@ std::string encodeNetString(const std::string& payload) {
     return frame;
 }
 
-std::vector<std::string> netStringParts(std::string payload) {
-    std::vector<std::string> parts;
-    parts.reserve(3);
-    parts.push_back(std::to_string(payload.size()) + kSeparator);
-    parts.push_back(std::move(payload));
-    parts.emplace_back(1, kTerminator);
-    return parts;
+std::array<std::string, 3> netStringParts(std::string payload) {
+    std::string length = std::to_string(payload.size());
+    length += kSeparator;
+    return {std::move(length), std::move(payload), std::string(1, kTerminator)};
 }
 
 }  // namespace lumo

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <array>
 #include <string>
-#include <vector>
 
 namespace lumo {
 
@@ -10,6 +10,6 @@ namespace lumo {
 std::string encodeNetString(const std::string& payload);
 
 // The same bytes in three parts for a gathered write, the payload moved, not copied.
-std::vector<std::string> netStringParts(std::string payload);
+std::array<std::string, 3> netStringParts(std::string payload);
 
 }  // namespace lumo

@@ -1,8 +1,10 @@
 #include "bus/tarn_internal_header.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdio>
+#include <charconv>
 #include <cstring>
+#include <string_view>
 
 #include "util/json.h"
 #include "util/numbers.h"
@@ -10,15 +12,21 @@
 
 namespace {
 
-constexpr size_t kLineBufferSize = 256;
+constexpr size_t kMaxEncodedBytes = 255;
 constexpr size_t kMaxNumberCharacters = 15;
 // Takes the place of every scheduled time on the wire.
-constexpr const char* kDatePlaceholder = "datehere";
+constexpr const char* kDatePlaceholder = "\"datehere\"";
 
 // Far longer than any real header. The tree of a line of small items takes forty times its length.
 constexpr std::size_t kMaxLineBytes = std::size_t{64} * 1024;
 
 enum HeaderItem { kType, kObjectName, kSource, kDestination, kScheduledTime, kRequiredItems = 4 };
+
+void appendInteger(std::string& text, int32_t number) {
+    std::array<char, 12> digits{};
+    const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
+    text.append(digits.begin(), end);
+}
 
 // One end of a message, received as N or as "N@qualifier".
 void decodeEnd(const cJSON* item, int32_t& number, std::string& qualifier) {
@@ -49,6 +57,27 @@ void decodeTime(const cJSON* item, const timespec& now, lumo::DecodedHeader& dec
     }
 }
 
+std::optional<lumo::DecodedHeader> decodeAnyLine(std::string_view line, const timespec& now) {
+    const util::UniqueJSON items = util::parseJSON(line.data(), line.size());
+    if (!cJSON_IsArray(items.get()) || cJSON_GetArraySize(items.get()) < kRequiredItems) {
+        return std::nullopt;
+    }
+    const char* const word = util::jsonText(cJSON_GetArrayItem(items.get(), kType));
+    const char* const objectName = util::jsonText(cJSON_GetArrayItem(items.get(), kObjectName));
+    lumo::DecodedHeader decoded;
+    TarnInternalHeader& header = decoded.header;
+    header.type = word ? typeFromWord(word) : MessageType::none;
+    if (header.type == MessageType::none || !objectName) {
+        return std::nullopt;
+    }
+    header.objectName = objectName;
+    decodeEnd(cJSON_GetArrayItem(items.get(), kSource), header.source, header.sourceQualifier);
+    decodeEnd(cJSON_GetArrayItem(items.get(), kDestination), header.destination,
+              header.destinationQualifier);
+    decodeTime(cJSON_GetArrayItem(items.get(), kScheduledTime), now, decoded);
+    return decoded;
+}
+
 }  // namespace
 
 void TarnInternalHeader::splitObjectName() {
@@ -62,38 +91,27 @@ void TarnInternalHeader::splitObjectName() {
 }
 
 std::string TarnInternalHeader::encode() const {
-    std::array<char, kLineBufferSize> line = {};
-    if (scheduled.isScheduled()) {
-        std::snprintf(line.data(), line.size(), "[\"%s\", \"%s\", %d, %d, \"%s\"]\n",
-                      typeWord(type), objectName.c_str(), source, destination, kDatePlaceholder);
-    } else {
-        std::snprintf(line.data(), line.size(), "[\"%s\", \"%s\", %d, %d, 0]\n", typeWord(type),
-                      objectName.c_str(), source, destination);
-    }
-    return line.data();
+    std::string line;
+    encodeTo(line);
+    return line;
+}
+
+// A name that alone is too long for the line is not copied as a whole.
+void TarnInternalHeader::encodeTo(std::string& text) const {
+    const size_t end = text.size() + kMaxEncodedBytes;
+    const std::string_view name(objectName.c_str(), strnlen(objectName.c_str(), kMaxEncodedBytes));
+    text.append("[\"").append(typeWord(type)).append("\", \"").append(name).append("\", ");
+    appendInteger(text, source);
+    text += ", ";
+    appendInteger(text, destination);
+    text.append(", ").append(scheduled.isScheduled() ? kDatePlaceholder : "0").append("]\n");
+    text.resize(std::min(text.size(), end));
 }
 
 std::optional<lumo::DecodedHeader> lumo::decodeHeader(const char* line, const timespec& now) {
-    const std::size_t length = std::strlen(line);
-    if (length > kMaxLineBytes) {
+    const std::string_view text = line;
+    if (text.size() > kMaxLineBytes) {
         return std::nullopt;
     }
-    const util::UniqueJSON items = util::parseJSON(line, length);
-    if (!cJSON_IsArray(items.get()) || cJSON_GetArraySize(items.get()) < kRequiredItems) {
-        return std::nullopt;
-    }
-    const char* const word = util::jsonText(cJSON_GetArrayItem(items.get(), kType));
-    const char* const objectName = util::jsonText(cJSON_GetArrayItem(items.get(), kObjectName));
-    DecodedHeader decoded;
-    TarnInternalHeader& header = decoded.header;
-    header.type = word ? typeFromWord(word) : MessageType::none;
-    if (header.type == MessageType::none || !objectName) {
-        return std::nullopt;
-    }
-    header.objectName = objectName;
-    decodeEnd(cJSON_GetArrayItem(items.get(), kSource), header.source, header.sourceQualifier);
-    decodeEnd(cJSON_GetArrayItem(items.get(), kDestination), header.destination,
-              header.destinationQualifier);
-    decodeTime(cJSON_GetArrayItem(items.get(), kScheduledTime), now, decoded);
-    return decoded;
+    return decodeAnyLine(text, now);
 }

@@ -36,6 +36,8 @@ struct TarnInternalHeader {
     // The header line with its line feed, at most 255 bytes: a longer one is cut. objectName is not
     // escaped, and of a scheduled time only the fact that there is one is written.
     std::string encode() const;
+    // Appends the same bytes to the text.
+    void encodeTo(std::string& text) const;
 };
 
 namespace lumo {

@@ -1,6 +1,6 @@
 // A received payload is split at its first line feed. The header line is decoded at once; the data
-// stays text in the payload until data() parses it, once. A message that is made here has its data
-// as a tree from the start. Both render in encode().
+// stays text in the payload. The data of a new message is written as text from the start: each
+// member takes the place of the closing brace. data() parses either text, once.
 
 #include "bus/tarn_internal_message.h"
 
@@ -8,9 +8,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "bus/required_json.h"
 #include "util/item_count.h"
-#include "util/json_size.h"
 #include "util/json_text.h"
 #include "util/line_limit.h"
 #include "util/log.h"
@@ -31,6 +29,10 @@ std::unique_ptr<std::vector<char>> terminated(std::unique_ptr<std::vector<char>>
     }
     return payload;
 }
+
+// What answers and notifications usually take.
+constexpr std::size_t kUsualHeaderBytes = 64;
+constexpr std::size_t kUsualDataBytes = 192;
 
 // Every answer repeats it, and a request has up to 50,000.
 constexpr std::size_t kMaxIdBytes = std::size_t{64} * 1024;
@@ -101,11 +103,13 @@ TarnInternalMessage::TarnInternalMessage(MallocText payload) : text_(std::move(p
 
 TarnInternalMessage::TarnInternalMessage(MessageType type, std::string objectName,
                                          std::string uniqueId, int32_t destination)
-    : data_(lumo::requireItem(util::jsonObject())), uniqueId_(std::move(uniqueId)) {
+    : uniqueId_(std::move(uniqueId)) {
     header_.type = type;
     header_.destination = destination;
     header_.objectName = std::move(objectName);
-    addData("id", lumo::requireItem(util::jsonString(uniqueId_)));
+    madeData_.reserve(kUsualDataBytes);
+    madeData_ += '{';
+    addText("id", uniqueId_);
 }
 
 TarnInternalMessage::~TarnInternalMessage() {
@@ -127,6 +131,7 @@ TarnInternalMessage::TarnInternalMessage(TarnInternalMessage&& other) {
 TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other) {
     header_ = other.header_;
     logging_ = other.logging_;
+    madeData_ = std::exchange(other.madeData_, {});
     dataText_ = std::exchange(other.dataText_, nullptr);
     text_ = std::move(other.text_);
     rawBuffer_ = std::move(other.rawBuffer_);
@@ -196,8 +201,12 @@ TarnInternalMessage::DecodeFailure TarnInternalMessage::decode(char* payload) {
 }
 
 std::string TarnInternalMessage::encode() const {
-    std::string payload = header_.encode();
-    if (data_) {
+    std::string payload;
+    payload.reserve(kUsualHeaderBytes + madeData_.size());
+    header_.encodeTo(payload);
+    if (!madeData_.empty()) {
+        payload += madeData_;
+    } else if (data_) {
         util::appendJSON(payload, *data_);
     } else if (dataText_) {
         payload += dataText_;
@@ -205,32 +214,33 @@ std::string TarnInternalMessage::encode() const {
     return payload;
 }
 
-std::size_t TarnInternalMessage::leastDataSize() const {
+void TarnInternalMessage::parseOnce() const {
     if (data_) {
-        return util::renderedSize(data_.get()).least;
+        return;
     }
-    return dataText_ != nullptr ? std::strlen(dataText_) : 0;
-}
-
-const cJSON* TarnInternalMessage::data() const {
-    static const util::UniqueJSON kNoData = util::jsonNull();
-    if (!data_ && dataText_) {
+    if (!madeData_.empty()) {
+        data_ = util::parseJSON(madeData_.data(), madeData_.size());
+    } else if (dataText_) {
         data_ = parseData(dataText_);
-    }
-    if (!data_ && dataText_) {
-        if (logging_) {
+        if (!data_ && logging_) {
             util::logLimited("TarnInternalMessage data decode error", LOG_INFO,
                              "TarnInternalMessage data decode error:%s\n",
                              util::shownPayload(dataText_).c_str());
         }
-        data_ = util::jsonNull();
+        data_ = data_ ? std::move(data_) : util::jsonNull();
     }
+}
+
+const cJSON* TarnInternalMessage::data() const {
+    static const util::UniqueJSON kNoData = util::jsonNull();
+    parseOnce();
     return data_ ? data_.get() : kNoData.get();
 }
 
 util::UniqueJSON TarnInternalMessage::takeData() {
-    data();
+    parseOnce();
     dataText_ = nullptr;
+    madeData_.clear();
     return data_ ? std::move(data_) : util::jsonNull();
 }
 
@@ -278,8 +288,40 @@ ResponseStatus TarnInternalMessage::responseStatus() const {
     return status;
 }
 
-void TarnInternalMessage::addData(const char* key, util::UniqueJSON item) {
+void TarnInternalMessage::beginMember(std::string_view key) {
+    if (madeData_.back() == '}') {
+        madeData_.back() = ',';
+    }
+    util::appendJSONString(madeData_, key);
+    madeData_ += ':';
+}
+
+void TarnInternalMessage::addText(std::string_view key, std::string_view text) {
+    beginMember(key);
+    util::appendJSONString(madeData_, text);
+    endMember();
+}
+
+void TarnInternalMessage::addNumber(std::string_view key, int number) {
+    beginMember(key);
+    util::appendJSONNumber(madeData_, number);
+    endMember();
+}
+
+void TarnInternalMessage::addMember(std::string_view key, std::string_view name,
+                                    const util::JSONText& value) {
+    beginMember(key);
+    madeData_ += '{';
+    util::appendJSONString(madeData_, name);
+    madeData_.append(":").append(value.text);
+    endMember();
+    endMember();
+}
+
+void TarnInternalMessage::addData(std::string_view key, util::UniqueJSON item) {
     if (item) {
-        lumo::addRequired(data_.get(), key, std::move(item));
+        beginMember(key);
+        util::appendJSON(madeData_, *item);
+        endMember();
     }
 }

@@ -10,6 +10,7 @@
 
 #include "bus/tarn_internal_header.h"
 #include "util/json.h"
+#include "util/json_text.h"
 
 struct MallocDeleter {
     void operator()(char* text) const { std::free(text); }
@@ -39,8 +40,8 @@ class TarnInternalMessage {
     // The payload text: the header line and the data without any white space. Throws std::bad_alloc
     // when there is no memory for it.
     virtual std::string encode() const;
-    // A lower bound of the size of its data in bytes, without the cost of rendering it.
-    std::size_t leastDataSize() const;
+    // The size in bytes of data that was made here; 0 for data that was received.
+    std::size_t madeDataSize() const { return madeData_.size(); }
 
     // Decodes a received payload, which ends in NUL; one that does not is said on standard error
     // and gets one. Throws std::runtime_error when the payload has no valid header line.
@@ -96,17 +97,25 @@ class TarnInternalMessage {
     // A new message with the data {"id": uniqueId}.
     TarnInternalMessage(MessageType type, std::string objectName, std::string uniqueId,
                         int32_t destination = 0);
-    // Appends to the data; a null item is left out.
-    void addData(const char* key, util::UniqueJSON item);
+    // Each appends a member to the data of a new message.
+    void addText(std::string_view key, std::string_view text);
+    void addNumber(std::string_view key, int number);
+    void addMember(std::string_view key, std::string_view name, const util::JSONText& value);
+    // A null item is left out.
+    void addData(std::string_view key, util::UniqueJSON item);
 
   private:
     enum class DecodeFailure { none, noHeader, invalidHeader };
 
     DecodeFailure decode(char* payload);
     bool decodeOrLog(char* payload);
+    void parseOnce() const;
+    void beginMember(std::string_view key);
+    void endMember() { madeData_ += '}'; }
 
     bool logging_ = true;             // whether its faults are logged when they are found
-    const char* dataText_ = nullptr;  // inside the payload
+    std::string madeData_;            // of a new message, as text
+    const char* dataText_ = nullptr;  // of a received message, inside the payload
     MallocText text_;                 // the payload, one of these two
     std::unique_ptr<std::vector<char>> rawBuffer_;
     mutable util::UniqueJSON data_;

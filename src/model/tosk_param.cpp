@@ -170,6 +170,10 @@ util::UniqueJSON ToskParam::valueToJSON() const {
     return json ? std::move(json) : util::jsonNull();
 }
 
+util::JSONText ToskParam::valueToText() const {
+    return value_ ? value_->toText() : util::JSONText{"null"};
+}
+
 std::string ToskParam::valueToString() const {
     return value_ ? value_->toString() : std::string();
 }

@@ -61,7 +61,10 @@ class ToskParam {
     // A new item of the value, owned by the caller; JSON null when no value is held.
     util::UniqueJSON valueToJSON() const;
 
-    // The value as text; empty when no value is held.
+    // The same as JSON text.
+    util::JSONText valueToText() const;
+
+    // The value as text for people; empty when no value is held.
     std::string valueToString() const;
 
     // Valid as long as the parameter, also across a rename. Any thread.

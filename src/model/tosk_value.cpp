@@ -45,6 +45,15 @@ util::UniqueJSON ToskValue::toJSON() const {
     return nullptr;
 }
 
+util::JSONText ToskValue::toText() const {
+    const util::UniqueJSON json = toJSON();
+    util::JSONText value{json ? "" : "null"};
+    if (json) {
+        util::appendJSON(value.text, *json);
+    }
+    return value;
+}
+
 bool ToskValue::isCompatible(const ToskValue& other) const {
     return other.type_ == type_;
 }
@@ -72,6 +81,12 @@ int ToskIntegerValue::fromJSON(const cJSON* item) {
 
 util::UniqueJSON ToskIntegerValue::toJSON() const {
     return util::jsonNumber(static_cast<double>(value()));
+}
+
+util::JSONText ToskIntegerValue::toText() const {
+    util::JSONText json;
+    util::appendJSONNumber(json.text, static_cast<double>(value()));
+    return json;
 }
 
 bool ToskIntegerValue::isCompatible(const ToskValue& other) const {
@@ -114,6 +129,12 @@ util::UniqueJSON ToskFloatValue::toJSON() const {
     return util::jsonNumber(value());
 }
 
+util::JSONText ToskFloatValue::toText() const {
+    util::JSONText json;
+    util::appendJSONNumber(json.text, value());
+    return json;
+}
+
 bool ToskFloatValue::updateFrom(const ToskParam& owner, const ToskValue* other) {
     const auto* source = sameKind(*this, other);
     const double held = value();
@@ -146,6 +167,12 @@ int ToskStringValue::fromJSON(const cJSON* item) {
 
 util::UniqueJSON ToskStringValue::toJSON() const {
     return util::jsonString(text_);
+}
+
+util::JSONText ToskStringValue::toText() const {
+    util::JSONText json;
+    util::appendJSONString(json.text, text_);
+    return json;
 }
 
 bool ToskStringValue::updateFrom(const ToskParam&, const ToskValue* other) {

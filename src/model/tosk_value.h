@@ -9,6 +9,7 @@
 
 #include "model/tosk_type_names.h"
 #include "util/json.h"
+#include "util/json_text.h"
 #include "util/relaxed.h"
 
 class ToskParam;
@@ -28,6 +29,9 @@ class ToskValue {
 
     // A new item of the value, owned by the caller; null when a kind has no JSON form.
     virtual util::UniqueJSON toJSON() const;
+
+    // The value as JSON text; "null" when a kind has no JSON form.
+    virtual util::JSONText toText() const;
 
     // Whether updateFrom would look at `other` at all.
     virtual bool isCompatible(const ToskValue& other) const;
@@ -64,6 +68,7 @@ class ToskIntegerValue : public ToskValue {
     // Any item reads as its number, cut toward zero; an item without a number is 0.
     int fromJSON(const cJSON* item) override;
     util::UniqueJSON toJSON() const override;
+    util::JSONText toText() const override;
     bool isCompatible(const ToskValue& other) const override;
     bool updateFrom(const ToskParam& owner, const ToskValue* other) override;
     virtual int valueClass() const { return 1; }
@@ -86,6 +91,7 @@ class ToskFloatValue : public ToskValue {
     // Any item reads as its number; an item without a number is 0.
     int fromJSON(const cJSON* item) override;
     util::UniqueJSON toJSON() const override;
+    util::JSONText toText() const override;
     bool updateFrom(const ToskParam& owner, const ToskValue* other) override;
     virtual int valueClass() const { return 1; }
 
@@ -108,6 +114,7 @@ class ToskStringValue : public ToskValue {
     std::string toString() const override { return text_; }
     int fromJSON(const cJSON* item) override;
     util::UniqueJSON toJSON() const override;
+    util::JSONText toText() const override;
     bool updateFrom(const ToskParam& owner, const ToskValue* other) override;
     virtual int valueClass() const { return 2; }
 

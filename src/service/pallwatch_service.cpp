@@ -41,7 +41,7 @@ PallwatchService::PallwatchService(SystemState* systemState, systemstate::Machin
       machine_(machine),
       prefix_(std::move(prefix)),
       manager_(std::move(manager)),
-      send_([this](TarnInternalMessage message) { send(std::move(message)); }),
+      send_([this](TarnInternalMessage&& message) { send(std::move(message)); }),
       saver_(io_, *systemState),
       controllers_(*systemState, machine, prefix_, send_),
       systemObject_(*systemState, prefix_, controllers_, saver_, send_) {}
@@ -96,7 +96,7 @@ void PallwatchService::createClient() {
                                                               kConnectionId);
     setTurns_.emplace(io_, systemObject_, *client_);
     client_->setOnMessage(
-        [this](TarnInternalMessage message) { handleMessage(std::move(message)); });
+        [this](TarnInternalMessage&& message) { handleMessage(std::move(message)); });
     // A change is announced before the command that carries it out, however long that takes.
     machine_.setBeforeCommand([this] { client_->flush(); });
 }
@@ -127,7 +127,7 @@ void PallwatchService::handleConnectionState(lumo::ConnectionState state) {
     controllers_.requestDetails();
     if (const ToskParam* const frameName = systemState_->findParam("system.frameName")) {
         send(NOTMessage(frameName->oid().prefix(), frameName->oid().leaf(),
-                        frameName->valueToJSON()));
+                        frameName->valueToText()));
     }
 }
 
@@ -164,7 +164,7 @@ void PallwatchService::reportProgress() {
     }
 }
 
-void PallwatchService::send(TarnInternalMessage message) {
+void PallwatchService::send(TarnInternalMessage&& message) {
     if (client_) {
         client_->send(std::move(message));
     }
@@ -178,7 +178,7 @@ bool PallwatchService::isForUs(const TarnInternalMessage& message) const {
     return first == kSystemObject || first == prefix_;
 }
 
-void PallwatchService::handleMessage(TarnInternalMessage message) {
+void PallwatchService::handleMessage(TarnInternalMessage&& message) {
     if (!isForUs(message)) {
         return;
     }

@@ -49,7 +49,7 @@ class PallwatchService {
 
     // Every message from the bus: takes those for "system", for "<prefix>..." and, while there is
     // no prefix, those without a first name; all others are ignored.
-    void handleMessage(TarnInternalMessage message);
+    void handleMessage(TarnInternalMessage&& message);
 
     // Observes the connection to the bus, before the service itself reacts. Before run().
     void setOnConnectionState(std::function<void(lumo::ConnectionState)> observer) {
@@ -68,7 +68,7 @@ class PallwatchService {
     void handleSignal(const std::error_code& error, int number);
     void pollOnce();
     void reportProgress();
-    void send(TarnInternalMessage message);
+    void send(TarnInternalMessage&& message);
     bool isForUs(const TarnInternalMessage& message) const;
 
     asio::io_service io_;

@@ -76,7 +76,7 @@ void RedundantControllers::becomeActiveMaster() const {
 void RedundantControllers::announceUnderPrefix(const char* key) const {
     if (const ToskParam* const param = systemState_.findParam(key)) {
         send_(NOTMessage(prefix_ + "." + param->oid().prefix(), param->oid().leaf(),
-                         param->valueToJSON()));
+                         param->valueToText()));
     }
 }
 

@@ -16,7 +16,7 @@ class Machine;
 namespace pallwatch {
 
 // Sends one message to the bus, stamped with this module's connection id; failures are ignored.
-using SendMessage = std::function<void(TarnInternalMessage)>;
+using SendMessage = std::function<void(TarnInternalMessage&&)>;
 
 // Follows the redundant controller pair: a frame may hold a primary and a secondary control card,
 // of which one is the active master, and the bus's object "system" knows which. Owned by the

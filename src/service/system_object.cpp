@@ -91,8 +91,7 @@ bool SystemObject::sendValues(const TarnInternalMessage& request, const cJSON* n
             foundDescriptor = true;
         } else if (const ToskParam* const param =
                        systemState_.findParam(makeKey(request.objectName(), name))) {
-            send_(RSPMessage(request, std::nullopt,
-                             singleMember(param->oid().leaf().c_str(), param->valueToJSON())));
+            send_(RSPMessage(request, param->oid().leaf(), param->valueToText()));
         }
     });
     return foundDescriptor;
@@ -201,9 +200,10 @@ void SystemObject::announceChange(const ToskParam& param) const {
                      param.oid().toString().c_str(),
                      util::shownPayload(param.valueToString()).c_str());
     const std::string& objectName = param.oid().prefix();
-    send_(NOTMessage(objectName, param.oid().leaf(), param.valueToJSON()));
+    const util::JSONText value = param.valueToText();
+    send_(NOTMessage(objectName, param.oid().leaf(), value));
     if (!prefix_.empty()) {
-        send_(NOTMessage(prefix_ + "." + objectName, param.oid().leaf(), param.valueToJSON()));
+        send_(NOTMessage(prefix_ + "." + objectName, param.oid().leaf(), value));
     }
     controllers_.announceActiveController(param);
 }

@@ -111,6 +111,14 @@ TEST(NotMessages, AnnounceANameUnderParam) {
               "[\"NOT\", \"system\", 0, 0, 0]\n{\"id\":\"<id>\",\"param\":{\"sshEnabled\":1}}");
 }
 
+TEST(NotMessages, AnnounceAValueThatIsTextAlready) {
+    const NOTMessage message("system", "a\"b", util::JSONText{"[1]"});
+    EXPECT_EQ(payloadOf(message),
+              "[\"NOT\", \"system\", 0, 0, 0]\n{\"id\":\"<id>\",\"param\":{\"a\\\"b\":[1]}}");
+    EXPECT_EQ(util::renderJSON(util::jsonMember(message.data(), "param"), false),
+              "{\"a\\\"b\":[1]}");
+}
+
 TEST(NotMessages, AnnounceUnderAKeyOfTheirOwn) {
     EXPECT_EQ(payloadOf(NOTMessage("system", DataKey{"state"}, util::jsonNumber(1))),
               "[\"NOT\", \"system\", 0, 0, 0]\n{\"id\":\"<id>\",\"state\":1}");
@@ -152,6 +160,12 @@ TEST(RspMessages, WithAnObjectBase) {
     EXPECT_EQ(RSPMessage(request(), std::nullopt, util::jsonNumber(1)).encode(),
               answerTo8(ok + ",\"param\":1"));
     EXPECT_EQ(RSPMessage(request(), "", nullptr).encode(), answerTo8(ok + ",\"objectBase\":\"\""));
+}
+
+TEST(RspMessages, CarryANameWithAValueThatIsTextAlready) {
+    EXPECT_EQ(RSPMessage(request(), "ipAddress", util::JSONText{"7"}).encode(),
+              answerTo8("\"requestCommand\":\"GET\",\"statusCode\":200,\"statusMsg\":\"OK\","
+                        "\"param\":{\"ipAddress\":7}"));
 }
 
 TEST(RspMessages, CarryADescriptorWhenTheFlagIsOne) {

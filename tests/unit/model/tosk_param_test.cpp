@@ -118,6 +118,7 @@ TEST(ToskParamToJSON, MissingValueIsJSONNullAndNoText) {
     const ToskParam param = makeParam("system.x", kTypeInt32Array);
     EXPECT_EQ("null", rendered(param.valueToJSON()));
     EXPECT_EQ("", param.valueToString());
+    EXPECT_EQ("null", ToskParam().valueToText().text);
 }
 
 TEST(ToskParamFromJSON, ReadsEveryMember) {

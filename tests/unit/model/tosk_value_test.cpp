@@ -41,6 +41,20 @@ TEST(ToskValue, BaseReadsNothingAndWritesNothing) {
     EXPECT_FALSE(value.changed());
 }
 
+// The text of each kind is what the JSON library prints for its item.
+TEST(ToskValue, TextIsTheJSONOfTheValue) {
+    const ToskIntegerValue address(int64_t{1} << 32);
+    const ToskFloatValue reading(12.504);
+    const ToskStringValue name("a \"b\"\n");
+    ToskStructValue structure;
+    ASSERT_EQ(0, structure.fromJSON(parsed(R"({"_d_baud":{"type":"INT32","value":9600}})").get()));
+    for (const ToskValue* value :
+         std::initializer_list<const ToskValue*>{&address, &reading, &name, &structure}) {
+        EXPECT_EQ(rendered(value->toJSON()), value->toText().text);
+    }
+    EXPECT_EQ("null", PlainValue(kTypeStruct).toText().text);
+}
+
 TEST(ToskValue, BaseIsCompatibleWithItsOwnTypeOnly) {
     EXPECT_TRUE(PlainValue(8).isCompatible(PlainValue(8)));
     EXPECT_FALSE(PlainValue(8).isCompatible(PlainValue(9)));
