@@ -5,8 +5,10 @@
 #include <charconv>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "util/json.h"
+#include "util/json_scanner.h"
 #include "util/numbers.h"
 #include "util/parse_integer.h"
 
@@ -55,6 +57,28 @@ void decodeTime(const cJSON* item, const timespec& now, lumo::DecodedHeader& dec
     if (time.fault != lumo::TimeFault::none) {
         decoded.timeText = text;
     }
+}
+
+// The line as nearly every sender writes it, read without a tree: five items, no escapes and no
+// scheduled time.
+std::optional<lumo::DecodedHeader> scanUsualLine(std::string_view line) {
+    util::JSONScanner scanner(line);
+    std::string_view word;
+    std::string_view objectName;
+    int32_t time = 0;
+    lumo::DecodedHeader decoded;
+    TarnInternalHeader& header = decoded.header;
+    const bool usual = scanner.take('[') && scanner.takeString(word) && scanner.take(',') &&
+                       scanner.takeString(objectName) && scanner.take(',') &&
+                       scanner.takeInteger(header.source) && scanner.take(',') &&
+                       scanner.takeInteger(header.destination) && scanner.take(',') &&
+                       scanner.takeInteger(time) && scanner.take(']');
+    if (!usual) {
+        return std::nullopt;
+    }
+    header.type = typeFromWord(word);
+    header.objectName = objectName;
+    return header.type == MessageType::none ? std::nullopt : std::optional(std::move(decoded));
 }
 
 std::optional<lumo::DecodedHeader> decodeAnyLine(std::string_view line, const timespec& now) {
@@ -113,5 +137,6 @@ std::optional<lumo::DecodedHeader> lumo::decodeHeader(const char* line, const ti
     if (text.size() > kMaxLineBytes) {
         return std::nullopt;
     }
-    return decodeAnyLine(text, now);
+    std::optional<DecodedHeader> decoded = scanUsualLine(text);
+    return decoded ? decoded : decodeAnyLine(text, now);
 }

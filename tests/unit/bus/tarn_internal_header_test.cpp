@@ -84,6 +84,20 @@ TEST(HeaderDecoding, ReadsTheFieldsInOrder) {
     EXPECT_THAT(line.objectPath, IsEmpty());
 }
 
+// The tab sends the line to the JSON library, whatever is in it.
+TEST(HeaderDecoding, TheUsualLineIsReadAsTheLibraryReadsIt) {
+    for (const std::string rest :
+         {R"("GET", "system", 5, 0, 0])", R"("SET","frameB.system",-7,2147483647,-1] and more)",
+          R"( "RSP" , "" , 0005, -0, 0 ])", R"("NOT", "é / \u00e9", 1, 2, 0])"}) {
+        const TarnInternalHeader line = decode("[" + rest).value();
+        const TarnInternalHeader same = decode("[\t" + rest).value();
+        EXPECT_EQ(line.type, same.type) << rest;
+        EXPECT_EQ(line.objectName, same.objectName) << rest;
+        EXPECT_EQ(line.source, same.source) << rest;
+        EXPECT_EQ(line.destination, same.destination) << rest;
+    }
+}
+
 TEST(HeaderDecoding, TheScheduledTimeMayBeMissing) {
     EXPECT_TRUE(decode("[\"GET\", \"system\", 1, 8]"));
 }
