@@ -99,6 +99,51 @@ TEST_F(PallctlRead, EndsWith4WhenOneIsNotFound) {
     EXPECT_EQ(pallctl({"describe", "nosuch"}).status, 4);
 }
 
+TEST_F(PallctlRead, TakesNamesInAnyCase) {
+    EXPECT_EQ(pallctl({"get", "IPADDRESS", "System.sshenabled"}).output, "10.0.0.5\nEnabled\n");
+    EXPECT_EQ(pallctl({"set", "SYSTEMNAME=Rack 4"}).status, 0);
+    EXPECT_EQ(pallctl({"wait", "systemname=Rack 4", "--timeout=5"}).status, 0);
+    EXPECT_THAT(pallctl({"describe", "systemname"}).output, StartsWith("system.systemName\n"));
+    EXPECT_THAT(pallctl({"set", "sshEnabled=0", "SSHENABLED=1"}).error,
+                HasSubstr("system.sshEnabled: given more than once"));
+}
+
+TEST_F(PallctlRead, SuggestsSimilarNames) {
+    const std::string problem = "system.sshEnable: not found; did you mean 'sshEnabled'?\n";
+    for (const Words& words :
+         {Words{"get", "sshEnable"}, Words{"describe", "sshEnable"}, Words{"list", "sshEnable"},
+          Words{"watch", "sshEnable"}, Words{"set", "sshEnable=1"}, Words{"wait", "sshEnable=1"}}) {
+        const Result result = pallctl(words);
+        EXPECT_EQ(result.status, 4) << words.front();
+        EXPECT_EQ(result.error, "pallctl: " + problem) << words.front();
+    }
+    EXPECT_EQ(pallctl({"get", "voltage"}).error,
+              "pallctl: system.voltage: not found; did you mean 'battVoltage', 'psu1Voltage' or "
+              "'psu2Voltage'?\n");
+}
+
+TEST_F(PallctlRead, InventsNoDevice) {
+    for (const Words& words : {Words{"list"}, Words{"describe"}, Words{"get", "ipAddress"},
+                               Words{"set", "systemName=x"}, Words{"watch"}}) {
+        Words below{"--object=system.foo", "--wait=20"};
+        below.insert(below.end(), words.begin(), words.end());
+        const Result result = pallctl(below);
+        EXPECT_EQ(result.status, 4) << words.front();
+        EXPECT_EQ(result.output, "") << words.front();
+        EXPECT_EQ(result.error, "pallctl: system.foo: no such device; only 'system' answers\n")
+            << words.front();
+    }
+    EXPECT_EQ(pallctl({"get", "systemName"}).output, "System\n");
+}
+
+TEST_F(PallctlRead, DescribesAnEmptyText) {
+    ASSERT_EQ(pallctl({"set", "systemName="}).status, 0);
+    EXPECT_THAT(pallctl({"describe", "systemName"}).output,
+                HasSubstr("\n  value           \"\"\n"));
+    EXPECT_EQ(pallctl({"get", "systemName"}).output, "\n");
+    EXPECT_EQ(evaluated({"describe", "systemName", "-k"}, "system_systemName"), "");
+}
+
 TEST_F(PallctlRead, ReadsMoreNamesThanOneRequestMayHold) {
     Words words{"get"};
     std::string expected;

@@ -184,6 +184,19 @@ TEST_F(PallctlWatch, SaysOnceThatTheDaemonHasGoneAndThatItAnswersAgain) {
               "pallctl: system: not responding, waiting\npallctl: system: responding again\n");
 }
 
+// Only a few bytes each time, not the description of the whole device.
+TEST_F(PallctlWatch, AsksWhetherTheDaemonAnswersWithLittleTraffic) {
+    start();
+    watch({"systemName"});
+    pallbus({"record", "/run/watch.rec"});
+    const std::string answer = "\\\"param\\\":{\\\"frameName\\\":\\\"Quorane\\\"}";
+    harness::waitUntil(
+        [&] { return frame.read("/run/watch.rec").find(answer) != std::string::npos; },
+        "an answer");
+    pallbus({"record", "--stop"});
+    EXPECT_THAT(frame.read("/run/watch.rec"), Not(HasSubstr("paramDescriptor")));
+}
+
 TEST_F(PallctlWatch, GivesUpWhenTheWaitIsOver) {
     const Result result = pallctl({"watch", "--wait=0.1"});
     EXPECT_EQ(result.status, 6);

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "cli/escape.h"
+#include "cli/similar_words.h"
 #include "client/known_parameters.h"
 #include "client/name_pattern.h"
 
@@ -66,7 +67,7 @@ ExitStatus Client::waitForBus() {
 ExitStatus Client::read(const std::vector<std::string>& names) {
     return retry([this, full = namesToRead(names)](std::chrono::milliseconds timeout) {
         if (connectIfClosed() && follower_.read(full, timeout)) {
-            return kSuccess;
+            return device_.isForeign() ? kNotFound : kSuccess;
         }
         return session_.isOpen() ? kNoAnswer : kNoBus;
     });
@@ -91,7 +92,7 @@ ExitStatus Client::retry(const Attempt& attempt) {
         if (session_.outputGone()) {
             return kSuccess;
         }
-        if (status != kSuccess && last) {
+        if (status != kSuccess && (last || status == kNotFound)) {
             if (connection_.reportsFailures) {
                 complain(describeFailure(status));
             }
@@ -175,6 +176,19 @@ std::vector<std::string> Client::expand(const std::vector<std::string>& names) c
     return expanded;
 }
 
+std::string Client::describeUnknown(const std::string& name) const {
+    std::vector<std::string> leaves;
+    for (const Parameter* parameter : described()) {
+        leaves.push_back(device_.leafName(parameter->descriptor.name));
+    }
+    for (const std::string& known : catalogue()) {
+        leaves.push_back(device_.leafName(known));
+    }
+    std::ranges::sort(leaves);
+    leaves.erase(std::ranges::unique(leaves).begin(), leaves.end());
+    return "not found" + cli::suggest(device_.leafName(name), leaves);
+}
+
 std::vector<const Parameter*> Client::described(const std::set<std::string>& only) const {
     std::vector<std::string> names = catalogue();
     for (const Parameter* parameter : cache_.all()) {
@@ -194,9 +208,13 @@ std::vector<const Parameter*> Client::described(const std::set<std::string>& onl
 }
 
 std::string Client::describeFailure(ExitStatus status) const {
-    return status == kNoBus ? "no bus on 127.0.0.1:" + std::to_string(connection_.port) + ": " +
-                                  session_.errorText()
-                            : device_.object() + ": no answer";
+    if (status == kNoBus) {
+        return "no bus on 127.0.0.1:" + std::to_string(connection_.port) + ": " +
+               session_.errorText();
+    }
+    return device_.object() + (status == kNotFound ? ": no such device; only '" +
+                                                         std::string(kDaemonObject) + "' answers"
+                                                   : ": no answer");
 }
 
 void complain(const std::string& subject, const std::string& problem) {

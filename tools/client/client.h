@@ -44,7 +44,8 @@ class Client {
     ExitStatus waitForBus();
     // Connects and reads these parameters (any form of their names, or patterns, which read the
     // whole catalogue), and retries until the wait is over. Reports what is missing when it gives
-    // up. kSuccess, with nothing read, also when the reader of the output has gone.
+    // up. kSuccess, with nothing read, also when the reader of the output has gone; kNotFound if
+    // only the daemon answers for the object.
     ExitStatus read(const std::vector<std::string>& names);
 
     // The error message for such a status, "no bus on 127.0.0.1:15000: Connection refused".
@@ -65,6 +66,8 @@ class Client {
     // After read(): the full names of these, and instead of a pattern those of the parameters that
     // it matches. A pattern without a match remains.
     std::vector<std::string> expand(const std::vector<std::string>& names) const;
+    // The error message for a name that the device does not describe, with similar names.
+    std::string describeUnknown(const std::string& name) const;
     // All parameters that the device has described, those of the catalogue first; with `only` just
     // these (full names). Valid until the next reading.
     std::vector<const Parameter*> described(const std::set<std::string>& only = {}) const;

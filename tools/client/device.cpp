@@ -4,11 +4,17 @@
 #include <utility>
 
 #include "bus/messages.h"
+#include "client/known_parameters.h"
 
 namespace client {
 
 Device::Device(BusSession& session, ParameterCache& cache, std::string object, Timeouts timeouts)
     : session_(session), cache_(cache), object_(std::move(object)), timeouts_(timeouts) {}
+
+std::string Device::fullName(const std::string& name) const {
+    const std::string leaf = leafName(name);
+    return object_.fullName(isDaemon() ? findKnownSpelling(leaf) : leaf);
+}
 
 std::vector<std::string> Device::fullNames(std::vector<std::string> names) const {
     std::transform(names.begin(), names.end(), names.begin(),
@@ -37,6 +43,17 @@ std::string Device::ask(const std::vector<std::string>& names) {
     GETMessage last(object(), {kWholeDevice}, nullptr, 0);
     session_.queue(last);
     return last.uniqueId();
+}
+
+// The description of the whole device has kilobytes. Through a prefix there is no other request
+// that changes nothing and is answered.
+std::string Device::probe() {
+    if (isThroughPrefix() || !isDaemon() || !cache_.described(fullName(kFirstNotification))) {
+        return ask({});
+    }
+    GETMessage request(object(), {kFirstNotification}, nullptr, 0);
+    session_.queue(request);
+    return request.uniqueId();
 }
 
 std::optional<std::vector<std::string>> Device::openNames(

@@ -58,8 +58,8 @@ class Device {
     std::string home() const { return object_.home(); }
     const Timeouts& timeouts() const { return timeouts_; }
 
-    // Names under this object.
-    std::string fullName(const std::string& name) const { return object_.fullName(name); }
+    // Names under this object. Those of the daemon's catalogue may be given in any case.
+    std::string fullName(const std::string& name) const;
     std::vector<std::string> fullNames(std::vector<std::string> names) const;
     std::string leafName(const std::string& name) const { return object_.leafName(name); }
 
@@ -72,6 +72,8 @@ class Device {
     // Queues requests for the descriptors of these parameters (full names) and of the whole device,
     // which has only the saved ones. Returns the id of the last answer.
     std::string ask(const std::vector<std::string>& names);
+    // Queues the smallest request that the device answers. Returns the id of the answer.
+    std::string probe();
     // The names to request once more after that answer, because one may have been lost: what is
     // missing or in doubt. Empty when all are described without doubt.
     std::optional<std::vector<std::string>> openNames(const std::vector<std::string>& names) const;
@@ -79,8 +81,12 @@ class Device {
     // Updates the cache from a notification or an answer of the device; ignores other messages.
     // True when the message announces a new start of the daemon.
     bool handleMessage(const TarnInternalMessage& message) {
+        isForeign_ = isForeign_ || object_.isAnsweredByDaemon(message);
         return object_.handleMessage(message, cache_);
     }
+
+    // Whether the answers came from the daemon although this is not its object.
+    bool isForeign() const { return isForeign_; }
 
   private:
     void askByName(const std::vector<std::string>& names);
@@ -89,6 +95,7 @@ class Device {
     ParameterCache& cache_;
     DevicePath object_;
     Timeouts timeouts_;
+    bool isForeign_ = false;
 };
 
 }  // namespace client

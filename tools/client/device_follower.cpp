@@ -137,9 +137,10 @@ void DeviceFollower::readAgain() {
 // Questions are readings of the cache, so that notifications that arrive before the answer take
 // precedence.
 void DeviceFollower::ask(std::vector<std::string> names, Deadline deadline, bool isRepeated) {
+    const bool isProbe = !isStale_ && !isRepeated;
     hasHeard_ = hasHeard_ && isOverdue_;
     cache_.beginReading();
-    std::string id = device_.ask(names);
+    std::string id = isProbe ? device_.probe() : device_.ask(names);
     question_ = Question{std::move(id), deadline, std::move(names), isRepeated};
     session_.flush();
 }

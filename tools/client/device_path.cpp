@@ -1,5 +1,9 @@
 #include "client/device_path.h"
 
+#include <strings.h>
+
+#include <algorithm>
+
 namespace client {
 
 std::string DevicePath::home() const {
@@ -9,7 +13,7 @@ std::string DevicePath::home() const {
 
 std::string DevicePath::leafName(const std::string& name) const {
     for (const std::string& prefix : {path_ + '.', home() + '.'}) {
-        if (name.starts_with(prefix)) {
+        if (::strncasecmp(name.c_str(), prefix.c_str(), prefix.size()) == 0) {
             return name.substr(prefix.size());
         }
     }
@@ -41,12 +45,30 @@ bool DevicePath::handleNotification(const TarnInternalMessage& message,
            util::jsonMember(param, kFirstNotification);
 }
 
+bool DevicePath::isAnsweredByDaemon(const TarnInternalMessage& message) const {
+    if (message.type() != MessageType::RSP || message.objectName() != path_) {
+        return false;
+    }
+    const cJSON* device = util::jsonMember(util::jsonMember(message.data(), "param"), kWholeDevice);
+    return std::ranges::any_of(
+        decodeParameters(util::jsonMember(device, "params")),
+        [this](const Parameter& parameter) { return isOfDaemon(parameter.descriptor.name); });
+}
+
+// A parameter of the daemon in the answer of another device.
+bool DevicePath::isOfDaemon(const std::string& name) const {
+    return home() != kDaemonObject && name.starts_with(std::string(kDaemonObject) + '.');
+}
+
 void DevicePath::handleDescriptors(const TarnInternalMessage& message,
                                    ParameterCache& cache) const {
     const cJSON* named = util::jsonMember(message.data(), "paramDescriptor");
     const cJSON* device = util::jsonMember(util::jsonMember(message.data(), "param"), kWholeDevice);
     for (const cJSON* parameters : {named, util::jsonMember(device, "params")}) {
         for (Parameter& parameter : decodeParameters(parameters)) {
+            if (isOfDaemon(parameter.descriptor.name)) {
+                continue;
+            }
             parameter.descriptor.name = fullName(parameter.descriptor.name);
             cache.describe(std::move(parameter));
         }

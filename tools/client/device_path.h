@@ -27,7 +27,7 @@ class DevicePath {
     bool isThroughPrefix() const { return path_.find('.') != std::string::npos; }
 
     // The full name, "system.ipAddress" or "frameB.system.ipAddress", of any form of a name; the
-    // name in messages, "ipAddress".
+    // name in messages, "ipAddress". The object in a name may be in any case.
     std::string fullName(const std::string& name) const;
     std::string leafName(const std::string& name) const;
 
@@ -38,8 +38,13 @@ class DevicePath {
     // ignores other messages. True when the message announces a new start of the daemon.
     bool handleMessage(const TarnInternalMessage& message, ParameterCache& cache) const;
 
+    // Whether the daemon has answered a request for this object with parameters of its own: it
+    // answers also for objects below "system" that do not exist.
+    bool isAnsweredByDaemon(const TarnInternalMessage& message) const;
+
   private:
     bool handleNotification(const TarnInternalMessage& message, ParameterCache& cache) const;
+    bool isOfDaemon(const std::string& name) const;
     void handleDescriptors(const TarnInternalMessage& message, ParameterCache& cache) const;
 
     std::string path_;

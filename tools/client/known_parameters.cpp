@@ -1,5 +1,7 @@
 #include "client/known_parameters.h"
 
+#include <strings.h>
+
 #include <algorithm>
 
 #include "model/tosk_type_names.h"
@@ -43,6 +45,15 @@ std::vector<std::string> knownParameterNames() {
         names.emplace_back(row.key);
     }
     return names;
+}
+
+std::string findKnownSpelling(const std::string& leaf) {
+    const auto rows = systemstate::catalogue();
+    const auto row = std::ranges::find_if(rows, [&](const systemstate::CatalogueRow& each) {
+        const std::string name(leafName(each));
+        return ::strcasecmp(name.c_str(), leaf.c_str()) == 0;
+    });
+    return row == rows.end() ? leaf : std::string(leafName(*row));
 }
 
 std::vector<Descriptor> knownDescriptors() {

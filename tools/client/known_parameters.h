@@ -14,6 +14,10 @@ namespace client {
 // descriptor of the whole device contains only the saved ones.
 std::vector<std::string> knownParameterNames();
 
+// The catalogue's spelling of this parameter name (without "system."), which may be in any case;
+// the name itself if the catalogue does not contain it.
+std::string findKnownSpelling(const std::string& leaf);
+
 // The descriptors that the daemon would return for its catalogue. Through a prefix it cannot be
 // asked: a request by name renames the parameter.
 std::vector<Descriptor> knownDescriptors();

@@ -51,7 +51,7 @@ std::vector<const client::Parameter*> findParameters(const client::Client& clien
         if (const client::Parameter* parameter = client.cache().described(name)) {
             parameters.push_back(parameter);
         } else {
-            client::complain(name, "not found");
+            client::complain(name, client.describeUnknown(name));
             status = std::max(status, kNotFound);
         }
     }

@@ -117,7 +117,7 @@ ExitStatus SetRequest::plan() {
 ExitStatus SetRequest::plan(Change& change) const {
     const client::Parameter* parameter = client_.cache().described(change.name);
     if (!parameter && !options_.force) {
-        return reject(change, kUnknownName, "not found");
+        return reject(change, kUnknownName, client_.describeUnknown(change.name));
     }
     client::ParsedValue parsed = parseValue(parameter, change.text);
     if (!parsed.value) {

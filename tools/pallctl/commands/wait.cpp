@@ -98,7 +98,7 @@ class Wait {
     ExitStatus begin(Term& term) const {
         term.parameter = client_.cache().described(term.name);
         if (!term.parameter) {
-            complain(term, "not found");
+            complain(term, client_.describeUnknown(term.name));
             return kNotFound;
         }
         client::ParsedValue parsed = parseWanted(*term.parameter, term.condition, style_.raw);

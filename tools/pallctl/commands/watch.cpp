@@ -61,7 +61,7 @@ class Watch {
         }
         for (const std::string& name : client_.expand(names_)) {
             if (!client_.cache().find(name)) {
-                client::complain(name, "not found");
+                client::complain(name, client_.describeUnknown(name));
                 return kNotFound;
             }
         }

@@ -1,5 +1,7 @@
 #include "pallctl/values/candidates.h"
 
+#include <strings.h>
+
 #include <algorithm>
 
 #include "cli/escape.h"
@@ -55,8 +57,9 @@ std::vector<cli::Completion> completeAssignments(
         return completions;
     }
     const std::string name = object.fullName(word.substr(0, equals));
-    const auto found = std::ranges::find(
-        parameters, name, [](const client::Parameter* each) { return each->descriptor.name; });
+    const auto found = std::ranges::find_if(parameters, [&](const client::Parameter* each) {
+        return ::strcasecmp(each->descriptor.name.c_str(), name.c_str()) == 0;
+    });
     std::vector<cli::Completion> completions =
         completeValues(found == parameters.end() ? nullptr : *found);
     for (cli::Completion& completion : completions) {

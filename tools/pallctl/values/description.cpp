@@ -60,12 +60,18 @@ UsualValues findUsualValues(const client::Descriptor& descriptor) {
                   : UsualValues();
 }
 
+// An empty text is a value, too.
+std::string formatKnownValue(const client::Parameter& parameter, const Style& style) {
+    const std::string text = client::hasValue(parameter) ? formatOneLine(parameter, style) : "";
+    return client::hasValue(parameter) && text.empty() ? "\"\"" : text;
+}
+
 std::vector<Fact> collectFacts(const client::Parameter& parameter, const Style& style) {
     const client::Descriptor& descriptor = parameter.descriptor;
     const UsualValues usual = findUsualValues(descriptor);
     return {
         {"label", descriptor.label},
-        {kValue, client::hasValue(parameter) ? formatOneLine(parameter, style) : ""},
+        {kValue, formatKnownValue(parameter, style)},
         {"type", descriptor.type},
         {"read-only", descriptor.readOnly ? "yes" : "no"},
         {"constraint", descriptor.constraint},

@@ -66,6 +66,46 @@ TEST_F(DeviceTest, TakesNamesWithAndWithoutTheObject) {
     EXPECT_EQ(device_.fullName("net.ip"), "system.net.ip");
 }
 
+TEST_F(DeviceTest, TakesNamesOfTheCatalogueInAnyCase) {
+    EXPECT_EQ(device_.fullName("IPADDRESS"), "system.ipAddress");
+    EXPECT_EQ(device_.fullName("System.ipaddress"), "system.ipAddress");
+    EXPECT_EQ(tunnelled_.fullName("FrameB.System.SSHenabled"), "frameB.system.sshEnabled");
+    EXPECT_EQ(device_.fullName("NoSuch"), "system.NoSuch");
+    const Device other{session_, cache_, "chassis", {0ms, 0ms}};
+    EXPECT_EQ(other.fullName("IPADDRESS"), "chassis.IPADDRESS");
+}
+
+TEST_F(DeviceTest, ProbesWithAValueOnlyWhereItIsAnswered) {
+    const auto probe = [this](Device& device) {
+        device.probe();
+        session_.flush();
+        return peer_.read();
+    };
+    EXPECT_THAT(probe(device_), HasSubstr("paramDescriptor")) << "before anything is known";
+    for (const char* name : {"system.frameName", "frameB.system.frameName"}) {
+        Parameter frameName;
+        frameName.descriptor.name = name;
+        frameName.descriptor.type = "STRING";
+        cache_.describe(std::move(frameName));
+    }
+    EXPECT_THAT(probe(device_), HasSubstr(R"("param":{"objectName":["frameName"]}};)"));
+    EXPECT_THAT(probe(tunnelled_), HasSubstr("paramDescriptor"));
+}
+
+// The daemon answers for any object below its own.
+TEST_F(DeviceTest, TakesNoParameterOfTheDaemonForItsOwn) {
+    Device below{session_, cache_, "system.foo", {0ms, 0ms}};
+    read(below, {});
+    peer_.writeFrame("[\"RSP\", \"system.foo\", 8, 1000042, 0]\n{\"id\":\"" +
+                     idOf(peer_.read(), "\"param\":{") +
+                     R"(","param":{"paramDescriptor":{"type":"device","params":)"
+                     R"({"d_system.b":{"oid":"system.b","value":2}}}}})");
+    EXPECT_FALSE(below.isForeign());
+    read(below, {}, 100ms);
+    EXPECT_TRUE(below.isForeign());
+    EXPECT_THAT(cache_.all(), testing::IsEmpty());
+}
+
 TEST_F(DeviceTest, ReadsDescriptorsByNameAndThenThatOfTheDevice) {
     EXPECT_FALSE(read(device_, {"system.a", "system.b"}));
     const std::string bytes = peer_.read();

@@ -112,6 +112,8 @@ void ScriptedDevice::answerGet(const std::string& source, const cJSON* data) {
             source, data,
             R"("statusCode":200,"param":{"paramDescriptor":{"type":"device","slot":0,"params":)" +
                 described(saved_) + "}}");
+    } else if (const std::string known = valuesOf(values); known != "{}") {
+        respond(source, data, R"("statusCode":200,"param":)" + known);
     }
     if (util::jsonMember(data, "paramDescriptor")) {
         answerByName(source, data);
@@ -142,6 +144,19 @@ void ScriptedDevice::respond(const std::string& source, const cJSON* data,
                              const std::string& rest) {
     peer_.send("[\"RSP\", \"system\", 8, " + source + ", 0]\n{\"id\":" +
                util::renderJSON(util::jsonMember(data, "id"), false) + "," + rest + "}");
+}
+
+std::string ScriptedDevice::valuesOf(const std::vector<std::string>& leaves) const {
+    const util::UniqueJSON values = util::jsonObject();
+    for (const std::string& leaf : leaves) {
+        if (const auto found = parameters_.find(leaf); found != parameters_.end()) {
+            const util::UniqueJSON parameter =
+                util::parseJSON(found->second.data(), found->second.size());
+            util::addMember(values.get(), leaf.c_str(),
+                            util::copyJSON(util::jsonMember(parameter.get(), "value")));
+        }
+    }
+    return util::renderJSON(values.get(), false);
 }
 
 std::string ScriptedDevice::described(const std::vector<std::string>& leaves) const {

@@ -12,8 +12,8 @@
 #include "util/json.h"
 
 // Stands for the daemon on the bus: connection id 8, serving "system" on a thread of its own. It
-// answers as the daemon does: descriptors of known names in one response, nothing for unknown
-// names, the descriptor of the whole device, and each set with the status it was told.
+// answers as the daemon does: descriptors or values of known names in one response, nothing for
+// unknown names, the descriptor of the whole device, and each set with the status it was told.
 class ScriptedDevice {
   public:
     using Parameters = std::map<std::string, std::string>;  // leaf to its JSON
@@ -48,6 +48,7 @@ class ScriptedDevice {
     void answerGet(const std::string& source, const cJSON* data);
     void answerSet(const std::string& source, const cJSON* data);
     void respond(const std::string& source, const cJSON* data, const std::string& rest);
+    std::string valuesOf(const std::vector<std::string>& leaves) const;
     std::string described(const std::vector<std::string>& leaves) const;
 
     mutable std::mutex mutex_;  // guards everything below but the peer's reading
