@@ -153,7 +153,9 @@ int AbstractJSONTopLevelContainer::writeFile(const std::string& path, const cJSO
     }
     const Names names = namesFor(path);
     const int found = statFile(path);
-    const util::WriteFailure failure = writeNew(names, text, path);
+    // After a failed save the owner and mode to keep may be those of the old file.
+    const std::string& like = found != -1 ? names.current : names.old;
+    const util::WriteFailure failure = writeNew(names, text, like, path);
     const int begun = failure == util::WriteFailure::none ? 0 : -1;
     const int outcome = failure == util::WriteFailure::open ? found : begun;
     if (outcome != 0) {
@@ -181,13 +183,12 @@ int AbstractJSONTopLevelContainer::statFile(const std::string& path) const {
 
 util::WriteFailure AbstractJSONTopLevelContainer::writeNew(const Names& names,
                                                            const std::string& text,
+                                                           const std::string& like,
                                                            const std::string& path) const {
     if (text.size() > kMaxFileBytes) {
         errno = EFBIG;
         return util::WriteFailure::write;
     }
-    // After a failed save the owner and mode to keep may be those of the old file.
-    const std::string& like = util::fileExists(names.current) ? names.current : names.old;
     const util::WriteFailure failure = util::writeNewFile(names.fresh, text, like);
     if (failure == util::WriteFailure::open && !retrying_) {
         const int errorNumber = errno;

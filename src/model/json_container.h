@@ -77,7 +77,7 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
     Names namesFor(const std::string& path) const;
     int statFile(const std::string& path) const;
     util::WriteFailure writeNew(const Names& names, const std::string& text,
-                                const std::string& path) const;
+                                const std::string& like, const std::string& path) const;
     int leaveOldOnly(const Names& names) const;
     int rotate(const Names& names, bool existed, bool keepOld);
     int moveIntoPlace(const Names& names, bool existed) const;

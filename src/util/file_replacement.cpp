@@ -141,7 +141,7 @@ std::string resolveLinks(const std::string& path) {
     for (int links = 0; links < kMaxLinks; ++links) {
         std::optional<std::string> next = readLink(end);
         if (!next) {
-            return existsButIsNotRegular(end) ? path : end;
+            return links > 0 && existsButIsNotRegular(end) ? path : end;
         }
         end = std::move(*next);
     }
