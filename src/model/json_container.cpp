@@ -111,7 +111,7 @@ util::UniqueJSON AbstractJSONTopLevelContainer::makeDocument(const char* path) c
         logFailure("SAVE FAILED: could not alloc root JSON object for \"%s\".\n", path);
         return nullptr;
     }
-    util::UniqueJSON payload = toJSON();
+    util::UniqueJSON payload = makePayload();
     const bool complete = payload &&
                           util::addMember(root.get(), "version", util::jsonNumber(version_)) &&
                           util::addMember(root.get(), getName(), std::move(payload));

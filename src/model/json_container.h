@@ -73,6 +73,8 @@ class AbstractJSONTopLevelContainer : public AbstractJSONBackedData {
     };
 
     util::UniqueJSON makeDocument(const char* path) const;
+    // An item that is printed as the result of toJSON() is.
+    virtual util::UniqueJSON makePayload() const { return toJSON(); }
     std::string render(const cJSON* root, const std::string& path) const;
     Names namesFor(const std::string& path) const;
     int statFile(const std::string& path) const;

@@ -8,7 +8,6 @@
 namespace {
 
 constexpr const char* kDeviceType = "device";
-constexpr const char* kParamPrefix = "d_";
 
 }  // namespace
 
@@ -53,6 +52,14 @@ void ToskDevice::readMenuGroups(const cJSON* groups) {
 }
 
 util::UniqueJSON ToskDevice::toJSON() const {
+    return makeItem(publishedParamsToJSON());
+}
+
+util::UniqueJSON ToskDevice::toSavedJSON() const {
+    return makeItem(publishedParamsToRaw());
+}
+
+util::UniqueJSON ToskDevice::makeItem(util::UniqueJSON publishedParams) const {
     util::UniqueJSON json = util::jsonObject();
     util::addMember(json.get(), "type", util::jsonString(kDeviceType));
     util::addMember(json.get(), "slot", util::jsonNumber(slot_));
@@ -60,7 +67,7 @@ util::UniqueJSON ToskDevice::toJSON() const {
         util::addMember(json.get(), "menu_groups", menuGroupsToJSON());
     }
     if (!params_.empty()) {
-        util::addMember(json.get(), "params", publishedParamsToJSON());
+        util::addMember(json.get(), "params", std::move(publishedParams));
     }
     return json;
 }
@@ -77,11 +84,26 @@ util::UniqueJSON ToskDevice::publishedParamsToJSON() const {
     util::UniqueJSON json = util::jsonObject();
     for (const auto& [key, param] : params_) {
         if (param->published()) {
-            const std::string member = kParamPrefix + param->oid().toString();
-            util::addMember(json.get(), member.c_str(), param->toJSON());
+            util::addMember(json.get(), model::makeMemberKey(*param).c_str(), param->toJSON());
         }
     }
     return json;
+}
+
+util::UniqueJSON ToskDevice::publishedParamsToRaw() const {
+    std::string text("{");
+    std::size_t place = 0;
+    for (const auto& [key, param] : params_) {
+        if (param->published()) {
+            if (place == savedTexts_.size()) {
+                savedTexts_.emplace_back();
+            }
+            text += place == 0 ? "" : ",";
+            text += savedTexts_[place++].update(*param);
+        }
+    }
+    text.append(1, '\n').append(model::SavedText::kDepth - 1, '\t').append(1, '}');
+    return util::jsonRaw(text);
 }
 
 util::UniqueJSON ToskDevice::valuesToJSON() const {

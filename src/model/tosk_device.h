@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "model/saved_text.h"
 #include "model/tosk_menu.h"
 #include "model/tosk_object.h"
 #include "model/tosk_param.h"
@@ -30,6 +31,11 @@ class ToskDevice : public ToskObject {
 
     // The device's descriptor: slot, menu groups and published parameters, owned by the caller.
     util::UniqueJSON toJSON() const override;
+
+    // An item that is printed in the same way in the state file, where the device is an element of
+    // the list: the texts of parameters that have not changed since the last call are not made
+    // again.
+    util::UniqueJSON toSavedJSON() const;
 
     // A new object of all values, published or not, each under its parameter's full identifier.
     util::UniqueJSON valuesToJSON() const;
@@ -57,9 +63,12 @@ class ToskDevice : public ToskObject {
     void readParams(const cJSON* params);
     void readMenuGroups(const cJSON* groups);
     util::UniqueJSON menuGroupsToJSON() const;
+    util::UniqueJSON makeItem(util::UniqueJSON publishedParams) const;
     util::UniqueJSON publishedParamsToJSON() const;
+    util::UniqueJSON publishedParamsToRaw() const;
 
     Params params_;
+    mutable std::vector<model::SavedText> savedTexts_;  // in the order of the published parameters
     int32_t slot_ = 0;
     std::vector<std::unique_ptr<ToskMenuGroup>> readGroups_;
 };

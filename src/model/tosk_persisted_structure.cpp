@@ -23,10 +23,19 @@ int ToskPersistedStructure::fromJSON(const cJSON* item) {
 }
 
 util::UniqueJSON ToskPersistedStructure::toJSON() const {
+    return list(&ToskDevice::toJSON);
+}
+
+util::UniqueJSON ToskPersistedStructure::makePayload() const {
+    return list(&ToskDevice::toSavedJSON);
+}
+
+util::UniqueJSON ToskPersistedStructure::list(util::UniqueJSON (ToskDevice::*toItem)()
+                                                  const) const {
     util::UniqueJSON json = util::jsonObject();
     util::UniqueJSON devices = util::jsonArray();
     for (const ToskDevice* device : devices_) {
-        util::addElement(devices.get(), device->toJSON());
+        util::addElement(devices.get(), (device->*toItem)());
     }
     util::addMember(json.get(), "devices", std::move(devices));
     return json;

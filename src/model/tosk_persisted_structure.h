@@ -27,6 +27,9 @@ class ToskPersistedStructure : public AbstractJSONTopLevelContainer {
     const std::vector<ToskDevice*>& devices() const { return devices_; }
 
   private:
+    util::UniqueJSON makePayload() const override;
+    util::UniqueJSON list(util::UniqueJSON (ToskDevice::*toItem)() const) const;
+
     std::vector<ToskDevice*> devices_;
     std::vector<std::unique_ptr<ToskDevice>> readDevices_;
 };

@@ -81,6 +81,10 @@ UniqueJSON jsonNull() {
     return UniqueJSON(cJSON_CreateNull());
 }
 
+UniqueJSON jsonRaw(const std::string& text) {
+    return UniqueJSON(cJSON_CreateRaw(text.c_str()));
+}
+
 UniqueJSON parseJSON(const char* text, size_t size) {
     return UniqueJSON(cJSON_ParseWithLength(text, size));
 }

@@ -35,6 +35,8 @@ UniqueJSON jsonBool(bool value);
 UniqueJSON jsonObject();
 UniqueJSON jsonArray();
 UniqueJSON jsonNull();
+// An item that is printed as this text.
+UniqueJSON jsonRaw(const std::string& text);
 
 // Reads one JSON value from exactly `size` bytes, which need no terminator. Null when they hold
 // none, or one nested deeper than cJSON allows (1000 levels). What follows the value is ignored.
