@@ -181,7 +181,8 @@ TEST_F(PallctlWatch, SaysOnceThatTheDaemonHasGoneAndThatItAnswersAgain) {
     setName("back");
     watch_->output().waitFor("system.systemName\tback\n");
     EXPECT_EQ(watch_->error().text(),
-              "pallctl: system: not responding, waiting\npallctl: system: responding again\n");
+              "pallctl: system: not responding, waiting\npallctl: system: daemon restarted\n"
+              "pallctl: system: responding again\n");
 }
 
 // Only a few bytes each time, not the description of the whole device.
@@ -195,6 +196,30 @@ TEST_F(PallctlWatch, AsksWhetherTheDaemonAnswersWithLittleTraffic) {
         "an answer");
     pallbus({"record", "--stop"});
     EXPECT_THAT(frame.read("/run/watch.rec"), Not(HasSubstr("paramDescriptor")));
+}
+
+// It starts with voltages of 0 and ports without a link, and measures then.
+TEST_F(PallctlWatch, PrintsOnlyWhatDiffersAfterARestart) {
+    start();
+    ASSERT_EQ(pallctl({"wait", "battVoltage>0", "--timeout=20"}).status, 0);
+    watch({});
+    const size_t before = watch_->output().text().size();
+    stopDaemon();
+    startDaemon();
+    watch_->error().waitFor("pallctl: system: daemon restarted\n");
+    ASSERT_EQ(pallctl({"wait", "battVoltage>0", "--timeout=20"}).status, 0);
+    setName("after");
+    watch_->output().waitFor("system.systemName\tafter\n");
+    const std::string printed = watch_->output().text().substr(before);
+    EXPECT_EQ(count(printed, "\n"), count(printed, "\tsystem.systemName\tafter\n")) << printed;
+}
+
+TEST_F(PallctlWatch, DoesNotTakeANewConnectionForARestart) {
+    startAndWatchThePort();
+    pallbus({"inject", "close", "daemon"});
+    setName("after");
+    watch_->output().waitFor("system.systemName\tafter\n");
+    EXPECT_EQ(watch_->error().text(), "");
 }
 
 TEST_F(PallctlWatch, GivesUpWhenTheWaitIsOver) {

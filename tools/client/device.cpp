@@ -65,6 +65,17 @@ std::optional<std::vector<std::string>> Device::openNames(
     return missing.empty() || isThroughPrefix() ? std::nullopt : std::optional(std::move(missing));
 }
 
+bool Device::handleMessage(const TarnInternalMessage& message) {
+    isForeign_ = isForeign_ || object_.isAnsweredByDaemon(message);
+    const bool isGreeting = object_.handleMessage(message, cache_);
+    if (isGreeting) {
+        hasRestarted_ = restarts_.observeGreeting(message.uniqueId()) || hasRestarted_;
+    } else if (message.type() == MessageType::NOT && message.objectName() == object()) {
+        restarts_.observe(message.uniqueId());
+    }
+    return isGreeting;
+}
+
 std::string Device::askToSet(const std::string& name, util::UniqueJSON value) {
     util::UniqueJSON param = util::jsonObject();
     util::addMember(param.get(), leafName(name).c_str(), std::move(value));

@@ -3,12 +3,14 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "client/bus_session.h"
 #include "client/device_path.h"
 #include "client/exit_status.h"
 #include "client/parameter_cache.h"
+#include "client/restart_detector.h"
 
 namespace client {
 
@@ -79,11 +81,11 @@ class Device {
     std::optional<std::vector<std::string>> openNames(const std::vector<std::string>& names) const;
 
     // Updates the cache from a notification or an answer of the device; ignores other messages.
-    // True when the message announces a new start of the daemon.
-    bool handleMessage(const TarnInternalMessage& message) {
-        isForeign_ = isForeign_ || object_.isAnsweredByDaemon(message);
-        return object_.handleMessage(message, cache_);
-    }
+    // True when the message announces that the daemon is new on the bus.
+    bool handleMessage(const TarnInternalMessage& message);
+
+    // Whether the daemon has restarted since the last call.
+    bool takeRestart() { return std::exchange(hasRestarted_, false); }
 
     // Whether the answers came from the daemon although this is not its object.
     bool isForeign() const { return isForeign_; }
@@ -95,6 +97,8 @@ class Device {
     ParameterCache& cache_;
     DevicePath object_;
     Timeouts timeouts_;
+    RestartDetector restarts_;
+    bool hasRestarted_ = false;
     bool isForeign_ = false;
 };
 

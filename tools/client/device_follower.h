@@ -57,6 +57,8 @@ class DeviceFollower {
     void setBusyUntil(Deadline end) { busyUntil_ = end; }
 
     Link link() const { return link_; }
+    // Whether the cache was read since bus or daemon were away.
+    bool isCurrent() const { return !isStale_; }
     // Whether the device does not respond, although the bus has spoken since it was asked.
     bool isUnresponsive() const { return isOverdue_ && hasHeard_; }
 

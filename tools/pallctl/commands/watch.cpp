@@ -1,5 +1,6 @@
 // The watch reads everything first; then the follower reads again whenever bus or daemon were away,
-// and the parameter cache reports the changes since then.
+// and the parameter cache reports the changes since then. After a restart of the daemon, a filter
+// holds back the values that it starts with.
 
 #include <algorithm>
 #include <chrono>
@@ -9,6 +10,7 @@
 
 #include "cli/standard_output.h"
 #include "client/name_pattern.h"
+#include "client/restart_filter.h"
 #include "pallctl/commands/commands.h"
 
 namespace pallctl {
@@ -29,7 +31,14 @@ class Watch {
     ExitStatus run(bool table) {
         const ExitStatus status = begin(table);
         while (status == kSuccess && !client_.session().outputGone()) {
-            client_.follow(client::Deadline::max());
+            client_.follow(filter_.next());
+            if (client_.device().takeRestart()) {
+                client::complain(client_.device().object(), "daemon restarted");
+                filter_.restart();
+            }
+            for (const std::string& name : filter_.takeOverdue(client::Clock::now())) {
+                print(*client_.cache().find(name));
+            }
         }
         return status;
     }
@@ -51,6 +60,10 @@ class Watch {
             cli::printNow(formatParameters(client_.described({only.begin(), only.end()}), style_));
             startReporting();
         }
+        for (const client::Parameter* parameter : client_.described()) {
+            filter_.setKnown(parameter->descriptor.name, formatOneLine(*parameter, style_));
+        }
+        client_.device().takeRestart();  // the first start
         return status;
     }
 
@@ -71,11 +84,20 @@ class Watch {
     void startReporting() {
         client_.cache().setOnChange([this](const client::Parameter& parameter) {
             client_.reportConnection();
-            if (isWatched(parameter.descriptor.name)) {
-                const auto now = std::chrono::system_clock::now();
-                cli::printNow(formatChange(parameter, now, style_));
+            if (isWatched(parameter.descriptor.name) && isNews(parameter)) {
+                print(parameter);
             }
         });
+    }
+
+    bool isNews(const client::Parameter& parameter) {
+        return filter_.isNews(parameter.descriptor.name, formatOneLine(parameter, style_),
+                              !client_.follower().isCurrent(), client::Clock::now());
+    }
+
+    void print(const client::Parameter& parameter) {
+        filter_.setKnown(parameter.descriptor.name, formatOneLine(parameter, style_));
+        cli::printNow(formatChange(parameter, std::chrono::system_clock::now(), style_));
     }
 
     // Also a parameter that is not known yet when the watch begins.
@@ -87,6 +109,7 @@ class Watch {
     }
 
     client::Client client_;
+    client::RestartFilter filter_;
     Style style_;
     std::vector<std::string> names_;  // any form, or patterns; empty: everything
 };
