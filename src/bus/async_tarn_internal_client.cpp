@@ -68,20 +68,6 @@ util::UniqueJSON subscription(const std::string& path, bool receiveAll) {
     return entry;
 }
 
-bool hasText(const cJSON* array, const std::string& text) {
-    if (!cJSON_IsArray(array)) {
-        return false;
-    }
-    const cJSON* item = nullptr;
-    cJSON_ArrayForEach(item, array) {
-        const char* const found = util::jsonText(item);
-        if (found != nullptr && text == found) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // Nothing for an invalid message, which the decoder has logged.
 std::optional<TarnInternalMessage> decode(std::unique_ptr<std::vector<char>> payload) {
     std::optional<TarnInternalMessage> message;
@@ -260,9 +246,8 @@ void AsyncTarnInternalClient::handleSystemMessage(const TarnInternalMessage& mes
 }
 
 void AsyncTarnInternalClient::handleModuleReadyQuery(const TarnInternalMessage& request) {
-    const cJSON* const names =
-        util::jsonMember(util::jsonMember(request.data(), "param"), "objectName");
-    if (hasText(names, kModuleReady)) {
+    const std::optional<NameQuery::Names>& names = request.nameQuery().values;
+    if (names && std::find(names->begin(), names->end(), kModuleReady) != names->end()) {
         send(RSPMessage(request, objectWith(kModuleReady, readiness())));
     }
 }

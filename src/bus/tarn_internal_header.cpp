@@ -25,7 +25,7 @@ constexpr std::size_t kMaxLineBytes = std::size_t{64} * 1024;
 enum HeaderItem { kType, kObjectName, kSource, kDestination, kScheduledTime, kRequiredItems = 4 };
 
 void appendInteger(std::string& text, int32_t number) {
-    std::array<char, 12> digits{};
+    std::array<char, 12> digits;
     const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
     text.append(digits.begin(), end);
 }
@@ -61,24 +61,22 @@ void decodeTime(const cJSON* item, const timespec& now, lumo::DecodedHeader& dec
 
 // The line as nearly every sender writes it, read without a tree: five items, no escapes and no
 // scheduled time.
-std::optional<lumo::DecodedHeader> scanUsualLine(std::string_view line) {
+bool scanUsualLine(std::string_view line, TarnInternalHeader& header) {
     util::JSONScanner scanner(line);
     std::string_view word;
     std::string_view objectName;
     int32_t time = 0;
-    lumo::DecodedHeader decoded;
-    TarnInternalHeader& header = decoded.header;
     const bool usual = scanner.take('[') && scanner.takeString(word) && scanner.take(',') &&
                        scanner.takeString(objectName) && scanner.take(',') &&
                        scanner.takeInteger(header.source) && scanner.take(',') &&
                        scanner.takeInteger(header.destination) && scanner.take(',') &&
                        scanner.takeInteger(time) && scanner.take(']');
     if (!usual) {
-        return std::nullopt;
+        return false;
     }
     header.type = typeFromWord(word);
     header.objectName = objectName;
-    return header.type == MessageType::none ? std::nullopt : std::optional(std::move(decoded));
+    return header.type != MessageType::none;
 }
 
 std::optional<lumo::DecodedHeader> decodeAnyLine(std::string_view line, const timespec& now) {
@@ -137,6 +135,9 @@ std::optional<lumo::DecodedHeader> lumo::decodeHeader(const char* line, const ti
     if (text.size() > kMaxLineBytes) {
         return std::nullopt;
     }
-    std::optional<DecodedHeader> decoded = scanUsualLine(text);
-    return decoded ? decoded : decodeAnyLine(text, now);
+    std::optional<DecodedHeader> decoded(std::in_place);
+    if (!scanUsualLine(text, decoded->header)) {
+        decoded = decodeAnyLine(text, now);
+    }
+    return decoded;
 }

@@ -137,6 +137,7 @@ TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other)
     rawBuffer_ = std::move(other.rawBuffer_);
     data_ = std::move(other.data_);
     uniqueId_ = std::exchange(other.uniqueId_, {});
+    nameQuery_ = std::exchange(other.nameQuery_, {});
     filePath_ = std::exchange(other.filePath_, {});
     return *this;
 }
@@ -241,7 +242,21 @@ util::UniqueJSON TarnInternalMessage::takeData() {
     parseOnce();
     dataText_ = nullptr;
     madeData_.clear();
+    nameQuery_.reset();
     return data_ ? std::move(data_) : util::jsonNull();
+}
+
+const lumo::NameQuery& TarnInternalMessage::nameQuery() const {
+    std::string_view id;
+    if (!nameQuery_ && !data_ && dataText_) {
+        nameQuery_ = lumo::scanNameQuery(dataText_, id);
+    }
+    if (!nameQuery_ || id.size() > kMaxIdBytes) {
+        nameQuery_ = lumo::readNameQuery(data());
+    } else if (!id.empty()) {
+        uniqueId_ = id;
+    }
+    return *nameQuery_;
 }
 
 const std::string& TarnInternalMessage::uniqueId() const {
@@ -288,12 +303,13 @@ ResponseStatus TarnInternalMessage::responseStatus() const {
     return status;
 }
 
+// The opening or closing brace at the end becomes the beginning of the member.
 void TarnInternalMessage::beginMember(std::string_view key) {
     if (madeData_.back() == '}') {
         madeData_.back() = ',';
     }
-    util::appendJSONString(madeData_, key);
-    madeData_ += ':';
+    madeData_ += '"';
+    madeData_.append(key).append("\":", 2);
 }
 
 void TarnInternalMessage::addText(std::string_view key, std::string_view text) {
@@ -320,7 +336,9 @@ void TarnInternalMessage::addMember(std::string_view key, std::string_view name,
 
 void TarnInternalMessage::addData(std::string_view key, util::UniqueJSON item) {
     if (item) {
-        beginMember(key);
+        madeData_.back() = ',';
+        util::appendJSONString(madeData_, key);
+        madeData_ += ':';
         util::appendJSON(madeData_, *item);
         endMember();
     }

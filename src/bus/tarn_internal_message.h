@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "bus/name_query.h"
 #include "bus/tarn_internal_header.h"
 #include "util/json.h"
 #include "util/json_text.h"
@@ -73,6 +74,9 @@ class TarnInternalMessage {
     // The same, given to the caller; the message then has none.
     util::UniqueJSON takeData();
 
+    // The names that a GET lists in its data. Valid as long as the message, until takeData().
+    const lumo::NameQuery& nameQuery() const;
+
     // The text of data "id", empty when it has none.
     const std::string& uniqueId() const;
     // Data "statusCode" when it is one of the defined codes, otherwise 0.
@@ -97,11 +101,11 @@ class TarnInternalMessage {
     // A new message with the data {"id": uniqueId}.
     TarnInternalMessage(MessageType type, std::string objectName, std::string uniqueId,
                         int32_t destination = 0);
-    // Each appends a member to the data of a new message.
+    // Each appends a member to the data of a new message. The key needs no escapes, any name does.
     void addText(std::string_view key, std::string_view text);
     void addNumber(std::string_view key, int number);
     void addMember(std::string_view key, std::string_view name, const util::JSONText& value);
-    // A null item is left out.
+    // The same with any key. A null item is left out.
     void addData(std::string_view key, util::UniqueJSON item);
 
   private:
@@ -121,5 +125,6 @@ class TarnInternalMessage {
     mutable util::UniqueJSON data_;
     TarnInternalHeader header_;
     mutable std::string uniqueId_;
+    mutable std::optional<lumo::NameQuery> nameQuery_;
     std::string filePath_;
 };

@@ -29,8 +29,10 @@ constexpr int kNotFound = 404;
 constexpr int kAsDescriptor = 1;
 
 // Parameters are stored under their identifier's full text.
-std::string makeKey(const std::string& prefix, const char* leaf) {
-    return prefix + "." + leaf;
+std::string makeKey(std::string_view prefix, std::string_view leaf) {
+    std::string key;
+    key.reserve(prefix.size() + 1 + leaf.size());
+    return key.append(prefix).append(1, '.').append(leaf);
 }
 
 util::UniqueJSON singleMember(const char* key, util::UniqueJSON value) {
@@ -39,22 +41,13 @@ util::UniqueJSON singleMember(const char* key, util::UniqueJSON value) {
     return object;
 }
 
-// The names that a GET lists under `kind`, null when it lists none.
-const cJSON* requestedNames(const TarnInternalMessage& request, const char* kind) {
-    const cJSON* const names =
-        util::jsonMember(util::jsonMember(request.data(), kind), "objectName");
-    return cJSON_IsArray(names) ? names : nullptr;
-}
-
-// Calls `use` with each text of the array, once. A frame has room for more names than the memory
-// has for their answers.
+// Calls `use` with each of the names, once. A frame has room for more names than the memory has for
+// their answers.
 template <typename Use>
-void forEachName(const cJSON* names, Use use) {
+void forEachName(const lumo::NameQuery::Names& names, Use use) {
     std::unordered_set<std::string_view> seen;
-    const cJSON* item = nullptr;
-    cJSON_ArrayForEach(item, names) {
-        const char* const name = util::jsonText(item);
-        if (name && seen.insert(name).second) {
+    for (const std::string_view name : names) {
+        if (names.size() == 1 || seen.insert(name).second) {
             use(name);
         }
     }
@@ -73,19 +66,21 @@ SystemObject::SystemObject(SystemState& systemState, const std::string& prefix,
 
 bool SystemObject::handleGet(const TarnInternalMessage& request) const {
     bool found = false;
-    if (const cJSON* const names = requestedNames(request, "param")) {
-        found = sendValues(request, names);
+    const lumo::NameQuery& query = request.nameQuery();
+    if (query.values) {
+        found = sendValues(request, *query.values);
     }
-    if (const cJSON* const names = requestedNames(request, "paramDescriptor")) {
-        found = sendDescriptors(request, names, found);
+    if (query.descriptors) {
+        found = sendDescriptors(request, *query.descriptors, found);
     }
     return found;
 }
 
-bool SystemObject::sendValues(const TarnInternalMessage& request, const cJSON* names) const {
+bool SystemObject::sendValues(const TarnInternalMessage& request,
+                              const lumo::NameQuery::Names& names) const {
     bool foundDescriptor = false;
-    forEachName(names, [&](const char* name) {
-        if (std::string_view(name) == kWholeDevice) {
+    forEachName(names, [&](std::string_view name) {
+        if (name == kWholeDevice) {
             send_(RSPMessage(request, std::nullopt,
                              singleMember(kWholeDevice, systemState_.device()->toJSON())));
             foundDescriptor = true;
@@ -97,10 +92,10 @@ bool SystemObject::sendValues(const TarnInternalMessage& request, const cJSON* n
     return foundDescriptor;
 }
 
-bool SystemObject::sendDescriptors(const TarnInternalMessage& request, const cJSON* names,
-                                   bool found) const {
+bool SystemObject::sendDescriptors(const TarnInternalMessage& request,
+                                   const lumo::NameQuery::Names& names, bool found) const {
     util::UniqueJSON result = util::jsonObject();
-    forEachName(names, [&](const char* name) {
+    forEachName(names, [&](std::string_view name) {
         found = addDescriptor(result.get(), request, name) || found;
     });
     if (found) {
@@ -110,13 +105,13 @@ bool SystemObject::sendDescriptors(const TarnInternalMessage& request, const cJS
 }
 
 bool SystemObject::addDescriptor(cJSON* result, const TarnInternalMessage& request,
-                                 const char* name) const {
+                                 std::string_view name) const {
     const std::string& objectName = request.objectName();
     ToskParam* const param = systemState_.findParam(makeKey(localObjectName(objectName), name));
     if (!param) {
         return false;
     }
-    param->setOid(ToskOID::fromParts(objectName, name));
+    param->setOid(ToskOID::fromParts(objectName, std::string(name)));
     util::addMember(result, ("d_" + param->oid().toString()).c_str(), param->toJSON());
     return true;
 }

@@ -3,6 +3,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "bus/tarn_internal_message.h"
 #include "service/redundant_controllers.h"
@@ -54,9 +55,11 @@ class SystemObject {
         const cJSON* next;
     };
 
-    bool sendValues(const TarnInternalMessage& request, const cJSON* names) const;
-    bool sendDescriptors(const TarnInternalMessage& request, const cJSON* names, bool found) const;
-    bool addDescriptor(cJSON* result, const TarnInternalMessage& request, const char* name) const;
+    bool sendValues(const TarnInternalMessage& request, const lumo::NameQuery::Names& names) const;
+    bool sendDescriptors(const TarnInternalMessage& request, const lumo::NameQuery::Names& names,
+                         bool found) const;
+    bool addDescriptor(cJSON* result, const TarnInternalMessage& request,
+                       std::string_view name) const;
     bool setMembers(SetUnderWay& set, const std::function<bool()>& isTurnOver);
     void setMember(const SetUnderWay& set, const cJSON* member);
     void setActive(const SetUnderWay& set);

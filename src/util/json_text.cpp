@@ -1,6 +1,5 @@
 #include "util/json_text.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -19,6 +18,15 @@ constexpr double kPlainNumberEnd = 1e15;
 
 bool isPlain(char character) {
     return static_cast<unsigned char>(character) >= ' ' && character != '"' && character != '\\';
+}
+
+// The number of characters at the beginning that need no escape.
+std::size_t countPlain(std::string_view text) {
+    std::size_t count = 0;
+    while (count < text.size() && isPlain(text[count])) {
+        ++count;
+    }
+    return count;
 }
 
 void appendEscape(std::string& out, char character) {
@@ -96,16 +104,15 @@ void appendItem(std::string& out, const cJSON& item) {
 }  // namespace
 
 void appendJSONString(std::string& out, std::string_view text) {
-    text = text.substr(0, text.find('\0'));
     out += '"';
-    while (!text.empty()) {
-        const auto* const special = std::find_if_not(text.begin(), text.end(), isPlain);
-        const auto plain = static_cast<std::size_t>(special - text.begin());
-        out.append(text.substr(0, plain));
-        if (special != text.end()) {
-            appendEscape(out, *special);
+    for (;;) {
+        const std::size_t plain = countPlain(text);
+        out.append(text.data(), plain);
+        if (plain == text.size() || text[plain] == '\0') {
+            break;
         }
-        text.remove_prefix(std::min(plain + 1, text.size()));
+        appendEscape(out, text[plain]);
+        text.remove_prefix(plain + 1);
     }
     out += '"';
 }
@@ -115,7 +122,7 @@ void appendJSONNumber(std::string& out, double number) {
         appendAnyNumber(out, number);
         return;
     }
-    std::array<char, 24> digits{};
+    std::array<char, 24> digits;
     const auto end =
         std::to_chars(digits.data(), digits.data() + digits.size(), static_cast<int64_t>(number))
             .ptr;

@@ -55,14 +55,14 @@ TEST(JSONScanner, LeavesOtherNumbersToTheLibrary) {
     }
 }
 
-TEST(JSONScanner, StaysWhereACallFails) {
-    JSONScanner scanner("  \"a\"");
-    int32_t number = 0;
-    EXPECT_FALSE(scanner.take('['));
-    EXPECT_FALSE(scanner.takeInteger(number));
+TEST(JSONScanner, TakesTheExpectedKey) {
+    JSONScanner scanner(R"("id" : "1", "param":)");
     std::string_view text;
+    EXPECT_TRUE(scanner.takeKey("id"));
     EXPECT_TRUE(scanner.takeString(text));
-    EXPECT_EQ(text, "a");
+    EXPECT_TRUE(scanner.take(','));
+    EXPECT_FALSE(scanner.takeKey("params"));
+    EXPECT_FALSE(JSONScanner(R"("id")").takeKey("id")) << "a string, not a key";
 }
 
 }  // namespace
