@@ -27,6 +27,8 @@ constexpr ShellKind kShellKinds[] = {
     {"COMMAND", "commands"},
 };
 
+constexpr const char* kHelp = "help";
+
 // The place in the command line to be completed.
 struct Place {
     const CLI::App* command = nullptr;
@@ -84,6 +86,10 @@ void passOption(Place& place, const std::string& word) {
 }
 
 void passWord(Place& place, const std::string& word) {
+    const bool isFirst = place.command->get_parent() == nullptr && place.positionals.empty();
+    if (isFirst && word == kHelp) {
+        return;  // commands follow, as without it
+    }
     const CLI::App* command =
         place.positionals.empty() ? findCommand(*place.command, word) : nullptr;
     if (command != nullptr && !place.optionsEnded) {

@@ -89,19 +89,21 @@ std::string listKinds() {
     return names + "; at TIME or after TIME may precede it";
 }
 
-milliseconds parseTime(const std::string& text) {
+// The keyword is the one that the value follows.
+milliseconds parseTime(std::string_view keyword, const std::string& text) {
     const auto time = cli::script::parseDuration(text);
     if (!time) {
-        throw FaultSyntaxError(cli::script::invalidDuration(text));
+        throw FaultSyntaxError(std::string(keyword) + ": " + cli::script::invalidDuration(text));
     }
     return *time;
 }
 
-size_t parseCount(const std::string& text, size_t min) {
+size_t parseCount(std::string_view keyword, const std::string& text, size_t min) {
     const auto count = cli::parseNumber<size_t>(text, min, kMaxCount);
     if (!count) {
-        throw FaultSyntaxError(quoted(text) + " is not an integer from " + std::to_string(min) +
-                               " to " + std::to_string(kMaxCount));
+        throw FaultSyntaxError(std::string(keyword) + ": invalid number " + quoted(text) +
+                               "; use an integer from " + std::to_string(min) + " to " +
+                               std::to_string(kMaxCount));
     }
     return *count;
 }
@@ -168,9 +170,21 @@ class Parser {
     }
 
     void rejectWord(std::string_view word) const {
-        throw FaultSyntaxError(quoted(kind_->name) + (kind_->modifiers == 0
-                                                          ? " takes no words"
-                                                          : " does not take " + quoted(word)));
+        throw FaultSyntaxError(quoted(kind_->name) +
+                               (kind_->modifiers == 0 ? " takes no words"
+                                                      : " does not take " + quoted(word) +
+                                                            cli::suggest(word, listModifiers())));
+    }
+
+    // Those that the kind takes.
+    std::vector<std::string> listModifiers() const {
+        std::vector<std::string> names;
+        for (const Modifier& modifier : kModifiers) {
+            if ((kind_->modifiers & modifier.bit) == modifier.bit) {
+                names.emplace_back(modifier.name);
+            }
+        }
+        return names;
     }
 
     void expectOnce(unsigned modifier, std::string_view word) {
@@ -219,10 +233,10 @@ class Parser {
 
     void parseFrequency(Frequency frequency, std::string_view keyword) {
         rule_.frequency = frequency;
-        rule_.number = parseCount(takeAfter(keyword, "a count"), 1);
+        rule_.number = parseCount(keyword, takeAfter(keyword, "a count"), 1);
     }
 
-    void parseDuration() { rule_.duration = parseTime(takeAfter("for", "a time")); }
+    void parseDuration() { rule_.duration = parseTime("for", takeAfter("for", "a time")); }
 
     void parsePercent(std::string_view text) {
         const auto percent = cli::parseNumber<double>(text.substr(0, text.size() - 1), 0, 100);
@@ -244,19 +258,20 @@ class Parser {
                 break;
             case Operand::duration:
                 expectOnce(kFor, text);
-                rule_.duration = parseTime(text);
+                rule_.duration = parseTime(kind_->name, text);
                 rule_.text.words.insert(rule_.text.words.size() - text.size(), "for ");
                 break;
             default:
-                rule_.count = parseCount(text, kind_->operand == Operand::messageCount ? 2 : 1);
+                rule_.count =
+                    parseCount(kind_->name, text, kind_->operand == Operand::messageCount ? 2 : 1);
         }
     }
 
     void parseDelay(const std::string& text) {
         const size_t dash = text.find('-');
-        rule_.delayMin = parseTime(text.substr(0, dash));
-        rule_.delayMax =
-            dash == std::string::npos ? rule_.delayMin : parseTime(text.substr(dash + 1));
+        rule_.delayMin = parseTime(kind_->name, text.substr(0, dash));
+        rule_.delayMax = dash == std::string::npos ? rule_.delayMin
+                                                   : parseTime(kind_->name, text.substr(dash + 1));
         if (rule_.delayMax < rule_.delayMin) {
             throw FaultSyntaxError("invalid range " + quoted(text) +
                                    "; the shorter time comes first");

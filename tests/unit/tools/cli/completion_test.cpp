@@ -134,6 +134,11 @@ TEST_F(CompletionTest, OffersWhatBeginsInAnotherCaseWhereNothingBeginsJustSo) {
     EXPECT_EQ(complete({"get", "mode=e"}), "words\n");
 }
 
+TEST_F(CompletionTest, OffersCommandsAfterHelp) {
+    EXPECT_EQ(complete({"help", ""}), complete({""}));
+    EXPECT_EQ(complete({"help", "ge"}), complete({"ge"}));
+}
+
 TEST_F(CompletionTest, OffersNothingThatALineCannotCarry) {
     offers_ = {{"two\nlines", ""}, {"tab", "a\tb"}, {"good", ""}};
     EXPECT_EQ(complete({"get", ""}), "words\ntab\ta b\ngood\n");
