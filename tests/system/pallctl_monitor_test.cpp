@@ -43,7 +43,7 @@ TEST_F(PallctlMonitor, ShowsASetItsAnnouncementAndItsAnswer) {
     monitor.output().waitFor("  200 OK  ");
     monitor.output().waitFor("system  systemName=\"last\"");
     EXPECT_THAT(monitor.output().text(),
-                HasSubstr("  NOT           8 -> *        system  systemN"));
+                HasSubstr("  NOT     pallwatch -> *          system  systemN"));
     EXPECT_THAT(monitor.output().text(), Not(HasSubstr("login")));
     EXPECT_EQ(monitor.error().text(), "");
 }

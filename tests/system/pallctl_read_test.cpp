@@ -1,7 +1,9 @@
 // pallctl's verbs that read, on the real bus with the real daemon.
 
 #include <algorithm>
+#include <fstream>
 #include <iterator>
+#include <string>
 
 #include "harness/terminal.h"
 #include "on_pallbus.h"
@@ -202,7 +204,27 @@ TEST_F(PallctlRead, TellsTheVersionsOfProgramAndFrame) {
     EXPECT_THAT(result.output, HasSubstr("\nsystem.version    4.2.1(31415)\n")) << properties;
     EXPECT_THAT(result.output, EndsWith("\nsystem.frameName  QuoraneBrio\n"));
     const util::UniqueJSON versions = json(pallctl({"version", "--json"}).output);
+    EXPECT_EQ(at(versions, "pallwatch.file", "value"),
+              '"' + (harness::programDirectory() / "pallwatch").string() + '"');
     EXPECT_EQ(at(versions, "system.version", "value"), "\"4.2.1(31415)\"");
+}
+
+// The note is a head with the owner's name, and then the ID.
+TEST_F(PallctlRead, TellsTheBuildOfTheRunningDaemon) {
+    const Result result = pallctl({"-k", "version"});
+    const std::string mark = "pallwatch_build='";
+    const size_t begin = result.output.find(mark);
+    ASSERT_NE(begin, std::string::npos) << result.output << result.error;
+    std::string bytes("GNU\0", 4);
+    for (size_t digit = begin + mark.size(); result.output[digit] != '\''; digit += 2) {
+        bytes += static_cast<char>(std::stoi(result.output.substr(digit, 2), nullptr, 16));
+    }
+    EXPECT_GE(bytes.size(), 4u + 16) << result.output;
+    std::ifstream program(harness::programDirectory() / "pallwatch", std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(program), {}};
+    EXPECT_NE(content.find(bytes), std::string::npos) << result.output;
+    stopDaemon();
+    EXPECT_THAT(pallctl({"version"}).output, testing::Not(HasSubstr("pallwatch")));
 }
 
 TEST_F(PallctlRead, PaintsNothingThatIsNoTerminal) {

@@ -34,4 +34,16 @@ std::string clockTime(std::chrono::system_clock::time_point moment) {
     return isoTime(moment).substr(kDateLength, kClockLength);
 }
 
+std::string formatTime(std::chrono::system_clock::time_point moment, TimeForm form) {
+    switch (form) {
+        case TimeForm::clock:
+            return clockTime(moment);
+        case TimeForm::date:
+            return isoTime(moment).substr(0, kDateLength - 1) + ' ' + clockTime(moment);
+        case TimeForm::iso:
+            break;
+    }
+    return isoTime(moment);
+}
+
 }  // namespace cli

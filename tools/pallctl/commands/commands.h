@@ -29,6 +29,11 @@ void addVersion(cli::Command program, const Options& options);
 void addWait(cli::Command program, const Options& options);
 void addWatch(cli::Command program, const Options& options);
 
+// The option --time of a command that prints lines with times, into a word that setTimeForm()
+// reads.
+void addTimeOption(cli::Command command, std::string& word);
+void setTimeForm(Style& style, const std::string& word);
+
 // For a command with one output format: throws cli::UsageError when another one is requested.
 void requirePlainFormat(const Options& options);
 

@@ -15,6 +15,7 @@
 #include "cli/standard_output.h"
 #include "cli/table.h"
 #include "pallctl/commands/commands.h"
+#include "pallctl/values/client_names.h"
 #include "pallctl/values/traffic_line.h"
 #include "recording/recording.h"
 
@@ -23,7 +24,8 @@ namespace pallctl {
 namespace {
 
 constexpr const char* kNotes =
-    "A line is time, type, sender -> addressee (* is everybody), object, content, id;\n"
+    "A line is time, type, sender -> addressee (a name if it is known, else the\n"
+    "connection ID; * is everybody), object, content, ID;\n"
     "on a terminal it is cut to its width. With -j, -k or into a file it is complete.\n"
     "The bus decides what it shows: never logins, subscriptions and heartbeats of\n"
     "others; responses to others only if it supports receiveAll.\n"
@@ -61,6 +63,7 @@ class Monitor {
     Style style_;
     Filter filter_;
     std::string recording_;
+    ClientNames names_{findMachineMark(), findProcessName};
     std::unique_ptr<cli::SignalFD> signals_;
     std::unique_ptr<recording::Writer> writer_;
 };
@@ -105,12 +108,14 @@ void Monitor::startRecording() {
 
 void Monitor::handlePayload(std::string_view payload) {
     const MessageHead head = parseMessageHead(payload);
+    names_.learn(head);
     // Responses to this process belong to its own login and heartbeats.
     if (head.to == client::ownConnectionID() || !isWanted(head.type, head.object)) {
         return;
     }
     const auto now = std::chrono::system_clock::now();
-    cli::printNow(formatMessageLine(payload, now, style_, cli::readTerminalWidth(STDOUT_FILENO)));
+    cli::printNow(formatMessageLine(payload, now, style_, cli::readTerminalWidth(STDOUT_FILENO),
+                                    [this](int32_t id) { return names_.find(id); }));
     if (writer_) {
         writer_->record(head.from, payload);
         checkRecording();
@@ -135,6 +140,7 @@ struct Arguments {
     std::vector<std::string> objects;
     std::vector<std::string> types;
     std::string recording;
+    std::string time = cli::kTimeForms[0];
 };
 
 std::vector<std::string> allTypes() {
@@ -168,8 +174,11 @@ void addMonitor(cli::Command program, const Options& options) {
         .choices(allTypes());
     command.add("--record", arguments->recording, "Record the messages to this file").kind("FILE");
     command.notes(kNotes);
+    addTimeOption(command, arguments->time);
     command.work([&options, arguments] {
-        return Monitor(options.connection(), options.style(), makeFilter(options, *arguments),
+        Style style = options.style();
+        setTimeForm(style, arguments->time);
+        return Monitor(options.connection(), style, makeFilter(options, *arguments),
                        arguments->recording)
             .run();
     });

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -117,18 +118,35 @@ class Watch {
 struct Arguments {
     std::vector<std::string> names;
     bool table = false;
+    std::string time = cli::kTimeForms[0];
 };
 
+ExitStatus watch(const Options& options, const Arguments& arguments) {
+    Style style = options.style();
+    setTimeForm(style, arguments.time);
+    return Watch(options.connection(), style, arguments.names).run(arguments.table);
+}
+
 }  // namespace
+
+void addTimeOption(cli::Command command, std::string& word) {
+    command.add("--time", word, "Times of day, with the date, or ISO 8601")
+        .choices({std::begin(cli::kTimeForms), std::end(cli::kTimeForms)})
+        .showsDefault();
+}
+
+void setTimeForm(Style& style, const std::string& word) {
+    const auto* const found = std::ranges::find(cli::kTimeForms, word);
+    style.time = static_cast<cli::TimeForm>(found - std::begin(cli::kTimeForms));
+}
 
 void addWatch(cli::Command program, const Options& options) {
     cli::Command command = program.addCommand("watch", "Print each change as it happens");
     const auto arguments = std::make_shared<Arguments>();
     command.add("NAME", arguments->names, "Only these");
     command.addFlag("--table", arguments->table, "Print the table first");
-    command.work([&options, arguments] {
-        return Watch(options.connection(), options.style(), arguments->names).run(arguments->table);
-    });
+    addTimeOption(command, arguments->time);
+    command.work([&options, arguments] { return watch(options, *arguments); });
 }
 
 }  // namespace pallctl

@@ -78,7 +78,7 @@ size_t nextTabStop(size_t columns) {
 
 std::string formatChangeForPeople(const client::Parameter& parameter, Moment moment,
                                   const Style& style) {
-    const std::string time = cli::clockTime(moment);
+    const std::string time = cli::formatTime(moment, style.time);
     const std::string name = cli::escapeForTerminal(parameter.descriptor.name);
     std::string value = formatOneLine(parameter, style);
     if (style.columns > 0) {

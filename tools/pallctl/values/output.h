@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/time_text.h"
 #include "client/descriptor.h"
 #include "client/exit_status.h"
 
@@ -23,6 +24,7 @@ struct Style {
     bool raw = false;     // raw wire values, in JSON
     bool colour = false;  // for a table only
     size_t columns = 0;   // of the terminal: texts for people are cut to it; 0: whole
+    cli::TimeForm time = cli::TimeForm::clock;  // in lines for people
 };
 
 // Whether the descriptor is a terminal, and colours are not disabled (NO_COLOR, TERM=dumb).
@@ -61,9 +63,9 @@ std::string formatNameValueLines(const std::vector<const client::Parameter*>& pa
 std::string formatParameters(const std::vector<const client::Parameter*>& parameters,
                              const Style& style);
 
-// One change of a parameter as a line: time of day, name and value separated by tabs, with the value
-// cut to the style's columns; { "time",
-// "name", "value", "text" }; or time='…' name='…' value='…' for a shell.
+// One change of a parameter as a line: time of day, name and value separated by tabs, with the
+// value cut to the style's columns; { "time", "name", "value", "text" }; or time='…' name='…'
+// value='…' for a shell.
 std::string formatChange(const client::Parameter& parameter,
                          std::chrono::system_clock::time_point moment, const Style& style);
 

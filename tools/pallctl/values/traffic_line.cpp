@@ -23,8 +23,8 @@ namespace {
 
 using Moment = std::chrono::system_clock::time_point;
 
-constexpr size_t kTypeWidth = 6;  // "CMDRSP", "UPDATE"
-constexpr size_t kIdWidth = 7;    // a connection ID of a client
+constexpr size_t kTypeWidth = 6;    // "CMDRSP", "UPDATE"
+constexpr size_t kClientWidth = 9;  // "pallwatch"
 constexpr size_t kMinMiddleColumns = 40;
 const std::string kGap = "  ";
 
@@ -111,7 +111,7 @@ std::string summarizeMember(const cJSON* member) {
 }
 
 MessageHead makeHead(const TarnInternalMessage& message) {
-    return {typeWord(message.type()), message.objectName(), message.source(),
+    return {typeWord(message.type()), message.objectName(), message.uniqueId(), message.source(),
             message.header().destination};
 }
 
@@ -120,14 +120,19 @@ std::string_view findData(std::string_view payload) {
     return end == std::string_view::npos ? "" : payload.substr(end + 1);
 }
 
+std::string formatClient(int32_t id, const NameClient& nameClient) {
+    const std::string name = nameClient(id);
+    return name.empty() ? std::to_string(id) : name;
+}
+
 // A notification or request without a destination goes to all subscribers of the object.
-std::string formatDestination(const TarnInternalMessage& message) {
+std::string formatDestination(const TarnInternalMessage& message, const NameClient& nameClient) {
     constexpr std::array kAnswers{MessageType::RSP, MessageType::CMDRSP, MessageType::ACK,
                                   MessageType::NAK};
     const int32_t to = message.header().destination;
     const bool isAnswer =
         std::find(kAnswers.begin(), kAnswers.end(), message.type()) != kAnswers.end();
-    return to == 0 && !isAnswer ? "*" : std::to_string(to);
+    return to == 0 && !isAnswer ? "*" : formatClient(to, nameClient);
 }
 
 std::string pad(std::string text, size_t width) {
@@ -154,14 +159,20 @@ Member makePayloadMember(std::string_view payload) {
                                          : Member{"base64", recording::toBase64(payload)};
 }
 
-std::string formatJSON(std::string_view payload, Moment moment) {
+util::UniqueJSON nameOrNull(const std::string& name) {
+    return name.empty() ? util::jsonNull() : util::jsonString(name);
+}
+
+std::string formatJSON(std::string_view payload, Moment moment, const NameClient& nameClient) {
     const util::UniqueJSON object = util::jsonObject();
     util::addMember(object.get(), "time", util::jsonString(cli::isoTime(moment)));
     if (auto message = TarnInternalMessage::tryDecode(payload)) {
         const MessageHead head = makeHead(*message);
         util::addMember(object.get(), "type", util::jsonString(head.type));
         util::addMember(object.get(), "from", util::jsonNumber(head.from));
+        util::addMember(object.get(), "fromName", nameOrNull(nameClient(head.from)));
         util::addMember(object.get(), "to", util::jsonNumber(head.to));
+        util::addMember(object.get(), "toName", nameOrNull(nameClient(head.to)));
         util::addMember(object.get(), "object", util::jsonString(head.object));
         util::addMember(object.get(), "data", jsonData(*message, payload));
     } else {
@@ -175,7 +186,7 @@ std::string formatMember(const char* name, const std::string& value) {
     return ' ' + formatAssignment(name, cli::escapeForTerminal(value));
 }
 
-std::string formatShell(std::string_view payload, Moment moment) {
+std::string formatShell(std::string_view payload, Moment moment, const NameClient& nameClient) {
     const std::string time = formatAssignment("time", cli::isoTime(moment));
     const auto message = TarnInternalMessage::tryDecode(payload);
     if (!message) {
@@ -185,7 +196,9 @@ std::string formatShell(std::string_view payload, Moment moment) {
     const MessageHead head = makeHead(*message);
     return time + formatMember("type", head.type) +
            formatMember("from", std::to_string(head.from)) +
-           formatMember("to", std::to_string(head.to)) + formatMember("object", head.object) +
+           formatMember("fromName", nameClient(head.from)) +
+           formatMember("to", std::to_string(head.to)) +
+           formatMember("toName", nameClient(head.to)) + formatMember("object", head.object) +
            formatMember("data", std::string(findData(payload))) + '\n';
 }
 
@@ -203,18 +216,19 @@ std::string formatContent(const TarnInternalMessage& message, std::string_view p
                : summarizeData(message.data());
 }
 
-Parts makeParts(std::string_view payload, Moment moment, bool raw) {
+Parts makeParts(std::string_view payload, Moment moment, const Style& style,
+                const NameClient& nameClient) {
+    const std::string time = cli::formatTime(moment, style.time);
     const auto message = TarnInternalMessage::tryDecode(payload);
     if (!message) {
-        return {cli::clockTime(moment), pad("?", kTypeWidth),
-                cli::escapeForTerminal(std::string(payload)), ""};
+        return {time, pad("?", kTypeWidth), cli::escapeForTerminal(std::string(payload)), ""};
     }
-    const std::string from = std::to_string(message->source());
-    const std::string blanks(kIdWidth - std::min(kIdWidth, from.size()), ' ');
-    const std::string content = formatContent(*message, payload, raw);
-    return {cli::clockTime(moment), pad(typeWord(message->type()), kTypeWidth),
-            blanks + from + " -> " + pad(formatDestination(*message), kIdWidth) + kGap +
-                cli::escapeForTerminal(message->objectName()) +
+    const std::string from = formatClient(message->source(), nameClient);
+    const std::string blanks(kClientWidth - std::min(kClientWidth, from.size()), ' ');
+    const std::string content = formatContent(*message, payload, style.raw);
+    return {time, pad(typeWord(message->type()), kTypeWidth),
+            blanks + from + " -> " + pad(formatDestination(*message, nameClient), kClientWidth) +
+                kGap + cli::escapeForTerminal(message->objectName()) +
                 (content.empty() ? "" : kGap + content),
             cli::escapeForTerminal(message->uniqueId())};
 }
@@ -231,9 +245,9 @@ void fit(Parts& parts, size_t columns) {
     parts.middle = cli::shorten(parts.middle, room - (hasRoomForID ? forID : 0));
 }
 
-std::string formatPlain(std::string_view payload, Moment moment, const Style& style,
-                        size_t columns) {
-    Parts parts = makeParts(payload, moment, style.raw);
+std::string formatPlain(std::string_view payload, Moment moment, const Style& style, size_t columns,
+                        const NameClient& nameClient) {
+    Parts parts = makeParts(payload, moment, style, nameClient);
     if (columns > 0) {
         fit(parts, columns);
     }
@@ -265,16 +279,16 @@ MessageHead parseMessageHead(std::string_view payload) {
 }
 
 std::string formatMessageLine(std::string_view payload, Moment moment, const Style& style,
-                              size_t columns) {
+                              size_t columns, const NameClient& nameClient) {
     switch (style.format) {
         case Format::json:
-            return formatJSON(payload, moment);
+            return formatJSON(payload, moment, nameClient);
         case Format::keyvalue:
-            return formatShell(payload, moment);
+            return formatShell(payload, moment, nameClient);
         case Format::table:
             break;
     }
-    return formatPlain(payload, moment, style, columns);
+    return formatPlain(payload, moment, style, columns, nameClient);
 }
 
 }  // namespace pallctl

@@ -37,5 +37,13 @@ TEST(TimeText, HasTheTimeOfDayAlone) {
     EXPECT_EQ(clockTime(kMoment + 250ms), "15:04:05.250");
 }
 
+TEST(TimeText, HasTheFormThatAUserChooses) {
+    const LocalZone zone(kThreeHoursEast);
+    EXPECT_EQ(formatTime(kMoment, TimeForm::clock), "18:04:05.000");
+    EXPECT_EQ(formatTime(kMoment, TimeForm::date), "2026-11-21 18:04:05.000");
+    EXPECT_EQ(formatTime(kMoment + 8h, TimeForm::date), "2026-11-22 02:04:05.000");
+    EXPECT_EQ(formatTime(kMoment, TimeForm::iso), "2026-11-21T18:04:05.000+03:00");
+}
+
 }  // namespace
 }  // namespace cli

@@ -51,24 +51,49 @@ TEST_F(MonitorTest, PrintsQuestionsAnswersAndAnnouncements) {
     device_->announce("psu1Voltage", "11.5");
     EXPECT_THAT(monitor_->readLine(),
                 MatchesRegex(std::string(kTime) +
-                             "NOT           8 -> \\*        system  psu1Voltage=11.5  n"));
+                             "NOT     pallwatch -> \\*          system  psu1Voltage=11.5  n"));
     BusPeer asker(bus_->port(), 5);
     asker.send(
         "[\"GET\", \"system\", 5, 0, 0]\n{\"id\":\"1@5\",\"param\":{\"objectName\":"
         "[\"paramDescriptor\"]}}");
     EXPECT_THAT(monitor_->readLine(),
                 MatchesRegex(std::string(kTime) +
-                             "GET           5 -> \\*        system  paramDescriptor  1@5"));
+                             "GET             5 -> \\*          system  paramDescriptor  1@5"));
+    EXPECT_THAT(
+        monitor_->readLine(),
+        MatchesRegex(std::string(kTime) +
+                     "RSP     pallwatch -> 5          system  200 OK paramDescriptor=.*  1@5"));
+}
+
+TEST_F(MonitorTest, PrintsTheNamesOfClients) {
+    start({});
+    const Outcome set = pallctl(bus_->port(), {"set", "--force", "a=1"});
+    EXPECT_EQ(set.status, 4);
+    while (monitor_->readLine().find("SET       pallctl -> *          system  a=1") ==
+           std::string::npos) {
+    }
+    EXPECT_THAT(monitor_->readLine(), HasSubstr("RSP     pallwatch -> pallctl    system  404"));
+}
+
+TEST_F(MonitorTest, PrintsDatesAndIsoTimes) {
+    start({"--time=date"});
+    device_->announce("a", "1");
     EXPECT_THAT(monitor_->readLine(),
-                MatchesRegex(std::string(kTime) +
-                             "RSP           8 -> 5        system  200 OK paramDescriptor=.*  1@5"));
+                MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8}\\.[0-9]{3}  NOT .*"));
+    start({"--time", "iso"});
+    device_->announce("a", "1");
+    EXPECT_THAT(
+        monitor_->readLine(),
+        MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}\\.[0-9]{3}[-+][0-9:]{5}  NOT .*"));
+    EXPECT_EQ(pallctl(bus_->port(), {"monitor", "--time=short"}).status, 2);
 }
 
 TEST_F(MonitorTest, PrintsWholeObjectsForPrograms) {
     start({"--json"});
     device_->announce("psu1Voltage", "11.5");
     EXPECT_THAT(monitor_->readLine(),
-                EndsWith(R"("type":"NOT","from":8,"to":0,"object":"system",)"
+                EndsWith(R"("type":"NOT","from":8,"fromName":"pallwatch","to":0,)"
+                         R"("toName":null,"object":"system",)"
                          R"("data":{"id":"n","param":{"psu1Voltage":11.5}}})"));
 }
 

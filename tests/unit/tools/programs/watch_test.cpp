@@ -80,6 +80,23 @@ TEST_F(WatchTest, PrintsTheTableAndThenOneLineForEachChange) {
     EXPECT_THAT(watch_->readLine(), shows("system.systemName\ta\\\\nb"));
 }
 
+TEST_F(WatchTest, PrintsDatesAndIsoTimes) {
+    watch_.emplace(pallctlCommand(bus_->port(), {"watch", "--table", "--time=iso", "psu1Voltage"}));
+    watch_->readLine();
+    watch_->readLine();
+    device_->announce("psu1Voltage", "11.5");
+    EXPECT_THAT(watch_->readLine(),
+                MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}\\.[0-9]{3}[-+][0-9:]{5}"
+                             "\tsystem.psu1Voltage\t11.50"));
+    watch_.emplace(
+        pallctlCommand(bus_->port(), {"watch", "--table", "--time=date", "psu1Voltage"}));
+    watch_->readLine();
+    watch_->readLine();
+    device_->announce("psu1Voltage", "11");
+    EXPECT_THAT(watch_->readLine(), MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8}\\.[0-9]{3}"
+                                                 "\tsystem.psu1Voltage\t11.00"));
+}
+
 TEST_F(WatchTest, PrintsNothingForAnnouncementsThatChangeNothing) {
     start();
     device_->announce("psu1Voltage", "12.001");

@@ -40,10 +40,29 @@ class Traffic : public testing::Test {
 };
 
 TEST_F(Traffic, TellsWhoSaysWhatToWhom) {
-    EXPECT_EQ(line(kAnnouncement),
-              "15:04:05.250  NOT           8 -> *        system  psu1Voltage=11.5  17@4711.00\n");
+    EXPECT_EQ(
+        line(kAnnouncement),
+        "15:04:05.250  NOT             8 -> *          system  psu1Voltage=11.5  17@4711.00\n");
     EXPECT_EQ(line(kAnswer),
-              "15:04:05.250  RSP           8 -> 1000042  system  404 Not Found  1@5\n");
+              "15:04:05.250  RSP             8 -> 1000042    system  404 Not Found  1@5\n");
+}
+
+TEST_F(Traffic, TellsTheNamesOfClients) {
+    const auto nameClient = [](int32_t id) { return std::string(id == 8 ? "pallwatch" : ""); };
+    EXPECT_EQ(formatMessageLine(kAnswer, kMoment, {}, 0, nameClient),
+              "15:04:05.250  RSP     pallwatch -> 1000042    system  404 Not Found  1@5\n");
+    EXPECT_THAT(formatMessageLine(kAnswer, kMoment, {Format::json, false, false}, 0, nameClient),
+                HasSubstr(R"("from":8,"fromName":"pallwatch","to":1000042,"toName":null,)"));
+    EXPECT_THAT(
+        formatMessageLine(kAnswer, kMoment, {Format::keyvalue, false, false}, 0, nameClient),
+        HasSubstr("from='8' fromName='pallwatch' to='1000042' toName='' "));
+}
+
+TEST_F(Traffic, HasTheTimeInTheChosenForm) {
+    Style style;
+    style.time = cli::TimeForm::date;
+    EXPECT_THAT(formatMessageLine(kAnswer, kMoment, style, 0),
+                StartsWith("2026-11-21 15:04:05.250  RSP "));
 }
 
 // An answer to nobody in particular is one to the bus.
@@ -54,7 +73,7 @@ TEST_F(Traffic, TellsAnAnswerToTheBusFromWhatIsForEverybody) {
 
 TEST_F(Traffic, ShowsTheDataAsTheyCameWhenRaw) {
     EXPECT_EQ(line(kAnnouncement, 0, true),
-              "15:04:05.250  NOT           8 -> *        system  "
+              "15:04:05.250  NOT             8 -> *          system  "
               R"({"id":"17@4711.00","param":{"psu1Voltage":11.5}})"
               "  17@4711.00\n");
 }
@@ -64,12 +83,12 @@ TEST_F(Traffic, IsCutToTheTerminalWithTheIdLast) {
     const std::string payload =
         "[\"NOT\", \"system\", 8, 0, 0]\n{\"id\":\"7@1\",\"param\":{\"systemName\":\"" + text +
         "\"}}";
-    for (const size_t columns : {80u, 70u, 200u}) {
+    for (const size_t columns : {80u, 75u, 200u}) {
         const std::string cut = line(payload, columns);
         EXPECT_EQ(cli::textWidth(cut), columns + 1) << cut;
         EXPECT_THAT(cut, EndsWith("x\u2026  7@1\n"));
     }
-    EXPECT_THAT(line(payload, 60), EndsWith("  systemNam\u2026\n")) << "no room for the id";
+    EXPECT_THAT(line(payload, 64), EndsWith("  systemNam\u2026\n")) << "no room for the id";
     EXPECT_EQ(cli::textWidth(line(payload, 30)), 31u);
     EXPECT_EQ(line(kAnnouncement, 300), line(kAnnouncement));
 }
@@ -87,16 +106,17 @@ TEST_F(Traffic, IsCutBetweenCharacters) {
 }
 
 TEST_F(Traffic, IsAnObjectForPrograms) {
-    EXPECT_EQ(json(kAnnouncement),
-              R"({"time":"2026-11-21T15:04:05.250+00:00","type":"NOT","from":8,"to":0,)"
-              R"("object":"system","data":{"id":"17@4711.00","param":{"psu1Voltage":11.5}}})"
-              "\n");
+    EXPECT_EQ(
+        json(kAnnouncement),
+        R"({"time":"2026-11-21T15:04:05.250+00:00","type":"NOT","from":8,)"
+        R"("fromName":null,"to":0,"toName":null,"object":"system","data":{"id":"17@4711.00","param":{"psu1Voltage":11.5}}})"
+        "\n");
 }
 
 TEST_F(Traffic, IsAssignmentsForAShell) {
     EXPECT_EQ(shell("[\"NOT\", \"it's\", 8, 0, 0]\n{\"a\":1}"),
-              "time='2026-11-21T15:04:05.250+00:00' type='NOT' from='8' to='0' object='it'\\''s' "
-              "data='{\"a\":1}'\n");
+              "time='2026-11-21T15:04:05.250+00:00' type='NOT' from='8' fromName='' to='0' "
+              "toName='' object='it'\\''s' data='{\"a\":1}'\n");
 }
 
 TEST_F(Traffic, ShowsWhatIsNoMessage) {
