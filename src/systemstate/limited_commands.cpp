@@ -25,11 +25,11 @@ namespace {
 
 using Milliseconds = LimitedCommands::Milliseconds;
 
-// Between two looks whether a command has ended passes an eighth of the time that it has taken so
+// Between two looks whether a command has ended passes a sixteenth of the time that it has taken so
 // far, within these bounds.
 constexpr std::chrono::microseconds kFirstStep{100};
 constexpr std::chrono::microseconds kMaxStep{20000};
-constexpr int kLooksPerDoubling = 8;
+constexpr int kLooksPerDoubling = 16;
 constexpr Milliseconds kLeftByInterruption{1000};
 constexpr Milliseconds kLeastTime{200};
 constexpr int kLooksForTheKilled = 20;
