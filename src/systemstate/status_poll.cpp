@@ -27,6 +27,8 @@ namespace systemstate {
 namespace {
 
 constexpr std::size_t kMaxShownBytes = 64;
+// Several times the size of the status of two ports.
+constexpr std::size_t kMaxKeptBytes = 4096;
 constexpr std::size_t kPsu1Channel = 0;
 constexpr std::size_t kPsu2Channel = 8;
 
@@ -94,13 +96,18 @@ void StatusPoll::refreshBond() {
     // Whatever is called a Tessara has the copy; only the two known frames write it without the
     // driver's first block.
     const char* file = product_.isNamedTessara() ? kTessaraBondingFile : kBondingFile;
+    std::string text = machine_.readFile(file).value_or("");
+    if (text == bondText_) {
+        return;
+    }
     std::optional<BondingStatus> bond =
-        decodeBonding(decodeBlockFile(machine_.readFile(file).value_or("")),
+        decodeBonding(decodeBlockFile(text),
                       product_.isTessaraFrame() ? kTessaraHeaderBlock : kDriverHeaderBlock);
     if (bond) {
         reportUnread(file, std::move(bond->unread), unreadOfBond_);
         refreshPorts(*bond);
     }
+    bondText_ = text.size() <= kMaxKeptBytes ? std::move(text) : std::string();
 }
 
 void StatusPoll::refreshPorts(const BondingStatus& bond) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "systemstate/adc_reader.h"
@@ -62,6 +63,7 @@ class StatusPoll {
     AdcReader adc_;
     BatterySampling battery_;
     bool frameTypeKnown_ = false;
+    std::string bondText_;  // published; the same text again brings nothing new
     std::vector<UnreadInteger> unreadOfBond_;
     std::vector<UnreadInteger> unreadOfFrame_;
 };

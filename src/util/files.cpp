@@ -52,25 +52,32 @@ ssize_t readSome(int descriptor, void* bytes, size_t size) {
     return count;
 }
 
-// Reads one byte more than the limit at most, to learn whether there is one.
+// Reads one byte more than the limit at most, to learn whether there is one. A read that gets less
+// than it asked for is at the end of the file, unless the kernel makes the file in pieces; such a
+// file states another size.
 void readBytes(int descriptor, size_t limit, FileContents& contents) {
     contents.bytes.reserve(std::min(limit, contents.statedSize));
     std::array<char, 16384> chunk;
-    while (true) {
+    bool complete = false;
+    while (!complete) {
         const size_t room = limit - contents.bytes.size();
-        const ssize_t count = readSome(descriptor, chunk.data(), std::min(chunk.size(), room + 1));
-        if (count <= 0) {
-            contents.outcome = count == 0 ? Reading::complete : Reading::failed;
-            contents.errorNumber = count == 0 ? 0 : errno;
+        const size_t asked = std::min(chunk.size(), room + 1);
+        const ssize_t count = readSome(descriptor, chunk.data(), asked);
+        if (count < 0) {
+            contents.outcome = Reading::failed;
+            contents.errorNumber = errno;
             return;
         }
-        contents.bytes.append(chunk.data(), std::min(static_cast<size_t>(count), room));
-        if (static_cast<size_t>(count) > room) {
+        const auto got = static_cast<size_t>(count);
+        contents.bytes.append(chunk.data(), std::min(got, room));
+        if (got > room) {
             contents.outcome = Reading::tooLong;
             contents.errorNumber = EFBIG;
             return;
         }
+        complete = got == 0 || (got < asked && contents.bytes.size() == contents.statedSize);
     }
+    contents.outcome = Reading::complete;
 }
 
 FileContents readDescriptor(int descriptor, size_t limit) {

@@ -90,6 +90,19 @@ TEST_F(BondTest, UnchangedBondSaysNothing) {
     EXPECT_THAT(pollBond("eth0", "up", "up"), IsEmpty());
 }
 
+TEST_F(BondTest, FileOfAnyLengthIsFollowedThereAndBack) {
+    start("Quorane");
+    const std::string other = "\nOther: " + std::string(9000, 'x') + "\n";
+    for (const std::string& end : {std::string(), other}) {
+        root_.write(kBondingFile, bondingFile("eth0", "up", "down") + end);
+        poll();
+        EXPECT_EQ(value(kPort2), "0");
+        root_.write(kBondingFile, bondingFile("eth0", "up", "up") + end);
+        poll();
+        EXPECT_EQ(value(kPort2), "2");
+    }
+}
+
 TEST_F(BondTest, LostCableIsStatus0) {
     start("Quorane");
     pollBond("eth0", "up", "up");

@@ -263,6 +263,16 @@ TEST_F(Files, ReadContentsReadsAFileOfTheKernelThatStatesNoSize) {
     EXPECT_THAT(contents.bytes, testing::StartsWith("Name:"));
 }
 
+TEST_F(Files, ReadContentsAsksOnceForASmallFileAndUntilTheEndForOneOfAnotherSize) {
+    const std::string path = directory_.write("file", "bytes");
+    int reads = 0;
+    const FileCallWatch watch({}, [&](const FileCall& call) { reads += call.verb == "read"; });
+    EXPECT_EQ(readContents(path).bytes, "bytes");
+    EXPECT_EQ(reads, 1);
+    readContents("/proc/self/status");
+    EXPECT_GT(reads, 2);
+}
+
 TEST_F(Files, ReadContentsStopsAtItsLimit) {
     const std::string path = directory_.write("file", std::string(50'000, 'x'));
     EXPECT_EQ(readContents(path, 50'000).outcome, Reading::complete);
