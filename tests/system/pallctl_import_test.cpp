@@ -1,5 +1,8 @@
 // pallctl export and import, with real daemons on two cards.
 
+#include <signal.h>
+
+#include "harness/held_program.h"
 #include "harness/terminal.h"
 #include "on_pallbus.h"
 
@@ -81,12 +84,12 @@ TEST_F(PallctlImport, ExportsWhatAPersonCanRead) {
 
 TEST_F(PallctlImport, NamesEachWrongLineAndSetsNothing) {
     const Result result = import(
-        "systemName=B\n# comment\nnosuch=1\nsshEnabled=maybe\nversion=2\nsystemName=C\n"
+        "systemName=B\n# comment\nsystemNam=1\nsshEnabled=maybe\nversion=2\nsystemName=C\n"
         "ipAddress=10.0.0.9\nactive=\"x\n");
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error,
-              "pallctl: /tmp/settings:3: system.nosuch: not found\n"
+              "pallctl: /tmp/settings:3: system.systemNam: not found; did you mean 'systemName'?\n"
               "pallctl: /tmp/settings:4: system.sshEnabled: must be one of: Disabled, Enabled\n"
               "pallctl: /tmp/settings:5: system.version: is read-only\n"
               "pallctl: /tmp/settings:6: system.systemName: given more than once\n"
@@ -113,6 +116,20 @@ TEST_F(PallctlImport, AsksBeforeItSets) {
     terminal.type("yes\n");
     EXPECT_EQ(terminal.waitForEnd(), 0);
     EXPECT_EQ(valueOf("systemName"), "B\n");
+}
+
+TEST_F(PallctlImport, TellsOfASetThatIsInterruptedThatItMayStillTakeEffect) {
+    const harness::HeldProgram script(frame, "/vantor/bin/restartNetworking.sh");
+    frame.write(kFile, "restartNetwork=Apply\nactive=0\n");
+    harness::Process importer(program("pallctl", {"import", "--yes", kFile}));
+    script.waitForCalls(1);
+    importer.signal(SIGINT);
+    EXPECT_EQ(importer.waitForEnd(), 128 + SIGINT);
+    EXPECT_EQ(importer.error().waitForEnd(),
+              "pallctl: system.restartNetwork: interrupted; the set may still take effect\n"
+              "pallctl: system.active: not sent\n");
+    EXPECT_THAT(importer.output().waitForEnd(), HasSubstr("\n0 of 2 set\n"));
+    script.release();
 }
 
 TEST_F(PallctlImport, SetsNothingInADryRunOrWithoutAConfirmation) {

@@ -123,7 +123,7 @@ class Check {
         const client::Parameter* const parameter = client_.cache().described(name);
         const auto* const limits = client::findLimits(name);
         if (!parameter) {
-            return {State::unknown, leaf + " not found", ""};
+            return {State::unknown, leaf + " " + client_.describeUnknown(name), ""};
         }
         const auto number = findNumber(*parameter);
         if (!number) {

@@ -10,12 +10,13 @@
 #include <set>
 #include <utility>
 
-#include "bus/message_types.h"
 #include "cli/escape.h"
+#include "cli/signal_fd.h"
 #include "cli/standard_output.h"
 #include "cli/table.h"
 #include "cli/timed_script.h"
 #include "pallctl/commands/commands.h"
+#include "pallctl/commands/set_request.h"
 #include "pallctl/network/network_plan.h"
 #include "pallctl/values/settings_file.h"
 
@@ -93,7 +94,7 @@ class Import {
     std::string plan(const std::string& name, const std::string& text) {
         const client::Parameter* const parameter = client_.cache().described(name);
         if (!parameter) {
-            return "not found";
+            return client_.describeUnknown(name);
         }
         if (parameter->descriptor.readOnly) {
             return "is read-only";
@@ -129,25 +130,18 @@ class Import {
                (answer == "yes" || answer == "y");
     }
 
-    // Stops at a missing answer: the device may still be busy with that set.
     ExitStatus send() {
-        ExitStatus status = kSuccess;
-        size_t done = 0;
+        SetRequest request(client_, style_, {});
         for (PlannedSet& planned : plan_) {
-            const std::string name = planned.parameter->descriptor.name;
-            const auto code = client_.device().set(name, std::move(planned.value));
-            if (!code) {
-                client::complain(name, "no answer; the set may still take effect");
-                status = kNoAnswer;
-                break;
-            }
-            if (!client::isTaken(*code)) {
-                client::complain(name, std::to_string(*code) + " " + statusText(*code));
-            }
-            done += client::isTaken(*code) ? 1U : 0U;
-            status = std::max(status, client::exitStatusFor(*code));
+            request.add(planned.parameter->descriptor.name, std::move(planned.value));
         }
-        cli::print(std::to_string(done) + " of " + std::to_string(plan_.size()) + " set\n");
+        int signal = 0;
+        const ExitStatus status = request.send(signal);
+        cli::printNow(std::to_string(request.countSet()) + " of " + std::to_string(plan_.size()) +
+                      " set\n");
+        if (signal != 0) {
+            cli::endBySignal(signal);
+        }
         return status;
     }
 

@@ -91,6 +91,16 @@ ExitStatus SetRequest::parse(const std::string& word) {
     return earlier->isRejected() ? kUsage : reject(*earlier, kInvalidValue, "given more than once");
 }
 
+void SetRequest::add(const std::string& name, util::UniqueJSON value) {
+    changes_.push_back({name, "", std::move(value)});
+}
+
+size_t SetRequest::countSet() const {
+    return static_cast<size_t>(std::ranges::count_if(changes_, [](const Change& change) {
+        return change.outcome.word == std::string_view(kSet.word);
+    }));
+}
+
 SetRequest::Change* SetRequest::findChange(const std::string& name) {
     const auto found = std::ranges::find(changes_, name, &Change::name);
     return found == changes_.end() ? nullptr : &*found;

@@ -26,6 +26,8 @@ class SetRequest {
     // Takes the words "NAME=VALUE". kUsage if one has another form or a name is given twice; the
     // other ones are taken nevertheless, so that all errors are found.
     ExitStatus parse(const std::vector<std::string>& words);
+    // Takes a value for a parameter (full name) that is checked already.
+    void add(const std::string& name, util::UniqueJSON value);
     // The full names of the parameters that were taken.
     std::vector<std::string> names() const;
     // Checks the values against the descriptors that were read.
@@ -35,6 +37,7 @@ class SetRequest {
     ExitStatus send(int& signal);
     // Instead of send(): prints what it would send.
     void preview();
+    size_t countSet() const;
     // Prints the outcomes in the formats for programs.
     void report() const;
 

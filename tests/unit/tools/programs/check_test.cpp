@@ -96,6 +96,8 @@ TEST_F(CheckTest, TakesPatternsOfNames) {
 
 TEST_F(CheckTest, IsUnknownForWhatCannotBeCompared) {
     expect(check({"nosuch"}), 3, "UNKNOWN: nosuch not found\n");
+    expect(check({"psu1Voltag"}), 3,
+           "UNKNOWN: psu1Voltag not found; did you mean 'psu1Voltage'?\n");
     expect(check({"frameName"}), 3, "UNKNOWN: frameName has no number\n");
     expect(check({"level"}), 3, "UNKNOWN: level has no limits, give --warning or --critical\n");
     expect(check({"no|such\n"}), 3, "UNKNOWN: no/such? not found\n");
