@@ -8,6 +8,7 @@
 
 #include "harness/terminal.h"
 #include "pallframe_process.h"
+#include "text_parts.h"
 
 using namespace harness;
 using namespace outside;
@@ -195,6 +196,20 @@ TEST(List, ShowsWhatRuns) {
     frame.signal(SIGTERM);
     frame.waitForEnd();
     EXPECT_EQ(list(), kNoFrame);
+}
+
+TEST(List, ShowsInsideAFrameThatFrame) {
+    const std::string pallframe = pallframeCommand({}).front();
+    const Result result = run(pallframeCommand(
+        {"run", "--product", "Tessara", "--", "sh", "-c",
+         "echo $PALLFRAME; " + pallframe + " list; " + pallframe + " list --json", "x y"}));
+    EXPECT_EQ(result.status, 0) << result.error;
+    const auto lines = outside::linesOf(result.output);
+    ASSERT_EQ(lines.size(), 4u) << result.output;
+    EXPECT_THAT(lines[2], testing::MatchesRegex(lines[0] + " +Tessara  [0-9-]+ [0-9:]+  /  +sh -c "
+                                                           "'echo [^']*' 'x y'"));
+    EXPECT_THAT(lines[3], testing::StartsWith("{\"frame\":" + lines[0] +
+                                              ",\"product\":\"Tessara\",\"started\":\""));
 }
 
 TEST(List, TellsProgramsTheSame) {

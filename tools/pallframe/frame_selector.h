@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "cli/command.h"
+#include "pallframe/sandbox/frame_registry.h"
 #include "pallframe/simulation/frame_root.h"
 
 namespace pallframe {
@@ -19,5 +21,9 @@ struct FrameSelector {
     // once that frame has ended.
     simulation::FrameRoot tree();
 };
+
+// The frame that this program runs in, as seen from inside: its files are at "/". Empty outside of
+// any frame.
+std::optional<sandbox::RunningFrame> findOwnFrame();
 
 }  // namespace pallframe

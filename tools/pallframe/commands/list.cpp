@@ -6,6 +6,7 @@
 #include "cli/table.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/doctor/frame_list.h"
+#include "pallframe/frame_selector.h"
 #include "pallframe/sandbox/frame_registry.h"
 
 namespace pallframe {
@@ -15,7 +16,10 @@ void addList(cli::Command program, size_t) {
     cli::Command command = program.addCommand("list", "List running frames");
     command.addFlag("--json", *json, "One JSON object per line instead of a table");
     command.work([json] {
-        const auto running = sandbox::Registry::ofUser().running();
+        auto running = sandbox::Registry::ofUser().running();
+        if (const auto own = findOwnFrame()) {
+            running.insert(running.begin(), *own);
+        }
         cli::print(*json ? doctor::formatJSON(running)
                          : doctor::formatTable(running, cli::readTerminalWidth(STDOUT_FILENO)));
         return 0;
