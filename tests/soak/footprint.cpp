@@ -21,6 +21,13 @@ size_t findNumber(const std::string& status, const std::string& key) {
                : std::strtoul(status.c_str() + at + key.size() + 2, nullptr, 10);
 }
 
+// A process that has ended has none; the directory of its descriptors belongs to root.
+size_t countDescriptors(const fs::path& process) {
+    std::error_code ended;
+    const fs::directory_iterator first(process / "fd", ended);
+    return static_cast<size_t>(std::distance(first, fs::directory_iterator()));
+}
+
 std::vector<std::string> listWithParent(const std::string& parent, const std::string& except) {
     std::vector<std::string> found;
     for (const harness::ProcessEntry& entry : harness::processes()) {
@@ -37,10 +44,8 @@ std::vector<std::string> listWithParent(const std::string& parent, const std::st
 
 Footprint readFootprint(const fs::path& process) {
     const std::string status = util::readWholeFile(process / "status");
-    const auto descriptors =
-        std::distance(fs::directory_iterator(process / "fd"), fs::directory_iterator());
-    return {findNumber(status, "VmRSS"), findNumber(status, "RssAnon"),
-            static_cast<size_t>(descriptors), findNumber(status, "Threads")};
+    return {findNumber(status, "VmRSS"), findNumber(status, "RssAnon"), countDescriptors(process),
+            findNumber(status, "Threads")};
 }
 
 void reportGrowth(Report& report, const std::string& process, const Footprint& start,
