@@ -109,6 +109,12 @@ class Tree : public testing::Test {
         EXPECT_TRUE(fs::is_empty(directory.path()));
     }
 
+    // A frame that the test has left to its end still has mounts and files in the directory.
+    void TearDown() override {
+        harness::waitUntil([this] { return processesWith(directory.path()).empty(); },
+                           "the frame's own processes to go");
+    }
+
     const TemporaryDirectory directory;
     const std::string tree = directory.path("tree");
     const std::string mark = uniqueWord();

@@ -1,9 +1,10 @@
 #include "cli/validators.h"
 
-#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "support/temporary_directory.h"
 
 namespace cli {
 
@@ -54,15 +55,14 @@ TEST(Validators, TakeEveryFiniteNumberAboveZero) {
 }
 
 TEST(Validators, TellFilesFromDirectoriesAndFromNothing) {
-    const std::string file = testing::TempDir() + "checks_test_file";
-    std::ofstream{file};
-    const std::string missing = testing::TempDir() + "checks_test_missing";
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("file", "");
+    const std::string missing = directory.path("missing");
     EXPECT_EQ(complaint(existingFile(), file), "");
     EXPECT_EQ(complaint(existingFile(), "/dev/null"), "");
-    EXPECT_EQ(complaint(existingFile(), testing::TempDir()),
-              "no file '" + testing::TempDir() + "'");
+    EXPECT_EQ(complaint(existingFile(), directory.path()), "no file '" + directory.path() + "'");
     EXPECT_EQ(complaint(existingFile(), missing), "no file '" + missing + "'");
-    EXPECT_EQ(complaint(existingDirectory(), testing::TempDir()), "");
+    EXPECT_EQ(complaint(existingDirectory(), directory.path()), "");
     EXPECT_EQ(complaint(existingDirectory(), file), "no directory '" + file + "'");
     EXPECT_EQ(complaint(existingDirectory(), missing), "no directory '" + missing + "'");
 }
