@@ -1,5 +1,7 @@
 // What ./dev says to a person, with stand-ins for the programs that it calls.
 
+#include <unistd.h>
+
 #include "pallframe_process.h"
 
 using namespace harness;
@@ -20,6 +22,7 @@ class Dev : public testing::Test {
     }
 
     void standIn(const std::string& program, const std::string& script) const {
+        fs::create_directories(fs::path(directory.path(program)).parent_path());
         const std::string path = directory.write(program, "#!/bin/sh\n" + script + "\n");
         fs::permissions(path, fs::perms::owner_all);
     }
@@ -91,14 +94,51 @@ TEST_F(Dev, ShortCheckTestsEverythingAndTheDaemonAgainUnderSanitizers) {
     standIn("cmake",
             "mkdir -p build/alone/bin; cp /bin/true build/alone/bin/pallwatch; echo cmake $*");
     standIn("ctest", "echo ctest $2 $5 $6 >>started");  // without the number of processors
+    standIn("tests/system/as-ordinary-user", "echo as user $1 $3 $6 $7 >>started");
     standIn("clang-format", "echo clang-format >>started");
     standIn("clang-tidy", "exit 1");
     const Result result = dev({"check", "--short"});
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_THAT(result.error, HasSubstr("cmake -S . -B build/alone -DBUILD_TESTING=OFF"));
+    const std::string asUser = ::geteuid() == 0 ? "as user ctest default -L system\n" : "";
     const std::string daemon = " -R ^(util|model|bus|systemstate|service)/\n";
-    EXPECT_EQ(readFile(directory.path("started")),
-              "ctest default\nclang-format\nctest asan" + daemon + "ctest tsan" + daemon);
+    EXPECT_EQ(
+        readFile(directory.path("started")),
+        "ctest default\n" + asUser + "clang-format\nctest asan" + daemon + "ctest tsan" + daemon);
+}
+
+TEST_F(Dev, TestsThatLeaveFilesFail) {
+    standIn("cmake", "exit 0");
+    standIn("ctest", "touch \"$TMPDIR/left\"");
+    const Result result = dev({"test"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "dev: the tests left in the temporary directory: left\n");
+    standIn("ctest", "touch \"$TMPDIR/left\"; rm \"$TMPDIR/left\"");
+    EXPECT_EQ(dev({"test"}).status, 0);
+}
+
+TEST_F(Dev, TestsThatFailKeepTheirStatus) {
+    standIn("cmake", "exit 0");
+    standIn("ctest", "touch \"$TMPDIR/left\"; exit 8");
+    EXPECT_EQ(dev({"test"}).status, 8);
+}
+
+// Below a directory that others cannot enter, as a temporary one is.
+TEST(AsOrdinaryUser, ACommandSeesACopyOfTheCheckout) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root";
+    }
+    const TemporaryDirectory directory;
+    directory.write("file", "as before");
+    const auto asOrdinaryUser = [&](const std::string& script) {
+        return run({"env", "-C", directory.path(), fs::absolute("tests/system/as-ordinary-user"),
+                    "sh", "-c", script});
+    };
+    const Result result = asOrdinaryUser("id -un; pwd; cat file; echo changed >file; rm $(mktemp)");
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(result.output, "nobody\n" + directory.path() + "\nas before");
+    EXPECT_EQ(directory.read("file"), "as before");
+    EXPECT_EQ(asOrdinaryUser("exit 7").status, 7);
 }
 
 TEST_F(Dev, CheckFailsWhenTheFormatIsWrong) {
