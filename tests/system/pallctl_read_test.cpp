@@ -119,6 +119,9 @@ TEST_F(PallctlRead, SuggestsSimilarNames) {
         EXPECT_EQ(result.status, 4) << words.front();
         EXPECT_EQ(result.error, "pallctl: " + problem) << words.front();
     }
+    EXPECT_EQ(pallctl({"watch", "nosuch", "gatway"}).error,
+              "pallctl: system.nosuch: not found\n"
+              "pallctl: system.gatway: not found; did you mean 'gateway'?\n");
     EXPECT_EQ(pallctl({"get", "voltage"}).error,
               "pallctl: system.voltage: not found; did you mean 'battVoltage', 'psu1Voltage' or "
               "'psu2Voltage'?\n");

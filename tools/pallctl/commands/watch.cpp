@@ -73,13 +73,14 @@ class Watch {
         if (client_.device().isThroughPrefix() || client_.session().outputGone()) {
             return kSuccess;
         }
+        ExitStatus status = kSuccess;
         for (const std::string& name : client_.expand(names_)) {
             if (!client_.cache().find(name)) {
                 client::complain(name, client_.describeUnknown(name));
-                return kNotFound;
+                status = kNotFound;
             }
         }
-        return kSuccess;
+        return status;
     }
 
     void startReporting() {
