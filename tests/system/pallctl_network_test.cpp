@@ -290,7 +290,7 @@ TEST_F(PallctlNetwork, SetsBackAsSoonAsThereIsABusAgain) {
 }
 
 TEST_F(PallctlNetwork, SetsBackAsSoonAsThereIsADaemonAgain) {
-    Terminal terminal(program("pallctl", network(kAll, {"--confirm-within=2m", "-t", "1"})));
+    Terminal terminal(program("pallctl", network(kAll, {"--confirm-within=2m", "-t", "4"})));
     terminal.screen().waitFor("or no: ");
     stopDaemon();
     terminal.type("no\n");

@@ -37,7 +37,7 @@ void expectLikeLibrary(double number) {
 class Values {
   public:
     std::uint64_t bits() { return source_(); }
-    std::size_t upTo(std::size_t most) { return source_() % (most + 1); }
+    std::size_t upTo(std::size_t most) { return static_cast<std::size_t>(source_() % (most + 1)); }
 
     double number() {
         const auto whole = static_cast<std::int64_t>(bits());
