@@ -4,6 +4,38 @@
 # contains only a link to the module. Before a module is compiled, CheckIncludes.cmake rejects headers
 # that it can reach only through another module.
 
+# Precompiles headers for targets that name `name` after REUSE_FROM and have the same compile options.
+function(pallwatch_precompile name)
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/${name}.cpp CONTENT "")
+  add_library(${name} OBJECT ${CMAKE_BINARY_DIR}/${name}.cpp)
+  target_precompile_headers(${name} PRIVATE ${ARGN})
+endfunction()
+
+# Precompiles the standard headers that most sources include: for the daemon and for the tools, which have
+# different compile options.
+if(PALLWATCH_QUICK_BUILD)
+  foreach(name daemon_headers tools_headers)
+    pallwatch_precompile(${name} <algorithm> <array> <chrono> <functional> <map> <memory> <optional> <set>
+      <sstream> <string> <string_view> <system_error> <utility> <vector>)
+  endforeach()
+  target_compile_options(daemon_headers PRIVATE ${PALLWATCH_DAEMON_OPTIONS})
+  target_compile_options(tools_headers PRIVATE ${PALLWATCH_TOOLS_OPTIONS})
+endif()
+
+# Sets the compile options of a target of src/ or of another directory.
+function(pallwatch_compile_options target)
+  set(headers tools_headers)
+  set(options ${PALLWATCH_TOOLS_OPTIONS})
+  if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/src/")
+    set(headers daemon_headers)
+    set(options ${PALLWATCH_DAEMON_OPTIONS})
+  endif()
+  target_compile_options(${target} PRIVATE ${options} ${PALLWATCH_QUICK_OPTIONS})
+  if(PALLWATCH_QUICK_BUILD)
+    target_precompile_headers(${target} REUSE_FROM ${headers})
+  endif()
+endfunction()
+
 # Returns an include directory in which the current source directory has the name `path`.
 function(pallwatch_include_directory result name path)
   set(view ${CMAKE_BINARY_DIR}/include/${name})
@@ -63,9 +95,7 @@ function(pallwatch_module path)
     add_dependencies(${target} ${name}_includes)
     target_include_directories(${target} PUBLIC ${view})
     target_compile_definitions(${target} PRIVATE ${MODULE_DEFINITIONS})
-    if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/src/")
-      target_compile_options(${target} PRIVATE ${PALLWATCH_DAEMON_OPTIONS})
-    endif()
+    pallwatch_compile_options(${target})
     if(NOT target STREQUAL name)
       list(TRANSFORM MODULE_DEPENDS APPEND ${PALLWATCH_THREADLESS})
       set_target_properties(${target} PROPERTIES EXCLUDE_FROM_ALL ON)
@@ -84,6 +114,7 @@ function(pallwatch_program name)
   add_executable(${name} ${PROGRAM_SOURCES})
   add_dependencies(${name} ${name}_includes)
   target_include_directories(${name} PRIVATE ${view})
+  pallwatch_compile_options(${name})
   if(PROGRAM_THREADLESS AND PALLWATCH_THREADLESS)
     list(TRANSFORM PROGRAM_DEPENDS APPEND ${PALLWATCH_THREADLESS})
     target_compile_options(${name} PRIVATE -fno-sanitize=thread)
@@ -96,11 +127,9 @@ endfunction()
 # of the test library. The tested code is built as it ships.
 set(PALLWATCH_TEST_OPTIONS -O0 -g1)
 function(pallwatch_test_headers)
-  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "")
-  add_library(test_headers OBJECT ${CMAKE_BINARY_DIR}/test_headers.cpp)
+  pallwatch_precompile(test_headers <gmock/gmock.h> <gtest/gtest.h>)
   target_link_libraries(test_headers PRIVATE GTest::gmock GTest::gtest)
   target_compile_options(test_headers PRIVATE ${PALLWATCH_TEST_OPTIONS})
-  target_precompile_headers(test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 endfunction()
 
 function(pallwatch_test_sources target)
