@@ -6,7 +6,9 @@
 
 using namespace harness;
 using namespace outside;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 
@@ -16,7 +18,9 @@ namespace {
 class Dev : public testing::Test {
   protected:
     Dev() {
+        fs::create_directory(directory.path("tools"));
         fs::copy_file("dev", directory.path("dev"));
+        fs::copy("tools/dev", directory.path("tools/dev"));
         standIn("dpkg-query", "echo install ok installed");
         standIn("man", "echo page of $1");
     }
@@ -24,14 +28,43 @@ class Dev : public testing::Test {
     void standIn(const std::string& program, const std::string& script) const {
         fs::create_directories(fs::path(directory.path(program)).parent_path());
         const std::string path = directory.write(program, "#!/bin/sh\n" + script + "\n");
-        fs::permissions(path, fs::perms::owner_all);
+        fs::permissions(path, fs::perms(0755));
     }
 
-    Result dev(const Words& words) const {
-        Words all{"env", "PATH=" + directory.path() + ":" + std::getenv("PATH"),
-                  directory.path("dev")};
+    Words command(const Words& words, const std::string& searchPath) const {
+        Words all{"env", "PATH=" + directory.path() + ":" + searchPath, directory.path("dev")};
         all.insert(all.end(), words.begin(), words.end());
+        return all;
+    }
+
+    Result dev(const Words& words) const { return run(command(words, std::getenv("PATH"))); }
+
+    // The same for a user without any privilege. Only root can become one, others are one already.
+    Result devAsOrdinaryUser(const Words& words, const std::string& searchPath) const {
+        fs::permissions(directory.path(), fs::perms(0755));
+        Words all = command(words, searchPath);
+        if (::geteuid() == 0) {
+            const Words drop{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+            all.insert(all.begin(), drop.begin(), drop.end());
+        }
         return run(all);
+    }
+
+    // No package is installed. apt-get writes its arguments to a file, and prints what it prints
+    // when it installs.
+    void installs() const {
+        standIn("dpkg-query", "exit 1");
+        standIn("sudo", "exec \"$@\"");
+        standIn("apt-get", "echo $* >>" + directory.path("apt-get.log") + R"(
+case "$*" in *install*)
+  echo 'Reading package lists...'
+  echo '0 upgraded, 73 newly installed, 0 to remove and 0 not upgraded.'
+  echo 'Need to get 89.1 MB of archives.'
+  echo 'After this operation, 358 MB of additional disk space will be used.'
+  echo 'dlstatus:1:12.5:Retrieving file 1 of 73'
+  echo 'dlstatus:2:25.0:Retrieving file 2 of 73'
+  echo 'pmstatus:gcc:50.0:Unpacking gcc'
+esac)");
     }
 
     const TemporaryDirectory directory;
@@ -73,6 +106,16 @@ TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
         {{"lint", "--recent", "src"}, "lint knows --recent, not '--recent src'"},
         {{"check", "src"}, "check knows --short, not 'src'"},
         {{"coverage", "src"}, "coverage takes nothing, not 'src'"},
+        {{"test", "--fast"},
+         "test: invalid argument '--fast'; ./dev test --help lists the valid ones"},
+        {{"test", "--daemon", "-R"}, "test -R needs a value"},
+        {{"test", "--arch", "armhf", "fast"},
+         "test: invalid argument 'fast'; ./dev test --help lists the valid ones"},
+        {{"soak", "--minutes", "long"}, "soak --minutes needs a number"},
+        {{"soak", "--hours", "1"},
+         "soak: invalid argument '--hours'; ./dev soak --help lists the valid ones"},
+        {{"prove", "--short", "5"},
+         "prove: invalid argument '5'; ./dev prove --help lists the valid ones"},
     };
     for (const auto& [words, complaint] : misuses) {
         const Result result = dev(words);
@@ -163,19 +206,26 @@ TEST_F(Dev, RunRefusesAnUnknownProductBeforeTheBuild) {
 
 TEST_F(Dev, RunTakesAProductWhateverItsCapitals) {
     standIn("cmake", "echo built; exit 3");
-    EXPECT_EQ(dev({"run", "--product", "keli"}).error, "built\n");
+    EXPECT_THAT(dev({"run", "--product", "keli"}).error, EndsWith(" processors\nbuilt\n"));
 }
 
 TEST_F(Dev, HelpOfAVerbIsWhatTheWholeHelpSaysOfIt) {
     const std::string all = dev({"--help"}).output;
-    for (const char* verb :
-         {"run", "shell", "man", "test", "bench", "lint", "check", "coverage", "fuzz"}) {
+    for (const char* verb : {"run", "shell", "man", "test", "bench", "lint", "check", "coverage",
+                             "fuzz", "soak", "prove", "package"}) {
         const Result result = dev({verb, "--help"});
         EXPECT_EQ(result.status, 0) << verb;
         EXPECT_EQ(result.error, "") << verb;
         EXPECT_THAT(result.output, StartsWith(std::string("  ./dev ") + verb + " "));
         EXPECT_THAT(all, HasSubstr(result.output));
         EXPECT_EQ(result.output.find("\n  ./dev"), std::string::npos) << result.output;
+    }
+}
+
+TEST_F(Dev, HelpFits80Columns) {
+    std::istringstream help(dev({}).output);
+    for (std::string line; std::getline(help, line);) {
+        EXPECT_LE(line.size(), 80u) << line;
     }
 }
 
@@ -207,7 +257,96 @@ TEST_F(Dev, ABuildThatFailsIsTheEnd) {
     standIn("cmake", "echo broken; exit 3");
     const Result result = dev({"run"});
     EXPECT_EQ(result.status, 3);
-    EXPECT_EQ(result.error, "broken\n");
+    EXPECT_THAT(result.error, EndsWith(" processors\nbroken\n"));
+}
+
+TEST_F(Dev, RunSaysWhatItInstallsAndHowLongTheFirstBuildTakes) {
+    installs();
+    standIn("cmake", "echo broken; exit 3");
+    const Result result = dev({"run"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_THAT(result.error,
+                MatchesRegex("dev: installing g\\+\\+ cmake [^\n]*\n"
+                             "dev: 73 packages, 89.1 MB to download, 358 MB on the disk\n"
+                             "dev: downloading\n"
+                             "dev: installing\n"
+                             "dev: building; the first time takes about [0-9]+ min on [0-9]+ "
+                             "processors\n"
+                             "broken\n"));
+}
+
+TEST_F(Dev, RunShowsTheProgressOfAnInstallationOnATerminal) {
+    installs();
+    standIn("cmake", "exit 3");
+    const Result result =
+        run({"script", "-qec", "PATH=" + directory.path() + ":$PATH " + directory.path("dev run"),
+             "/dev/null"});
+    EXPECT_THAT(result.output, HasSubstr("\rdev: downloading:  12 %\33[K"
+                                         "\rdev: downloading:  25 %\33[K"
+                                         "\rdev: installing:  50 %\33[K"
+                                         "\r\33[K"));
+}
+
+TEST_F(Dev, RunInstallsAndConfiguresNothingThatOnlyTestsNeed) {
+    installs();
+    standIn("cmake", "echo $*; exit 3");
+    EXPECT_THAT(dev({"run"}).error, HasSubstr("--preset default -DBUILD_TESTING=OFF\n"));
+    const std::string forRun = directory.read("apt-get.log");
+    EXPECT_THAT(forRun, HasSubstr(" libcli11-dev "));
+    EXPECT_THAT(dev({"test"}).error, EndsWith("--preset default\n"));
+    const std::string forTest = directory.read("apt-get.log").substr(forRun.size());
+    for (const char* package : {" libgtest-dev ", " man-db ", " zsh"}) {
+        EXPECT_THAT(forRun, Not(HasSubstr(package)));
+        EXPECT_THAT(forTest, HasSubstr(package));
+    }
+}
+
+TEST_F(Dev, RunKeepsTheTestsOfABuildThatHasThem) {
+    fs::create_directories(directory.path("build/default"));
+    directory.write("build/default/CMakeCache.txt", "BUILD_TESTING:BOOL=ON\n");
+    standIn("cmake", "echo $*; exit 3");
+    EXPECT_THAT(dev({"run"}).error, Not(HasSubstr("BUILD_TESTING")));
+}
+
+TEST_F(Dev, ShowsWhyPackagesCannotBeInstalled) {
+    installs();
+    standIn("apt-get", "echo pmstatus:gcc:1.0:Unpacking gcc; echo no such host; exit 100");
+    const Result result = dev({"run"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, EndsWith("no such host\ndev: cannot update the lists of packages\n"));
+}
+
+// Every program of this machine but sudo.
+TEST_F(Dev, WithoutSudoItNamesThePackagesInOneLine) {
+    standIn("dpkg-query", "exit 1");
+    fs::create_directory(directory.path("programs"));
+    for (const auto& entry : fs::directory_iterator("/usr/bin")) {
+        if (entry.path().filename() != "sudo") {
+            fs::create_symlink(entry.path(),
+                               fs::path(directory.path("programs")) / entry.path().filename());
+        }
+    }
+    const Result result = devAsOrdinaryUser({"run"}, directory.path("programs"));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error,
+                MatchesRegex("dev: packages are missing; install them as root: "
+                             "apt-get install --no-install-recommends g\\+\\+ [^\n]*\n"));
+}
+
+TEST_F(Dev, InACheckoutThatItCannotWriteToItSaysSoInOneLine) {
+    standIn("cmake", "echo built >&2");
+    fs::create_directory(directory.path("build"));
+    directory.write("build/lock", "");
+    fs::permissions(directory.path("build/lock"), fs::perms(0444));
+    fs::permissions(directory.path("build"), fs::perms(0555));
+    for (const Words& words : {Words{"run"}, Words{"man", "pallctl"}, Words{"test"}}) {
+        const Result result = devAsOrdinaryUser(words, std::getenv("PATH"));
+        EXPECT_EQ(result.status, 1);
+        EXPECT_THAT(result.error, MatchesRegex("dev: cannot write to " + directory.path() +
+                                               "/build/lock of user [^\n]*; use a checkout of "
+                                               "your own\n"));
+    }
+    fs::permissions(directory.path("build"), fs::perms(0755));
 }
 
 TEST_F(Dev, ShellSaysWhatToStartFirst) {
