@@ -57,8 +57,7 @@ Words listOptionNames(const CLI::App& command) {
         }
     }
     std::ranges::sort(names);
-    const auto repeated = std::ranges::unique(names);
-    names.erase(repeated.begin(), repeated.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
     return names;
 }
 

@@ -185,7 +185,7 @@ std::string Client::describeUnknown(const std::string& name) const {
         leaves.push_back(device_.leafName(known));
     }
     std::ranges::sort(leaves);
-    leaves.erase(std::ranges::unique(leaves).begin(), leaves.end());
+    leaves.erase(std::unique(leaves.begin(), leaves.end()), leaves.end());
     return "not found" + cli::suggest(device_.leafName(name), leaves);
 }
 
