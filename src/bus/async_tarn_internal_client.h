@@ -3,8 +3,8 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
+#include <list>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -112,7 +112,7 @@ class AsyncTarnInternalClient {
     NetStringStreamParser parser_;
     bool paused_ = false;
     bool handingOn_ = false;
-    std::deque<Payload> kept_;  // received while paused: no more than one chunk completes
+    std::list<Payload> kept_;  // received while paused: no more than one chunk completes
     std::chrono::milliseconds heartbeatPeriod_{5000};
     bool moduleReady_ = false;
     bool standby_ = true;

@@ -92,14 +92,14 @@ util::UniqueJSON ToskDevice::publishedParamsToJSON() const {
 
 util::UniqueJSON ToskDevice::publishedParamsToRaw() const {
     std::string text("{");
-    std::size_t place = 0;
+    auto saved = savedTexts_.begin();
     for (const auto& [key, param] : params_) {
         if (param->published()) {
-            if (place == savedTexts_.size()) {
-                savedTexts_.emplace_back();
+            if (saved == savedTexts_.end()) {
+                saved = savedTexts_.emplace(saved);
             }
-            text += place == 0 ? "" : ",";
-            text += savedTexts_[place++].update(*param);
+            text.append(saved == savedTexts_.begin() ? "" : ",").append(saved->update(*param));
+            ++saved;
         }
     }
     text.append(1, '\n').append(model::SavedText::kDepth - 1, '\t').append(1, '}');
@@ -114,7 +114,7 @@ util::UniqueJSON ToskDevice::valuesToJSON() const {
     return json;
 }
 
-ToskParam* ToskDevice::findParam(const std::string& key) const {
+ToskParam* ToskDevice::findParam(std::string_view key) const {
     const auto found = params_.find(key);
     return found == params_.end() ? nullptr : found->second.get();
 }

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <list>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "model/saved_text.h"
@@ -17,7 +20,7 @@
 class ToskDevice : public ToskObject {
   public:
     // In ascending byte order of the keys.
-    using Params = std::map<std::string, std::unique_ptr<ToskParam>>;
+    using Params = std::map<std::string, std::unique_ptr<ToskParam>, std::less<>>;
 
     ToskDevice() : ToskObject(model::kKindDevice) {}
     ToskDevice(const ToskDevice&) = delete;
@@ -41,7 +44,7 @@ class ToskDevice : public ToskObject {
     util::UniqueJSON valuesToJSON() const;
 
     // The parameter that was stored under this text, even if it was renamed; null for none.
-    ToskParam* findParam(const std::string& key) const;
+    ToskParam* findParam(std::string_view key) const;
 
     // The first parameter, in key order, of exactly this display name; null for none.
     ToskParam* findParamByName(const std::string& name) const;
@@ -68,7 +71,7 @@ class ToskDevice : public ToskObject {
     util::UniqueJSON publishedParamsToRaw() const;
 
     Params params_;
-    mutable std::vector<model::SavedText> savedTexts_;  // in the order of the published parameters
+    mutable std::list<model::SavedText> savedTexts_;  // in the order of the published parameters
     int32_t slot_ = 0;
     std::vector<std::unique_ptr<ToskMenuGroup>> readGroups_;
 };

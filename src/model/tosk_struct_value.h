@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "model/tosk_param.h"
@@ -36,7 +36,7 @@ class ToskStructValue : public ToskValue {
 
   private:
     // The place of the first member of each name, for members without a prefix.
-    using Places = std::unordered_map<std::string, std::size_t>;
+    using Places = std::map<std::string, std::size_t>;
     bool fits(const Places& places, const cJSON* item) const;
     void notePlace(Places& places, std::size_t place) const;
     void readMember(Places& places, const cJSON* json, const std::string& memberName);

@@ -6,8 +6,8 @@
 
 #include <syslog.h>
 
+#include <set>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 
 #include "bus/messages.h"
@@ -45,7 +45,7 @@ util::UniqueJSON singleMember(const char* key, util::UniqueJSON value) {
 // their answers.
 template <typename Use>
 void forEachName(const lumo::NameQuery::Names& names, Use use) {
-    std::unordered_set<std::string_view> seen;
+    std::set<std::string_view> seen;
     for (const std::string_view name : names) {
         if (names.size() == 1 || seen.insert(name).second) {
             use(name);

@@ -4,14 +4,25 @@ namespace systemstate {
 
 namespace {
 
-BondSlave decodeSlave(const Block& block) {
-    return {.interface = blockText(block, "Slave Interface"),
-            .miiStatus = blockText(block, "MII Status"),
-            .speed = blockText(block, "Speed"),
-            .duplex = blockText(block, "Duplex"),
-            .linkFailureCount = blockText(block, "Link Failure Count"),
-            .permanentAddress = blockText(block, "Permanent HW addr"),
-            .queueId = blockText(block, "Slave queue ID")};
+struct SlaveKey {
+    const char* name;
+    std::string BondSlave::*text;
+};
+
+constexpr SlaveKey kSlaveKeys[] = {
+    {"Slave Interface", &BondSlave::interface},
+    {"MII Status", &BondSlave::miiStatus},
+    {"Speed", &BondSlave::speed},
+    {"Duplex", &BondSlave::duplex},
+    {"Link Failure Count", &BondSlave::linkFailureCount},
+    {"Permanent HW addr", &BondSlave::permanentAddress},
+    {"Slave queue ID", &BondSlave::queueId},
+};
+
+void decodeSlave(BondSlave& slave, const Block& block) {
+    for (const SlaveKey& key : kSlaveKeys) {
+        slave.*key.text = blockText(block, key.name);
+    }
 }
 
 }  // namespace
@@ -28,7 +39,7 @@ std::optional<BondingStatus> decodeBonding(const std::vector<Block>& blocks,
     bond.upDelay = blockInteger(header, "Up Delay (ms)", bond.unread);
     bond.downDelay = blockInteger(header, "Down Delay (ms)", bond.unread);
     for (std::size_t i = 0; i < bond.slaves.size(); ++i) {
-        bond.slaves[i] = decodeSlave(blocks[headerBlock + 1 + i]);
+        decodeSlave(bond.slaves[i], blocks[headerBlock + 1 + i]);
     }
     return bond;
 }

@@ -1,5 +1,9 @@
 #include "systemstate/network_settings.h"
 
+#include <array>
+#include <cstdio>
+#include <utility>
+
 #include "util/text.h"
 
 namespace systemstate {
@@ -80,8 +84,10 @@ uint32_t parseDotted(std::string_view text) {
 }
 
 std::string dottedText(uint32_t address) {
-    return std::to_string(address >> 24) + '.' + std::to_string(address >> 16 & 0xFF) + '.' +
-           std::to_string(address >> 8 & 0xFF) + '.' + std::to_string(address & 0xFF);
+    std::array<char, sizeof "255.255.255.255"> text{};
+    std::snprintf(text.data(), text.size(), "%u.%u.%u.%u", address >> 24, address >> 16 & 0xFF,
+                  address >> 8 & 0xFF, address & 0xFF);
+    return text.data();
 }
 
 NetworkConf decodeNetworkConf(std::string_view text) {
@@ -94,7 +100,12 @@ NetworkConf decodeNetworkConf(std::string_view text) {
 
 std::string renderNetworkConf(const std::string& ip, const std::string& netmask,
                               const std::string& gateway) {
-    return "USE_DHCP=0\nIPADDR=" + ip + "\nNETMASK=" + netmask + "\nGATEWAY=" + gateway + '\n';
+    std::string text = "USE_DHCP=0\n";
+    for (const auto& [key, value] : {std::pair("IPADDR=", &ip), std::pair("NETMASK=", &netmask),
+                                     std::pair("GATEWAY=", &gateway)}) {
+        text.append(key).append(*value).append(1, '\n');
+    }
+    return text;
 }
 
 }  // namespace systemstate

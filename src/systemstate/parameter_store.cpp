@@ -12,38 +12,38 @@ ToskDevice* ParameterStore::device() const {
     return structure_.devices().empty() ? nullptr : structure_.devices().front();
 }
 
-ToskParam* ParameterStore::find(const std::string& key) const {
+ToskParam* ParameterStore::find(std::string_view key) const {
     const ToskDevice* const held = device();
     return held == nullptr ? nullptr : held->findParam(key);
 }
 
-void ParameterStore::setInteger(const std::string& key, int64_t value) {
+void ParameterStore::setInteger(std::string_view key, int64_t value) {
     set(key, ToskIntegerValue(value));
 }
 
-void ParameterStore::setFloat(const std::string& key, double value) {
+void ParameterStore::setFloat(std::string_view key, double value) {
     set(key, ToskFloatValue(value));
 }
 
-void ParameterStore::setText(const std::string& key, const std::string& value) {
+void ParameterStore::setText(std::string_view key, const std::string& value) {
     set(key, ToskStringValue(value));
 }
 
-bool ParameterStore::publishInteger(const std::string& key, int64_t reading) {
+bool ParameterStore::publishInteger(std::string_view key, int64_t reading) {
     return publish(key, ToskIntegerValue(reading));
 }
 
-bool ParameterStore::publishFloat(const std::string& key, double reading) {
+bool ParameterStore::publishFloat(std::string_view key, double reading) {
     return publish(key, ToskFloatValue(reading));
 }
 
-void ParameterStore::set(const std::string& key, const ToskValue& value) {
+void ParameterStore::set(std::string_view key, const ToskValue& value) {
     if (ToskParam* const param = find(key)) {
         param->setValueFrom(&value);
     }
 }
 
-bool ParameterStore::publish(const std::string& key, const ToskValue& reading) {
+bool ParameterStore::publish(std::string_view key, const ToskValue& reading) {
     ToskParam* const param = find(key);
     if (param == nullptr || !param->storeValueFrom(&reading)) {
         return false;

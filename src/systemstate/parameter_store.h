@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "model/tosk_persisted_structure.h"
 
@@ -23,23 +24,23 @@ class ParameterStore {
     // The first device; null until one was read or built.
     ToskDevice* device() const;
     // Null when there is no such parameter.
-    ToskParam* find(const std::string& key) const;
+    ToskParam* find(std::string_view key) const;
 
     // Set a value that differs from the held one and call the parameter's listener, which performs
     // the reaction to the set. A missing parameter is passed over, and so is one whose value is of
     // another kind.
-    void setInteger(const std::string& key, int64_t value);
-    void setFloat(const std::string& key, double value);
-    void setText(const std::string& key, const std::string& value);
+    void setInteger(std::string_view key, int64_t value);
+    void setFloat(std::string_view key, double value);
+    void setText(std::string_view key, const std::string& value);
 
     // Store a reading that differs from the held one and report it. Nothing is carried out; what
     // is passed over is the same. True when it was reported.
-    bool publishInteger(const std::string& key, int64_t reading);
-    bool publishFloat(const std::string& key, double reading);
+    bool publishInteger(std::string_view key, int64_t reading);
+    bool publishFloat(std::string_view key, double reading);
 
   private:
-    void set(const std::string& key, const ToskValue& value);
-    bool publish(const std::string& key, const ToskValue& reading);
+    void set(std::string_view key, const ToskValue& value);
+    bool publish(std::string_view key, const ToskValue& reading);
 
     const ToskPersistedStructure& structure_;
     const ReadingChanged readingChanged_;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "model/tosk_persisted_structure.h"
 #include "systemstate/controller_details.h"
@@ -56,7 +57,7 @@ class SystemState : public ToskPersistedStructure, public ToskValueChangeListene
     // The first device of the list; null until one was read or built.
     ToskDevice* device() const { return parameters_.device(); }
     // By the key the parameter was stored under; null when there is none.
-    ToskParam* findParam(const std::string& key) const { return parameters_.find(key); }
+    ToskParam* findParam(std::string_view key) const { return parameters_.find(key); }
     systemstate::ParameterStore& parameters() { return parameters_; }
 
     // The callback that announces changes; called on the thread that changed the parameter. Set it

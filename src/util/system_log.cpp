@@ -242,16 +242,11 @@ LogTime::LogTime(std::time_t moment) : moment_(moment) {
 LogLineHeader::LogLineHeader(int priority, const LogTime& time, std::string_view ident) {
     std::array<char, std::numeric_limits<int>::digits10 + 2> digits;
     const char* const end = std::to_chars(digits.begin(), digits.end(), priority).ptr;
-    append("<");
-    append({digits.data(), end});
-    append(">");
-    append(time.text());
-    append(ident);
-    append(": ");
-}
-
-void LogLineHeader::append(std::string_view part) {
-    size_ += part.copy(bytes_.data() + size_, bytes_.size() - size_);
+    for (const std::string_view part :
+         {std::string_view("<"), std::string_view(digits.data(), end), std::string_view(">"),
+          time.text(), ident, std::string_view(": ")}) {
+        size_ += part.copy(bytes_.data() + size_, bytes_.size() - size_);
+    }
 }
 
 }  // namespace util

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <ctime>
-#include <deque>
+#include <list>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -31,8 +31,6 @@ class LogLineHeader {
     std::string_view text() const { return {bytes_.data(), size_}; }
 
   private:
-    void append(std::string_view part);
-
     std::array<char, 127> bytes_;
     std::size_t size_ = 0;
 };
@@ -88,7 +86,7 @@ class SystemLog {
     int facility_;
     int type_;  // of the socket, the one that the log was last found to have
     int socket_ = -1;
-    std::deque<std::string> kept_;
+    std::list<std::string> kept_;
     std::size_t keptBytes_ = 0;
     std::size_t lost_ = 0;
     bool blocked_ = false;

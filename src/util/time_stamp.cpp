@@ -29,12 +29,10 @@ void printSecondsStamp() {
 std::string timeStamp(const timeval& moment) {
     tm local{};
     localtime_r(&moment.tv_sec, &local);
-    std::array<char, 64> clock{};
-    std::strftime(clock.data(), clock.size(), "%H:%M:%S", &local);
-    std::array<char, 64> fraction{};
-    std::snprintf(fraction.data(), fraction.size(), ".%03ld\t",
-                  static_cast<long>(moment.tv_usec / 1000));
-    return std::string(clock.data()) + fraction.data();
+    std::array<char, 64> stamp{};
+    std::snprintf(stamp.data(), stamp.size(), "%02d:%02d:%02d.%03ld\t", local.tm_hour, local.tm_min,
+                  local.tm_sec, static_cast<long>(moment.tv_usec / 1000));
+    return stamp.data();
 }
 
 std::string secondsStamp(const timeval& moment) {
