@@ -61,6 +61,7 @@ ExitStatus exportSettings(const Options& options) {
         }
     }
     std::vector<std::string> network;
+    network.reserve(kNetworkMembers.size());
     for (const NetworkMember& member : kNetworkMembers) {
         network.emplace_back(member.leaf);
     }

@@ -85,7 +85,8 @@ class Import {
             const std::string problem =
                 seen.insert(name).second ? plan(name, setting.value) : "given more than once";
             if (!problem.empty()) {
-                errors_.add(setting.line, cli::escapeForTerminal(name + ": " + problem));
+                errors_.add(setting.line, cli::escapeForTerminal(name).append(": ").append(
+                                              cli::escapeForTerminal(problem)));
             }
         }
     }

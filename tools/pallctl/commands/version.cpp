@@ -85,6 +85,7 @@ ExitStatus version(const Options& options) {
     client::Client client(options.connection(), client::Subscription::answers);
     const std::vector<client::Parameter> facts = collectFacts(client.device());
     std::vector<const client::Parameter*> parameters;
+    parameters.reserve(facts.size() + kFrameNames.size());
     for (const client::Parameter& fact : facts) {
         parameters.push_back(&fact);
     }

@@ -9,7 +9,7 @@ namespace pallctl {
 
 namespace {
 
-constexpr std::string_view kOwner("GNU", 4);  // with its NUL
+constexpr std::string_view kOwner{ELF_NOTE_GNU, sizeof ELF_NOTE_GNU};  // with its NUL
 constexpr size_t kNoteAlignment = 4;
 
 template <typename Record>
@@ -61,8 +61,8 @@ std::optional<std::string> findInSegments(std::string_view file) {
         const auto segment = readRecord<Segment>(
             file, static_cast<size_t>(header->e_phoff) + number * header->e_phentsize);
         if (segment && segment->p_type == PT_NOTE && segment->p_offset <= file.size()) {
-            const auto found = findInNotes(file.substr(static_cast<size_t>(segment->p_offset),
-                                                       static_cast<size_t>(segment->p_filesz)));
+            auto found = findInNotes(file.substr(static_cast<size_t>(segment->p_offset),
+                                                 static_cast<size_t>(segment->p_filesz)));
             if (found) {
                 return found;
             }
