@@ -184,7 +184,7 @@ TEST(Enter, TheEndOfTheFrameLeavesTheTerminalAsItWas) {
     EXPECT_EQ(readFile(after), readFile(before));
     EXPECT_THAT(terminal.screen().text(),
                 AllOf(HasSubstr("\x1b[?1047l"), HasSubstr("\x1b[?25h"),
-                      EndsWith("pallframe: frame " + number + " has ended\r\n")));
+                      EndsWith("\r\npallframe: frame " + number + " has ended\r\n")));
 }
 
 TEST(List, ShowsWhatRuns) {

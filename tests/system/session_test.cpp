@@ -4,6 +4,7 @@
 #include <iterator>
 #include <sstream>
 
+#include "harness/terminal.h"
 #include "pallframe_process.h"
 #include "systemstate/catalogue.h"
 
@@ -102,6 +103,15 @@ TEST_P(Session, SaysWhichFrameItIs) {
 }
 
 // What ./dev shell enters.
+TEST(SessionOnATerminal, EndsItsLastLineAfterCtrlC) {
+    Terminal terminal(
+        pallframeCommand({"run", "--", PALLWATCH_SESSION, programDirectory(), "watch", "--table"}));
+    terminal.screen().waitFor("system.serial2");
+    terminal.type("\x03");
+    EXPECT_EQ(terminal.waitForEnd(), 130);
+    EXPECT_THAT(terminal.screen().waitForEnd(), testing::EndsWith("^C\r\n"));
+}
+
 TEST(Shell, HasEveryProgramAndItsPageAtHand) {
     Process shown(
         pallframeCommand({"run", "--", PALLWATCH_SESSION, programDirectory(), "watch", "--table"}));

@@ -69,6 +69,17 @@ Words listCommandNames(const CLI::App& command) {
     return names;
 }
 
+// "; choose from cable, psu"; nothing for the program itself, whose help lists its commands.
+std::string formatChoices(const CLI::App& command) {
+    std::string choices;
+    if (command.get_parent() != nullptr) {
+        for (const std::string& name : listCommandNames(command)) {
+            choices += (choices.empty() ? "; choose from " : ", ") + name;
+        }
+    }
+    return choices;
+}
+
 // "set cable: ", for an error that belongs to a command as a whole.
 std::string formatPath(const CLI::App& command) {
     std::string path;
@@ -111,7 +122,7 @@ std::string replace(std::string text, std::string_view part, std::string_view by
 // "NAME is required"
 std::string describeMissingArgument(const CLI::App& command, const std::string& text) {
     const bool needsCommand = command.get_require_subcommand_min() > 0;
-    return needsCommand ? "a command is required"
+    return needsCommand ? formatPath(command) + "a command is required" + formatChoices(command)
                         : formatPath(command) + "missing " + removeEnd(text, " is required");
 }
 
@@ -171,7 +182,9 @@ std::string describeUsageError(const CLI::App& program, const CLI::Error& error)
 }
 
 std::string describeUnknownCommand(const CLI::App& command, const std::string& word) {
-    return "unknown command '" + word + "'" + suggest(word, listCommandNames(command));
+    const std::string suggestion = suggest(word, listCommandNames(command));
+    return "unknown command '" + word + "'" +
+           (suggestion.empty() ? formatChoices(command) : suggestion);
 }
 
 }  // namespace cli

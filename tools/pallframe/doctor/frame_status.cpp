@@ -3,6 +3,7 @@
 
 #include "pallframe/doctor/frame_status.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <sstream>
@@ -143,8 +144,19 @@ FrameStatus readStatus(const FrameRoot& tree) {
             splitLines(tree.read(simulation::paths::kCommands))};
 }
 
+void keepLastCalls(FrameStatus& status, uint64_t count) {
+    auto& calls = status.calls;
+    const auto omitted = calls.size() - std::min<uint64_t>(count, calls.size());
+    calls.erase(calls.begin(), calls.end() - static_cast<ptrdiff_t>(calls.size() - omitted));
+    status.omittedCalls += static_cast<size_t>(omitted);
+}
+
 std::string formatTable(const FrameStatus& status, size_t maxWidth) {
     cli::Table table({"WHAT", {"NAME", 16}, {"STATE", 16}});
+    size_t number = status.omittedCalls;
+    for (const std::string& call : status.calls) {
+        table.add({"call", std::to_string(++number), cli::escapeForTerminal(call)});
+    }
     table.add({"product", "", status.product});
     addDevices(table, status);
     for (const auto& [name, state] : status.services) {
@@ -155,10 +167,6 @@ std::string formatTable(const FrameStatus& status, size_t maxWidth) {
     }
     for (const std::string& path : status.missing) {
         table.add({"file", cli::escapeForTerminal(path), "missing"});
-    }
-    size_t calls = 0;
-    for (const std::string& call : status.calls) {
-        table.add({"call", std::to_string(++calls), cli::escapeForTerminal(call)});
     }
     return table.text(false, maxWidth);
 }

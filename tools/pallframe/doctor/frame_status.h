@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -20,12 +21,17 @@ struct FrameStatus {
     std::vector<std::string> missing;                  // files put aside, sorted
     std::vector<simulation::ProgramSetting> programs;  // those that are slow or fail
     std::vector<std::string> calls;                    // calls of the stub programs, oldest first
+    size_t omittedCalls = 0;                           // older ones, removed from `calls`
 };
 
 // Throws simulation::FrameError when the tree is not a frame.
 FrameStatus readStatus(const simulation::FrameRoot& tree);
 
-// Lines for a person, in a table of at most `maxWidth` columns; 0: any width.
+// Removes the oldest calls; keeps `count` of them.
+void keepLastCalls(FrameStatus& status, uint64_t count);
+
+// Lines for a person, the calls before the state, in a table of at most `maxWidth` columns; 0: any
+// width.
 std::string formatTable(const FrameStatus& status, size_t maxWidth = 0);
 
 // The same as one JSON object on a line, for a program; valid for any texts in the frame.

@@ -101,8 +101,10 @@ util::UniqueJSON makeItem(const Finding& finding) {
 
 std::string formatText(const Diagnosis& diagnosis) {
     std::string text = "product         " + cli::escapeForTerminal(diagnosis.product) + "\n";
-    for (const Finding& finding : diagnosis.findings) {
-        text += formatText(finding);
+    for (const bool areProblems : {true, false}) {
+        for (const Finding& finding : diagnosis.findings) {
+            text += finding.isProblem() == areProblems ? formatText(finding) : "";
+        }
     }
     return text + summary(diagnosis);
 }

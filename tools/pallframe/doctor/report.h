@@ -6,7 +6,8 @@
 
 namespace pallframe::doctor {
 
-// A line for each check, below each problem its consequences, and at the end a summary.
+// A line for each check, the problems first, below each problem its consequences, and at the end a
+// summary.
 std::string formatText(const Diagnosis& diagnosis);
 
 // One JSON object on a line; valid for any texts in the frame.

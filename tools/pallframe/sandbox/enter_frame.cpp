@@ -129,7 +129,9 @@ int joinFrame(const RunningFrame& frame, const std::vector<std::string>& command
     const int status = supervisor.waitFor(child);
     if (status == 128 + SIGKILL && isEnding()) {
         terminal.restore();  // the end of a frame gives no program the time to do it
-        std::fprintf(stderr, "pallframe: frame %d has ended\n", frame.pid);
+        // On a terminal, the cursor may be behind the prompt of a shell that is gone.
+        std::fprintf(stderr, "%spallframe: frame %d has ended\n",
+                     ::isatty(STDERR_FILENO) != 0 ? "\n" : "", frame.pid);
     }
     return status;
 }

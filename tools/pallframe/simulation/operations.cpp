@@ -6,12 +6,15 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 
 #include "cli/parse_number.h"
+#include "cli/timed_script.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/frame_paths.h"
+#include "pallframe/simulation/populate.h"
 #include "pallframe/simulation/stub_programs.h"
 
 namespace pallframe::simulation {
@@ -24,7 +27,7 @@ using Arguments = OperationKind::Arguments;
 
 constexpr double kMaxSupplyVolts = 29.0;  // volts; what the converter can show
 constexpr double kMaxBatteryVolts = 5.0;  // volts
-constexpr double kMaxPauseSeconds = 3600.0;
+constexpr std::chrono::hours kMaxDelay{1};
 constexpr int kMaxExitStatus = 255;
 
 [[noreturn]] void refuse(const std::string& word, const std::string& wanted) {
@@ -71,9 +74,18 @@ std::string parsePath(const std::string& word) {
     return named;
 }
 
+// "; it needs --product Tessara or Tessara-5ru", for a file that other products have.
+std::string nameProductsWith(const std::string& path) {
+    std::string names;
+    for (const std::string_view name : findProductsWith(path)) {
+        names.append(names.empty() ? "; it needs --product " : " or ").append(name);
+    }
+    return names;
+}
+
 void requireThere(const FrameRoot& tree, const std::string& path) {
     if (!tree.exists(tree.whereKept(path))) {
-        throw FrameError("the frame has no file '" + path + "'");
+        throw FrameError("the frame has no file '" + path + "'" + nameProductsWith(path));
     }
 }
 
@@ -129,7 +141,14 @@ Operation edit(Arguments words) {
 }
 
 Operation delay(Arguments words) {
-    const double seconds = parseNumberUpTo(kMaxPauseSeconds, words[1]);
+    const auto time = cli::script::parseDuration(words[1]);
+    if (!time) {
+        throw FrameError(cli::script::invalidDuration(words[1]));
+    }
+    if (*time > kMaxDelay) {
+        refuse(words[1], "a time of at most 1h");
+    }
+    const double seconds = std::chrono::duration<double>(*time).count();
     return {[program = parseProgram(words[0]), seconds](const FrameRoot& tree) {
         setPause(tree, program, seconds);
     }};
@@ -148,7 +167,7 @@ constexpr std::array<OperationKind, 7> kKinds{{
     {"battery", {"VOLTS", ""}, battery, "Voltage of the battery under load; 0: no battery"},
     {"file", {"PATH", "STATE"}, file, "Set a file aside (missing) or restore it (present)"},
     {"edit", {"PATH", "LINE"}, edit, "Write this line KEY=VALUE to a file, as an editor would"},
-    {"delay", {"PROGRAM", "SECONDS"}, delay, "Time that each call takes, such as of S40network"},
+    {"delay", {"PROGRAM", "TIME"}, delay, "Time that each call takes, such as of S40network"},
     {"exit-status",
      {"PROGRAM", "STATUS"},
      exitStatus,

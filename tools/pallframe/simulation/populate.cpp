@@ -1,5 +1,6 @@
 #include "pallframe/simulation/populate.h"
 
+#include <algorithm>
 #include <array>
 
 #include "pallframe/simulation/devices.h"
@@ -103,6 +104,17 @@ void placeDevices(const FrameRoot& tree) {
 }
 
 }  // namespace
+
+std::vector<std::string_view> findProductsWith(std::string_view path) {
+    std::vector<std::string_view> names;
+    const auto* const file = std::ranges::find(kFiles, path, &FrameFile::path);
+    for (const Product& product : products()) {
+        if (file != kFiles.end() && file->belongsTo(product)) {
+            names.push_back(product.name);
+        }
+    }
+    return names;
+}
 
 void populate(const FrameRoot& tree, const Product& product) {
     for (const std::string_view path : kTransient) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string_view>
+#include <vector>
+
 #include "pallframe/simulation/frame_root.h"
 #include "pallframe/simulation/product.h"
 
@@ -10,5 +13,9 @@ namespace pallframe::simulation {
 // this one has not is taken away; files that the simulation knows nothing of stay. Throws
 // std::system_error.
 void populate(const FrameRoot& tree, const Product& product);
+
+// The names of the products whose frames have this file from the start; empty for a file that
+// populate() does not make.
+std::vector<std::string_view> findProductsWith(std::string_view path);
 
 }  // namespace pallframe::simulation

@@ -74,7 +74,8 @@ TEST_F(CommandLineTest, NamesTheUnknownCommandOrOption) {
     EXPECT_EQ(run("--outer"), kUsageError);
     EXPECT_EQ(errors_, "tool: unknown option '--outer' (--help tells more)\n");
     EXPECT_EQ(run("outer"), kUsageError);
-    EXPECT_EQ(errors_, "tool: a command is required (--help tells more)\n");
+    EXPECT_EQ(errors_,
+              "tool: outer: a command is required; choose from inner (--help tells more)\n");
 }
 
 TEST_F(CommandLineTest, PrintsVersionAndHelpOnStandardOutput) {

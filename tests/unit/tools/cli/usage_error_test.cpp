@@ -105,6 +105,8 @@ TEST_F(UsageErrorTest, SuggestsCommandsAndOptions) {
     EXPECT_EQ(explain({"lst"}), "unknown command 'lst'; did you mean 'list'?");
     EXPECT_EQ(explain({"SET", "x"}), "unknown command 'SET'; did you mean 'set'?");
     EXPECT_EQ(explain({"set", "cabel"}), "set: unknown command 'cabel'; did you mean 'cable'?");
+    EXPECT_EQ(explain({"set", "foo"}), "set: unknown command 'foo'; choose from cable");
+    EXPECT_EQ(explain({"set"}), "set: a command is required; choose from cable");
     EXPECT_EQ(explain({"list", "--jsno"}), "list: unknown option '--jsno'; did you mean '--json'?");
     EXPECT_EQ(explain({"get", "--prot", "3"}),
               "get: unknown option '--prot'; did you mean '--port'?");

@@ -9,6 +9,7 @@
 
 using namespace pallframe::simulation;
 using namespace pallframe::doctor;
+using testing::HasSubstr;
 
 namespace {
 
@@ -46,6 +47,9 @@ TEST_F(Status, ShowsEverythingThatHappened) {
     tree.setAside(paths::kEeprom);
     EXPECT_EQ(table(),
               "WHAT     NAME         STATE\n"
+              "call     1            /sbin/devmem 0x8aa00014 32 0x01\n"
+              "call     2            /etc/init.d/S56tcpsvd stop\n"
+              "call     3            /etc/init.d/S50dropbear restart\n"
               "product               Tessara\n"
               "port     eth0         down, failures: 1\n"
               "port     eth1         up, active\n"
@@ -55,10 +59,24 @@ TEST_F(Status, ShowsEverythingThatHappened) {
               "service  ftp          stopped\n"
               "program  S40network   takes 0.5 s\n"
               "program  S50dropbear  takes 0.25 s, fails with 1\n"
-              "file     /tmp/eeprom  missing\n"
-              "call     1            /sbin/devmem 0x8aa00014 32 0x01\n"
-              "call     2            /etc/init.d/S56tcpsvd stop\n"
-              "call     3            /etc/init.d/S50dropbear restart\n");
+              "file     /tmp/eeprom  missing\n");
+}
+
+TEST_F(Status, KeepsTheLastCallsAndTheirNumbers) {
+    populateAs("Quorane");
+    for (const char* const argument : {"1", "2", "3"}) {
+        runProgram(tree, {"/vantor/bin/briskel", argument});
+    }
+    FrameStatus status = readStatus(tree);
+    keepLastCalls(status, 5);
+    EXPECT_EQ(status.calls.size(), 3u);
+    keepLastCalls(status, 2);
+    EXPECT_THAT(formatTable(status), HasSubstr("STATE\n"
+                                               "call     2           /vantor/bin/briskel 2\n"
+                                               "call     3           /vantor/bin/briskel 3\n"
+                                               "product              Quorane\n"));
+    keepLastCalls(status, 0);
+    EXPECT_THAT(formatTable(status), HasSubstr("STATE\nproduct"));
 }
 
 TEST_F(Status, IsAvailableAsJSON) {

@@ -22,16 +22,16 @@ const Diagnosis kSome{
      {"/root/secret", State::notAccessible, "Permission denied"},
      {"/dev/log", State::notRunning, "needs a running frame"}}};
 
-TEST(Report, HasALineForEachCheckAndWhatFollowsBelow) {
+TEST(Report, HasTheProblemsFirstAndWhatFollowsBelowEach) {
     EXPECT_EQ(formatText(kSome),
               "product         KELI\n"
-              "ok              /etc/fine\n"
-              "ok              /etc/marker (present)\n"
-              "    sshEnabled 0: the service is off\n"
               "missing         /etc/gone (No such file or directory)\n"
               "    version \"read error\", frameName\n"
               "not executable  /sbin/tool (not an executable file)\n"
               "    nothing is done\n"
+              "ok              /etc/fine\n"
+              "ok              /etc/marker (present)\n"
+              "    sshEnabled 0: the service is off\n"
               "skipped         /root/secret (Permission denied)\n"
               "skipped         /dev/log (needs a running frame)\n"
               "2 of 6 checks failed; 1 skipped (needs root); 1 skipped (needs a running frame).\n");

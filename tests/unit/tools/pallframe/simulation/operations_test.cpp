@@ -140,7 +140,8 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{{"edit", "/etc/build.prop", "VERSION"}, "'VERSION' is not one line KEY=VALUE"},
         Bad{{"edit", "/etc/build.prop", "A=1\nB=2"}, "'A=1\nB=2' is not one line KEY=VALUE"},
         Bad{{"delay", "S99nothing", "1"}, "the frame has no program 'S99nothing'"},
-        Bad{{"delay", "S40network", "3601"}, "'3601' is not a number from 0 to 3600"},
+        Bad{{"delay", "S40network", "3601"}, "'3601' is not a time of at most 1h"},
+        Bad{{"delay", "S40network", "5 s"}, "invalid duration '5 s'"},
         Bad{{"exit-status", "S40network", "256"}, "'256' is not a number from 0 to 255"},
         Bad{{"exit-status", "S40network", "1.5"}, "'1.5' is not a number from 0 to 255"}));
 

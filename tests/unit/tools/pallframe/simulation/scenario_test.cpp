@@ -133,6 +133,13 @@ TEST_F(ScenarioTest, FilesThatTheFrameDoesNotHaveAreFoundBeforehand) {
     EXPECT_TRUE(tree.exists("/tmp/eeprom")) << "nothing was done yet";
 }
 
+TEST_F(ScenarioTest, ForAnotherProductItNamesTheProduct) {
+    populateAs("KELI");
+    EXPECT_EQ(checkAgainst(tree, "file /tmp/tessaradetect.txt missing"),
+              "x:1: the frame has no file '/tmp/tessaradetect.txt'; it needs --product Tessara or "
+              "Tessara-5ru");
+}
+
 TEST_F(ScenarioTest, AFileMayBeTakenAwayThatAnEarlierLineBrings) {
     populateAs("KELI");
     tree.setAside("/etc/build.prop");
