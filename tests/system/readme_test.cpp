@@ -68,9 +68,10 @@ bool matches(const std::vector<std::string>& shown, const std::vector<std::strin
     return anyNumber || at == printed.size();
 }
 
-TEST(Readme, ShowsWhatIsSeen) {
-    const std::vector<Shown> session = shownIn(readFile("README.md"));
-    ASSERT_GT(session.size(), 5u);
+// Does what the page shows, in one shell inside a frame, and compares the output.
+void expectShown(const std::string& page, size_t atLeast) {
+    const std::vector<Shown> session = shownIn(readFile(page));
+    ASSERT_GE(session.size(), atLeast);
     const Result result = run(withDaemon({"bash", "-c", scriptOf(session)}));
     const std::vector<std::string> printed = partsOf(result.output, kEndOfCommand);
     ASSERT_EQ(printed.size(), session.size()) << result.output << result.error;
@@ -79,6 +80,37 @@ TEST(Readme, ShowsWhatIsSeen) {
             << "$ " << session[i].command << "\nprints\n"
             << printed[i];
     }
+}
+
+TEST(Readme, ShowsWhatIsSeen) {
+    expectShown("README.md", 6);
+}
+
+TEST(PageOnReports, ShowsWhatIsSeen) {
+    expectShown("doc/reporting-bugs.md", 5);
+}
+
+// The text of all blocks of the page that begin with this fence.
+std::string joinBlocks(const std::string& page, const std::string& fence) {
+    std::string text;
+    bool inside = false;
+    for (const std::string& line : linesOf(page)) {
+        if (line.compare(0, 3, "```") == 0) {
+            inside = line == fence;
+        } else if (inside) {
+            text += line + "\n";
+        }
+    }
+    return text;
+}
+
+TEST(PageOnClients, TheClientWorksAsItStands) {
+    const std::string page = readFile("doc/clients.md");
+    const std::string program = joinBlocks(page, "```python");
+    const Result result = run(withDaemon({"python3", "-c", program}));
+    EXPECT_EQ(result.error, "");
+    EXPECT_NE(result.output, "");
+    EXPECT_EQ(result.output, joinBlocks(page, "```text"));
 }
 
 TEST(Readme, IsComparedLineByLine) {
@@ -112,6 +144,20 @@ std::vector<fs::path> pages() {
         }
     }
     return found;
+}
+
+// The index has a link to every page, and each of its links leads to one.
+TEST(Pages, AreAllInTheIndex) {
+    const std::string index = readFile("doc/README.md");
+    for (const fs::path& file : pages()) {
+        const std::string name = file.filename();
+        const bool isListed = index.find("](" + name + ")") != std::string::npos;
+        EXPECT_EQ(isListed, file.parent_path() == "doc" && name != "README.md") << file;
+    }
+    const std::regex link(R"(\]\(([^)#]+)\))");
+    for (std::sregex_iterator match(index.begin(), index.end(), link), end; match != end; ++match) {
+        EXPECT_TRUE(fs::exists(fs::path("doc") / (*match)[1].str())) << (*match)[1];
+    }
 }
 
 // What a page calls by its place is there.
