@@ -22,8 +22,12 @@ if(PALLWATCH_QUICK_BUILD)
   target_compile_options(tools_headers PRIVATE ${PALLWATCH_TOOLS_OPTIONS})
 endif()
 
-# Sets the compile options of a target of src/ or of another directory.
+# Sets the compile options of a target by its directory.
 function(pallwatch_compile_options target)
+  if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/tests/")
+    target_compile_options(${target} PRIVATE ${PALLWATCH_TEST_OPTIONS})
+    return()
+  endif()
   set(headers tools_headers)
   set(options ${PALLWATCH_TOOLS_OPTIONS})
   if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${PROJECT_SOURCE_DIR}/src/")
