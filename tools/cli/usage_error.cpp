@@ -85,7 +85,7 @@ std::string formatPath(const CLI::App& command) {
     std::string path;
     for (const CLI::App* app : withParents(command)) {
         if (app->get_parent() != nullptr) {
-            path = app->get_name() + (path.empty() ? "" : " " + path);
+            path.insert(0, app->get_name() + (path.empty() ? "" : " "));
         }
     }
     return path.empty() ? "" : path + ": ";
