@@ -15,6 +15,9 @@ namespace {
 // What follows the value, the last member: a line with the bracket.
 constexpr std::size_t kEndBytes = std::string_view("\n").size() + SavedText::kDepth + 1;
 
+// A long text that was replaced by a short one gives its memory back.
+constexpr std::size_t kMaxSpareBytes = 4096;
+
 // Printed in the same way at any depth.
 bool isOfOneLine(std::string_view value) {
     return !value.empty() && !value.starts_with('{') && !value.starts_with('[');
@@ -66,6 +69,9 @@ const std::string& SavedText::update(const ToskParam& param) {
         text_ = render(param);
     } else if (value != value_ && isOfOneLine(value) && isOfOneLine(value_)) {
         text_.replace(text_.size() - kEndBytes - value_.size(), value_.size(), value);
+        if (text_.capacity() - text_.size() > kMaxSpareBytes) {
+            text_.shrink_to_fit();
+        }
     } else if (value != value_) {
         text_ = render(param);
     }
