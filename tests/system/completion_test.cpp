@@ -43,6 +43,7 @@ constexpr Line kLines[] = {
     {"pallctl list batt\t", "<list><battVoltage>"},
     {"pallctl wait sshE\tEn\tftpE\tDi\t", "<wait><sshEnabled=Enabled><ftpEnabled=Disabled>"},
     {"pallctl import REA\t", "<import><README.md>"},
+    {"pallctl watch --time i\t", "<watch><--time><iso>"},
     {"pallctl get --port 1 ipA\t", "<get><--port><1><ipA>"},
     // values, that stand behind a character that bash takes for the end of a word
     {"pallctl set netm\t\t", "<set><netmask=255.255.255.0>"},

@@ -60,8 +60,10 @@ Client::Client(const ConnectionOptions& connection, Subscription subscription,
 }
 
 ExitStatus Client::waitForBus() {
-    return retry(
+    const ExitStatus status = retry(
         [this](std::chrono::milliseconds) { return connectIfClosed() ? kSuccess : kNoBus; });
+    session_.flush();  // no question follows that would send login and subscription
+    return status;
 }
 
 ExitStatus Client::read(const std::vector<std::string>& names) {

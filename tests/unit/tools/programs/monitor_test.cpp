@@ -11,6 +11,7 @@
 #include "recording/recording.h"
 #include "scripted_device.h"
 #include "support/temporary_directory.h"
+#include "tools/listening_peer.h"
 #include "util/files.h"
 
 namespace {
@@ -45,6 +46,20 @@ class MonitorTest : public testing::Test {
     std::optional<ScriptedDevice> device_;
     std::optional<ProgramProcess> monitor_;
 };
+
+// And not only together with its first heartbeat.
+TEST(MonitorProcess, SubscribesAtOnce) {
+    ListeningPeer bus;
+    const ProgramProcess monitor(pallctlCommand(bus.port(), {"monitor"}));
+    bus.accept();
+    std::string bytes;
+    while (bytes.find("subscribeList") == std::string::npos) {
+        const std::string more = bus.read();
+        ASSERT_NE(more, "") << bytes;
+        bytes += more;
+    }
+    EXPECT_EQ(bytes.find("[\"SET\", \"\", "), std::string::npos) << bytes;
+}
 
 TEST_F(MonitorTest, PrintsQuestionsAnswersAndAnnouncements) {
     start({});
