@@ -112,6 +112,16 @@ TEST(SessionOnATerminal, EndsItsLastLineAfterCtrlC) {
     EXPECT_THAT(terminal.screen().waitForEnd(), testing::EndsWith("^C\r\n"));
 }
 
+TEST(ShellOnATerminal, ShowsTheNumberOfItsFrameInThePrompt) {
+    Terminal terminal(
+        pallframeCommand({"run", "--", "sh", "-c", "echo \"[$PALLFRAME]\"; exec \"$@\"", "sh",
+                          PALLWATCH_SHELL, programDirectory()}));
+    terminal.screen().waitFor("# ");
+    const std::string screen = terminal.screen().text();
+    const std::string number = screen.substr(1, screen.find(']') - 1);
+    EXPECT_THAT(screen, testing::HasSubstr("frame " + number + ":/"));
+}
+
 TEST(Shell, HasEveryProgramAndItsPageAtHand) {
     Process shown(
         pallframeCommand({"run", "--", PALLWATCH_SESSION, programDirectory(), "watch", "--table"}));

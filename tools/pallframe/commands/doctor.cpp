@@ -1,7 +1,10 @@
+#include <unistd.h>
+
 #include <cstdio>
 #include <memory>
 
 #include "cli/standard_output.h"
+#include "cli/table.h"
 #include "pallframe/commands/commands.h"
 #include "pallframe/doctor/report.h"
 #include "pallframe/frame_selector.h"
@@ -40,7 +43,7 @@ int examine(Arguments& arguments) {
         const std::string root = given.empty() ? "/" : given;
         std::printf("%-16s%s\n", frame.empty() ? "root" : "frame",
                     (frame.empty() ? root : frame).c_str());
-        cli::print(formatText(diagnosis));
+        cli::print(formatText(diagnosis, cli::readTerminalWidth(STDOUT_FILENO)));
     }
     return diagnosis.isWell() ? 0 : 1;
 }

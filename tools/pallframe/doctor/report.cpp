@@ -4,6 +4,7 @@
 #include <array>
 
 #include "cli/escape.h"
+#include "cli/table.h"
 #include "pallframe/doctor/json_text.h"
 
 namespace pallframe::doctor {
@@ -32,22 +33,41 @@ std::string formatPublished(const std::vector<Published>& published) {
     return text;
 }
 
-std::string consequences(const Finding& finding) {
+// The line and its end. What does not fit the width continues at the column `indent`.
+std::string wrapLine(std::string line, size_t indent, size_t maxWidth) {
+    std::string lines;
+    while (maxWidth > 2 * indent && cli::textWidth(line) > maxWidth) {
+        // In bytes, so that a line with other characters than ASCII may end early.
+        const size_t blank = line.rfind(' ', maxWidth);
+        if (blank == std::string::npos || blank <= indent) {
+            break;
+        }
+        lines += line.substr(0, blank) + "\n";
+        line.replace(0, blank + 1, indent, ' ');
+    }
+    return lines + line + "\n";
+}
+
+constexpr size_t kPathColumn = 16;
+constexpr size_t kConsequenceColumn = 4;
+
+std::string consequences(const Finding& finding, size_t maxWidth) {
     const std::string names = formatPublished(finding.published);
     std::string text(finding.effect);
     if (!names.empty()) {
         text = names + (text.empty() ? "" : ": ") + text;
     }
-    return text.empty() ? "" : "    " + text + "\n";
+    return text.empty() ? ""
+                        : wrapLine(std::string(kConsequenceColumn, ' ') + text, kConsequenceColumn,
+                                   maxWidth);
 }
 
-std::string formatText(const Finding& finding) {
-    constexpr size_t kPathColumn = 16;
+std::string formatText(const Finding& finding, size_t maxWidth) {
     std::string line = formatState(finding.state);
     line.resize(kPathColumn, ' ');
     line += cli::escapeForTerminal(finding.path);
     line += finding.reason.empty() ? "" : " (" + cli::escapeForTerminal(finding.reason) + ")";
-    return line + "\n" + consequences(finding);
+    return wrapLine(line, kPathColumn, maxWidth) + consequences(finding, maxWidth);
 }
 
 size_t countFindings(const Diagnosis& diagnosis, State state) {
@@ -74,7 +94,7 @@ std::string summary(const Diagnosis& diagnosis) {
     const std::string result = problems == 0
                                    ? std::to_string(passed) + " checks passed"
                                    : std::to_string(problems) + " of " + all + " checks failed";
-    return result + skipped + ".\n";
+    return result + skipped + ".";
 }
 
 util::UniqueJSON makeValue(const Published& published) {
@@ -99,14 +119,14 @@ util::UniqueJSON makeItem(const Finding& finding) {
 
 }  // namespace
 
-std::string formatText(const Diagnosis& diagnosis) {
+std::string formatText(const Diagnosis& diagnosis, size_t maxWidth) {
     std::string text = "product         " + cli::escapeForTerminal(diagnosis.product) + "\n";
     for (const bool areProblems : {true, false}) {
         for (const Finding& finding : diagnosis.findings) {
-            text += finding.isProblem() == areProblems ? formatText(finding) : "";
+            text += finding.isProblem() == areProblems ? formatText(finding, maxWidth) : "";
         }
     }
-    return text + summary(diagnosis);
+    return text + wrapLine(summary(diagnosis), 0, maxWidth);
 }
 
 std::string formatJSON(const Diagnosis& diagnosis) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "pallframe/doctor/doctor.h"
@@ -7,8 +8,8 @@
 namespace pallframe::doctor {
 
 // A line for each check, the problems first, below each problem its consequences, and at the end a
-// summary.
-std::string formatText(const Diagnosis& diagnosis);
+// summary. Lines of more than `maxWidth` columns are wrapped at blanks; 0: none is.
+std::string formatText(const Diagnosis& diagnosis, size_t maxWidth = 0);
 
 // One JSON object on a line; valid for any texts in the frame.
 std::string formatJSON(const Diagnosis& diagnosis);

@@ -37,6 +37,20 @@ TEST(Report, HasTheProblemsFirstAndWhatFollowsBelowEach) {
               "2 of 6 checks failed; 1 skipped (needs root); 1 skipped (needs a running frame).\n");
 }
 
+TEST(Report, WrapsLinesAtBlanksToFitATerminal) {
+    const std::string text = formatText(kSome, 40);
+    EXPECT_EQ(text.substr(0, text.find("not exec")),
+              "product         KELI\n"
+              "missing         /etc/gone (No such file\n"
+              "                or directory)\n"
+              "    version \"read error\", frameName\n");
+    EXPECT_TRUE(
+        text.ends_with("2 of 6 checks failed; 1 skipped (needs\n"
+                       "root); 1 skipped (needs a running\n"
+                       "frame).\n"))
+        << text;
+}
+
 TEST(Report, SaysThatNothingIsWrong) {
     EXPECT_EQ(formatText({"KELI", {{"/etc/fine"}}}),
               "product         KELI\nok              /etc/fine\n1 checks passed.\n");
