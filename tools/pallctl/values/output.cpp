@@ -21,7 +21,7 @@ using Moment = std::chrono::system_clock::time_point;
 
 // An address, a version and most texts are shorter.
 constexpr size_t kReadableValue = 24;
-constexpr size_t kMinChangeColumns = 16;  // of a value behind time and name
+constexpr size_t kMinChangeColumns = 8;  // of a value behind time and name
 
 std::string readEnvironment(const char* name) {
     const char* const value = std::getenv(name);
@@ -76,15 +76,24 @@ size_t nextTabStop(size_t columns) {
     return (columns / kTab + 1) * kTab;
 }
 
+// What a terminal leaves for the value.
+size_t countColumnsBehind(const std::string& time, const std::string& name, const Style& style) {
+    const size_t used = nextTabStop(nextTabStop(time.size()) + cli::textWidth(name));
+    return style.columns - std::min(style.columns, used);
+}
+
 std::string formatChangeForPeople(const client::Parameter& parameter, Moment moment,
                                   const Style& style) {
     const std::string time = cli::formatTime(moment, style.time);
-    const std::string name = cli::escapeForTerminal(parameter.descriptor.name);
+    std::string name = cli::escapeForTerminal(parameter.descriptor.name);
     std::string value = formatOneLine(parameter, style);
     if (style.columns > 0) {
-        const size_t used = nextTabStop(nextTabStop(time.size()) + cli::textWidth(name));
-        value = cli::shorten(
-            value, std::max(kMinChangeColumns, style.columns - std::min(style.columns, used)));
+        const size_t wanted = std::min(cli::textWidth(value), kReadableValue);
+        if (countColumnsBehind(time, name, style) < wanted) {
+            name = formatLeaf(parameter.descriptor.name);
+        }
+        const size_t room = countColumnsBehind(time, name, style);
+        value = cli::shorten(value, std::max(room, kMinChangeColumns));
     }
     return (style.colour ? cli::painted(time, cli::Paint::faint) : time) + '\t' + name + '\t' +
            (style.colour ? cli::painted(value, cli::Paint::bold) : value) + '\n';

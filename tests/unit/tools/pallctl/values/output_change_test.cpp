@@ -43,6 +43,18 @@ TEST_F(ChangeLine, IsTimeNameAndValueForPeople) {
     EXPECT_EQ(line(voltage(), Format::table, true), "15:04:05.250\tsystem.psu1Voltage\t11.504\n");
 }
 
+TEST_F(ChangeLine, FitsTheTerminal) {
+    Style style;
+    style.columns = 80;
+    EXPECT_EQ(formatChange(voltage(), kMoment, style), "15:04:05.250\tsystem.psu1Voltage\t11.50\n");
+    EXPECT_EQ(formatChange(name(std::string(100, 'x')), kMoment, style),
+              "15:04:05.250\tsystem.systemName\t" + std::string(39, 'x') + "\u2026\n");
+    style.columns = 40;
+    EXPECT_EQ(formatChange(voltage(), kMoment, style), "15:04:05.250\tpsu1Voltage\t11.50\n");
+    EXPECT_EQ(formatChange(name(std::string(100, 'x')), kMoment, style),
+              "15:04:05.250\tsystemName\t" + std::string(7, 'x') + "\u2026\n");
+}
+
 TEST_F(ChangeLine, IsAnObjectForPrograms) {
     EXPECT_EQ(line(voltage(), Format::json),
               R"({"time":"2026-11-21T15:04:05.250+00:00","name":"system.psu1Voltage",)"
