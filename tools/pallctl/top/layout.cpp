@@ -17,8 +17,6 @@ namespace pallctl::top {
 
 namespace {
 
-using client::Parameter;
-
 // The parts that fit on the screen.
 struct Plan {
     bool panels = false;  // beside each other

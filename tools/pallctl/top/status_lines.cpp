@@ -14,7 +14,6 @@ namespace pallctl::top {
 
 namespace {
 
-using client::Descriptor;
 using client::Parameter;
 
 std::string selectSeparator(Charset charset) {
