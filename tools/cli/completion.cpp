@@ -27,7 +27,7 @@ constexpr ShellKind kShellKinds[] = {
     {"COMMAND", "commands"},
 };
 
-constexpr const char* kHelp = "help";
+constexpr const char* kHelpCommand = "help";
 
 // The place in the command line to be completed.
 struct Place {
@@ -87,7 +87,7 @@ void passOption(Place& place, const std::string& word) {
 
 void passWord(Place& place, const std::string& word) {
     const bool isFirst = place.command->get_parent() == nullptr && place.positionals.empty();
-    if (isFirst && word == kHelp) {
+    if (isFirst && word == kHelpCommand) {
         return;  // commands follow, as without it
     }
     const CLI::App* command =
