@@ -50,6 +50,18 @@ class Dev : public testing::Test {
         return run(all);
     }
 
+    // A directory with links to every program of this machine but sudo.
+    std::string programsWithoutSudo() const {
+        const fs::path programs = directory.path("programs");
+        fs::create_directory(programs);
+        for (const auto& entry : fs::directory_iterator("/usr/bin")) {
+            if (entry.path().filename() != "sudo") {
+                fs::create_symlink(entry.path(), programs / entry.path().filename());
+            }
+        }
+        return programs;
+    }
+
     // No package is installed. apt-get writes its arguments to a file, and prints what it prints
     // when it installs.
     void installs() const {
@@ -316,21 +328,22 @@ TEST_F(Dev, ShowsWhyPackagesCannotBeInstalled) {
     EXPECT_THAT(result.error, EndsWith("no such host\ndev: cannot update the lists of packages\n"));
 }
 
-// Every program of this machine but sudo.
 TEST_F(Dev, WithoutSudoItNamesThePackagesInOneLine) {
     standIn("dpkg-query", "exit 1");
-    fs::create_directory(directory.path("programs"));
-    for (const auto& entry : fs::directory_iterator("/usr/bin")) {
-        if (entry.path().filename() != "sudo") {
-            fs::create_symlink(entry.path(),
-                               fs::path(directory.path("programs")) / entry.path().filename());
-        }
-    }
-    const Result result = devAsOrdinaryUser({"run"}, directory.path("programs"));
+    const Result result = devAsOrdinaryUser({"run"}, programsWithoutSudo());
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.error,
                 MatchesRegex("dev: packages are missing; install them as root: "
                              "apt-get install --no-install-recommends g\\+\\+ [^\n]*\n"));
+}
+
+TEST_F(Dev, ShellNeedsNoPackageThatCannotBeInstalled) {
+    standIn("dpkg-query", "exit 1");
+    fs::create_directories(directory.path("build/default/bin"));
+    standIn("build/default/bin/pallframe", "echo $*");
+    const Result result = devAsOrdinaryUser({"shell", "--", "ls"}, programsWithoutSudo());
+    EXPECT_EQ(result.error, "");
+    EXPECT_THAT(result.output, MatchesRegex("enter -- tools/pallframe/shell .* ls\n"));
 }
 
 TEST_F(Dev, InACheckoutThatItCannotWriteToItSaysSoInOneLine) {

@@ -61,6 +61,8 @@ run_apt() {
   return "$status"
 }
 
+can_install() { [ "$(id -u)" = 0 ] || command -v sudo >/dev/null; }
+
 # Installs the missing ones of the given packages. Does not use sudo if none is missing.
 install_missing() {
   local missing=() package
@@ -69,8 +71,8 @@ install_missing() {
   done
   [ ${#missing[@]} -gt 0 ] || return 0
   local by_hand="apt-get install --no-install-recommends ${missing[*]}"
-  [ "$(id -u)" = 0 ] || command -v sudo >/dev/null || fail "packages are missing; install them as root: $by_hand"
+  can_install || fail "packages are missing; install them as root: $by_hand"
   echo "dev: installing ${missing[*]}" >&2
-  run_apt update || fail "cannot update the lists of packages"
-  run_apt install --no-install-recommends "${missing[@]}" || fail "cannot install the packages"
+  run_apt update || fail "cannot update the lists of packages; as root: $by_hand"
+  run_apt install --no-install-recommends "${missing[@]}" || fail "cannot install the packages; as root: $by_hand"
 }
