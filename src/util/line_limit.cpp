@@ -42,12 +42,13 @@ class LineKinds {
     }
 
     void reportHeldBack(LineLimit::TimePoint now) {
-        for (std::size_t i = 0; i < kMaxKinds; ++i) {
-            std::unique_lock lock(mutex_);
-            Kind& kind = kinds_[i];
-            const std::size_t heldBack = kind.limit.takeHeldBack(now);
-            lock.unlock();
-            report(kind.name, kind.priority, heldBack);
+        std::unique_lock lock(mutex_);
+        for (Kind& kind : kinds_) {
+            if (const std::size_t heldBack = kind.limit.takeHeldBack(now)) {
+                lock.unlock();
+                report(kind.name, kind.priority, heldBack);
+                lock.lock();
+            }
         }
     }
 
