@@ -35,10 +35,6 @@ std::string oldName(const std::string& path) {
     return path + ".old";
 }
 
-std::string badName(const std::string& path) {
-    return path + ".bad";
-}
-
 [[noreturn]] void abortLoading(const std::string& path, const char* failed, int errorNumber) {
     errno = errorNumber;
     util::logMessage(LOG_CRIT, "%s error loading %s from disk: %m\n", failed, path.c_str());
@@ -226,11 +222,11 @@ int AbstractJSONTopLevelContainer::rotate(const Names& names, bool existed, bool
 }
 
 int AbstractJSONTopLevelContainer::moveIntoPlace(const Names& names, bool existed) const {
-    if (existed) {
-        util::clearDirectory(names.old);
+    if (const int result = existed ? util::replaceByRenaming(names.current, names.old) : 0) {
+        logRenameFailure(names.current, names.old, "prev");
+        return result;
     }
-    const int result = existed ? moveFile(names.current, names.old, "prev") : 0;
-    return result != 0 ? result : moveFile(names.fresh, names.current, "current");
+    return moveFile(names.fresh, names.current, "current");
 }
 
 // The new names are on the disk before another file takes the old ones.
@@ -239,9 +235,9 @@ bool AbstractJSONTopLevelContainer::setUnusableAside(const Names& names) {
     if (!current && !old) {
         return true;
     }
-    const std::string oldKept = badName(current ? names.old : names.current);
+    const std::string oldKept = (current ? names.old : names.current) + ".bad";
     if ((old && !setAside(names.old, oldKept)) ||
-        (current && !setAside(names.current, badName(names.current)))) {
+        (current && !setAside(names.current, names.current + ".bad"))) {
         return false;
     }
     if (!util::syncParentDirectory(names.current)) {

@@ -76,6 +76,17 @@ bool isReplaceable(const std::string& path) {
     return access(path.c_str(), W_OK) == 0;
 }
 
+// Removes a directory, or moves one that is not empty aside. A file stays.
+void clearDirectory(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        return;
+    }
+    if (rmdir(path.c_str()) != 0 && (errno == ENOTEMPTY || errno == EEXIST)) {
+        moveAside(path, path + ".bad");
+    }
+}
+
 // A failure to remove the file shows when the name is used.
 void clearName(const std::string& path) {
     if (unlink(path.c_str()) != 0 && (errno == EISDIR || errno == EPERM)) {
@@ -84,19 +95,26 @@ void clearName(const std::string& path) {
 }
 
 // Failures are ignored: a file system without owners or modes is not a reason to lose the bytes.
-void copyOwnerAndMode(int descriptor, const std::optional<struct stat>& like) {
-    const bool owned = !like || fchown(descriptor, like->st_uid, like->st_gid) == 0;
-    const bool permitted = fchmod(descriptor, like ? like->st_mode & 07777 : kDefaultMode) == 0;
-    static_cast<void>(owned && permitted);
+void copyOwnerAndMode(int descriptor, const struct stat& created,
+                      const std::optional<struct stat>& like) {
+    const mode_t mode = like ? like->st_mode & 07777 : kDefaultMode;
+    bool hasMode = (created.st_mode & 07777) == mode;
+    if (like && (like->st_uid != created.st_uid || like->st_gid != created.st_gid)) {
+        // A new owner may cost bits of the mode.
+        hasMode = fchown(descriptor, like->st_uid, like->st_gid) != 0 && hasMode;
+    }
+    if (!hasMode) {
+        static_cast<void>(fchmod(descriptor, mode));
+    }
 }
 
-bool isRegular(int descriptor) {
-    struct stat status {};
-    if (fstat(descriptor, &status) != 0) {
-        return false;
+UniqueDescriptor createFile(const std::string& path) {
+    UniqueDescriptor file(::open(path.c_str(), kNewFileFlags, kDefaultMode));
+    if (!file && errno == EEXIST) {
+        clearName(path);
+        return UniqueDescriptor(::open(path.c_str(), kNewFileFlags, kDefaultMode));
     }
-    errno = EINVAL;
-    return S_ISREG(status.st_mode);
+    return file;
 }
 
 bool writeAll(int descriptor, std::string_view text) {
@@ -114,10 +132,11 @@ bool writeAll(int descriptor, std::string_view text) {
 
 WriteFailure writeContents(UniqueDescriptor& file, std::string_view text,
                            const std::optional<struct stat>& like) {
-    if (!isRegular(file.get())) {
+    struct stat created {};
+    if (fstat(file.get(), &created) != 0) {
         return WriteFailure::open;
     }
-    copyOwnerAndMode(file.get(), like);
+    copyOwnerAndMode(file.get(), created, like);
     if (!writeAll(file.get(), text)) {
         return WriteFailure::write;
     }
@@ -159,14 +178,13 @@ bool moveAside(const std::string& path, const std::string& kept) {
     return std::rename(path.c_str(), kept.c_str()) == 0;
 }
 
-void clearDirectory(const std::string& path) {
-    struct stat status {};
-    if (lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
-        return;
+int replaceByRenaming(const std::string& from, const std::string& to) {
+    const int result = std::rename(from.c_str(), to.c_str());
+    if (result == 0 || (errno != EISDIR && errno != ENOTEMPTY && errno != EEXIST)) {
+        return result;
     }
-    if (rmdir(path.c_str()) != 0 && (errno == ENOTEMPTY || errno == EEXIST)) {
-        moveAside(path, path + ".bad");
-    }
+    clearDirectory(to);
+    return std::rename(from.c_str(), to.c_str());
 }
 
 bool syncParentDirectory(const std::string& path) {
@@ -178,8 +196,7 @@ bool syncParentDirectory(const std::string& path) {
 
 WriteFailure writeNewFile(const std::string& path, std::string_view text, const std::string& like) {
     const std::optional<struct stat> model = statRegularFile(like);
-    clearName(path);
-    UniqueDescriptor file(::open(path.c_str(), kNewFileFlags, kDefaultMode));
+    UniqueDescriptor file = createFile(path);
     if (!file) {
         return WriteFailure::open;
     }

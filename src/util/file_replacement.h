@@ -31,9 +31,9 @@ bool syncParentDirectory(const std::string& path);
 // one of "<kept>.2" to "<kept>.9", or replaces the last of them. False with errno.
 bool moveAside(const std::string& path, const std::string& kept);
 
-// Removes a directory at `path`, so that the name is free for a file; one that is not empty is
-// moved aside to "<path>.bad". A file stays.
-void clearDirectory(const std::string& path);
+// As rename(2), but a directory at `to` makes room: it is removed, or moved aside to "<to>.bad"
+// when it is not empty.
+int replaceByRenaming(const std::string& from, const std::string& to);
 
 // Creates a file with these bytes; they are on the disk when this returns `none`. An earlier file
 // of that name is removed, a directory that is not empty moved aside. Owner and mode are those of

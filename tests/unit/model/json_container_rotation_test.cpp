@@ -99,17 +99,16 @@ TEST_F(Rotation, GivesZeroWhenAllIsInPlace) {
 }
 
 TEST_F(Rotation, TakesItsStepsInOrder) {
+    const mode_t before = umask(022);
     begin();
     std::vector<FileCall> calls;
     {
         const FileCallWatch watch({}, [&](const FileCall& call) { calls.push_back(call); });
         EXPECT_EQ(written("after"), 0);
     }
+    umask(before);
     std::erase_if(calls, [](const FileCall& call) { return !changesTheDisk(call); });
-    EXPECT_EQ(calls, (std::vector<FileCall>{{"unlink", new_, ""},
-                                            {"create", new_, ""},
-                                            {"owner", new_, ""},
-                                            {"mode", new_, ""},
+    EXPECT_EQ(calls, (std::vector<FileCall>{{"create", new_, ""},
                                             {"write", new_, ""},
                                             {"sync", new_, ""},
                                             {"rename", path_, old_},

@@ -94,12 +94,32 @@ TEST_F(FileReplacement, KeepsTheOwner) {
 
 TEST_F(FileReplacement, GoesOnWhereOwnerAndModeCannotBeKept) {
     directory_.write("file", "old");
-    const FileCallWatch watch([](const FileCall& call) -> std::optional<FileAnswer> {
-        const bool fails = call.verb == "owner" || call.verb == "mode";
-        return fails ? std::optional<FileAnswer>({-1, EPERM}) : std::nullopt;
+    ASSERT_EQ(chmod(path_.c_str(), 0600), 0);
+    const bool isForeign = chown(path_.c_str(), 4321, 1234) == 0;
+    std::vector<std::string> failed;
+    const FileCallWatch watch([&](const FileCall& call) -> std::optional<FileAnswer> {
+        if (call.verb != "owner" && call.verb != "mode") {
+            return std::nullopt;
+        }
+        failed.push_back(call.verb);
+        return FileAnswer{-1, EPERM};
     });
     EXPECT_EQ(replaceFile(path_, "new"), WriteFailure::none);
     EXPECT_EQ(directory_.read("file"), "new");
+    EXPECT_EQ(failed, isForeign ? (std::vector<std::string>{"owner", "mode"})
+                                : std::vector<std::string>{"mode"});
+}
+
+TEST_F(FileReplacement, SetsTheModeAgainAfterANewOwner) {
+    directory_.write("file", "old");
+    if (chown(path_.c_str(), 4321, 1234) != 0) {
+        GTEST_SKIP() << "may not give files away here";
+    }
+    ASSERT_EQ(chmod(path_.c_str(), 0644), 0);
+    int modes = 0;
+    const FileCallWatch watch({}, [&](const FileCall& call) { modes += call.verb == "mode"; });
+    EXPECT_EQ(replaceFile(path_, "new"), WriteFailure::none);
+    EXPECT_EQ(modes, 1);
 }
 
 TEST_F(FileReplacement, ReplacesWhatALinkLeadsTo) {
