@@ -182,9 +182,10 @@ TEST_F(Tree, AFailingRequestIsToldInOneLine) {
     frame.output().waitFor("ready");
     const Result result = tell({"set", "cable", "eth5", "down"});
     EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.error, "pallframe: the frame has no interface 'eth5'\n");
+    EXPECT_EQ(result.error,
+              "pallframe: cable: the frame has no interface 'eth5' (--help tells more)\n");
     EXPECT_EQ(tell({"set", "delay", "S99nothing", "1"}).error,
-              "pallframe: the frame has no program 'S99nothing'\n");
+              "pallframe: delay: the frame has no program 'S99nothing' (--help tells more)\n");
 }
 
 TEST_F(Tree, AChangeFromOutsideIsSeenInside) {

@@ -10,6 +10,15 @@ namespace pallframe {
 
 namespace {
 
+// As an error of the command line, which names the command.
+simulation::Operation parseChange(const simulation::Words& words) {
+    try {
+        return simulation::parseOperation(words);
+    } catch (const simulation::FrameError& error) {
+        throw cli::UsageError(error.what());
+    }
+}
+
 void addChange(cli::Command set, const simulation::OperationKind& kind,
                const std::shared_ptr<FrameSelector>& selector) {
     const auto arguments = std::make_shared<std::array<std::string, 2>>();
@@ -23,7 +32,7 @@ void addChange(cli::Command set, const simulation::OperationKind& kind,
         if (!kind.arguments[1].empty()) {
             words.push_back((*arguments)[1]);
         }
-        simulation::parseOperation(words)(selector->tree());
+        parseChange(words)(selector->tree());
         return 0;
     });
 }
