@@ -145,21 +145,26 @@ TEST_F(Dev, CheckEndsWithTheFirstStepThatFails) {
 }
 
 // The directory has no history, so nothing is recent and clang-tidy has nothing to do.
-TEST_F(Dev, ShortCheckTestsEverythingAndTheDaemonAgainUnderSanitizers) {
+TEST_F(Dev, ShortCheckTestsEverythingAndTheDaemonAgainUnderSanitizersAndOnArm) {
     standIn("cmake",
             "mkdir -p build/alone/bin; cp /bin/true build/alone/bin/pallwatch; echo cmake $*");
     standIn("ctest", "echo ctest $2 $5 $6 >>started");  // without the number of processors
     standIn("tests/system/as-ordinary-user", "echo as user $1 $3 $6 $7 >>started");
     standIn("clang-format", "echo clang-format >>started");
     standIn("clang-tidy", "exit 1");
+    standIn("sudo", "exec \"$@\"");
+    fs::create_directories(directory.path("tests/emulated"));
+    for (const std::string program : {"build-and-test", "system"}) {
+        standIn("tests/emulated/" + program, "echo " + program + " $1 $2 >>started");
+    }
     const Result result = dev({"check", "--short"});
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_THAT(result.error, HasSubstr("cmake -S . -B build/alone -DBUILD_TESTING=OFF"));
     const std::string asUser = ::geteuid() == 0 ? "as user ctest default -L system\n" : "";
     const std::string daemon = " -R ^(util|model|bus|systemstate|service)/\n";
-    EXPECT_EQ(
-        readFile(directory.path("started")),
-        "ctest default\n" + asUser + "clang-format\nctest asan" + daemon + "ctest tsan" + daemon);
+    EXPECT_EQ(readFile(directory.path("started")),
+              "ctest default\n" + asUser + "clang-format\nctest asan" + daemon + "ctest tsan" +
+                  daemon + "build-and-test armhf daemon\nsystem armhf -j\n");
 }
 
 TEST_F(Dev, TestsThatLeaveFilesFail) {
