@@ -127,12 +127,12 @@ RSPMessage::RSPMessage(const TarnInternalMessage& request, int code)
 }
 
 void RSPMessage::addCommand(MessageType command) {
-    addText("requestCommand", typeWord(command));
+    addWord("requestCommand", typeWord(command));
 }
 
 void RSPMessage::addStatus(int code) {
     addNumber("statusCode", code);
-    addText("statusMsg", statusText(code));
+    addWord("statusMsg", statusText(code));
 }
 
 void RSPMessage::addOptional(const char* key, const std::optional<std::string>& text) {

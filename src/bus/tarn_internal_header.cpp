@@ -1,12 +1,11 @@
 #include "bus/tarn_internal_header.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cstring>
 #include <string_view>
 #include <utility>
 
+#include "util/append.h"
 #include "util/json.h"
 #include "util/json_scanner.h"
 #include "util/numbers.h"
@@ -14,21 +13,18 @@
 
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr size_t kMaxEncodedBytes = 255;
 constexpr size_t kMaxNumberCharacters = 15;
 // Takes the place of every scheduled time on the wire.
-constexpr const char* kDatePlaceholder = "\"datehere\"";
+constexpr std::string_view kScheduledEnd = ", \"datehere\"]\n";
+constexpr std::string_view kUnscheduledEnd = ", 0]\n";
 
 // Far longer than any real header. The tree of a line of small items takes forty times its length.
 constexpr std::size_t kMaxLineBytes = std::size_t{64} * 1024;
 
 enum HeaderItem { kType, kObjectName, kSource, kDestination, kScheduledTime, kRequiredItems = 4 };
-
-void appendInteger(std::string& text, int32_t number) {
-    std::array<char, 12> digits;
-    const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
-    text.append(digits.begin(), end);
-}
 
 // One end of a message, received as N or as "N@qualifier".
 void decodeEnd(const cJSON* item, int32_t& number, std::string& qualifier) {
@@ -122,11 +118,9 @@ std::string TarnInternalHeader::encode() const {
 void TarnInternalHeader::encodeTo(std::string& text) const {
     const size_t end = text.size() + kMaxEncodedBytes;
     const std::string_view name(objectName.c_str(), strnlen(objectName.c_str(), kMaxEncodedBytes));
-    text.append("[\"").append(typeWord(type)).append("\", \"").append(name).append("\", ");
-    appendInteger(text, source);
-    text += ", ";
-    appendInteger(text, destination);
-    text.append(", ").append(scheduled.isScheduled() ? kDatePlaceholder : "0").append("]\n");
+    util::append(text, {"[\""sv, typeWord(type), "\", \""sv, name, "\", "sv, util::Digits(source),
+                        ", "sv, util::Digits(destination),
+                        scheduled.isScheduled() ? kScheduledEnd : kUnscheduledEnd});
     text.resize(std::min(text.size(), end));
 }
 

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "util/append.h"
 #include "util/item_count.h"
 #include "util/json_text.h"
 #include "util/line_limit.h"
@@ -18,6 +19,8 @@
 #include "util/trace.h"
 
 namespace {
+
+using namespace std::string_view_literals;
 
 std::unique_ptr<std::vector<char>> terminated(std::unique_ptr<std::vector<char>> payload) {
     if (!payload) {
@@ -303,43 +306,44 @@ ResponseStatus TarnInternalMessage::responseStatus() const {
     return status;
 }
 
-// The opening or closing brace at the end becomes the beginning of the member.
-void TarnInternalMessage::beginMember(std::string_view key) {
+// The member takes the place of the closing brace.
+void TarnInternalMessage::beginMember() {
     if (madeData_.back() == '}') {
         madeData_.back() = ',';
     }
-    madeData_ += '"';
-    madeData_.append(key).append("\":", 2);
+}
+
+void TarnInternalMessage::addWord(std::string_view key, std::string_view word) {
+    beginMember();
+    util::append(madeData_, {"\""sv, key, "\":\""sv, word, "\"}"sv});
 }
 
 void TarnInternalMessage::addText(std::string_view key, std::string_view text) {
-    beginMember(key);
+    beginMember();
+    util::append(madeData_, {"\""sv, key, "\":"sv});
     util::appendJSONString(madeData_, text);
-    endMember();
+    madeData_ += '}';
 }
 
 void TarnInternalMessage::addNumber(std::string_view key, int number) {
-    beginMember(key);
-    util::appendJSONNumber(madeData_, number);
-    endMember();
+    beginMember();
+    util::append(madeData_, {"\""sv, key, "\":"sv, util::Digits(number), "}"sv});
 }
 
 void TarnInternalMessage::addMember(std::string_view key, std::string_view name,
                                     const util::JSONText& value) {
-    beginMember(key);
-    madeData_ += '{';
+    beginMember();
+    util::append(madeData_, {"\""sv, key, "\":{"sv});
     util::appendJSONString(madeData_, name);
-    madeData_.append(":").append(value.text);
-    endMember();
-    endMember();
+    util::append(madeData_, {":"sv, value.text, "}}"sv});
 }
 
 void TarnInternalMessage::addData(std::string_view key, util::UniqueJSON item) {
     if (item) {
-        madeData_.back() = ',';
+        beginMember();
         util::appendJSONString(madeData_, key);
         madeData_ += ':';
         util::appendJSON(madeData_, *item);
-        endMember();
+        madeData_ += '}';
     }
 }

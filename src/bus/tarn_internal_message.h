@@ -102,6 +102,7 @@ class TarnInternalMessage {
     TarnInternalMessage(MessageType type, std::string objectName, std::string uniqueId,
                         int32_t destination = 0);
     // Each appends a member to the data of a new message. The key needs no escapes, any name does.
+    void addWord(std::string_view key, std::string_view word);  // that needs no escapes, too
     void addText(std::string_view key, std::string_view text);
     void addNumber(std::string_view key, int number);
     void addMember(std::string_view key, std::string_view name, const util::JSONText& value);
@@ -114,8 +115,7 @@ class TarnInternalMessage {
     DecodeFailure decode(char* payload);
     bool decodeOrLog(char* payload);
     void parseOnce() const;
-    void beginMember(std::string_view key);
-    void endMember() { madeData_ += '}'; }
+    void beginMember();
 
     bool logging_ = true;             // whether its faults are logged when they are found
     std::string madeData_;            // of a new message, as text

@@ -15,6 +15,7 @@
 #include "model/tosk_param.h"
 #include "service/state_saver.h"
 #include "systemstate/system_state.h"
+#include "util/append.h"
 #include "util/log.h"
 #include "util/text.h"
 
@@ -31,8 +32,8 @@ constexpr int kAsDescriptor = 1;
 // Parameters are stored under their identifier's full text.
 std::string makeKey(std::string_view prefix, std::string_view leaf) {
     std::string key;
-    key.reserve(prefix.size() + 1 + leaf.size());
-    return key.append(prefix).append(1, '.').append(leaf);
+    util::append(key, {prefix, ".", leaf});
+    return key;
 }
 
 util::UniqueJSON singleMember(const char* key, util::UniqueJSON value) {

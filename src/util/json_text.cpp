@@ -1,12 +1,12 @@
 #include "util/json_text.h"
 
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <new>
 
+#include "util/append.h"
 #include "util/json_size.h"
 
 namespace util {
@@ -122,11 +122,7 @@ void appendJSONNumber(std::string& out, double number) {
         appendAnyNumber(out, number);
         return;
     }
-    std::array<char, 24> digits;
-    const auto end =
-        std::to_chars(digits.data(), digits.data() + digits.size(), static_cast<int64_t>(number))
-            .ptr;
-    out.append(digits.data(), end);
+    append(out, {Digits(static_cast<int64_t>(number))});
 }
 
 void appendJSON(std::string& out, const cJSON& item) {
