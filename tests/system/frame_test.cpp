@@ -67,7 +67,7 @@ TEST(Inside, OnlyLoopbackIsUp) {
 TEST(Inside, TheHostsProgramsCannotBeWritten) {
     EXPECT_EQ(::access("/usr/bin/env", X_OK), 0);
     EXPECT_EQ(::access("/usr/bin", W_OK), -1);
-    struct statvfs mounted{};
+    struct statvfs mounted {};
     ASSERT_EQ(::statvfs("/usr/bin", &mounted), 0);
     EXPECT_NE(mounted.f_flag & ST_RDONLY, 0U) << "also where only root could write";
 }

@@ -18,8 +18,6 @@ namespace pallframe::doctor {
 
 namespace {
 
-using cli::escapeForTerminal;
-using cli::Table;
 using simulation::Bond;
 using simulation::FrameRoot;
 using simulation::Power;
