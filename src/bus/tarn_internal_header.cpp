@@ -61,39 +61,42 @@ bool scanUsualLine(std::string_view line, TarnInternalHeader& header) {
     util::JSONScanner scanner(line);
     std::string_view word;
     std::string_view objectName;
+    int32_t source = 0;
+    int32_t destination = 0;
     int32_t time = 0;
     const bool usual = scanner.take('[') && scanner.takeString(word) && scanner.take(',') &&
                        scanner.takeString(objectName) && scanner.take(',') &&
-                       scanner.takeInteger(header.source) && scanner.take(',') &&
-                       scanner.takeInteger(header.destination) && scanner.take(',') &&
+                       scanner.takeInteger(source) && scanner.take(',') &&
+                       scanner.takeInteger(destination) && scanner.take(',') &&
                        scanner.takeInteger(time) && scanner.take(']');
     if (!usual) {
         return false;
     }
     header.type = typeFromWord(word);
     header.objectName = objectName;
+    header.source = source;
+    header.destination = destination;
     return header.type != MessageType::none;
 }
 
-std::optional<lumo::DecodedHeader> decodeAnyLine(std::string_view line, const timespec& now) {
+bool decodeAnyLine(std::string_view line, const timespec& now, lumo::DecodedHeader& decoded) {
     const util::UniqueJSON items = util::parseJSON(line.data(), line.size());
     if (!cJSON_IsArray(items.get()) || cJSON_GetArraySize(items.get()) < kRequiredItems) {
-        return std::nullopt;
+        return false;
     }
     const char* const word = util::jsonText(cJSON_GetArrayItem(items.get(), kType));
     const char* const objectName = util::jsonText(cJSON_GetArrayItem(items.get(), kObjectName));
-    lumo::DecodedHeader decoded;
     TarnInternalHeader& header = decoded.header;
     header.type = word ? typeFromWord(word) : MessageType::none;
     if (header.type == MessageType::none || !objectName) {
-        return std::nullopt;
+        return false;
     }
     header.objectName = objectName;
     decodeEnd(cJSON_GetArrayItem(items.get(), kSource), header.source, header.sourceQualifier);
     decodeEnd(cJSON_GetArrayItem(items.get(), kDestination), header.destination,
               header.destinationQualifier);
     decodeTime(cJSON_GetArrayItem(items.get(), kScheduledTime), now, decoded);
-    return decoded;
+    return true;
 }
 
 }  // namespace
@@ -130,8 +133,8 @@ std::optional<lumo::DecodedHeader> lumo::decodeHeader(const char* line, const ti
         return std::nullopt;
     }
     std::optional<DecodedHeader> decoded(std::in_place);
-    if (!scanUsualLine(text, decoded->header)) {
-        decoded = decodeAnyLine(text, now);
+    if (!scanUsualLine(text, decoded->header) && !decodeAnyLine(text, now, *decoded)) {
+        decoded.reset();
     }
     return decoded;
 }

@@ -140,7 +140,8 @@ TarnInternalMessage& TarnInternalMessage::operator=(TarnInternalMessage&& other)
     rawBuffer_ = std::move(other.rawBuffer_);
     data_ = std::move(other.data_);
     uniqueId_ = std::exchange(other.uniqueId_, {});
-    nameQuery_ = std::exchange(other.nameQuery_, {});
+    nameQuery_.reset();
+    other.nameQuery_.reset();
     filePath_ = std::exchange(other.filePath_, {});
     return *this;
 }
