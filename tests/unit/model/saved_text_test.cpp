@@ -35,7 +35,7 @@ void expectLikeLibrary(const ToskDevice& device) {
 // Every run makes the same changes.
 class Changes {
   public:
-    std::size_t upTo(std::size_t most) { return source_() % (most + 1); }
+    std::size_t upTo(std::size_t most) { return static_cast<std::size_t>(source_() % (most + 1)); }
 
     std::string text() {
         std::string text(upTo(12), '\0');
