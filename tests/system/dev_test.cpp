@@ -39,9 +39,10 @@ class Dev : public testing::Test {
 
     Result dev(const Words& words) const { return run(command(words, std::getenv("PATH"))); }
 
-    // The same for a user without any privilege. Only root can become one, others are one already.
+    // The same for a user without any privilege, who may write to the checkout. Only root can become
+    // one, others are one already.
     Result devAsOrdinaryUser(const Words& words, const std::string& searchPath) const {
-        fs::permissions(directory.path(), fs::perms(0755));
+        fs::permissions(directory.path(), fs::perms(0777));
         Words all = command(words, searchPath);
         if (::geteuid() == 0) {
             const Words drop{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
@@ -353,13 +354,17 @@ TEST_F(Dev, ShellNeedsNoPackageThatCannotBeInstalled) {
     EXPECT_THAT(result.output, MatchesRegex("enter -- tools/pallframe/shell .* ls\n"));
 }
 
-TEST_F(Dev, InACheckoutThatItCannotWriteToItSaysSoInOneLine) {
+TEST_F(Dev, InACheckoutThatItCannotWriteToItSaysSoInOneLineAndInstallsNothing) {
+    standIn("dpkg-query", "exit 1");
+    standIn("sudo", "echo installed >&2");
     standIn("cmake", "echo built >&2");
     fs::create_directory(directory.path("build"));
     directory.write("build/lock", "");
     fs::permissions(directory.path("build/lock"), fs::perms(0444));
     fs::permissions(directory.path("build"), fs::perms(0555));
-    for (const Words& words : {Words{"run"}, Words{"man", "pallctl"}, Words{"test"}}) {
+    for (const Words& words :
+         {Words{"run"}, Words{"man", "pallctl"}, Words{"test"}, Words{"test", "--arch", "armhf"},
+          Words{"bench"}, Words{"lint"}, Words{"coverage"}, Words{"fuzz"}}) {
         const Result result = devAsOrdinaryUser(words, std::getenv("PATH"));
         EXPECT_EQ(result.status, 1);
         EXPECT_THAT(result.error, MatchesRegex("dev: cannot write to " + directory.path() +

@@ -12,7 +12,7 @@ fix_addresses() {
   if [ "$bits" -gt 28 ] && setarch -R true 2>/dev/null; then launcher=(setarch -R); fi
 }
 
-# A user can build only in a checkout where root or another user did not.
+# A user can build only in a checkout where root or another user did not. Commands check this before they install.
 expect_writable_build() {
   local path
   for path in "build/$1" build/lock build .; do
@@ -27,7 +27,6 @@ expect_writable_build() {
 cmake_options=()
 compile() {
   local preset=$1; shift
-  expect_writable_build "$preset"
   mkdir -p build
   (
     flock -n 9 || { echo "dev: another build is running; waiting for it to finish" >&2; flock 9; }
@@ -37,6 +36,7 @@ compile() {
 }
 
 build() {
+  expect_writable_build "$1"
   install_missing "${packages[@]}"
   compile "$@"
 }
@@ -46,8 +46,8 @@ is_building() { [ -e build/lock ] && ! flock -n build/lock true; }
 # Prepares a build of the programs and pages alone. A build directory has no tests, and needs no test library, until
 # the first ./dev test.
 prepare_tools() {
-  install_missing "${run_packages[@]}" "$@"
   expect_writable_build default
+  install_missing "${run_packages[@]}" "$@"
   grep -qs '^BUILD_TESTING:[A-Z]*=ON' build/default/CMakeCache.txt || cmake_options=(-DBUILD_TESTING=OFF)
 }
 
