@@ -51,10 +51,14 @@ prepare_tools() {
   grep -qs '^BUILD_TESTING:[A-Z]*=ON' build/default/CMakeCache.txt || cmake_options=(-DBUILD_TESTING=OFF)
 }
 
+# Says how long the first build of ./dev run takes, before the packages for it are installed.
 say_build_time() {
-  local processors minutes
+  local processors minutes missing after=
   [ ! -e build/default/bin/pallframe ] || return 0
+  expect_writable_build default
+  find_missing "${run_packages[@]}"
+  [ ${#missing[@]} = 0 ] || after=", after the installation"
   processors=$(nproc)
   minutes=$(((run_build_seconds / processors + 59) / 60))
-  echo "dev: building; the first time takes about $minutes min on $processors processors" >&2
+  echo "dev: the first build takes about $minutes min on $processors processors$after" >&2
 }

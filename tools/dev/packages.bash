@@ -63,15 +63,25 @@ run_apt() {
 
 can_install() { [ "$(id -u)" = 0 ] || command -v sudo >/dev/null; }
 
-# Installs the missing ones of the given packages. Does not use sudo if none is missing.
-install_missing() {
-  local missing=() package
+install_command="apt-get install --no-install-recommends"
+
+# Sets the caller's variable missing to the missing ones of the given packages. Fails if this user cannot install them.
+find_missing() {
+  local package
+  missing=()
   for package in "$@"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok' || missing+=("$package")
   done
+  [ ${#missing[@]} = 0 ] || can_install ||
+    fail "packages are missing; install them as root: $install_command ${missing[*]}"
+}
+
+# Installs the missing ones of the given packages. Does not use sudo if none is missing.
+install_missing() {
+  local missing
+  find_missing "$@"
   [ ${#missing[@]} -gt 0 ] || return 0
-  local by_hand="apt-get install --no-install-recommends ${missing[*]}"
-  can_install || fail "packages are missing; install them as root: $by_hand"
+  local by_hand="$install_command ${missing[*]}"
   echo "dev: installing ${missing[*]}" >&2
   run_apt update || fail "cannot update the lists of packages; as root: $by_hand"
   run_apt install --no-install-recommends "${missing[@]}" || fail "cannot install the packages; as root: $by_hand"
