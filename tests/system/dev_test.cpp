@@ -345,6 +345,16 @@ TEST_F(Dev, WithoutSudoItNamesThePackagesInOneLine) {
                              "apt-get install --no-install-recommends g\\+\\+ [^\n]*\n"));
 }
 
+TEST_F(Dev, PackageWithoutSudoNamesItsOwnCommand) {
+    standIn("dpkg", "echo amd64");
+    const Result result =
+        devAsOrdinaryUser({"package", "--arch", "armhf", "--test"}, programsWithoutSudo());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error,
+              "dev: packages are built as root, and there is no sudo; run this as root: "
+              "./dev package --arch armhf --test\n");
+}
+
 TEST_F(Dev, ShellNeedsNoPackageThatCannotBeInstalled) {
     standIn("dpkg-query", "exit 1");
     fs::create_directories(directory.path("build/default/bin"));
