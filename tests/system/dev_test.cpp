@@ -124,6 +124,8 @@ TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
         {{"test", "--daemon", "-R"}, "test -R needs a value"},
         {{"test", "--arch", "armhf", "fast"},
          "test: invalid argument 'fast'; ./dev test --help lists the valid ones"},
+        {{"shell", "--bogus"}, "shell knows FRAME and -- COMMAND, not '--bogus'"},
+        {{"shell", "4711", "ls"}, "shell takes one frame, and a command only after --, not 'ls'"},
         {{"soak", "--minutes", "long"}, "soak --minutes needs a number"},
         {{"soak", "--hours", "1"},
          "soak: invalid argument '--hours'; ./dev soak --help lists the valid ones"},
@@ -238,6 +240,19 @@ TEST_F(Dev, HelpOfAVerbIsWhatTheWholeHelpSaysOfIt) {
         EXPECT_THAT(all, HasSubstr(result.output));
         EXPECT_EQ(result.output.find("\n  ./dev"), std::string::npos) << result.output;
     }
+}
+
+TEST_F(Dev, HelpMayFollowOtherOptions) {
+    standIn("dpkg-query", "exit 1");
+    const Result result = dev({"test", "--asan", "-R", "State", "--help"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(result.output, dev({"test", "--help"}).output);
+}
+
+// Words after -- belong to the command in the frame. Nothing is built, so shell gives its reason.
+TEST_F(Dev, HelpOfACommandInTheFrameIsNotItsOwn) {
+    EXPECT_EQ(dev({"shell", "--", "ls", "--help"}).status, 2);
 }
 
 TEST_F(Dev, HelpFits80Columns) {
