@@ -8,8 +8,11 @@
 using namespace harness;
 using namespace outside;
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
 using testing::StartsWith;
 using testing::ValuesIn;
 
@@ -175,6 +178,49 @@ TEST_F(Tree, IsSeenAndChangedFromOutside) {
               "program  S40network                takes 0.5 s\n"
               "file     /vantor/etc/network.conf  missing\n");
     EXPECT_THAT(readFile(tree + "/tmp/bond0"), HasSubstr("Currently Active Slave: eth1\n"));
+}
+
+// The numbers of the calls in a table of pallframe status.
+std::vector<std::string> readCallNumbers(const std::string& table) {
+    std::istringstream lines(table);
+    std::vector<std::string> numbers;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string what;
+        std::string number;
+        if (words >> what >> number && what == "call") {
+            numbers.push_back(number);
+        }
+    }
+    return numbers;
+}
+
+TEST_F(Tree, StatusHasTheLastFiveCallsOrAsManyAsAsked) {
+    Process frame(words({},
+                        "for i in 1 2 3 4 5 6 7; do /etc/init.d/S50dropbear restart; done; "
+                        "echo called; exec sleep 1000"));
+    frame.output().waitFor("called");
+    EXPECT_THAT(readCallNumbers(tell({"status"}).output), ElementsAre("3", "4", "5", "6", "7"));
+    EXPECT_THAT(readCallNumbers(tell({"status", "--calls", "2"}).output), ElementsAre("6", "7"));
+    EXPECT_THAT(readCallNumbers(tell({"status", "--calls", "0"}).output), IsEmpty());
+    EXPECT_THAT(readCallNumbers(tell({"status", "--calls", "99"}).output), SizeIs(7));
+    EXPECT_THAT(tell({"status", "--calls", "1", "--json"}).output,
+                HasSubstr("\"calls\":[\"/etc/init.d/S50dropbear restart\"]"));
+}
+
+TEST(Run, AScenarioForAnotherProductNamesTheProduct) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("s.scenario", "file /tmp/tessaradetect.txt missing\n");
+    const Result result =
+        run(pallframeCommand({"run", "--product", "KELI", "--scenario", path, "--", "true"}));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.error, "pallframe: " + path +
+                                ":1: the frame has no file '/tmp/tessaradetect.txt'; it needs "
+                                "--product Tessara or Tessara-5ru\n");
+    EXPECT_EQ(
+        run(pallframeCommand({"run", "--product", "Tessara", "--scenario", path, "--", "true"}))
+            .status,
+        0);
 }
 
 TEST_F(Tree, AFailingRequestIsToldInOneLine) {
