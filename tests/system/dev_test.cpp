@@ -39,8 +39,8 @@ class Dev : public testing::Test {
 
     Result dev(const Words& words) const { return run(command(words, std::getenv("PATH"))); }
 
-    // The same for a user without any privilege, who may write to the checkout. Only root can become
-    // one, others are one already.
+    // The same for a user without any privilege, who may write to the checkout. Only root can
+    // become one, others are one already.
     Result devAsOrdinaryUser(const Words& words, const std::string& searchPath) const {
         fs::permissions(directory.path(), fs::perms(0777));
         Words all = command(words, searchPath);
@@ -138,6 +138,16 @@ TEST_F(Dev, SaysInOneLineWhatMakesNoSense) {
         EXPECT_EQ(result.output, "") << complaint;
         EXPECT_EQ(result.error, "dev: " + complaint + "\n");
     }
+}
+
+TEST_F(Dev, CheckInContinuousIntegrationNeedsRootForTestsAsBothUsers) {
+    ::setenv("CI", "true", 1);
+    const Result result = devAsOrdinaryUser({"check", "--short"}, std::getenv("PATH"));
+    ::unsetenv("CI");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error,
+              "dev: continuous integration must run check as root, to test as root and as an "
+              "ordinary user\n");
 }
 
 TEST_F(Dev, CheckEndsWithTheFirstStepThatFails) {
