@@ -23,6 +23,7 @@ class Dev : public testing::Test {
         fs::copy("tools/dev", directory.path("tools/dev"));
         standIn("dpkg-query", "echo install ok installed");
         standIn("man", "echo page of $1");
+        ::unsetenv("CI");
     }
 
     void standIn(const std::string& program, const std::string& script) const {
@@ -370,14 +371,17 @@ TEST_F(Dev, WithoutSudoItNamesThePackagesInOneLine) {
                              "apt-get install --no-install-recommends g\\+\\+ [^\n]*\n"));
 }
 
-TEST_F(Dev, PackageWithoutSudoNamesItsOwnCommand) {
+TEST_F(Dev, CommandsThatNeedRootNameThemselvesWithoutSudo) {
     standIn("dpkg", "echo amd64");
-    const Result result =
-        devAsOrdinaryUser({"package", "--arch", "armhf", "--test"}, programsWithoutSudo());
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.error,
-              "dev: packages are built as root, and there is no sudo; run this as root: "
-              "./dev package --arch armhf --test\n");
+    const std::string programs = programsWithoutSudo();
+    for (const Words& words : {Words{"package", "--arch", "armhf", "--test"},
+                               Words{"test", "--arch", "armhf", "--daemon"}}) {
+        const Result result = devAsOrdinaryUser(words, programs);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.error,
+                  "dev: this needs root, and there is no sudo; run this as root: ./dev " +
+                      words[0] + " " + words[1] + " " + words[2] + " " + words[3] + "\n");
+    }
 }
 
 TEST_F(Dev, ShellNeedsNoPackageThatCannotBeInstalled) {

@@ -63,6 +63,9 @@ run_apt() {
 
 can_install() { [ "$(id -u)" = 0 ] || command -v sudo >/dev/null; }
 
+# Fails if this user cannot become root, and names the command of ./dev that root may run instead.
+expect_root() { can_install || fail "this needs root, and there is no sudo; run this as root: ./dev $*"; }
+
 install_command="apt-get install --no-install-recommends"
 
 # Sets the caller's variable missing to the missing ones of the given packages. Fails if this user cannot install them.
