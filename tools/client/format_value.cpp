@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include "cli/escape.h"
+#include "cli/parse_number.h"
 #include "util/numbers.h"
 
 namespace client {
@@ -85,6 +86,12 @@ std::string formatValue(const Descriptor& descriptor, const cJSON* value) {
         return formatStructure(value);
     }
     return cli::escapeForTerminal(util::renderJSON(value, false));
+}
+
+double roundAsShown(const Descriptor& descriptor, double number) {
+    return descriptor.type == "FLOAT"
+               ? cli::parseNumber<double>(formatNumber(descriptor, number)).value_or(number)
+               : number;
 }
 
 std::string choiceNames(const Descriptor& descriptor) {

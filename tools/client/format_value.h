@@ -16,6 +16,10 @@ inline constexpr const char* kMemberGap = ", ";
 // it is; no value is "-".
 std::string formatValue(const Descriptor& descriptor, const cJSON* value);
 
+// The number with the decimals that formatValue() shows of a float. Comparing this one keeps a
+// judgement and what people see the same.
+double roundAsShown(const Descriptor& descriptor, double number);
+
 // The names of the choices, "Disabled, Enabled".
 std::string choiceNames(const Descriptor& descriptor);
 

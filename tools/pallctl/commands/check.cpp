@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "cli/command_line.h"
-#include "cli/parse_number.h"
 #include "cli/standard_output.h"
 #include "client/format_value.h"
 #include "client/known_parameters.h"
@@ -54,15 +53,12 @@ std::string formatLabel(std::string name) {
     return '\'' + name + '\'';
 }
 
-// The number as people see it: with the decimals of the parameter.
+// The number as people see it.
 std::optional<double> findNumber(const client::Parameter& parameter) {
     if (!cJSON_IsNumber(parameter.value.get())) {
         return std::nullopt;
     }
-    const double number = parameter.value->valuedouble;
-    return parameter.descriptor.type == "FLOAT"
-               ? cli::parseNumber<double>(formatOneLine(parameter, {})).value_or(number)
-               : number;
+    return client::roundAsShown(parameter.descriptor, parameter.value->valuedouble);
 }
 
 std::string formatNumber(const client::Descriptor& descriptor, std::optional<double> number) {

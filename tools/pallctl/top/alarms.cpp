@@ -1,20 +1,20 @@
 #include "pallctl/top/alarms.h"
 
+#include "client/format_value.h"
 #include "client/known_parameters.h"
 
 namespace pallctl::top {
 
-const systemstate::Range* findUsualRange(const DeviceState& state, const std::string& leaf) {
+bool isUnusual(const DeviceState& state, const std::string& leaf, double reading) {
     const client::Parameter* const parameter = state.find(leaf);
     const systemstate::Limits* const limits =
         parameter ? client::findLimits(parameter->descriptor.name) : nullptr;
-    return limits ? &limits->usual : nullptr;
+    return limits && !limits->usual.contains(client::roundAsShown(parameter->descriptor, reading));
 }
 
 bool isAlarming(const DeviceState& state, const std::string& leaf, Moment now) {
     const Reading value = state.number(leaf);
-    const systemstate::Range* const usual = value ? findUsualRange(state, leaf) : nullptr;
-    return usual && !usual->contains(*value) && state.isMeasured(leaf, now);
+    return value && isUnusual(state, leaf, *value) && state.isMeasured(leaf, now);
 }
 
 std::vector<const client::Parameter*> findAlarming(const DeviceState& state, Moment now) {

@@ -4,15 +4,14 @@
 #include <vector>
 
 #include "pallctl/top/device_state.h"
-#include "systemstate/limits.h"
 
 // Readings outside their usual range, as in the catalogue that pallctl was built with. Pure
 // functions.
 
 namespace pallctl::top {
 
-// The usual range of a parameter of the state. Null without one; constant.
-const systemstate::Range* findUsualRange(const DeviceState& state, const std::string& leaf);
+// Whether this reading of the parameter, as it is shown, is outside its usual range.
+bool isUnusual(const DeviceState& state, const std::string& leaf, double reading);
 
 // Whether the parameter has a measured value outside its usual range.
 bool isAlarming(const DeviceState& state, const std::string& leaf, Moment now);

@@ -146,19 +146,19 @@ Line renderVoltageTitle(const char* title, bool alarming) {
 }
 
 // Columns with a reading outside the usual range are in the colour of an alarm.
-Line renderGraph(const std::vector<Reading>& readings, const Scale& scale,
-                 const systemstate::Range* usual, Charset charset) {
-    const auto isUnusual = [&](const Reading& reading) {
-        return usual && reading && !usual->contains(*reading);
+Line renderGraph(const RenderInput& input, const char* leaf, const std::vector<Reading>& readings,
+                 const Scale& scale) {
+    const auto isAlarm = [&](const Reading& reading) {
+        return reading && isUnusual(input.state, leaf, *reading);
     };
     Line line;
     for (auto begin = readings.begin(); begin != readings.end();) {
-        const bool unusual = isUnusual(*begin);
+        const bool alarm = isAlarm(*begin);
         const auto end = std::find_if(begin, readings.end(), [&](const Reading& reading) {
-            return isUnusual(reading) != unusual;
+            return isAlarm(reading) != alarm;
         });
         line.push_back(
-            {sparkline({begin, end}, scale, charset), unusual ? Style::bad : Style::graph});
+            {sparkline({begin, end}, scale, input.charset), alarm ? Style::bad : Style::graph});
         begin = end;
     }
     return line;
@@ -171,9 +171,8 @@ void appendGraph(Line& line, const RenderInput& input, std::size_t voltage, std:
     const std::size_t graphColumns = countGraphColumns(columns);
     const auto scale = findScale(history.all(input.now, graphColumns));
     if (scale && columns >= kRangeEnd) {
-        append(line,
-               renderGraph(history.lowest(input.now, graphColumns), *scale,
-                           findUsualRange(input.state, kVoltages[voltage].leaf), input.charset));
+        append(line, renderGraph(input, kVoltages[voltage].leaf,
+                                 history.lowest(input.now, graphColumns), *scale));
         line.push_back(
             {(graphColumns > 0 ? "  " : "") + formatRange(*scale, input.charset), Style::dim});
     }

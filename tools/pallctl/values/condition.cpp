@@ -4,7 +4,6 @@
 #include <iterator>
 #include <string_view>
 
-#include "cli/parse_number.h"
 #include "client/format_value.h"
 
 namespace pallctl {
@@ -28,12 +27,6 @@ constexpr const char* kFirstCharacters = "!<>=";
 
 bool isOrder(Comparison comparison) {
     return comparison != Comparison::equal && comparison != Comparison::notEqual;
-}
-
-// As it is shown, with the decimals of the parameter.
-double findNumber(const client::Parameter& parameter) {
-    const std::string shown = client::formatValue(parameter.descriptor, parameter.value.get());
-    return cli::parseNumber<double>(shown).value_or(parameter.value->valuedouble);
 }
 
 }  // namespace
@@ -77,7 +70,7 @@ bool isMet(const client::Parameter& parameter, Comparison comparison, const cJSO
         return comparison == Comparison::lessOrEqual || comparison == Comparison::greaterOrEqual;
     }
     const bool wantsLess = comparison == Comparison::less || comparison == Comparison::lessOrEqual;
-    const double number = findNumber(parameter);
+    const double number = client::roundAsShown(parameter.descriptor, parameter.value->valuedouble);
     return wantsLess ? number < wanted->valuedouble : number > wanted->valuedouble;
 }
 

@@ -94,6 +94,15 @@ TEST(FormatValue, ShowsNoIntegerAsMinusZero) {
     EXPECT_EQ(human(ofType("INT32"), "-0"), "0");
 }
 
+TEST(RoundAsShown, KeepsTheDecimalsOfAFloat) {
+    Descriptor volts = ofType("FLOAT");
+    EXPECT_EQ(roundAsShown(volts, 11.396), 11.396) << "without a precision";
+    volts.precision = 2;
+    EXPECT_EQ(roundAsShown(volts, 11.396), 11.4);
+    EXPECT_EQ(roundAsShown(volts, 11.394), 11.39);
+    EXPECT_EQ(roundAsShown(ofType("INT32"), 7), 7);
+}
+
 TEST(ChoiceNames, AreListedInTheirOrder) {
     EXPECT_EQ(choiceNames(switchDescriptor()), "Disabled, Enabled");
     EXPECT_EQ(choiceNames(ofType("INT32")), "");

@@ -150,6 +150,19 @@ TEST_F(PanelsTest, AReadingOutOfRangeAlarmsInColourAndWithAMark) {
     EXPECT_EQ(styleOf(line, "0.00 V"), Style::bad);
 }
 
+TEST_F(PanelsTest, AReadingThatIsShownWithinItsRangeIsNoAlarm) {
+    describe({descriptor("psu1Voltage", "FLOAT", "11.396", R"(,"precision":2)")});
+    now += 1min;
+    announce(R"("psu1Voltage":12)");
+    now += 1min;
+    announce(R"("psu1Voltage":11.396)");
+    now += 1min;
+    const Line line = renderVoltages(input(), 60)[1];
+    EXPECT_THAT(textOf(line), testing::StartsWith(" PSU 1       11.40 V"));
+    EXPECT_EQ(styleOf(line, "11.40 V"), Style::plain);
+    EXPECT_EQ(styleOf(line, "▁"), Style::graph);
+}
+
 TEST_F(PanelsTest, ATypewriterHasGraphsToo) {
     describe({descriptor("psu1Voltage", "FLOAT", "12", R"(,"precision":2)")});
     now = 225s;
