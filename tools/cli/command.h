@@ -6,6 +6,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/validators.h"
@@ -56,11 +57,18 @@ class Argument {
     CLI::Option* option_;
 };
 
+// How a command reports that it failed: its exit status, and what it prints on standard output for
+// the text of an error.
+struct FailureReport {
+    int status = 0;
+    std::function<std::string(const std::string& error)> format;
+};
+
 // The work that the command line selected.
 struct SelectedWork {
     std::string command;
     std::function<int()> run;
-    std::map<const CLI::App*, int> usageStatuses;  // of commands with one of their own
+    std::map<const CLI::App*, FailureReport> failureReports;  // of commands with one of their own
 };
 
 // A command, or the program itself. A handle that can be copied; lives as long as its CommandLine.
@@ -86,8 +94,11 @@ class Command {
     void excludes(const std::vector<std::string>& options);
     // The text at the end of the help.
     void notes(const std::string& text);
-    // The exit status after an error in the arguments of this command, instead of kUsageError.
-    void usageErrorStatus(int status) { selected_->usageStatuses[app_] = status; }
+    // After an error in the arguments of this command, and after any exception of its work, the
+    // program prints this report in addition to its error message, and exits with its status.
+    void reportFailures(FailureReport report) {
+        selected_->failureReports[app_] = std::move(report);
+    }
     // The work of this command: runs after the whole line was parsed, and returns the exit status.
     // May throw UsageError.
     void work(std::function<int()> run);

@@ -144,22 +144,43 @@ int CommandLine::run(int argc, const char* const* argv, const CompleteValue& com
             printNow(answer.str());
             return 0;
         }
-        printUsageError(*app_, describeUsageError(*app_, error));
-        return findUsageStatus();
+        return reportUsageError(describeUsageError(*app_, error));
     }
     try {
         const int status = selected_.run ? selected_.run() : 0;
         flushOutput();
         return status;
     } catch (const UsageError& error) {
-        printUsageError(*app_, selected_.command + ": " + error.what());
-        return findUsageStatus();
+        return reportUsageError(selected_.command + ": " + error.what());
+    } catch (const std::exception& error) {
+        const FailureReport* const report = findFailureReport();
+        if (!report) {
+            throw;
+        }
+        printErrors(app_->get_name().c_str(), error.what());
+        return reportFailure(*report, error.what());
     }
 }
 
-int CommandLine::findUsageStatus() const {
-    const auto found = selected_.usageStatuses.find(&findReachedCommand(*app_));
-    return found == selected_.usageStatuses.end() ? kUsageError : found->second;
+const FailureReport* CommandLine::findFailureReport() const {
+    const auto found = selected_.failureReports.find(&findReachedCommand(*app_));
+    return found == selected_.failureReports.end() ? nullptr : &found->second;
+}
+
+int CommandLine::reportUsageError(const std::string& error) const {
+    printUsageError(*app_, error);
+    const FailureReport* const report = findFailureReport();
+    return report ? reportFailure(*report, error) : kUsageError;
+}
+
+// Standard error has the message already if standard output cannot be written.
+int CommandLine::reportFailure(const FailureReport& report, const std::string& error) const {
+    try {
+        printNow(report.format(error));
+        return report.status;
+    } catch (const std::runtime_error&) {
+        return report.status;
+    }
 }
 
 }  // namespace cli

@@ -38,15 +38,19 @@ class CommandLine {
     Command program();
 
     // Parses the line into the variables, then runs the work of the command that it names. Returns
-    // the exit status: that of the work, 0 after --help and --version, kUsageError after an error
-    // in the line. The hidden command "complete" prints what can stand in place of the last of its
-    // words; completeValue adds the values that the program knows. Exceptions of the work other
-    // than UsageError pass through; throws std::runtime_error when the output cannot be written.
+    // the exit status: that of the work, 0 after --help and --version, kUsageError or the command's
+    // own status (Command::reportFailures) after an error in the line. The hidden command
+    // "complete" prints what can stand in place of the last of its words; completeValue adds the
+    // values that the program knows. Exceptions of the work other than UsageError pass through
+    // unless the command reports them; throws std::runtime_error when the output cannot be written.
     int run(int argc, const char* const* argv, const CompleteValue& completeValue = {});
 
   private:
-    // Of the innermost command that the line names.
-    int findUsageStatus() const;
+    // Of the innermost command that the line names. Null without one.
+    const FailureReport* findFailureReport() const;
+    // Both print the error and return the exit status.
+    int reportUsageError(const std::string& error) const;
+    int reportFailure(const FailureReport& report, const std::string& error) const;
 
     std::unique_ptr<CLI::App> app_;
     SelectedWork selected_;

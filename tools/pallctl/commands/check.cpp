@@ -47,6 +47,11 @@ std::string withoutSeparator(std::string text) {
     return cli::onOneLine(std::move(text));
 }
 
+std::string formatLine(State state, const std::string& text, const std::string& performance) {
+    return std::string(kWords[static_cast<size_t>(state)]) + ": " + withoutSeparator(text) +
+           (performance.empty() ? "" : " |" + withoutSeparator(performance)) + "\n";
+}
+
 std::string formatLabel(std::string name) {
     std::ranges::replace_if(
         name, [](char byte) { return byte == '\'' || byte == '='; }, '_');
@@ -176,9 +181,7 @@ class Check {
         for (const Finding& finding : findings) {
             performance += finding.performance.empty() ? "" : " " + finding.performance;
         }
-        cli::print(std::string(kWords[static_cast<size_t>(worst)]) + ": " +
-                   withoutSeparator(texts) +
-                   (performance.empty() ? "" : " |" + withoutSeparator(performance)) + "\n");
+        cli::print(formatLine(worst, texts, performance));
         return static_cast<int>(worst);
     }
 
@@ -227,7 +230,9 @@ void addCheck(cli::Command program, const Options& options) {
         "with 0 (ok), 1 (warning), 2 (critical) or 3 (unknown, also after a mistake in\n"
         "the command line, without a bus and without an answer).\n"
         "A range is 10 (0 to 10), 10:, ~:10, 10:20, or @10:20 to alert inside it.");
-    command.usageErrorStatus(kUnknownStatus);
+    command.reportFailures({kUnknownStatus, [](const std::string& error) {
+                                return formatLine(State::unknown, error, "");
+                            }});
     command.work([&options, arguments] { return check(options, *arguments); });
 }
 

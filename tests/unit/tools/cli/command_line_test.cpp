@@ -44,14 +44,26 @@ TEST_F(CommandLineTest, ComplainsInOneLine) {
     EXPECT_EQ(output_, "");
 }
 
-TEST_F(CommandLineTest, EndsWithTheStatusThatACommandHasForMistakes) {
+TEST_F(CommandLineTest, EndsAMistakeWithTheReportOfTheCommand) {
     Command plugin = line_.program().addCommand("plugin", "");
-    plugin.usageErrorStatus(3);
+    plugin.reportFailures({3, [](const std::string& error) { return "BAD " + error + "\n"; }});
     plugin.work([]() -> int { throw UsageError("needs more"); });
     line_.program().addCommand("other", "").work([]() -> int { throw UsageError("needs more"); });
     EXPECT_EQ(run("plugin"), 3);
+    EXPECT_EQ(output_, "BAD plugin: needs more\n");
+    EXPECT_EQ(errors_, "tool: plugin: needs more (--help tells more)\n");
     EXPECT_EQ(run("other"), kUsageError);
     EXPECT_EQ(run("stray"), kUsageError);
+    EXPECT_EQ(output_, "");
+}
+
+TEST_F(CommandLineTest, EndsAnExceptionWithTheReportOfTheCommand) {
+    Command plugin = line_.program().addCommand("plugin", "");
+    plugin.reportFailures({3, [](const std::string& error) { return "BAD " + error + "\n"; }});
+    plugin.work([]() -> int { throw std::runtime_error("no memory"); });
+    EXPECT_EQ(run("plugin"), 3);
+    EXPECT_EQ(output_, "BAD no memory\n");
+    EXPECT_EQ(errors_, "tool: no memory\n");
 }
 
 TEST_F(CommandLineTest, NamesTheArgumentThatIsTooMany) {

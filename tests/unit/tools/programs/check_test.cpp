@@ -7,6 +7,7 @@
 
 namespace {
 
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 std::string voltage(const std::string& leaf, const std::string& value) {
@@ -126,9 +127,16 @@ TEST_F(CheckTest, IsUnknownAfterAMistakeInTheLine) {
         line.insert(line.end(), words.begin(), words.end());
         const Outcome outcome = pallctl(bus_.port(), line);
         EXPECT_EQ(outcome.status, 3) << testing::PrintToString(words);
-        EXPECT_EQ(outcome.output, "");
+        EXPECT_THAT(outcome.output, MatchesRegex("UNKNOWN: [^\n]+\n"));
         EXPECT_THAT(outcome.errors, StartsWith("pallctl: "));
     }
+}
+
+TEST(CheckWithoutOutput, IsUnknown) {
+    const Outcome outcome =
+        runProgram({"/bin/sh", "-c", "exec \"$0\" check --port=1 >/dev/full", PALLCTL_PROGRAM});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.errors, "pallctl: standard output: No space left on device\n");
 }
 
 TEST(CheckWithoutABus, IsUnknownInOneLine) {
