@@ -85,6 +85,12 @@ std::string formatCommandHead(const CLI::App& command) {
     return command.get_name() + (words.empty() ? "" : " " + words);
 }
 
+// The command "help" of a program has no line of its own: its help fills a screen already.
+std::string formatCommandsTitle(const CLI::App& app) {
+    return app.get_parent() ? "Commands (COMMAND --help tells more):\n"
+                            : "Commands (help COMMAND or COMMAND --help tells more):\n";
+}
+
 std::string formatUsage(const CLI::App& app, const std::string& name) {
     std::string line = "Usage: " + name + " [OPTIONS]";
     if (!findCommands(app).empty()) {
@@ -139,7 +145,7 @@ std::string helpText(const CLI::App& app, const std::string& name) {
         text += formatRow(formatOptionHead(*option), formatOptionText(*option));
     }
     const auto commands = findCommands(app);
-    text += commands.empty() ? "" : "Commands (COMMAND --help tells more):\n";
+    text += commands.empty() ? "" : formatCommandsTitle(app);
     for (const CLI::App* command : commands) {
         text += formatRow(formatCommandHead(*command), command->get_description());
     }

@@ -48,7 +48,7 @@ TEST_F(HelpTextTest, ShowsEachOptionAndVerbOnALineWithoutGaps) {
               "  -n, --number COUNT      How many\n"
               "  --quick                 Take no time\n"
               "  --version               Print the version and exit\n"
-              "Commands (COMMAND --help tells more):\n"
+              "Commands (help COMMAND or COMMAND --help tells more):\n"
               "  lift NAME... [WHERE]    Up with it\n"
               "\n"
               "Mind the gap.\n");
