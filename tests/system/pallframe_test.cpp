@@ -226,12 +226,16 @@ TEST(Run, AScenarioForAnotherProductNamesTheProduct) {
 TEST_F(Tree, AFailingRequestIsToldInOneLine) {
     Process frame(words());
     frame.output().waitFor("ready");
+    EXPECT_EQ(tell({"set", "cable", "eth0", "sideways"}).error,
+              "pallframe: set cable: STATE: 'sideways' is not up or down (--help tells more)\n");
     const Result result = tell({"set", "cable", "eth5", "down"});
     EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.error,
-              "pallframe: cable: the frame has no interface 'eth5' (--help tells more)\n");
+    EXPECT_EQ(
+        result.error,
+        "pallframe: set cable: PORT: the frame has no interface 'eth5' (--help tells more)\n");
     EXPECT_EQ(tell({"set", "delay", "S99nothing", "1"}).error,
-              "pallframe: delay: the frame has no program 'S99nothing' (--help tells more)\n");
+              "pallframe: set delay: PROGRAM: the frame has no program 'S99nothing' (--help tells "
+              "more)\n");
 }
 
 TEST_F(Tree, AChangeFromOutsideIsSeenInside) {

@@ -74,7 +74,7 @@ TEST_F(Play, DoesNothingWhenALineIsWrong) {
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error, "pallframe: " + directory.path("my.scenario") +
-                                ":2: 'eleven' is not a number from 0 to 29\n");
+                                ":2: VOLTS: 'eleven' is not a number from 0 to 29\n");
     EXPECT_THAT(status(), testing::Not(HasSubstr("11.00 V")));
 }
 
@@ -83,7 +83,7 @@ TEST_F(Play, SaysAllThatIsWrongWithAFile) {
     const std::string start = "pallframe: " + directory.path("my.scenario");
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.error,
-              start + ":1: 'eleven' is not a number from 0 to 29\n" + start +
+              start + ":1: VOLTS: 'eleven' is not a number from 0 to 29\n" + start +
                   ":3: invalid duration 'soon'; use 500ms, 2s, 3m or 1h, up to 24 hours\n" + start +
                   ":4: cable needs PORT and STATE\n");
     EXPECT_THAT(status(), testing::Not(HasSubstr("11.00 V")));

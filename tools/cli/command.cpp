@@ -23,6 +23,13 @@ bool equalsIgnoringCase(const std::string& one, const std::string& other) {
     return ::strcasecmp(one.c_str(), other.c_str()) == 0;
 }
 
+// "set cable": its name behind those of the commands above it, without the program's.
+std::string formatName(const CLI::App& command) {
+    const CLI::App* const above = command.get_parent();
+    return above && above->get_parent() ? formatName(*above) + " " + command.get_name()
+                                        : command.get_name();
+}
+
 }  // namespace
 
 Argument& Argument::kind(const std::string& word) {
@@ -119,7 +126,7 @@ void Command::notes(const std::string& text) {
 
 // The parser calls the innermost command first, and then every command above it.
 void Command::work(std::function<int()> run) {
-    app_->callback([selected = selected_, name = app_->get_name(), run = std::move(run)] {
+    app_->callback([selected = selected_, name = formatName(*app_), run = std::move(run)] {
         if (!selected->run) {
             selected->command = name;
             selected->run = run;

@@ -23,6 +23,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using Argument = OperationKind::Argument;
 using Arguments = OperationKind::Arguments;
 
 constexpr double kMaxSupplyVolts = 29.0;  // volts; what the converter can show
@@ -30,24 +31,28 @@ constexpr double kMaxBatteryVolts = 5.0;  // volts
 constexpr std::chrono::hours kMaxDelay{1};
 constexpr int kMaxExitStatus = 255;
 
-[[noreturn]] void refuse(const std::string& word, const std::string& wanted) {
-    throw FrameError("'" + word + "' is not " + wanted);
+[[noreturn]] void refuse(const Argument& argument, const std::string& problem) {
+    throw FrameError(std::string(argument.name) + ": " + problem);
+}
+
+[[noreturn]] void refuseWord(const Argument& argument, const std::string& wanted) {
+    refuse(argument, "'" + argument.word + "' is not " + wanted);
 }
 
 // Which of two words it is: true for the first.
-bool parseEither(const std::string& word, const char* first, const char* second) {
-    if (word != first && word != second) {
-        refuse(word, std::string(first) + " or " + second);
+bool parseEither(const Argument& argument, const char* first, const char* second) {
+    if (argument.word != first && argument.word != second) {
+        refuseWord(argument, std::string(first) + " or " + second);
     }
-    return word == first;
+    return argument.word == first;
 }
 
 template <typename Number>
-Number parseNumberUpTo(Number most, const std::string& word) {
-    const auto number = cli::parseNumber(word, Number{}, most);
+Number parseNumberUpTo(Number most, const Argument& argument) {
+    const auto number = cli::parseNumber(argument.word, Number{}, most);
     if (!number) {
         std::string bound = std::to_string(most);
-        refuse(word, "a number from 0 to " + bound.substr(0, bound.find('.')));
+        refuseWord(argument, "a number from 0 to " + bound.substr(0, bound.find('.')));
     }
     return *number;
 }
@@ -61,15 +66,15 @@ bool isOwn(const fs::path& path) {
 }
 
 // A process outside the frame may be root of the host, so no path may lead out of the tree.
-std::string parsePath(const std::string& word) {
-    const fs::path path(word);
+std::string parsePath(const Argument& argument) {
+    const fs::path path(argument.word);
     if (!path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end()) {
-        refuse(word, "a path from the frame's root on");
+        refuseWord(argument, "a path from the frame's root on");
     }
     const fs::path shortest = path.lexically_normal();
     const fs::path named = shortest.has_filename() ? shortest : shortest.parent_path();
     if (isOwn(named)) {
-        refuse(word, "a file that a frame can do without");
+        refuseWord(argument, "a file that a frame can do without");
     }
     return named;
 }
@@ -91,23 +96,24 @@ void requireThere(const FrameRoot& tree, const std::string& path) {
 
 void requireFile(const FrameRoot& tree, const std::string& path) {
     if (fs::is_directory(tree.path(path))) {
-        refuse(path, "a file");
+        throw FrameError("'" + path + "' is not a file");
     }
 }
 
-std::string parseProgram(const std::string& word) {
-    if (!isProgram(word)) {
-        throw FrameError("the frame has no program '" + word + "'");
+std::string parseProgram(const Argument& argument) {
+    if (!isProgram(argument.word)) {
+        refuse(argument, "the frame has no program '" + argument.word + "'");
     }
-    return word;
+    return argument.word;
 }
 
 Operation cable(Arguments words) {
-    if (words[0] != "eth0" && words[0] != "eth1") {
-        throw FrameError("the frame has no interface '" + words[0] + "'");
+    const std::string& port = words[0].word;
+    if (port != "eth0" && port != "eth1") {
+        refuse(words[0], "the frame has no interface '" + port + "'");
     }
     const bool up = parseEither(words[1], "up", "down");
-    return {[port = words[0], up](const FrameRoot& tree) { setCable(tree, port, up); }};
+    return {[port, up](const FrameRoot& tree) { setCable(tree, port, up); }};
 }
 
 Operation supply(Arguments words) {
@@ -132,21 +138,22 @@ Operation file(Arguments words) {
 }
 
 Operation edit(Arguments words) {
-    if (words[1].find('=') == std::string::npos || words[1].find('\n') != std::string::npos) {
-        refuse(words[1], "one line KEY=VALUE");
+    const std::string& line = words[1].word;
+    if (line.find('=') == std::string::npos || line.find('\n') != std::string::npos) {
+        refuseWord(words[1], "one line KEY=VALUE");
     }
     const std::string path = parsePath(words[0]);
-    return {[path, line = words[1]](const FrameRoot& tree) { editLine(tree, path, line); },
+    return {[path, line](const FrameRoot& tree) { editLine(tree, path, line); },
             [path](const FrameRoot& tree) { requireFile(tree, path); }, path};
 }
 
 Operation delay(Arguments words) {
-    const auto time = cli::script::parseDuration(words[1]);
+    const auto time = cli::script::parseDuration(words[1].word);
     if (!time) {
-        throw FrameError(cli::script::invalidDuration(words[1]));
+        refuse(words[1], cli::script::invalidDuration(words[1].word));
     }
     if (*time > kMaxDelay) {
-        refuse(words[1], "a time of at most 1h");
+        refuseWord(words[1], "a time of at most 1h");
     }
     const double seconds = std::chrono::duration<double>(*time).count();
     return {[program = parseProgram(words[0]), seconds](const FrameRoot& tree) {
@@ -212,7 +219,11 @@ Operation parseOperation(const Words& words) {
                              .append(kind->arguments[1].empty() ? "" : " and ")
                              .append(kind->arguments[1]));
     }
-    return kind->read(Arguments(words).subspan(1));
+    std::vector<Argument> arguments;
+    for (size_t i = 0; i + 1 < words.size(); ++i) {
+        arguments.push_back({kind->arguments[i], words[i + 1]});
+    }
+    return kind->read(arguments);
 }
 
 }  // namespace pallframe::simulation

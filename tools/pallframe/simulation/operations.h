@@ -29,7 +29,11 @@ struct Operation {
 
 // One kind of change. Immutable, lives as long as the program.
 struct OperationKind {
-    using Arguments = std::span<const std::string>;
+    struct Argument {
+        std::string_view name;  // one of `arguments`; errors begin with it
+        std::string word;
+    };
+    using Arguments = std::span<const Argument>;
 
     std::string_view name;                      // the first word
     std::array<std::string_view, 2> arguments;  // that follow it; the second may be ""

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "cli/parse_number.h"
+#include "cli/similar_words.h"
 #include "pallframe/simulation/devices.h"
 #include "pallframe/simulation/stub_programs.h"
 
@@ -63,6 +64,22 @@ ScenarioStep makeStep(milliseconds at, const Words& words, int line) {
     return {at, commandLine(words), parseOperation(words), line};
 }
 
+// "; did you mean 'cable'?", or "". `others` are words that a line can begin with beside a change.
+std::string suggestChange(const std::string& word, std::vector<std::string> others) {
+    for (const OperationKind& kind : operationKinds()) {
+        others.emplace_back(kind.name);
+    }
+    return cli::suggest(word, others);
+}
+
+ScenarioStep makeRampStep(milliseconds at, const Words& words, int line) {
+    try {
+        return makeStep(at, words, line);
+    } catch (const UnknownOperation& unknown) {
+        throw FrameError(unknown.what() + suggestChange(words[0], {}));
+    }
+}
+
 // Collects the steps of all lines.
 class Steps {
   public:
@@ -88,7 +105,8 @@ class Steps {
         try {
             add(makeStep(line.at, line.words, line.number));
         } catch (const UnknownOperation& unknown) {
-            throw FrameError(std::string(unknown.what()) + ", ramp, repeat, end");
+            throw FrameError(std::string(unknown.what()) + ", ramp, repeat, end" +
+                             suggestChange(line.words[0], {"ramp", "repeat", "end"}));
         }
     }
 
@@ -98,7 +116,7 @@ class Steps {
         for (int i = 0; i <= count; ++i) {
             Words words = ramp.what;
             words.push_back(formatValue(ramp.from + (ramp.to - ramp.from) * i / count));
-            add(makeStep(line.at + ramp.time * i / count, words, line.number));
+            add(makeRampStep(line.at + ramp.time * i / count, words, line.number));
         }
     }
 

@@ -71,7 +71,7 @@ TEST_F(ScenarioTest, ALongRampHasABoundedNumberOfSteps) {
 
 TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
     EXPECT_EQ(findProblem("\nat 2s cable eth5 down"),
-              "x.scenario:2: the frame has no interface 'eth5'");
+              "x.scenario:2: PORT: the frame has no interface 'eth5'");
     EXPECT_EQ(findProblem("at 2x cable eth0 down"),
               "x.scenario:1: invalid duration '2x'; use 500ms, 2s, 3m or 1h, up to 24 hours");
     EXPECT_EQ(findProblem("ramp battery 3 to 2 over 5d"),
@@ -82,22 +82,31 @@ TEST_F(ScenarioTest, ProblemsHaveTheirLine) {
     EXPECT_EQ(findProblem("ramp foo 1 to 2 over 5s"),
               "x.scenario:1: 'foo' is not a change; choose from cable, psu, battery, file, edit, "
               "delay, exit-status");
+    EXPECT_EQ(findProblem("Cable eth0 down"),
+              "x.scenario:1: 'Cable' is not a change; choose from cable, psu, battery, file, edit, "
+              "delay, exit-status, ramp, repeat, end; did you mean 'cable'?");
+    EXPECT_EQ(findProblem("rmap battery 3 to 2 over 5s"),
+              "x.scenario:1: 'rmap' is not a change; choose from cable, psu, battery, file, edit, "
+              "delay, exit-status, ramp, repeat, end; did you mean 'ramp'?");
+    EXPECT_EQ(findProblem("ramp batery 3 to 2 over 5s"),
+              "x.scenario:1: 'batery' is not a change; choose from cable, psu, battery, file, "
+              "edit, delay, exit-status; did you mean 'battery'?");
     EXPECT_EQ(findProblem("ramp battery x to 2 over 5s"), "x.scenario:1: 'x' is not a number");
     EXPECT_EQ(findProblem("ramp battery 9 to 2 over 5s"),
-              "x.scenario:1: '9.000' is not a number from 0 to 5");
+              "x.scenario:1: VOLTS: '9.000' is not a number from 0 to 5");
     for (const char* text : {"ramp", "ramp battery 3 2", "ramp 3 to 2 over 5s",
                              "ramp battery 3 to 2 in 5s", "ramp battery 3 till 2 over 5s"}) {
         EXPECT_EQ(findProblem(text),
                   "x.scenario:1: a ramp is written: ramp battery 3.2 to 2.3 over 30s");
     }
     EXPECT_EQ(findProblem("ramp cable eth0 0 to 1 over 5s"),
-              "x.scenario:1: '0.000' is not up or down");
+              "x.scenario:1: STATE: '0.000' is not up or down");
 }
 
 TEST_F(ScenarioTest, AllProblemsAreTold) {
     EXPECT_EQ(findProblem("at 2x cable eth5 down\npsu 1 12\nrepeat 3\nramp\nend\npsu 1"),
+              "x.scenario:1: PORT: the frame has no interface 'eth5'\n"
               "x.scenario:1: invalid duration '2x'; use 500ms, 2s, 3m or 1h, up to 24 hours\n"
-              "x.scenario:1: the frame has no interface 'eth5'\n"
               "x.scenario:4: a ramp is written: ramp battery 3.2 to 2.3 over 30s\n"
               "x.scenario:6: psu needs NUMBER and VOLTS");
 }
