@@ -22,6 +22,7 @@ using Moment = std::chrono::system_clock::time_point;
 // An address, a version and most texts are shorter.
 constexpr size_t kReadableValue = 24;
 constexpr size_t kMinChangeColumns = 8;  // of a value behind time and name
+constexpr size_t kTab = 8;
 
 std::string readEnvironment(const char* name) {
     const char* const value = std::getenv(name);
@@ -72,7 +73,6 @@ std::string formatChangeForShell(const client::Parameter& parameter, Moment mome
 
 // The column after a tab behind that many columns.
 size_t nextTabStop(size_t columns) {
-    constexpr size_t kTab = 8;
     return (columns / kTab + 1) * kTab;
 }
 
@@ -82,9 +82,24 @@ size_t countColumnsBehind(const std::string& time, const std::string& name, cons
     return style.columns - std::min(style.columns, used);
 }
 
+// In the form of the style. Without room for name and value beside that one, the time of day.
+std::string formatChangeTime(Moment moment, const Style& style) {
+    const std::string time = cli::formatTime(moment, style.time);
+    const bool fits = style.columns == 0 || countColumnsBehind(time, "", style) >= kReadableValue;
+    return fits ? time : cli::clockTime(moment);
+}
+
+// Leaves that many columns for the value behind the tab.
+std::string shortenName(const std::string& time, const std::string& name, size_t value,
+                        const Style& style) {
+    const size_t begin = nextTabStop(time.size());
+    const size_t end = (style.columns - std::min(style.columns, value)) / kTab * kTab;
+    return cli::shorten(name, std::max(end, begin + kTab) - begin - 1);
+}
+
 std::string formatChangeForPeople(const client::Parameter& parameter, Moment moment,
                                   const Style& style) {
-    const std::string time = cli::formatTime(moment, style.time);
+    const std::string time = formatChangeTime(moment, style);
     std::string name = cli::escapeForTerminal(parameter.descriptor.name);
     std::string value = formatOneLine(parameter, style);
     if (style.columns > 0) {
@@ -92,6 +107,7 @@ std::string formatChangeForPeople(const client::Parameter& parameter, Moment mom
         if (countColumnsBehind(time, name, style) < wanted) {
             name = formatLeaf(parameter.descriptor.name);
         }
+        name = shortenName(time, name, std::min(wanted, kMinChangeColumns), style);
         const size_t room = countColumnsBehind(time, name, style);
         value = cli::shorten(value, std::max(room, kMinChangeColumns));
     }

@@ -55,6 +55,35 @@ TEST_F(ChangeLine, FitsTheTerminal) {
               "15:04:05.250\tsystemName\t" + std::string(7, 'x') + "\u2026\n");
 }
 
+client::Parameter secondaryAddress() {
+    client::Parameter made = name("10.0.0.5");
+    made.descriptor.name = "system.secondaryIPAddress";
+    return made;
+}
+
+TEST_F(ChangeLine, CutsALongNameOnANarrowTerminal) {
+    Style style;
+    style.columns = 40;
+    EXPECT_EQ(formatChange(secondaryAddress(), kMoment, style),
+              "15:04:05.250\tsecondaryIPAdd\u2026\t10.0.0.5\n");
+    style.columns = 48;
+    EXPECT_EQ(formatChange(secondaryAddress(), kMoment, style),
+              "15:04:05.250\tsecondaryIPAddress\t10.0.0.5\n");
+}
+
+TEST_F(ChangeLine, HasTheTimeOfDayWhereALongerTimeHasNoRoom) {
+    Style style;
+    for (const cli::TimeForm form : {cli::TimeForm::date, cli::TimeForm::iso}) {
+        style.time = form;
+        style.columns = 40;
+        EXPECT_EQ(formatChange(secondaryAddress(), kMoment, style),
+                  "15:04:05.250\tsecondaryIPAdd\u2026\t10.0.0.5\n");
+    }
+    style.columns = 64;
+    EXPECT_EQ(formatChange(secondaryAddress(), kMoment, style),
+              "2026-11-21T15:04:05.250+00:00\tsecondaryIPAddress\t10.0.0.5\n");
+}
+
 TEST_F(ChangeLine, IsAnObjectForPrograms) {
     EXPECT_EQ(line(voltage(), Format::json),
               R"({"time":"2026-11-21T15:04:05.250+00:00","name":"system.psu1Voltage",)"
