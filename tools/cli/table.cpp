@@ -7,7 +7,10 @@
 
 #include <algorithm>
 #include <numeric>
+#include <string_view>
 #include <utility>
+
+#include "cli/character.h"
 
 namespace cli {
 
@@ -17,8 +20,19 @@ constexpr size_t kGap = 2;
 constexpr size_t kMinWidth = 8;  // of a column, when nothing else helps
 constexpr const char* kMark = "\u2026";
 
-bool continuesCharacter(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0u) == 0x80u;
+// The beginning of the text that is at most that many columns wide. A combining mark stays with its
+// character.
+std::string_view clip(std::string_view text, size_t columns) {
+    size_t end = 0;
+    while (end < text.size()) {
+        const Character character = readCharacter(text.substr(end));
+        if (countColumns(character) > columns) {
+            break;
+        }
+        columns -= countColumns(character);
+        end += character.bytes;
+    }
+    return text.substr(0, end);
 }
 
 }  // namespace
@@ -69,20 +83,22 @@ struct Table::Layout {
 };
 
 size_t textWidth(const std::string& text) {
-    return static_cast<size_t>(
-        std::ranges::count_if(text, [](char byte) { return !continuesCharacter(byte); }));
+    const UTF8Scope utf8;
+    size_t columns = 0;
+    for (std::string_view rest = text; !rest.empty();) {
+        const Character character = readCharacter(rest);
+        columns += countColumns(character);
+        rest.remove_prefix(character.bytes);
+    }
+    return columns;
 }
 
 std::string shorten(const std::string& text, size_t columns) {
     if (textWidth(text) <= columns) {
         return text;
     }
-    size_t characters = 0;
-    const auto end = std::ranges::find_if(text, [&](char byte) {
-        characters += continuesCharacter(byte) ? 0U : 1U;
-        return characters >= columns;
-    });
-    return columns == 0 ? "" : std::string(text.begin(), end) + kMark;
+    const UTF8Scope utf8;
+    return columns == 0 ? "" : std::string(clip(text, columns - 1)) + kMark;
 }
 
 std::string painted(const std::string& text, Paint paint) {

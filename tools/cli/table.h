@@ -33,8 +33,8 @@ struct Column {
     int dropOrder = 0;         // 1 is left out first, then 2, and so on; 0: stays
 };
 
-// Rows of text in columns as wide as their widest cell (in characters of UTF-8), with two blanks
-// between them and no trailing blanks. Every row has as many cells as the table has columns.
+// Rows of text in columns as wide as their widest cell (textWidth), with two blanks between
+// them and no trailing blanks. Every row has as many cells as the table has columns.
 //
 // In a limited width, columns give way step by step until the table fits: texts are cut down to
 // readable widths; the short forms are used; columns are left out; in the end every text is cut.
@@ -57,7 +57,8 @@ class Table {
     std::vector<std::vector<Cell>> rows_;  // the first one is the head
 };
 
-// The width of the text in columns: one for each character of UTF-8.
+// The width of the text, which is UTF-8, in columns of a terminal: two for an ideograph, none for a
+// combining mark.
 size_t textWidth(const std::string& text);
 
 // Shortens the text to at most that many columns; the last one then is "…".

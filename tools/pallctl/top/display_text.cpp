@@ -2,27 +2,16 @@
 
 #include <langinfo.h>
 
-#include <cwchar>
+#include "cli/character.h"
 
 namespace pallctl::top {
 
 namespace {
 
+using cli::Character;
+using cli::readCharacter;
+
 constexpr char kUnknown = '?';
-
-// One character at the beginning of a text.
-struct Character {
-    std::size_t bytes = 1;
-    int columns = -1;  // negative: nothing that a screen can show
-};
-
-Character readCharacter(std::string_view text) {
-    std::mbstate_t state{};
-    wchar_t character = 0;
-    const std::size_t bytes = std::mbrtowc(&character, text.data(), text.size(), &state);
-    // 0 for a NUL; beyond the text's size for bytes that are no character.
-    return bytes == 0 || bytes > text.size() ? Character{} : Character{bytes, ::wcwidth(character)};
-}
 
 }  // namespace
 
@@ -52,7 +41,7 @@ std::size_t lineWidth(std::string_view text) {
     std::size_t columns = 0;
     while (!text.empty()) {
         const Character character = readCharacter(text);
-        columns += character.columns < 0 ? 1 : static_cast<std::size_t>(character.columns);
+        columns += cli::countColumns(character);
         text.remove_prefix(character.bytes);
     }
     return columns;
@@ -62,7 +51,7 @@ std::string clip(std::string_view text, std::size_t columns) {
     std::size_t end = 0;
     while (end < text.size()) {
         const Character character = readCharacter(text.substr(end));
-        const auto width = character.columns < 0 ? 1 : static_cast<std::size_t>(character.columns);
+        const std::size_t width = cli::countColumns(character);
         if (width > columns) {
             break;
         }

@@ -95,6 +95,12 @@ TEST(TableWidth, CutsEveryTextInTheEnd) {
     EXPECT_EQ(table.text(false, 1), "NAME      VALUE\na very \u2026  a very \u2026\n");
 }
 
+TEST(TableWidth, AlignsColumnsBehindWideCharacters) {
+    Table table({"NAME", "VALUE"});
+    table.add({"東京", "1"});
+    EXPECT_EQ(table.text(), "NAME  VALUE\n東京  1\n");
+}
+
 TEST(TableWidth, DoesNotCountColours) {
     Table table({"A", {"B", 3}});
     table.add({"x", {"abcdef", Paint::faint}});
@@ -109,6 +115,19 @@ TEST(ShortenedText, EndsWithAMarkWithinTheWidth) {
     EXPECT_EQ(shorten("Zürich", 3), "Zü\u2026");
     EXPECT_EQ(shorten("abc", 1), "\u2026");
     EXPECT_EQ(shorten("abc", 0), "");
+}
+
+TEST(TextWidth, IsThatOnATerminalInAnyLocale) {
+    EXPECT_EQ(textWidth("ü…"), 2u);
+    EXPECT_EQ(textWidth("東京"), 4u);
+    EXPECT_EQ(textWidth("e\xcc\x81"), 1u) << "a combining accent";
+}
+
+TEST(ShortenedText, CutsNoWideCharacterInTwo) {
+    EXPECT_EQ(shorten("東京都", 6), "東京都");
+    EXPECT_EQ(shorten("東京都", 5), "東京\u2026");
+    EXPECT_EQ(shorten("東京都", 4), "東\u2026");
+    EXPECT_EQ(shorten("e\xcc\x81tude", 3), "e\xcc\x81t\u2026");
 }
 
 TEST(ShortenedText, IsNotCutByteByByte) {
