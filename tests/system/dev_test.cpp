@@ -182,11 +182,13 @@ TEST_F(Dev, ShortCheckTestsEverythingAndTheDaemonAgainUnderSanitizersAndOnArm) {
 }
 
 TEST_F(Dev, TestsThatLeaveFilesFail) {
-    standIn("cmake", "exit 0");
+    standIn("cmake", "mkdir -p build/coverage");
     standIn("ctest", "touch \"$TMPDIR/left\"");
-    const Result result = dev({"test"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.error, "dev: the tests left in the temporary directory: left\n");
+    for (const char* command : {"test", "coverage"}) {
+        const Result result = dev({command});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.error, "dev: the tests left in the temporary directory: left\n");
+    }
     standIn("ctest", "touch \"$TMPDIR/left\"; rm \"$TMPDIR/left\"");
     EXPECT_EQ(dev({"test"}).status, 0);
 }
