@@ -60,8 +60,8 @@ Client::Client(const ConnectionOptions& connection, Subscription subscription,
 }
 
 ExitStatus Client::waitForBus() {
-    const ExitStatus status = retry(
-        [this](std::chrono::milliseconds) { return connectIfClosed() ? kSuccess : kNoBus; });
+    const ExitStatus status =
+        retry([this](std::chrono::milliseconds) { return connectIfClosed() ? kSuccess : kNoBus; });
     session_.flush();  // no question follows that would send login and subscription
     return status;
 }
