@@ -22,9 +22,6 @@ using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStderr;
 using testing::internal::GetCapturedStdout;
 
-constexpr const char* kLoadOn = "/sbin/devmem 0x8aa00014 32 0x01";
-constexpr const char* kLoadOff = "/sbin/devmem 0x8aa00014 32 0x00";
-
 class BatterySamplingTest : public PollFixture {};
 
 struct BatteryCase {

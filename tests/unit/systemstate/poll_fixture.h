@@ -12,6 +12,10 @@
 
 namespace systemstate {
 
+// The commands that switch the load of the battery on and off around a sample.
+inline constexpr const char* kLoadOn = "/sbin/devmem 0x8aa00014 32 0x01";
+inline constexpr const char* kLoadOff = "/sbin/devmem 0x8aa00014 32 0x00";
+
 // A device on a directory of sample files, polled by hand, and a diary of what can be seen of that:
 // what is logged, as "<priority> <text>" with debug lines left out, commands and pauses as the
 // recording machine writes them, and announcements as "NOT <identifier>=<value>".

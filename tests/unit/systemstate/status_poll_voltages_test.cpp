@@ -24,9 +24,6 @@ using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStderr;
 using testing::internal::GetCapturedStdout;
 
-constexpr const char* kLoadOn = "/sbin/devmem 0x8aa00014 32 0x01";
-constexpr const char* kLoadOff = "/sbin/devmem 0x8aa00014 32 0x00";
-
 class VoltagesTest : public PollFixture {};
 
 TEST_F(VoltagesTest, RawSupplyOf2048Is14Volts55) {
