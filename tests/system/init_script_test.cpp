@@ -292,6 +292,16 @@ TEST_P(InitScript, AProcessWithTheNumberOfALostDaemonIsLeftAlone) {
     EXPECT_THAT(findProcesses(kServer), Not(IsEmpty()));
 }
 
+// The command line of a process has a NUL behind each word. BusyBox can be built with a grep that
+// reads no further.
+TEST_P(InitScript, EndsTheSupervisorAlsoWithAGrepThatReadsUpToANul) {
+    replaceProgram("grep",
+                   "tr '\\0' '\\n' <\"${3:-/dev/stdin}\" | sed -n 1p | /usr/bin/grep $1 $2");
+    startDaemon();
+    call("stop");
+    expectNoDaemon();
+}
+
 TEST_P(InitScript, ADaemonThatWasRemovedIsNotStarted) {
     fs::remove(kDaemon);
     EXPECT_EQ(call("start").status, 0);
