@@ -1,6 +1,7 @@
 // What `cmake --install` leaves on a machine.
 
 #include "pallframe_process.h"
+#include "unit_directives.h"
 
 using namespace outside;
 using testing::HasSubstr;
@@ -74,6 +75,15 @@ TEST_F(Install, LeavesProgramsThatRun) {
     const Result usage = run({root + "/usr/sbin/pallwatch", "--help"});
     EXPECT_EQ(usage.status, 0);
     EXPECT_THAT(usage.error, HasSubstr("Pallwatch.\n"));
+}
+
+TEST_F(Install, HasAUnitAndExamplesThatStartItsDaemon) {
+    const std::string daemon =
+        readDirective("ExecStart", root + "/usr/lib/systemd/system/pallwatch.service");
+    EXPECT_EQ(run({root + daemon, "--help"}).status, 0) << daemon;
+    for (const char* example : {"examples/inittab", "examples/pallwatch.init"}) {
+        EXPECT_THAT(readFile(root + "/" + kDocumentation + example), HasSubstr(daemon)) << example;
+    }
 }
 
 TEST_F(InstallAsUsual, HasAUnitThatStartsTheDaemonOfItsPrefix) {

@@ -16,6 +16,7 @@
 #include "harness/held_program.h"
 #include "on_bus.h"
 #include "pallframe/simulation/bonding.h"
+#include "unit_directives.h"
 
 using namespace harness;
 
@@ -35,8 +36,8 @@ class NotifySocket {
     }
 
     // The next datagram; waits for it.
-    std::string next() const {
-        waitReadable(socket_.get(), Deadline(), "a datagram for the service manager");
+    std::string next(const Deadline& deadline = Deadline()) const {
+        waitReadable(socket_.get(), deadline, "a datagram for the service manager");
         return *take();
     }
 
@@ -111,6 +112,33 @@ TEST_F(UnderAServiceManager, NoCommandOfTheDaemonHasTheSocket) {
     waitUntil([this] { return frame.read("/tmp/environment").find("PATH=") != std::string::npos; },
               "the command's environment");
     EXPECT_EQ(frame.read("/tmp/environment").find("NOTIFY_SOCKET"), std::string::npos);
+}
+
+std::chrono::seconds watchdogTime() {
+    return std::chrono::seconds(std::stoi(outside::readDirective("WatchdogSec")));
+}
+
+TEST_F(UnderAServiceManager, TheDaemonReportsAtLeastThreeTimesInTheWatchdogTimeOfItsUnit) {
+    start();
+    EXPECT_EQ(manager.next(), "READY=1");
+    const Deadline watchdog(watchdogTime());
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(manager.next(watchdog), "WATCHDOG=1");
+    }
+}
+
+// A tenth of the watchdog's time is three times the daemon's interval.
+TEST_F(UnderAServiceManager, AStoppedDaemonIsNotAliveUntilItContinues) {
+    start();
+    EXPECT_EQ(manager.next(), "READY=1");
+    EXPECT_EQ(manager.next(), "WATCHDOG=1");
+    daemon->signal(SIGSTOP);
+    siginfo_t stopped = {};
+    EXPECT_EQ(0, waitid(P_PID, static_cast<id_t>(daemon->pid()), &stopped, WSTOPPED));
+    manager.drop();
+    EXPECT_THROW(manager.next(Deadline(watchdogTime() / 10)), TimedOut);
+    daemon->signal(SIGCONT);
+    EXPECT_EQ(manager.next(), "WATCHDOG=1");
 }
 
 // Holds the daemon's main thread, and no other, by means of ptrace(2).
