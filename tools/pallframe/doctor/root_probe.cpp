@@ -1,15 +1,13 @@
-// Paths are resolved by openat2(2) below a descriptor of the root, so that no link leads out of it.
+// Paths are resolved below a descriptor of the root, so that no link leads out of it.
 // If a process has this directory as its root, the probe goes through /proc/PID/root and sees the
 // mounts of that process too. Parts that only a running frame has are reported as not running.
 
 #include "pallframe/doctor/root_probe.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -21,6 +19,7 @@
 #include <string_view>
 
 #include "pallframe/doctor/interpreters.h"
+#include "pallframe/doctor/open_below.h"
 #include "pallframe/doctor/running_root.h"
 #include "pallframe/simulation/frame_paths.h"
 #include "pallframe/simulation/stub_programs.h"
@@ -104,11 +103,7 @@ RootProbe::RootProbe(const std::filesystem::path& directory)
 }
 
 ProbeResult RootProbe::open(const std::string& path, int flags, Descriptor& opened) const {
-    open_how how{};
-    how.flags = static_cast<__u64>(flags | O_CLOEXEC);
-    how.resolve = RESOLVE_IN_ROOT;
-    opened = Descriptor(
-        static_cast<int>(::syscall(SYS_openat2, root_.get(), path.c_str(), &how, sizeof(how))));
+    opened = openBelow(root_, path, flags);
     return opened.get() < 0 ? failed(errno) : ProbeResult{};
 }
 
