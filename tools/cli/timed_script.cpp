@@ -100,8 +100,8 @@ milliseconds requireDuration(const std::string& word) {
     return *duration;
 }
 
-size_t requireCount(const Words& words) {
-    const auto count = words.size() == 2 ? parseNumber<size_t>(words[1]) : std::nullopt;
+uint64_t requireCount(const Words& words) {
+    const auto count = words.size() == 2 ? parseNumber<uint64_t>(words[1]) : std::nullopt;
     if (count.value_or(0) == 0) {
         throw Problem("repeat needs one number, 1 or more");
     }
@@ -116,7 +116,7 @@ void requireInTime(milliseconds time) {
 
 // Lines that are done one after the other, once or several times; times count from its start.
 struct Block {
-    size_t count;
+    uint64_t count;
     int number;  // where it begins
     milliseconds now{};
     std::vector<Line> lines{};
@@ -135,8 +135,8 @@ void writeOut(const Block& inner, Block& outer) {
         throw Problem("written out, the repetitions make more than 1 MiB");
     }
     requireInTime(outer.now + inner.now * static_cast<milliseconds::rep>(inner.count));
-    outer.text += inner.count * inner.text;
-    for (size_t pass = 0; pass < inner.count; ++pass) {
+    outer.text += static_cast<size_t>(inner.count) * inner.text;
+    for (uint64_t pass = 0; pass < inner.count; ++pass) {
         for (Line line : inner.lines) {
             line.at += outer.now;
             outer.lines.push_back(std::move(line));
