@@ -26,14 +26,18 @@ bool isReadable(int descriptor) {
 }
 
 [[noreturn]] void become(const std::vector<std::string>& words, int output, int errors) {
+    const std::string emulator = PROGRAM_EMULATOR;
     std::vector<char*> arguments;
+    if (!emulator.empty()) {
+        arguments.push_back(const_cast<char*>(emulator.c_str()));
+    }
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
     arguments.push_back(nullptr);
     ::dup2(output, STDOUT_FILENO);
     ::dup2(errors, STDERR_FILENO);
-    ::execv(arguments.front(), arguments.data());
+    ::execvp(arguments.front(), arguments.data());
     ::_exit(127);
 }
 
