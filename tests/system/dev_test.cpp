@@ -174,7 +174,7 @@ TEST_F(Dev, ShortCheckTestsEverythingAndTheDaemonAgainUnderSanitizersAndOnArm) {
     const Result result = dev({"check", "--short"});
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_THAT(result.error, HasSubstr("cmake -S . -B build/alone -DBUILD_TESTING=OFF"));
-    const std::string asUser = ::geteuid() == 0 ? "as user ctest default -L system\n" : "";
+    const std::string asUser = ::geteuid() == 0 ? "as user ctest default -L unit|system\n" : "";
     const std::string daemon = " -R ^(util|model|bus|systemstate|service)/\n";
     EXPECT_EQ(readFile(directory.path("started")),
               "ctest default\n" + asUser + "clang-format\nctest asan" + daemon + "ctest tsan" +
