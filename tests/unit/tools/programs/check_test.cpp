@@ -134,7 +134,7 @@ TEST_F(CheckTest, IsUnknownAfterAMistakeInTheLine) {
 
 TEST(CheckWithoutOutput, IsUnknown) {
     const Outcome outcome =
-        runProgram({"/bin/sh", "-c", "exec \"$0\" check --port=1 >/dev/full", PALLCTL_PROGRAM});
+        runProgram(inShell("exec \"$@\" >/dev/full", pallctlCommand(1, {"check"})));
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.errors, "pallctl: standard output: No space left on device\n");
 }

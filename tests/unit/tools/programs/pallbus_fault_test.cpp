@@ -289,8 +289,8 @@ TEST(PallbusInject, ReportsAMissingBus) {
 }
 
 TEST_F(PallbusFaults, AreListedOrTheFailureIsReported) {
-    const std::string command = pallbusCommand({}).front() + " status --port " + bus_.portText();
-    const Outcome outcome = runProgram({"/bin/sh", "-c", command + " >/dev/full"});
+    const Outcome outcome = runProgram(
+        inShell("exec \"$@\" >/dev/full", pallbusCommand({"status", "--port", bus_.portText()})));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.errors, "pallbus: standard output: No space left on device\n");
 }
@@ -385,8 +385,7 @@ TEST(PallbusScript, IsCheckedBeforeTheBusStarts) {
 }
 
 TEST(PallbusProgram, TakesAsManyClientsAsTheMachineAllows) {
-    ProgramProcess bus(
-        {"/bin/sh", "-c", "ulimit -S -n 24; exec " + pallbusCommand({}).front() + " --port=0"});
+    ProgramProcess bus(inShell("ulimit -S -n 24; exec \"$@\"", pallbusCommand({"--port=0"})));
     const uint16_t port = portOf(bus.readLine());
     std::vector<std::unique_ptr<BusPeer>> crowd;
     for (int number = 0; number < 200; ++number) {
@@ -401,8 +400,8 @@ TEST(PallbusProgram, TakesAsManyClientsAsTheMachineAllows) {
 // What the bus keeps for a reader that has gone to sleep is bounded, whoever sends how much. What a
 // sanitizer holds back of freed memory is not the bus's.
 TEST(PallbusProgram, BoundsTheMemoryOfAClientThatDoesNotRead) {
-    ProgramProcess bus({"/usr/bin/env", "ASAN_OPTIONS=quarantine_size_mb=1",
-                        pallbusCommand({}).front(), "--port=0"});
+    ProgramProcess bus(inShell("export ASAN_OPTIONS=quarantine_size_mb=1; exec \"$@\"",
+                               pallbusCommand({"--port=0"})));
     const uint16_t port = portOf(bus.readLine());
     BusPeer sleeper(port, 8);
     sleeper.subscribe("system");

@@ -262,8 +262,7 @@ TEST_F(PallbusTest, LetsNoClientStarveAnother) {
 
 TEST(PallbusProgram, GoesOnWhenItRunsOutOfDescriptors) {
     ProgramProcess bus(
-        {"/bin/sh", "-c",
-         "ulimit -n 24; exec " + pallbusCommand({}).front() + " --port=0 --verbose"});
+        inShell("ulimit -n 24; exec \"$@\"", pallbusCommand({"--port=0", "--verbose"})));
     const uint16_t port = portOf(bus.readLine());
     BusPeer first(port, 8);
     first.subscribe("system");

@@ -26,11 +26,7 @@ bool isReadable(int descriptor) {
 }
 
 [[noreturn]] void become(const std::vector<std::string>& words, int output, int errors) {
-    const std::string emulator = PROGRAM_EMULATOR;
     std::vector<char*> arguments;
-    if (!emulator.empty()) {
-        arguments.push_back(const_cast<char*>(emulator.c_str()));
-    }
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
@@ -136,6 +132,13 @@ bool ProgramProcess::Stream::readSome() {
 
 namespace {
 
+// The beginning of a command line. A program of another architecture is run by its emulator.
+std::vector<std::string> runnable(const char* program) {
+    const std::string emulator = PROGRAM_EMULATOR;
+    return emulator.empty() ? std::vector<std::string>{program}
+                            : std::vector<std::string>{emulator, program};
+}
+
 std::vector<std::string> onAFreePort(std::vector<std::string> words) {
     words.insert(words.begin(), "--port=0");
     return pallbusCommand(words);
@@ -160,15 +163,23 @@ Outcome runProgram(const std::vector<std::string>& words) {
 }
 
 std::vector<std::string> pallctlCommand(uint16_t port, const std::vector<std::string>& words) {
-    std::vector<std::string> command{PALLCTL_PROGRAM, "--port", std::to_string(port)};
+    std::vector<std::string> command = runnable(PALLCTL_PROGRAM);
+    command.insert(command.end(), {"--port", std::to_string(port)});
     command.insert(command.end(), words.begin(), words.end());
     return command;
 }
 
 std::vector<std::string> pallbusCommand(const std::vector<std::string>& words) {
-    std::vector<std::string> command{PALLBUS_PROGRAM};
+    std::vector<std::string> command = runnable(PALLBUS_PROGRAM);
     command.insert(command.end(), words.begin(), words.end());
     return command;
+}
+
+std::vector<std::string> inShell(const std::string& script,
+                                 const std::vector<std::string>& command) {
+    std::vector<std::string> words{"/bin/sh", "-c", script, "sh"};
+    words.insert(words.end(), command.begin(), command.end());
+    return words;
 }
 
 uint16_t portOf(const std::string& line) {

@@ -93,6 +93,9 @@ Outcome runProgram(const std::vector<std::string>& words);
 Outcome pallctl(uint16_t port, const std::vector<std::string>& words);
 std::vector<std::string> pallctlCommand(uint16_t port, const std::vector<std::string>& words);
 std::vector<std::string> pallbusCommand(const std::vector<std::string>& words);
+// The command line of a shell that runs a script, in which "$@" is a command.
+std::vector<std::string> inShell(const std::string& script,
+                                 const std::vector<std::string>& command);
 
 // The port in "... 127.0.0.1:<port>"; 0 when the text does not end so.
 uint16_t portOf(const std::string& line);

@@ -92,9 +92,8 @@ TEST_F(RecordTest, LosesNothingOfAFlood) {
 
 TEST_F(RecordTest, SaysOnceThatTheDiskIsFullAndGoesOnWithout) {
     // One block of 512 bytes, which the login and its answer fill, and no signal about it.
-    ProgramProcess bus({"/bin/sh", "-c",
-                        "trap '' XFSZ; ulimit -f 1; exec \"$0\" --port=0 --record \"$1\"",
-                        pallbusCommand({}).front(), path_});
+    ProgramProcess bus(inShell("trap '' XFSZ; ulimit -f 1; exec \"$@\"",
+                               pallbusCommand({"--port=0", "--record", path_})));
     BusPeer client(portOf(bus.readLine()), 20);
     const std::string large(1024, ' ');
     client.send(kRequest + large);
@@ -164,9 +163,9 @@ TEST_F(RecordLaterTest, IsToldWhenToBeginAndWhenToEnd) {
 
 TEST_F(RecordLaterTest, BeginsTheFileOfWhoAskedAnew) {
     directory_.write("bus.rec", std::string(100'000, 'x'));
-    const std::string command = pallbusCommand({}).front() + " record bus.rec -p ";
-    const Outcome outcome = runProgram({"/bin/sh", "-c", "cd \"$0\" && exec " + command + "\"$1\"",
-                                        directory_.path(""), bus_.portText()});
+    const Outcome outcome =
+        runProgram(inShell("cd '" + directory_.path("") + "' && exec \"$@\"",
+                           pallbusCommand({"record", "bus.rec", "-p", bus_.portText()})));
     EXPECT_EQ(outcome.errors, "");
     expectDone({"--stop"});
     EXPECT_THAT(entriesOf(path_), testing::IsEmpty());

@@ -117,8 +117,8 @@ TEST_F(ReplayTest, EndsWithZeroWhereTheDeviceDoesTheSame) {
 TEST_F(ReplayTest, EndsWithTwoWhereItsOutputCannotBeWritten) {
     recordSession();
     directory_.write("a.rec", file_);
-    const std::string replay = pallbusCommand({}).front() + " replay --port=0 " + path_;
-    const Outcome outcome = runProgram({"/bin/sh", "-c", replay + " >/dev/full"});
+    const Outcome outcome = runProgram(
+        inShell("exec \"$@\" >/dev/full", pallbusCommand({"replay", "--port=0", path_})));
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.errors, "pallbus: standard output: No space left on device\n");
 }
