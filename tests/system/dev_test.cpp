@@ -21,6 +21,8 @@ class Dev : public testing::Test {
         fs::create_directory(directory.path("tools"));
         fs::copy_file("dev", directory.path("dev"));
         fs::copy("tools/dev", directory.path("tools/dev"));
+        fs::create_directory(directory.path("doc"));
+        fs::copy_file("doc/installation.md", directory.path("doc/installation.md"));
         standIn("dpkg-query", "echo install ok installed");
         standIn("man", "echo page of $1");
         ::unsetenv("CI");
@@ -158,10 +160,16 @@ TEST_F(Dev, CheckEndsWithTheFirstStepThatFails) {
     EXPECT_EQ(result.error, "broken\n");
 }
 
+// What the daemon is in these tests.
+constexpr const char* kInstallDaemon = R"(if [ -n "$DESTDIR" ]; then
+  mkdir -p "$DESTDIR/usr/sbin"
+  cp /bin/true "$DESTDIR/usr/sbin/pallwatch"
+fi
+)";
+
 // The directory has no history, so nothing is recent and clang-tidy has nothing to do.
 TEST_F(Dev, ShortCheckTestsEverythingAndTheDaemonAgainUnderSanitizersAndOnArm) {
-    standIn("cmake",
-            "mkdir -p build/alone/bin; cp /bin/true build/alone/bin/pallwatch; echo cmake $*");
+    standIn("cmake", std::string(kInstallDaemon) + "echo cmake $*");
     standIn("ctest", "echo ctest $2 $5 $6 >>started");  // without the number of processors
     standIn("tests/system/as-ordinary-user", "echo as user $1 $3 $6 $7 >>started");
     standIn("clang-format", "echo clang-format >>started");
@@ -171,9 +179,11 @@ TEST_F(Dev, ShortCheckTestsEverythingAndTheDaemonAgainUnderSanitizersAndOnArm) {
     for (const std::string program : {"build-and-test", "system"}) {
         standIn("tests/emulated/" + program, "echo " + program + " $1 $2 >>started");
     }
+    standIn("build/emulated/armhf/root/pallwatch", "exit 1");
     const Result result = dev({"check", "--short"});
     EXPECT_EQ(result.status, 0) << result.error;
-    EXPECT_THAT(result.error, HasSubstr("cmake -S . -B build/alone -DBUILD_TESTING=OFF"));
+    EXPECT_THAT(result.error, HasSubstr("cmake -S . -B build/alone -DCMAKE_BUILD_TYPE=Release"));
+    EXPECT_THAT(result.error, HasSubstr("cmake --install build/alone --prefix /usr"));
     const std::string asUser = ::geteuid() == 0 ? "as user ctest default -L unit|system\n" : "";
     const std::string daemon = " -R ^(util|model|bus|systemstate|service)/\n";
     EXPECT_EQ(readFile(directory.path("started")),
@@ -218,7 +228,7 @@ TEST(AsOrdinaryUser, ACommandSeesACopyOfTheCheckout) {
 }
 
 TEST_F(Dev, CheckFailsWhenTheFormatIsWrong) {
-    standIn("cmake", "mkdir -p build/alone/bin; cp /bin/true build/alone/bin/pallwatch");
+    standIn("cmake", kInstallDaemon);
     standIn("ctest", "exit 0");
     standIn("clang-format", "echo bad; exit 1");
     const Result result = dev({"check", "--short"});

@@ -1,6 +1,7 @@
 // What `cmake --install` leaves on a machine.
 
 #include "pallframe_process.h"
+#include "text_parts.h"
 #include "unit_directives.h"
 
 using namespace outside;
@@ -12,26 +13,41 @@ namespace {
 
 constexpr const char* kDocumentation = "usr/share/doc/pallwatch/";
 
-class InstallTo : public testing::Test {
+// The line of a page that begins with this text, with another build directory than the page has.
+std::string commandOn(const std::string& page, const std::string& beginning,
+                      const std::string& pageBuild, const std::string& build) {
+    for (std::string line : linesOf(readFile(page))) {
+        if (line.compare(0, beginning.size(), beginning) == 0) {
+            return line.replace(line.find(pageBuild), pageBuild.size(), build);
+        }
+    }
+    return "echo 'not on " + page + "' >&2; exit 1";
+}
+
+// Installs this build below a directory, with options or as README says.
+class InstallWith : public testing::Test {
   protected:
-    explicit InstallTo(std::string prefix) : prefix_(std::move(prefix)) {}
+    explicit InstallWith(std::string options) : options_(std::move(options)) {}
 
     void SetUp() override {
-        const Result result = run({"env", "DESTDIR=" + root, "cmake", "--install",
-                                   programDirectory().parent_path(), "--prefix", prefix_});
+        const std::string install =
+            commandOn("README.md", "cmake --install", "build/default", builds());
+        const Result result = run({"env", "DESTDIR=" + root, "sh", "-c", install + options_});
         ASSERT_EQ(result.status, 0) << result.error;
     }
+
+    static std::string builds() { return programDirectory().parent_path(); }
 
     const TemporaryDirectory directory;
     const std::string root = directory.path("root");
 
   private:
-    const std::string prefix_;
+    const std::string options_;
 };
 
-class Install : public InstallTo {
+class Install : public InstallWith {
   protected:
-    Install() : InstallTo("/usr") {}
+    Install() : InstallWith(" --prefix /usr") {}
 
     // Without those of the documentation's own directory.
     std::vector<std::string> files() const {
@@ -46,9 +62,10 @@ class Install : public InstallTo {
     }
 };
 
-class InstallAsUsual : public InstallTo {
+// Below /usr/local.
+class InstallAsUsual : public InstallWith {
   protected:
-    InstallAsUsual() : InstallTo("/usr/local") {}
+    InstallAsUsual() : InstallWith("") {}
 };
 
 TEST_F(Install, PutsProgramsPagesAndCompletionInTheirPlaces) {
@@ -91,30 +108,33 @@ TEST_F(InstallAsUsual, HasAUnitThatStartsTheDaemonOfItsPrefix) {
                 HasSubstr("\nExecStart=/usr/local/sbin/pallwatch\n"));
 }
 
-TEST(InstallOfTheDaemonAlone, BringsNothingForPeopleAtAWorkstation) {
-    const TemporaryDirectory directory;
-    const Result result =
-        run({"env", "DESTDIR=" + directory.path(), "cmake", "--install",
-             programDirectory().parent_path(), "--prefix", "/usr", "--component", "daemon"});
-    ASSERT_EQ(result.status, 0) << result.error;
-    EXPECT_TRUE(fs::exists(directory.path("usr/sbin/pallwatch")));
-    EXPECT_FALSE(fs::exists(directory.path("usr/bin")));
+class InstallOfTheDaemonAlone : public InstallWith {
+  protected:
+    InstallOfTheDaemonAlone() : InstallWith(" --prefix /usr --component daemon") {}
+};
+
+TEST_F(InstallOfTheDaemonAlone, BringsNothingForPeopleAtAWorkstation) {
+    EXPECT_TRUE(fs::exists(root + "/usr/sbin/pallwatch"));
+    EXPECT_FALSE(fs::exists(root + "/usr/bin"));
 }
 
-// A build without a preset, on a machine with a compiler, asio and cJSON.
+constexpr const char* kConfigure = "cmake -S . -B build/alone ";
+
+// README's build without a preset, on a machine with a compiler, asio and cJSON.
 class PlainDaemon : public testing::Test {
   protected:
     void SetUp() override {
-        const Result result =
-            run({"env", "-u", "CXXFLAGS", "cmake", "-S", ".", "-B", directory.path(),
-                 "-DBUILD_TESTING=OFF", "-DPALLWATCH_TOOLS=OFF", without("GTest"),
-                 without("benchmark"), without("CLI11"), without("PkgConfig")});
+        const std::string configure =
+            commandOn("README.md", kConfigure, "build/alone", directory.path());
+        const Result result = run({"env", "-u", "CXXFLAGS", "sh", "-c",
+                                   configure + without("GTest") + without("benchmark") +
+                                       without("CLI11") + without("PkgConfig")});
         ASSERT_EQ(result.status, 0) << result.error;
         commands = readFile(directory.path("compile_commands.json"));
     }
 
     static std::string without(const std::string& package) {
-        return "-DCMAKE_DISABLE_FIND_PACKAGE_" + package + "=ON";
+        return " -DCMAKE_DISABLE_FIND_PACKAGE_" + package + "=ON";
     }
 
     // How the commands name a file in that directory of the checkout.
@@ -137,8 +157,16 @@ TEST_F(PlainDaemon, IsBuiltWithTheWarningsOfItsUser) {
     EXPECT_THAT(commands, Not(HasSubstr(" -W")));
 }
 
+// `./dev check` runs the commands of the page on installation.
+TEST(BuildOfTheDaemonAlone, IsTheSameInReadmeAndOnThePageOnInstallation) {
+    for (const char* beginning : {kConfigure, "cmake --build build/alone"}) {
+        EXPECT_EQ(commandOn("README.md", beginning, "build", "build"),
+                  commandOn("doc/installation.md", beginning, "build", "build"));
+    }
+}
+
 TEST(Presets, TreatWarningsAsErrors) {
-    for (const char* preset : {"default", "asan", "tsan", "clang", "coverage"}) {
+    for (const char* preset : {"default", "asan", "tsan", "clang", "coverage", "armhf", "arm64"}) {
         EXPECT_THAT(run({"cmake", "--preset", preset, "-N"}).output,
                     HasSubstr("PALLWATCH_WARNINGS=\"ON\""))
             << preset;
