@@ -3,13 +3,14 @@
 #include <cerrno>
 #include <system_error>
 
+#include "util/system_clock.h"
+
 namespace lumo {
 
 MonotonicWallClock::time_point MonotonicWallClock::now() noexcept {
     using std::chrono::steady_clock;
-    using std::chrono::system_clock;
     static const duration ahead =
-        system_clock::now().time_since_epoch() - steady_clock::now().time_since_epoch();
+        util::readSystemClock().time_since_epoch() - steady_clock::now().time_since_epoch();
     return time_point(steady_clock::now().time_since_epoch() + ahead);
 }
 

@@ -1,6 +1,8 @@
 #include "cli/validators.h"
 
-#include <filesystem>
+#include <sys/stat.h>
+
+#include <limits>
 #include <sstream>
 
 #include "cli/parse_number.h"
@@ -29,9 +31,11 @@ Validator numberFrom(Number min, Number max, const std::string& valid) {
     };
 }
 
-std::filesystem::file_status readStatus(const std::string& path) {
-    std::error_code error;
-    return std::filesystem::status(path, error);
+// The type and permissions of a file, 0 without one. On 32-bit machines, the status of
+// std::filesystem has times of 32 bits, and fails for files that were changed after 2038-01-19.
+mode_t readMode(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode : 0;
 }
 
 }  // namespace
@@ -56,15 +60,15 @@ Validator numberAboveZero() {
 
 Validator existingFile() {
     return [](const std::string& path) {
-        const auto status = readStatus(path);
-        const bool isFile = exists(status) && !is_directory(status);
+        const mode_t mode = readMode(path);
+        const bool isFile = mode != 0 && !S_ISDIR(mode);
         return isFile ? "" : "no file " + quote(path);
     };
 }
 
 Validator existingDirectory() {
     return [](const std::string& path) {
-        return is_directory(readStatus(path)) ? "" : "no directory " + quote(path);
+        return S_ISDIR(readMode(path)) ? "" : "no directory " + quote(path);
     };
 }
 

@@ -11,6 +11,7 @@
 
 #include "recording/line_format.h"
 #include "recording/recording.h"
+#include "util/system_clock.h"
 
 namespace recording {
 
@@ -33,8 +34,7 @@ util::UniqueFile openOrThrow(const std::string& path) {
 }
 
 std::string formatFirstLine(std::string by) {
-    const auto start =
-        std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
+    const auto start = std::chrono::floor<std::chrono::microseconds>(util::readSystemClock());
     return formatLine(Header{start, std::move(by)}) + "\n";
 }
 

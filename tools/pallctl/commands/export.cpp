@@ -10,13 +10,14 @@
 #include "pallctl/commands/commands.h"
 #include "pallctl/network/network_plan.h"
 #include "pallctl/values/settings_file.h"
+#include "util/system_clock.h"
 
 namespace pallctl {
 
 namespace {
 
 std::string makeHead(const client::Client& client) {
-    const auto now = std::chrono::system_clock::now();
+    const auto now = util::readSystemClock();
     return "# Settings of the device \"" + client.device().object() + "\", " + cli::isoTime(now) +
            ", pallctl " + cli::programVersion() +
            ".\n"

@@ -18,6 +18,7 @@
 #include "pallctl/values/client_names.h"
 #include "pallctl/values/traffic_line.h"
 #include "recording/recording.h"
+#include "util/system_clock.h"
 
 namespace pallctl {
 
@@ -113,7 +114,7 @@ void Monitor::handlePayload(std::string_view payload) {
     if (head.to == client::ownConnectionID() || !isWanted(head.type, head.object)) {
         return;
     }
-    const auto now = std::chrono::system_clock::now();
+    const auto now = util::readSystemClock();
     cli::printNow(formatMessageLine(payload, now, style_, cli::readTerminalWidth(STDOUT_FILENO),
                                     [this](int32_t id) { return names_.find(id); }));
     if (writer_) {

@@ -13,6 +13,7 @@
 #include "client/name_pattern.h"
 #include "client/restart_filter.h"
 #include "pallctl/commands/commands.h"
+#include "util/system_clock.h"
 
 namespace pallctl {
 
@@ -99,7 +100,7 @@ class Watch {
 
     void print(const client::Parameter& parameter) {
         filter_.setKnown(parameter.descriptor.name, formatOneLine(parameter, style_));
-        cli::printNow(formatChange(parameter, std::chrono::system_clock::now(), style_));
+        cli::printNow(formatChange(parameter, util::readSystemClock(), style_));
     }
 
     // Also a parameter that is not known yet when the watch begins.

@@ -8,6 +8,8 @@
 #include <ctime>
 #include <stdexcept>
 
+#include "util/system_clock.h"
+
 namespace pallctl::top {
 
 namespace {
@@ -125,7 +127,7 @@ Status LiveSource::status() const {
     status.link = link_;
     status.linkSince = linkSince_;
     // By the current clock: a frame gets its time of day long after start.
-    status.begin = std::chrono::system_clock::now() - now_;
+    status.begin = util::readSystemClock() - now_;
     if (recordingTo_) {
         status.recordingTo = showable(*recordingTo_);
     }
