@@ -18,7 +18,9 @@ install(CODE "
 # The man pages (doc/man) refer to these pages.
 install(DIRECTORY doc/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon FILES_MATCHING PATTERN *.md
         PATTERN man EXCLUDE PATTERN picture EXCLUDE)
-install(FILES packaging/inittab packaging/pallwatch.init packaging/syslog.conf
+install(FILES packaging/inittab packaging/syslog.conf
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT daemon)
+install(PROGRAMS packaging/pallwatch.init
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT daemon)
 
 if(NOT PALLWATCH_TOOLS)

@@ -283,20 +283,20 @@ TEST_P(InitScript, StopKillsADaemonThatDoesNotEnd) {
 }
 
 TEST_P(InitScript, AProcessWithTheNumberOfALostDaemonIsLeftAlone) {
-    const Process other({"sleep", "1000"});
+    const Process other({"tail", "-f", kScript});
     for (const char* file : {kPidFile, kSupervisorPidFile}) {
         frame.write(file, std::to_string(other.pid()) + "\n");
     }
     EXPECT_EQ(call("status").status, 3);
     call("stop");
-    EXPECT_THAT(findProcesses(kServer), Not(IsEmpty()));
+    EXPECT_THAT(findProcesses("tail -f"), Not(IsEmpty()));
 }
 
 // The command line of a process has a NUL behind each word. BusyBox can be built with a grep that
 // reads no further.
 TEST_P(InitScript, EndsTheSupervisorAlsoWithAGrepThatReadsUpToANul) {
-    replaceProgram("grep",
-                   "tr '\\0' '\\n' <\"${3:-/dev/stdin}\" | sed -n 1p | /usr/bin/grep $1 $2");
+    replaceProgram(
+        "grep", "tr '\\0' '\\n' <\"${3:-/dev/stdin}\" | sed -n 1p | /usr/bin/grep \"$1\" \"$2\"");
     startDaemon();
     call("stop");
     expectNoDaemon();

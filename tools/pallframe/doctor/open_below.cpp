@@ -20,7 +20,7 @@ using util::UniqueDescriptor;
 
 constexpr int kMaxLinks = 40;  // as in the kernel, path_resolution(7)
 
-// Removes the first name of a path from it. Empty if the path names only directories themselves.
+// Removes the first name of a path from it, with the slashes around it; empty if there is none.
 std::string takeName(std::string& path) {
     path.erase(0, std::min(path.find_first_not_of('/'), path.size()));
     const size_t end = std::min(path.find('/'), path.size());
