@@ -179,7 +179,7 @@ void LiveSource::record(const std::string& path) {
 std::optional<std::string> LiveSource::stopRecording() {
     recordingTo_.reset();
     const auto writer = std::exchange(writer_, nullptr);
-    const auto failure = writer ? writer->finish() : std::nullopt;
+    auto failure = writer ? writer->finish() : std::nullopt;
     recordingFailure_ = recordingFailure_ ? recordingFailure_ : failure;
     return failure;
 }
